@@ -1,0 +1,684 @@
+// The typed accessors: each is the shared rule of MessageAccess for its value kind, under its own name in log lines.
+//
+// Log lines about a wrong field number quote the accessor's full signature, which is what the compiler gives inside
+// it; lines about an unknown hash quote the short name, taken from the signature.
+#include <kwxml/model/YMMessageBase.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/NumberText.h>
+#include <kwxml/platform/KwException.h>
+
+#include <charconv>
+
+using Access = kwxml::MessageAccess;
+
+namespace kwxml {
+
+namespace {
+
+/// "void YMMessageBase::setint64(short int, ...)" gives "YMMessageBase::setint64".
+std::string shortName(std::string_view signature)
+{
+  const auto begin = signature.find("YMMessageBase::");
+  return std::string(signature.substr(begin, signature.find('(') - begin));
+}
+
+/// g++ writes the signature as the product's log readers know it; clang spells some types in another way.
+std::string fullName(std::string_view signature)
+{
+#if defined(__clang__)
+  std::string text(signature);
+  constexpr std::pair<std::string_view, std::string_view> spellings[] = {{"unsigned long", "long unsigned int"},
+                                                                          {"(short", "(short int"},
+                                                                          {", short", ", short int"},
+                                                                          {" *", "*"},
+                                                                          {" &", "&"}};
+  for (const auto& [from, to] : spellings) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+      text.replace(at, from.size(), to);
+    }
+  }
+  return text;
+#else
+  return std::string(signature);
+#endif
+}
+
+std::string schemaOf(const YMMessageBase& m)
+{
+  std::string schema;
+  if (m.getClass() != nullptr) {
+    YMMessageBase::getMessageSchemaString(schema, static_cast<short>(m.getSubsysID()), m.getClassIndex(), true, true);
+  }
+  return schema;
+}
+
+/// True when a value of one of `types` may be reached through `slot`: a field's own first slot, or, for scalars, a
+/// slot that no field uses.
+bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
+{
+  for (const FieldDef& def : cls) {
+    const int width = fieldTypeInfo(def.type).slots;
+    if (slot >= def.slot && slot < def.slot + width && fieldTypeInfo(def.type).storage != Storage::None) {
+      return def.slot == slot && contains(types, def.type);
+    }
+  }
+  return (types & scalarTypes) != 0;
+}
+
+}  // namespace
+
+void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signature, int field)
+{
+  XMLDebug::getInstance()->logError(fullName(signature).c_str(),
+                                    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
+                                    "field id [%d]. Schema of given message is :\n%s",
+                                    field, schemaOf(m).c_str());
+}
+
+void MessageAccess::logInvalidSlot(const YMMessageBase& m, const char* signature, int slot)
+{
+  XMLDebug::getInstance()->logError(fullName(signature).c_str(),
+                                    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
+                                    "index on buffer is [%d]. Schema of given message is \n%s",
+                                    slot, schemaOf(m).c_str());
+}
+
+void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag, unsigned long hash)
+{
+  XMLDebug::getInstance()->logError(
+      shortName(signature).c_str(),
+      "Message [%s] with TagID : [%u] does not contain field : [%u]. Message Received : [%u]", m.getTagName().c_str(),
+      static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash), static_cast<unsigned>(tag));
+}
+
+bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types)
+{
+  if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount()) {
+    logInvalidField(m, signature, address.field);
+    return false;
+  }
+  if (address.tag == m.tagId_) {
+    if (static_cast<unsigned short>(address.slot) < m.buffer_.slotCount() && slotHolds(*m.class_, address.slot, types)) {
+      return true;
+    }
+    logInvalidSlot(m, signature, address.slot);
+    return false;
+  }
+  const FieldDef* def = findField(*m.class_, address.hash);
+  if (def == nullptr || !contains(types, def->type)) {  // the same name with a value of another kind is another field
+    logUnknownHash(m, signature, address.tag, address.hash);
+    return false;
+  }
+  address.field = def->fieldNumber;
+  address.slot = def->slot;
+  return true;
+}
+
+}  // namespace kwxml
+
+// ---- Bits ----------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Every type has a bit, also one without storage.
+constexpr kwxml::TypeSet anyType = ~kwxml::TypeSet{0};
+
+/// Bit operations take no slot: the field's own stands in for the caller's.
+bool resolveBit(const YMMessageBase& m, const char* signature, kwxml::FieldAddress& a)
+{
+  if (static_cast<unsigned short>(a.field) < m.getNumberOfFields()) {
+    a.slot = m.getClass()->fields[a.field].slot;
+  }
+  return Access::resolve(m, signature, a, anyType);
+}
+
+}  // namespace
+
+bool YMMessageBase::isSetSlow(const char* signature, short field, unsigned long tag, unsigned long hash) const
+{
+  kwxml::FieldAddress a{field, 0, tag, static_cast<unsigned int>(hash)};
+  return resolveBit(*this, signature, a) && buffer_.bit(a.field);
+}
+
+bool YMMessageBase::isSet(short field, bool& hasHash, std::string& name) const
+{
+  if (static_cast<unsigned short>(field) >= buffer_.bitCount()) {
+    XMLDebug::getInstance()->logError("bool YMMessageBase::isSet(short int, bool&, std::string&) const",
+                                      "Invalid field Id [%d]. Total number of fields = [%d]. Message = [%s]",
+                                      static_cast<int>(field), getNumberOfFields(), getTagName().c_str());
+    return false;
+  }
+  const FieldDef& def = class_->fields[field];
+  hasHash = def.hash != 0;
+  name = def.getName();
+  return buffer_.bit(field);
+}
+
+void YMMessageBase::setField(short field, unsigned long tag, unsigned int hash)
+{
+  kwxml::FieldAddress a{field, 0, tag, hash};
+  if (resolveBit(*this, __PRETTY_FUNCTION__, a)) {
+    buffer_.setBit(a.field);
+  }
+}
+
+void YMMessageBase::unsetField(short field, unsigned long tag, unsigned int hash)
+{
+  kwxml::FieldAddress a{field, 0, tag, hash};
+  if (resolveBit(*this, __PRETTY_FUNCTION__, a)) {
+    buffer_.clearBit(a.field);
+  }
+}
+
+void YMMessageBase::setPrimitiveBitValue(int field, bool on)
+{
+  constexpr const char* function = "YMMessageBase::setPrimitiveBitValue";
+  if (field < 0 || field >= getNumberOfFields()) {
+    XMLDebug::getInstance()->logError(function, "Message [%s] does not have member [%d]",
+                                      class_ != nullptr && class_->name != nullptr ? class_->name : "", field);
+    return;
+  }
+  const FieldDef& def = class_->fields[field];
+  if (!kwxml::isPrimitiveType(def.type) || kwxml::isListType(def.type)) {
+    XMLDebug::getInstance()->logError(function, "Received member [%s] is not a primitive type. Given member type is [%d]",
+                                      def.getName(), static_cast<int>(def.type));
+    return;
+  }
+  const auto bit = static_cast<short>(field);
+  on ? buffer_.setBit(bit) : buffer_.clearBit(bit);
+}
+
+void YMMessageBase::wipeBitset() { buffer_.wipeBits(); }
+
+// ---- Scalars -------------------------------------------------------------------------------------------------------
+
+long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned long tag, unsigned int hash) const
+{
+  if (static_cast<unsigned short>(slot) >= buffer_.slotCount()) {
+    Access::logInvalidSlot(*this, signature, slot);
+    return 0;
+  }
+  if (tag == tagId_) {
+    return buffer_[slot];
+  }
+  const FieldDef* def = kwxml::findField(*class_, hash);
+  if (def == nullptr || !kwxml::contains(kwxml::scalarTypes, def->type)) {
+    Access::logUnknownHash(*this, signature, tag, hash);
+    return 0;
+  }
+  return buffer_[def->slot];
+}
+
+void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, long long value, bool isInteger,
+                                unsigned long tag, unsigned int hash)
+{
+  constexpr kwxml::TypeSet texts =
+      kwxml::typesHolding<std::string> | kwxml::typesHolding<std::wstring> | kwxml::typesHolding<bstring>;
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  if (!Access::resolve(*this, signature, a, kwxml::scalarTypes | (isInteger ? texts : 0))) {
+    return;
+  }
+  const FieldDef* def = &class_->fields[a.field];
+  if (a.slot != def->slot) {  // a trusted slot of another field
+    for (const FieldDef& other : *class_) {
+      def = other.slot == a.slot && kwxml::fieldTypeInfo(other.type).storage != kwxml::Storage::None ? &other : def;
+    }
+  }
+  if (a.slot != def->slot || kwxml::contains(kwxml::scalarTypes, def->type)) {
+    buffer_[a.slot] = value;
+  } else {
+    char digits[24];
+    const std::string text(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+    if (def->type == FIELD_STRING) {
+      Access::inPlace<std::string>(*this, a.slot) = text;
+    } else if (def->type == FIELD_WSTRING) {
+      Access::inPlace<std::wstring>(*this, a.slot).assign(text.begin(), text.end());
+    } else if (def->type == FIELD_PSTRING) {
+      auto*& password = Access::pointer<pstring>(*this, a.slot);
+      delete std::exchange(password, new pstring(text));
+    } else {
+      auto*& bytes = Access::pointer<bstring>(*this, a.slot);
+      delete std::exchange(bytes, new bstring(text));
+    }
+  }
+  buffer_.setBit(a.field);
+}
+
+XML_INT64& YMMessageBase::getint64ByRef(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::scalarTypes)) {
+    return Access::emptyValue<XML_INT64>();
+  }
+  buffer_.setBit(a.field);
+  return buffer_[a.slot];
+}
+
+// ---- Strings -------------------------------------------------------------------------------------------------------
+
+std::string& YMMessageBase::getstring(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
+}
+
+const std::string& YMMessageBase::getstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+std::string& YMMessageBase::getstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
+}
+
+void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag, unsigned int hash)
+{
+  Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
+}
+
+std::wstring& YMMessageBase::getwstring(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
+}
+
+const std::wstring& YMMessageBase::getwstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+std::wstring& YMMessageBase::getwstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
+}
+
+void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag, unsigned int hash)
+{
+  Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
+}
+
+bstring*& YMMessageBase::getbstringobject(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::objectRef<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+const bstring* YMMessageBase::getbstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+bstring& YMMessageBase::getbstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag, unsigned int hash)
+{
+  bstring& target = Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  if (auto* password = dynamic_cast<pstring*>(&target)) {
+    *password = value;  // a plain text again
+  } else {
+    target = value;
+  }
+}
+
+pstring*& YMMessageBase::getpstringobject(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::objectRef<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+const pstring* YMMessageBase::getpstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+pstring& YMMessageBase::getpstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  return Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+
+void YMMessageBase::setpstringobject(short field, short slot, const pstring& value, Annotation::PasswordEncryptType type,
+                                     unsigned long tag, unsigned int hash)
+{
+  pstring& target = Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  target = value;
+  target.setEncryptionType(type);
+}
+
+// ---- Nested messages -----------------------------------------------------------------------------------------------
+
+namespace {
+
+/// What getObject may hand out as a pointer-sized slot: objects, and scalars, whose bytes own nothing.
+constexpr kwxml::TypeSet oneSlotTypes = kwxml::objectTypes | kwxml::scalarTypes;
+
+void throwUnknownObject(const YMMessageBase& m, unsigned long tag, unsigned int hash)
+{
+  throw KwException("YMMessageBase::getObject",
+                    "KwXML does not recognize given field :[" + std::to_string(hash) + "] in Message [" + m.getTagName() +
+                        "] :[" + std::to_string(m.getTagID()) + "]. Message received : [" + std::to_string(tag) + "]");
+}
+
+}  // namespace
+
+void*& YMMessageBase::getObject(short field, short slot, unsigned long tag, unsigned int hash)
+{
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  if (Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes)) {
+    return Access::pointer<void>(*this, a.slot);
+  }
+  if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
+    throwUnknownObject(*this, tag, hash);
+  }
+  return Access::nullPointer<void>();
+}
+
+const void* YMMessageBase::getObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  return Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes) ? Access::pointer<void>(*this, a.slot) : nullptr;
+}
+
+void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership, unsigned long tag,
+                              unsigned int hash, bool markSet)
+{
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::objectTypes)) {
+    return;
+  }
+  const FieldDef& def = class_->fields[a.field];
+  if (def.slot != a.slot || !kwxml::contains(kwxml::objectTypes, def.type)) {
+    Access::logInvalidSlot(*this, __PRETTY_FUNCTION__, a.slot);  // the value's type is the field's, not the slot's
+    return;
+  }
+  kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (kwxml::ObjectValue<Tag>) {
+      using Value = typename Tag::Value;
+      auto*& stored = Access::pointer<Value>(*this, a.slot);
+      const auto* given = static_cast<const Value*>(value);
+      if (given == stored && given != nullptr) {
+        return;  // the same object again
+      }
+      auto* next = takeOwnership || given == nullptr ? const_cast<Value*>(given) : new Value(*given);
+      delete std::exchange(stored, next);
+    }
+  });
+  buffer_.clearBit(a.field);
+  if (markSet) {
+    buffer_.setBit(a.field);
+  }
+}
+
+YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot, unsigned long tag,
+                                                unsigned int hash, int system, int classIndex)
+{
+  kwxml::FieldAddress a{field, slot, tag, hash};
+  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::typesHolding<YMMessageBase>)) {
+    if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
+      throwUnknownObject(*this, tag, hash);
+    }
+    return nullptr;
+  }
+  auto*& message = Access::pointer<YMMessageBase>(*this, a.slot);
+  if (message == nullptr && (create || markSet)) {
+    setObject(a.field, a.slot, new YMMessageBase(system, classIndex), true, tagId_, hash, markSet);
+  } else if (message != nullptr && markSet) {
+    setField(a.field, tagId_, hash);
+  }
+  return message;
+}
+
+void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag, unsigned int hash)
+{
+  setObject(field, slot, value, false, tag, hash, true);
+}
+
+// ---- Lists and maps ------------------------------------------------------------------------------------------------
+
+std::vector<int>*& YMMessageBase::getlistint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<int>* YMMessageBase::getlistint_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistint(short field, short slot, const std::vector<int>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<unsigned int>*& YMMessageBase::getlistuint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<unsigned int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<unsigned int>* YMMessageBase::getlistuint_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<unsigned int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistuint(short field, short slot, const std::vector<unsigned int>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<long>*& YMMessageBase::getlistlong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<long>* YMMessageBase::getlistlong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistlong(short field, short slot, const std::vector<long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<unsigned long>*& YMMessageBase::getlistulong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<unsigned long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<unsigned long>* YMMessageBase::getlistulong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<unsigned long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistulong(short field, short slot, const std::vector<unsigned long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<long long>*& YMMessageBase::getlistlonglong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<long long>* YMMessageBase::getlistlonglong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistlonglong(short field, short slot, const std::vector<long long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<unsigned long long>*& YMMessageBase::getlistulonglong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<unsigned long long>* YMMessageBase::getlistulonglong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistulonglong(short field, short slot, const std::vector<unsigned long long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<float>*& YMMessageBase::getlistfloat(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<float>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<float>* YMMessageBase::getlistfloat_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<float>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistfloat(short field, short slot, const std::vector<float>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<double>*& YMMessageBase::getlistdouble(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<double>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<double>* YMMessageBase::getlistdouble_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<double>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistdouble(short field, short slot, const std::vector<double>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<std::string>*& YMMessageBase::getliststring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<std::string>* YMMessageBase::getliststring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setliststring(short field, short slot, const std::vector<std::string>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<std::wstring>*& YMMessageBase::getlistwstring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<std::wstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<std::wstring>* YMMessageBase::getlistwstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<std::wstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistwstring(short field, short slot, const std::vector<std::wstring>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<bstring>*& YMMessageBase::getlistbstring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<bstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<bstring>* YMMessageBase::getlistbstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<bstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistbstring(short field, short slot, const std::vector<bstring>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::vector<YMMessageBase>*& YMMessageBase::getlistobject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::vector<YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::vector<YMMessageBase>* YMMessageBase::getlistobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::vector<YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setlistobject(short field, short slot, const std::vector<YMMessageBase>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<long long, long long>*& YMMessageBase::getMapInt64AndInt64(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<long long, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<long long, long long>* YMMessageBase::getMapInt64AndInt64_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<long long, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapInt64AndInt64(short field, short slot, const std::map<long long, long long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<long long, std::string>*& YMMessageBase::getMapInt64AndString(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<long long, std::string>* YMMessageBase::getMapInt64AndString_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapInt64AndString(short field, short slot, const std::map<long long, std::string>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<long long, YMMessageBase>*& YMMessageBase::getMapInt64AndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<long long, YMMessageBase>* YMMessageBase::getMapInt64AndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapInt64AndObject(short field, short slot, const std::map<long long, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<std::string, long long>*& YMMessageBase::getMapStringAndInt64(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<std::string, long long>* YMMessageBase::getMapStringAndInt64_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapStringAndInt64(short field, short slot, const std::map<std::string, long long>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<std::string, std::string>*& YMMessageBase::getMapStringAndString(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<std::string, std::string>* YMMessageBase::getMapStringAndString_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapStringAndString(short field, short slot, const std::map<std::string, std::string>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<std::string, YMMessageBase>*& YMMessageBase::getMapStringAndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<std::string, YMMessageBase>* YMMessageBase::getMapStringAndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapStringAndObject(short field, short slot, const std::map<std::string, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<YMMessageBase, YMMessageBase>*& YMMessageBase::getMapObjectAndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+}
+const std::map<YMMessageBase, YMMessageBase>* YMMessageBase::getMapObjectAndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+}
+void YMMessageBase::setMapObjectAndObject(short field, short slot, const std::map<YMMessageBase, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}

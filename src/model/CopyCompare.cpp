@@ -1,0 +1,196 @@
+// Values of messages as wholes: deep copy, equality, deletion, for every field type through the one dispatcher.
+#include <kwxml/model/YMMessageBase.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/MessageInternal.h>
+
+#include <algorithm>
+
+using Access = kwxml::MessageAccess;
+
+// ---- Copy ----------------------------------------------------------------------------------------------------------
+
+void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
+    if constexpr (StringSlot<Tag>) {
+      inPlace<Value>(to, def.slot) = inPlace<Value>(from, def.slot);
+    } else if constexpr (InPlaceValue<Tag>) {
+      raw(to, def.slot) = raw(from, def.slot);
+    } else if constexpr (ObjectValue<Tag>) {
+      const Value* source = pointer<Value>(from, def.slot);
+      Value*& target = pointer<Value>(to, def.slot);
+      Value* copy = nullptr;
+      if (source != nullptr) {
+        copy = new Value(*source);
+      } else if constexpr (!MessageValue<Tag>) {
+        copy = new Value;  // a collection that was only marked set is an empty one
+      }
+      delete std::exchange(target, copy);
+    }
+  });
+  mark(to, def);
+}
+
+// ---- Equality ------------------------------------------------------------------------------------------------------
+
+namespace {
+
+struct Equal
+{
+  template <class T>
+  bool operator()(const T& a, const T& b) const
+  {
+    return a == b;  // a NaN in a list equals nothing, and 0.0 equals -0.0
+  }
+  bool operator()(const bstring& a, const bstring& b) const { return a.text() == b.text(); }
+  template <class T>
+  bool operator()(const std::vector<T>& a, const std::vector<T>& b) const
+  {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), Equal());
+  }
+  template <class K, class V>
+  bool operator()(const std::map<K, V>& a, const std::map<K, V>& b) const
+  {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+      return Equal()(x.first, y.first) && Equal()(x.second, y.second);
+    });
+  }
+};
+
+bool equalValues(const YMMessageBase& a, const YMMessageBase& b, const FieldDef& def)
+{
+  return kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
+    if constexpr (kwxml::StringSlot<Tag>) {
+      return Access::inPlace<Value>(a, def.slot) == Access::inPlace<Value>(b, def.slot);
+    } else if constexpr (kwxml::InPlaceValue<Tag>) {
+      return Access::raw(a, def.slot) == Access::raw(b, def.slot);
+    } else if constexpr (kwxml::ObjectValue<Tag>) {
+      const Value* x = Access::pointer<Value>(a, def.slot);
+      const Value* y = Access::pointer<Value>(b, def.slot);
+      if (x != nullptr && y != nullptr) {
+        return Equal()(*x, *y);
+      }
+      if constexpr (kwxml::ListValue<Tag> || kwxml::MapValue<Tag>) {  // a collection never made is an empty one
+        return (x == nullptr || x->empty()) && (y == nullptr || y->empty());
+      }
+      return x == y;
+    } else {
+      return Tag::type != FIELD_INVALID;
+    }
+  });
+}
+
+}  // namespace
+
+bool YMMessageBase::operator==(const YMMessageBase& other) const
+{
+  if (other.class_ == nullptr || class_ == nullptr || class_ != other.class_) {
+    return false;
+  }
+  for (const FieldDef& def : *class_) {
+    if (def.hash == 0) {
+      continue;
+    }
+    const bool set = Access::isSet(*this, def);
+    if (set != Access::isSet(other, def) || (set && !equalValues(*this, other, def))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// ---- Deletion ------------------------------------------------------------------------------------------------------
+
+void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
+    if constexpr (StringSlot<Tag>) {
+      Value& text = inPlace<Value>(m, def.slot);
+      if (destroying) {
+        text.~Value();
+      } else {
+        text.clear();
+      }
+    } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
+      Value*& bytes = pointer<Value>(m, def.slot);
+      if (destroying) {
+        delete std::exchange(bytes, nullptr);
+      } else if (bytes != nullptr) {
+        static_cast<bstring&>(*bytes) = bstring();
+      }
+    } else if constexpr (ObjectValue<Tag>) {
+      delete std::exchange(pointer<Value>(m, def.slot), nullptr);
+    }  // a scalar keeps its slot
+  });
+}
+
+void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long hash, bool destroying)
+{
+  const FieldDef* def = nullptr;
+  if (static_cast<unsigned short>(field) >= buffer_.bitCount()) {
+    Access::logInvalidField(*this, __PRETTY_FUNCTION__, field);
+    return;
+  }
+  if (tag == tagId_) {
+    def = &class_->fields[field];
+  } else if (def = kwxml::findField(*class_, static_cast<std::uint32_t>(hash)); def == nullptr) {
+    Access::logUnknownHash(*this, __PRETTY_FUNCTION__, tag, hash);
+    return;
+  }
+  Access::dropValue(*this, *def, destroying);
+  if (destroying && kwxml::fieldTypeInfo(def->type).slots == 4) {
+    // The slots must stay a valid string as long as the message lives.
+    if (def->type == FIELD_STRING) {
+      new (&buffer_[def->slot]) std::string;
+    } else {
+      new (&buffer_[def->slot]) std::wstring;
+    }
+  }
+  buffer_.clearBit(def->fieldNumber);
+}
+
+// ---- Bits of whole messages ----------------------------------------------------------------------------------------
+
+void YMMessageBase::setEveryPrimitiveBitset(bool on)
+{
+  if (class_ == nullptr) {
+    return;
+  }
+  for (const FieldDef& def : *class_) {
+    if (def.hash == 0) {
+      continue;
+    }
+    kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
+      if constexpr (kwxml::InPlaceValue<Tag>) {
+        on ? buffer_.setBit(def.fieldNumber) : buffer_.clearBit(def.fieldNumber);
+      } else if constexpr (kwxml::ByteString<Tag> || kwxml::PasswordString<Tag>) {
+        if (on) {
+          auto*& bytes = Access::pointer<typename Tag::Value>(*this, def.slot);
+          delete std::exchange(bytes, new typename Tag::Value);
+          Access::mark(*this, def);
+        } else {
+          deleteMember(def.fieldNumber, tagId_, def.hash, false);
+        }
+      }
+    });
+  }
+}
+
+void YMMessageBase::setMemberTestBit(const std::string& name, bool on)
+{
+  const FieldDef* def =
+      class_ != nullptr ? kwxml::findField(*class_, kwxml::nameHash(name.data(), name.size())) : nullptr;
+  if (def == nullptr || static_cast<std::uint16_t>(def->fieldNumber) == kwxml::DefaultValue::noField) {
+    return;
+  }
+  if (on) {
+    XMLDebug::getInstance()->logError("YMMessageBase::setMemberTestBit", "[%s]",
+                                      "You cannot enable a field without passing the value");
+    return;
+  }
+  deleteMember(def->fieldNumber, tagId_, def->hash, false);
+}

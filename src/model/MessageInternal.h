@@ -1,0 +1,200 @@
+// What the library's own rooms see of a message beside its public members: raw slots, bits and values, without
+// resolution by hash. Callers hold a field record of the message's own class. Not installed.
+#pragma once
+
+#include <kwxml/model/YMMessageBase.h>
+
+namespace kwxml {
+
+/// A set of field types, one bit per number.
+using TypeSet = std::uint64_t;
+
+/// The types whose values are held as a `T`.
+template <class T>
+inline constexpr TypeSet typesHolding = [] {
+  TypeSet set = 0;
+#define KWXML_TYPE(...) __VA_ARGS__
+#define KWXML_FIELD_TYPE(number, enumerator, text, storage, slots, Value, ...) \
+  set |= static_cast<TypeSet>(std::is_same_v<T, Value>) << number;
+#include <kwxml/model/FieldTypes.def>
+#undef KWXML_FIELD_TYPE
+#undef KWXML_TYPE
+  return set;
+}();
+/// A password is a byte string too.
+template <>
+inline constexpr TypeSet typesHolding<bstring> = TypeSet{1} << FIELD_BSTRING | TypeSet{1} << FIELD_PSTRING;
+
+/// The types whose value is one pointer, and those of one slot of any kind.
+template <Storage S>
+inline constexpr TypeSet typesStored = [] {
+  TypeSet set = 0;
+  for (const FieldTypeInfo& info : fieldTypeTable) {
+    set |= static_cast<TypeSet>(info.storage == S && info.slots == 1) << info.type;
+  }
+  return set;
+}();
+inline constexpr TypeSet scalarTypes = typesStored<Storage::InPlace>;
+inline constexpr TypeSet objectTypes = typesStored<Storage::Object>;
+
+constexpr bool contains(TypeSet set, FieldDataType type) { return type < fieldTypeCount && (set >> type & 1) != 0; }
+
+/// The address of a field as callers of an accessor give it; resolve() makes it the message's own.
+struct FieldAddress
+{
+  short field;
+  short slot;
+  unsigned long tag;
+  unsigned int hash;
+};
+
+struct MessageAccess
+{
+  static YMMessageBuffer& buffer(YMMessageBase& m) { return m.buffer_; }
+  static const YMMessageBuffer& buffer(const YMMessageBase& m) { return m.buffer_; }
+  static bool isSet(const YMMessageBase& m, const FieldDef& def) { return m.buffer_.bit(def.fieldNumber); }
+  static void mark(YMMessageBase& m, const FieldDef& def) { m.buffer_.setBit(def.fieldNumber); }
+
+  static long long& raw(YMMessageBase& m, short slot) { return m.buffer_[slot]; }
+  static long long raw(const YMMessageBase& m, short slot) { return m.buffer_[slot]; }
+
+  /// The object in place at a slot (strings).
+  template <class T>
+  static T& inPlace(YMMessageBase& m, short slot)
+  {
+    return *std::launder(reinterpret_cast<T*>(&m.buffer_[slot]));
+  }
+  template <class T>
+  static const T& inPlace(const YMMessageBase& m, short slot)
+  {
+    return *std::launder(reinterpret_cast<const T*>(&m.buffer_[slot]));
+  }
+  /// The owned pointer in a slot.
+  template <class T>
+  static T*& pointer(YMMessageBase& m, short slot)
+  {
+    return *reinterpret_cast<T**>(&m.buffer_[slot]);
+  }
+  template <class T>
+  static const T* pointer(const YMMessageBase& m, short slot)
+  {
+    return *reinterpret_cast<T* const*>(&m.buffer_[slot]);
+  }
+
+  /// Makes the address that of the message's own field, whose type must be in `types`. On the own tag the caller's
+  /// slot is kept, as long as it lies in the message and holds a value of such a type: a foreign slot of another
+  /// kind would break the value's owner. False, with one log line, when there is no such field.
+  static bool resolve(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types)
+  {
+    if (address.tag == m.tagId_ && static_cast<unsigned short>(address.field) < m.buffer_.bitCount()) [[likely]] {
+      const FieldDef& def = m.class_->fields[address.field];
+      if (def.slot == address.slot && contains(types, def.type)) [[likely]] {
+        return true;
+      }
+    }
+    return resolveSlow(m, signature, address, types);
+  }
+  static bool resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types);
+
+  static void logInvalidField(const YMMessageBase& m, const char* signature, int field);
+  static void logInvalidSlot(const YMMessageBase& m, const char* signature, int slot);
+  static void logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag, unsigned long hash);
+
+  /// Destroys what lives in the message and gives it another class's storage.
+  static void destroyValues(YMMessageBase& m) noexcept;
+  static void destroyCaches(YMMessageBase& m) noexcept;
+  static void takeOver(YMMessageBase& to, YMMessageBase& from) noexcept;
+  static void takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept;
+  /// Deep copy of one value into a message of the same class, marking it set.
+  static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
+  /// Drops a value as deleteMember() does, without the bit.
+  static void dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept;
+
+  // ---- What the accessor families share --------------------------------------------------------------------------
+
+  template <class T>
+  static T*& nullPointer()
+  {
+    thread_local T* pointer;
+    return pointer = nullptr;
+  }
+  template <class T>
+  static T& emptyValue()
+  {
+    thread_local T value;
+    return value = T();
+  }
+
+  template <class T>
+  static T*& collection(YMMessageBase& m, const char* signature, FieldAddress a, bool markSet)
+  {
+    if (!resolve(m, signature, a, typesHolding<T>)) {
+      return nullPointer<T>();
+    }
+    T*& value = pointer<T>(m, a.slot);
+    if (value == nullptr) {
+      value = new T;
+    }
+    if (markSet) {
+      m.buffer_.setBit(a.field);
+    }
+    return value;
+  }
+  template <class T>
+  static const T* object(const YMMessageBase& m, const char* signature, FieldAddress a)
+  {
+    return resolve(m, signature, a, typesHolding<T>) ? pointer<T>(m, a.slot) : nullptr;
+  }
+  template <class T>
+  static T*& objectRef(YMMessageBase& m, const char* signature, FieldAddress a)
+  {
+    return resolve(m, signature, a, typesHolding<T>) ? pointer<T>(m, a.slot) : nullPointer<T>();
+  }
+  template <class T>
+  static void replaceCollection(YMMessageBase& m, const char* signature, FieldAddress a, const T* values)
+  {
+    if (!resolve(m, signature, a, typesHolding<T>)) {
+      return;
+    }
+    T*& slot = pointer<T>(m, a.slot);
+    if (values == nullptr || values != slot) {
+      T* copy = values != nullptr ? new T(*values) : new T;
+      delete slot;
+      slot = copy;
+    }
+    m.buffer_.setBit(a.field);
+  }
+  /// The string object of a field; `mark` sets the bit.
+  template <class T>
+  static T& string(YMMessageBase& m, const char* signature, FieldAddress a, bool mark)
+  {
+    if (!resolve(m, signature, a, typesHolding<T>)) {
+      return emptyValue<T>();
+    }
+    if (mark) {
+      m.buffer_.setBit(a.field);
+    }
+    return inPlace<T>(m, a.slot);
+  }
+  template <class T>
+  static const T& string(const YMMessageBase& m, const char* signature, FieldAddress a)
+  {
+    return resolve(m, signature, a, typesHolding<T>) ? inPlace<T>(m, a.slot) : emptyValue<T>();
+  }
+  /// The byte or password string of a field, made when absent, and marked set.
+  template <class T>
+  static T& markedObject(YMMessageBase& m, const char* signature, FieldAddress a)
+  {
+    if (!resolve(m, signature, a, typesHolding<T>)) {
+      return emptyValue<T>();
+    }
+    m.buffer_.setBit(a.field);
+    T*& slot = pointer<T>(m, a.slot);
+    if (slot == nullptr) {
+      slot = new T;
+    }
+    return *slot;
+  }
+};
+
+}  // namespace kwxml

@@ -1,0 +1,350 @@
+#include <kwxml/model/Metadata.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/MessageInternal.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr int systemCount = XML_KWMessage_MessageSystemChooser::numberOfSystems;
+
+const MessageSystemRow& row(unsigned system)
+{
+  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system < static_cast<unsigned>(systemCount) ? system : 0];
+}
+
+}  // namespace
+
+namespace kwxml {
+
+const _ClassDef* findClass(unsigned system, unsigned classIndex)
+{
+  const MessageSystemRow& r = row(system);
+  return static_cast<int>(classIndex) >= 0 && static_cast<int>(classIndex) < r.numberOfClasses ? &r.classes[classIndex]
+                                                                                                : nullptr;
+}
+
+const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash)
+{
+  for (const FieldDef& def : cls) {
+    if (def.hash == hash) {
+      return &def;
+    }
+  }
+  return nullptr;
+}
+
+bool isPrimitiveType(unsigned type)
+{
+  switch (type) {
+    case FIELD_UNSET:
+    case FIELD_LIST_OBJECT:
+    case FIELD_OBJECT:
+    case FIELD_RESERVED:
+    case FIELD_MAP_INT64_OBJECT:
+    case FIELD_MAP_STRING_OBJECT:
+    case FIELD_MAP_OBJECT_OBJECT:
+      return false;
+    default:
+      return true;  // numbers above the last type included
+  }
+}
+
+bool isListType(unsigned type)
+{
+  // The set has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring: encodings depend on it.
+  constexpr TypeSet set = TypeSet{1} << FIELD_ULONGLONG | TypeSet{1} << FIELD_LIST_INT | TypeSet{1} << FIELD_LIST_UINT |
+                          TypeSet{1} << FIELD_LIST_LONG | TypeSet{1} << FIELD_LIST_ULONG |
+                          TypeSet{1} << FIELD_LIST_LONGLONG | TypeSet{1} << FIELD_LIST_ENUM |
+                          TypeSet{1} << FIELD_LIST_STRING | TypeSet{1} << FIELD_LIST_WSTRING |
+                          TypeSet{1} << FIELD_LIST_OBJECT | TypeSet{1} << FIELD_LIST_BOOL |
+                          TypeSet{1} << FIELD_LIST_FLOAT | TypeSet{1} << FIELD_LIST_DOUBLE;
+  return type < fieldTypeCount && (set >> type & 1) != 0;
+}
+
+bool isCollectionType(unsigned type)
+{
+  return isListType(type) || type == FIELD_LIST_BSTRING || fieldTypeInfo(type).mapKey != FIELD_UNSET;
+}
+
+}  // namespace kwxml
+
+// ---- FieldDef ------------------------------------------------------------------------------------------------------
+
+bool FieldDef::isMapType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapKey != FIELD_UNSET; }
+
+FieldDataType FieldDef::getMapKeyType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapKey; }
+
+FieldDataType FieldDef::getMapValueType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapValue; }
+
+const char* FieldDef::getFieldTypeName(FieldDataType t)
+{
+  const char* text = kwxml::fieldTypeInfo(t).text;
+  return text != nullptr ? text : "Unknown Type ";
+}
+
+std::string FieldDef::convertFieldToTypeString(FieldDataType t) { return getFieldTypeName(t); }
+
+bool FieldDef::isValidEnumValue(const FieldDef& field, int value)
+{
+  if (field.type != FIELD_ENUM && field.type != FIELD_LIST_ENUM) {
+    return false;
+  }
+  const auto reference = kwxml::packedReference(field);
+  const _ClassDef* cls =
+      YMMessageBase::GetClassDef(static_cast<short>(reference.system), static_cast<int>(reference.classIndex));
+  if (cls == nullptr) {
+    XMLDebug::getInstance()->logError("static bool FieldDef::isValidEnumValue(const FieldDef&, int)",
+                                      "Error identifying [%s]:[%d] as an enum ", field.getName(), value);
+    return false;
+  }
+  return kwxml::findField(*cls, static_cast<std::uint32_t>(value)) != nullptr;
+}
+
+const void* FieldDef::getFieldAddrResolved(const YMMessageBase& message) const
+{
+  switch (kwxml::fieldTypeInfo(type).storage) {
+    case kwxml::Storage::InPlace:
+      return &kwxml::MessageAccess::buffer(message)[slot];
+    case kwxml::Storage::Object:
+      return kwxml::MessageAccess::pointer<void>(message, slot);
+    case kwxml::Storage::None:
+      break;
+  }
+  return nullptr;
+}
+
+// ---- Look-ups ------------------------------------------------------------------------------------------------------
+
+bool YMMessageBase::getMessageSystemIndexFromName(const char* name, short& system)
+{
+  for (int i = 1; name != nullptr && i < systemCount; ++i) {
+    const char* rowName = row(static_cast<unsigned>(i)).name;
+    if (rowName != nullptr && std::strcmp(rowName, name) == 0) {
+      system = static_cast<short>(i);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool YMMessageBase::getMessageIndexFromName(const char* name, short& system, int& index)
+{
+  const auto number = static_cast<unsigned short>(system);
+  if (number >= systemCount || name == nullptr) {
+    return false;
+  }
+  const MessageSystemRow& r = row(number);
+  for (int i = 0; i < r.numberOfClasses; ++i) {
+    if (r.classes[i].name != nullptr && std::strcmp(r.classes[i].name, name) == 0) {
+      index = i;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool YMMessageBase::getIndicesFromTagID(short& system, int& index, unsigned long tag)
+{
+  system = static_cast<short>(tag >> 24 & 0xFF);
+  if (system < 1 || system >= systemCount) {
+    return false;
+  }
+  const MessageSystemRow& r = row(static_cast<unsigned>(system));
+  const std::uint64_t wanted = tag & 0xFFFFFF;
+  // Repeated IDs exist; this exact search decides which of equal entries is met first.
+  int low = 0;
+  int high = r.numberOfClasses - 1;
+  while (low <= high) {
+    const int middle = (low + high) / 2;
+    const std::uint64_t id = r.classIds[middle].classId;
+    if (wanted == id) {
+      index = r.classIds[middle].classIndex;
+      return true;
+    }
+    if (wanted < id) {
+      high = middle - 1;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return false;
+}
+
+bool YMMessageBase::getTagIDFromIndices(short system, short index, unsigned long& tag)
+{
+  const auto number = static_cast<unsigned short>(system);
+  const _ClassDef* cls = index < 0 ? nullptr : kwxml::findClass(number, static_cast<unsigned>(index));
+  if (cls == nullptr) {
+    return false;
+  }
+  tag = static_cast<unsigned long>(number) << 24 | cls->classId;
+  return true;
+}
+
+const _ClassDef* YMMessageBase::GetClassDef(short system, int index)
+{
+  const _ClassDef* cls =
+      system >= 1 && index >= 0 ? kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index)) : nullptr;
+  if (cls == nullptr) {
+    XMLDebug::getInstance()->logError("YMMessageBase::GetClassDef",
+                                      "Unable to retrieve metadata for message with msgSysIndex : [%d], msgIndex : [%d]",
+                                      static_cast<int>(system), index);
+  }
+  return cls;
+}
+
+const _ClassDef* YMMessageBase::GetClassDef(unsigned long tag)
+{
+  short system = 0;
+  int index = 0;
+  return getIndicesFromTagID(system, index, tag) ? GetClassDef(system, index) : nullptr;
+}
+
+const _ClassDef* YMMessageBase::GetClassDef(const YMMessageBase* message)
+{
+  return message != nullptr ? message->class_ : nullptr;
+}
+
+namespace {
+
+/// The two public forms differ in one capital of their log text.
+const _ClassDef* classOfReference(const void* packed, const char* format)
+{
+  const auto reference = kwxml::PackedReference::read(packed);
+  if (reference.system < static_cast<unsigned>(systemCount)) {
+    return kwxml::findClass(reference.system, reference.classIndex);
+  }
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  XMLDebug::getInstance()->logError("YMMessageBase::GetClassDefFromPtrToClassID", format, static_cast<int>(reference.system),
+                                    static_cast<int>(reference.classIndex), systemCount);
+#pragma GCC diagnostic pop
+  return nullptr;
+}
+
+}  // namespace
+
+const _ClassDef* YMMessageBase::GetClassDefFromClassID(const FieldDef& field)
+{
+  if (field.name == nullptr || FieldDef::packedReferences(field.type) == 0) {
+    return nullptr;  // the name of such a field is no reference
+  }
+  return classOfReference(field.name,
+                          "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_subsystems : [%d]");
+}
+
+const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* packed)
+{
+  if (packed == nullptr) {
+    return nullptr;
+  }
+  return classOfReference(packed,
+                          "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_Subsystems : [%d]");
+}
+
+std::string YMMessageBase::getTagName() const
+{
+  if (class_ == nullptr) {
+    return {};
+  }
+  return getSubsystemName() + "_" + (class_->name != nullptr ? class_->name : "");
+}
+
+std::string YMMessageBase::getSubsystemName() const
+{
+  const char* name = row(static_cast<unsigned>(system_)).name;
+  return name != nullptr ? name : "";
+}
+
+std::string YMMessageBase::getTagNameFromTagID(unsigned long tag)
+{
+  short system = 0;
+  int index = 0;
+  if (!getIndicesFromTagID(system, index, tag)) {
+    return {};
+  }
+  const _ClassDef* cls = kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index));
+  const char* systemName = row(static_cast<unsigned>(system)).name;
+  if (cls == nullptr || systemName == nullptr) {
+    return {};
+  }
+  return std::string(systemName) + "_" + (cls->name != nullptr ? cls->name : "");
+}
+
+bool YMMessageBase::getNumberOfFields(unsigned long tag, int& count)
+{
+  const _ClassDef* cls = GetClassDef(tag);
+  if (cls == nullptr) {
+    return false;
+  }
+  count = cls->numberOfFields;
+  return true;
+}
+
+int YMMessageBase::getFieldNumberFromName(const _ClassDef* cls, const std::string& name)
+{
+  if (cls == nullptr || cls->numberOfFields <= 0) {
+    return -1;
+  }
+  const FieldDef* found = nullptr;
+  if (cls->isEnum()) {
+    found = std::find_if(cls->begin(), cls->end(), [&](const FieldDef& def) { return name == def.name; });
+    found = found == cls->end() ? nullptr : found;
+  } else {
+    found = kwxml::findField(*cls, kwxml::nameHash(name.data(), name.size()));
+  }
+  return found == nullptr ? -1 : static_cast<int>(found - cls->fields);
+}
+
+const char* YMMessageBase::getEnumString(short system, const char* enumName, int value)
+{
+  constexpr const char* function = "YMMessageBase::getEnumString";
+  const auto number = static_cast<unsigned short>(system);
+  if (number >= systemCount) {
+    XMLDebug::getInstance()->logError(function, "Subsystem : [%d] does not exist", static_cast<int>(system));
+    return "";
+  }
+  const MessageSystemRow& r = row(number);
+  for (int i = 0; enumName != nullptr && i < r.numberOfClasses; ++i) {
+    const _ClassDef& cls = r.classes[i];
+    if (cls.name == nullptr || std::strcmp(cls.name, enumName) != 0) {
+      continue;
+    }
+    if (const FieldDef* def = kwxml::findField(cls, static_cast<std::uint32_t>(value))) {
+      return def->name;
+    }
+  }
+  XMLDebug::getInstance()->logError(function,
+                                    "Subsystem : [%d] :: Enum : [%s] does not have a member with value : [%d]",
+                                    static_cast<int>(system), enumName != nullptr ? enumName : "", value);
+  return "";
+}
+
+const XPathDataRow* YMMessageBase::getXPathData(short system)
+{
+  switch (system) {
+    case 12:
+    case 18:
+    case 22:
+    case 100:
+      break;
+    default:
+      return nullptr;
+  }
+  for (const XPathDataRow* r = XML_KWMessage_MessageSystemChooser::xpathData; r->count >= 0; ++r) {
+    if (static_cast<short>(r->system) == system) {
+      return r;
+    }
+  }
+  return nullptr;  // a catalogue may hold no XPath identifiers for the system
+}
+
+bool YMMessageBase::isOldWay(unsigned long tag)
+{
+  const auto system = static_cast<std::uint16_t>(tag >> 24 & 0xFF);
+  const auto& list = XML_KWMessage_MessageSystemChooser::oldXFilesSubsystemIDS;
+  return std::find(std::begin(list), std::end(list), system) != std::end(list);
+}

@@ -1,0 +1,209 @@
+// The constant records that describe message classes, and the lookups over them.
+//
+// The catalogue compiler writes these records as constant arrays; they are linked into the program, never
+// allocated, never freed, and read from any thread without a lock. Code outside the model reads them and
+// never changes them. Sizes and member orders are part of the contract with compiled catalogues.
+#pragma once
+
+#include <kwxml/model/FieldTypes.h>
+
+#include <cstdint>
+#include <string>
+
+/// One field of a message class, or one enumerator of an enumeration. The records of a class are contiguous
+/// and in declaration order.
+struct FieldDef
+{
+  /// NUL-terminated name behind its packed class references: one (4 bytes, big-endian: system index, then the
+  /// 24-bit class index) for types 10, 19, 22, 23, 35 and 38, two (key class, value class) for type 39. The
+  /// reference may hold zero bytes. getName() skips them.
+  const char* name;
+  /// The field's annotation record (see docs/formats.md) or null.
+  const unsigned char* annotations;
+  /// The 24-bit hash of the name, 0 for a hidden field; for an enumerator (type 32) its value instead.
+  std::uint32_t hash;
+  /// Always zero.
+  std::uint32_t reserved;
+  /// Position of the record in its class and the field's bit in the is-set bitset; 0 for records of type 0.
+  std::int16_t fieldNumber;
+  /// First 8-byte slot of the value. Not derivable from the position: slots need not follow declaration
+  /// order.
+  std::int16_t slot;
+  FieldDataType type;
+
+  /// The name past its packed class references.
+  const char* getName() const { return name + packedReferences(type) * 4; }
+
+  /// Number of packed class references before the name of a field of type `t`: 0, 1 or 2.
+  static constexpr int packedReferences(FieldDataType t)
+  {
+    switch (t) {  // an irregular set: map keys and lists differ in what they reference
+      case FIELD_ENUM:
+      case FIELD_LIST_ENUM:
+      case FIELD_LIST_OBJECT:
+      case FIELD_OBJECT:
+      case FIELD_MAP_INT64_OBJECT:
+      case FIELD_MAP_STRING_OBJECT:
+        return 1;
+      case FIELD_MAP_OBJECT_OBJECT:
+        return 2;
+      default:
+        return 0;
+    }
+  }
+
+  static bool isMapType(FieldDataType t);
+  static FieldDataType getMapKeyType(FieldDataType t);
+  static FieldDataType getMapValueType(FieldDataType t);
+  /// The type's name in a schema listing; "Unknown Type " for a type without one.
+  static const char* getFieldTypeName(FieldDataType t);
+  /// The same text as a string.
+  static std::string convertFieldToTypeString(FieldDataType t);
+  /// True when the field is an enumeration or a list of them and `value` is one of its enumerators. Logs and
+  /// returns false when the enumeration's class cannot be found.
+  static bool isValidEnumValue(const FieldDef& field, int value);
+
+  /// Where a message keeps this field's value: the address of its first slot for a value in place, the
+  /// pointer in its slot (null until created) for an object, null for a type without storage.
+  const void* getFieldAddrResolved(const YMMessageBase& message) const;
+};
+static_assert(sizeof(FieldDef) == 32, "field records are packed");
+
+/// One message class or enumeration. An enumeration is a class whose records are all enumerators.
+struct _ClassDef
+{
+  const char* name;
+  const FieldDef* fields;
+  std::uint64_t classId;       ///< low 24 bits of the tag identifier
+  std::int32_t defaultsIndex;  ///< first entry in the system's defaults table, or -1
+  std::int16_t numberOfFields;
+  std::int16_t numberOfSlots;  ///< 8-byte slots that the values need
+
+  bool isEnum() const { return numberOfFields > 0 && fields[0].type == FIELD_ENUMERATOR; }
+  const FieldDef* begin() const { return fields; }
+  const FieldDef* end() const { return fields + numberOfFields; }
+};
+static_assert(sizeof(_ClassDef) == 32);
+
+namespace kwxml {
+
+/// An entry of a system's defaults table. A class's entries start at its defaultsIndex and run in field
+/// order.
+struct DefaultValue
+{
+  std::uint16_t fieldNumber;  ///< noField marks an entry that matches no field and ends a class's run
+  const char* text;           ///< decimal number, "true"/"false", or a string
+  static constexpr std::uint16_t noField = 65535;
+};
+
+/// An entry of a system's class-ID table, sorted ascending by ID; IDs may repeat.
+struct ClassIdIndex
+{
+  std::uint64_t classId;
+  std::int16_t classIndex;
+};
+
+/// Path of field indices from a top-level class down to the field that holds a value.
+struct XPathFieldsInfo
+{
+  const std::int16_t* fieldIndices;
+  std::int32_t depth;
+};
+
+}  // namespace kwxml
+
+/// XPath identifier and its index into the fields-info array; arrays are sorted by identifier.
+struct XPathIDHelper
+{
+  std::int32_t id;
+  std::int32_t fieldsInfoIndex;
+};
+
+/// XPath identifier and its text; arrays are sorted by text in strcmp order.
+struct XPathIDToXPath
+{
+  std::uint32_t id;
+  const char* xpath;
+};
+
+/// The XPath tables of one message system. The arrays have one entry more than `count`.
+struct XPathDataRow
+{
+  std::int64_t system;  ///< message-system index in the low 16 bits
+  const kwxml::XPathFieldsInfo* fieldsInfo;
+  const XPathIDHelper* idToFieldsInfo;
+  const XPathIDToXPath* idToXPath;
+  std::int32_t count;
+};
+
+/// One row of the registry of message systems; the row's position is the system index.
+struct MessageSystemRow
+{
+  const char* name;  ///< null in an empty row
+  const _ClassDef* classes;
+  const kwxml::ClassIdIndex* classIds;
+  const kwxml::DefaultValue* defaults;
+  std::int16_t numberOfClasses;  ///< also the length of classIds
+  std::int16_t eager;            ///< 1: messages build all nested objects and mark every primitive when made
+};
+static_assert(sizeof(MessageSystemRow) == 40);
+
+/// The registry. Its tables are defined by the catalogue that a program is linked with; the library defines
+/// none.
+struct XML_KWMessage_MessageSystemChooser
+{
+  static constexpr int numberOfSystems = 206;
+  /// Row 0 is always empty.
+  static const MessageSystemRow msgSysStruct[numberOfSystems];
+  /// One row per system with XPath data; ends with a row of system 0, null pointers and count -1.
+  static const XPathDataRow xpathData[];
+  /// The systems whose eager flag is 1. Tag identifiers travel in encoded messages, so the numbers are fixed.
+  static constexpr std::uint16_t oldXFilesSubsystemIDS[28] = {1,  2,   3,   4,   5,   6,   7,   9,  10, 11,
+                                                              13, 15,  16,  17,  19,  25,  31,  33, 34, 36,
+                                                              50, 103, 110, 111, 113, 114, 116, 201};
+};
+
+namespace kwxml {
+
+/// The hash by which fields are found: h = h * 31 + c over the bytes read as signed characters, in wrapping
+/// 32-bit arithmetic, kept to its low 24 bits. 0 for a null pointer or no bytes.
+constexpr std::uint32_t nameHash(const char* text, std::size_t length)
+{
+  std::uint32_t h = 0;
+  for (std::size_t i = 0; text != nullptr && i < length; ++i) {
+    h = h * 31 + static_cast<std::uint32_t>(static_cast<signed char>(text[i]));
+  }
+  return h & 0xFFFFFF;
+}
+static_assert(nameHash("errorCode", 9) == 0x9CB015 && nameHash("\xC3", 1) == 0xFFFFC3);
+
+/// A packed class reference as it stands before a field's name.
+struct PackedReference
+{
+  unsigned system;
+  unsigned classIndex;
+  static PackedReference read(const void* fourBytes)
+  {
+    const auto* b = static_cast<const unsigned char*>(fourBytes);
+    return {b[0], static_cast<unsigned>(b[1]) << 16 | static_cast<unsigned>(b[2]) << 8 | b[3]};
+  }
+};
+
+/// The reference before the name of `field`, `which` being 0 or (type 39: the value's class) 1.
+inline PackedReference packedReference(const FieldDef& field, int which = 0)
+{
+  return PackedReference::read(field.name + which * 4);
+}
+
+/// Class record at an index of a system; null when either is out of range. Logs nothing.
+const _ClassDef* findClass(unsigned system, unsigned classIndex);
+
+/// First record of an ordinary class whose stored hash is `hash`; null when there is none.
+const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash);
+
+/// Irregular sets, kept exactly as the product's encodings have them.
+bool isPrimitiveType(unsigned type);
+bool isListType(unsigned type);
+bool isCollectionType(unsigned type);
+
+}  // namespace kwxml

@@ -1,0 +1,487 @@
+// The one generic message class: it holds the values of any message of the catalogue.
+//
+// A message knows its class only through its tag identifier and a pointer to the class's constant record;
+// there is no per-class code. Values are reached through typed accessors that all take the same address:
+// field number, slot, expected tag and name hash, as generated wrappers know them. When the expected tag is
+// the message's own, field number and slot are trusted (within the message's slots); otherwise the field is
+// found again by its name hash in the message's own class, so that programs built against different
+// catalogues understand each other.
+//
+// Ownership: a message owns everything its slots point to. Copies are deep; a move takes everything over and
+// leaves the source without a class. Thread safety: a message is not safe for concurrent use; distinct
+// messages share only constant data.
+#pragma once
+
+#include <kwxml/model/Metadata.h>
+#include <kwxml/model/StringTypes.h>
+#include <kwxml/model/XMLChstring.h>
+#include <kwxml/model/YMMessageBuffer.h>
+
+#include <map>
+#include <new>
+#include <string>
+#include <vector>
+
+typedef long long XML_INT64;
+
+namespace KwEntities {
+/// The typed wrapper of the processing-instruction class, defined by the header of a catalogue that has it.
+/// Like every wrapper it derives from YMMessageBase alone and adds no member.
+class ProcessingInstructionInfo;
+}  // namespace KwEntities
+
+namespace kwxml {
+struct MessageAccess;
+
+/// Systems and tag of the processing-instruction class, which the library reaches by tag in any catalogue.
+inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
+}  // namespace kwxml
+
+class YMMessageBase
+{
+public:
+  // ---- Construction
+  // ------------------------------------------------------------------------------------------------
+
+  /// A message without a class: it has no fields until it is assigned or initialised.
+  YMMessageBase() noexcept = default;
+  /// A message of class `classIndex` of `system`, with its defaults; without a class when there is none.
+  YMMessageBase(int system, int classIndex);
+  /// The same in storage of the caller (8-byte aligned, `sizeInBytes` bytes), which must outlive the message
+  /// and is zeroed first. Throws KwException (and logs) when the slots and the is-set bits need more bytes.
+  YMMessageBase(int system, int classIndex, long long* buffer, int sizeInBytes);
+  YMMessageBase(const YMMessageBase& source);
+  /// Takes over the values, class included, without copying; `source` is left without a class.
+  YMMessageBase(YMMessageBase&& source) noexcept;
+  ~YMMessageBase();
+
+  /// Copies all set fields and the cached texts. Fields that are unset in the source are unset afterwards. A
+  /// message without a class takes on the source's; otherwise different classes throw KwException (and log),
+  /// and the target is unchanged.
+  YMMessageBase& operator=(const YMMessageBase& source);
+  /// Takes over everything that the source has, its class included.
+  YMMessageBase& operator=(YMMessageBase&& source) noexcept;
+
+  /// Gives a message its class and storage, as the constructors do. What it held before is destroyed.
+  void initialize(int system, int classIndex, bool external, long long* buffer, int size);
+  /// Does nothing; kept for callers of the interface.
+  void initialize() {}
+  /// Initialises the XML machinery of the process.
+  static void Initialize();
+
+  /// New message for a tag; the caller owns it. Null (and a log line) when the tag does not resolve. The flag
+  /// has no effect.
+  static YMMessageBase* createObject(unsigned long tag, bool flag = false);
+  /// New message from indices that other look-ups gave; null when there is no such class.
+  static YMMessageBase* createObjectFromIndices(short& system, int& classIndex);
+  /// New message from the packed class reference in the first four bytes at `packed`; null for a null pointer
+  /// or (with a log line) a system above 205. The flag has no effect.
+  static YMMessageBase* createObjectFromClassID(const unsigned long* packed, bool flag = false);
+  /// The same, but null for the processing-instruction class.
+  static YMMessageBase* createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed);
+  /// New message in `out`, filled from `xml` when `parseNow` is set, else keeping `xml` (which may be null)
+  /// as its serialized text. 0 on success; 1 on failure, with `out` null and the reason in `errorText`.
+  static int ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,
+                             std::string& errorText);
+  static int constructObject(unsigned long system, unsigned long classId, const char* xml,
+                             YMMessageBase*& out, bool parseNow, std::string& errorText);
+
+  /// Back to the state after construction: fields deleted, defaults applied.
+  void reset();
+  /// Sets the field at position `onlyField`, or every field (-1), to its default value, where it has one.
+  void setDefaults(short onlyField);
+  /// Creates empty lists and nested messages (old-way classes do so at construction).
+  void constructSubObjects();
+
+  // ---- Class and look-ups
+  // ------------------------------------------------------------------------------------------
+
+  static bool getMessageSystemIndexFromName(const char* name, short& system);
+  static bool getMessageIndexFromName(const char* name, short& system, int& index);
+  /// Stores the system also when the tag does not resolve.
+  static bool getIndicesFromTagID(short& system, int& index, unsigned long tag);
+  static bool getTagIDFromIndices(short system, short index, unsigned long& tag);
+  /// Null, with a log line, when there is no such class.
+  static const _ClassDef* GetClassDef(short system, int index);
+  static const _ClassDef* GetClassDef(unsigned long tag);
+  static const _ClassDef* GetClassDef(const YMMessageBase* message);
+  /// Class of the packed reference before the field's name, or at `packed`; null (and a log line) when it is
+  /// invalid.
+  static const _ClassDef* GetClassDefFromClassID(const FieldDef& field);
+  static const _ClassDef* GetClassDefFromClassID(const unsigned long* packed);
+  static std::string getTagNameFromTagID(unsigned long tag);
+  static bool getNumberOfFields(unsigned long tag, int& count);
+  /// Position of the field (found by name hash) or enumerator (found by name); -1 when there is none.
+  static int getFieldNumberFromName(const _ClassDef* cls, const std::string& name);
+  /// Name of the enumerator with `value` in the enumeration of that name; an empty text and a log line when
+  /// there is none. Never null.
+  static const char* getEnumString(short system, const char* enumName, int value);
+  /// XPath tables of a system; null when it has none.
+  static const XPathDataRow* getXPathData(short system);
+  static bool isOldWay(unsigned long tag);
+  /// Writes the table of a class and its fields into `out`; false, with `out` unchanged, when there is no
+  /// such class.
+  static bool getMessageSchemaString(std::string& out, short systemIndex, int classIndex, bool includeHidden,
+                                     bool showHash);
+  static bool getMessageSchemaString(unsigned long tagID, std::string& out, bool includeHidden,
+                                     bool showHash);
+
+  unsigned long getTagID() const noexcept { return tagId_; }
+  int getSubsysID() const noexcept { return system_; }
+  int getClassIndex() const noexcept { return classIndex_; }
+  std::string getTagName() const;
+  std::string getSubsystemName() const;
+  int getNumberOfFields() const noexcept { return buffer_.bitCount(); }
+  const _ClassDef* getClass() const noexcept { return class_; }
+
+  // ---- Is-set bits
+  // -------------------------------------------------------------------------------------------------
+
+  bool isSet(short field, unsigned long tag, unsigned long hash) const
+  {
+    if (tag == tagId_ && static_cast<unsigned short>(field) < buffer_.bitCount()) [[likely]] {
+      return buffer_.bit(field);
+    }
+    return isSetSlow(__PRETTY_FUNCTION__, field, tag, hash);
+  }
+  /// Also tells whether the field has a name hash (a hidden one has none) and its name.
+  bool isSet(short field, bool& hasHash, std::string& name) const;
+  void setField(short field, unsigned long tag, unsigned int hash);
+  void unsetField(short field, unsigned long tag, unsigned int hash);
+  void setPrimitiveBitValue(int field, bool on);
+  void setEveryPrimitiveBitset(bool on);
+  void setMemberTestBit(const std::string& name, bool on);
+  void wipeBitset();
+
+  // ---- Scalars
+  // ----------------------------------------------------------------------------------------------------- On
+  // failure (one log line) a getter returns zero or a reference to a default that the caller may overwrite
+  // but never frees, and a setter changes nothing.
+
+  XML_INT64 getint64(short slot, unsigned long tag, unsigned int hash) const
+  {
+    if (ownSlot(slot, tag)) [[likely]] {
+      return buffer_[slot];
+    }
+    return getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash);
+  }
+  float getfloat(short slot, unsigned long tag, unsigned int hash) const
+  {
+    return bitsTo<float>(ownSlot(slot, tag) ? buffer_[slot]
+                                            : getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash));
+  }
+  double getdouble(short slot, unsigned long tag, unsigned int hash) const
+  {
+    return bitsTo<double>(ownSlot(slot, tag) ? buffer_[slot]
+                                             : getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash));
+  }
+  XML_INT64& getint64ByRef(short field, short slot, unsigned long tag, unsigned int hash);
+
+  /// On a string, byte-string or password field the number's decimal text is stored.
+  void setint64(short field, short slot, XML_INT64 value, unsigned long tag, unsigned int hash)
+  {
+    if (ownScalar(field, slot, tag)) [[likely]] {
+      buffer_[slot] = value;
+      buffer_.setBit(field);
+    } else {
+      setSlotSlow(__PRETTY_FUNCTION__, field, slot, value, true, tag, hash);
+    }
+  }
+  void setfloat(short field, short slot, float value, unsigned long tag, unsigned int hash)
+  {
+    if (ownScalar(field, slot, tag)) [[likely]] {
+      buffer_[slot] = bitsFrom(value);
+      buffer_.setBit(field);
+    } else {
+      setSlotSlow(__PRETTY_FUNCTION__, field, slot, bitsFrom(value), false, tag, hash);
+    }
+  }
+  void setdouble(short field, short slot, double value, unsigned long tag, unsigned int hash)
+  {
+    if (ownScalar(field, slot, tag)) [[likely]] {
+      buffer_[slot] = bitsFrom(value);
+      buffer_.setBit(field);
+    } else {
+      setSlotSlow(__PRETTY_FUNCTION__, field, slot, bitsFrom(value), false, tag, hash);
+    }
+  }
+
+  // ---- Strings
+  // -----------------------------------------------------------------------------------------------------
+  // getstring and getwstring give a reference that may be written to without marking the field set; the
+  // _ByRef forms mark it.
+
+  std::string& getstring(short field, short slot, unsigned long tag, unsigned int hash);
+  const std::string& getstring_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  std::string& getstringByRef(short field, short slot, unsigned long tag, unsigned int hash);
+  void setstring(short field, short slot, const std::string& value, unsigned long tag, unsigned int hash);
+  std::wstring& getwstring(short field, short slot, unsigned long tag, unsigned int hash);
+  const std::wstring& getwstring_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  std::wstring& getwstringByRef(short field, short slot, unsigned long tag, unsigned int hash);
+  void setwstring(short field, short slot, const std::wstring& value, unsigned long tag, unsigned int hash);
+
+  bstring*& getbstringobject(short field, short slot, unsigned long tag, unsigned int hash);
+  const bstring* getbstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  bstring& getbstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash);
+  void setbstringobject(short field, short slot, const bstring& value, unsigned long tag, unsigned int hash);
+  pstring*& getpstringobject(short field, short slot, unsigned long tag, unsigned int hash);
+  const pstring* getpstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  pstring& getpstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash);
+  /// Stores the text of `value` under the encryption type `type`.
+  void setpstringobject(short field, short slot, const pstring& value, Annotation::PasswordEncryptType type,
+                        unsigned long tag, unsigned int hash);
+
+  /// Deprecated: log a line and return a reference to a default, or store nothing.
+  cdata& getcdataobject(short field, short slot, unsigned long tag, unsigned int hash);
+  const cdata& getcdataobject_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  void setcdataobject(short field, short slot, const cdata& value, unsigned long tag, unsigned int hash);
+
+  // ---- Nested messages
+  // ---------------------------------------------------------------------------------------------
+
+  /// The slot as an untyped pointer; marks nothing. A foreign tag with an unknown hash logs and throws
+  /// KwException.
+  void*& getObject(short field, short slot, unsigned long tag, unsigned int hash);
+  const void* getObject_const(short field, short slot, unsigned long tag, unsigned int hash) const;
+  /// Destroys the field's value and stores `value`, which must be of the field's C++ type: the pointer
+  /// itself, then owned by the message, when `takeOwnership` is true, else a copy of what it points to.
+  void setObject(short field, short slot, const void* value, bool takeOwnership, unsigned long tag,
+                 unsigned int hash, bool markSet);
+  /// The nested message, created as one of (system, classIndex) when absent and `create` or `markSet` is
+  /// true.
+  YMMessageBase* getObjectAccessor(bool create, bool markSet, short field, short slot, unsigned long tag,
+                                   unsigned int hash, int system, int classIndex);
+  /// Stores a copy of the message at `value` and marks the field set.
+  void setObjectAccessor(const void* value, short field, short slot, unsigned long tag, unsigned int hash);
+
+  // ---- Lists and maps
+  // ---------------------------------------------------------------------------------------------- A getter
+  // creates an empty collection when there is none and marks the field set only when asked; a _const form
+  // does neither and may return null. A setter stores a copy (an empty collection for a null pointer) and
+  // marks the field set. Lists of enumerations and of bools are lists of uint.
+
+  std::vector<int>*& getlistint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet);
+  const std::vector<int>* getlistint_const(short field, short slot, unsigned long tag,
+                                           unsigned int hash) const;
+  void setlistint(short field, short slot, const std::vector<int>* values, unsigned long tag,
+                  unsigned int hash);
+  std::vector<unsigned int>*& getlistuint(short field, short slot, unsigned long tag, unsigned int hash,
+                                          bool markSet);
+  const std::vector<unsigned int>* getlistuint_const(short field, short slot, unsigned long tag,
+                                                     unsigned int hash) const;
+  void setlistuint(short field, short slot, const std::vector<unsigned int>* values, unsigned long tag,
+                   unsigned int hash);
+  std::vector<long>*& getlistlong(short field, short slot, unsigned long tag, unsigned int hash,
+                                  bool markSet);
+  const std::vector<long>* getlistlong_const(short field, short slot, unsigned long tag,
+                                             unsigned int hash) const;
+  void setlistlong(short field, short slot, const std::vector<long>* values, unsigned long tag,
+                   unsigned int hash);
+  std::vector<unsigned long>*& getlistulong(short field, short slot, unsigned long tag, unsigned int hash,
+                                            bool markSet);
+  const std::vector<unsigned long>* getlistulong_const(short field, short slot, unsigned long tag,
+                                                       unsigned int hash) const;
+  void setlistulong(short field, short slot, const std::vector<unsigned long>* values, unsigned long tag,
+                    unsigned int hash);
+  std::vector<long long>*& getlistlonglong(short field, short slot, unsigned long tag, unsigned int hash,
+                                           bool markSet);
+  const std::vector<long long>* getlistlonglong_const(short field, short slot, unsigned long tag,
+                                                      unsigned int hash) const;
+  void setlistlonglong(short field, short slot, const std::vector<long long>* values, unsigned long tag,
+                       unsigned int hash);
+  std::vector<unsigned long long>*& getlistulonglong(short field, short slot, unsigned long tag,
+                                                     unsigned int hash, bool markSet);
+  const std::vector<unsigned long long>* getlistulonglong_const(short field, short slot, unsigned long tag,
+                                                                unsigned int hash) const;
+  void setlistulonglong(short field, short slot, const std::vector<unsigned long long>* values,
+                        unsigned long tag, unsigned int hash);
+  std::vector<float>*& getlistfloat(short field, short slot, unsigned long tag, unsigned int hash,
+                                    bool markSet);
+  const std::vector<float>* getlistfloat_const(short field, short slot, unsigned long tag,
+                                               unsigned int hash) const;
+  void setlistfloat(short field, short slot, const std::vector<float>* values, unsigned long tag,
+                    unsigned int hash);
+  std::vector<double>*& getlistdouble(short field, short slot, unsigned long tag, unsigned int hash,
+                                      bool markSet);
+  const std::vector<double>* getlistdouble_const(short field, short slot, unsigned long tag,
+                                                 unsigned int hash) const;
+  void setlistdouble(short field, short slot, const std::vector<double>* values, unsigned long tag,
+                     unsigned int hash);
+  std::vector<std::string>*& getliststring(short field, short slot, unsigned long tag, unsigned int hash,
+                                           bool markSet);
+  const std::vector<std::string>* getliststring_const(short field, short slot, unsigned long tag,
+                                                      unsigned int hash) const;
+  void setliststring(short field, short slot, const std::vector<std::string>* values, unsigned long tag,
+                     unsigned int hash);
+  std::vector<std::wstring>*& getlistwstring(short field, short slot, unsigned long tag, unsigned int hash,
+                                             bool markSet);
+  const std::vector<std::wstring>* getlistwstring_const(short field, short slot, unsigned long tag,
+                                                        unsigned int hash) const;
+  void setlistwstring(short field, short slot, const std::vector<std::wstring>* values, unsigned long tag,
+                      unsigned int hash);
+  std::vector<bstring>*& getlistbstring(short field, short slot, unsigned long tag, unsigned int hash,
+                                        bool markSet);
+  const std::vector<bstring>* getlistbstring_const(short field, short slot, unsigned long tag,
+                                                   unsigned int hash) const;
+  void setlistbstring(short field, short slot, const std::vector<bstring>* values, unsigned long tag,
+                      unsigned int hash);
+  std::vector<YMMessageBase>*& getlistobject(short field, short slot, unsigned long tag, unsigned int hash,
+                                             bool markSet);
+  const std::vector<YMMessageBase>* getlistobject_const(short field, short slot, unsigned long tag,
+                                                        unsigned int hash) const;
+  void setlistobject(short field, short slot, const std::vector<YMMessageBase>* values, unsigned long tag,
+                     unsigned int hash);
+
+  std::map<long long, long long>*& getMapInt64AndInt64(short field, short slot, unsigned long tag,
+                                                       unsigned int hash, bool markSet);
+  const std::map<long long, long long>* getMapInt64AndInt64_const(short field, short slot, unsigned long tag,
+                                                                  unsigned int hash) const;
+  void setMapInt64AndInt64(short field, short slot, const std::map<long long, long long>* values,
+                           unsigned long tag, unsigned int hash);
+  std::map<long long, std::string>*& getMapInt64AndString(short field, short slot, unsigned long tag,
+                                                          unsigned int hash, bool markSet);
+  const std::map<long long, std::string>* getMapInt64AndString_const(short field, short slot,
+                                                                     unsigned long tag,
+                                                                     unsigned int hash) const;
+  void setMapInt64AndString(short field, short slot, const std::map<long long, std::string>* values,
+                            unsigned long tag, unsigned int hash);
+  std::map<long long, YMMessageBase>*& getMapInt64AndObject(short field, short slot, unsigned long tag,
+                                                            unsigned int hash, bool markSet);
+  const std::map<long long, YMMessageBase>* getMapInt64AndObject_const(short field, short slot,
+                                                                       unsigned long tag,
+                                                                       unsigned int hash) const;
+  void setMapInt64AndObject(short field, short slot, const std::map<long long, YMMessageBase>* values,
+                            unsigned long tag, unsigned int hash);
+  std::map<std::string, long long>*& getMapStringAndInt64(short field, short slot, unsigned long tag,
+                                                          unsigned int hash, bool markSet);
+  const std::map<std::string, long long>* getMapStringAndInt64_const(short field, short slot,
+                                                                     unsigned long tag,
+                                                                     unsigned int hash) const;
+  void setMapStringAndInt64(short field, short slot, const std::map<std::string, long long>* values,
+                            unsigned long tag, unsigned int hash);
+  std::map<std::string, std::string>*& getMapStringAndString(short field, short slot, unsigned long tag,
+                                                             unsigned int hash, bool markSet);
+  const std::map<std::string, std::string>* getMapStringAndString_const(short field, short slot,
+                                                                        unsigned long tag,
+                                                                        unsigned int hash) const;
+  void setMapStringAndString(short field, short slot, const std::map<std::string, std::string>* values,
+                             unsigned long tag, unsigned int hash);
+  std::map<std::string, YMMessageBase>*& getMapStringAndObject(short field, short slot, unsigned long tag,
+                                                               unsigned int hash, bool markSet);
+  const std::map<std::string, YMMessageBase>* getMapStringAndObject_const(short field, short slot,
+                                                                          unsigned long tag,
+                                                                          unsigned int hash) const;
+  void setMapStringAndObject(short field, short slot, const std::map<std::string, YMMessageBase>* values,
+                             unsigned long tag, unsigned int hash);
+  std::map<YMMessageBase, YMMessageBase>*& getMapObjectAndObject(short field, short slot, unsigned long tag,
+                                                                 unsigned int hash, bool markSet);
+  const std::map<YMMessageBase, YMMessageBase>* getMapObjectAndObject_const(short field, short slot,
+                                                                            unsigned long tag,
+                                                                            unsigned int hash) const;
+  void setMapObjectAndObject(short field, short slot, const std::map<YMMessageBase, YMMessageBase>* values,
+                             unsigned long tag, unsigned int hash);
+
+  // ---- Whole messages
+  // ----------------------------------------------------------------------------------------------
+
+  /// Same class, same fields set, equal values. In-place floating values are compared by their bits, those in
+  /// lists numerically.
+  bool operator==(const YMMessageBase& other) const;
+  /// Always false: a map keyed by messages holds at most one entry.
+  bool operator<(const YMMessageBase&) const { return false; }
+  /// Clears the field's bit and drops its value: strings are emptied, collections and nested messages
+  /// destroyed; a scalar keeps its slot. With `destroying` the value objects themselves end.
+  void deleteMember(short field, unsigned long tag, unsigned long hash, bool destroying);
+
+  /// The processing-instruction message in field 0. A message whose class has something else there (or none)
+  /// gives a null pointer, and its field 0 is never touched.
+  KwEntities::ProcessingInstructionInfo*& getProcessinginstructioninfo(bool create);
+  /// Stores a copy; null deletes the field. Logs and changes nothing where field 0 is not that message.
+  void setProcessinginstructioninfo(KwEntities::ProcessingInstructionInfo* info);
+
+  // ---- Cached texts
+  // ------------------------------------------------------------------------------------------------
+
+  const char* getSerializedXMLString() const { return serializedXml_ ? serializedXml_->c_str() : ""; }
+  std::string& getSerializedXMLStringRef();
+  void setSerializedXMLString(const std::string& text, bool markSerialized);
+  void setLastSerializedXMLString(const std::string& text);
+  void clearSerializedXMLString();
+  bool isSerialized() const noexcept { return serialized_; }
+  void setSerialized() noexcept { serialized_ = true; }
+  /// Always null.
+  const unsigned short* getSerializedXMLStringUTF16() const noexcept { return nullptr; }
+  /// Kept for callers of the interface: always false, and without effect.
+  bool getXmlWriteFlag() const noexcept { return false; }
+  void setXmlWriteFlag(bool) noexcept {}
+
+  void setCDATABuffer(const std::string& text);
+  void resetCDATABuffer();
+  bool isCDATABufferSet() const noexcept;
+  std::string getCDATABuffer() const;
+
+  const unsigned short* getLastErrorEnglishW() const;
+  XMLChstring getLastErrorEnglishStrW() const;
+  /// These four store nothing: the error text is never set through them.
+  void setLastErrorEnglishA(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void setLastErrorEnglishStrA(const std::string&) {}
+  void setLastErrorEnglishW(const unsigned short*) {}
+  void setLastErrorEnglishStrW(const XMLChstring&) {}
+
+  /// Byte length of the message's binary body, kept for the binary encoder.
+  void SetCachedSize(unsigned int size) noexcept { cachedSize_ = size; }
+  unsigned int GetCachedSize() const noexcept { return cachedSize_; }
+
+private:
+  friend struct kwxml::MessageAccess;
+  struct CdataBuffer;
+
+  /// One-slot values in place: 1..7, 10, 11, 12, 41 and 42.
+  static constexpr bool isScalarSlot(FieldDataType type) noexcept
+  {
+    const kwxml::FieldTypeInfo& info = kwxml::fieldTypeInfo(type);
+    return info.storage == kwxml::Storage::InPlace && info.slots == 1;
+  }
+  bool ownSlot(short slot, unsigned long tag) const noexcept
+  {
+    return tag == tagId_ && static_cast<unsigned short>(slot) < buffer_.slotCount();
+  }
+  /// The fast path of scalar setters: own tag, an existing field of a scalar type, and that field's slot.
+  bool ownScalar(short field, short slot, unsigned long tag) const noexcept
+  {
+    return tag == tagId_ && static_cast<unsigned short>(field) < buffer_.bitCount() &&
+           class_->fields[field].slot == slot && isScalarSlot(class_->fields[field].type);
+  }
+  template <class T>
+  static T bitsTo(long long slot) noexcept
+  {
+    T value;
+    __builtin_memcpy(&value, &slot, sizeof value);
+    return value;
+  }
+  template <class T>
+  static long long bitsFrom(T value) noexcept
+  {
+    long long slot = 0;
+    __builtin_memcpy(&slot, &value, sizeof value);
+    return slot;
+  }
+  bool isSetSlow(const char* signature, short field, unsigned long tag, unsigned long hash) const;
+  long long getSlotSlow(const char* signature, short slot, unsigned long tag, unsigned int hash) const;
+  void setSlotSlow(const char* signature, short field, short slot, long long value, bool isInteger,
+                   unsigned long tag, unsigned int hash);
+
+  unsigned long tagId_ = 0;
+  YMMessageBuffer buffer_;
+  const _ClassDef* class_ = nullptr;
+  std::string* serializedXml_ = nullptr;
+  std::string* lastSerializedXml_ = nullptr;
+  XMLChstring* m_SerializedXMLUTF16 = nullptr;
+  XMLChstring* m_wsLastErrorEnglish = nullptr;
+  CdataBuffer* cdataBuffer_ = nullptr;
+  unsigned int cachedSize_ = 0;
+  int system_ = 0;
+  int classIndex_ = 0;
+  bool serialized_ = false;
+};
+static_assert(sizeof(YMMessageBase) <= 320, "a message of a small class is one object of fixed size");

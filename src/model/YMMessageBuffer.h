@@ -1,0 +1,72 @@
+// The slot storage of one message: 8-byte slots and one is-set bit per field.
+//
+// Leading slots lie in an inline area, the others in one heap array whose tail holds the bitset; a message
+// whose slots all fit keeps its bitset inline too and allocates nothing. In external mode all slots and the
+// bitset lie in memory of the caller, which the buffer neither frees nor grows. The buffer knows no types:
+// whoever constructs a string object in its slots (see YMMessageBase) also destroys it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class YMMessageBuffer
+{
+public:
+  /// Slots that the inline area has room for; a bitset kept inline shares the room.
+  static constexpr short inlineSlots = 25;
+
+  YMMessageBuffer() noexcept = default;
+  /// A zeroed layout of the same shape: no value is copied. A copy of an external buffer shares its storage.
+  YMMessageBuffer(const YMMessageBuffer& other);
+  YMMessageBuffer& operator=(const YMMessageBuffer& other);
+  ~YMMessageBuffer();
+
+  /// Lays out `slotCount` slots, the first `inlineCount` of them inline, and `bitCount` bits, all zero.
+  void init(short inlineCount, short slotCount, short bitCount);
+  /// External mode: zeroes the caller's `sizeInBytes` bytes and keeps slots and bitset in them. The caller
+  /// has checked the size.
+  void init(long long* buffer, int sizeInBytes, short slotCount, short bitCount);
+  /// Zeroes slots and bits. The caller has destroyed what lived in the slots.
+  void reset(short bitCount);
+
+  long long& operator[](short slot) noexcept { return const_cast<long long&>(at_ref_const(slot)); }
+  const long long& operator[](short slot) const noexcept { return at_ref_const(slot); }
+  const long long& at_ref_const(short slot) const noexcept
+  {
+    return slot < inlineCount_ ? inline_[slot] : heap_[slot - inlineCount_];
+  }
+
+  bool bit(short field) const noexcept { return (bits_[field >> 3] >> (field & 7)) & 1; }
+  void setBit(short field) noexcept
+  {
+    bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] | 1 << (field & 7));
+  }
+  void clearBit(short field) noexcept
+  {
+    bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] & ~(1 << (field & 7)));
+  }
+  void wipeBits() noexcept;
+
+  short inlineCount() const noexcept { return inlineCount_; }
+  short slotCount() const noexcept { return slotCount_; }
+  short bitCount() const noexcept { return bitCount_; }
+  bool isExternal() const noexcept { return external_; }
+
+  /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them away.
+  long long& at(short inlineSlot) noexcept { return inline_[inlineSlot]; }
+  /// Takes over the other's storage and bytes and leaves it empty. Objects in inline slots are moved as
+  /// bytes: the caller mends those that are not trivially relocatable.
+  void takeOver(YMMessageBuffer& other) noexcept;
+
+private:
+  std::size_t bitBytes() const noexcept { return static_cast<std::size_t>(bitCount_) / 8 + 1; }
+  void release() noexcept;
+
+  long long inline_[inlineSlots] = {};
+  long long* heap_ = nullptr;
+  short inlineCount_ = 0;
+  short slotCount_ = 0;
+  short bitCount_ = 0;
+  bool external_ = false;
+  unsigned char* bits_ = reinterpret_cast<unsigned char*>(inline_);
+};

@@ -1,0 +1,21 @@
+// A running CRC-64: ECMA-182 polynomial 0x42F0E1EBA9EA3693, bits reflected, start and final value all ones
+// (the CRC-64 of the xz format). The nine bytes "123456789" give 0x995DC9BBDF1939FA. An accumulator belongs
+// to one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class CYxCRC64
+{
+public:
+  /// Adds bytes; the sum does not depend on how the bytes are divided into calls. `data` may be null when
+  /// `size` is 0.
+  void UpdateCRC64(const void* data, size_t size);
+  /// The sum of everything added so far; 0 for nothing.
+  uint64_t value() const { return ~state_; }
+  void reset() { state_ = ~uint64_t{0}; }
+
+private:
+  uint64_t state_ = ~uint64_t{0};
+};

@@ -1,0 +1,445 @@
+#include <kwxml/platform/EvDebug.h>
+
+#include <kwxml/platform/KWPI_Focus.h>
+#include <kwxml/platform/KWPlatformInfo.h>
+#include <kwxml/platform/LogSink.h>
+#include <kwxml/platform/PlatformInternal.h>
+
+#include <errno.h>  // program_invocation_short_name
+#include <fcntl.h>
+#include <spdlog/details/log_msg.h>
+#include <spdlog/pattern_formatter.h>
+#include <spdlog/sinks/rotating_file_sink.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <mutex>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+// What the whole process shares is made on first use and never destroyed: other objects may log while it
+// exits.
+
+constinit std::atomic<int> EvDebug::sharedLevel_ = 0;
+
+struct EvDebugAccess
+{
+  static void setSharedLevel(int level)
+  {
+    EvDebug::sharedLevel_.store(std::max(level, 0), std::memory_order_relaxed);
+  }
+};
+
+namespace {
+
+using kwxml::reportToStderr;
+
+constexpr unsigned kDefaultSizeMb = 10;
+constexpr unsigned kMaxSizeMb = 1 << 20;
+constexpr unsigned kDefaultFiles = 5;
+constexpr unsigned kMaxFiles = 1000;
+
+// Section [Log] of the settings.
+struct LogConfig
+{
+  std::string directory;
+  unsigned sizeMb = kDefaultSizeMb;
+  unsigned files = kDefaultFiles;
+
+  LogConfig()
+  {
+    KWPlatformInfo settings;
+    settings.setFocus(KWPI_Focus::getFocus());
+    settings.getString("Log", "directory", directory);
+    EvDebugAccess::setSharedLevel(read<int>(settings, "level", 0, std::numeric_limits<int>::max(), 0));
+    sizeMb = read<unsigned>(settings, "size_mb", 1, kMaxSizeMb, kDefaultSizeMb);
+    files = read<unsigned>(settings, "files", 1, kMaxFiles, kDefaultFiles);
+  }
+
+  template <typename Number>
+  static Number read(const KWPlatformInfo& settings, const char* key, Number least, Number most,
+                     Number otherwise)
+  {
+    long long number = 0;
+    if (!settings.getNumber("Log", key, number)) {
+      return otherwise;
+    }
+    if (number < least || number > static_cast<long long>(most)) {
+      reportToStderr("setting %s of section [Log] is %lld, not between %lld and %lld; using %lld", key,
+                     number, static_cast<long long>(least), static_cast<long long>(most),
+                     static_cast<long long>(otherwise));
+      return otherwise;
+    }
+    return static_cast<Number>(number);
+  }
+};
+
+const LogConfig& logConfig()
+{
+  static const LogConfig& config = *new LogConfig;
+  return config;
+}
+
+// The names behind log identifiers; an identifier is an index here.
+struct LogNames
+{
+  std::mutex mutex;
+  std::vector<std::string> names;
+};
+
+LogNames& logNames()
+{
+  static LogNames& instance = *new LogNames;
+  return instance;
+}
+
+struct SinkState
+{
+  std::recursive_mutex mutex;  // held while the sink runs; recursive, because the sink may replace itself
+  std::shared_ptr<const std::function<void(const kwxml::LogRecord&)>> sink;
+  std::atomic<bool> present = false;
+};
+
+SinkState& sinkState()
+{
+  static SinkState& instance = *new SinkState;
+  return instance;
+}
+
+constinit thread_local bool insideSink = false;
+
+bool wantsSink()
+{
+  return sinkState().present.load(std::memory_order_acquire) && !insideSink;
+}
+
+void giveToSink(const kwxml::LogRecord& record)
+{
+  SinkState& state = sinkState();
+  std::lock_guard lock(state.mutex);
+  const auto sink = state.sink;  // keeps it alive when it replaces itself
+  if (!sink) {
+    return;
+  }
+  insideSink = true;
+  try {
+    (*sink)(record);
+  } catch (const std::exception& failure) {
+    reportToStderr("log %s: the sink failed: %s", record.log, failure.what());
+  } catch (...) {
+    reportToStderr("log %s: the sink failed", record.log);
+  }
+  insideSink = false;
+}
+
+// One rotating file, shared by the logs that write to it. Opened by the first line.
+class LogFile
+{
+public:
+  LogFile(std::string path, unsigned sizeMb, unsigned files)
+      : path_(std::move(path)), sizeMb_(sizeMb), files_(files)
+  {
+  }
+
+  void setLimits(unsigned sizeMb, unsigned files)
+  {
+    std::lock_guard lock(mutex_);
+    if (sizeMb != sizeMb_ || files != files_) {
+      sizeMb_ = sizeMb;
+      files_ = files;
+      sink_.reset();  // the next line opens it again
+    }
+  }
+
+  void write(int level, const std::string& line)
+  {
+    std::lock_guard lock(mutex_);
+    if (broken_ || (!sink_ && !open())) {
+      return;
+    }
+    const std::string levelText = std::to_string(level);
+    try {
+      sink_->log(spdlog::details::log_msg(levelText, spdlog::level::info, line));
+      sink_->flush();  // a log that lacks its last lines is of no use after a crash
+      failing_ = false;
+    } catch (const std::exception& failure) {
+      sink_.reset();  // it may have lost its file; the next line opens it again
+      if (!std::exchange(failing_, true)) {
+        reportToStderr("log file %s: %s", path_.c_str(), failure.what());
+      }
+    }
+  }
+
+private:
+  bool open()
+  {
+    try {
+      spdlog::file_event_handlers events;
+      // Programs that this process starts have no business with its log.
+      events.after_open = [](const std::string&, std::FILE* file) {
+        fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
+      };
+      sink_ = std::make_unique<spdlog::sinks::rotating_file_sink_st>(path_, size_t{sizeMb_} << 20, files_,
+                                                                     false, events);
+      sink_->set_formatter(
+          std::make_unique<spdlog::pattern_formatter>("%Y-%m-%dT%H:%M:%S.%e%z [%n] %P/%t %v"));
+      return true;
+    } catch (const std::exception& failure) {
+      reportToStderr("log file %s: %s", path_.c_str(), failure.what());
+      sink_.reset();
+      broken_ = true;  // every further try would cost its line a wait
+      return false;
+    }
+  }
+
+  const std::string path_;
+  std::mutex mutex_;
+  unsigned sizeMb_;
+  unsigned files_;
+  std::unique_ptr<spdlog::sinks::rotating_file_sink_st> sink_;
+  bool broken_ = false;
+  bool failing_ = false;  // the last line failed, and that is reported
+};
+
+// Two sinks on one file would rotate it away from under each other.
+std::shared_ptr<LogFile> sharedLogFile(const std::string& path, unsigned sizeMb, unsigned files)
+{
+  static std::mutex& mutex = *new std::mutex;
+  static auto& all = *new std::map<std::string, std::weak_ptr<LogFile>>;
+  std::lock_guard lock(mutex);
+  std::weak_ptr<LogFile>& known = all[path];
+  std::shared_ptr<LogFile> file = known.lock();
+  if (file) {
+    file->setLimits(sizeMb, files);
+  } else {
+    file = std::make_shared<LogFile>(path, sizeMb, files);
+    known = file;
+  }
+  return file;
+}
+
+// Names come from settings and the environment: no path may be hidden in one.
+std::string fileNameOf(std::string_view log)
+{
+  std::string name(log);
+  for (char& c : name) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       c == '-' || c == '_' || (c == '.' && &c != name.data());
+    if (!plain) {
+      c = '_';
+    }
+  }
+  return name + ".log";
+}
+
+std::string pathOf(const std::string& directory, const std::string& log)
+{
+  // Absolute, so that the file stays where it is when the process changes its directory.
+  std::error_code
+      ignored;  // when there is no working directory the path stays relative, and opening it fails
+  std::filesystem::path path = std::filesystem::absolute(directory, ignored);
+  if (path.empty()) {
+    path = directory;
+  }
+  return (path / fileNameOf(log)).lexically_normal().string();
+}
+
+std::string lineOf(const kwxml::LogRecord& record)
+{
+  std::string line;
+  line.reserve(record.text.size() + 128);
+  if (record.function && *record.function) {
+    line.append(record.function).append(1, ' ');
+  }
+  if (record.systemName && *record.systemName) {
+    line.append(1, '(').append(record.systemName).append(") ");
+  }
+  if (record.reference != 0) {
+    line.append("ref=").append(std::to_string(record.reference)).append(1, ' ');
+  }
+  line.append(record.text);
+  while (line.ends_with('\n')) {
+    line.pop_back();
+  }
+  // Texts hold what comes from outside; none may begin what looks like a line of its own.
+  for (size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at + 1)) {
+    line.insert(at + 1, 1, '\t');
+  }
+  return line;
+}
+
+}  // namespace
+
+// Where the lines of one log go is settled by its first line, when the process has its focus.
+struct EvDebug::Impl
+{
+  struct Target
+  {
+    std::string name;
+    std::shared_ptr<LogFile> file;  // null for none
+  };
+
+  std::mutex mutex;
+  EvDebugSettings settings;
+  int logId = -1;
+  std::shared_ptr<const Target> target;
+
+  std::shared_ptr<const Target> getTarget()
+  {
+    std::lock_guard lock(mutex);
+    if (!target) {
+      auto made = std::make_shared<Target>();
+      made->name = logName();
+      const LogConfig& config = logConfig();
+      const std::string& directory = settings.directory.empty() ? config.directory : settings.directory;
+      if (settings.toFile != 0 && !directory.empty()) {
+        made->file =
+            sharedLogFile(pathOf(directory, made->name), settings.sizeMb ? settings.sizeMb : config.sizeMb,
+                          settings.files ? settings.files : config.files);
+      }
+      target = std::move(made);
+    }
+    return target;
+  }
+
+  std::string logName() const
+  {
+    if (!settings.name.empty()) {
+      return settings.name;
+    }
+    if (logId >= 0) {
+      LogNames& all = logNames();
+      std::lock_guard lock(all.mutex);
+      return all.names[static_cast<size_t>(logId)];
+    }
+    const char* focus = KWPI_Focus::getFocus();
+    return focus && *focus ? focus : program_invocation_short_name;
+  }
+};
+
+EvDebug::EvDebug() : EvDebug(EvDebugSettings()) {}
+
+EvDebug::EvDebug(const EvDebugSettings& settings) : ownLevel_(settings.level), impl_(std::make_unique<Impl>())
+{
+  logConfig();  // sets the shared level, which may be asked for before any line is written
+  impl_->settings = settings;
+  impl_->settings.sizeMb = std::min(settings.sizeMb, kMaxSizeMb);
+  impl_->settings.files = std::min(settings.files, kMaxFiles);
+}
+
+EvDebug::~EvDebug() = default;
+
+int EvDebug::initialize(int logId, int files, int sizeMb, const char* directory)
+{
+  {
+    LogNames& all = logNames();
+    std::lock_guard lock(all.mutex);
+    if (logId < 0 || static_cast<size_t>(logId) >= all.names.size()) {
+      return -1;
+    }
+  }
+  std::lock_guard lock(impl_->mutex);
+  impl_->logId = logId;
+  if (files > 0) {
+    impl_->settings.files = std::min(static_cast<unsigned>(files), kMaxFiles);
+  }
+  if (sizeMb > 0) {
+    impl_->settings.sizeMb = std::min(static_cast<unsigned>(sizeMb), kMaxSizeMb);
+  }
+  if (directory && *directory) {
+    impl_->settings.directory = directory;
+  }
+  impl_->target.reset();
+  return 0;
+}
+
+int EvDebug::getLogId(const char* name)
+{
+  if (!name || !*name) {
+    return -1;
+  }
+  LogNames& all = logNames();
+  std::lock_guard lock(all.mutex);
+  const auto known = std::find(all.names.begin(), all.names.end(), name);
+  const auto id = known - all.names.begin();
+  if (known == all.names.end()) {
+    all.names.emplace_back(name);
+  }
+  return static_cast<int>(id);
+}
+
+void EvDebug::setLogFileSize(unsigned megabytes)
+{
+  std::lock_guard lock(impl_->mutex);
+  impl_->settings.sizeMb = std::min(megabytes, kMaxSizeMb);
+  impl_->target.reset();
+}
+
+void EvDebug::handleMsgEventDebug_NEW(int level, const char* function, int /*event*/, int /*reserved*/,
+                                      const char* systemName, const char* format, va_list args)
+{
+  write(level, function, 0, systemName, format, args);
+}
+
+void EvDebug::DebugLvl(const char* function, int level, long long reference, const char* format, ...)
+{
+  va_list args;
+  va_start(args, format);
+  write(level, function, reference, nullptr, format, args);
+  va_end(args);
+}
+
+void EvDebug::write(int level, const char* function, long long reference, const char* systemName,
+                    const char* format, va_list args)
+{
+  if (level > 0 && level > getDebugLevel()) {
+    return;
+  }
+  // Logging is what other failures are reported with; its own must not become the caller's.
+  try {
+    const std::shared_ptr<const Impl::Target> target = impl_->getTarget();
+    const bool toSink = impl_->settings.toSink != 0 && wantsSink();
+    if (!target->file && !toSink) {
+      return;
+    }
+    std::string text;
+    if (format && !kwxml::formatText(text, format, args)) {
+      text = std::string("(arguments not formatted) ") + format;
+    }
+    const kwxml::LogRecord record{target->name.c_str(), level, function, systemName, text, reference};
+    if (target->file) {
+      target->file->write(level, lineOf(record));
+    }
+    if (toSink) {
+      giveToSink(record);
+    }
+  } catch (const std::exception& failure) {
+    reportToStderr("a log line of %s is lost: %s", function ? function : "?", failure.what());
+  }
+}
+
+namespace kwxml {
+
+void setLogSink(std::function<void(const LogRecord&)> sink)
+{
+  SinkState& state = sinkState();
+  std::shared_ptr<const std::function<void(const LogRecord&)>> former;
+  if (sink) {
+    former = std::make_shared<const std::function<void(const LogRecord&)>>(std::move(sink));
+  }
+  std::lock_guard lock(state.mutex);
+  state.present.store(former != nullptr, std::memory_order_release);
+  state.sink.swap(former);
+}
+
+void setLogLevel(int level)
+{
+  logConfig();  // first, so that reading the settings later does not undo this
+  EvDebugAccess::setSharedLevel(level);
+}
+
+}  // namespace kwxml

@@ -1,0 +1,68 @@
+#include <kwxml/platform/PlatformInternal.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+namespace kwxml {
+
+bool formatText(std::string& text, const char* format, va_list args)
+{
+  // Most lines fit here; only longer ones are formatted twice.
+  char small[1024];
+  va_list copy;
+  va_copy(copy, args);
+  const int length = std::vsnprintf(small, sizeof small, format, copy);
+  va_end(copy);
+  if (length < 0) {
+    return false;
+  }
+  const size_t size = static_cast<size_t>(length);
+  if (size < sizeof small) {
+    text.assign(small, size);
+    return true;
+  }
+  // Into a text of its own, because the arguments may point into `text`.
+  std::string large(size, '\0');
+  va_copy(copy, args);
+  const int again = std::vsnprintf(large.data(), size + 1, format, copy);
+  va_end(copy);
+  if (again < 0) {
+    return false;
+  }
+  // Less when another thread changed an argument meanwhile; never more than was asked for.
+  large.resize(std::min(size, static_cast<size_t>(again)));
+  text = std::move(large);
+  return true;
+}
+
+void reportToStderr(const char* format, ...)
+{
+  std::string text;
+  va_list args;
+  va_start(args, format);
+  if (!formatText(text, format, args)) {
+    text = format;
+  }
+  va_end(args);
+  const std::string line = "KwPlatform: " + text + "\n";
+  // In one call, so that lines of several threads do not mix. There is nowhere to report a failure of this
+  // to.
+  ssize_t written;
+  do {
+    written = write(STDERR_FILENO, line.data(), line.size());
+  } while (written < 0 && errno == EINTR);
+}
+
+std::string errnoText(int code)
+{
+  char buffer[256];
+  // The GNU form: it may return a text of its own instead of filling the buffer.
+  return strerror_r(code, buffer, sizeof buffer);
+}
+
+}  // namespace kwxml

@@ -1,0 +1,21 @@
+// Helpers that the platform classes share among themselves. Not installed.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+namespace kwxml {
+
+/// Formats like vsnprintf into a text of any length. Leaves `args` usable. False when the C library refuses
+/// the format or its arguments; then `text` is unchanged.
+[[nodiscard]] [[gnu::format(printf, 2, 0)]] bool formatText(std::string& text, const char* format,
+                                                            va_list args);
+
+/// Writes one line, led by "KwPlatform: ", to standard error: the last resort of what has no log to report
+/// to.
+[[gnu::format(printf, 1, 2)]] void reportToStderr(const char* format, ...);
+
+/// The system's text for an errno code, safe in every thread.
+std::string errnoText(int code);
+
+}  // namespace kwxml
