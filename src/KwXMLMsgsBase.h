@@ -1,0 +1,18 @@
+// The whole public interface of the message library. Only <kwxml/xml/MySAX2Handler.h> is left to those who write a SAX2
+// handler of their own: it derives from a class of xerces-c, whose headers and library they then need.
+#pragma once
+
+#include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/Limits.h>
+#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/KwException.h>
+#include <kwxml/xml/Base64.h>
+#include <kwxml/xml/Dates.h>
+#include <kwxml/xml/InvalidChars.h>
+#include <kwxml/xml/Transcoding.h>
+#include <kwxml/xml/XMLSerializationSupport.h>
+#include <kwxml/xml/XMLSerializer.h>

@@ -1,0 +1,27 @@
+// The encoder that callers use: it carries flags and context into a fresh serializer for every call. A cheap value.
+#pragma once
+
+#include <kwxml/annotation/EncodingFlags.h>
+
+#include <string>
+
+class KwXMLContextInfo;
+class YMMessageBase;
+
+class XMLEncoder
+{
+public:
+  /// Default flags and no context. The context stays the caller's and must outlive the encoder.
+  XMLEncoder() = default;
+  explicit XMLEncoder(const EncodingFlags& flags) : flags_(flags) {}
+  XMLEncoder(const EncodingFlags& flags, KwXMLContextInfo* context) : context_(context), flags_(flags) {}
+  explicit XMLEncoder(KwXMLContextInfo* context) : context_(context) {}
+
+  /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on success;
+  /// 1, with `out` empty, on failure.
+  int serialize(YMMessageBase& message, std::string& out, bool elementOnly = false) const;
+
+private:
+  KwXMLContextInfo* context_ = nullptr;
+  EncodingFlags flags_;
+};

@@ -1,0 +1,156 @@
+#include <kwxml/xml/Base64.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/xml/NumberText.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <xercesc/util/Base64.hpp>
+
+namespace {
+
+/// What the XML library's coder returns when it is given no memory manager.
+struct CoderMemory
+{
+  void operator()(XMLByte* bytes) const noexcept { ::operator delete(bytes); }
+};
+using CoderResult = std::unique_ptr<XMLByte, CoderMemory>;
+
+void take(const CoderResult& result, XMLSize_t length, std::string& out)
+{
+  out.assign(reinterpret_cast<const char*>(result.get()), length);
+}
+
+/// The decoder reads up to a zero byte, and its table ends before the highest byte: what it must not see is
+/// refused here.
+bool decodeAscii(const char* function, const std::string& in, std::string& out)
+{
+  if (in.empty()) {
+    out.clear();
+    return true;
+  }
+  const bool plain = std::all_of(in.begin(), in.end(), [](char c) { return c > 0 && c < 0x7F; });
+  XMLSize_t length = 0;
+  const CoderResult result(plain ? xercesc::Base64::decode(reinterpret_cast<const XMLByte*>(in.c_str()),
+                                                           &length, nullptr, xercesc::Base64::Conf_RFC2045)
+                                 : nullptr);
+  if (result == nullptr) {
+    XMLDebug::getInstance()->debug(function, "The text of %zu characters is not base64", in.size());
+    return false;
+  }
+  take(result, length, out);
+  return true;
+}
+
+constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+constexpr std::array<signed char, 256> sextets = [] {
+  std::array<signed char, 256> table{};
+  table.fill(-1);
+  for (std::size_t i = 0; i < alphabet.size(); ++i) {
+    table[static_cast<unsigned char>(alphabet[i])] = static_cast<signed char>(i);
+  }
+  return table;
+}();
+
+}  // namespace
+
+bool base64Encode(const std::string& in, std::string& out)
+{
+  if (in.empty()) {
+    out.clear();
+    return true;
+  }
+  XMLSize_t length = 0;
+  const CoderResult result(
+      xercesc::Base64::encode(reinterpret_cast<const XMLByte*>(in.data()), in.size(), &length, nullptr));
+  if (result == nullptr) {
+    XMLDebug::getInstance()->debug("base64Encode", "A text of %zu bytes cannot be encoded", in.size());
+    return false;
+  }
+  take(result, length, out);
+  return true;
+}
+
+bool base64Decode(const std::string& in, std::string& out)
+{
+  return decodeAscii("base64Decode", in, out);
+}
+
+bool base64DecodeXmlCh(const unsigned short* in, std::string& out)
+{
+  if (in == nullptr) {
+    XMLDebug::getInstance()->debug("base64DecodeXmlCh", "Received NULL string");
+    return false;
+  }
+  // Narrowed here rather than by the XML library, which would drop the upper byte of each unit.
+  std::string narrow;
+  for (; *in != 0; ++in) {
+    narrow += *in < 0x80 ? static_cast<char>(*in) : '\x7F';
+  }
+  return decodeAscii("base64DecodeXmlCh", narrow, out);
+}
+
+std::string base64_encode(const std::string& in)
+{
+  std::string out;
+  out.reserve((in.size() + 2) / 3 * 4);
+  const auto byteAt = [&in](std::size_t i) { return i < in.size() ? static_cast<unsigned char>(in[i]) : 0u; };
+  for (std::size_t i = 0; i < in.size(); i += 3) {
+    const unsigned group = byteAt(i) << 16 | byteAt(i + 1) << 8 | byteAt(i + 2);
+    out += alphabet[group >> 18];
+    out += alphabet[group >> 12 & 63];
+    out += i + 1 < in.size() ? alphabet[group >> 6 & 63] : '=';
+    out += i + 2 < in.size() ? alphabet[group & 63] : '=';
+  }
+  return out;
+}
+
+std::string base64_decode(const std::string& in)
+{
+  const auto refuse = [&in](std::size_t position) {
+    XMLDebug::getInstance()->logError(
+        "base64_decode", "Invalid base64 text of %zu characters at position %zu", in.size(), position);
+    return std::string();
+  };
+  if (in.size() % 4 != 0) {
+    return refuse(in.size());
+  }
+  std::size_t digits = in.size();
+  for (int padding = 0; padding < 2 && digits > 0 && in[digits - 1] == '='; ++padding) {
+    --digits;
+  }
+  std::string out;
+  out.reserve(in.size() / 4 * 3);
+  unsigned group = 0;
+  for (std::size_t i = 0; i < digits; ++i) {
+    const signed char sextet = sextets[static_cast<unsigned char>(in[i])];
+    if (sextet < 0) {
+      return refuse(i);
+    }
+    group = group << 6 | static_cast<unsigned>(sextet);
+    switch (i % 4) {  // from its second on, each digit completes a byte
+      case 1:
+        out += static_cast<char>(group >> 4);
+        break;
+      case 2:
+        out += static_cast<char>(group >> 2);
+        break;
+      case 3:
+        out += static_cast<char>(group);
+        break;
+      default:
+        break;
+    }
+  }
+  return out;
+}
+
+long long kwxml_atoll(const char* text) noexcept
+{
+  return kwxml::parseInteger(text);
+}

@@ -1,0 +1,154 @@
+#include <kwxml/xml/DomSink.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/xml/XmlText.h>
+
+#include <xercesc/dom/DOM.hpp>
+
+#include <cstring>
+
+namespace kwxml {
+
+namespace {
+
+/// A catalogue name as the DOM wants it. Names are short; longer ones go to the heap.
+class DomName
+{
+public:
+  explicit DomName(const char* name)
+  {
+    const std::size_t length = std::strlen(name);
+    if (length < std::size(short_)) {
+      std::size_t i = 0;
+      for (; i < length && static_cast<unsigned char>(name[i]) < 0x80; ++i) {
+        short_[i] = static_cast<char16_t>(name[i]);
+      }
+      short_[i] = 0;
+      if (i == length) {
+        return;
+      }
+    }
+    long_ = toUtf16(name);
+  }
+  operator const char16_t*() const { return long_.empty() ? short_ : long_.c_str(); }
+
+private:
+  char16_t short_[64];
+  std::u16string long_;
+};
+
+/// Runs one operation on the document; a DOM exception is logged under the operation's public name.
+template <class Operation>
+bool guarded(const char* function, const char* format, const char* name, Operation operation)
+{
+  try {
+    operation();
+    return true;
+  } catch (const xercesc::DOMException&) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    XMLDebug::getInstance()->logError(function, format, name);
+#pragma GCC diagnostic pop
+    return false;
+  }
+}
+
+constexpr const char* tagFailure = "Exception occurred while constructing tag : [%s]";
+
+xercesc::DOMElement* child(xercesc::DOMDocument* document, xercesc::DOMElement* parent, const char* name)
+{
+  xercesc::DOMElement* element = document->createElement(DomName(name));
+  parent->appendChild(element);
+  return element;
+}
+
+}  // namespace
+
+bool DomSink::open(const char* name)
+{
+  try {
+    current_ = child(document_, current_, name);
+    return true;
+  } catch (const xercesc::DOMException&) {
+    return false;  // the writer names what could not be made
+  }
+}
+
+void DomSink::close() { current_ = static_cast<xercesc::DOMElement*>(current_->getParentNode()); }
+
+bool DomSink::openMapEntry(const char* name)
+{
+  xercesc::DOMElement* entry = nullptr;
+  xercesc::DOMElement* key = nullptr;
+  xercesc::DOMElement* value = nullptr;
+  if (!constructMapElements(document_, current_, entry, key, value, name)) {
+    return false;
+  }
+  current_ = key;
+  return true;
+}
+
+void DomSink::mapValue() { current_ = static_cast<xercesc::DOMElement*>(current_->getNextSibling()); }
+
+void DomSink::closeMapEntry()
+{
+  close();
+  close();
+}
+
+bool DomSink::constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
+                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key, xercesc::DOMElement*& value,
+                                   const char* name)
+{
+  entry = key = value = nullptr;
+  return guarded("XMLSerializer::constructMapElements", "Error constructing map object [%s].", name, [&] {
+    xercesc::DOMElement* made = document->createElement(DomName(name));
+    try {
+      key = child(document, made, "__mapKey__");
+      value = child(document, made, "__mapValue__");
+      parent->appendChild(made);
+    } catch (const xercesc::DOMException&) {
+      key = value = nullptr;
+      made->release();
+      throw;
+    }
+    entry = made;
+  });
+}
+
+void DomSink::attribute(const char* name, const char16_t* value)
+{
+  guarded("XMLSerializer::writeNodeToXML", tagFailure, name, [&] { current_->setAttribute(DomName(name), value); });
+}
+
+void DomSink::textElement(const char* name, const char16_t* value)
+{
+  guarded("XMLSerializer::writeNodeToXML", tagFailure, name, [&] {
+    xercesc::DOMElement* element = child(document_, current_, name);
+    element->appendChild(document_->createTextNode(value));
+  });
+}
+
+void DomSink::cdataElement(const char* name, const char16_t* value)
+{
+  guarded("XMLSerializer::writeAsCDATA", tagFailure, name, [&] {
+    xercesc::DOMElement* element = child(document_, current_, name);
+    element->appendChild(document_->createCDATASection(value));
+  });
+}
+
+void DomSink::text(const char16_t* value)
+{
+  guarded("XMLSerializer::writeListNodeToXML", tagFailure, "", [&] {
+    current_->appendChild(document_->createTextNode(value));
+  });
+}
+
+void DomSink::cdata(const char16_t* value)
+{
+  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, "", [&] {
+    current_->appendChild(document_->createCDATASection(value));
+  });
+}
+
+}  // namespace kwxml

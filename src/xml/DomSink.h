@@ -1,0 +1,46 @@
+// The writer's sink over a xerces-c DOM document. Not installed.
+#pragma once
+
+#include <kwxml/xml/XmlSink.h>
+
+#include <xercesc/util/XercesDefs.hpp>
+
+#include <string>
+
+XERCES_CPP_NAMESPACE_BEGIN
+class DOMDocument;
+class DOMElement;
+class DOMNode;
+XERCES_CPP_NAMESPACE_END
+
+namespace kwxml {
+
+/// Adds nodes below an element that the caller owns. A DOM exception ends at the operation that met it: it is logged
+/// and leaves nothing half made.
+class DomSink final : public XmlSink
+{
+public:
+  DomSink(xercesc::DOMDocument* document, xercesc::DOMElement* parent) : document_(document), current_(parent) {}
+
+  bool open(const char* name) override;
+  void close() override;
+  bool openMapEntry(const char* name) override;
+  void mapValue() override;
+  void closeMapEntry() override;
+  void attribute(const char* name, const char16_t* value) override;
+  void textElement(const char* name, const char16_t* value) override;
+  void cdataElement(const char* name, const char16_t* value) override;
+  void text(const char16_t* value) override;
+  void cdata(const char16_t* value) override;
+
+  /// The three elements of a map entry, the entry appended to `parent`; false (logged) when they cannot be made.
+  static bool constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
+                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key, xercesc::DOMElement*& value,
+                                   const char* name);
+
+private:
+  xercesc::DOMDocument* document_;
+  xercesc::DOMElement* current_;
+};
+
+}  // namespace kwxml

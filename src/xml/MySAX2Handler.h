@@ -1,0 +1,66 @@
+// The SAX2 handler that builds a message from its XML form: it feeds the parser's events to the rules of MessageReader
+// and guards the parser against what a hostile document may declare.
+//
+// A handler reads one document. It refuses every declaration of an entity or of an attribute with a default value,
+// before either can be used: no message needs one, and with them a short text stands for a huge one or for a local
+// file.
+#pragma once
+
+#include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/model/YMMessageBase.h>
+
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include <cstdint>
+#include <memory>
+
+class KwXMLContextInfo;
+
+class MySAX2Handler : public xercesc::DefaultHandler
+{
+public:
+  MySAX2Handler();
+  MySAX2Handler(const MySAX2Handler&) = delete;
+  MySAX2Handler& operator=(const MySAX2Handler&) = delete;
+  ~MySAX2Handler() override;
+
+  /// The name hash of field records; see kwxml::nameHash.
+  static std::uint32_t getHash(const char* text, std::size_t length) { return kwxml::nameHash(text, length); }
+
+  // Called before parsing.
+  void setContextInfo(KwXMLContextInfo* context) { context_ = context; }
+  void setEncodingFlags(const EncodingFlags& flags) { flags_ = flags; }
+  /// Fields keep their default values, marked set, unless the document sets them.
+  void setDefaultsWhileUnserialization();
+  /// The document is read into this message of the caller, whose other fields stay as they are.
+  void setTargetMessage(YMMessageBase* message);
+
+  /// The root message; null before its start tag. The handler's until takeMessage().
+  YMMessageBase* getMessage() const;
+  YMMessageBase* takeMessage();
+
+  bool processAttributes(const xercesc::Attributes& attributes);
+  void processMapEnd(const FieldDef& field);
+
+  // SAX2
+  void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
+                    const xercesc::Attributes& attributes) override;
+  void characters(const XMLCh* chars, XMLSize_t length) override;
+  void endElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname) override;
+  void setDocumentLocator(const xercesc::Locator* locator) override;
+  void attributeDecl(const XMLCh* element, const XMLCh* attribute, const XMLCh* type, const XMLCh* mode,
+                     const XMLCh* value) override;
+  void internalEntityDecl(const XMLCh* name, const XMLCh* value) override;
+  void externalEntityDecl(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override;
+  void unparsedEntityDecl(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId,
+                          const XMLCh* notation) override;
+
+private:
+  struct Reader;
+  [[noreturn]] void refuse(const char* what, const XMLCh* name) const;
+
+  std::unique_ptr<Reader> reader_;
+  KwXMLContextInfo* context_ = nullptr;
+  EncodingFlags flags_;
+  const xercesc::Locator* locator_ = nullptr;
+};

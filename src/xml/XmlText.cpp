@@ -1,0 +1,70 @@
+#include <kwxml/xml/XmlText.h>
+
+#include <kwxml/model/Metadata.h>
+#include <kwxml/xml/Transcoding.h>
+
+namespace kwxml {
+
+namespace {
+
+constexpr bool isLead(char16_t c) { return c >= 0xD800 && c < 0xDC00; }
+constexpr bool isTrail(char16_t c) { return c >= 0xDC00 && c < 0xE000; }
+
+/// Calls `put(char)` for each UTF-8 byte of the text.
+template <class Put>
+void forEachUtf8Byte(std::u16string_view text, Put put)
+{
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char32_t c = text[i];
+    if (c < 0x80) {
+      put(static_cast<char>(c));
+      continue;
+    }
+    if (isLead(text[i]) && i + 1 < text.size() && isTrail(text[i + 1])) {
+      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
+    } else if (isLead(text[i]) || isTrail(text[i])) {
+      put('?');
+      continue;
+    }
+    if (c < 0x800) {
+      put(static_cast<char>(0xC0 | c >> 6));
+    } else {
+      if (c < 0x10000) {
+        put(static_cast<char>(0xE0 | c >> 12));
+      } else {
+        put(static_cast<char>(0xF0 | c >> 18));
+        put(static_cast<char>(0x80 | (c >> 12 & 0x3F)));
+      }
+      put(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
+    }
+    put(static_cast<char>(0x80 | (c & 0x3F)));
+  }
+}
+
+}  // namespace
+
+std::string toUtf8(std::u16string_view text)
+{
+  std::string out;
+  out.reserve(text.size());
+  forEachUtf8Byte(text, [&](char byte) { out += byte; });
+  return out;
+}
+
+std::u16string toUtf16(const char* text)
+{
+  XMLChstring wide;
+  if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
+    XMLEncXStr::convertUnformattedToUTF16(text, wide);
+  }
+  return wide.length() == 0 ? std::u16string() : std::u16string(wide.c_str(), wide.c_str() + wide.length());
+}
+
+std::uint32_t nameHash(std::u16string_view name)
+{
+  std::uint32_t h = 0;
+  forEachUtf8Byte(name, [&](char byte) { h = h * 31 + static_cast<std::uint32_t>(static_cast<signed char>(byte)); });
+  return h & 0xFFFFFF;
+}
+
+}  // namespace kwxml
