@@ -1,0 +1,285 @@
+// The rules of a catalogue: unique names, ranges, marks that fit their fields, classes that can be
+// constructed.
+#include "AnnotationRecord.h"
+#include "CppText.h"
+#include "SchemaTypes.h"
+#include "Stages.h"
+
+#include <limits>
+#include <map>
+#include <set>
+#include <unordered_map>
+
+namespace kwxml::catalogue {
+namespace {
+
+// What the records can hold.
+constexpr long long minSystem = 1;  // row 0 is always empty
+constexpr long long maxSystem = XML_KWMessage_MessageSystemChooser::numberOfSystems - 1;
+constexpr long long minClassId = 1;  // records without a name have ID 0
+constexpr long long maxClassId = 0xFFFFFF;
+constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
+
+// The one class that an eager message never builds when it is made.
+constexpr std::uint32_t processingInstructionTag = 0x12454EA9;
+
+class Checker
+{
+public:
+  Checker(const Catalogue& catalogue, Diagnostics& diagnostics)
+      : catalogue_(catalogue), diagnostics_(diagnostics)
+  {
+  }
+
+  void run()
+  {
+    std::set<long long> indices;
+    std::set<std::string> names;
+    for (const System& system : catalogue_.systems) {
+      checkSystem(system);
+      if (!indices.insert(system.index).second) {
+        diagnostics_.error(system.at, "system index " + std::to_string(system.index) + " is repeated");
+      }
+      if (!names.insert(system.name).second) {
+        diagnostics_.error(system.at, "system " + quoted(system.name) + " is repeated");
+      }
+    }
+    checkConstruction();
+  }
+
+private:
+  void checkRange(const Location& at, const std::string& what, long long value, long long low, long long high)
+  {
+    if (value < low || value > high) {
+      diagnostics_.error(at, what + " " + std::to_string(value) + " is out of range " + std::to_string(low) +
+                                 " to " + std::to_string(high));
+    }
+  }
+
+  void checkSystem(const System& system)
+  {
+    checkRange(system.at, "system index", system.index, minSystem, maxSystem);
+    if (!isUsableNamespace(system.name)) {
+      diagnostics_.error(system.at, "system name " + quoted(system.name) + " cannot name a C++ namespace");
+    }
+    if (system.classes.empty()) {
+      diagnostics_.error(system.at, "system " + quoted(system.name) + " has no classes");
+    }
+    std::map<std::string, const Class*> names;
+    std::map<long long, const Class*> ids;
+    for (const Class& cls : system.classes) {
+      checkClass(cls);
+      const auto [same, isNew] = names.emplace(cppName(cls.name), &cls);
+      if (!isNew && same->second->name == cls.name) {
+        diagnostics_.error(cls.at,
+                           "class " + quoted(cls.name) + " is repeated in system " + quoted(system.name));
+      } else if (!isNew) {
+        diagnostics_.error(cls.at, "class " + quoted(cls.name) + " has the same C++ name as class " +
+                                       quoted(same->second->name) + ", " + same->first);
+      }
+      const auto [first, unique] = ids.emplace(cls.id, &cls);
+      if (!unique) {
+        diagnostics_.warning(cls.at, "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
+                                         quoted(cls.name) + " is that of " + quoted(first->second->name) +
+                                         ": a lookup by ID finds either");
+      }
+    }
+    checkXPaths(system);
+  }
+
+  void checkClass(const Class& cls)
+  {
+    checkRange(cls.at, "class ID", cls.id, minClassId, maxClassId);
+    if (cls.fields.size() > maxFields) {
+      diagnostics_.error(cls.at, "class " + quoted(cls.name) + " has " + std::to_string(cls.fields.size()) +
+                                     " fields; the limit is " + std::to_string(maxFields));
+    }
+    if (cls.isEnum && cls.fields.empty()) {
+      diagnostics_.error(cls.at, "enumeration " + quoted(cls.name) + " has no enumerators");
+    }
+    std::set<std::string> names;
+    std::unordered_map<std::uint32_t, const Field*> hashes;
+    for (const Field& field : cls.fields) {
+      if (field.isEnumerator() != cls.isEnum) {
+        diagnostics_.error(field.at, cls.isEnum
+                                         ? "field " + quoted(field.name) + " in enumeration " +
+                                               quoted(cls.name) + ": only a message has fields"
+                                         : "enumerator " + quoted(field.name) + " in message " +
+                                               quoted(cls.name) + ": only an enumeration has enumerators");
+        continue;
+      }
+      if (!names.insert(field.name).second) {
+        diagnostics_.error(field.at, (cls.isEnum ? "enumerator " : "field ") + quoted(field.name) +
+                                         " is repeated in " + quoted(cls.name));
+        continue;
+      }
+      checkAnnotations(field);
+      if (cls.isEnum) {
+        checkRange(field.at, "value of enumerator " + quoted(field.name), field.value,
+                   std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::uint32_t>::max());
+        continue;
+      }
+      checkMarks(field);
+      const std::uint32_t hash = field.recordHash();
+      if (hash == 0) {
+        if (!field.hidden) {
+          diagnostics_.warning(field.at,
+                               "the hash of field " + quoted(field.name) + " is 0: it is as hidden");
+        }
+        continue;
+      }
+      const auto [first, unique] = hashes.emplace(hash, &field);
+      if (!unique) {
+        diagnostics_.warning(field.at, "field " + quoted(field.name) + " has the hash of field " +
+                                           quoted(first->second->name) +
+                                           ": a lookup by name finds the latter");
+      }
+    }
+  }
+
+  void checkMarks(const Field& field)
+  {
+    if (field.type == FIELD_INVALID) {
+      return;
+    }
+    const auto refuse = [&](const char* mark, const char* where) {
+      diagnostics_.error(field.at, std::string("attribute ") + quoted(mark) + " of field " +
+                                       quoted(field.name) + " belongs on " + where);
+    };
+    const bool integer = (field.type >= FIELD_INT && field.type <= FIELD_ULONGLONG) ||
+                         field.type == FIELD_TIME32 || field.type == FIELD_TIME64;
+    if (field.dateForm && !integer) {
+      refuse("date", "an integer or time");
+    }
+    if (field.timeOfDay && !integer) {
+      refuse("timeOfDay", "an integer or time");
+    }
+    if (field.dateForm && field.timeOfDay) {
+      diagnostics_.error(field.at, "field " + quoted(field.name) + " is both a date and a time of day");
+    }
+    if (field.passwordName && field.type != FIELD_PSTRING) {
+      refuse("password", "a pstring");
+    }
+    if (field.cdata && field.type != FIELD_STRING && field.type != FIELD_LIST_STRING) {
+      refuse("cdata", "a string or a list of strings");
+    }
+  }
+
+  void checkAnnotations(const Field& field)
+  {
+    std::set<std::string> names;
+    for (const Annotation& annotation : field.annotations) {
+      if (!isAnnotationName(annotation.name)) {
+        diagnostics_.error(annotation.at,
+                           "unknown annotation " + quoted(annotation.name) + "; known: " + annotationNames());
+      } else if (!names.insert(annotation.name).second) {
+        diagnostics_.error(annotation.at, "annotation " + quoted(annotation.name) + " is repeated");
+      }
+      for (const auto& [name, value] : annotation.members) {
+        if (name.size() > maxAnnotationMemberName) {
+          diagnostics_.error(annotation.at, "the name of an annotation member is longer than " +
+                                                std::to_string(maxAnnotationMemberName) + " bytes");
+        }
+      }
+    }
+    if (field.annotations.size() > maxAttachedAnnotations ||
+        annotationRecordSize(field) > maxAnnotationRecord) {
+      diagnostics_.error(field.at, "the annotations of " + quoted(field.name) + " take more than " +
+                                       std::to_string(maxAnnotationRecord) + " bytes");
+    }
+  }
+
+  void checkXPaths(const System& system)
+  {
+    std::set<long long> ids;
+    std::set<std::string> paths;
+    for (const XPath& xpath : system.xpaths) {
+      checkRange(xpath.at, "xpath id", xpath.id, 0, std::numeric_limits<std::int32_t>::max());
+      if (!ids.insert(xpath.id).second) {
+        diagnostics_.error(xpath.at, "xpath id " + std::to_string(xpath.id) + " is repeated in system " +
+                                         quoted(system.name));
+      }
+      if (!system.hasXPathTables()) {
+        diagnostics_.warning(xpath.at,
+                             "only systems 12, 18, 22 and 100 have XPath tables: this xpath is left out");
+      } else if (!paths.insert(xpath.path).second) {
+        diagnostics_.warning(xpath.at,
+                             "xpath " + quoted(xpath.path) + " is repeated: a lookup by text finds either");
+      }
+    }
+  }
+
+  /// The class that constructing a message for this field would construct too; null when there is none. Only
+  /// eager messages build their objects, they leave out hidden fields, and lists and maps start empty.
+  static const Class* constructedWith(const Class& cls, const Field& field)
+  {
+    if (!cls.system->isEager() || field.type != FIELD_OBJECT || field.reference == nullptr ||
+        field.recordHash() == 0 || tagId(*field.reference) == processingInstructionTag) {
+      return nullptr;
+    }
+    return field.reference;
+  }
+
+  /// Refuses classes whose construction would never end. Depth first with a stack of its own: a catalogue may
+  /// nest deeper than the program's stack.
+  void checkConstruction()
+  {
+    std::unordered_map<const Class*, bool> finished;         // absent: not visited; false: on the path
+    std::vector<std::pair<const Class*, std::size_t>> path;  // class and its next field
+    for (const System& system : catalogue_.systems) {
+      for (const Class& start : system.classes) {
+        if (finished.contains(&start)) {
+          continue;
+        }
+        path.assign(1, {&start, 0});
+        finished[&start] = false;
+        while (!path.empty()) {
+          auto& [cls, next] = path.back();
+          if (next == cls->fields.size()) {
+            finished[cls] = true;
+            path.pop_back();
+            continue;
+          }
+          const Class* inner = constructedWith(*cls, cls->fields[next++]);
+          if (inner == nullptr) {
+            continue;
+          }
+          const auto [known, isNew] = finished.emplace(inner, false);
+          if (isNew) {
+            path.emplace_back(inner, 0);
+          } else if (!known->second) {
+            reportCycle(path, inner);
+          }
+        }
+      }
+    }
+  }
+
+  void reportCycle(const std::vector<std::pair<const Class*, std::size_t>>& path, const Class* first)
+  {
+    std::string names;
+    bool inCycle = false;
+    for (const auto& [cls, next] : path) {
+      inCycle = inCycle || cls == first;
+      if (inCycle) {
+        names += tagName(*cls) + "." + cls->fields[next - 1].name + " -> ";
+      }
+    }
+    const auto& [last, next] = path.back();
+    diagnostics_.error(
+        last->fields[next - 1].at,
+        "a new message of this class would contain itself without end: " + names + tagName(*first));
+  }
+
+  const Catalogue& catalogue_;
+  Diagnostics& diagnostics_;
+};
+
+}  // namespace
+
+void check(const Catalogue& catalogue, Diagnostics& diagnostics)
+{
+  Checker(catalogue, diagnostics).run();
+}
+
+}  // namespace kwxml::catalogue

@@ -1,0 +1,48 @@
+#include "Diagnostics.h"
+
+#include <algorithm>
+#include <ostream>
+#include <tuple>
+#include <utility>
+
+namespace kwxml::catalogue {
+
+std::uint32_t Diagnostics::addFile(std::string name)
+{
+  files_.push_back(std::move(name));
+  return static_cast<std::uint32_t>(files_.size() - 1);
+}
+
+void Diagnostics::add(const Location& at, bool isError, std::string text)
+{
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+  entries_.push_back({at, isError, std::move(text)});
+  errors_ += isError ? 1 : 0;
+}
+
+void Diagnostics::print(std::ostream& out) const
+{
+  std::vector<const Entry*> sorted;
+  sorted.reserve(entries_.size());
+  for (const Entry& entry : entries_) {
+    sorted.push_back(&entry);
+  }
+  std::stable_sort(sorted.begin(), sorted.end(), [](const Entry* a, const Entry* b) {
+    return std::tie(a->at.file, a->at.line, a->at.column) < std::tie(b->at.file, b->at.line, b->at.column);
+  });
+  for (const Entry* entry : sorted) {
+    out << files_[entry->at.file] << ':';
+    if (entry->at.line > 0) {
+      out << entry->at.line << ':' << entry->at.column << ':';
+    }
+    out << (entry->isError ? " error: " : " warning: ") << entry->text << '\n';
+  }
+}
+
+std::string quoted(const std::string& text)
+{
+  return "'" + text + "'";
+}
+
+}  // namespace kwxml::catalogue

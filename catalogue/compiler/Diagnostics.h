@@ -1,0 +1,56 @@
+// Errors and warnings about schema files, with their positions.
+//
+// Every stage reports into one Diagnostics and goes on as far as it can, so that one run names all mistakes.
+// The lines are printed at the end, in the order of the files and of the positions in them.
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace kwxml::catalogue {
+
+/// A place in a schema file: where the parser stands when it has read an element's start tag, that is, just
+/// behind its ">". Mistakes that the grammar finds are reported at the same place. Lines and columns count
+/// from 1.
+struct Location
+{
+  std::uint32_t file = 0;
+  std::uint32_t line = 0;
+  std::uint32_t column = 0;
+};
+
+class Diagnostics
+{
+public:
+  /// Adds a file and returns its number for Location::file. `name` is printed as given.
+  std::uint32_t addFile(std::string name);
+  const std::vector<std::string>& files() const { return files_; }
+
+  void error(const Location& at, std::string text) { add(at, true, std::move(text)); }
+  void warning(const Location& at, std::string text) { add(at, false, std::move(text)); }
+  bool hasErrors() const { return errors_ > 0; }
+
+  /// Writes "file:line:column: error: text" per error, "warning" alike; a place without a line is written as
+  /// the file alone. Each is one line: control characters become blanks.
+  void print(std::ostream& out) const;
+
+private:
+  struct Entry
+  {
+    Location at;
+    bool isError;
+    std::string text;
+  };
+  void add(const Location& at, bool isError, std::string text);
+
+  std::vector<std::string> files_;
+  std::vector<Entry> entries_;
+  std::size_t errors_ = 0;
+};
+
+/// The text in single quotes.
+std::string quoted(const std::string& text);
+
+}  // namespace kwxml::catalogue

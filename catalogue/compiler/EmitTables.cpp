@@ -1,0 +1,152 @@
+// The field arrays and annotation records, spread over a number of files so that they compile side by side:
+//
+//   #include <kwxml/model/Metadata.h>
+//
+//   namespace {
+//   const unsigned char annotations0[] = {0x00, 0x05, 0x01, 0x00, 0x00};
+//   }  // namespace
+//
+//   namespace KWXMLMSG_STRUCT_DEFS_Demo {
+//   extern const ::FieldDef Status[];
+//   const ::FieldDef Status[] = {
+//       {"errorCode", annotations0, 0x9CB015, 0, 0, 0, ::FIELD_INT},
+//       ...
+//   };
+//   }  // namespace KWXMLMSG_STRUCT_DEFS_Demo
+//
+// Everything is constant-initialised. An annotation record that several fields of a file share stands there
+// once.
+#include "AnnotationRecord.h"
+#include "CppText.h"
+#include "SchemaTypes.h"
+#include "Stages.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <unordered_map>
+
+namespace kwxml::catalogue {
+namespace {
+
+// Keeps one file's compile time in the order of a second.
+constexpr std::size_t classesPerFile = 256;
+
+std::string packedReferenceBytes(const Class& cls)
+{
+  return {static_cast<char>(cls.system->index), static_cast<char>(cls.index >> 16),
+          static_cast<char>(cls.index >> 8 & 0xFF), static_cast<char>(cls.index & 0xFF)};
+}
+
+/// One table file in the making.
+class Shard
+{
+public:
+  void addClass(const Class& cls)
+  {
+    if (system_ != cls.system) {
+      closeNamespace();
+      system_ = cls.system;
+      arrays_ += "\nnamespace KWXMLMSG_STRUCT_DEFS_" + system_->name + " {\n";
+    }
+    const std::string name = cppName(cls.name);
+    arrays_ += "extern const ::FieldDef " + name + "[];\nconst ::FieldDef " + name + "[] = {\n";
+    for (std::size_t i = 0; i < cls.fields.size(); ++i) {
+      addField(cls.fields[i], i);
+    }
+    arrays_ += "};\n";
+  }
+
+  std::string text(const std::string& headLine)
+  {
+    closeNamespace();
+    std::string out = headLine + "#include <kwxml/model/Metadata.h>\n";
+    if (!records_.empty()) {
+      out += "\nnamespace {\n" + annotations_ + "}  // namespace\n";
+    }
+    return out + arrays_;
+  }
+
+private:
+  void addField(const Field& field, std::size_t position)
+  {
+    std::string references;
+    if (field.keyReference != nullptr) {
+      references += packedReferenceBytes(*field.keyReference);
+    }
+    if (field.reference != nullptr) {
+      references += packedReferenceBytes(*field.reference);
+    }
+    // Records without a type have no place in the bits of their class.
+    const std::size_t number = field.type == FIELD_UNSET ? 0 : position;
+    arrays_ += "    {" + (references.empty() ? "" : literal(references) + " ") + literal(field.name) + ", " +
+               annotationsName(field) + ", " + hexadecimal(field.recordHash()) + ", 0, " +
+               std::to_string(number) + ", " + std::to_string(field.slot) +
+               ", ::" + enumeratorName(field.type) + "},\n";
+  }
+
+  std::string annotationsName(const Field& field)
+  {
+    const std::string record = annotationRecord(field);
+    if (record.empty()) {
+      return "nullptr";
+    }
+    const auto [known, isNew] = records_.emplace(record, records_.size());
+    const std::string name = "annotations" + std::to_string(known->second);
+    if (isNew) {
+      annotations_ += "const unsigned char " + name + "[] = {";
+      for (std::size_t i = 0; i < record.size(); ++i) {
+        annotations_ += (i == 0 ? "" : ", ") + hexadecimal(static_cast<unsigned char>(record[i]), 2);
+      }
+      annotations_ += "};\n";
+    }
+    return "::" + name;
+  }
+
+  void closeNamespace()
+  {
+    if (system_ != nullptr) {
+      arrays_ += "}  // namespace KWXMLMSG_STRUCT_DEFS_" + system_->name + "\n";
+      system_ = nullptr;
+    }
+  }
+
+  const System* system_ = nullptr;
+  std::string annotations_;
+  std::string arrays_;
+  std::unordered_map<std::string, std::size_t> records_;
+};
+
+}  // namespace
+
+std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string& headLine, unsigned shards)
+{
+  std::vector<const System*> systems;
+  for (const System& system : catalogue.systems) {
+    systems.push_back(&system);
+  }
+  std::sort(systems.begin(), systems.end(),
+            [](const System* a, const System* b) { return a->index < b->index; });
+  std::vector<const Class*> classes;
+  for (const System* system : systems) {
+    for (const Class& cls : system->classes) {
+      if (!cls.fields.empty()) {  // an array cannot be empty; such a class has none
+        classes.push_back(&cls);
+      }
+    }
+  }
+  const std::size_t count =
+      shards > 0 ? shards : std::max<std::size_t>(1, (classes.size() + classesPerFile - 1) / classesPerFile);
+  std::vector<OutputFile> files;
+  for (std::size_t i = 0; i < count; ++i) {
+    Shard shard;
+    for (std::size_t c = classes.size() * i / count; c < classes.size() * (i + 1) / count; ++c) {
+      shard.addClass(*classes[c]);
+    }
+    char name[32];
+    std::snprintf(name, sizeof name, "tables_%03zu.cpp", i);
+    files.push_back({name, shard.text(headLine)});
+  }
+  return files;
+}
+
+}  // namespace kwxml::catalogue

@@ -1,0 +1,331 @@
+// Schema files to elements: SAX2 with the grammar built in, positions kept for every element.
+#include "Grammar.h"
+#include "Stages.h"
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/XMLGrammarPoolImpl.hpp>
+#include <xercesc/sax/Locator.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/TransService.hpp>
+#include <xercesc/util/XMLUni.hpp>
+#include <xercesc/validators/common/Grammar.hpp>
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+
+namespace kwxml::catalogue {
+namespace {
+
+std::string toUtf8(const XMLCh* text)
+{
+  std::string ascii;
+  for (const XMLCh* c = text; c != nullptr && *c != 0; ++c) {
+    if (*c >= 0x80) {
+      const xercesc::TranscodeToStr utf8(text, "UTF-8");
+      return {reinterpret_cast<const char*>(utf8.str()), static_cast<std::size_t>(utf8.length())};
+    }
+    ascii.push_back(static_cast<char>(*c));
+  }
+  return ascii;
+}
+
+/// Thrown out of a parse to end it; the diagnostics already hold the reason.
+struct ParseEnded
+{
+};
+
+class Handler : public xercesc::DefaultHandler
+{
+public:
+  Handler(Catalogue& catalogue, Diagnostics& diagnostics) : catalogue_(catalogue), diagnostics_(diagnostics)
+  {
+  }
+
+  void startFile(std::uint32_t file)
+  {
+    file_ = file;
+    system_ = nullptr;
+    class_ = nullptr;
+    field_ = nullptr;
+  }
+
+  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
+
+  // The grammar has no recursion, so an element out of its place has been reported; here it only must do no
+  // harm.
+  void startElement(const XMLCh*, const XMLCh* localName, const XMLCh*,
+                    const xercesc::Attributes& attributes) override
+  {
+    attributes_ = &attributes;
+    const std::string element = toUtf8(localName);
+    if (element == "system") {
+      startSystem();
+    } else if ((element == "message" || element == "enum") && system_ != nullptr) {
+      startClass(element == "enum");
+    } else if (element == "field" && class_ != nullptr) {
+      startField();
+    } else if (element == "enumerator" && class_ != nullptr) {
+      startEnumerator();
+    } else if (element == "annotation" && field_ != nullptr) {
+      startAnnotation();
+    } else if (element == "xpath" && system_ != nullptr) {
+      startXPath();
+    }
+  }
+
+  void endElement(const XMLCh*, const XMLCh* localName, const XMLCh*) override
+  {
+    const std::string element = toUtf8(localName);
+    if (element == "system") {
+      system_ = nullptr;
+    } else if (element == "message" || element == "enum") {
+      class_ = nullptr;
+    } else if (element == "field" || element == "enumerator") {
+      field_ = nullptr;
+    }
+  }
+
+  // Without a document type there are no entities: nothing to expand and nothing to fetch.
+  void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override
+  {
+    diagnostics_.error(here(), "a schema file has no document type declaration");
+    throw ParseEnded();
+  }
+
+  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override
+  {
+    diagnostics_.error(here(), "a schema file refers to no other file: " + quoted(toUtf8(systemId)));
+    throw ParseEnded();
+  }
+
+  void warning(const xercesc::SAXParseException& exception) override
+  {
+    diagnostics_.warning(locationOf(exception), toUtf8(exception.getMessage()));
+  }
+  void error(const xercesc::SAXParseException& exception) override
+  {
+    diagnostics_.error(locationOf(exception), toUtf8(exception.getMessage()));
+  }
+  void fatalError(const xercesc::SAXParseException& exception) override
+  {
+    diagnostics_.error(locationOf(exception), toUtf8(exception.getMessage()));
+    throw ParseEnded();
+  }
+  void resetErrors() override {}
+
+private:
+  Location here() const
+  {
+    return {file_, static_cast<std::uint32_t>(locator_->getLineNumber()),
+            static_cast<std::uint32_t>(locator_->getColumnNumber())};
+  }
+  Location locationOf(const xercesc::SAXParseException& exception) const
+  {
+    return {file_, static_cast<std::uint32_t>(exception.getLineNumber()),
+            static_cast<std::uint32_t>(exception.getColumnNumber())};
+  }
+
+  std::optional<std::string> optionalText(const char* name) const
+  {
+    for (XMLSize_t i = 0; i < attributes_->getLength(); ++i) {
+      if (*attributes_->getURI(i) == 0 && toUtf8(attributes_->getLocalName(i)) == name) {
+        return toUtf8(attributes_->getValue(i));
+      }
+    }
+    return std::nullopt;
+  }
+  std::string text(const char* name) const { return optionalText(name).value_or(std::string()); }
+  bool flag(const char* name) const { return text(name) == "true"; }
+
+  std::optional<long long> optionalNumber(const char* name)
+  {
+    const std::optional<std::string> written = optionalText(name);
+    if (!written) {
+      return std::nullopt;
+    }
+    const bool negative = written->starts_with('-');
+    std::string digits = written->substr(negative ? 1 : 0);
+    const bool hexadecimal = digits.starts_with("0x") || digits.starts_with("0X");
+    digits = (negative ? "-" : "") + digits.substr(hexadecimal ? 2 : 0);
+    long long value = 0;
+    const auto result =
+        std::from_chars(digits.data(), digits.data() + digits.size(), value, hexadecimal ? 16 : 10);
+    if (result.ec == std::errc::result_out_of_range) {
+      diagnostics_.error(
+          here(), "the number " + quoted(*written) + " of attribute " + quoted(name) + " is out of range");
+      return std::nullopt;
+    }
+    return value;  // the grammar has refused everything else that is no number
+  }
+  long long number(const char* name) { return optionalNumber(name).value_or(0); }
+
+  void startSystem()
+  {
+    system_ = &catalogue_.systems.emplace_back();
+    system_->at = here();
+    system_->name = text("name");
+    system_->index = number("index");
+  }
+
+  void startClass(bool isEnum)
+  {
+    class_ = &system_->classes.emplace_back();
+    class_->at = here();
+    class_->system = system_;
+    class_->isEnum = isEnum;
+    class_->name = text("name");
+    class_->id = number("id");
+    class_->writtenIndex = optionalNumber("index");
+  }
+
+  void startField()
+  {
+    field_ = &class_->fields.emplace_back();
+    field_->at = here();
+    field_->name = text("name");
+    field_->typeName = text("type");
+    field_->of = optionalText("of");
+    field_->key = optionalText("key");
+    field_->className = optionalText("class");
+    field_->keyClassName = optionalText("keyClass");
+    field_->defaultText = optionalText("default");
+    field_->writtenSlot = optionalNumber("slot");
+    field_->dateForm = optionalText("date");
+    field_->passwordName = optionalText("password");
+    field_->hidden = flag("hidden");
+    field_->timeOfDay = flag("timeOfDay");
+    field_->cdata = flag("cdata");
+    field_->xpath = flag("xpath");
+  }
+
+  void startEnumerator()
+  {
+    field_ = &class_->fields.emplace_back();
+    field_->at = here();
+    field_->type = FIELD_ENUMERATOR;
+    field_->name = text("name");
+    field_->value = number("value");
+  }
+
+  void startAnnotation()
+  {
+    Annotation& annotation = field_->annotations.emplace_back();
+    annotation.at = here();
+    for (XMLSize_t i = 0; i < attributes_->getLength(); ++i) {
+      const std::string name = toUtf8(attributes_->getLocalName(i));
+      if (*attributes_->getURI(i) != 0) {
+        continue;
+      }
+      if (name == "name") {
+        annotation.name = toUtf8(attributes_->getValue(i));
+      } else {
+        annotation.members.emplace_back(name, toUtf8(attributes_->getValue(i)));
+      }
+    }
+  }
+
+  void startXPath()
+  {
+    XPath& xpath = system_->xpaths.emplace_back();
+    xpath.at = here();
+    xpath.id = number("id");
+    xpath.message = text("message");
+    xpath.path = text("path");
+  }
+
+  Catalogue& catalogue_;
+  Diagnostics& diagnostics_;
+  const xercesc::Locator* locator_ = nullptr;
+  const xercesc::Attributes* attributes_ = nullptr;
+  std::uint32_t file_ = 0;
+  System* system_ = nullptr;
+  Class* class_ = nullptr;
+  Field* field_ = nullptr;  // the last one of class_
+};
+
+/// A reader that validates against the grammar in `pool` and looks at nothing but the text it is given.
+std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::XMLGrammarPool& pool)
+{
+  using xercesc::XMLUni;
+  std::unique_ptr<xercesc::SAX2XMLReader> reader(
+      xercesc::XMLReaderFactory::createXMLReader(xercesc::XMLPlatformUtils::fgMemoryManager, &pool));
+  reader->setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
+  reader->setFeature(XMLUni::fgSAX2CoreValidation, true);
+  reader->setFeature(XMLUni::fgXercesDynamic, false);
+  reader->setFeature(XMLUni::fgXercesSchema, true);
+  reader->setFeature(XMLUni::fgXercesSchemaFullChecking, true);
+  reader->setFeature(XMLUni::fgXercesUseCachedGrammarInParse, true);
+  reader->setFeature(XMLUni::fgXercesLoadSchema, false);
+  reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+  reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+  return reader;
+}
+
+std::optional<std::string> readFile(const std::string& path, std::string& error)
+{
+  errno = 0;
+  std::ifstream in(path, std::ios::binary);
+  std::string content;
+  if (in) {
+    content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+  if (!in.is_open() || in.bad()) {
+    error = errno != 0 ? std::strerror(errno) : "it cannot be read";
+    return std::nullopt;
+  }
+  return content;
+}
+
+}  // namespace
+
+Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
+{
+  Catalogue catalogue;
+  Handler handler(catalogue, diagnostics);
+  xercesc::XMLGrammarPoolImpl pool;
+  const std::unique_ptr<xercesc::SAX2XMLReader> reader = makeReader(pool);
+  reader->setContentHandler(&handler);
+  reader->setErrorHandler(&handler);
+  reader->setLexicalHandler(&handler);
+  reader->setEntityResolver(&handler);
+
+  handler.startFile(diagnostics.addFile("catalogue.xsd"));
+  const xercesc::MemBufInputSource grammar(reinterpret_cast<const XMLByte*>(grammarText),
+                                           std::strlen(grammarText), "catalogue.xsd");
+  if (reader->loadGrammar(grammar, xercesc::Grammar::SchemaGrammarType, true) == nullptr) {
+    throw std::logic_error("the built-in grammar does not load");
+  }
+
+  for (const std::string& path : files) {
+    const std::uint32_t file = diagnostics.addFile(path);
+    handler.startFile(file);
+    std::string reason;
+    const std::optional<std::string> content = readFile(path, reason);
+    if (!content) {
+      diagnostics.error({file, 0, 0}, reason);
+      continue;
+    }
+    try {
+      const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(content->data()),
+                                              content->size(), path.c_str());
+      reader->parse(source);
+    } catch (const ParseEnded&) {
+      continue;
+    } catch (const xercesc::XMLException& exception) {
+      diagnostics.error({file, 0, 0}, toUtf8(exception.getMessage()));
+    }
+  }
+  return catalogue;
+}
+
+}  // namespace kwxml::catalogue

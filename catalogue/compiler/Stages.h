@@ -1,0 +1,41 @@
+// The stages of the catalogue compiler, in the order in which they run.
+#pragma once
+
+#include "Diagnostics.h"
+#include "Schema.h"
+
+#include <string>
+#include <vector>
+
+namespace kwxml::catalogue {
+
+/// Reads schema files, validated against the built-in grammar. Opens nothing but the files themselves: a
+/// document type declaration is refused, and nothing that a file names is fetched.
+Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics);
+
+/// Turns type names, class references, defaults, password names and XPaths into what they mean.
+void resolve(Catalogue& catalogue, Diagnostics& diagnostics);
+
+/// Refuses what the tables cannot hold or the library cannot live with, and warns of what they hold badly.
+void check(const Catalogue& catalogue, Diagnostics& diagnostics);
+
+/// Assigns class indices and slots, and refuses a layout that does not fit.
+void layOut(Catalogue& catalogue, Diagnostics& diagnostics);
+
+/// One file to be written; the name is relative to the output directory.
+struct OutputFile
+{
+  std::string name;
+  std::string text;
+};
+
+/// All generated files of a laid-out catalogue. `headLine` is the first line of each; `shards` 0 chooses the
+/// number of table files from the number of classes. The same catalogue gives the same bytes.
+std::vector<OutputFile> emit(const Catalogue& catalogue, const std::string& headLine, unsigned shards);
+
+// The emitters, one per artefact.
+std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string& headLine, unsigned shards);
+OutputFile emitRegistry(const Catalogue& catalogue, const std::string& headLine);
+OutputFile emitHeader(const System& system, const std::string& headLine);
+
+}  // namespace kwxml::catalogue
