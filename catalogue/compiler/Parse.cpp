@@ -271,19 +271,20 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::XMLGrammarPool& pool
   return reader;
 }
 
+/// The file's bytes; none, and the reason in `error`, when it cannot be read.
 std::optional<std::string> readFile(const std::string& path, std::string& error)
 {
   errno = 0;
-  std::ifstream in(path, std::ios::binary);
-  std::string content;
-  if (in) {
-    content.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  try {
+    std::ifstream in(path, std::ios::binary);
+    if (in.is_open()) {
+      return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+  } catch (const std::ios_base::failure&) {
+    // The buffer's own report of a failed read, such as that of a directory.
   }
-  if (!in.is_open() || in.bad()) {
-    error = errno != 0 ? std::strerror(errno) : "it cannot be read";
-    return std::nullopt;
-  }
-  return content;
+  error = errno != 0 ? std::strerror(errno) : "it cannot be read";
+  return std::nullopt;
 }
 
 }  // namespace

@@ -124,7 +124,9 @@ void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool
       }
     } else if constexpr (ObjectValue<Tag>) {
       delete std::exchange(pointer<Value>(m, def.slot), nullptr);
-    }  // a scalar keeps its slot
+    } else if constexpr (InPlaceValue<Tag>) {
+      raw(m, def.slot) = 0;  // a value that was dropped does not come back when its bit is set again
+    }
   });
 }
 

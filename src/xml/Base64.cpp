@@ -1,7 +1,6 @@
 #include <kwxml/xml/Base64.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/xml/NumberText.h>
 
 #include <algorithm>
 #include <array>
@@ -87,7 +86,8 @@ bool base64DecodeXmlCh(const unsigned short* in, std::string& out)
     XMLDebug::getInstance()->debug("base64DecodeXmlCh", "Received NULL string");
     return false;
   }
-  // Narrowed here rather than by the XML library, which would drop the upper byte of each unit.
+  // Narrowed here rather than by the XML library, which would drop the upper byte of each unit; a unit that
+  // is not ASCII becomes a byte that decodeAscii refuses.
   std::string narrow;
   for (; *in != 0; ++in) {
     narrow += *in < 0x80 ? static_cast<char>(*in) : '\x7F';
@@ -148,9 +148,4 @@ std::string base64_decode(const std::string& in)
     }
   }
   return out;
-}
-
-long long kwxml_atoll(const char* text) noexcept
-{
-  return kwxml::parseInteger(text);
 }

@@ -21,7 +21,3 @@ bool base64DecodeXmlCh(const unsigned short* in, std::string& out);
 std::string base64_encode(const std::string& in);
 /// The inverse. A text that is not such a line gives an empty result and an error line.
 std::string base64_decode(const std::string& in);
-
-/// The decimal integer at the start of a text: leading blanks and a sign are allowed, reading stops at the
-/// first other character, and a value beyond 64 bits gives the nearest bound. 0 for null and without digits.
-long long kwxml_atoll(const char* text) noexcept;

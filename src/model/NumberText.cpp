@@ -1,4 +1,4 @@
-#include <kwxml/xml/NumberText.h>
+#include <kwxml/model/NumberText.h>
 
 #include <locale.h>
 #include <algorithm>

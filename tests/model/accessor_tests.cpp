@@ -1,0 +1,242 @@
+// Addressing: own tags, foreign tags, wrong fields and slots, with the log lines that each failure leaves.
+#include "support/AllocationCounter.h"
+#include "support/LogCapture.h"
+#include "support/Messages.h"
+
+#include <kwxml/platform/KwException.h>
+
+#include <gtest/gtest.h>
+
+using namespace kwxml::test;
+
+namespace {
+
+constexpr unsigned long statusTag = 0x010003F0;
+constexpr unsigned int codeHash = 0x9CB015;
+constexpr unsigned int messageHash = 0xB7ECDF;
+
+const std::string statusSchema =
+    "Subsystem Name : Demo\nSubsystem Id : 1\nMessage Name : Status\nMessage Id : 1008\n\n"
+    "FIELD TYPE                    \tFIELD NAME                    \tHASH      \tID   \tINDEX\n"
+    "int                           \terrorCode                     \t10268693  \t0    \t0    \n"
+    "string                        \terrorMessage                  \t12053727  \t1    \t1    \n";
+
+const std::string invalidField =
+    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given field id [2]. Schema of given "
+    "message is :\n" +
+    statusSchema;
+
+}  // namespace
+
+TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
+{
+  LogCapture log;
+  YMMessageBase m = make("Demo_Status");
+  const YMMessageBase before(m);
+  const unsigned long tag = statusTag;
+  const std::vector<int> ints{1};
+  const std::map<std::string, std::string> map;
+  const auto expect = [&](const char* signature) {
+    ASSERT_EQ(log.lines().size(), 1u) << signature;
+    EXPECT_EQ(log.lines()[0].function, signature);
+    EXPECT_EQ(log.lines()[0].text, invalidField);
+    log.clear();
+  };
+  m.setint64(2, 0, 1, tag, codeHash);
+  expect("void YMMessageBase::setint64(short int, short int, XML_INT64, long unsigned int, unsigned int)");
+  m.setdouble(2, 0, 1, tag, codeHash);
+  expect("void YMMessageBase::setdouble(short int, short int, double, long unsigned int, unsigned int)");
+  m.setstring(2, 0, "x", tag, codeHash);
+  expect("void YMMessageBase::setstring(short int, short int, const std::string&, long unsigned int, unsigned int)");
+  EXPECT_FALSE(m.isSet(2, tag, codeHash));
+  expect("bool YMMessageBase::isSet(short int, long unsigned int, long unsigned int) const");
+  EXPECT_EQ(m.getlistint(2, 0, tag, codeHash, true), nullptr);
+  expect("std::vector<int>*& YMMessageBase::getlistint(short int, short int, long unsigned int, unsigned int, bool)");
+  m.setlistint(2, 0, &ints, tag, codeHash);
+  expect("void YMMessageBase::setlistint(short int, short int, const std::vector<int>*, long unsigned int, unsigned int)");
+  EXPECT_EQ(m.getObject(2, 0, tag, codeHash), nullptr);
+  expect("void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)");
+  m.deleteMember(2, tag, codeHash, false);
+  expect("void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)");
+  m.setint64(-1, 0, 1, tag, codeHash);
+  EXPECT_EQ(log.lines().size(), 1u) << "a negative number is no field either";
+  log.clear();
+  EXPECT_EQ(m.getint64(5, tag, codeHash), 0);
+  ASSERT_EQ(log.lines().size(), 1u);
+  EXPECT_EQ(log.lines()[0].function, "XML_INT64 YMMessageBase::getint64(short int, long unsigned int, unsigned int) const");
+  EXPECT_EQ(log.lines()[0].text,
+            "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given index on buffer is [5]. "
+            "Schema of given message is \n" +
+                statusSchema);
+  log.clear();
+  bool hasHash = false;
+  std::string name;
+  EXPECT_TRUE(m.isSet(1, hasHash, name));
+  EXPECT_TRUE(hasHash);
+  EXPECT_EQ(name, "errorMessage");
+  EXPECT_FALSE(m.isSet(2, hasHash, name));
+  EXPECT_TRUE(log.has("bool YMMessageBase::isSet(short int, bool&, std::string&) const",
+                      "Invalid field Id [2]. Total number of fields = [2]. Message = [Demo_Status]"));
+  EXPECT_TRUE(m == before);
+}
+
+TEST(Accessors, ForeignTagsFindTheFieldByItsHash)
+{
+  LogCapture log;
+  YMMessageBase m = make("Demo_Status");
+  m.wipeBitset();
+  m.setint64(1, 4, 7, 0xC9000001, codeHash);  // field number and slot of another version of the class
+  EXPECT_EQ(getInt(m, "errorCode"), 7);
+  EXPECT_TRUE(isSet(m, "errorCode"));
+  EXPECT_FALSE(isSet(m, "errorMessage"));
+  m.setstring(0, 0, "found", 0xC9000001, messageHash);
+  EXPECT_EQ(m.getstring_const(0, 3, 0xC9000001, messageHash), "found");
+  EXPECT_EQ(m.getint64(3, 0xC9000001, codeHash), 7);
+  EXPECT_TRUE(m.isSet(0, 0xC9000001, messageHash));
+  m.unsetField(0, 0xC9000001, messageHash);
+  EXPECT_FALSE(isSet(m, "errorMessage"));
+  m.setField(0, 0xC9000001, messageHash);
+  EXPECT_TRUE(isSet(m, "errorMessage"));
+  EXPECT_TRUE(log.lines().empty());
+
+  const YMMessageBase before(m);
+  const std::string unknown = "Message [Demo_Status] with TagID : [16778224] does not contain field : [99]. Message Received : [5]";
+  m.setint64(0, 0, 1, 5, 99);
+  EXPECT_TRUE(log.has("YMMessageBase::setint64", unknown));
+  EXPECT_EQ(m.getstring_const(0, 0, 5, 99), "");
+  EXPECT_TRUE(log.has("YMMessageBase::getstring_const", unknown));
+  EXPECT_EQ(m.getlistint_const(0, 0, 5, 99), nullptr);
+  m.deleteMember(0, 5, 99, false);
+  EXPECT_TRUE(log.has("YMMessageBase::deleteMember", unknown));
+  try {
+    m.getObject(0, 0, 5, 99);
+    FAIL() << "no exception";
+  } catch (const KwException& e) {
+    EXPECT_STREQ(e.what(),
+                 "KwXML does not recognize given field :[99] in Message [Demo_Status] :[16778224]. Message received : [5]");
+    EXPECT_EQ(std::string(e.getFunction()), "YMMessageBase::getObject");
+  }
+  EXPECT_TRUE(log.has("YMMessageBase::getObject", unknown));
+  EXPECT_TRUE(m == before);
+}
+
+TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
+{
+  LogCapture log;
+  YMMessageBase item = make("Demo_Item");
+  const FieldDef& price = field(item, "price");
+  const FieldDef& color = field(item, "color");
+  item.setint64(price.fieldNumber, color.slot, 2, item.getTagID(), price.hash);
+  EXPECT_EQ(getInt(item, "color"), 2) << "the caller's slot is written, though it is another field's";
+  EXPECT_TRUE(log.lines().empty());
+
+  // Slots that hold objects are never overwritten with something else, nor is anything outside the message.
+  const FieldDef& name = field(item, "name");
+  const FieldDef& tags = field(item, "tags");
+  setText(item, "name", "a name that is long enough to live on the heap");
+  item.getliststring(tags.fieldNumber, tags.slot, item.getTagID(), tags.hash, true)->push_back("tag");
+  const YMMessageBase before(item);
+  for (short slot = -2; slot < 12; ++slot) {
+    for (short n = -1; n < 5; ++n) {
+      if (slot != price.slot && slot != color.slot) {
+        item.setdouble(n, slot, 1.5, item.getTagID(), 0);
+      }
+      if (slot != name.slot) {
+        item.setstring(n, slot, "x", item.getTagID(), 0);
+      }
+      EXPECT_EQ(item.getlistint(n, slot, item.getTagID(), 0, true), nullptr);
+      item.setObject(n, slot == tags.slot ? short{0} : slot, nullptr, true, item.getTagID(), 0, true);
+    }
+  }
+  EXPECT_TRUE(item == before);
+  item.setint64(name.fieldNumber, name.slot, -12, item.getTagID(), name.hash);
+  EXPECT_EQ(getText(item, "name"), "-12");
+  YMMessageBase all = make("Types_AllTypes");
+  for (const char* text : {"bstringValue", "pstringValue"}) {
+    const FieldDef& def = field(all, text);
+    all.setint64(def.fieldNumber, def.slot, 1, all.getTagID(), def.hash);
+    EXPECT_EQ(all.getbstringobject_const(def.fieldNumber, def.slot, all.getTagID(), def.hash)->text(), "1");
+    EXPECT_TRUE(isSet(all, text));
+  }
+  const FieldDef& wide = field(all, "wstringValue");
+  all.setint64(wide.fieldNumber, wide.slot, 42, all.getTagID(), wide.hash);
+  EXPECT_EQ(all.getwstring_const(wide.fieldNumber, wide.slot, all.getTagID(), wide.hash), L"42");
+}
+
+TEST(Accessors, MarkingFollowsTheMemberTable)
+{
+  YMMessageBase m = make("Types_AllTypes");
+  const unsigned long tag = m.getTagID();
+  const auto at = [&](const char* name, auto call) {
+    const FieldDef& def = field(m, name);
+    call(def.fieldNumber, def.slot, def.hash);
+    return isSet(m, name);
+  };
+  EXPECT_FALSE(at("intList", [&](short n, short s, unsigned h) {
+    EXPECT_EQ(m.getlistint_const(n, s, tag, h), nullptr);
+    ASSERT_NE(m.getlistint(n, s, tag, h, false), nullptr);
+    EXPECT_TRUE(m.getlistint_const(n, s, tag, h)->empty());
+  }));
+  EXPECT_TRUE(at("intList", [&](short n, short s, unsigned h) { m.getlistint(n, s, tag, h, true); }));
+  EXPECT_FALSE(at("stringStringMap", [&](short n, short s, unsigned h) {
+    EXPECT_EQ(m.getMapStringAndString_const(n, s, tag, h), nullptr);
+    EXPECT_NE(m.getMapStringAndString(n, s, tag, h, false), nullptr);
+  }));
+  EXPECT_FALSE(at("stringValue", [&](short n, short s, unsigned h) { m.getstring(n, s, tag, h); }));
+  EXPECT_TRUE(at("stringValue", [&](short n, short s, unsigned h) { m.getstringByRef(n, s, tag, h) = "x"; }));
+  EXPECT_FALSE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobject(n, s, tag, h); }));
+  EXPECT_TRUE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobjectByRef(n, s, tag, h); }));
+  EXPECT_TRUE(at("longValue", [&](short n, short s, unsigned h) { m.getint64ByRef(n, s, tag, h) = 3; }));
+  EXPECT_TRUE(at("pstringValue", [&](short n, short s, unsigned h) {
+    m.setpstringobject(n, s, pstring("p"), Annotation::BASE64, tag, h);
+    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::BASE64);
+    m.setbstringobject(n, s, bstring("q"), tag, h);
+    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::PLAIN_TEXT);
+  }));
+  const FieldDef& object = field(m, "objectValue");
+  const auto reference = kwxml::packedReference(object);
+  const auto access = [&](bool create, bool mark) {
+    return m.getObjectAccessor(create, mark, object.fieldNumber, object.slot, tag, object.hash,
+                               static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
+  };
+  EXPECT_EQ(access(false, false), nullptr);
+  YMMessageBase* made = access(true, false);
+  ASSERT_NE(made, nullptr);
+  EXPECT_FALSE(isSet(m, "objectValue"));
+  EXPECT_EQ(access(false, true), made);
+  EXPECT_TRUE(isSet(m, "objectValue"));
+  YMMessageBase leaf = make("Types_Leaf");
+  setInt(leaf, "number", 4);
+  m.setObjectAccessor(&leaf, object.fieldNumber, object.slot, tag, object.hash);
+  EXPECT_TRUE(*access(false, false) == leaf);
+
+  LogCapture log;
+  m.setMemberTestBit("objectValue", false);
+  EXPECT_FALSE(isSet(m, "objectValue"));
+  m.setMemberTestBit("objectValue", true);
+  EXPECT_TRUE(log.has("YMMessageBase::setMemberTestBit", "[You cannot enable a field without passing the value]"));
+  m.setPrimitiveBitValue(field(m, "intValue").fieldNumber, true);
+  EXPECT_TRUE(isSet(m, "intValue"));
+  m.setPrimitiveBitValue(field(m, "ulonglongValue").fieldNumber, true);  // counts as a list type, as encodings have it
+  EXPECT_TRUE(log.has("YMMessageBase::setPrimitiveBitValue",
+                      "Received member [ulonglongValue] is not a primitive type. Given member type is [6]"));
+  m.setPrimitiveBitValue(99, true);
+  EXPECT_TRUE(log.has("YMMessageBase::setPrimitiveBitValue", "Message [AllTypes] does not have member [99]"));
+}
+
+TEST(Accessors, OwnTagAccessAndLookUpsAllocateNothing)
+{
+  YMMessageBase m = make("Demo_Item");
+  const FieldDef& price = field(m, "price");
+  const FieldDef& color = field(m, "color");
+  const std::string name = "price";
+  const AllocationCounter counter;
+  m.setdouble(price.fieldNumber, price.slot, 2.5, m.getTagID(), price.hash);
+  m.setint64(color.fieldNumber, color.slot, 2, m.getTagID(), color.hash);
+  m.setint64(color.fieldNumber, 0, 1, 0xC9000001, color.hash);
+  EXPECT_EQ(m.getint64(color.slot, m.getTagID(), color.hash), 1);
+  EXPECT_TRUE(m.isSet(price.fieldNumber, m.getTagID(), price.hash));
+  const _ClassDef* cls = YMMessageBase::GetClassDef(m.getTagID());
+  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(cls, name), 1);
+  EXPECT_EQ(counter.count(), 0u);
+}

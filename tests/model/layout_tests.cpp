@@ -1,0 +1,136 @@
+// Where values lie: inline, on the heap, across the border, in storage of the caller; and what moves cost.
+#include "support/AllocationCounter.h"
+#include "support/LogCapture.h"
+#include "support/Messages.h"
+
+#include <kwxml/platform/KwException.h>
+
+#include <gtest/gtest.h>
+
+using namespace kwxml::test;
+
+namespace {
+
+std::size_t allocationsOf(const char* tagName)
+{
+  const YMMessageBase probe = make(tagName);
+  const AllocationCounter counter;
+  const YMMessageBase message(probe.getSubsysID(), probe.getClassIndex());
+  return counter.count();
+}
+
+}  // namespace
+
+TEST(Layout, SmallClassesAllocateNothingLargeOnesOnce)
+{
+  EXPECT_EQ(allocationsOf("Types_Slots24"), 0u);
+  EXPECT_EQ(allocationsOf("Demo_Status"), 0u);
+  EXPECT_EQ(allocationsOf("Types_Slots25"), 1u);
+  EXPECT_EQ(allocationsOf("Types_Straddle"), 1u);
+  EXPECT_EQ(allocationsOf("Types_Wide"), 1u);
+}
+
+TEST(Layout, InlineCountStopsBeforeTheFirstValueThatReachesSlot24)
+{
+  // A buffer shows its layout by where the slots lie: the heap part does not lie inside the object.
+  const auto inlineCount = [](const char* tagName) {
+    YMMessageBase message = make(tagName);
+    int count = 0;
+    for (const FieldDef& def : *message.getClass()) {
+      const auto* address = static_cast<const char*>(def.getFieldAddrResolved(message));
+      const auto* object = reinterpret_cast<const char*>(&message);
+      count += address >= object && address < object + sizeof message ? kwxml::fieldTypeInfo(def.type).slots : 0;
+    }
+    return count;
+  };
+  EXPECT_EQ(inlineCount("Types_Slots24"), 24);
+  EXPECT_EQ(inlineCount("Types_Slots25"), 24);
+  EXPECT_EQ(inlineCount("Types_Straddle"), 22);
+}
+
+TEST(Layout, EveryFieldKeepsItsOwnValue)
+{
+  for (const char* tagName : {"Types_Slots24", "Types_Slots25", "Types_Straddle", "Types_Wide", "Types_ExplicitSlots"}) {
+    YMMessageBase message = make(tagName);
+    for (const FieldDef& def : *message.getClass()) {
+      if (def.type == FIELD_STRING) {
+        setText(message, def.getName(), std::string("a long value that does not fit in place ") + def.getName());
+      } else if (def.type == FIELD_DOUBLE) {
+        message.setdouble(def.fieldNumber, def.slot, def.fieldNumber + 0.5, message.getTagID(), def.hash);
+      } else {
+        setInt(message, def.getName(), def.fieldNumber + 1000);
+      }
+    }
+    for (const FieldDef& def : *message.getClass()) {
+      SCOPED_TRACE(std::string(tagName) + "." + def.getName());
+      EXPECT_TRUE(isSet(message, def.getName()));
+      if (def.type == FIELD_STRING) {
+        EXPECT_EQ(getText(message, def.getName()),
+                  std::string("a long value that does not fit in place ") + def.getName());
+      } else if (def.type == FIELD_DOUBLE) {
+        EXPECT_EQ(message.getdouble(def.slot, message.getTagID(), def.hash), def.fieldNumber + 0.5);
+      } else {
+        EXPECT_EQ(getInt(message, def.getName()), def.fieldNumber + 1000);
+      }
+    }
+  }
+}
+
+TEST(Layout, MovesKeepValuesAndAllocateNothing)
+{
+  static_assert(std::is_nothrow_move_constructible_v<YMMessageBase> && std::is_nothrow_move_assignable_v<YMMessageBase>);
+  for (const char* tagName : {"Types_AllTypes", "Types_Straddle", "Types_ExplicitSlots", "Demo_Status", "Legacy_Defaults"}) {
+    YMMessageBase original = make(tagName);
+    fillAll(original, 1);
+    const YMMessageBase expected(original);
+    const AllocationCounter counter;
+    YMMessageBase moved(std::move(original));
+    YMMessageBase assigned;
+    assigned = std::move(moved);
+    EXPECT_EQ(counter.count(), 0u);
+    EXPECT_TRUE(assigned == expected) << tagName;
+    EXPECT_EQ(moved.getClass(), nullptr);
+    EXPECT_EQ(moved.getNumberOfFields(), 0);
+    moved = make(tagName);  // a message that was moved from can be used again
+    fillAll(moved, 1);
+    EXPECT_TRUE(moved == expected) << tagName;
+  }
+  std::vector<YMMessageBase> vector;
+  for (int i = 0; i < 100; ++i) {  // short strings in place point into themselves: growth must mend them
+    vector.push_back(make("Demo_Status"));
+    setText(vector.back(), "errorMessage", "n" + std::to_string(i));
+  }
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_EQ(getText(vector[static_cast<std::size_t>(i)], "errorMessage"), "n" + std::to_string(i));
+  }
+  YMMessageBase node = nodeChain(3);  // a part of a message may be moved into its whole
+  const FieldDef& child = field(node, "child");
+  auto* part = static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
+  node = std::move(*part);
+  EXPECT_TRUE(node == nodeChain(2));
+}
+
+TEST(Layout, ExternalStorageIsCheckedInBytesAndStaysTheCallers)
+{
+  const YMMessageBase probe = make("Demo_Item");
+  constexpr int needed = 7 * 8 + 4 / 8 + 1;
+  std::vector<long long> storage(16, -1);
+  LogCapture log;
+  EXPECT_THROW(YMMessageBase(probe.getSubsysID(), probe.getClassIndex(), storage.data(), needed - 1), KwException);
+  EXPECT_TRUE(log.has("YMMessageBase::initialize", "[Size of buffer provided is not sufficient]"));
+  EXPECT_EQ(storage[0], -1);
+  {
+    YMMessageBase message(probe.getSubsysID(), probe.getClassIndex(), storage.data(), needed);
+    fillAll(message, 1);
+    EXPECT_NE(storage[4], 0);  // the price lies in the caller's slot 4
+    YMMessageBase copy(message);
+    EXPECT_TRUE(copy == message);
+    YMMessageBase other = make("Demo_Item");
+    fillAll(other, 2);
+    message = other;
+    EXPECT_TRUE(message == other);
+    EXPECT_EQ(static_cast<const void*>(field(message, "price").getFieldAddrResolved(message)), &storage[4]);
+    YMMessageBase moved(std::move(message));
+    EXPECT_TRUE(moved == other);
+  }
+}

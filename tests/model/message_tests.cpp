@@ -1,0 +1,315 @@
+// Messages as values: copy, equality, assignment, deletion, defaults, construction, caches, for every field type.
+#include "support/LogCapture.h"
+#include "support/Messages.h"
+#include "support/SmallStack.h"
+
+#include <kwxml/model/Limits.h>
+#include <kwxml/platform/KwException.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace kwxml::test;
+
+TEST(Values, EveryTypeIsCopiedComparedAndDeleted)
+{
+  const YMMessageBase empty = make("Types_AllTypes");
+  for (const FieldDef& def : *empty.getClass()) {
+    SCOPED_TRACE(def.getName());
+    YMMessageBase message = make("Types_AllTypes");
+    if (!fill(message, def, 1)) {
+      EXPECT_EQ(def.getFieldAddrResolved(message), nullptr);
+      continue;
+    }
+    EXPECT_TRUE(isSet(message, def.getName()));
+    EXPECT_FALSE(message == empty);
+    YMMessageBase copy(message);
+    EXPECT_TRUE(copy == message);
+    YMMessageBase assigned = make("Types_AllTypes");
+    fillAll(assigned, 2);
+    assigned = message;
+    EXPECT_TRUE(assigned == message) << "nothing of the target survives";
+    fill(copy, def, 2);
+    EXPECT_FALSE(copy == message) << "the copy is deep, and the other value differs";
+    YMMessageBase again = make("Types_AllTypes");
+    fill(again, def, 1);
+    EXPECT_TRUE(again == message) << "the original is as it was";
+    message.deleteMember(def.fieldNumber, message.getTagID(), def.hash, false);
+    EXPECT_FALSE(isSet(message, def.getName()));
+    EXPECT_TRUE(message == empty);
+    fill(message, def, 2);
+    EXPECT_TRUE(message == copy);
+    message.deleteMember(def.fieldNumber, message.getTagID(), def.hash, true);
+    fill(message, def, 1);
+    EXPECT_TRUE(message == again) << "a destroyed value can be set again";
+  }
+  YMMessageBase full = make("Types_AllTypes");
+  fillAll(full, 3);
+  full.reset();
+  EXPECT_TRUE(full == empty);
+}
+
+TEST(Values, EqualityRules)
+{
+  YMMessageBase a = make("Types_AllTypes");
+  YMMessageBase b = make("Types_AllTypes");
+  const FieldDef& scalar = field(a, "doubleValue");
+  const FieldDef& list = field(a, "doubleList");
+  const auto set = [&](YMMessageBase& m, double value) {
+    m.setdouble(scalar.fieldNumber, scalar.slot, value, m.getTagID(), scalar.hash);
+  };
+  const auto setList = [&](YMMessageBase& m, double value) {
+    const std::vector<double> values{value};
+    m.setlistdouble(list.fieldNumber, list.slot, &values, m.getTagID(), list.hash);
+  };
+  EXPECT_TRUE(a == b);
+  setInt(a, "intValue", 0);
+  EXPECT_FALSE(a == b) << "set to the default is not unset";
+  setInt(b, "intValue", 0);
+  set(a, std::nan(""));
+  EXPECT_TRUE(a == YMMessageBase(a)) << "a scalar NaN is compared by its bits";
+  set(a, 0.0);
+  set(b, -0.0);
+  EXPECT_FALSE(a == b);
+  set(b, 0.0);
+  setList(a, 0.0);
+  setList(b, -0.0);
+  EXPECT_TRUE(a == b) << "in a list numerically";
+  setList(a, std::nan(""));
+  EXPECT_FALSE(a == YMMessageBase(a));
+  EXPECT_FALSE(YMMessageBase() == YMMessageBase());
+  EXPECT_TRUE(make("Types_Empty") == make("Types_Empty"));
+  EXPECT_FALSE(make("Types_Leaf") == make("Types_KeyLeaf"));
+  EXPECT_FALSE(a < b || b < a || make("Types_Leaf") < a);
+}
+
+TEST(Values, HiddenFieldsAreCopiedButNotCompared)
+{
+  YMMessageBase a = make("Types_Hidden");
+  const FieldDef& secret = field(a, "unseen");
+  ASSERT_EQ(secret.hash, 0u);
+  a.setstring(secret.fieldNumber, secret.slot, "x", a.getTagID(), 0);
+  EXPECT_TRUE(a == make("Types_Hidden"));
+  EXPECT_EQ(getText(YMMessageBase(a), "unseen"), "x");
+}
+
+TEST(Values, MapsOfMessagesKeepOneEntry)
+{
+  YMMessageBase m = make("Types_Node");
+  const FieldDef& def = field(m, "byNode");
+  auto*& map = m.getMapObjectAndObject(def.fieldNumber, def.slot, m.getTagID(), def.hash, true);
+  map->emplace(nodeChain(1), nodeChain(2));
+  map->emplace(nodeChain(2), nodeChain(1));
+  EXPECT_EQ(map->size(), 1u);
+  EXPECT_TRUE(map->begin()->second == nodeChain(2));
+}
+
+TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
+{
+  LogCapture log;
+  YMMessageBase leaf = make("Types_Leaf");
+  fillAll(leaf, 1);
+  const YMMessageBase before(leaf);
+  const YMMessageBase status = make("Demo_Status");
+  const std::string text = "You cannot assign object of type : [Demo_Status] to object with type : [Types_Leaf]";
+  try {
+    leaf = status;
+    FAIL() << "no exception";
+  } catch (const KwException& e) {
+    EXPECT_EQ(e.what(), text);
+    EXPECT_EQ(std::string(e.getFunction()), "YMMessageBase::operator=");
+  }
+  EXPECT_TRUE(log.has("YMMessageBase assignment operator", "[" + text + "]"));
+  EXPECT_TRUE(leaf == before);
+  const YMMessageBase& self = leaf;
+  leaf = self;
+  EXPECT_TRUE(leaf == before);
+  YMMessageBase node = nodeChain(4);
+  const FieldDef& child = field(node, "child");
+  node = *static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
+  EXPECT_TRUE(node == nodeChain(3));
+  YMMessageBase none;
+  none = leaf;
+  EXPECT_TRUE(none == before) << "a message without a class takes on the source's";
+}
+
+TEST(Values, CachedTextsFollowCopies)
+{
+  YMMessageBase m = make("Demo_Status");
+  EXPECT_STREQ(m.getSerializedXMLString(), "");
+  m.setSerializedXMLString("<a/>", false);
+  EXPECT_FALSE(m.isSerialized());
+  m.setSerializedXMLString("<b/>", true);
+  m.setLastSerializedXMLString("last");
+  m.setCDATABuffer("cdata");
+  YMMessageBase copy(m);
+  YMMessageBase assigned = make("Demo_Status");
+  assigned.setCDATABuffer("gone");
+  assigned = m;
+  for (YMMessageBase* c : {&copy, &assigned}) {
+    EXPECT_STREQ(c->getSerializedXMLString(), "<b/>");
+    EXPECT_TRUE(c->isSerialized());
+    EXPECT_TRUE(c->isCDATABufferSet());
+    EXPECT_EQ(c->getCDATABuffer(), "cdata");
+  }
+  assigned = make("Demo_Status");
+  EXPECT_FALSE(assigned.isCDATABufferSet());
+  EXPECT_FALSE(assigned.isSerialized());
+  copy.clearSerializedXMLString();
+  copy.resetCDATABuffer();
+  EXPECT_FALSE(copy.isSerialized() || copy.isCDATABufferSet());
+  EXPECT_STREQ(copy.getSerializedXMLString(), "");
+  EXPECT_EQ(copy.getCDATABuffer(), "");
+  copy.setLastErrorEnglishA("%s", "kept by nobody");
+  EXPECT_EQ(copy.getLastErrorEnglishW(), nullptr);
+}
+
+TEST(Values, DefaultsAndOldWayConstruction)
+{
+  const YMMessageBase status = make("Demo_Status");  // an old-way system: primitives count as set
+  EXPECT_TRUE(isSet(status, "errorCode") && isSet(status, "errorMessage"));
+
+  YMMessageBase defaults = make("Legacy_Defaults");
+  const auto check = [](const YMMessageBase& m) {
+    EXPECT_EQ(getInt(m, "intValue"), -7);
+    EXPECT_EQ(getInt(m, "uintValue"), 4294967295LL);
+    EXPECT_EQ(getInt(m, "longValue"), -9000000000LL);
+    EXPECT_EQ(getInt(m, "ulongValue"), 16);
+    EXPECT_EQ(getInt(m, "longlongValue"), std::numeric_limits<long long>::max());
+    EXPECT_EQ(getInt(m, "boolValue"), 1);
+    EXPECT_EQ(getText(m, "stringValue"), "text \"quoted\" \xC3\xBC?\?/");
+    EXPECT_EQ(getInt(m, "enumValue"), 1);
+    const FieldDef& d = field(m, "doubleValue");
+    EXPECT_EQ(m.getdouble(d.slot, m.getTagID(), d.hash), 2.5);
+    const FieldDef& f = field(m, "floatValue");
+    EXPECT_EQ(m.getfloat(f.slot, m.getTagID(), f.hash), -0.125f);
+    EXPECT_EQ(getInt(m, "time64Value"), 1700000000);
+    EXPECT_EQ(getInt(m, "noDefault"), 0);
+    EXPECT_TRUE(isSet(m, "noDefault"));
+  };
+  check(defaults);
+  fillAll(defaults, 1);
+  defaults.reset();
+  check(defaults);
+  const FieldDef& wanted = field(defaults, "stringValue");
+  setInt(defaults, "intValue", 5);
+  setText(defaults, "stringValue", "changed");
+  defaults.setDefaults(wanted.fieldNumber);
+  EXPECT_EQ(getInt(defaults, "intValue"), 5);
+  EXPECT_EQ(getText(defaults, "stringValue"), "text \"quoted\" \xC3\xBC?\?/");
+
+  const YMMessageBase account = make("Legacy_Account");
+  for (const FieldDef& def : *account.getClass()) {
+    const bool builds = def.hash != 0 && !FieldDef::isMapType(def.type) &&
+                        std::string(def.getName()) != "processinginstructioninfo";
+    EXPECT_EQ(isSet(account, def.getName()), builds) << def.getName();
+    if (kwxml::fieldTypeInfo(def.type).storage == kwxml::Storage::Object && def.type != FIELD_BSTRING &&
+        def.type != FIELD_PSTRING) {
+      EXPECT_EQ(def.getFieldAddrResolved(account) != nullptr, builds) << def.getName();
+    }
+  }
+  YMMessageBase resetAccount(account);
+  fillAll(resetAccount, 2, 1);
+  resetAccount.reset();
+  EXPECT_TRUE(resetAccount == account);
+
+  YMMessageBase hidden = make("Types_Hidden");
+  EXPECT_EQ(getInt(hidden, "before"), 1);
+  EXPECT_EQ(getInt(hidden, "secret"), 0) << "a hidden field's default is passed over";
+  EXPECT_EQ(getText(hidden, "after"), "3");
+  EXPECT_TRUE(isSet(hidden, "before"));
+  setInt(hidden, "before", 9);
+  hidden.reset();
+  EXPECT_EQ(getInt(hidden, "before"), 1);
+  EXPECT_FALSE(isSet(hidden, "before")) << "reset clears the bits of primitives last";
+}
+
+TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
+{
+  LogCapture log;
+  YMMessageBase stock = make("Inventory_Stock");
+  EXPECT_EQ(stock.getProcessinginstructioninfo(false), nullptr);
+  EXPECT_FALSE(isSet(stock, "processinginstructioninfo"));
+  auto*& info = stock.getProcessinginstructioninfo(true);
+  ASSERT_NE(info, nullptr);
+  EXPECT_TRUE(isSet(stock, "processinginstructioninfo"));
+  auto& message = *reinterpret_cast<YMMessageBase*>(info);
+  EXPECT_EQ(message.getTagID(), kwxml::processingInstructionTag);
+  setInt(message, "priority", 3);
+  YMMessageBase other = make("Inventory_Stock");
+  other.setProcessinginstructioninfo(info);
+  EXPECT_TRUE(other == stock);
+  other.setProcessinginstructioninfo(info);  // into the existing one
+  EXPECT_TRUE(other == stock);
+  other.setProcessinginstructioninfo(nullptr);
+  EXPECT_TRUE(other == make("Inventory_Stock"));
+  EXPECT_TRUE(log.lines().empty());
+
+  for (const char* tagName : {"Demo_Status", "Shop_Order", "KwEntities_ProcessingInstructionInfo", "Types_Empty"}) {
+    YMMessageBase foreign = make(tagName);
+    fillAll(foreign, 1, 1);
+    const YMMessageBase before(foreign);
+    EXPECT_EQ(foreign.getProcessinginstructioninfo(true), nullptr);
+    foreign.setProcessinginstructioninfo(info);
+    foreign.setProcessinginstructioninfo(nullptr);
+    EXPECT_TRUE(foreign == before) << tagName;
+    EXPECT_TRUE(log.has("YMMessageBase::setProcessinginstructioninfo",
+                        std::string("Calling this function on message [") + tagName + "] is not valid"));
+  }
+}
+
+TEST(Values, ObjectsAreMadeFromEveryKindOfReference)
+{
+  LogCapture log;
+  YMMessageBase* out = nullptr;
+  std::string error;
+  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, nullptr, out, false, error), 0);
+  EXPECT_STREQ(out->getSerializedXMLString(), "");
+  delete out;
+  EXPECT_EQ(YMMessageBase::constructObject(1, 0x3F0, "<later/>", out, false, error), 0);
+  EXPECT_STREQ(out->getSerializedXMLString(), "<later/>");
+  EXPECT_FALSE(out->isSerialized());
+  delete out;
+  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, nullptr, out, true, error), 1);
+  EXPECT_EQ(error, "Received NULL string for unserialization");
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<broken", out, true, error), 1);
+  EXPECT_EQ(error, "Unserialization failed for given xml : [<broken]");
+  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<Demo_Item/>", out, true, error), 1) << "another class";
+  EXPECT_EQ(out, nullptr);
+  EXPECT_EQ(YMMessageBase::ConstructObject(0xC9123456, "<a/>", out, true, error), 1);
+  EXPECT_EQ(error, "Unable to construct object with tagID : [3373413462]");
+  EXPECT_TRUE(log.has("YMMessageBase::createObject", "TagId : [3373413462] could not be resolved to a message."));
+
+  const unsigned long status = 0x00000001, beyond = 0x000000CE, missing = 0xFFFF0001, info = 0x4A000012;
+  const std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromClassID(&status));
+  ASSERT_NE(made, nullptr);
+  EXPECT_EQ(made->getTagName(), "Demo_Status");
+  EXPECT_EQ(YMMessageBase::createObjectFromClassID(nullptr), nullptr);
+  EXPECT_EQ(YMMessageBase::createObjectFromClassID(&beyond), nullptr);
+  EXPECT_TRUE(log.has("YMMessageBase::createObjectFromClassID",
+                      "Error instantiating YMMessageBase with msgSysIndex : [206], msgIndex : [0]"));
+  EXPECT_EQ(YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(&beyond), nullptr);
+  EXPECT_TRUE(log.has("YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo",
+                      "Error instantiating YMMessageBase with msgSysIndex : [206], msgIndex : [0]"));
+  EXPECT_EQ(YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(&missing), nullptr);
+  EXPECT_TRUE(log.has("YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo",
+                      "Error retrieving tagID with msgSysIndex : [1], msgIndex : [65535]"));
+  log.clear();
+  EXPECT_EQ(YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(&info), nullptr);
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(Values, EveryOperationFitsASmallStackAtTheNestingLimit)
+{
+  onSmallStack([] {
+    YMMessageBase deep = nodeChain(kwxml::maxMessageNesting);
+    YMMessageBase copy(deep);
+    EXPECT_TRUE(copy == deep);
+    copy = deep;
+    copy.reset();
+    EXPECT_FALSE(copy == deep);
+  });
+}

@@ -1,0 +1,52 @@
+#include "support/LogCapture.h"
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/platform/KWPI_Focus.h>
+#include <kwxml/platform/LogSink.h>
+
+#include <ostream>
+
+namespace kwxml::test {
+
+std::ostream& operator<<(std::ostream& out, const LogLine& line)
+{
+  return out << line.level << ' ' << line.function << ": " << line.text;
+}
+
+LogCapture::LogCapture(int level)
+{
+  // The focus is sampled when the diagnostics are first used, so it must stand before that.
+  KWPI_Focus::setFocus("tests");
+  XMLDebug::getInstance();
+  setLogLevel(level);
+  setLogSink([this](const LogRecord& record) {
+    lines_.push_back({record.level, record.function ? record.function : "", std::string(record.text)});
+  });
+}
+
+LogCapture::~LogCapture()
+{
+  setLogSink({});
+  setLogLevel(0);
+}
+
+std::vector<std::string> LogCapture::texts() const
+{
+  std::vector<std::string> result;
+  for (const LogLine& line : lines_) {
+    result.push_back(line.text);
+  }
+  return result;
+}
+
+bool LogCapture::has(const std::string& function, const std::string& text) const
+{
+  for (const LogLine& line : lines_) {
+    if (line.function == function && line.text == text) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace kwxml::test

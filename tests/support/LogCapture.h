@@ -1,0 +1,39 @@
+// Captures the lines of the library's log while it lives, so that a test can assert their exact text.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace kwxml::test {
+
+struct LogLine
+{
+  int level;
+  std::string function;
+  std::string text;
+  bool operator==(const LogLine&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const LogLine& line);
+
+/// Gives the process a focus (so that the log speaks), sets the level and collects the lines of the process's log.
+class LogCapture
+{
+public:
+  explicit LogCapture(int level = 0);
+  ~LogCapture();
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  const std::vector<LogLine>& lines() const { return lines_; }
+  /// The texts alone, in order.
+  std::vector<std::string> texts() const;
+  /// True when a line with this function and text was logged.
+  bool has(const std::string& function, const std::string& text) const;
+  void clear() { lines_.clear(); }
+
+private:
+  std::vector<LogLine> lines_;
+};
+
+}  // namespace kwxml::test
