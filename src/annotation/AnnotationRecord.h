@@ -1,12 +1,11 @@
 // Reads a field's annotation record, the constant bytes that the catalogue compiler writes for it.
 //
 //   byte 0, 1  length of the whole record, big-endian
-//   byte 2     bits 0-1 date form (Annotation::DateType), bit 3 time of day, bits 4-7 password encryption type
-//   byte 3     bit 7 XPath mark
-//   byte 4     bit 7 CDATA mark
-//   byte 5     number of attached annotations, each: 4 bytes tag identifier, 2 bytes length of its members, members
-// All numbers are big-endian. A record ends where its length says; what lies behind is absent, so a short record has
-// no marks. docs/formats.md draws the members.
+//   byte 2     bits 0-1 date form (Annotation::DateType), bit 3 time of day, bits 4-7 password encryption
+//   type byte 3     bit 7 XPath mark byte 4     bit 7 CDATA mark byte 5     number of attached annotations,
+//   each: 4 bytes tag identifier, 2 bytes length of its members, members
+// All numbers are big-endian. A record ends where its length says; what lies behind is absent, so a short
+// record has no marks. docs/formats.md draws the members.
 #pragma once
 
 #include <cstddef>
@@ -30,8 +29,8 @@ public:
   int passwordType() const noexcept { return length_ > 2 ? bytes_[2] >> 4 : 0; }
   bool isCdata() const noexcept { return length_ >= 5 && (bytes_[4] & 0x80) != 0; }
 
-  /// Calls `visit(unsigned long tag, std::string_view members)` for each attached annotation, in schema order; the
-  /// members are still encoded. False when the record is cut short.
+  /// Calls `visit(unsigned long tag, std::string_view members)` for each attached annotation, in schema
+  /// order; the members are still encoded. False when the record is cut short.
   template <class Visit>
   bool forEachAttached(Visit visit) const
   {
@@ -41,7 +40,8 @@ public:
         return false;
       }
       const unsigned char* entry = bytes_ + at;
-      const unsigned long tag = static_cast<unsigned long>(entry[0]) << 24 | static_cast<unsigned long>(entry[1]) << 16 |
+      const unsigned long tag = static_cast<unsigned long>(entry[0]) << 24 |
+                                static_cast<unsigned long>(entry[1]) << 16 |
                                 static_cast<unsigned long>(entry[2]) << 8 | entry[3];
       const std::size_t size = static_cast<std::size_t>(entry[4]) << 8 | entry[5];
       at += 6;

@@ -8,10 +8,10 @@ struct EncodingFlags
   unsigned char valuesAsElements = 0;  ///< scalar values as child elements with text instead of attributes
   /// Pretty-printed, enumerations by name, annotated numbers as dates and clock times.
   unsigned char readableForm = 0;
-  int targetPasswordType = 0;   ///< an Annotation::PasswordEncryptType; 0: the field's own
-  int passwordEncoderArg = -1;  ///< passed on to the password encoder
-  unsigned char auxSwitchA = 0;  ///< carried, never interpreted
-  unsigned char auxSwitchB = 1;  ///< carried, never interpreted
-  unsigned char enumsAsNames = 0;  ///< enumerations by name also when readableForm is clear
+  int targetPasswordType = 0;           ///< an Annotation::PasswordEncryptType; 0: the field's own
+  int passwordEncoderArg = -1;          ///< passed on to the password encoder
+  unsigned char auxSwitchA = 0;         ///< carried, never interpreted
+  unsigned char auxSwitchB = 1;         ///< carried, never interpreted
+  unsigned char enumsAsNames = 0;       ///< enumerations by name also when readableForm is clear
   unsigned char maskPasswords : 1 = 0;  ///< every password is written as "*******"
 };

@@ -21,7 +21,8 @@ std::optional<pstring> decryptPasswordText(const FieldDef& field, const std::str
   const int type = AnnotationRecord(field.annotations).passwordType();
   switch (type) {
     case Annotation::UNKNOWN:
-      XMLDebug::getInstance()->debug(function, 10, "Encryption Type Not Found for Pstring Field %s. Marking it As Plain ",
+      XMLDebug::getInstance()->debug(function, 10,
+                                     "Encryption Type Not Found for Pstring Field %s. Marking it As Plain ",
                                      field.getName());
       return pstring(text);
     case Annotation::PLAIN_TEXT:

@@ -7,7 +7,10 @@
 
 namespace {
 
-XMLDebug& log() { return *XMLDebug::getInstance(); }
+XMLDebug& log()
+{
+  return *XMLDebug::getInstance();
+}
 
 }  // namespace
 
@@ -34,7 +37,8 @@ YMMessageBase* XMLDecoder::unSerialize(const std::string& xml, KwXMLContextInfo*
   return XMLSerializer(EncodingFlags(), context).unserialize(xml);
 }
 
-bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml, bool parseNow)
+bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml,
+                                 bool parseNow)
 {
   constexpr const char* function = "XMLDecoder::CreateObjByName";
   if (out != nullptr) {
@@ -56,7 +60,8 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
     return false;
   }
   if (!YMMessageBase::getMessageIndexFromName(className.c_str(), system, index)) {
-    log().logError(function, "Subsystem : [%s] does not contain message : [%s].", systemName.c_str(), className.c_str());
+    log().logError(function, "Subsystem : [%s] does not contain message : [%s].", systemName.c_str(),
+                   className.c_str());
     return false;
   }
   if (out == nullptr) {
@@ -76,7 +81,8 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
     return true;
   }
   KwXMLContextInfo context;
-  if (XMLSerializer(EncodingFlags(), &context).unserialize(**out, xml) != 0) {  // logs what is wrong with the text
+  if (XMLSerializer(EncodingFlags(), &context).unserialize(**out, xml) !=
+      0) {  // logs what is wrong with the text
     delete *out;
     *out = nullptr;
     return false;
@@ -100,7 +106,8 @@ std::string XMLDecoder::GetEnumString(unsigned long tag, int value)
   }
   std::string name = getEnumString(*cls, value);
   if (name.empty()) {
-    log().logError(function, "Enum with tag id : [%lul] does not contain member with value : [%d]", tag, value);
+    log().logError(function, "Enum with tag id : [%lul] does not contain member with value : [%d]", tag,
+                   value);
   }
   return name;
 }

@@ -1,4 +1,5 @@
-// The encoder that callers use: it carries flags and context into a fresh serializer for every call. A cheap value.
+// The encoder that callers use: it carries flags and context into a fresh serializer for every call. A cheap
+// value.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
@@ -17,8 +18,8 @@ public:
   XMLEncoder(const EncodingFlags& flags, KwXMLContextInfo* context) : context_(context), flags_(flags) {}
   explicit XMLEncoder(KwXMLContextInfo* context) : context_(context) {}
 
-  /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on success;
-  /// 1, with `out` empty, on failure.
+  /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
+  /// success; 1, with `out` empty, on failure.
   int serialize(YMMessageBase& message, std::string& out, bool elementOnly = false) const;
 
 private:

@@ -1,7 +1,8 @@
-// The typed accessors: each is the shared rule of MessageAccess for its value kind, under its own name in log lines.
+// The typed accessors: each is the shared rule of MessageAccess for its value kind, under its own name in log
+// lines.
 //
-// Log lines about a wrong field number quote the accessor's full signature, which is what the compiler gives inside
-// it; lines about an unknown hash quote the short name, taken from the signature.
+// Log lines about a wrong field number quote the accessor's full signature, which is what the compiler gives
+// inside it; lines about an unknown hash quote the short name, taken from the signature.
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -29,11 +30,12 @@ std::string fullName(std::string_view signature)
 {
 #if defined(__clang__)
   std::string text(signature);
-  constexpr std::pair<std::string_view, std::string_view> spellings[] = {{"unsigned long", "long unsigned int"},
-                                                                          {"(short", "(short int"},
-                                                                          {", short", ", short int"},
-                                                                          {" *", "*"},
-                                                                          {" &", "&"}};
+  constexpr std::pair<std::string_view, std::string_view> spellings[] = {
+      {"unsigned long", "long unsigned int"},
+      {"(short", "(short int"},
+      {", short", ", short int"},
+      {" *", "*"},
+      {" &", "&"}};
   for (const auto& [from, to] : spellings) {
     for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
       text.replace(at, from.size(), to);
@@ -49,13 +51,14 @@ std::string schemaOf(const YMMessageBase& m)
 {
   std::string schema;
   if (m.getClass() != nullptr) {
-    YMMessageBase::getMessageSchemaString(schema, static_cast<short>(m.getSubsysID()), m.getClassIndex(), true, true);
+    YMMessageBase::getMessageSchemaString(schema, static_cast<short>(m.getSubsysID()), m.getClassIndex(),
+                                          true, true);
   }
   return schema;
 }
 
-/// True when a value of one of `types` may be reached through `slot`: a field's own first slot, or, for scalars, a
-/// slot that no field uses.
+/// True when a value of one of `types` may be reached through `slot`: a field's own first slot, or, for
+/// scalars, a slot that no field uses.
 bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
 {
   for (const FieldDef& def : cls) {
@@ -71,43 +74,50 @@ bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
 
 void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signature, int field)
 {
-  XMLDebug::getInstance()->logError(fullName(signature).c_str(),
-                                    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
-                                    "field id [%d]. Schema of given message is :\n%s",
-                                    field, schemaOf(m).c_str());
+  XMLDebug::getInstance()->logError(
+      fullName(signature).c_str(),
+      "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
+      "field id [%d]. Schema of given message is :\n%s",
+      field, schemaOf(m).c_str());
 }
 
 void MessageAccess::logInvalidSlot(const YMMessageBase& m, const char* signature, int slot)
 {
-  XMLDebug::getInstance()->logError(fullName(signature).c_str(),
-                                    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
-                                    "index on buffer is [%d]. Schema of given message is \n%s",
-                                    slot, schemaOf(m).c_str());
+  XMLDebug::getInstance()->logError(
+      fullName(signature).c_str(),
+      "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
+      "index on buffer is [%d]. Schema of given message is \n%s",
+      slot, schemaOf(m).c_str());
 }
 
-void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag, unsigned long hash)
+void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag,
+                                   unsigned long hash)
 {
   XMLDebug::getInstance()->logError(
       shortName(signature).c_str(),
-      "Message [%s] with TagID : [%u] does not contain field : [%u]. Message Received : [%u]", m.getTagName().c_str(),
-      static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash), static_cast<unsigned>(tag));
+      "Message [%s] with TagID : [%u] does not contain field : [%u]. Message Received : [%u]",
+      m.getTagName().c_str(), static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash),
+      static_cast<unsigned>(tag));
 }
 
-bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types)
+bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
+                                TypeSet types)
 {
   if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount()) {
     logInvalidField(m, signature, address.field);
     return false;
   }
   if (address.tag == m.tagId_) {
-    if (static_cast<unsigned short>(address.slot) < m.buffer_.slotCount() && slotHolds(*m.class_, address.slot, types)) {
+    if (static_cast<unsigned short>(address.slot) < m.buffer_.slotCount() &&
+        slotHolds(*m.class_, address.slot, types)) {
       return true;
     }
     logInvalidSlot(m, signature, address.slot);
     return false;
   }
   const FieldDef* def = findField(*m.class_, address.hash);
-  if (def == nullptr || !contains(types, def->type)) {  // the same name with a value of another kind is another field
+  if (def == nullptr ||
+      !contains(types, def->type)) {  // the same name with a value of another kind is another field
     logUnknownHash(m, signature, address.tag, address.hash);
     return false;
   }
@@ -118,7 +128,8 @@ bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, F
 
 }  // namespace kwxml
 
-// ---- Bits ----------------------------------------------------------------------------------------------------------
+// ---- Bits
+// ----------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -177,24 +188,31 @@ void YMMessageBase::setPrimitiveBitValue(int field, bool on)
   constexpr const char* function = "YMMessageBase::setPrimitiveBitValue";
   if (field < 0 || field >= getNumberOfFields()) {
     XMLDebug::getInstance()->logError(function, "Message [%s] does not have member [%d]",
-                                      class_ != nullptr && class_->name != nullptr ? class_->name : "", field);
+                                      class_ != nullptr && class_->name != nullptr ? class_->name : "",
+                                      field);
     return;
   }
   const FieldDef& def = class_->fields[field];
   if (!kwxml::isPrimitiveType(def.type) || kwxml::isListType(def.type)) {
-    XMLDebug::getInstance()->logError(function, "Received member [%s] is not a primitive type. Given member type is [%d]",
-                                      def.getName(), static_cast<int>(def.type));
+    XMLDebug::getInstance()->logError(
+        function, "Received member [%s] is not a primitive type. Given member type is [%d]", def.getName(),
+        static_cast<int>(def.type));
     return;
   }
   const auto bit = static_cast<short>(field);
   on ? buffer_.setBit(bit) : buffer_.clearBit(bit);
 }
 
-void YMMessageBase::wipeBitset() { buffer_.wipeBits(); }
+void YMMessageBase::wipeBitset()
+{
+  buffer_.wipeBits();
+}
 
-// ---- Scalars -------------------------------------------------------------------------------------------------------
+// ---- Scalars
+// -------------------------------------------------------------------------------------------------------
 
-long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned long tag, unsigned int hash) const
+long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned long tag,
+                                     unsigned int hash) const
 {
   if (static_cast<unsigned short>(slot) >= buffer_.slotCount()) {
     Access::logInvalidSlot(*this, signature, slot);
@@ -211,8 +229,8 @@ long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned
   return buffer_[def->slot];
 }
 
-void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, long long value, bool isInteger,
-                                unsigned long tag, unsigned int hash)
+void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, long long value,
+                                bool isInteger, unsigned long tag, unsigned int hash)
 {
   constexpr kwxml::TypeSet texts =
       kwxml::typesHolding<std::string> | kwxml::typesHolding<std::wstring> | kwxml::typesHolding<bstring>;
@@ -223,7 +241,8 @@ void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, 
   const FieldDef* def = &class_->fields[a.field];
   if (a.slot != def->slot) {  // a trusted slot of another field
     for (const FieldDef& other : *class_) {
-      def = other.slot == a.slot && kwxml::fieldTypeInfo(other.type).storage != kwxml::Storage::None ? &other : def;
+      def = other.slot == a.slot && kwxml::fieldTypeInfo(other.type).storage != kwxml::Storage::None ? &other
+                                                                                                     : def;
     }
   }
   if (a.slot != def->slot || kwxml::contains(kwxml::scalarTypes, def->type)) {
@@ -256,14 +275,16 @@ XML_INT64& YMMessageBase::getint64ByRef(short field, short slot, unsigned long t
   return buffer_[a.slot];
 }
 
-// ---- Strings -------------------------------------------------------------------------------------------------------
+// ---- Strings
+// -------------------------------------------------------------------------------------------------------
 
 std::string& YMMessageBase::getstring(short field, short slot, unsigned long tag, unsigned int hash)
 {
   return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
 }
 
-const std::string& YMMessageBase::getstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::string& YMMessageBase::getstring_const(short field, short slot, unsigned long tag,
+                                                  unsigned int hash) const
 {
   return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
@@ -273,7 +294,8 @@ std::string& YMMessageBase::getstringByRef(short field, short slot, unsigned lon
   return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
 }
 
-void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag, unsigned int hash)
+void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag,
+                              unsigned int hash)
 {
   Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
 }
@@ -283,7 +305,8 @@ std::wstring& YMMessageBase::getwstring(short field, short slot, unsigned long t
   return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
 }
 
-const std::wstring& YMMessageBase::getwstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::wstring& YMMessageBase::getwstring_const(short field, short slot, unsigned long tag,
+                                                    unsigned int hash) const
 {
   return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
@@ -293,7 +316,8 @@ std::wstring& YMMessageBase::getwstringByRef(short field, short slot, unsigned l
   return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
 }
 
-void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag, unsigned int hash)
+void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag,
+                               unsigned int hash)
 {
   Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
 }
@@ -303,7 +327,8 @@ bstring*& YMMessageBase::getbstringobject(short field, short slot, unsigned long
   return Access::objectRef<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
 
-const bstring* YMMessageBase::getbstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const bstring* YMMessageBase::getbstringobject_const(short field, short slot, unsigned long tag,
+                                                     unsigned int hash) const
 {
   return Access::object<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
@@ -313,7 +338,8 @@ bstring& YMMessageBase::getbstringobjectByRef(short field, short slot, unsigned 
   return Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
 
-void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag, unsigned int hash)
+void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag,
+                                     unsigned int hash)
 {
   bstring& target = Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
   if (auto* password = dynamic_cast<pstring*>(&target)) {
@@ -328,7 +354,8 @@ pstring*& YMMessageBase::getpstringobject(short field, short slot, unsigned long
   return Access::objectRef<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
 
-const pstring* YMMessageBase::getpstringobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const pstring* YMMessageBase::getpstringobject_const(short field, short slot, unsigned long tag,
+                                                     unsigned int hash) const
 {
   return Access::object<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
@@ -338,15 +365,17 @@ pstring& YMMessageBase::getpstringobjectByRef(short field, short slot, unsigned 
   return Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
 
-void YMMessageBase::setpstringobject(short field, short slot, const pstring& value, Annotation::PasswordEncryptType type,
-                                     unsigned long tag, unsigned int hash)
+void YMMessageBase::setpstringobject(short field, short slot, const pstring& value,
+                                     Annotation::PasswordEncryptType type, unsigned long tag,
+                                     unsigned int hash)
 {
   pstring& target = Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
   target = value;
   target.setEncryptionType(type);
 }
 
-// ---- Nested messages -----------------------------------------------------------------------------------------------
+// ---- Nested messages
+// -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -355,9 +384,10 @@ constexpr kwxml::TypeSet oneSlotTypes = kwxml::objectTypes | kwxml::scalarTypes;
 
 void throwUnknownObject(const YMMessageBase& m, unsigned long tag, unsigned int hash)
 {
-  throw KwException("YMMessageBase::getObject",
-                    "KwXML does not recognize given field :[" + std::to_string(hash) + "] in Message [" + m.getTagName() +
-                        "] :[" + std::to_string(m.getTagID()) + "]. Message received : [" + std::to_string(tag) + "]");
+  throw KwException("YMMessageBase::getObject", "KwXML does not recognize given field :[" +
+                                                    std::to_string(hash) + "] in Message [" + m.getTagName() +
+                                                    "] :[" + std::to_string(m.getTagID()) +
+                                                    "]. Message received : [" + std::to_string(tag) + "]");
 }
 
 }  // namespace
@@ -374,14 +404,16 @@ void*& YMMessageBase::getObject(short field, short slot, unsigned long tag, unsi
   return Access::nullPointer<void>();
 }
 
-const void* YMMessageBase::getObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const void* YMMessageBase::getObject_const(short field, short slot, unsigned long tag,
+                                           unsigned int hash) const
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes) ? Access::pointer<void>(*this, a.slot) : nullptr;
+  return Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes) ? Access::pointer<void>(*this, a.slot)
+                                                                      : nullptr;
 }
 
-void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership, unsigned long tag,
-                              unsigned int hash, bool markSet)
+void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership,
+                              unsigned long tag, unsigned int hash, bool markSet)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
   if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::objectTypes)) {
@@ -389,7 +421,8 @@ void YMMessageBase::setObject(short field, short slot, const void* value, bool t
   }
   const FieldDef& def = class_->fields[a.field];
   if (def.slot != a.slot || !kwxml::contains(kwxml::objectTypes, def.type)) {
-    Access::logInvalidSlot(*this, __PRETTY_FUNCTION__, a.slot);  // the value's type is the field's, not the slot's
+    Access::logInvalidSlot(*this, __PRETTY_FUNCTION__,
+                           a.slot);  // the value's type is the field's, not the slot's
     return;
   }
   kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
@@ -410,8 +443,9 @@ void YMMessageBase::setObject(short field, short slot, const void* value, bool t
   }
 }
 
-YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot, unsigned long tag,
-                                                unsigned int hash, int system, int classIndex)
+YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot,
+                                                unsigned long tag, unsigned int hash, int system,
+                                                int classIndex)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
   if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::typesHolding<YMMessageBase>)) {
@@ -429,256 +463,361 @@ YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short
   return message;
 }
 
-void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag, unsigned int hash)
+void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag,
+                                      unsigned int hash)
 {
   setObject(field, slot, value, false, tag, hash, true);
 }
 
-// ---- Lists and maps ------------------------------------------------------------------------------------------------
+// ---- Lists and maps
+// ------------------------------------------------------------------------------------------------
 
-std::vector<int>*& YMMessageBase::getlistint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<int>*& YMMessageBase::getlistint(short field, short slot, unsigned long tag, unsigned int hash,
+                                             bool markSet)
 {
   return Access::collection<std::vector<int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
 }
-const std::vector<int>* YMMessageBase::getlistint_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<int>* YMMessageBase::getlistint_const(short field, short slot, unsigned long tag,
+                                                        unsigned int hash) const
 {
   return Access::object<std::vector<int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistint(short field, short slot, const std::vector<int>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistint(short field, short slot, const std::vector<int>* values, unsigned long tag,
+                               unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<unsigned int>*& YMMessageBase::getlistuint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<unsigned int>*& YMMessageBase::getlistuint(short field, short slot, unsigned long tag,
+                                                       unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<unsigned int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<unsigned int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                       markSet);
 }
-const std::vector<unsigned int>* YMMessageBase::getlistuint_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<unsigned int>* YMMessageBase::getlistuint_const(short field, short slot, unsigned long tag,
+                                                                  unsigned int hash) const
 {
   return Access::object<std::vector<unsigned int>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistuint(short field, short slot, const std::vector<unsigned int>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistuint(short field, short slot, const std::vector<unsigned int>* values,
+                                unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<long>*& YMMessageBase::getlistlong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<long>*& YMMessageBase::getlistlong(short field, short slot, unsigned long tag, unsigned int hash,
+                                               bool markSet)
 {
   return Access::collection<std::vector<long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
 }
-const std::vector<long>* YMMessageBase::getlistlong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<long>* YMMessageBase::getlistlong_const(short field, short slot, unsigned long tag,
+                                                          unsigned int hash) const
 {
   return Access::object<std::vector<long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistlong(short field, short slot, const std::vector<long>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistlong(short field, short slot, const std::vector<long>* values, unsigned long tag,
+                                unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<unsigned long>*& YMMessageBase::getlistulong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<unsigned long>*& YMMessageBase::getlistulong(short field, short slot, unsigned long tag,
+                                                         unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<unsigned long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<unsigned long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                        markSet);
 }
-const std::vector<unsigned long>* YMMessageBase::getlistulong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<unsigned long>* YMMessageBase::getlistulong_const(short field, short slot,
+                                                                    unsigned long tag,
+                                                                    unsigned int hash) const
 {
   return Access::object<std::vector<unsigned long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistulong(short field, short slot, const std::vector<unsigned long>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistulong(short field, short slot, const std::vector<unsigned long>* values,
+                                 unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<long long>*& YMMessageBase::getlistlonglong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<long long>*& YMMessageBase::getlistlonglong(short field, short slot, unsigned long tag,
+                                                        unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                    markSet);
 }
-const std::vector<long long>* YMMessageBase::getlistlonglong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<long long>* YMMessageBase::getlistlonglong_const(short field, short slot, unsigned long tag,
+                                                                   unsigned int hash) const
 {
   return Access::object<std::vector<long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistlonglong(short field, short slot, const std::vector<long long>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistlonglong(short field, short slot, const std::vector<long long>* values,
+                                    unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<unsigned long long>*& YMMessageBase::getlistulonglong(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<unsigned long long>*& YMMessageBase::getlistulonglong(short field, short slot, unsigned long tag,
+                                                                  unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__,
+                                                             {field, slot, tag, hash}, markSet);
 }
-const std::vector<unsigned long long>* YMMessageBase::getlistulonglong_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<unsigned long long>* YMMessageBase::getlistulonglong_const(short field, short slot,
+                                                                             unsigned long tag,
+                                                                             unsigned int hash) const
 {
-  return Access::object<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<std::vector<unsigned long long>>(*this, __PRETTY_FUNCTION__,
+                                                         {field, slot, tag, hash});
 }
-void YMMessageBase::setlistulonglong(short field, short slot, const std::vector<unsigned long long>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistulonglong(short field, short slot, const std::vector<unsigned long long>* values,
+                                     unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<float>*& YMMessageBase::getlistfloat(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<float>*& YMMessageBase::getlistfloat(short field, short slot, unsigned long tag,
+                                                 unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<float>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<float>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                markSet);
 }
-const std::vector<float>* YMMessageBase::getlistfloat_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<float>* YMMessageBase::getlistfloat_const(short field, short slot, unsigned long tag,
+                                                            unsigned int hash) const
 {
   return Access::object<std::vector<float>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistfloat(short field, short slot, const std::vector<float>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistfloat(short field, short slot, const std::vector<float>* values, unsigned long tag,
+                                 unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<double>*& YMMessageBase::getlistdouble(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<double>*& YMMessageBase::getlistdouble(short field, short slot, unsigned long tag,
+                                                   unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<double>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<double>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                 markSet);
 }
-const std::vector<double>* YMMessageBase::getlistdouble_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<double>* YMMessageBase::getlistdouble_const(short field, short slot, unsigned long tag,
+                                                              unsigned int hash) const
 {
   return Access::object<std::vector<double>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistdouble(short field, short slot, const std::vector<double>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistdouble(short field, short slot, const std::vector<double>* values,
+                                  unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<std::string>*& YMMessageBase::getliststring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<std::string>*& YMMessageBase::getliststring(short field, short slot, unsigned long tag,
+                                                        unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                      markSet);
 }
-const std::vector<std::string>* YMMessageBase::getliststring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<std::string>* YMMessageBase::getliststring_const(short field, short slot, unsigned long tag,
+                                                                   unsigned int hash) const
 {
   return Access::object<std::vector<std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setliststring(short field, short slot, const std::vector<std::string>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setliststring(short field, short slot, const std::vector<std::string>* values,
+                                  unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<std::wstring>*& YMMessageBase::getlistwstring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<std::wstring>*& YMMessageBase::getlistwstring(short field, short slot, unsigned long tag,
+                                                          unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<std::wstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<std::wstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                       markSet);
 }
-const std::vector<std::wstring>* YMMessageBase::getlistwstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<std::wstring>* YMMessageBase::getlistwstring_const(short field, short slot,
+                                                                     unsigned long tag,
+                                                                     unsigned int hash) const
 {
   return Access::object<std::vector<std::wstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistwstring(short field, short slot, const std::vector<std::wstring>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistwstring(short field, short slot, const std::vector<std::wstring>* values,
+                                   unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<bstring>*& YMMessageBase::getlistbstring(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<bstring>*& YMMessageBase::getlistbstring(short field, short slot, unsigned long tag,
+                                                     unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<bstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<bstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                  markSet);
 }
-const std::vector<bstring>* YMMessageBase::getlistbstring_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<bstring>* YMMessageBase::getlistbstring_const(short field, short slot, unsigned long tag,
+                                                                unsigned int hash) const
 {
   return Access::object<std::vector<bstring>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistbstring(short field, short slot, const std::vector<bstring>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistbstring(short field, short slot, const std::vector<bstring>* values,
+                                   unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::vector<YMMessageBase>*& YMMessageBase::getlistobject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::vector<YMMessageBase>*& YMMessageBase::getlistobject(short field, short slot, unsigned long tag,
+                                                          unsigned int hash, bool markSet)
 {
-  return Access::collection<std::vector<YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::vector<YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash},
+                                                        markSet);
 }
-const std::vector<YMMessageBase>* YMMessageBase::getlistobject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::vector<YMMessageBase>* YMMessageBase::getlistobject_const(short field, short slot,
+                                                                     unsigned long tag,
+                                                                     unsigned int hash) const
 {
   return Access::object<std::vector<YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setlistobject(short field, short slot, const std::vector<YMMessageBase>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setlistobject(short field, short slot, const std::vector<YMMessageBase>* values,
+                                  unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::map<long long, long long>*& YMMessageBase::getMapInt64AndInt64(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::map<long long, long long>*& YMMessageBase::getMapInt64AndInt64(short field, short slot,
+                                                                    unsigned long tag, unsigned int hash,
+                                                                    bool markSet)
 {
-  return Access::collection<std::map<long long, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::map<long long, long long>>(*this, __PRETTY_FUNCTION__,
+                                                            {field, slot, tag, hash}, markSet);
 }
-const std::map<long long, long long>* YMMessageBase::getMapInt64AndInt64_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::map<long long, long long>* YMMessageBase::getMapInt64AndInt64_const(short field, short slot,
+                                                                               unsigned long tag,
+                                                                               unsigned int hash) const
 {
   return Access::object<std::map<long long, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
 }
-void YMMessageBase::setMapInt64AndInt64(short field, short slot, const std::map<long long, long long>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setMapInt64AndInt64(short field, short slot, const std::map<long long, long long>* values,
+                                        unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::map<long long, std::string>*& YMMessageBase::getMapInt64AndString(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::map<long long, std::string>*& YMMessageBase::getMapInt64AndString(short field, short slot,
+                                                                       unsigned long tag, unsigned int hash,
+                                                                       bool markSet)
 {
-  return Access::collection<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__,
+                                                              {field, slot, tag, hash}, markSet);
 }
-const std::map<long long, std::string>* YMMessageBase::getMapInt64AndString_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::map<long long, std::string>* YMMessageBase::getMapInt64AndString_const(short field, short slot,
+                                                                                  unsigned long tag,
+                                                                                  unsigned int hash) const
 {
-  return Access::object<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<std::map<long long, std::string>>(*this, __PRETTY_FUNCTION__,
+                                                          {field, slot, tag, hash});
 }
-void YMMessageBase::setMapInt64AndString(short field, short slot, const std::map<long long, std::string>* values, unsigned long tag, unsigned int hash)
-{
-  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
-}
-
-std::map<long long, YMMessageBase>*& YMMessageBase::getMapInt64AndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
-{
-  return Access::collection<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
-}
-const std::map<long long, YMMessageBase>* YMMessageBase::getMapInt64AndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
-{
-  return Access::object<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
-}
-void YMMessageBase::setMapInt64AndObject(short field, short slot, const std::map<long long, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setMapInt64AndString(short field, short slot,
+                                         const std::map<long long, std::string>* values, unsigned long tag,
+                                         unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::map<std::string, long long>*& YMMessageBase::getMapStringAndInt64(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::map<long long, YMMessageBase>*& YMMessageBase::getMapInt64AndObject(short field, short slot,
+                                                                         unsigned long tag, unsigned int hash,
+                                                                         bool markSet)
 {
-  return Access::collection<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                                {field, slot, tag, hash}, markSet);
 }
-const std::map<std::string, long long>* YMMessageBase::getMapStringAndInt64_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::map<long long, YMMessageBase>* YMMessageBase::getMapInt64AndObject_const(short field, short slot,
+                                                                                    unsigned long tag,
+                                                                                    unsigned int hash) const
 {
-  return Access::object<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<std::map<long long, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                            {field, slot, tag, hash});
 }
-void YMMessageBase::setMapStringAndInt64(short field, short slot, const std::map<std::string, long long>* values, unsigned long tag, unsigned int hash)
-{
-  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
-}
-
-std::map<std::string, std::string>*& YMMessageBase::getMapStringAndString(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
-{
-  return Access::collection<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
-}
-const std::map<std::string, std::string>* YMMessageBase::getMapStringAndString_const(short field, short slot, unsigned long tag, unsigned int hash) const
-{
-  return Access::object<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
-}
-void YMMessageBase::setMapStringAndString(short field, short slot, const std::map<std::string, std::string>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setMapInt64AndObject(short field, short slot,
+                                         const std::map<long long, YMMessageBase>* values, unsigned long tag,
+                                         unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::map<std::string, YMMessageBase>*& YMMessageBase::getMapStringAndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::map<std::string, long long>*& YMMessageBase::getMapStringAndInt64(short field, short slot,
+                                                                       unsigned long tag, unsigned int hash,
+                                                                       bool markSet)
 {
-  return Access::collection<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__,
+                                                              {field, slot, tag, hash}, markSet);
 }
-const std::map<std::string, YMMessageBase>* YMMessageBase::getMapStringAndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::map<std::string, long long>* YMMessageBase::getMapStringAndInt64_const(short field, short slot,
+                                                                                  unsigned long tag,
+                                                                                  unsigned int hash) const
 {
-  return Access::object<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<std::map<std::string, long long>>(*this, __PRETTY_FUNCTION__,
+                                                          {field, slot, tag, hash});
 }
-void YMMessageBase::setMapStringAndObject(short field, short slot, const std::map<std::string, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setMapStringAndInt64(short field, short slot,
+                                         const std::map<std::string, long long>* values, unsigned long tag,
+                                         unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }
 
-std::map<YMMessageBase, YMMessageBase>*& YMMessageBase::getMapObjectAndObject(short field, short slot, unsigned long tag, unsigned int hash, bool markSet)
+std::map<std::string, std::string>*& YMMessageBase::getMapStringAndString(short field, short slot,
+                                                                          unsigned long tag,
+                                                                          unsigned int hash, bool markSet)
 {
-  return Access::collection<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, markSet);
+  return Access::collection<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__,
+                                                                {field, slot, tag, hash}, markSet);
 }
-const std::map<YMMessageBase, YMMessageBase>* YMMessageBase::getMapObjectAndObject_const(short field, short slot, unsigned long tag, unsigned int hash) const
+const std::map<std::string, std::string>* YMMessageBase::getMapStringAndString_const(short field, short slot,
+                                                                                     unsigned long tag,
+                                                                                     unsigned int hash) const
 {
-  return Access::object<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<std::map<std::string, std::string>>(*this, __PRETTY_FUNCTION__,
+                                                            {field, slot, tag, hash});
 }
-void YMMessageBase::setMapObjectAndObject(short field, short slot, const std::map<YMMessageBase, YMMessageBase>* values, unsigned long tag, unsigned int hash)
+void YMMessageBase::setMapStringAndString(short field, short slot,
+                                          const std::map<std::string, std::string>* values, unsigned long tag,
+                                          unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<std::string, YMMessageBase>*& YMMessageBase::getMapStringAndObject(short field, short slot,
+                                                                            unsigned long tag,
+                                                                            unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                                  {field, slot, tag, hash}, markSet);
+}
+const std::map<std::string, YMMessageBase>* YMMessageBase::getMapStringAndObject_const(
+    short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<std::string, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                              {field, slot, tag, hash});
+}
+void YMMessageBase::setMapStringAndObject(short field, short slot,
+                                          const std::map<std::string, YMMessageBase>* values,
+                                          unsigned long tag, unsigned int hash)
+{
+  Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
+}
+
+std::map<YMMessageBase, YMMessageBase>*& YMMessageBase::getMapObjectAndObject(short field, short slot,
+                                                                              unsigned long tag,
+                                                                              unsigned int hash, bool markSet)
+{
+  return Access::collection<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                                    {field, slot, tag, hash}, markSet);
+}
+const std::map<YMMessageBase, YMMessageBase>* YMMessageBase::getMapObjectAndObject_const(
+    short field, short slot, unsigned long tag, unsigned int hash) const
+{
+  return Access::object<std::map<YMMessageBase, YMMessageBase>>(*this, __PRETTY_FUNCTION__,
+                                                                {field, slot, tag, hash});
+}
+void YMMessageBase::setMapObjectAndObject(short field, short slot,
+                                          const std::map<YMMessageBase, YMMessageBase>* values,
+                                          unsigned long tag, unsigned int hash)
 {
   Access::replaceCollection(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, values);
 }

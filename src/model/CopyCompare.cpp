@@ -1,4 +1,5 @@
-// Values of messages as wholes: deep copy, equality, deletion, for every field type through the one dispatcher.
+// Values of messages as wholes: deep copy, equality, deletion, for every field type through the one
+// dispatcher.
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -8,7 +9,8 @@
 
 using Access = kwxml::MessageAccess;
 
-// ---- Copy ----------------------------------------------------------------------------------------------------------
+// ---- Copy
+// ----------------------------------------------------------------------------------------------------------
 
 void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
@@ -33,7 +35,8 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
   mark(to, def);
 }
 
-// ---- Equality ------------------------------------------------------------------------------------------------------
+// ---- Equality
+// ------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -73,7 +76,8 @@ bool equalValues(const YMMessageBase& a, const YMMessageBase& b, const FieldDef&
       if (x != nullptr && y != nullptr) {
         return Equal()(*x, *y);
       }
-      if constexpr (kwxml::ListValue<Tag> || kwxml::MapValue<Tag>) {  // a collection never made is an empty one
+      if constexpr (kwxml::ListValue<Tag> ||
+                    kwxml::MapValue<Tag>) {  // a collection never made is an empty one
         return (x == nullptr || x->empty()) && (y == nullptr || y->empty());
       }
       return x == y;
@@ -102,7 +106,8 @@ bool YMMessageBase::operator==(const YMMessageBase& other) const
   return true;
 }
 
-// ---- Deletion ------------------------------------------------------------------------------------------------------
+// ---- Deletion
+// ------------------------------------------------------------------------------------------------------
 
 void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept
 {
@@ -155,7 +160,8 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
   buffer_.clearBit(def->fieldNumber);
 }
 
-// ---- Bits of whole messages ----------------------------------------------------------------------------------------
+// ---- Bits of whole messages
+// ----------------------------------------------------------------------------------------
 
 void YMMessageBase::setEveryPrimitiveBitset(bool on)
 {

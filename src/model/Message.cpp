@@ -17,7 +17,8 @@ struct YMMessageBase::CdataBuffer
   bool set = false;
 };
 
-// ---- Construction --------------------------------------------------------------------------------------------------
+// ---- Construction
+// --------------------------------------------------------------------------------------------------
 
 YMMessageBase::YMMessageBase(int system, int classIndex) : YMMessageBase()
 {
@@ -31,8 +32,8 @@ YMMessageBase::YMMessageBase(int system, int classIndex, long long* buffer, int 
 
 namespace {
 
-/// Number of leading slots that stay inline in a class of 25 slots or more: up to the first field that reaches slot
-/// 24, whose whole value goes to the heap when it would straddle the border.
+/// Number of leading slots that stay inline in a class of 25 slots or more: up to the first field that
+/// reaches slot 24, whose whole value goes to the heap when it would straddle the border.
 short inlineCountOf(const _ClassDef& cls)
 {
   short previous = 0;
@@ -123,7 +124,10 @@ YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
   }
 }
 
-YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase() { MessageAccess::takeOver(*this, source); }
+YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
+{
+  MessageAccess::takeOver(*this, source);
+}
 
 YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source) noexcept
 {
@@ -179,8 +183,8 @@ void kwxml::MessageAccess::takeOverValues(YMMessageBase& to, YMMessageBase& from
   const bool external = from.buffer_.isExternal();
   to.buffer_.takeOver(from.buffer_);
   if (from.class_ != nullptr && !external) {
-    // Slots move as bytes, but a short string points into itself: inline strings move as the objects they are. The
-    // bytes that stayed behind in `from` are still a valid source.
+    // Slots move as bytes, but a short string points into itself: inline strings move as the objects they
+    // are. The bytes that stayed behind in `from` are still a valid source.
     const auto relocate = [&]<class T>(short slot, T*) {
       auto* old = std::launder(reinterpret_cast<T*>(&from.buffer_.at(slot)));
       new (&to.buffer_[slot]) T(std::move(*old));
@@ -221,8 +225,8 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
   }
   const char* function = "YMMessageBase::operator=";
   if (class_ != source.class_ && class_ != nullptr) {
-    const std::string text = "You cannot assign object of type : [" + source.getTagName() + "] to object with type : [" +
-                             getTagName() + "]";
+    const std::string text = "You cannot assign object of type : [" + source.getTagName() +
+                             "] to object with type : [" + getTagName() + "]";
     XMLDebug::getInstance()->logError("YMMessageBase assignment operator", "[%s]", text.c_str());
     throw KwException(function, text);
   }
@@ -267,7 +271,8 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
   return *this;
 }
 
-// ---- Factories -----------------------------------------------------------------------------------------------------
+// ---- Factories
+// -----------------------------------------------------------------------------------------------------
 
 YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
 {
@@ -296,9 +301,10 @@ YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packe
   }
   const auto reference = kwxml::PackedReference::read(packed);
   if (kwxml::findClass(reference.system, reference.classIndex) == nullptr) {
-    XMLDebug::getInstance()->logError("YMMessageBase::createObjectFromClassID",
-                                      "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]",
-                                      static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
+    XMLDebug::getInstance()->logError(
+        "YMMessageBase::createObjectFromClassID",
+        "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]",
+        static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
     return nullptr;
   }
   return new YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
@@ -315,26 +321,28 @@ YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(co
   const auto classIndex = static_cast<int>(reference.classIndex);
   if (system >= XML_KWMessage_MessageSystemChooser::numberOfSystems) {
     XMLDebug::getInstance()->logError(
-        function, "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
+        function, "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", system,
+        classIndex);
     return nullptr;
   }
   unsigned long tag = 0;
   if (classIndex > INT16_MAX ||
       !getTagIDFromIndices(static_cast<short>(system), static_cast<short>(classIndex), tag)) {
-    XMLDebug::getInstance()->logError(function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system,
-                                      classIndex);
+    XMLDebug::getInstance()->logError(
+        function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
     return nullptr;
   }
   return tag == kwxml::processingInstructionTag ? nullptr : new YMMessageBase(system, classIndex);
 }
 
-int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml, YMMessageBase*& out,
-                                   bool parseNow, std::string& errorText)
+int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
+                                   YMMessageBase*& out, bool parseNow, std::string& errorText)
 {
   return ConstructObject(system << 24 | classId, xml, out, parseNow, errorText);
 }
 
-// ---- Defaults and reset --------------------------------------------------------------------------------------------
+// ---- Defaults and reset
+// --------------------------------------------------------------------------------------------
 
 void YMMessageBase::setDefaults(short onlyField)
 {
@@ -416,7 +424,8 @@ void YMMessageBase::reset()
   }
 }
 
-// ---- Processing-instruction info -----------------------------------------------------------------------------------
+// ---- Processing-instruction info
+// -----------------------------------------------------------------------------------
 
 namespace {
 
@@ -431,8 +440,8 @@ const FieldDef* processingInstructionField(const YMMessageBase& message)
   }
   const auto reference = kwxml::packedReference(cls->fields[0]);
   const _ClassDef* field = kwxml::findClass(reference.system, reference.classIndex);
-  const bool same =
-      field != nullptr && (static_cast<unsigned long>(reference.system) << 24 | field->classId) == kwxml::processingInstructionTag;
+  const bool same = field != nullptr && (static_cast<unsigned long>(reference.system) << 24 |
+                                         field->classId) == kwxml::processingInstructionTag;
   return same ? &cls->fields[0] : nullptr;
 }
 
@@ -461,7 +470,8 @@ void YMMessageBase::setProcessinginstructioninfo(KwEntities::ProcessingInstructi
   const FieldDef* def = processingInstructionField(*this);
   if (def == nullptr) {
     XMLDebug::getInstance()->logError("YMMessageBase::setProcessinginstructioninfo",
-                                      "Calling this function on message [%s] is not valid", getTagName().c_str());
+                                      "Calling this function on message [%s] is not valid",
+                                      getTagName().c_str());
     return;
   }
   if (info == nullptr) {
@@ -478,7 +488,8 @@ void YMMessageBase::setProcessinginstructioninfo(KwEntities::ProcessingInstructi
   MessageAccess::mark(*this, *def);
 }
 
-// ---- Cached texts --------------------------------------------------------------------------------------------------
+// ---- Cached texts
+// --------------------------------------------------------------------------------------------------
 
 std::string& YMMessageBase::getSerializedXMLStringRef()
 {
@@ -527,7 +538,10 @@ void YMMessageBase::resetCDATABuffer()
   }
 }
 
-bool YMMessageBase::isCDATABufferSet() const noexcept { return cdataBuffer_ != nullptr && cdataBuffer_->set; }
+bool YMMessageBase::isCDATABufferSet() const noexcept
+{
+  return cdataBuffer_ != nullptr && cdataBuffer_->set;
+}
 
 std::string YMMessageBase::getCDATABuffer() const
 {

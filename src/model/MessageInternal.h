@@ -1,5 +1,5 @@
-// What the library's own rooms see of a message beside its public members: raw slots, bits and values, without
-// resolution by hash. Callers hold a field record of the message's own class. Not installed.
+// What the library's own rooms see of a message beside its public members: raw slots, bits and values,
+// without resolution by hash. Callers hold a field record of the message's own class. Not installed.
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
@@ -37,7 +37,10 @@ inline constexpr TypeSet typesStored = [] {
 inline constexpr TypeSet scalarTypes = typesStored<Storage::InPlace>;
 inline constexpr TypeSet objectTypes = typesStored<Storage::Object>;
 
-constexpr bool contains(TypeSet set, FieldDataType type) { return type < fieldTypeCount && (set >> type & 1) != 0; }
+constexpr bool contains(TypeSet set, FieldDataType type)
+{
+  return type < fieldTypeCount && (set >> type & 1) != 0;
+}
 
 /// The address of a field as callers of an accessor give it; resolve() makes it the message's own.
 struct FieldAddress
@@ -81,12 +84,14 @@ struct MessageAccess
     return *reinterpret_cast<T* const*>(&m.buffer_[slot]);
   }
 
-  /// Makes the address that of the message's own field, whose type must be in `types`. On the own tag the caller's
-  /// slot is kept, as long as it lies in the message and holds a value of such a type: a foreign slot of another
-  /// kind would break the value's owner. False, with one log line, when there is no such field.
+  /// Makes the address that of the message's own field, whose type must be in `types`. On the own tag the
+  /// caller's slot is kept, as long as it lies in the message and holds a value of such a type: a foreign
+  /// slot of another kind would break the value's owner. False, with one log line, when there is no such
+  /// field.
   static bool resolve(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types)
   {
-    if (address.tag == m.tagId_ && static_cast<unsigned short>(address.field) < m.buffer_.bitCount()) [[likely]] {
+    if (address.tag == m.tagId_ && static_cast<unsigned short>(address.field) < m.buffer_.bitCount())
+        [[likely]] {
       const FieldDef& def = m.class_->fields[address.field];
       if (def.slot == address.slot && contains(types, def.type)) [[likely]] {
         return true;
@@ -94,11 +99,13 @@ struct MessageAccess
     }
     return resolveSlow(m, signature, address, types);
   }
-  static bool resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address, TypeSet types);
+  static bool resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
+                          TypeSet types);
 
   static void logInvalidField(const YMMessageBase& m, const char* signature, int field);
   static void logInvalidSlot(const YMMessageBase& m, const char* signature, int slot);
-  static void logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag, unsigned long hash);
+  static void logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag,
+                             unsigned long hash);
 
   /// Destroys what lives in the message and gives it another class's storage.
   static void destroyValues(YMMessageBase& m) noexcept;
@@ -110,7 +117,8 @@ struct MessageAccess
   /// Drops a value as deleteMember() does, without the bit.
   static void dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept;
 
-  // ---- What the accessor families share --------------------------------------------------------------------------
+  // ---- What the accessor families share
+  // --------------------------------------------------------------------------
 
   template <class T>
   static T*& nullPointer()

@@ -12,7 +12,8 @@ constexpr int systemCount = XML_KWMessage_MessageSystemChooser::numberOfSystems;
 
 const MessageSystemRow& row(unsigned system)
 {
-  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system < static_cast<unsigned>(systemCount) ? system : 0];
+  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system < static_cast<unsigned>(systemCount) ? system
+                                                                                                      : 0];
 }
 
 }  // namespace
@@ -22,8 +23,9 @@ namespace kwxml {
 const _ClassDef* findClass(unsigned system, unsigned classIndex)
 {
   const MessageSystemRow& r = row(system);
-  return static_cast<int>(classIndex) >= 0 && static_cast<int>(classIndex) < r.numberOfClasses ? &r.classes[classIndex]
-                                                                                                : nullptr;
+  return static_cast<int>(classIndex) >= 0 && static_cast<int>(classIndex) < r.numberOfClasses
+             ? &r.classes[classIndex]
+             : nullptr;
 }
 
 const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash)
@@ -54,13 +56,14 @@ bool isPrimitiveType(unsigned type)
 
 bool isListType(unsigned type)
 {
-  // The set has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring: encodings depend on it.
-  constexpr TypeSet set = TypeSet{1} << FIELD_ULONGLONG | TypeSet{1} << FIELD_LIST_INT | TypeSet{1} << FIELD_LIST_UINT |
-                          TypeSet{1} << FIELD_LIST_LONG | TypeSet{1} << FIELD_LIST_ULONG |
-                          TypeSet{1} << FIELD_LIST_LONGLONG | TypeSet{1} << FIELD_LIST_ENUM |
-                          TypeSet{1} << FIELD_LIST_STRING | TypeSet{1} << FIELD_LIST_WSTRING |
-                          TypeSet{1} << FIELD_LIST_OBJECT | TypeSet{1} << FIELD_LIST_BOOL |
-                          TypeSet{1} << FIELD_LIST_FLOAT | TypeSet{1} << FIELD_LIST_DOUBLE;
+  // The set has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring: encodings depend on
+  // it.
+  constexpr TypeSet set =
+      TypeSet{1} << FIELD_ULONGLONG | TypeSet{1} << FIELD_LIST_INT | TypeSet{1} << FIELD_LIST_UINT |
+      TypeSet{1} << FIELD_LIST_LONG | TypeSet{1} << FIELD_LIST_ULONG | TypeSet{1} << FIELD_LIST_LONGLONG |
+      TypeSet{1} << FIELD_LIST_ENUM | TypeSet{1} << FIELD_LIST_STRING | TypeSet{1} << FIELD_LIST_WSTRING |
+      TypeSet{1} << FIELD_LIST_OBJECT | TypeSet{1} << FIELD_LIST_BOOL | TypeSet{1} << FIELD_LIST_FLOAT |
+      TypeSet{1} << FIELD_LIST_DOUBLE;
   return type < fieldTypeCount && (set >> type & 1) != 0;
 }
 
@@ -71,13 +74,23 @@ bool isCollectionType(unsigned type)
 
 }  // namespace kwxml
 
-// ---- FieldDef ------------------------------------------------------------------------------------------------------
+// ---- FieldDef
+// ------------------------------------------------------------------------------------------------------
 
-bool FieldDef::isMapType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapKey != FIELD_UNSET; }
+bool FieldDef::isMapType(FieldDataType t)
+{
+  return kwxml::fieldTypeInfo(t).mapKey != FIELD_UNSET;
+}
 
-FieldDataType FieldDef::getMapKeyType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapKey; }
+FieldDataType FieldDef::getMapKeyType(FieldDataType t)
+{
+  return kwxml::fieldTypeInfo(t).mapKey;
+}
 
-FieldDataType FieldDef::getMapValueType(FieldDataType t) { return kwxml::fieldTypeInfo(t).mapValue; }
+FieldDataType FieldDef::getMapValueType(FieldDataType t)
+{
+  return kwxml::fieldTypeInfo(t).mapValue;
+}
 
 const char* FieldDef::getFieldTypeName(FieldDataType t)
 {
@@ -85,7 +98,10 @@ const char* FieldDef::getFieldTypeName(FieldDataType t)
   return text != nullptr ? text : "Unknown Type ";
 }
 
-std::string FieldDef::convertFieldToTypeString(FieldDataType t) { return getFieldTypeName(t); }
+std::string FieldDef::convertFieldToTypeString(FieldDataType t)
+{
+  return getFieldTypeName(t);
+}
 
 bool FieldDef::isValidEnumValue(const FieldDef& field, int value)
 {
@@ -93,8 +109,8 @@ bool FieldDef::isValidEnumValue(const FieldDef& field, int value)
     return false;
   }
   const auto reference = kwxml::packedReference(field);
-  const _ClassDef* cls =
-      YMMessageBase::GetClassDef(static_cast<short>(reference.system), static_cast<int>(reference.classIndex));
+  const _ClassDef* cls = YMMessageBase::GetClassDef(static_cast<short>(reference.system),
+                                                    static_cast<int>(reference.classIndex));
   if (cls == nullptr) {
     XMLDebug::getInstance()->logError("static bool FieldDef::isValidEnumValue(const FieldDef&, int)",
                                       "Error identifying [%s]:[%d] as an enum ", field.getName(), value);
@@ -116,7 +132,8 @@ const void* FieldDef::getFieldAddrResolved(const YMMessageBase& message) const
   return nullptr;
 }
 
-// ---- Look-ups ------------------------------------------------------------------------------------------------------
+// ---- Look-ups
+// ------------------------------------------------------------------------------------------------------
 
 bool YMMessageBase::getMessageSystemIndexFromName(const char* name, short& system)
 {
@@ -186,12 +203,14 @@ bool YMMessageBase::getTagIDFromIndices(short system, short index, unsigned long
 
 const _ClassDef* YMMessageBase::GetClassDef(short system, int index)
 {
-  const _ClassDef* cls =
-      system >= 1 && index >= 0 ? kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index)) : nullptr;
+  const _ClassDef* cls = system >= 1 && index >= 0
+                             ? kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index))
+                             : nullptr;
   if (cls == nullptr) {
-    XMLDebug::getInstance()->logError("YMMessageBase::GetClassDef",
-                                      "Unable to retrieve metadata for message with msgSysIndex : [%d], msgIndex : [%d]",
-                                      static_cast<int>(system), index);
+    XMLDebug::getInstance()->logError(
+        "YMMessageBase::GetClassDef",
+        "Unable to retrieve metadata for message with msgSysIndex : [%d], msgIndex : [%d]",
+        static_cast<int>(system), index);
   }
   return cls;
 }
@@ -219,7 +238,8 @@ const _ClassDef* classOfReference(const void* packed, const char* format)
   }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  XMLDebug::getInstance()->logError("YMMessageBase::GetClassDefFromPtrToClassID", format, static_cast<int>(reference.system),
+  XMLDebug::getInstance()->logError("YMMessageBase::GetClassDefFromPtrToClassID", format,
+                                    static_cast<int>(reference.system),
                                     static_cast<int>(reference.classIndex), systemCount);
 #pragma GCC diagnostic pop
   return nullptr;
@@ -232,8 +252,9 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const FieldDef& field)
   if (field.name == nullptr || FieldDef::packedReferences(field.type) == 0) {
     return nullptr;  // the name of such a field is no reference
   }
-  return classOfReference(field.name,
-                          "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_subsystems : [%d]");
+  return classOfReference(
+      field.name,
+      "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_subsystems : [%d]");
 }
 
 const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* packed)
@@ -241,8 +262,8 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* pack
   if (packed == nullptr) {
     return nullptr;
   }
-  return classOfReference(packed,
-                          "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_Subsystems : [%d]");
+  return classOfReference(
+      packed, "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_Subsystems : [%d]");
 }
 
 std::string YMMessageBase::getTagName() const
@@ -317,9 +338,9 @@ const char* YMMessageBase::getEnumString(short system, const char* enumName, int
       return def->name;
     }
   }
-  XMLDebug::getInstance()->logError(function,
-                                    "Subsystem : [%d] :: Enum : [%s] does not have a member with value : [%d]",
-                                    static_cast<int>(system), enumName != nullptr ? enumName : "", value);
+  XMLDebug::getInstance()->logError(
+      function, "Subsystem : [%d] :: Enum : [%s] does not have a member with value : [%d]",
+      static_cast<int>(system), enumName != nullptr ? enumName : "", value);
   return "";
 }
 

@@ -41,4 +41,7 @@ bool asciiEqualsIgnoreCase(std::string_view a, std::string_view b) noexcept;
 
 /// The decimal integer at the start of a text: leading blanks and a sign are allowed, reading stops at the
 /// first other character, and a value beyond 64 bits gives the nearest bound. 0 for null and without digits.
-inline long long kwxml_atoll(const char* text) noexcept { return kwxml::parseInteger(text); }
+inline long long kwxml_atoll(const char* text) noexcept
+{
+  return kwxml::parseInteger(text);
+}

@@ -30,8 +30,8 @@ void row(std::string& out, const char* type, const char* name, const std::string
 
 }  // namespace
 
-bool YMMessageBase::getMessageSchemaString(std::string& out, short systemIndex, int classIndex, bool includeHidden,
-                                           bool showHash)
+bool YMMessageBase::getMessageSchemaString(std::string& out, short systemIndex, int classIndex,
+                                           bool includeHidden, bool showHash)
 {
   const _ClassDef* cls = GetClassDef(systemIndex, classIndex);
   if (cls == nullptr) {
@@ -58,9 +58,11 @@ bool YMMessageBase::getMessageSchemaString(std::string& out, short systemIndex, 
   return true;
 }
 
-bool YMMessageBase::getMessageSchemaString(unsigned long tagID, std::string& out, bool includeHidden, bool showHash)
+bool YMMessageBase::getMessageSchemaString(unsigned long tagID, std::string& out, bool includeHidden,
+                                           bool showHash)
 {
   short system = 0;
   int index = 0;
-  return getIndicesFromTagID(system, index, tagID) && getMessageSchemaString(out, system, index, includeHidden, showHash);
+  return getIndicesFromTagID(system, index, tagID) &&
+         getMessageSchemaString(out, system, index, includeHidden, showHash);
 }

@@ -389,8 +389,8 @@ public:
   bool operator==(const YMMessageBase& other) const;
   /// Always false: a map keyed by messages holds at most one entry.
   bool operator<(const YMMessageBase&) const { return false; }
-  /// Clears the field's bit and drops its value: strings are emptied, collections and nested messages destroyed,
-  /// scalars zeroed. With `destroying` the value objects themselves end.
+  /// Clears the field's bit and drops its value: strings are emptied, collections and nested messages
+  /// destroyed, scalars zeroed. With `destroying` the value objects themselves end.
   void deleteMember(short field, unsigned long tag, unsigned long hash, bool destroying);
 
   /// The processing-instruction message in field 0. A message whose class has something else there (or none)

@@ -2,7 +2,10 @@
 
 #include <cstring>
 
-YMMessageBuffer::YMMessageBuffer(const YMMessageBuffer& other) { *this = other; }
+YMMessageBuffer::YMMessageBuffer(const YMMessageBuffer& other)
+{
+  *this = other;
+}
 
 YMMessageBuffer& YMMessageBuffer::operator=(const YMMessageBuffer& other)
 {
@@ -23,7 +26,10 @@ YMMessageBuffer& YMMessageBuffer::operator=(const YMMessageBuffer& other)
   return *this;
 }
 
-YMMessageBuffer::~YMMessageBuffer() { release(); }
+YMMessageBuffer::~YMMessageBuffer()
+{
+  release();
+}
 
 void YMMessageBuffer::release() noexcept
 {
@@ -42,8 +48,8 @@ void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
   bitCount_ = bitCount;
   std::memset(inline_, 0, sizeof inline_);
   const std::size_t inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
-  // The catalogue compiler refuses a class whose bitset does not fit beside its inline slots; hand-made tables may
-  // still hold one, and their bits then go to the heap too.
+  // The catalogue compiler refuses a class whose bitset does not fit beside its inline slots; hand-made
+  // tables may still hold one, and their bits then go to the heap too.
   if (inlineCount < slotCount || inlineBytes + bitBytes() > sizeof inline_) {
     const std::size_t heapSlots = static_cast<std::size_t>(slotCount - inlineCount);
     heap_ = new long long[heapSlots + (bitBytes() + 7) / 8]();
@@ -70,11 +76,16 @@ void YMMessageBuffer::reset(short bitCount)
   std::memset(inline_, 0, sizeof inline_);
   if (heap_ != nullptr) {
     const auto heapSlots = static_cast<std::size_t>(slotCount_ - inlineCount_);
-    std::memset(heap_, 0, heapSlots * 8 + static_cast<std::size_t>(bitCount < bitCount_ ? bitCount : bitCount_) / 8 + 1);
+    std::memset(
+        heap_, 0,
+        heapSlots * 8 + static_cast<std::size_t>(bitCount < bitCount_ ? bitCount : bitCount_) / 8 + 1);
   }
 }
 
-void YMMessageBuffer::wipeBits() noexcept { std::memset(bits_, 0, bitBytes()); }
+void YMMessageBuffer::wipeBits() noexcept
+{
+  std::memset(bits_, 0, bitBytes());
+}
 
 void YMMessageBuffer::takeOver(YMMessageBuffer& other) noexcept
 {
@@ -82,7 +93,8 @@ void YMMessageBuffer::takeOver(YMMessageBuffer& other) noexcept
   const auto* otherInline = reinterpret_cast<const unsigned char*>(other.inline_);
   const auto offset = other.bits_ - otherInline;
   const bool bitsInline = other.heap_ == nullptr;
-  std::memcpy(inline_, other.inline_, bitsInline ? sizeof inline_ : static_cast<std::size_t>(other.inlineCount_) * 8);
+  std::memcpy(inline_, other.inline_,
+              bitsInline ? sizeof inline_ : static_cast<std::size_t>(other.inlineCount_) * 8);
   heap_ = other.heap_;
   inlineCount_ = other.inlineCount_;
   slotCount_ = other.slotCount_;

@@ -52,7 +52,8 @@ public:
   short bitCount() const noexcept { return bitCount_; }
   bool isExternal() const noexcept { return external_; }
 
-  /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them away.
+  /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them
+  /// away.
   long long& at(short inlineSlot) noexcept { return inline_[inlineSlot]; }
   /// Takes over the other's storage and bytes and leaves it empty. Objects in inline slots are moved as
   /// bytes: the caller mends those that are not trivially relocatable.

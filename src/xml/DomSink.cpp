@@ -74,7 +74,10 @@ bool DomSink::open(const char* name)
   }
 }
 
-void DomSink::close() { current_ = static_cast<xercesc::DOMElement*>(current_->getParentNode()); }
+void DomSink::close()
+{
+  current_ = static_cast<xercesc::DOMElement*>(current_->getParentNode());
+}
 
 bool DomSink::openMapEntry(const char* name)
 {
@@ -88,7 +91,10 @@ bool DomSink::openMapEntry(const char* name)
   return true;
 }
 
-void DomSink::mapValue() { current_ = static_cast<xercesc::DOMElement*>(current_->getNextSibling()); }
+void DomSink::mapValue()
+{
+  current_ = static_cast<xercesc::DOMElement*>(current_->getNextSibling());
+}
 
 void DomSink::closeMapEntry()
 {
@@ -97,8 +103,8 @@ void DomSink::closeMapEntry()
 }
 
 bool DomSink::constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key, xercesc::DOMElement*& value,
-                                   const char* name)
+                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key,
+                                   xercesc::DOMElement*& value, const char* name)
 {
   entry = key = value = nullptr;
   return guarded("XMLSerializer::constructMapElements", "Error constructing map object [%s].", name, [&] {
@@ -118,7 +124,8 @@ bool DomSink::constructMapElements(xercesc::DOMDocument* document, xercesc::DOME
 
 void DomSink::attribute(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeNodeToXML", tagFailure, name, [&] { current_->setAttribute(DomName(name), value); });
+  guarded("XMLSerializer::writeNodeToXML", tagFailure, name,
+          [&] { current_->setAttribute(DomName(name), value); });
 }
 
 void DomSink::textElement(const char* name, const char16_t* value)
@@ -139,16 +146,14 @@ void DomSink::cdataElement(const char* name, const char16_t* value)
 
 void DomSink::text(const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeToXML", tagFailure, "", [&] {
-    current_->appendChild(document_->createTextNode(value));
-  });
+  guarded("XMLSerializer::writeListNodeToXML", tagFailure, "",
+          [&] { current_->appendChild(document_->createTextNode(value)); });
 }
 
 void DomSink::cdata(const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, "", [&] {
-    current_->appendChild(document_->createCDATASection(value));
-  });
+  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, "",
+          [&] { current_->appendChild(document_->createCDATASection(value)); });
 }
 
 }  // namespace kwxml

@@ -15,12 +15,14 @@ XERCES_CPP_NAMESPACE_END
 
 namespace kwxml {
 
-/// Adds nodes below an element that the caller owns. A DOM exception ends at the operation that met it: it is logged
-/// and leaves nothing half made.
+/// Adds nodes below an element that the caller owns. A DOM exception ends at the operation that met it: it is
+/// logged and leaves nothing half made.
 class DomSink final : public XmlSink
 {
 public:
-  DomSink(xercesc::DOMDocument* document, xercesc::DOMElement* parent) : document_(document), current_(parent) {}
+  DomSink(xercesc::DOMDocument* document, xercesc::DOMElement* parent) : document_(document), current_(parent)
+  {
+  }
 
   bool open(const char* name) override;
   void close() override;
@@ -33,10 +35,11 @@ public:
   void text(const char16_t* value) override;
   void cdata(const char16_t* value) override;
 
-  /// The three elements of a map entry, the entry appended to `parent`; false (logged) when they cannot be made.
+  /// The three elements of a map entry, the entry appended to `parent`; false (logged) when they cannot be
+  /// made.
   static bool constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
-                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key, xercesc::DOMElement*& value,
-                                   const char* name);
+                                   xercesc::DOMElement*& entry, xercesc::DOMElement*& key,
+                                   xercesc::DOMElement*& value, const char* name);
 
 private:
   xercesc::DOMDocument* document_;

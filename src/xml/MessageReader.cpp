@@ -19,17 +19,25 @@ namespace {
 
 constexpr const char* startFunction = "MySAX2Handler::startElement";
 constexpr const char* endFunction = "MySAX2Handler::endElement";
-constexpr const char* attributesFunction = "MySAZ2Handler::processAttributes";  // the name that log readers know
+constexpr const char* attributesFunction =
+    "MySAZ2Handler::processAttributes";  // the name that log readers know
 
 constexpr std::u16string_view mapKeyName = u"__mapKey__";
 constexpr std::u16string_view mapValueName = u"__mapValue__";
 constexpr std::u16string_view itemAttribute = u"val";
 
-XMLDebug& log() { return *XMLDebug::getInstance(); }
+XMLDebug& log()
+{
+  return *XMLDebug::getInstance();
+}
 
-bool traces(int level) { return log().getDebugLevel() >= level; }
+bool traces(int level)
+{
+  return log().getDebugLevel() >= level;
+}
 
-/// Narrow form of a text that holds a number, a truth value or a name: what is not ASCII never matches any of them.
+/// Narrow form of a text that holds a number, a truth value or a name: what is not ASCII never matches any of
+/// them.
 std::string narrow(std::u16string_view text)
 {
   std::string out(text.size(), '\0');
@@ -60,7 +68,8 @@ YMMessageBase* MessageReader::take()
   return std::exchange(root_, nullptr);
 }
 
-// ---- Start tags ----------------------------------------------------------------------------------------------------
+// ---- Start tags
+// ----------------------------------------------------------------------------------------------------
 
 bool MessageReader::startElement(std::u16string_view name, const XmlAttributes& attributes)
 {
@@ -217,7 +226,8 @@ bool MessageReader::startMapPart(bool isKey, std::u16string_view name, const Xml
   const FieldDef& def = *frames_.back().def;
   Entry& entry = entries_.back();
   (isKey ? entry.keySeen : entry.valueSeen) = true;
-  const FieldDataType partType = isKey ? FieldDef::getMapKeyType(def.type) : FieldDef::getMapValueType(def.type);
+  const FieldDataType partType =
+      isKey ? FieldDef::getMapKeyType(def.type) : FieldDef::getMapValueType(def.type);
   if (partType == FIELD_OBJECT) {
     auto& holder = isKey ? entry.objectKey : entry.objectValue;
     // In a map from message to message the second reference names the value's class.
@@ -257,7 +267,8 @@ bool MessageReader::processAttributes(const XmlAttributes& attributes)
   return stored;
 }
 
-// ---- Text and end tags ---------------------------------------------------------------------------------------------
+// ---- Text and end tags
+// ---------------------------------------------------------------------------------------------
 
 void MessageReader::characters(const char16_t* text, std::size_t length)
 {
@@ -300,7 +311,8 @@ void MessageReader::endElement(std::u16string_view name)
       break;
     case Kind::StrayMapPart:
       if (frame.isKey) {
-        log().logError(endFunction, "Encountered wrong map[key] tag usage. Cached map name is : [%s]", lastMapName_.c_str());
+        log().logError(endFunction, "Encountered wrong map[key] tag usage. Cached map name is : [%s]",
+                       lastMapName_.c_str());
       } else {
         log().logError(endFunction, "Encountered wrong map[value] tag usage. Cached map name is : [%s]",
                        lastMapName_.c_str());
@@ -335,7 +347,8 @@ void MessageReader::processMapEnd(const FieldDef& field)
       }
       MessageAccess::mark(*current_, field);
       // An entry without its key or its value is none.
-      if (!entry.keySeen || !entry.valueSeen || (Tag::info.mapKey == FIELD_OBJECT && entry.objectKey == nullptr) ||
+      if (!entry.keySeen || !entry.valueSeen ||
+          (Tag::info.mapKey == FIELD_OBJECT && entry.objectKey == nullptr) ||
           (Tag::info.mapValue == FIELD_OBJECT && entry.objectValue == nullptr)) {
         return;
       }
@@ -359,7 +372,8 @@ void MessageReader::processMapEnd(const FieldDef& field)
   });
 }
 
-// ---- Values --------------------------------------------------------------------------------------------------------
+// ---- Values
+// --------------------------------------------------------------------------------------------------------
 
 bool MessageReader::unescape(std::u16string_view text, std::string& out)
 {
@@ -432,8 +446,8 @@ bool MessageReader::storeEnum(const FieldDef& def, const std::string& text, cons
       }
     }
     if (found == nullptr) {
-      log().logError(function, "Enum [%s] does not have enum value [%s]", cls->name != nullptr ? cls->name : "",
-                     text.c_str());
+      log().logError(function, "Enum [%s] does not have enum value [%s]",
+                     cls->name != nullptr ? cls->name : "", text.c_str());
       return false;
     }
     value = static_cast<std::int32_t>(found->hash);
@@ -461,7 +475,8 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
     } else if constexpr (Tag::type == FIELD_DOUBLE) {
       message.setdouble(def.fieldNumber, def.slot, parseDouble(narrow(text).c_str()), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_FLOAT) {
-      message.setfloat(def.fieldNumber, def.slot, static_cast<float>(parseDouble(narrow(text).c_str())), tag, def.hash);
+      message.setfloat(def.fieldNumber, def.slot, static_cast<float>(parseDouble(narrow(text).c_str())), tag,
+                       def.hash);
     } else if constexpr (Tag::type == FIELD_STRING) {
       std::string value;
       if (!unescape(text, value)) {
@@ -480,12 +495,15 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
       std::string received;
       const auto password = unescape(text, received) ? decryptPasswordText(def, received) : std::nullopt;
       if (!password) {
-        log().logError(function, "Password Handler Not Found while serializing bstring field [%s]", def.getName());
+        log().logError(function, "Password Handler Not Found while serializing bstring field [%s]",
+                       def.getName());
         return false;
       }
       message.setpstringobject(def.fieldNumber, def.slot, *password,
-                               static_cast<Annotation::PasswordEncryptType>(password->getEncryptionType()), tag, def.hash);
-    } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_OBJECT && Tag::type != FIELD_LIST_WSTRING) {
+                               static_cast<Annotation::PasswordEncryptType>(password->getEncryptionType()),
+                               tag, def.hash);
+    } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_OBJECT &&
+                         Tag::type != FIELD_LIST_WSTRING) {
       return appendItem<Tag>(def, text);
     }  // wide strings, maps and nested messages have no form as one text
     return true;

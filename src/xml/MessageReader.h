@@ -1,9 +1,9 @@
-// The rules that build a message from the elements, attributes and texts of its XML form. They know no XML library:
-// MySAX2Handler feeds them from a parser. Not installed.
+// The rules that build a message from the elements, attributes and texts of its XML form. They know no XML
+// library: MySAX2Handler feeds them from a parser. Not installed.
 //
-// A document's elements are tracked by frames, one per open element, so that an end tag always ends what its start tag
-// began, whatever the text between them held. Messages under construction are owned by the message above them, a map
-// entry's key and value by the entry's state, and the root by the reader until take().
+// A document's elements are tracked by frames, one per open element, so that an end tag always ends what its
+// start tag began, whatever the text between them held. Messages under construction are owned by the message
+// above them, a map entry's key and value by the entry's state, and the root by the reader until take().
 #pragma once
 
 #include <kwxml/annotation/AnnotationRecord.h>
@@ -51,7 +51,8 @@ public:
 
   /// Stores the attributes in the current message; false when one could not be processed.
   bool processAttributes(const XmlAttributes& attributes);
-  /// Puts the finished entry into the map field of the current message; a key that is there keeps its first value.
+  /// Puts the finished entry into the map field of the current message; a key that is there keeps its first
+  /// value.
   void processMapEnd(const FieldDef& field);
 
   /// The root message, null before its start tag; still the reader's, or the target of readInto().
@@ -67,7 +68,7 @@ private:
     MapEntry,  ///< an entry of a map field
     MapPart,   ///< the key or value of an entry that is no message
     StrayMapPart,
-    Done,      ///< the value stood in an attribute: nothing to do at its end
+    Done,  ///< the value stood in an attribute: nothing to do at its end
     Skipped,
   };
   struct Frame
@@ -101,8 +102,8 @@ private:
   void startSkipping(std::u16string_view name);
   void endScalar(const Frame& frame);
 
-  /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list. False when
-  /// the text is no such value (logged under `function`); the field is left as it was.
+  /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list.
+  /// False when the text is no such value (logged under `function`); the field is left as it was.
   bool store(const FieldDef& def, std::u16string_view text, const char* function);
   bool storeInteger(const FieldDef& def, const std::string& text, const char* function);
   bool storeEnum(const FieldDef& def, const std::string& text, const char* function);

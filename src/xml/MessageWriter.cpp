@@ -52,8 +52,12 @@ std::string rootElementName(const YMMessageBase& message)
   return message.getTagName();
 }
 
-MessageWriter::MessageWriter(XmlSink& sink, const EncodingFlags& flags, const XMLSerializationSupport& listeners)
-    : sink_(sink), flags_(flags), listeners_(listeners), trace_(XMLDebug::getInstance()->getDebugLevel() >= traceLevel)
+MessageWriter::MessageWriter(XmlSink& sink, const EncodingFlags& flags,
+                             const XMLSerializationSupport& listeners)
+    : sink_(sink),
+      flags_(flags),
+      listeners_(listeners),
+      trace_(XMLDebug::getInstance()->getDebugLevel() >= traceLevel)
 {
 }
 
@@ -105,7 +109,8 @@ bool MessageWriter::skippedByListener(YMMessageBase& message, const FieldDef& de
   listeners_.ProcessCallBack(message.getTagID(), data);
   if (data.result == XMLCB_SKIP_PROCESSING) {
     XMLDebug::getInstance()->debug(function, traceLevel,
-                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Tag ID)", def.getName());
+                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Tag ID)",
+                                   def.getName());
     return true;
   }
   AnnotationRecord(def.annotations).forEachAttached([&](unsigned long tag, std::string_view) {
@@ -115,24 +120,26 @@ bool MessageWriter::skippedByListener(YMMessageBase& message, const FieldDef& de
   });
   if (data.result == XMLCB_SKIP_PROCESSING) {
     XMLDebug::getInstance()->debug(function, traceLevel,
-                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Annotation ID)", def.getName());
+                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Annotation ID)",
+                                   def.getName());
     return true;
   }
   return false;
 }
 
-/// Kept apart from the walk, and the branches for single types apart from each other, so that a level of nesting costs
-/// little stack.
+/// Kept apart from the walk, and the branches for single types apart from each other, so that a level of
+/// nesting costs little stack.
 void MessageWriter::writeField(YMMessageBase& message, const Field& field, int passwordMode)
 {
-  visitFieldType(field.def.type,
-                 [&]<class Tag>(Tag tag) { writeValue(tag, message, field, passwordMode); });
+  visitFieldType(field.def.type, [&]<class Tag>(Tag tag) { writeValue(tag, message, field, passwordMode); });
 }
 
-// ---- Values by type ------------------------------------------------------------------------------------------------
+// ---- Values by type
+// ------------------------------------------------------------------------------------------------
 
 template <class Tag>
-[[gnu::noinline]] void MessageWriter::writeValue(Tag, YMMessageBase& message, const Field& field, int passwordMode)
+[[gnu::noinline]] void MessageWriter::writeValue(Tag, YMMessageBase& message, const Field& field,
+                                                 int passwordMode)
 {
   using Value = typename Tag::Value;
   const short slot = field.def.slot;
@@ -204,7 +211,8 @@ void MessageWriter::writeList(const Field& field, const typename Tag::Value& lis
       return;
     }
     if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-      // The list belongs to a message that the caller may change; only listeners could, through their own pointer.
+      // The list belongs to a message that the caller may change; only listeners could, through their own
+      // pointer.
       writeNested(const_cast<YMMessageBase&>(item), passwordMode);
     } else {
       if constexpr (Tag::type == FIELD_LIST_STRING) {
@@ -245,9 +253,11 @@ void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int p
   for (auto& [key, value] : map) {
     if (!sink_.openMapEntry(field.name())) {
       if constexpr (Tag::info.mapKey == FIELD_STRING) {
-        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%s]", field.name(), key.c_str());
+        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%s]", field.name(),
+                                          key.c_str());
       } else if constexpr (Tag::info.mapKey == FIELD_INT64) {
-        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%lld]", field.name(), key);
+        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%lld]", field.name(),
+                                          key);
       }
       continue;
     }
@@ -258,7 +268,8 @@ void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int p
   }
 }
 
-// ---- Texts ---------------------------------------------------------------------------------------------------------
+// ---- Texts
+// ---------------------------------------------------------------------------------------------------------
 
 bool MessageWriter::integerText(const Field& field, long long value)
 {
@@ -274,8 +285,8 @@ bool MessageWriter::integerText(const Field& field, long long value)
     }
     char clock[80];
     const auto seconds = static_cast<int>(value);
-    ascii({clock, static_cast<std::size_t>(std::snprintf(clock, sizeof clock, "%02d:%02d:%02d", seconds / 3600,
-                                                         seconds / 60 % 60, seconds % 60))});
+    ascii({clock, static_cast<std::size_t>(std::snprintf(clock, sizeof clock, "%02d:%02d:%02d",
+                                                         seconds / 3600, seconds / 60 % 60, seconds % 60))});
     return true;
   }
   const int dateForm = field.annotations.dateForm();
@@ -304,10 +315,12 @@ bool MessageWriter::enumText(const Field& field, long long value)
     return true;
   }
   const _ClassDef* cls = YMMessageBase::GetClassDefFromClassID(field.def);
-  const FieldDef* enumerator =
-      cls != nullptr && value == static_cast<int>(value) ? findField(*cls, static_cast<std::uint32_t>(value)) : nullptr;
+  const FieldDef* enumerator = cls != nullptr && value == static_cast<int>(value)
+                                   ? findField(*cls, static_cast<std::uint32_t>(value))
+                                   : nullptr;
   if (enumerator == nullptr) {
-    XMLDebug::getInstance()->logError(function, "Field [%s] does not accept value [%lld]", field.name(), value);
+    XMLDebug::getInstance()->logError(function, "Field [%s] does not accept value [%lld]", field.name(),
+                                      value);
     return false;
   }
   utf8(enumerator->getName());
@@ -317,12 +330,14 @@ bool MessageWriter::enumText(const Field& field, long long value)
 bool MessageWriter::passwordText(const Field& field, const pstring& value, int passwordMode)
 {
   if (!field.annotations.present()) {
-    XMLDebug::getInstance()->logError(function, "There are no annotations specified on this field : [%s]", field.name());
+    XMLDebug::getInstance()->logError(function, "There are no annotations specified on this field : [%s]",
+                                      field.name());
     return false;
   }
   const int type = field.annotations.passwordType();
   if (type == 0) {
-    XMLDebug::getInstance()->logError(function, "Password annotation is not specified on this field : [%s]", field.name());
+    XMLDebug::getInstance()->logError(function, "Password annotation is not specified on this field : [%s]",
+                                      field.name());
     return false;
   }
   if (flags_.maskPasswords) {
@@ -335,8 +350,8 @@ bool MessageWriter::passwordText(const Field& field, const pstring& value, int p
   }
   std::string text;
   if (encryptPasswordText(type, value, text) == passwordHandlerMissing) {
-    XMLDebug::getInstance()->logError(function, "Password Handler Not Found while serializing bstring field [%s]",
-                                      field.name());
+    XMLDebug::getInstance()->logError(
+        function, "Password Handler Not Found while serializing bstring field [%s]", field.name());
     return false;
   }
   utf8(text);

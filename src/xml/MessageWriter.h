@@ -1,5 +1,5 @@
-// The walk that writes a message: which fields, in which order, under which names, as which text. It speaks to a sink
-// and knows no XML library. Not installed.
+// The walk that writes a message: which fields, in which order, under which names, as which text. It speaks
+// to a sink and knows no XML library. Not installed.
 #pragma once
 
 #include <kwxml/annotation/AnnotationRecord.h>
@@ -15,8 +15,8 @@ class XMLSerializationSupport;
 
 namespace kwxml {
 
-/// The element name of a message's document: system, "_", class; the monitoring messages have a system name of their
-/// own in XML.
+/// The element name of a message's document: system, "_", class; the monitoring messages have a system name
+/// of their own in XML.
 std::string rootElementName(const YMMessageBase& message);
 
 class MessageWriter
@@ -24,9 +24,9 @@ class MessageWriter
 public:
   MessageWriter(XmlSink& sink, const EncodingFlags& flags, const XMLSerializationSupport& listeners);
 
-  /// Writes the set fields of the message into the sink's current element. A field that cannot be written is logged
-  /// and left out. False when messages nest deeper than a reader accepts; nothing may be made of the sink's content
-  /// then.
+  /// Writes the set fields of the message into the sink's current element. A field that cannot be written is
+  /// logged and left out. False when messages nest deeper than a reader accepts; nothing may be made of the
+  /// sink's content then.
   [[nodiscard]] bool writeFields(YMMessageBase& message, int passwordMode);
 
 private:

@@ -32,33 +32,58 @@ MySAX2Handler::MySAX2Handler() : reader_(std::make_unique<Reader>()) {}
 
 MySAX2Handler::~MySAX2Handler() = default;
 
-void MySAX2Handler::setDefaultsWhileUnserialization() { reader_->keepDefaults(); }
+void MySAX2Handler::setDefaultsWhileUnserialization()
+{
+  reader_->keepDefaults();
+}
 
-void MySAX2Handler::setTargetMessage(YMMessageBase* message) { reader_->readInto(message); }
+void MySAX2Handler::setTargetMessage(YMMessageBase* message)
+{
+  reader_->readInto(message);
+}
 
-YMMessageBase* MySAX2Handler::getMessage() const { return reader_->root(); }
+YMMessageBase* MySAX2Handler::getMessage() const
+{
+  return reader_->root();
+}
 
-YMMessageBase* MySAX2Handler::takeMessage() { return reader_->take(); }
+YMMessageBase* MySAX2Handler::takeMessage()
+{
+  return reader_->take();
+}
 
 bool MySAX2Handler::processAttributes(const xercesc::Attributes& attributes)
 {
   return reader_->processAttributes(SaxAttributes(attributes));
 }
 
-void MySAX2Handler::processMapEnd(const FieldDef& field) { reader_->processMapEnd(field); }
+void MySAX2Handler::processMapEnd(const FieldDef& field)
+{
+  reader_->processMapEnd(field);
+}
 
-void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname, const xercesc::Attributes& attributes)
+void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
+                                 const xercesc::Attributes& attributes)
 {
   if (!reader_->startElement(qname, SaxAttributes(attributes))) {
     throw xercesc::SAXException(u"The document holds no readable message");  // the reader has logged why
   }
 }
 
-void MySAX2Handler::characters(const XMLCh* chars, XMLSize_t length) { reader_->characters(chars, length); }
+void MySAX2Handler::characters(const XMLCh* chars, XMLSize_t length)
+{
+  reader_->characters(chars, length);
+}
 
-void MySAX2Handler::endElement(const XMLCh*, const XMLCh*, const XMLCh* qname) { reader_->endElement(qname); }
+void MySAX2Handler::endElement(const XMLCh*, const XMLCh*, const XMLCh* qname)
+{
+  reader_->endElement(qname);
+}
 
-void MySAX2Handler::setDocumentLocator(const xercesc::Locator* locator) { locator_ = locator; }
+void MySAX2Handler::setDocumentLocator(const xercesc::Locator* locator)
+{
+  locator_ = locator;
+}
 
 void MySAX2Handler::refuse(const char* what, const XMLCh* name) const
 {
@@ -69,7 +94,8 @@ void MySAX2Handler::refuse(const char* what, const XMLCh* name) const
   throw xercesc::SAXParseException(text.c_str(), u"", u"", 0, 0);
 }
 
-void MySAX2Handler::attributeDecl(const XMLCh*, const XMLCh* attribute, const XMLCh*, const XMLCh*, const XMLCh* value)
+void MySAX2Handler::attributeDecl(const XMLCh*, const XMLCh* attribute, const XMLCh*, const XMLCh*,
+                                  const XMLCh* value)
 {
   if (value != nullptr && *value != 0) {
     refuse("the declaration of a default value for attribute '", attribute);

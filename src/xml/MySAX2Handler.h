@@ -1,9 +1,9 @@
-// The SAX2 handler that builds a message from its XML form: it feeds the parser's events to the rules of MessageReader
-// and guards the parser against what a hostile document may declare.
+// The SAX2 handler that builds a message from its XML form: it feeds the parser's events to the rules of
+// MessageReader and guards the parser against what a hostile document may declare.
 //
-// A handler reads one document. It refuses every declaration of an entity or of an attribute with a default value,
-// before either can be used: no message needs one, and with them a short text stands for a huge one or for a local
-// file.
+// A handler reads one document. It refuses every declaration of an entity or of an attribute with a default
+// value, before either can be used: no message needs one, and with them a short text stands for a huge one or
+// for a local file.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>

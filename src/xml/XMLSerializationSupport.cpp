@@ -29,7 +29,8 @@ void XMLSerializationSupport::ProcessCallBack(unsigned long tag, ListenerCbData&
   if (found == listeners_.end()) {
     return;
   }
-  for (const Callback callback : std::vector<Callback>(found->second)) {  // a listener may change the registry
+  for (const Callback callback :
+       std::vector<Callback>(found->second)) {  // a listener may change the registry
     callback(data);
   }
 }

@@ -1,5 +1,5 @@
-// Listeners of XML writing: callbacks registered for the tag of a message class or of an annotation, called for every
-// field that the writer is about to write, which can leave the field out.
+// Listeners of XML writing: callbacks registered for the tag of a message class or of an annotation, called
+// for every field that the writer is about to write, which can leave the field out.
 #pragma once
 
 #include <kwxml/model/Metadata.h>
@@ -34,13 +34,14 @@ public:
   void ProcessCallBack(unsigned long tag, ListenerCbData& data) const;
   bool empty() const noexcept { return listeners_.empty(); }
 
-  /// True for the twelve class identifiers of system 119 that are written under the system name "SystemMonitoring".
+  /// True for the twelve class identifiers of system 119 that are written under the system name
+  /// "SystemMonitoring".
   static bool checkIfSystemMonitoringMessage(unsigned long classId);
-  /// Bytes that a value of the field occupies in its message's slots (a pointer's for lists, maps, nested messages and
-  /// byte strings); 0, with a log line, for a type without storage.
+  /// Bytes that a value of the field occupies in its message's slots (a pointer's for lists, maps, nested
+  /// messages and byte strings); 0, with a log line, for a type without storage.
   static int getSizeOfField(const FieldDef& field);
-  /// A ready-made listener that keeps a message's identifying fields ("id", "name" and names that end in "Id") and
-  /// leaves the others out.
+  /// A ready-made listener that keeps a message's identifying fields ("id", "name" and names that end in
+  /// "Id") and leaves the others out.
   static bool hideFields(ListenerCbData& data);
 
 private:

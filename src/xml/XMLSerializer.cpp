@@ -38,7 +38,10 @@ struct Release
 template <class T>
 using Released = std::unique_ptr<T, Release<T>>;
 
-XMLDebug& log() { return *XMLDebug::getInstance(); }
+XMLDebug& log()
+{
+  return *XMLDebug::getInstance();
+}
 
 xercesc::DOMImplementation* domImplementation()
 {
@@ -47,9 +50,13 @@ xercesc::DOMImplementation* domImplementation()
 
 }  // namespace
 
-bool XMLSerializer::initialize() { return kwxml::initializeXerces(); }
+bool XMLSerializer::initialize()
+{
+  return kwxml::initializeXerces();
+}
 
-// ---- Writing -------------------------------------------------------------------------------------------------------
+// ---- Writing
+// -------------------------------------------------------------------------------------------------------
 
 int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elementOnly)
 {
@@ -110,7 +117,8 @@ namespace {
 
 /// The public DOM operations are those of the sink, standing on one element.
 template <class Operation>
-void onElement(const char* function, xercesc::DOMDocument* document, xercesc::DOMElement* element, Operation operation)
+void onElement(const char* function, xercesc::DOMDocument* document, xercesc::DOMElement* element,
+               Operation operation)
 {
   if (document == nullptr || element == nullptr) {
     log().logError(function, "[%s]", "Received NULL document");
@@ -122,33 +130,34 @@ void onElement(const char* function, xercesc::DOMDocument* document, xercesc::DO
 
 }  // namespace
 
-void XMLSerializer::writeNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* element, const char* name,
-                                   const char16_t* value)
+void XMLSerializer::writeNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* element,
+                                   const char* name, const char16_t* value)
 {
   onElement("XMLSerializer::writeNodeToXML", document, element, [&](kwxml::DomSink& sink) {
     flags_.valuesAsElements ? sink.textElement(name, value) : sink.attribute(name, value);
   });
 }
 
-void XMLSerializer::writeListNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* item, const char* name,
-                                       const char16_t* value)
+void XMLSerializer::writeListNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* item,
+                                       const char* name, const char16_t* value)
 {
   onElement("XMLSerializer::writeListNodeToXML", document, item, [&](kwxml::DomSink& sink) {
     flags_.valuesAsElements ? sink.text(value) : sink.attribute(name, value);
   });
 }
 
-void XMLSerializer::writeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* element, const char* name,
-                                 const char16_t* value)
+void XMLSerializer::writeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* element,
+                                 const char* name, const char16_t* value)
 {
   onElement("XMLSerializer::writeAsCDATA", document, element,
             [&](kwxml::DomSink& sink) { sink.cdataElement(name, value); });
 }
 
-void XMLSerializer::writeListNodeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* item, const char*,
-                                         const char16_t* value)
+void XMLSerializer::writeListNodeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* item,
+                                         const char*, const char16_t* value)
 {
-  onElement("XMLSerializer::writeListNodeAsCDATA", document, item, [&](kwxml::DomSink& sink) { sink.cdata(value); });
+  onElement("XMLSerializer::writeListNodeAsCDATA", document, item,
+            [&](kwxml::DomSink& sink) { sink.cdata(value); });
 }
 
 char XMLSerializer::constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
@@ -183,7 +192,8 @@ xercesc::DOMLSSerializer* XMLSerializer::DOMCreateAWriterUTF16()
   return DOMCreateAWriterUTF8();
 }
 
-bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDocument* document, bool elementOnly)
+bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDocument* document,
+                                                bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::DumpDOMDocumentToStringUTF8";
   out.clear();
@@ -242,7 +252,8 @@ int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)
   return 0;
 }
 
-// ---- Reading -------------------------------------------------------------------------------------------------------
+// ---- Reading
+// -------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -303,8 +314,8 @@ std::unique_ptr<xercesc::MemBufInputSource> wideSource(const std::u16string& tex
 
 std::unique_ptr<xercesc::MemBufInputSource> narrowSource(const std::string& text)
 {
-  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                                             sourceName);
+  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
+                                                             text.size(), sourceName);
   source->setCopyBufToStream(false);
   return source;
 }
@@ -331,10 +342,12 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
     setNarrowFeatures(*reader, security);
     reader->parse(*source);
   } catch (const xercesc::XMLException& e) {
-    log().logError(function, "XMLException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(), xml.c_str());
+    log().logError(function, "XMLException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
+                   xml.c_str());
     return parseFailed;
   } catch (const xercesc::SAXParseException& e) {
-    log().logError(function, "SAXParseException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(), xml.c_str());
+    log().logError(function, "SAXParseException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
+                   xml.c_str());
     return notWellFormed;
   } catch (...) {
     log().logError(function, "Unknown Exception!\nXML : [%s]", xml.c_str());
@@ -381,7 +394,10 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
   return 0;
 }
 
-YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler) { return handler.getMessage(); }
+YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)
+{
+  return handler.getMessage();
+}
 
 template <class Parse>
 int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse parse)
@@ -433,9 +449,11 @@ YMMessageBase* XMLSerializer::unserialize(const std::string& xml)
   return parserHelper(&handler, xml) == 0 ? handler.takeMessage() : nullptr;
 }
 
-// ---- Peeking -------------------------------------------------------------------------------------------------------
+// ---- Peeking
+// -------------------------------------------------------------------------------------------------------
 
-bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName, unsigned int& tag)
+bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
+                                           unsigned int& tag)
 {
   constexpr const char* function = "XMLSerializer::_GetTagAndTagIDFromXML";
   tagName.clear();
@@ -458,8 +476,9 @@ bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, s
   }
   const YMMessageBase* message = handler.getMessage();
   if (message == nullptr) {
-    log().logError(function, "[%s]",
-                   started ? "Unable to retrieve tag for given xml" : "Unable to retrieve token for given xml");
+    log().logError(
+        function, "[%s]",
+        started ? "Unable to retrieve tag for given xml" : "Unable to retrieve token for given xml");
     return false;
   }
   tagName = message->getTagName();
@@ -470,8 +489,8 @@ bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, s
 namespace {
 
 template <class Text, class MakeSource>
-bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsigned int& tag, const char* function,
-          MakeSource makeSource)
+bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsigned int& tag,
+          const char* function, MakeSource makeSource)
 {
   tagName.clear();
   tag = 0;
@@ -507,9 +526,13 @@ bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& 
               [&] { return valid ? wideSource(text) : nullptr; });
 }
 
-// ---- Members of the message that need XML --------------------------------------------------------------------------
+// ---- Members of the message that need XML
+// --------------------------------------------------------------------------
 
-void YMMessageBase::Initialize() { XMLSerializer::initialize(); }
+void YMMessageBase::Initialize()
+{
+  XMLSerializer::initialize();
+}
 
 int YMMessageBase::ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,
                                    std::string& errorText)

@@ -1,7 +1,8 @@
 // Turns one message into an XML document and its text, and such a text into a message.
 //
-// One serializer serves one call or a few in a row; it is not safe for concurrent use. Failures are reported by results
-// and one log line; nothing throws. Element and attribute values given to the DOM operations are NUL-terminated UTF-16.
+// One serializer serves one call or a few in a row; it is not safe for concurrent use. Failures are reported
+// by results and one log line; nothing throws. Element and attribute values given to the DOM operations are
+// NUL-terminated UTF-16.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
@@ -15,11 +16,12 @@ class CYxFile;
 class KwXMLContextInfo;
 class MySAX2Handler;
 
-/// When set, readers also switch off namespaces and schema processing. False by default; set before threads read.
+/// When set, readers also switch off namespaces and schema processing. False by default; set before threads
+/// read.
 extern bool skipValidation;
 
-/// Makes the "]]>" in a text that goes out as a CDATA section harmless: the XML library ends the section inside what
-/// is put in its place, and a reader joins the original text.
+/// Makes the "]]>" in a text that goes out as a CDATA section harmless: the XML library ends the section
+/// inside what is put in its place, and a reader joins the original text.
 void parseStringForCDATAEndAndReplace(std::string& text);
 
 class XMLSerializer
@@ -37,10 +39,12 @@ public:
   /// The registry of this serializer's listeners.
   XMLSerializationSupport& getXMLSerializationSupportObject() { return listeners_; }
 
-  // ---- Writing -----------------------------------------------------------------------------------------------------
+  // ---- Writing
+  // -----------------------------------------------------------------------------------------------------
 
-  /// The message as UTF-8 XML in `out`: the root element alone when `elementOnly`, else with the XML declaration.
-  /// 0 on success; 1, with `out` empty, on failure. A field that cannot be written is logged and left out.
+  /// The message as UTF-8 XML in `out`: the root element alone when `elementOnly`, else with the XML
+  /// declaration. 0 on success; 1, with `out` empty, on failure. A field that cannot be written is logged and
+  /// left out.
   int serialize(YMMessageBase& message, std::string& out, bool elementOnly);
   int serialize(YMMessageBase& message, std::string& out, int elementOnly)
   {
@@ -48,8 +52,8 @@ public:
   }
   int serialize(YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
-  bool serializeXMLRecur(YMMessageBase& message, xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* parent,
-                         int passwordMode);
+  bool serializeXMLRecur(YMMessageBase& message, xercesc_3_2::DOMDocument* document,
+                         xercesc_3_2::DOMElement* parent, int passwordMode);
 
   /// A scalar as an attribute of `element`, or as a child with text when values go out as elements.
   void writeNodeToXML(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* element, const char* name,
@@ -59,47 +63,52 @@ public:
                           const char16_t* value);
   void writeAsCDATA(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* element, const char* name,
                     const char16_t* value);
-  void writeListNodeAsCDATA(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* item, const char* name,
-                            const char16_t* value);
-  /// The element of a map entry with its "__mapKey__" and "__mapValue__" children, appended to `parent`. 1, or 0 with
-  /// nothing made.
+  void writeListNodeAsCDATA(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* item,
+                            const char* name, const char16_t* value);
+  /// The element of a map entry with its "__mapKey__" and "__mapValue__" children, appended to `parent`. 1,
+  /// or 0 with nothing made.
   char constructMapElements(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* parent,
                             xercesc_3_2::DOMElement*& entry, xercesc_3_2::DOMElement*& key,
                             xercesc_3_2::DOMElement*& value, const char* name);
 
-  /// A DOM writer for this serializer's form; the caller releases it. Null when the XML library cannot be initialised.
+  /// A DOM writer for this serializer's form; the caller releases it. Null when the XML library cannot be
+  /// initialised.
   xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF8();
   xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF16();
   /// False, with `out` empty and a log line, when the document cannot be written.
   bool DumpDOMDocumentToStringUTF8(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
 
-  /// Writes the message's XML with default flags into a file. 0 on success, 9 when it cannot be serialized, 1 otherwise.
+  /// Writes the message's XML with default flags into a file. 0 on success, 9 when it cannot be serialized, 1
+  /// otherwise.
   static int dumpXmlToFile(YMMessageBase* message, CYxFile* file);
 
-  // ---- Reading -----------------------------------------------------------------------------------------------------
+  // ---- Reading
+  // -----------------------------------------------------------------------------------------------------
 
-  /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with it, fields
-  /// that the text does not set stay, and items of lists are appended. 0 on success; on failure the message is as
-  /// before, and the result is parserHelper()'s, or 5 when the text holds a message of another class.
+  /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with
+  /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
+  /// the message is as before, and the result is parserHelper()'s, or 5 when the text holds a message of
+  /// another class.
   int unserialize(YMMessageBase& message, const std::string& xml, bool merge = false);
   int unserialize(YMMessageBase& message, const wchar_t* xml, bool merge = false);
   /// The message in a text, which the caller owns; null on failure.
   YMMessageBase* unserialize(const std::string& xml);
 
-  /// Parses UTF-8 or otherwise declared text. 0 on success, 4 for text that is not well-formed, 5 for any other failure.
-  /// Nothing that the document names is opened, and no entity is expanded.
+  /// Parses UTF-8 or otherwise declared text. 0 on success, 4 for text that is not well-formed, 5 for any
+  /// other failure. Nothing that the document names is opened, and no entity is expanded.
   int parserHelper(MySAX2Handler* handler, const std::string& xml);
-  /// The same for wide text, which must consist of Unicode code points; `validate` switches validation against grammars
-  /// that the process has made known (none is ever fetched).
+  /// The same for wide text, which must consist of Unicode code points; `validate` switches validation
+  /// against grammars that the process has made known (none is ever fetched).
   int parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate);
   /// The message that a handler has built; the handler's until taken.
   static YMMessageBase* getSAXHandlerMessageObject(MySAX2Handler& handler);
 
-  /// Tag name and tag of the message in a text, of which only the beginning is parsed. False, with both empty, when
-  /// there is none.
+  /// Tag name and tag of the message in a text, of which only the beginning is parsed. False, with both
+  /// empty, when there is none.
   static bool GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName, unsigned int& tag);
   static bool GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName, unsigned int& tag);
-  static bool _GetTagAndTagIDFromXML(xercesc_3_2::MemBufInputSource* source, std::string& tagName, unsigned int& tag);
+  static bool _GetTagAndTagIDFromXML(xercesc_3_2::MemBufInputSource* source, std::string& tagName,
+                                     unsigned int& tag);
 
 private:
   template <class Parse>

@@ -1,6 +1,6 @@
-// Where the writer puts the XML form of a message. The writer decides what is written; a sink only knows how: as nodes
-// of a DOM document, or as text. Names are NUL-terminated UTF-8 from the catalogue; values are NUL-terminated UTF-16
-// that holds only characters XML allows.
+// Where the writer puts the XML form of a message. The writer decides what is written; a sink only knows how:
+// as nodes of a DOM document, or as text. Names are NUL-terminated UTF-8 from the catalogue; values are
+// NUL-terminated UTF-16 that holds only characters XML allows.
 #pragma once
 
 namespace kwxml {
@@ -10,7 +10,8 @@ class XmlSink
 public:
   virtual ~XmlSink() = default;
 
-  /// Opens a child element of the current one and makes it current. False, with nothing opened, when it cannot be made.
+  /// Opens a child element of the current one and makes it current. False, with nothing opened, when it
+  /// cannot be made.
   [[nodiscard]] virtual bool open(const char* name) = 0;
   /// Ends the current element.
   virtual void close() = 0;

@@ -7,8 +7,14 @@ namespace kwxml {
 
 namespace {
 
-constexpr bool isLead(char16_t c) { return c >= 0xD800 && c < 0xDC00; }
-constexpr bool isTrail(char16_t c) { return c >= 0xDC00 && c < 0xE000; }
+constexpr bool isLead(char16_t c)
+{
+  return c >= 0xD800 && c < 0xDC00;
+}
+constexpr bool isTrail(char16_t c)
+{
+  return c >= 0xDC00 && c < 0xE000;
+}
 
 /// Calls `put(char)` for each UTF-8 byte of the text.
 template <class Put>
@@ -63,7 +69,8 @@ std::u16string toUtf16(const char* text)
 std::uint32_t nameHash(std::u16string_view name)
 {
   std::uint32_t h = 0;
-  forEachUtf8Byte(name, [&](char byte) { h = h * 31 + static_cast<std::uint32_t>(static_cast<signed char>(byte)); });
+  forEachUtf8Byte(
+      name, [&](char byte) { h = h * 31 + static_cast<std::uint32_t>(static_cast<signed char>(byte)); });
   return h & 0xFFFFFF;
 }
 

@@ -1,5 +1,5 @@
-// Small conversions between the UTF-16 of the XML library and the narrow texts of the log, of names and of numbers.
-// Not installed.
+// Small conversions between the UTF-16 of the XML library and the narrow texts of the log, of names and of
+// numbers. Not installed.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,8 @@
 
 namespace kwxml {
 
-/// UTF-8 of a text for a log line or a name; a lone surrogate becomes "?". Values go through XMLEncXStr instead.
+/// UTF-8 of a text for a log line or a name; a lone surrogate becomes "?". Values go through XMLEncXStr
+/// instead.
 std::string toUtf8(std::u16string_view text);
 /// UTF-16 of a catalogue name; bytes that are no UTF-8 are taken as Latin-1.
 std::u16string toUtf16(const char* text);

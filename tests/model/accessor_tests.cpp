@@ -22,7 +22,8 @@ const std::string statusSchema =
     "string                        \terrorMessage                  \t12053727  \t1    \t1    \n";
 
 const std::string invalidField =
-    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given field id [2]. Schema of given "
+    "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given field id [2]. Schema "
+    "of given "
     "message is :\n" +
     statusSchema;
 
@@ -47,13 +48,19 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
   m.setdouble(2, 0, 1, tag, codeHash);
   expect("void YMMessageBase::setdouble(short int, short int, double, long unsigned int, unsigned int)");
   m.setstring(2, 0, "x", tag, codeHash);
-  expect("void YMMessageBase::setstring(short int, short int, const std::string&, long unsigned int, unsigned int)");
+  expect(
+      "void YMMessageBase::setstring(short int, short int, const std::string&, long unsigned int, unsigned "
+      "int)");
   EXPECT_FALSE(m.isSet(2, tag, codeHash));
   expect("bool YMMessageBase::isSet(short int, long unsigned int, long unsigned int) const");
   EXPECT_EQ(m.getlistint(2, 0, tag, codeHash, true), nullptr);
-  expect("std::vector<int>*& YMMessageBase::getlistint(short int, short int, long unsigned int, unsigned int, bool)");
+  expect(
+      "std::vector<int>*& YMMessageBase::getlistint(short int, short int, long unsigned int, unsigned int, "
+      "bool)");
   m.setlistint(2, 0, &ints, tag, codeHash);
-  expect("void YMMessageBase::setlistint(short int, short int, const std::vector<int>*, long unsigned int, unsigned int)");
+  expect(
+      "void YMMessageBase::setlistint(short int, short int, const std::vector<int>*, long unsigned int, "
+      "unsigned int)");
   EXPECT_EQ(m.getObject(2, 0, tag, codeHash), nullptr);
   expect("void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)");
   m.deleteMember(2, tag, codeHash, false);
@@ -63,9 +70,11 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
   log.clear();
   EXPECT_EQ(m.getint64(5, tag, codeHash), 0);
   ASSERT_EQ(log.lines().size(), 1u);
-  EXPECT_EQ(log.lines()[0].function, "XML_INT64 YMMessageBase::getint64(short int, long unsigned int, unsigned int) const");
+  EXPECT_EQ(log.lines()[0].function,
+            "XML_INT64 YMMessageBase::getint64(short int, long unsigned int, unsigned int) const");
   EXPECT_EQ(log.lines()[0].text,
-            "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given index on buffer is [5]. "
+            "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given index on "
+            "buffer is [5]. "
             "Schema of given message is \n" +
                 statusSchema);
   log.clear();
@@ -100,7 +109,8 @@ TEST(Accessors, ForeignTagsFindTheFieldByItsHash)
   EXPECT_TRUE(log.lines().empty());
 
   const YMMessageBase before(m);
-  const std::string unknown = "Message [Demo_Status] with TagID : [16778224] does not contain field : [99]. Message Received : [5]";
+  const std::string unknown =
+      "Message [Demo_Status] with TagID : [16778224] does not contain field : [99]. Message Received : [5]";
   m.setint64(0, 0, 1, 5, 99);
   EXPECT_TRUE(log.has("YMMessageBase::setint64", unknown));
   EXPECT_EQ(m.getstring_const(0, 0, 5, 99), "");
@@ -113,7 +123,8 @@ TEST(Accessors, ForeignTagsFindTheFieldByItsHash)
     FAIL() << "no exception";
   } catch (const KwException& e) {
     EXPECT_STREQ(e.what(),
-                 "KwXML does not recognize given field :[99] in Message [Demo_Status] :[16778224]. Message received : [5]");
+                 "KwXML does not recognize given field :[99] in Message [Demo_Status] :[16778224]. Message "
+                 "received : [5]");
     EXPECT_EQ(std::string(e.getFunction()), "YMMessageBase::getObject");
   }
   EXPECT_TRUE(log.has("YMMessageBase::getObject", unknown));
@@ -185,7 +196,8 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
   EXPECT_FALSE(at("stringValue", [&](short n, short s, unsigned h) { m.getstring(n, s, tag, h); }));
   EXPECT_TRUE(at("stringValue", [&](short n, short s, unsigned h) { m.getstringByRef(n, s, tag, h) = "x"; }));
   EXPECT_FALSE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobject(n, s, tag, h); }));
-  EXPECT_TRUE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobjectByRef(n, s, tag, h); }));
+  EXPECT_TRUE(
+      at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobjectByRef(n, s, tag, h); }));
   EXPECT_TRUE(at("longValue", [&](short n, short s, unsigned h) { m.getint64ByRef(n, s, tag, h) = 3; }));
   EXPECT_TRUE(at("pstringValue", [&](short n, short s, unsigned h) {
     m.setpstringobject(n, s, pstring("p"), Annotation::BASE64, tag, h);
@@ -214,10 +226,12 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
   m.setMemberTestBit("objectValue", false);
   EXPECT_FALSE(isSet(m, "objectValue"));
   m.setMemberTestBit("objectValue", true);
-  EXPECT_TRUE(log.has("YMMessageBase::setMemberTestBit", "[You cannot enable a field without passing the value]"));
+  EXPECT_TRUE(
+      log.has("YMMessageBase::setMemberTestBit", "[You cannot enable a field without passing the value]"));
   m.setPrimitiveBitValue(field(m, "intValue").fieldNumber, true);
   EXPECT_TRUE(isSet(m, "intValue"));
-  m.setPrimitiveBitValue(field(m, "ulonglongValue").fieldNumber, true);  // counts as a list type, as encodings have it
+  m.setPrimitiveBitValue(field(m, "ulonglongValue").fieldNumber,
+                         true);  // counts as a list type, as encodings have it
   EXPECT_TRUE(log.has("YMMessageBase::setPrimitiveBitValue",
                       "Received member [ulonglongValue] is not a primitive type. Given member type is [6]"));
   m.setPrimitiveBitValue(99, true);

@@ -39,7 +39,8 @@ TEST(Layout, InlineCountStopsBeforeTheFirstValueThatReachesSlot24)
     for (const FieldDef& def : *message.getClass()) {
       const auto* address = static_cast<const char*>(def.getFieldAddrResolved(message));
       const auto* object = reinterpret_cast<const char*>(&message);
-      count += address >= object && address < object + sizeof message ? kwxml::fieldTypeInfo(def.type).slots : 0;
+      count +=
+          address >= object && address < object + sizeof message ? kwxml::fieldTypeInfo(def.type).slots : 0;
     }
     return count;
   };
@@ -50,11 +51,13 @@ TEST(Layout, InlineCountStopsBeforeTheFirstValueThatReachesSlot24)
 
 TEST(Layout, EveryFieldKeepsItsOwnValue)
 {
-  for (const char* tagName : {"Types_Slots24", "Types_Slots25", "Types_Straddle", "Types_Wide", "Types_ExplicitSlots"}) {
+  for (const char* tagName :
+       {"Types_Slots24", "Types_Slots25", "Types_Straddle", "Types_Wide", "Types_ExplicitSlots"}) {
     YMMessageBase message = make(tagName);
     for (const FieldDef& def : *message.getClass()) {
       if (def.type == FIELD_STRING) {
-        setText(message, def.getName(), std::string("a long value that does not fit in place ") + def.getName());
+        setText(message, def.getName(),
+                std::string("a long value that does not fit in place ") + def.getName());
       } else if (def.type == FIELD_DOUBLE) {
         message.setdouble(def.fieldNumber, def.slot, def.fieldNumber + 0.5, message.getTagID(), def.hash);
       } else {
@@ -78,8 +81,10 @@ TEST(Layout, EveryFieldKeepsItsOwnValue)
 
 TEST(Layout, MovesKeepValuesAndAllocateNothing)
 {
-  static_assert(std::is_nothrow_move_constructible_v<YMMessageBase> && std::is_nothrow_move_assignable_v<YMMessageBase>);
-  for (const char* tagName : {"Types_AllTypes", "Types_Straddle", "Types_ExplicitSlots", "Demo_Status", "Legacy_Defaults"}) {
+  static_assert(std::is_nothrow_move_constructible_v<YMMessageBase> &&
+                std::is_nothrow_move_assignable_v<YMMessageBase>);
+  for (const char* tagName :
+       {"Types_AllTypes", "Types_Straddle", "Types_ExplicitSlots", "Demo_Status", "Legacy_Defaults"}) {
     YMMessageBase original = make(tagName);
     fillAll(original, 1);
     const YMMessageBase expected(original);
@@ -105,7 +110,8 @@ TEST(Layout, MovesKeepValuesAndAllocateNothing)
   }
   YMMessageBase node = nodeChain(3);  // a part of a message may be moved into its whole
   const FieldDef& child = field(node, "child");
-  auto* part = static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
+  auto* part =
+      static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
   node = std::move(*part);
   EXPECT_TRUE(node == nodeChain(2));
 }
@@ -116,7 +122,8 @@ TEST(Layout, ExternalStorageIsCheckedInBytesAndStaysTheCallers)
   constexpr int needed = 7 * 8 + 4 / 8 + 1;
   std::vector<long long> storage(16, -1);
   LogCapture log;
-  EXPECT_THROW(YMMessageBase(probe.getSubsysID(), probe.getClassIndex(), storage.data(), needed - 1), KwException);
+  EXPECT_THROW(YMMessageBase(probe.getSubsysID(), probe.getClassIndex(), storage.data(), needed - 1),
+               KwException);
   EXPECT_TRUE(log.has("YMMessageBase::initialize", "[Size of buffer provided is not sufficient]"));
   EXPECT_EQ(storage[0], -1);
   {

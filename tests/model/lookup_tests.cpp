@@ -43,8 +43,9 @@ TEST(LookUps, TagsResolveBothWaysOrNotAtAll)
   EXPECT_TRUE(YMMessageBase::getIndicesFromTagID(system, index, 0x010003F0));
   EXPECT_EQ(system, 1);
   EXPECT_EQ(index, 0);
-  for (const unsigned long tag : {0x000003F0ul, 0xCE0003F0ul, 0xFF0003F0ul, 0xCD0003F0ul, 0x01000014ul, 0x01000000ul,
-                                  0x01FFFFFFul}) {  // no system, beyond the last, empty row, between two IDs, outside
+  for (const unsigned long tag :
+       {0x000003F0ul, 0xCE0003F0ul, 0xFF0003F0ul, 0xCD0003F0ul, 0x01000014ul, 0x01000000ul,
+        0x01FFFFFFul}) {  // no system, beyond the last, empty row, between two IDs, outside
     EXPECT_FALSE(YMMessageBase::getIndicesFromTagID(system, index, tag)) << tag;
     EXPECT_EQ(system, static_cast<short>(tag >> 24));
     EXPECT_EQ(YMMessageBase::GetClassDef(tag), nullptr);
@@ -116,17 +117,22 @@ TEST(LookUps, NamesAreExactAndEnumerationsAreSearchedByName)
   EXPECT_FALSE(FieldDef::isValidEnumValue(field, 0));
   EXPECT_FALSE(FieldDef::isValidEnumValue(kwxml::test::field(item, "price"), 2));
   FieldDef broken = field;
-  broken.name = "\xCE\x00\x00\x01" "broken";
+  broken.name =
+      "\xCE\x00\x00\x01"
+      "broken";
   EXPECT_FALSE(FieldDef::isValidEnumValue(broken, 2));
   EXPECT_TRUE(log.has("static bool FieldDef::isValidEnumValue(const FieldDef&, int)",
                       "Error identifying [broken]:[2] as an enum "));
   EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(field), color);
   EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(broken), nullptr);
-  EXPECT_TRUE(log.has("YMMessageBase::GetClassDefFromPtrToClassID",
-                      "Error retrieving metadata with msgSysIndex : [206], msgIndex : [1]. Total_subsystems : [206]"));
-  EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(reinterpret_cast<const unsigned long*>(broken.name)), nullptr);
-  EXPECT_TRUE(log.has("YMMessageBase::GetClassDefFromPtrToClassID",
-                      "Error retrieving metadata with msgSysIndex : [206], msgIndex : [1]. Total_Subsystems : [206]"));
+  EXPECT_TRUE(log.has(
+      "YMMessageBase::GetClassDefFromPtrToClassID",
+      "Error retrieving metadata with msgSysIndex : [206], msgIndex : [1]. Total_subsystems : [206]"));
+  EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(reinterpret_cast<const unsigned long*>(broken.name)),
+            nullptr);
+  EXPECT_TRUE(log.has(
+      "YMMessageBase::GetClassDefFromPtrToClassID",
+      "Error retrieving metadata with msgSysIndex : [206], msgIndex : [1]. Total_Subsystems : [206]"));
 }
 
 TEST(LookUps, XPathRowsAndOldWaySystems)
@@ -159,8 +165,10 @@ TEST(LookUps, SchemaTexts)
             "int                           \tbefore                        0    \t0    \n"
             "string                        \tafter                         2    \t2    \n");
   ASSERT_TRUE(YMMessageBase::getMessageSchemaString(hidden.getTagID(), text, true, true));
-  EXPECT_NE(text.find("\nint                           \tsecret                        \t0         \t1    \t1    \n"),
-            std::string::npos);
+  EXPECT_NE(
+      text.find(
+          "\nint                           \tsecret                        \t0         \t1    \t1    \n"),
+      std::string::npos);
   ASSERT_TRUE(YMMessageBase::getMessageSchemaString(make("Types_Empty").getTagID(), text, true, true));
   EXPECT_EQ(text.substr(text.find("FIELD TYPE")),
             "FIELD TYPE                    \tFIELD NAME                    \tHASH      \tID   \tINDEX\n");

@@ -1,4 +1,5 @@
-// Messages as values: copy, equality, assignment, deletion, defaults, construction, caches, for every field type.
+// Messages as values: copy, equality, assignment, deletion, defaults, construction, caches, for every field
+// type.
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -113,7 +114,8 @@ TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
   fillAll(leaf, 1);
   const YMMessageBase before(leaf);
   const YMMessageBase status = make("Demo_Status");
-  const std::string text = "You cannot assign object of type : [Demo_Status] to object with type : [Types_Leaf]";
+  const std::string text =
+      "You cannot assign object of type : [Demo_Status] to object with type : [Types_Leaf]";
   try {
     leaf = status;
     FAIL() << "no exception";
@@ -128,7 +130,8 @@ TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
   EXPECT_TRUE(leaf == before);
   YMMessageBase node = nodeChain(4);
   const FieldDef& child = field(node, "child");
-  node = *static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
+  node = *static_cast<YMMessageBase*>(
+      node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
   EXPECT_TRUE(node == nodeChain(3));
   YMMessageBase none;
   none = leaf;
@@ -247,7 +250,8 @@ TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
   EXPECT_TRUE(other == make("Inventory_Stock"));
   EXPECT_TRUE(log.lines().empty());
 
-  for (const char* tagName : {"Demo_Status", "Shop_Order", "KwEntities_ProcessingInstructionInfo", "Types_Empty"}) {
+  for (const char* tagName :
+       {"Demo_Status", "Shop_Order", "KwEntities_ProcessingInstructionInfo", "Types_Empty"}) {
     YMMessageBase foreign = make(tagName);
     fillAll(foreign, 1, 1);
     const YMMessageBase before(foreign);
@@ -277,11 +281,13 @@ TEST(Values, ObjectsAreMadeFromEveryKindOfReference)
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<broken", out, true, error), 1);
   EXPECT_EQ(error, "Unserialization failed for given xml : [<broken]");
-  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<Demo_Item/>", out, true, error), 1) << "another class";
+  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<Demo_Item/>", out, true, error), 1)
+      << "another class";
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(YMMessageBase::ConstructObject(0xC9123456, "<a/>", out, true, error), 1);
   EXPECT_EQ(error, "Unable to construct object with tagID : [3373413462]");
-  EXPECT_TRUE(log.has("YMMessageBase::createObject", "TagId : [3373413462] could not be resolved to a message."));
+  EXPECT_TRUE(
+      log.has("YMMessageBase::createObject", "TagId : [3373413462] could not be resolved to a message."));
 
   const unsigned long status = 0x00000001, beyond = 0x000000CE, missing = 0xFFFF0001, info = 0x4A000012;
   const std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromClassID(&status));

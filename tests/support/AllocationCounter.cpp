@@ -16,15 +16,33 @@ void* operator new(std::size_t size)
   }
   throw std::bad_alloc();
 }
-void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void* operator new[](std::size_t size)
+{
+  return operator new(size);
+}
+void operator delete(void* memory) noexcept
+{
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept
+{
+  std::free(memory);
+}
 
 namespace kwxml::test {
 
 AllocationCounter::AllocationCounter() : before_(allocations.load()) {}
-std::size_t AllocationCounter::count() const { return allocations.load() - before_; }
+std::size_t AllocationCounter::count() const
+{
+  return allocations.load() - before_;
+}
 
 }  // namespace kwxml::test

@@ -16,7 +16,8 @@ struct LogLine
 };
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-/// Gives the process a focus (so that the log speaks), sets the level and collects the lines of the process's log.
+/// Gives the process a focus (so that the log speaks), sets the level and collects the lines of the process's
+/// log.
 class LogCapture
 {
 public:

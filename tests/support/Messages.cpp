@@ -59,7 +59,10 @@ bool isSet(const YMMessageBase& message, const std::string& name)
 
 namespace {
 
-std::string text(int variant) { return "text " + std::to_string(variant) + " <&\"'> \xC3\xA9\xF0\x9F\x98\x80\x01|\t\n\r]]>"; }
+std::string text(int variant)
+{
+  return "text " + std::to_string(variant) + " <&\"'> \xC3\xA9\xF0\x9F\x98\x80\x01|\t\n\r]]>";
+}
 
 YMMessageBase referenced(const FieldDef& def, int which, int variant, int depth)
 {
@@ -123,7 +126,8 @@ bool fill(YMMessageBase& m, const FieldDef& def, int variant, int depth)
     } else if constexpr (ByteString<Tag>) {
       m.setbstringobject(n, s, bstring(text(variant) + std::string(1, '\0') + "\xFF"), tag, def.hash);
     } else if constexpr (PasswordString<Tag>) {
-      m.setpstringobject(n, s, pstring("password " + std::to_string(variant)), Annotation::PLAIN_TEXT, tag, def.hash);
+      m.setpstringobject(n, s, pstring("password " + std::to_string(variant)), Annotation::PLAIN_TEXT, tag,
+                         def.hash);
     } else if constexpr (MessageValue<Tag>) {
       m.setObject(n, s, new YMMessageBase(referenced(def, 0, variant, depth)), true, tag, def.hash, true);
     } else if constexpr (ListValue<Tag>) {
@@ -158,8 +162,8 @@ YMMessageBase nodeChain(int levels)
   setText(node, "label", "level");
   if (levels > 1) {
     const FieldDef& child = field(node, "child");
-    node.setObject(child.fieldNumber, child.slot, new YMMessageBase(nodeChain(levels - 1)), true, node.getTagID(),
-                   child.hash, true);
+    node.setObject(child.fieldNumber, child.slot, new YMMessageBase(nodeChain(levels - 1)), true,
+                   node.getTagID(), child.hash, true);
   }
   return node;
 }

@@ -1,4 +1,5 @@
-// Messages of the sample catalogue for tests: made by tag name, addressed by field name, and filled in every field.
+// Messages of the sample catalogue for tests: made by tag name, addressed by field name, and filled in every
+// field.
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
@@ -20,8 +21,8 @@ long long getInt(const YMMessageBase& message, const std::string& name);
 std::string getText(const YMMessageBase& message, const std::string& name);
 bool isSet(const YMMessageBase& message, const std::string& name);
 
-/// Sets one field of any type to a value that depends on `variant` (1, 2, ...) and is never its default. Nested
-/// messages are filled to `depth` levels. False for a type without storage.
+/// Sets one field of any type to a value that depends on `variant` (1, 2, ...) and is never its default.
+/// Nested messages are filled to `depth` levels. False for a type without storage.
 bool fill(YMMessageBase& message, const FieldDef& def, int variant, int depth = 2);
 /// Sets every field.
 void fillAll(YMMessageBase& message, int variant, int depth = 2);
