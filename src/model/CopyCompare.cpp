@@ -12,6 +12,31 @@ using Access = kwxml::MessageAccess;
 // ---- Copy
 // ----------------------------------------------------------------------------------------------------------
 
+// Values behind pointers may hold messages again. Each type's branch is a function of its own, so that one
+// level of nesting costs the stack of one branch and not of all of them.
+
+namespace {
+
+template <class Value>
+[[gnu::noinline]] void copyObject(Value*& target, const Value* source)
+{
+  Value* copy = nullptr;
+  if (source != nullptr) {
+    copy = new Value(*source);
+  } else if constexpr (!std::is_same_v<Value, YMMessageBase>) {
+    copy = new Value;  // a collection that was only marked set is an empty one
+  }
+  delete std::exchange(target, copy);
+}
+
+template <class Value>
+[[gnu::noinline]] void destroyObject(Value*& target) noexcept
+{
+  delete std::exchange(target, nullptr);
+}
+
+}  // namespace
+
 void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
   visitFieldType(def.type, [&]<class Tag>(Tag) {
@@ -21,15 +46,7 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
     } else if constexpr (InPlaceValue<Tag>) {
       raw(to, def.slot) = raw(from, def.slot);
     } else if constexpr (ObjectValue<Tag>) {
-      const Value* source = pointer<Value>(from, def.slot);
-      Value*& target = pointer<Value>(to, def.slot);
-      Value* copy = nullptr;
-      if (source != nullptr) {
-        copy = new Value(*source);
-      } else if constexpr (!MessageValue<Tag>) {
-        copy = new Value;  // a collection that was only marked set is an empty one
-      }
-      delete std::exchange(target, copy);
+      copyObject(pointer<Value>(to, def.slot), pointer<Value>(from, def.slot));
     }
   });
   mark(to, def);
@@ -62,6 +79,18 @@ struct Equal
   }
 };
 
+template <class Value>
+[[gnu::noinline]] bool equalObjects(const Value* a, const Value* b)
+{
+  if (a != nullptr && b != nullptr) {
+    return Equal()(*a, *b);
+  }
+  if constexpr (requires { a->empty(); }) {  // a collection never made is an empty one
+    return (a == nullptr || a->empty()) && (b == nullptr || b->empty());
+  }
+  return a == b;
+}
+
 bool equalValues(const YMMessageBase& a, const YMMessageBase& b, const FieldDef& def)
 {
   return kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
@@ -71,16 +100,7 @@ bool equalValues(const YMMessageBase& a, const YMMessageBase& b, const FieldDef&
     } else if constexpr (kwxml::InPlaceValue<Tag>) {
       return Access::raw(a, def.slot) == Access::raw(b, def.slot);
     } else if constexpr (kwxml::ObjectValue<Tag>) {
-      const Value* x = Access::pointer<Value>(a, def.slot);
-      const Value* y = Access::pointer<Value>(b, def.slot);
-      if (x != nullptr && y != nullptr) {
-        return Equal()(*x, *y);
-      }
-      if constexpr (kwxml::ListValue<Tag> ||
-                    kwxml::MapValue<Tag>) {  // a collection never made is an empty one
-        return (x == nullptr || x->empty()) && (y == nullptr || y->empty());
-      }
-      return x == y;
+      return equalObjects(Access::pointer<Value>(a, def.slot), Access::pointer<Value>(b, def.slot));
     } else {
       return Tag::type != FIELD_INVALID;
     }
@@ -123,12 +143,12 @@ void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool
     } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
       Value*& bytes = pointer<Value>(m, def.slot);
       if (destroying) {
-        delete std::exchange(bytes, nullptr);
+        destroyObject(bytes);
       } else if (bytes != nullptr) {
         static_cast<bstring&>(*bytes) = bstring();
       }
     } else if constexpr (ObjectValue<Tag>) {
-      delete std::exchange(pointer<Value>(m, def.slot), nullptr);
+      destroyObject(pointer<Value>(m, def.slot));
     } else if constexpr (InPlaceValue<Tag>) {
       raw(m, def.slot) = 0;  // a value that was dropped does not come back when its bit is set again
     }

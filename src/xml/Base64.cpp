@@ -2,20 +2,27 @@
 
 #include <kwxml/diagnostics/XMLDebug.h>
 
+#include <xercesc/framework/MemoryManager.hpp>
+#include <xercesc/util/Base64.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
 #include <new>
 #include <string_view>
-#include <xercesc/util/Base64.hpp>
 
 namespace {
 
-/// What the XML library's coder returns when it is given no memory manager.
-struct CoderMemory
+/// Memory of the XML library's coder. Given a manager, it allocates and frees by the same pair on every path;
+/// without one its failure path frees in another way than it allocated.
+class CoderMemory final : public xercesc::MemoryManager
 {
-  void operator()(XMLByte* bytes) const noexcept { ::operator delete(bytes); }
+public:
+  MemoryManager* getExceptionMemoryManager() override { return this; }
+  void* allocate(XMLSize_t size) override { return ::operator new(size); }
+  void deallocate(void* memory) override { ::operator delete(memory); }
+  void operator()(XMLByte* bytes) { deallocate(bytes); }
 };
 using CoderResult = std::unique_ptr<XMLByte, CoderMemory>;
 
@@ -34,8 +41,9 @@ bool decodeAscii(const char* function, const std::string& in, std::string& out)
   }
   const bool plain = std::all_of(in.begin(), in.end(), [](char c) { return c > 0 && c < 0x7F; });
   XMLSize_t length = 0;
+  CoderMemory memory;
   const CoderResult result(plain ? xercesc::Base64::decode(reinterpret_cast<const XMLByte*>(in.c_str()),
-                                                           &length, nullptr, xercesc::Base64::Conf_RFC2045)
+                                                           &length, &memory, xercesc::Base64::Conf_RFC2045)
                                  : nullptr);
   if (result == nullptr) {
     XMLDebug::getInstance()->debug(function, "The text of %zu characters is not base64", in.size());
@@ -65,8 +73,9 @@ bool base64Encode(const std::string& in, std::string& out)
     return true;
   }
   XMLSize_t length = 0;
+  CoderMemory memory;
   const CoderResult result(
-      xercesc::Base64::encode(reinterpret_cast<const XMLByte*>(in.data()), in.size(), &length, nullptr));
+      xercesc::Base64::encode(reinterpret_cast<const XMLByte*>(in.data()), in.size(), &length, &memory));
   if (result == nullptr) {
     XMLDebug::getInstance()->debug("base64Encode", "A text of %zu bytes cannot be encoded", in.size());
     return false;

@@ -20,6 +20,15 @@ void* operator new[](std::size_t size)
 {
   return operator new(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+  allocations.fetch_add(1, std::memory_order_relaxed);
+  return std::malloc(size != 0 ? size : 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+  return operator new(size, tag);
+}
 void operator delete(void* memory) noexcept
 {
   std::free(memory);
