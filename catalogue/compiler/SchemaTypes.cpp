@@ -1,5 +1,7 @@
 #include "SchemaTypes.h"
 
+#include <kwxml/model/StringTypes.h>
+
 #include <algorithm>
 #include <iterator>
 
@@ -33,21 +35,6 @@ const char* mapColumnName(FieldDataType type)
 {
   return scalarName(fieldTypeInfo(type == FIELD_INT64 ? FIELD_LONGLONG : type));
 }
-
-constexpr const char* passwordTypeNames[] = {
-    "UNKNOWN",
-    "PLAIN_TEXT",
-    "SESSION_ENCRYPTION",
-    "KWPASSWORD_ENCRYPTION_VER1",
-    "KWPASSWORD_ENCRYPTION_VER2",
-    "KWPASSWORD_ENCRYPTION_VER3",
-    "PASS_THROUGH",
-    "SESSION_PLUS_KWPASSWORD_VER2",
-    "SESSION_PLUS_KWPASSWORD_VER3",
-    "BASE64",
-    "KWPASSWORD_ENCRYPTION_VER5",
-    "KWPASSWORD_ENCRYPTION_VER8",
-};
 
 constexpr const char* knownAnnotations[] = {
     "CommandParam",      "Text",
@@ -141,16 +128,17 @@ std::string mapTypeNames()
 
 std::optional<int> passwordType(const std::string& name)
 {
-  const auto* found = std::find(std::begin(passwordTypeNames), std::end(passwordTypeNames), name);
-  if (found == std::end(passwordTypeNames)) {
+  const auto* found =
+      std::find(std::begin(passwordEncryptTypeNames), std::end(passwordEncryptTypeNames), name);
+  if (found == std::end(passwordEncryptTypeNames)) {
     return std::nullopt;
   }
-  return static_cast<int>(found - std::begin(passwordTypeNames));
+  return static_cast<int>(found - std::begin(passwordEncryptTypeNames));
 }
 
 std::string passwordNames()
 {
-  return join(passwordTypeNames);
+  return join(passwordEncryptTypeNames);
 }
 
 bool isAnnotationName(const std::string& name)

@@ -10,7 +10,6 @@
 using Access = kwxml::MessageAccess;
 
 // ---- Copy
-// ----------------------------------------------------------------------------------------------------------
 
 // Values behind pointers may hold messages again. Each type's branch is a function of its own, so that one
 // level of nesting costs the stack of one branch and not of all of them.
@@ -53,7 +52,6 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
 }
 
 // ---- Equality
-// ------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -127,7 +125,6 @@ bool YMMessageBase::operator==(const YMMessageBase& other) const
 }
 
 // ---- Deletion
-// ------------------------------------------------------------------------------------------------------
 
 void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept
 {
@@ -181,7 +178,6 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
 }
 
 // ---- Bits of whole messages
-// ----------------------------------------------------------------------------------------
 
 void YMMessageBase::setEveryPrimitiveBitset(bool on)
 {

@@ -18,7 +18,6 @@ struct YMMessageBase::CdataBuffer
 };
 
 // ---- Construction
-// --------------------------------------------------------------------------------------------------
 
 YMMessageBase::YMMessageBase(int system, int classIndex) : YMMessageBase()
 {
@@ -272,7 +271,6 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
 }
 
 // ---- Factories
-// -----------------------------------------------------------------------------------------------------
 
 YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
 {
@@ -342,7 +340,6 @@ int YMMessageBase::constructObject(unsigned long system, unsigned long classId, 
 }
 
 // ---- Defaults and reset
-// --------------------------------------------------------------------------------------------
 
 void YMMessageBase::setDefaults(short onlyField)
 {
@@ -425,7 +422,6 @@ void YMMessageBase::reset()
 }
 
 // ---- Processing-instruction info
-// -----------------------------------------------------------------------------------
 
 namespace {
 
@@ -489,7 +485,6 @@ void YMMessageBase::setProcessinginstructioninfo(KwEntities::ProcessingInstructi
 }
 
 // ---- Cached texts
-// --------------------------------------------------------------------------------------------------
 
 std::string& YMMessageBase::getSerializedXMLStringRef()
 {

@@ -118,7 +118,6 @@ struct MessageAccess
   static void dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept;
 
   // ---- What the accessor families share
-  // --------------------------------------------------------------------------
 
   template <class T>
   static T*& nullPointer()

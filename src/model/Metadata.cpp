@@ -75,7 +75,6 @@ bool isCollectionType(unsigned type)
 }  // namespace kwxml
 
 // ---- FieldDef
-// ------------------------------------------------------------------------------------------------------
 
 bool FieldDef::isMapType(FieldDataType t)
 {
@@ -133,7 +132,6 @@ const void* FieldDef::getFieldAddrResolved(const YMMessageBase& message) const
 }
 
 // ---- Look-ups
-// ------------------------------------------------------------------------------------------------------
 
 bool YMMessageBase::getMessageSystemIndexFromName(const char* name, short& system)
 {

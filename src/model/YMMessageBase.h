@@ -41,7 +41,6 @@ class YMMessageBase
 {
 public:
   // ---- Construction
-  // ------------------------------------------------------------------------------------------------
 
   /// A message without a class: it has no fields until it is assigned or initialised.
   YMMessageBase() noexcept = default;
@@ -94,7 +93,6 @@ public:
   void constructSubObjects();
 
   // ---- Class and look-ups
-  // ------------------------------------------------------------------------------------------
 
   static bool getMessageSystemIndexFromName(const char* name, short& system);
   static bool getMessageIndexFromName(const char* name, short& system, int& index);
@@ -135,7 +133,6 @@ public:
   const _ClassDef* getClass() const noexcept { return class_; }
 
   // ---- Is-set bits
-  // -------------------------------------------------------------------------------------------------
 
   bool isSet(short field, unsigned long tag, unsigned long hash) const
   {
@@ -207,7 +204,6 @@ public:
   }
 
   // ---- Strings
-  // -----------------------------------------------------------------------------------------------------
   // getstring and getwstring give a reference that may be written to without marking the field set; the
   // _ByRef forms mark it.
 
@@ -237,7 +233,6 @@ public:
   void setcdataobject(short field, short slot, const cdata& value, unsigned long tag, unsigned int hash);
 
   // ---- Nested messages
-  // ---------------------------------------------------------------------------------------------
 
   /// The slot as an untyped pointer; marks nothing. A foreign tag with an unknown hash logs and throws
   /// KwException.
@@ -382,7 +377,6 @@ public:
                              unsigned long tag, unsigned int hash);
 
   // ---- Whole messages
-  // ----------------------------------------------------------------------------------------------
 
   /// Same class, same fields set, equal values. In-place floating values are compared by their bits, those in
   /// lists numerically.
@@ -400,7 +394,6 @@ public:
   void setProcessinginstructioninfo(KwEntities::ProcessingInstructionInfo* info);
 
   // ---- Cached texts
-  // ------------------------------------------------------------------------------------------------
 
   const char* getSerializedXMLString() const { return serializedXml_ ? serializedXml_->c_str() : ""; }
   std::string& getSerializedXMLStringRef();

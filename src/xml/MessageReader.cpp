@@ -47,6 +47,92 @@ std::string narrow(std::u16string_view text)
   return out;
 }
 
+/// nameHash() of a wide name.
+std::uint32_t hashOf(std::u16string_view name)
+{
+  std::uint32_t h = 0;
+  for (const char16_t c : name) {
+    if (c >= 0x80) [[unlikely]] {
+      return nameHash(name);
+    }
+    h = h * 31 + c;
+  }
+  return h & 0xFFFFFF;
+}
+
+/// Reads a run of decimal digits at the front of `text` into `value` and drops it from the text; the count of
+/// digits.
+std::size_t readDigits(std::u16string_view& text, std::uint64_t& value)
+{
+  std::size_t count = 0;
+  for (; count < text.size() && text[count] >= u'0' && text[count] <= u'9'; ++count) {
+    value = value * 10 + (text[count] - u'0');
+  }
+  text.remove_prefix(count);
+  return count;
+}
+
+bool readMinus(std::u16string_view& text)
+{
+  const bool negative = !text.empty() && text.front() == u'-';
+  text.remove_prefix(negative ? 1 : 0);
+  return negative;
+}
+
+/// parseInteger() of a wide text. Whatever does not look as the writer puts it goes there.
+long long integerOf(std::u16string_view text)
+{
+  constexpr std::size_t safeDigits = 18;
+  std::u16string_view rest = text;
+  const bool negative = readMinus(rest);
+  std::uint64_t value = 0;
+  if (rest.size() > safeDigits || readDigits(rest, value) == 0 || !rest.empty()) {
+    return parseInteger(narrow(text).c_str());
+  }
+  return negative ? -static_cast<long long>(value) : static_cast<long long>(value);
+}
+
+unsigned long long unsignedOf(std::u16string_view text)
+{
+  constexpr std::size_t safeDigits = 19;
+  std::u16string_view rest = text;
+  std::uint64_t value = 0;
+  if (rest.size() > safeDigits || readDigits(rest, value) == 0 || !rest.empty()) {
+    return parseUnsigned(narrow(text).c_str());
+  }
+  return value;
+}
+
+/// parseDouble() of a wide text. A short plain decimal is the quotient of two integers that a double holds
+/// exactly, and a division rounds as the conversion does; every other form goes there.
+double doubleOf(std::u16string_view text)
+{
+  constexpr double powersOfTen[] = {1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  constexpr std::size_t exactDigits = std::size(powersOfTen) - 1;
+  std::u16string_view rest = text;
+  const bool negative = readMinus(rest);
+  std::uint64_t digits = 0;
+  std::size_t fraction = 0;
+  if (rest.size() <= exactDigits && readDigits(rest, digits) != 0) {
+    if (!rest.empty() && rest.front() == u'.') {
+      rest.remove_prefix(1);
+      fraction = readDigits(rest, digits);
+    }
+    if (rest.empty()) {
+      const double value = static_cast<double>(digits) / powersOfTen[fraction];
+      return negative ? -value : value;
+    }
+  }
+  return parseDouble(narrow(text).c_str());
+}
+
+long long truthOf(std::u16string_view text)
+{
+  const std::string word = narrow(text);
+  return asciiEqualsIgnoreCase(word, "false") ? 0 : asciiEqualsIgnoreCase(word, "true") ? 1 : integerOf(text);
+}
+
 /// The packed reference of a field's class, which = 1 for the value class of a map from message to message.
 YMMessageBase* createReferenced(const FieldDef& def, int which = 0)
 {
@@ -54,6 +140,11 @@ YMMessageBase* createReferenced(const FieldDef& def, int which = 0)
 }
 
 }  // namespace
+
+MessageReader::MessageReader()
+{
+  frames_.reserve(16);
+}
 
 MessageReader::~MessageReader()
 {
@@ -71,7 +162,7 @@ YMMessageBase* MessageReader::take()
 // ---- Start tags
 // ----------------------------------------------------------------------------------------------------
 
-bool MessageReader::startElement(std::u16string_view name, const XmlAttributes& attributes)
+bool MessageReader::startElement(std::u16string_view name, XmlAttributes attributes)
 {
   if (frames_.size() >= static_cast<std::size_t>(maxElementNesting)) {
     log().logError(startFunction, "Elements nest deeper than [%d]", maxElementNesting);
@@ -92,7 +183,7 @@ bool MessageReader::startElement(std::u16string_view name, const XmlAttributes& 
   if (isKey || name == mapValueName) {
     return startMapPart(isKey, name, attributes);
   }
-  const FieldDef* def = findField(*current_->getClass(), nameHash(name));
+  const FieldDef* def = findField(*current_->getClass(), hashOf(name));
   if (def == nullptr) {
     startSkipping(name);
     return true;
@@ -110,7 +201,7 @@ void MessageReader::startSkipping(std::u16string_view name)
   frames_.push_back({Kind::Skipped});
 }
 
-bool MessageReader::startRoot(std::u16string_view name, const XmlAttributes& attributes)
+bool MessageReader::startRoot(std::u16string_view name, XmlAttributes attributes)
 {
   const std::string tagName = toUtf8(name);
   const auto split = tagName.find('_');
@@ -152,7 +243,7 @@ void MessageReader::prepare(YMMessageBase& message) const
   }
 }
 
-bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, const XmlAttributes& attributes)
+bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes)
 {
   if (++messageDepth_ > maxMessageNesting) {
     log().logError(startFunction, "Messages nest deeper than [%d]", maxMessageNesting);
@@ -164,7 +255,7 @@ bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, co
   return true;
 }
 
-bool MessageReader::startField(const FieldDef& def, std::u16string_view name, const XmlAttributes& attributes)
+bool MessageReader::startField(const FieldDef& def, std::u16string_view name, XmlAttributes attributes)
 {
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
     if constexpr (Tag::type == FIELD_LIST_OBJECT) {
@@ -201,9 +292,9 @@ bool MessageReader::startField(const FieldDef& def, std::u16string_view name, co
       frames_.push_back({Kind::MapEntry, &def});
       return true;
     } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
-      for (std::size_t i = 0; i < attributes.count(); ++i) {
-        if (attributes.name(i) == itemAttribute) {
-          store(def, attributes.value(i), startFunction);
+      for (const XmlAttribute& attribute : attributes) {
+        if (attribute.name == itemAttribute) {
+          appendItem<Tag>(def, attribute.value);
           frames_.push_back({Kind::Done, &def});
           return true;
         }
@@ -217,7 +308,7 @@ bool MessageReader::startField(const FieldDef& def, std::u16string_view name, co
   });
 }
 
-bool MessageReader::startMapPart(bool isKey, std::u16string_view name, const XmlAttributes& attributes)
+bool MessageReader::startMapPart(bool isKey, std::u16string_view name, XmlAttributes attributes)
 {
   if (frames_.back().kind != Kind::MapEntry) {
     frames_.push_back({Kind::StrayMapPart, nullptr, nullptr, isKey});
@@ -240,28 +331,27 @@ bool MessageReader::startMapPart(bool isKey, std::u16string_view name, const Xml
     return enterMessage(holder.get(), &def, attributes);
   }
   frames_.push_back({Kind::MapPart, &def, nullptr, isKey});
-  for (std::size_t i = 0; i < attributes.count(); ++i) {
-    if (attributes.name(i) == itemAttribute) {
-      storeMapPart(entry, isKey, attributes.value(i));
+  for (const XmlAttribute& attribute : attributes) {
+    if (attribute.name == itemAttribute) {
+      storeMapPart(entry, isKey, attribute.value);
       frames_.back().hasValue = true;
     }
   }
   return true;
 }
 
-bool MessageReader::processAttributes(const XmlAttributes& attributes)
+bool MessageReader::processAttributes(XmlAttributes attributes)
 {
   bool stored = true;
-  for (std::size_t i = 0; i < attributes.count(); ++i) {
-    const std::u16string_view name = attributes.name(i);
-    const FieldDef* def = findField(*current_->getClass(), nameHash(name));
+  for (const auto& [name, value] : attributes) {
+    const FieldDef* def = findField(*current_->getClass(), hashOf(name));
     if (def == nullptr) {
       if (traces(15)) {
         log().debug(attributesFunction, 15, "No such field : [%s] in message : [%s] ", toUtf8(name).c_str(),
                     current_->getTagName().c_str());
       }
     } else if (fieldTypeInfo(def->type).element == FIELD_UNSET) {  // an attribute holds no list
-      stored &= store(*def, attributes.value(i), attributesFunction);
+      stored &= store(*def, value, attributesFunction);
     }
   }
   return stored;
@@ -312,10 +402,10 @@ void MessageReader::endElement(std::u16string_view name)
     case Kind::StrayMapPart:
       if (frame.isKey) {
         log().logError(endFunction, "Encountered wrong map[key] tag usage. Cached map name is : [%s]",
-                       lastMapName_.c_str());
+                       lastMapName_);
       } else {
         log().logError(endFunction, "Encountered wrong map[value] tag usage. Cached map name is : [%s]",
-                       lastMapName_.c_str());
+                       lastMapName_);
       }
       break;
     case Kind::Done:
@@ -352,13 +442,13 @@ void MessageReader::processMapEnd(const FieldDef& field)
           (Tag::info.mapValue == FIELD_OBJECT && entry.objectValue == nullptr)) {
         return;
       }
-      const auto insert = [&](auto&& key) {
+      const auto insert = [&](auto&& key) {  // a writer puts the entries in the map's own order
         if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
-          map->emplace(std::forward<decltype(key)>(key), std::move(*entry.objectValue));
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), std::move(*entry.objectValue));
         } else if constexpr (Tag::info.mapValue == FIELD_STRING) {
-          map->emplace(std::forward<decltype(key)>(key), std::move(entry.stringValue));
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), std::move(entry.stringValue));
         } else {
-          map->emplace(std::forward<decltype(key)>(key), entry.intValue);
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), entry.intValue);
         }
       };
       if constexpr (Tag::info.mapKey == FIELD_OBJECT) {
@@ -377,12 +467,14 @@ void MessageReader::processMapEnd(const FieldDef& field)
 
 bool MessageReader::unescape(std::u16string_view text, std::string& out)
 {
-  bool plain = text.empty() || text.front() != u'|';
-  for (const char16_t c : text) {
-    plain &= c < 0x80;
+  // Nearly every text is ASCII without escapes: copied while that is found out.
+  char16_t seen = 0;
+  out.resize(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    seen |= text[i];
+    out[i] = static_cast<char>(text[i]);
   }
-  if (plain) {
-    out.assign(text.begin(), text.end());
+  if (seen < 0x80 && (text.empty() || text.front() != u'|')) {
     return true;
   }
   const unsigned short* units = escaper_.decodeInvalidChars(fromXmlCh(text.data()), text.size());
@@ -398,56 +490,58 @@ void MessageReader::storeMapPart(Entry& entry, bool isKey, std::u16string_view t
       (isKey ? entry.keySeen : entry.valueSeen) = false;
     }
   } else {
-    (isKey ? entry.intKey : entry.intValue) = parseInteger(narrow(text).c_str());
+    (isKey ? entry.intKey : entry.intValue) = integerOf(text);
   }
 }
 
-bool MessageReader::storeInteger(const FieldDef& def, const std::string& text, const char* function)
+bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, const char* function)
 {
   const AnnotationRecord annotations(def.annotations);
   int seconds = 0;
   long long value = 0;
-  if (annotations.isTimeOfDay() && text.find(':') != std::string::npos) {
-    if (!processKWTime(text.c_str(), seconds)) {
+  if (annotations.isTimeOfDay() && text.find(u':') != std::u16string_view::npos) {
+    if (!processKWTime(narrow(text).c_str(), seconds)) {
       log().logError(function, "Error in KWTime representation");
       return false;
     }
     value = seconds;
   } else if (const int form = annotations.dateForm();
-             form != 0 && processXDate(text.c_str(), seconds, static_cast<Annotation::DateType>(form))) {
+             form != 0 &&
+             processXDate(narrow(text).c_str(), seconds, static_cast<Annotation::DateType>(form))) {
     value = seconds;
   } else {
     if (form != 0) {
       log().debug(function, 25, "Error in XDate representation");
     }
-    value = parseInteger(text.c_str());
+    value = integerOf(text);
   }
   MessageAccess::raw(*current_, def.slot) = value;
   MessageAccess::mark(*current_, def);
   return true;
 }
 
-bool MessageReader::storeEnum(const FieldDef& def, const std::string& text, const char* function)
+bool MessageReader::storeEnum(const FieldDef& def, std::u16string_view text, const char* function)
 {
   long long value = 0;
-  if (!text.empty() && text.front() >= '0' && text.front() <= '9') {
-    value = parseInteger(text.c_str());
+  if (!text.empty() && text.front() >= u'0' && text.front() <= u'9') {
+    value = integerOf(text);
   } else {
+    const std::string name = toUtf8(text);
     const _ClassDef* cls = YMMessageBase::GetClassDefFromClassID(def);
     if (cls == nullptr) {
-      log().logError(function, "Error identifying %s as an enum value", text.c_str());
+      log().logError(function, "Error identifying %s as an enum value", name.c_str());
       return false;
     }
     const FieldDef* found = nullptr;
     for (const FieldDef& enumerator : *cls) {
-      if (asciiEqualsIgnoreCase(enumerator.getName(), text)) {
+      if (asciiEqualsIgnoreCase(enumerator.getName(), name)) {
         found = &enumerator;
         break;
       }
     }
     if (found == nullptr) {
       log().logError(function, "Enum [%s] does not have enum value [%s]",
-                     cls->name != nullptr ? cls->name : "", text.c_str());
+                     cls->name != nullptr ? cls->name : "", name.c_str());
       return false;
     }
     value = static_cast<std::int32_t>(found->hash);
@@ -463,20 +557,15 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
   const unsigned long tag = message.getTagID();
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
     if constexpr (Tag::type == FIELD_BOOL) {
-      const std::string word = narrow(text);
-      const long long value = asciiEqualsIgnoreCase(word, "false")  ? 0
-                              : asciiEqualsIgnoreCase(word, "true") ? 1
-                                                                    : parseInteger(word.c_str());
-      message.setint64(def.fieldNumber, def.slot, value, tag, def.hash);
+      message.setint64(def.fieldNumber, def.slot, truthOf(text), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_ENUM) {
-      return storeEnum(def, toUtf8(text), function);
+      return storeEnum(def, text, function);
     } else if constexpr (IntegerSlot<Tag>) {
-      return storeInteger(def, narrow(text), function);
+      return storeInteger(def, text, function);
     } else if constexpr (Tag::type == FIELD_DOUBLE) {
-      message.setdouble(def.fieldNumber, def.slot, parseDouble(narrow(text).c_str()), tag, def.hash);
+      message.setdouble(def.fieldNumber, def.slot, doubleOf(text), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_FLOAT) {
-      message.setfloat(def.fieldNumber, def.slot, static_cast<float>(parseDouble(narrow(text).c_str())), tag,
-                       def.hash);
+      message.setfloat(def.fieldNumber, def.slot, static_cast<float>(doubleOf(text)), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_STRING) {
       std::string value;
       if (!unescape(text, value)) {
@@ -516,7 +605,10 @@ bool MessageReader::appendItem(const FieldDef& def, std::u16string_view text)
   using Item = typename Tag::Value::value_type;
   auto*& list = MessageAccess::pointer<typename Tag::Value>(*current_, def.slot);
   if (list == nullptr) {
-    list = new typename Tag::Value;
+    // A list that has one item mostly has more: the first memory is for as many as a cache line or two hold.
+    auto made = std::make_unique<typename Tag::Value>();
+    made->reserve(128 / sizeof(Item));
+    list = made.release();
   }
   if constexpr (std::is_same_v<Item, std::string>) {
     if (!unescape(text, list->emplace_back())) {
@@ -531,13 +623,12 @@ bool MessageReader::appendItem(const FieldDef& def, std::u16string_view text)
     }
     list->emplace_back(std::move(bytes));
   } else {
-    const std::string word = narrow(text);
     if constexpr (std::is_floating_point_v<Item>) {
-      list->push_back(static_cast<Item>(parseDouble(word.c_str())));
+      list->push_back(static_cast<Item>(doubleOf(text)));
     } else if constexpr (std::is_signed_v<Item>) {
-      list->push_back(static_cast<Item>(parseInteger(word.c_str())));
+      list->push_back(static_cast<Item>(integerOf(text)));
     } else {
-      list->push_back(static_cast<Item>(parseUnsigned(word.c_str())));
+      list->push_back(static_cast<Item>(unsignedOf(text)));
     }
   }
   MessageAccess::mark(*current_, def);

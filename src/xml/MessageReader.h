@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,20 +22,18 @@ class KwXMLContextInfo;
 
 namespace kwxml {
 
-/// The attributes of a start tag. Texts are NUL-terminated and live as long as the call that gets them.
-class XmlAttributes
+/// An attribute of a start tag. The texts live as long as the call that gets them.
+struct XmlAttribute
 {
-public:
-  virtual ~XmlAttributes() = default;
-  virtual std::size_t count() const = 0;
-  virtual std::u16string_view name(std::size_t i) const = 0;
-  virtual std::u16string_view value(std::size_t i) const = 0;
+  std::u16string_view name;
+  std::u16string_view value;
 };
+using XmlAttributes = std::span<const XmlAttribute>;
 
 class MessageReader
 {
 public:
-  MessageReader() = default;
+  MessageReader();
   MessageReader(const MessageReader&) = delete;
   MessageReader& operator=(const MessageReader&) = delete;
   ~MessageReader();
@@ -45,12 +44,12 @@ public:
   void readInto(YMMessageBase* message) { target_ = message; }
 
   /// False ends the reading: the root cannot be made, or elements nest too deep (logged).
-  [[nodiscard]] bool startElement(std::u16string_view name, const XmlAttributes& attributes);
+  [[nodiscard]] bool startElement(std::u16string_view name, XmlAttributes attributes);
   void characters(const char16_t* text, std::size_t length);
   void endElement(std::u16string_view name);
 
   /// Stores the attributes in the current message; false when one could not be processed.
-  bool processAttributes(const XmlAttributes& attributes);
+  bool processAttributes(XmlAttributes attributes);
   /// Puts the finished entry into the map field of the current message; a key that is there keeps its first
   /// value.
   void processMapEnd(const FieldDef& field);
@@ -94,10 +93,10 @@ private:
     std::unique_ptr<YMMessageBase> objectValue;
   };
 
-  bool startRoot(std::u16string_view name, const XmlAttributes& attributes);
-  bool startField(const FieldDef& def, std::u16string_view name, const XmlAttributes& attributes);
-  bool startMapPart(bool isKey, std::u16string_view name, const XmlAttributes& attributes);
-  bool enterMessage(YMMessageBase* message, const FieldDef* def, const XmlAttributes& attributes);
+  bool startRoot(std::u16string_view name, XmlAttributes attributes);
+  bool startField(const FieldDef& def, std::u16string_view name, XmlAttributes attributes);
+  bool startMapPart(bool isKey, std::u16string_view name, XmlAttributes attributes);
+  bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes);
   void prepare(YMMessageBase& message) const;
   void startSkipping(std::u16string_view name);
   void endScalar(const Frame& frame);
@@ -105,8 +104,8 @@ private:
   /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list.
   /// False when the text is no such value (logged under `function`); the field is left as it was.
   bool store(const FieldDef& def, std::u16string_view text, const char* function);
-  bool storeInteger(const FieldDef& def, const std::string& text, const char* function);
-  bool storeEnum(const FieldDef& def, const std::string& text, const char* function);
+  bool storeInteger(const FieldDef& def, std::u16string_view text, const char* function);
+  bool storeEnum(const FieldDef& def, std::u16string_view text, const char* function);
   template <class Tag>
   bool appendItem(const FieldDef& def, std::u16string_view text);
   void storeMapPart(Entry& entry, bool isKey, std::u16string_view text);
@@ -115,7 +114,7 @@ private:
 
   std::vector<Frame> frames_;
   std::vector<Entry> entries_;
-  std::string lastMapName_;
+  const char* lastMapName_ = "";  ///< a constant of the catalogue
   YMMessageBase* root_ = nullptr;
   bool ownsRoot_ = false;
   YMMessageBase* current_ = nullptr;

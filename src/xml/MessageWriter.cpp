@@ -12,6 +12,7 @@
 #include <kwxml/xml/XMLSerializer.h>
 #include <kwxml/xml/XmlCh.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kwxml {
@@ -21,18 +22,7 @@ namespace {
 constexpr const char* function = "XMLSerializer::serializeXMLRecur";
 constexpr int traceLevel = 15;
 
-/// Text that the escaper and the transcoder would leave as it is: ASCII without forbidden control characters.
-bool isPlainAscii(const std::string& text)
-{
-  bool plain = true;
-  for (const char c : text) {
-    const auto u = static_cast<unsigned char>(c);
-    plain &= (u >= 0x20 && u < 0x80) || u == '\t' || u == '\n' || u == '\r';
-  }
-  return plain;
-}
-
-/// The same for a value that goes out as a CDATA section.
+/// The text of a value that goes out as a CDATA section.
 std::string cdataText(std::string text)
 {
   parseStringForCDATAEndAndReplace(text);
@@ -360,7 +350,8 @@ bool MessageWriter::passwordText(const Field& field, const pstring& value, int p
 
 void MessageWriter::ascii(std::string_view text)
 {
-  buffer_.assign(text.begin(), text.end());
+  buffer_.resize(text.size());
+  std::copy(text.begin(), text.end(), buffer_.begin());
   text_ = buffer_.c_str();
 }
 
@@ -384,8 +375,17 @@ void MessageWriter::number(double value)
 
 void MessageWriter::utf8(const std::string& value)
 {
-  if (isPlainAscii(value)) {
-    ascii(value);
+  // ASCII without forbidden control characters, as nearly every text is, needs no transcoder and no escaper:
+  // widened while that is found out.
+  bool plain = true;
+  buffer_.resize(value.size());
+  for (std::size_t i = 0; i < value.size(); ++i) {
+    const auto c = static_cast<unsigned char>(value[i]);
+    plain &= (c >= 0x20 && c < 0x80) || c == '\t' || c == '\n' || c == '\r';
+    buffer_[i] = c;
+  }
+  if (plain) {
+    text_ = buffer_.c_str();
     return;
   }
   XMLChstring wide;

@@ -8,25 +8,24 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 
+#include <vector>
+
 struct MySAX2Handler::Reader : kwxml::MessageReader
 {
-};
-
-namespace {
-
-class SaxAttributes final : public kwxml::XmlAttributes
-{
-public:
-  explicit SaxAttributes(const xercesc::Attributes& attributes) : attributes_(attributes) {}
-  std::size_t count() const override { return attributes_.getLength(); }
-  std::u16string_view name(std::size_t i) const override { return attributes_.getQName(i); }
-  std::u16string_view value(std::size_t i) const override { return attributes_.getValue(i); }
+  /// The parser's attributes in the rules' terms, valid until the next call.
+  kwxml::XmlAttributes collect(const xercesc::Attributes& attributes)
+  {
+    const XMLSize_t count = attributes.getLength();
+    collected_.clear();
+    for (XMLSize_t i = 0; i < count; ++i) {
+      collected_.push_back({attributes.getQName(i), attributes.getValue(i)});
+    }
+    return collected_;
+  }
 
 private:
-  const xercesc::Attributes& attributes_;
+  std::vector<kwxml::XmlAttribute> collected_;
 };
-
-}  // namespace
 
 MySAX2Handler::MySAX2Handler() : reader_(std::make_unique<Reader>()) {}
 
@@ -54,7 +53,7 @@ YMMessageBase* MySAX2Handler::takeMessage()
 
 bool MySAX2Handler::processAttributes(const xercesc::Attributes& attributes)
 {
-  return reader_->processAttributes(SaxAttributes(attributes));
+  return reader_->processAttributes(reader_->collect(attributes));
 }
 
 void MySAX2Handler::processMapEnd(const FieldDef& field)
@@ -65,7 +64,7 @@ void MySAX2Handler::processMapEnd(const FieldDef& field)
 void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
                                  const xercesc::Attributes& attributes)
 {
-  if (!reader_->startElement(qname, SaxAttributes(attributes))) {
+  if (!reader_->startElement(qname, reader_->collect(attributes))) {
     throw xercesc::SAXException(u"The document holds no readable message");  // the reader has logged why
   }
 }

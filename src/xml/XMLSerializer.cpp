@@ -56,7 +56,6 @@ bool XMLSerializer::initialize()
 }
 
 // ---- Writing
-// -------------------------------------------------------------------------------------------------------
 
 int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elementOnly)
 {
@@ -253,7 +252,6 @@ int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)
 }
 
 // ---- Reading
-// -------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -450,7 +448,6 @@ YMMessageBase* XMLSerializer::unserialize(const std::string& xml)
 }
 
 // ---- Peeking
-// -------------------------------------------------------------------------------------------------------
 
 bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
                                            unsigned int& tag)
@@ -527,7 +524,6 @@ bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& 
 }
 
 // ---- Members of the message that need XML
-// --------------------------------------------------------------------------
 
 void YMMessageBase::Initialize()
 {

@@ -40,7 +40,6 @@ public:
   XMLSerializationSupport& getXMLSerializationSupportObject() { return listeners_; }
 
   // ---- Writing
-  // -----------------------------------------------------------------------------------------------------
 
   /// The message as UTF-8 XML in `out`: the root element alone when `elementOnly`, else with the XML
   /// declaration. 0 on success; 1, with `out` empty, on failure. A field that cannot be written is logged and
@@ -83,7 +82,6 @@ public:
   static int dumpXmlToFile(YMMessageBase* message, CYxFile* file);
 
   // ---- Reading
-  // -----------------------------------------------------------------------------------------------------
 
   /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with
   /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
