@@ -1,0 +1,52 @@
+# What an installation holds: the libraries, the two programs, the headers, and the packages for CMake and pkg-config
+# by which other builds find them. Nothing in it names the prefix, so that it may be moved as a whole.
+include(CMakePackageConfigHelpers)
+
+set(KWXML_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/KwXMLMsgsBase")
+
+# The wrappers of the default catalogue are installed as <catalogue/System.h>.
+target_include_directories(KwXMLCatalogue INTERFACE "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+get_target_property(sources KwXMLCatalogue SOURCES)
+list(FILTER sources INCLUDE REGEX "/catalogue/[^/]*\\.h$")
+install(FILES ${sources} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
+
+# Headers of the library's own use are named ...Internal.h, say so in their first comment, or stand here.
+set(own_headers annotation/PasswordFields.h xml/XmlSink.h)
+file(GLOB_RECURSE headers RELATIVE "${CMAKE_SOURCE_DIR}/src" CONFIGURE_DEPENDS
+     "${CMAKE_SOURCE_DIR}/src/*.h" "${CMAKE_SOURCE_DIR}/src/*.def")
+foreach(header IN LISTS headers)
+  file(READ "${CMAKE_SOURCE_DIR}/src/${header}" text)
+  string(REGEX MATCH "^(//[^\n]*\n)*" comment "${text}")
+  if(NOT header IN_LIST own_headers AND NOT header MATCHES "Internal\\.h$" AND NOT comment MATCHES "Not installed\\.")
+    get_filename_component(folder "${header}" DIRECTORY)
+    if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
+      install(FILES "${CMAKE_SOURCE_DIR}/src/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
+    endif()
+  endif()
+endforeach()
+
+set(installed_targets KwXMLMsgsBase KwXMLCatalogue kwxml kwxml-catalogue)
+if(TARGET KwPlatform)
+  list(APPEND installed_targets KwPlatform)
+endif()
+install(TARGETS ${installed_targets} EXPORT KwXMLMsgsBaseTargets
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(EXPORT KwXMLMsgsBaseTargets NAMESPACE KwXMLMsgsBase:: DESTINATION "${KWXML_PACKAGE_DIR}")
+
+configure_package_config_file(cmake/KwXMLMsgsBaseConfig.cmake.in "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake"
+                              INSTALL_DESTINATION "${KWXML_PACKAGE_DIR}" NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake" "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
+              "${CMAKE_SOURCE_DIR}/cmake/KwXMLCatalogue.cmake"
+        DESTINATION "${KWXML_PACKAGE_DIR}")
+
+# Whoever links the library calls the platform's functions too, by headers that call them.
+set(KWXML_PC_LIBS "-lKwXMLMsgsBase")
+if(TARGET KwPlatform)
+  string(APPEND KWXML_PC_LIBS " -lKwPlatform")
+endif()
+file(RELATIVE_PATH KWXML_PREFIX_FROM_PC "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" KWXML_PREFIX_FROM_PC "${KWXML_PREFIX_FROM_PC}")
+configure_file(cmake/KwXMLMsgsBase.pc.in "${CMAKE_BINARY_DIR}/KwXMLMsgsBase.pc" @ONLY)
+install(FILES "${CMAKE_BINARY_DIR}/KwXMLMsgsBase.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,0 +1,86 @@
+#include "Report.h"
+
+#include <kwxml/platform/KWPI_Focus.h>
+#include <kwxml/platform/LogSink.h>
+
+#include <cstdio>
+
+namespace kwxml::tool {
+
+std::string oneLine(std::string_view text, std::size_t limit)
+{
+  const bool cut = limit != 0 && text.size() > limit;
+  if (cut) {
+    while (limit > 0 &&
+           (static_cast<unsigned char>(text[limit]) & 0xC0) == 0x80) {  // inside a UTF-8 character
+      --limit;
+    }
+    text = text.substr(0, limit);
+  }
+  std::string line(text);
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(line[i]);
+    if (byte == '\n' || byte == '\r' || byte == '\t') {
+      line[i] = ' ';
+    } else if (byte < 0x20 || byte == 0x7F) {
+      line[i] = '?';
+    } else if (byte == 0xC2 && i + 1 < line.size() && static_cast<unsigned char>(line[i + 1]) < 0xA0) {
+      line.replace(i, 2, "?");  // U+0080 to U+009F, the second set of control characters
+    }
+  }
+  return cut ? line + "..." : line;
+}
+
+void report(std::string_view text)
+{
+  const std::string line = "kwxml: " + oneLine(text, 0) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);  // nowhere is left to report a failure to
+}
+
+LibraryLog::LibraryLog(int level)
+{
+  // Without a focus the library's log is silent; settings of the tool are those of this name.
+  const char* focus = KWPI_Focus::getFocus();
+  if (focus == nullptr || *focus == '\0') {
+    KWPI_Focus::setFocus("kwxml");
+  }
+  setLogLevel(level);
+  setLogSink([this, level](const LogRecord& record) {
+    if (std::string_view(record.log) == "XMLMessage") {
+      return;  // the library's second log has every line of the first
+    }
+    if (record.level == 0) {
+      // A message of the old way is written whole, and an object that it does not have earns it this line.
+      errors_ += record.text == "[Please check]" ? 0 : 1;
+      constexpr std::string_view before = "Unable to construct object out of tag : [";
+      if (record.text.starts_with(before) && record.text.ends_with("]")) {
+        unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);
+      }
+    }
+    if (level == 0) {
+      constexpr std::size_t longest = 400;
+      report(oneLine(record.text, longest));
+    } else {
+      std::string line = "[";
+      line += std::to_string(record.level);
+      line += "] ";
+      line += record.function != nullptr ? record.function : "";
+      line += ": ";
+      line += record.text;
+      report(line);
+    }
+  });
+}
+
+void LibraryLog::error(std::string_view text)
+{
+  ++errors_;
+  report(text);
+}
+
+LibraryLog::~LibraryLog()
+{
+  setLogSink({});
+}
+
+}  // namespace kwxml::tool

@@ -1,0 +1,40 @@
+// Diagnostics: one line each on standard error, whatever the text holds.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace kwxml::tool {
+
+/// Text from outside as part of one line: line ends become blanks, other control characters "?" (they could
+/// steer the terminal). Longer than `limit` bytes it is cut between two characters and ends with "..."; 0 is
+/// no limit.
+std::string oneLine(std::string_view text, std::size_t limit);
+
+/// Writes "kwxml: " and the text as one line on standard error.
+void report(std::string_view text);
+
+/// Shows the library's log on standard error while it lives; there is one. Level 0 shows errors, each by its
+/// text alone, long ones cut (the parser's quotes the whole document); higher levels show traces too,
+/// everything whole, with level and function.
+class LibraryLog
+{
+public:
+  explicit LibraryLog(int level);
+  ~LibraryLog();
+  LibraryLog(const LibraryLog&) = delete;
+  LibraryLog& operator=(const LibraryLog&) = delete;
+
+  /// Shows an error of the tool's own beside those of the library, and counts it.
+  void error(std::string_view text);
+  /// The number of errors since the log was made by which something was lost.
+  int errors() const { return errors_; }
+  /// The root element that the library could not make a message of; empty when it met none.
+  const std::string& unknownRoot() const { return unknownRoot_; }
+
+private:
+  int errors_ = 0;
+  std::string unknownRoot_;
+};
+
+}  // namespace kwxml::tool

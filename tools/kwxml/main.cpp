@@ -1,0 +1,119 @@
+// kwxml: everything that the message library does, from a shell.
+#include "Command.h"
+#include "Files.h"
+#include "Names.h"
+#include "Report.h"
+
+#include <charconv>
+#include <exception>
+#include <new>
+
+namespace kwxml::tool {
+
+CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description,
+                     const std::string& more, std::string& outputFile)
+{
+  CLI::App& command = *app.add_subcommand(name, description);
+  command.fallthrough();  // the options of the tool may stand behind the command
+  command.add_option("-o", outputFile, "Write to this file instead of standard output")->type_name("FILE");
+  command.footer(more);
+  return command;
+}
+
+namespace {
+
+std::string notNegative(std::string& value)
+{
+  int number = 0;
+  const char* end = value.data() + value.size();
+  const auto result = std::from_chars(value.data(), end, number);
+  return result.ec == std::errc() && result.ptr == end && number >= 0
+             ? std::string()
+             : "takes a number from 0 to 2147483647, not '" + value + "'";
+}
+
+/// CLI11's own words, but for what has a nearest name.
+std::string explain(const CLI::App& app, const CLI::ParseError& error)
+{
+  const std::vector<std::string> unexpected = app.remaining(true);
+  if (unexpected.empty()) {
+    return app.get_subcommands().empty() && error.get_name() == "RequiredError"
+               ? "no command is given; kwxml --help lists them"
+               : error.what();
+  }
+  const std::string& word = unexpected.front();
+  const std::vector<CLI::App*> chosen = app.get_subcommands();
+  std::vector<std::string> names;
+  if (word.starts_with("-")) {
+    for (const CLI::App* scope :
+         {&app, chosen.empty() ? &app : static_cast<const CLI::App*>(chosen.front())}) {
+      for (const CLI::Option* option : scope->get_options()) {
+        for (const std::string& name : option->get_lnames()) {
+          names.push_back("--" + name);
+        }
+      }
+    }
+    return "unknown option '" + word + "'" + didYouMean(word, names);
+  }
+  if (!chosen.empty()) {
+    return "unexpected argument '" + word + "'";
+  }
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(command->get_name());
+  }
+  return "unknown command '" + word + "'" + didYouMean(word, names);
+}
+
+int run(int argc, char** argv)
+{
+  Session session;
+  CLI::App app("Messages of a catalogue: their classes, and their forms outside a program.", "kwxml");
+  app.set_version_flag("--version", "kwxml " KWXML_VERSION);
+  app.require_subcommand(1);
+  app.add_option("--log-level", session.logLevel,
+                 "Level of the library's log on standard error (default: 0, errors)")
+      ->check(CLI::Validator(notNegative, ""))
+      ->type_name("N");
+  app.footer(
+      "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n"
+      "kwxml <command> --help explains a command.\n\n"
+      "Example:\n  kwxml convert status.xml --readable");
+  addCatalogueCommands(app, session);
+  addConvertCommand(app, session);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    writeText("", app.help());
+    return exitDone;
+  } catch (const CLI::CallForVersion& version) {
+    writeText("", version.what());
+    return exitDone;
+  } catch (const CLI::ParseError& error) {
+    report(explain(app, error));
+    return exitUsage;
+  }
+  LibraryLog log(session.logLevel);
+  session.run(log);
+  return exitDone;
+}
+
+}  // namespace
+
+}  // namespace kwxml::tool
+
+int main(int argc, char** argv)
+{
+  using namespace kwxml::tool;
+  try {
+    occupyStandardFiles();
+    return run(argc, argv);
+  } catch (const Failure& failure) {
+    report(failure.what());
+    return failure.status;
+  } catch (const std::bad_alloc&) {
+    report("not enough memory");
+  } catch (const std::exception& error) {
+    report(error.what());
+  }
+  return exitData;
+}
