@@ -1,5 +1,6 @@
-// The whole public interface of the message library. Only <kwxml/xml/MySAX2Handler.h> is left to those who write a SAX2
-// handler of their own: it derives from a class of xerces-c, whose headers and library they then need.
+// The whole public interface of the message library. Only <kwxml/xml/MySAX2Handler.h> is left to those who
+// write a SAX2 handler of their own: it derives from a class of xerces-c, whose headers and library they then
+// need.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>

@@ -67,7 +67,9 @@ xercesc::DOMElement* child(xercesc::DOMDocument* document, xercesc::DOMElement* 
 bool DomSink::open(const char* name)
 {
   try {
-    current_ = child(document_, current_, name);
+    xercesc::DOMElement* opened = child(document_, current_, name);
+    enclosing_.push_back(current_);
+    current_ = opened;
     return true;
   } catch (const xercesc::DOMException&) {
     return false;  // the writer names what could not be made
@@ -76,7 +78,8 @@ bool DomSink::open(const char* name)
 
 void DomSink::close()
 {
-  current_ = static_cast<xercesc::DOMElement*>(current_->getParentNode());
+  current_ = enclosing_.back();
+  enclosing_.pop_back();
 }
 
 bool DomSink::openMapEntry(const char* name)
@@ -87,18 +90,19 @@ bool DomSink::openMapEntry(const char* name)
   if (!constructMapElements(document_, current_, entry, key, value, name)) {
     return false;
   }
+  enclosing_.push_back(current_);
+  enclosing_.push_back(value);
   current_ = key;
   return true;
 }
 
 void DomSink::mapValue()
 {
-  current_ = static_cast<xercesc::DOMElement*>(current_->getNextSibling());
+  close();
 }
 
 void DomSink::closeMapEntry()
 {
-  close();
   close();
 }
 

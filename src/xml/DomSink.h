@@ -6,6 +6,7 @@
 #include <xercesc/util/XercesDefs.hpp>
 
 #include <string>
+#include <vector>
 
 XERCES_CPP_NAMESPACE_BEGIN
 class DOMDocument;
@@ -44,6 +45,9 @@ public:
 private:
   xercesc::DOMDocument* document_;
   xercesc::DOMElement* current_;
+  /// Where close() and mapValue() go back to. A node can tell too, but the casts that it needs cost more than
+  /// the rest.
+  std::vector<xercesc::DOMElement*> enclosing_;
 };
 
 }  // namespace kwxml

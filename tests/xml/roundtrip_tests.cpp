@@ -95,8 +95,8 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
         const std::string xml = write(m, flags);
         const auto back = read(xml);
         ASSERT_NE(back, nullptr) << xml;
-        // A negative enumeration value is a number only to the writer, and a CDATA section has no carriage returns:
-        // with those gone, reading changes nothing any more.
+        // A negative enumeration value is a number only to the writer, and a CDATA section has no carriage
+        // returns: with those gone, reading changes nothing any more.
         const std::string again = write(*back, flags);
         if (xml.find("<![CDATA[") == std::string::npos && xml.find("kind") == std::string::npos &&
             xml.find("enumValue") == std::string::npos) {

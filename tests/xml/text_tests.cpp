@@ -2,10 +2,10 @@
 // must hold for hostile bytes, in any locale of the process, and from many threads.
 #include "support/LogCapture.h"
 
+#include <kwxml/model/NumberText.h>
 #include <kwxml/xml/Base64.h>
 #include <kwxml/xml/Dates.h>
 #include <kwxml/xml/InvalidChars.h>
-#include <kwxml/model/NumberText.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XercesRuntime.h>
 

@@ -1,0 +1,18 @@
+// The floor of the XML measurements: what a program pays that calls xerces-c itself. It makes the same DOM
+// document from the same values, with names that need no conversion, and serializes it with the same
+// settings; it parses the same text with a reader of the same settings into a handler that does nothing.
+#pragma once
+
+#include "Documents.h"
+
+#include <string>
+
+namespace kwxml::bench {
+
+void writeBare(const FlatValues& values, std::string& out);
+void writeBare(const OrderValues& values, std::string& out);
+void writeBare(const BulkValues& values, std::string& out);
+
+void parseBare(const std::string& xml);
+
+}  // namespace kwxml::bench
