@@ -1,25 +1,54 @@
-// The password library: texts protected by one of its schemes, back to plain text or into the newest scheme.
-// This header is the contract; libKwPlatform does not define these functions, so a program that calls them
-// needs a library that does.
+// The password library: passwords to texts protected by one of its generations, and back.
 //
-// All functions take a zero-terminated input, of which decrypt reads 2048 bytes at most, and an output
-// buffer. `*length` is the buffer's usable length in bytes on entry, the terminating zero not counted for
-// decrypt and counted for ConvertToV8; on success the buffer holds a zero-terminated result and `*length` its
-// length. They return non-zero on success. On 0 the buffer's contents are undefined and hold no part of a
-// password. Objects are independent of each other: different threads may each use their own.
+// The class is a stand-in for a closed library and keeps to that library's calls, not to its algorithms. It
+// does NOT read texts that the closed library wrote, nor can the closed library read its texts. Its
+// generations are of equal strength; they differ only in that a text of one is none of another. Who holds the
+// key file can read every text, and a lost key file loses them all: there is no second key, no password
+// behind the key and no key in special hardware. The length of a text tells the length of its password.
+// Locked memory is not used, so that a core file or the swap space may hold a password while it is worked on.
+//
+// A text is its generation ("1", "2", "3", "5" or "8"), then in base64 of the URL alphabet without padding
+// the nonce (12 bytes), the enciphered password and the tag (16): AES-256-GCM, with the generation
+// authenticated too, under a key derived by HKDF-SHA256 from the key file's for that generation.
+//
+// The key file is named in the settings and made by kwxml::createKeyFile (PasswordKeyFile.h):
+//
+//     [Password]
+//     keyfile = /etc/kwxml/password.key
+//
+// It is read anew by every call, so that no key stays in memory and a new one holds at once. Without the
+// setting every call silently gives 0. With a key file that is missing, not in order or open to other users
+// every call gives 0 as well, and the first says why on standard error. Nothing else is reported; no message
+// holds a part of a password, a text or a key.
+//
+// All functions take a zero-terminated input, of which they read 2048 bytes at most, and an output buffer,
+// which may be the input's. On entry `*length` is the buffer's usable length in bytes, the terminating zero
+// not counted for decrypt and counted for ConvertToV8 and encrypt; on success the buffer holds a
+// zero-terminated result and `*length` its length without the zero. They return non-zero on success. On 0 (a
+// null pointer, a damaged or foreign text, another key, an output too small) neither the buffer nor `*length`
+// is touched. Own buffers that held a password or a key are wiped on every path. Objects have no state:
+// threads may use their own or share one.
 #pragma once
 
 class KWPassword
 {
 public:
+  /// The longest password that can be protected, and the longest text, in bytes without the terminating zero.
+  static constexpr unsigned int maxPlainLength = 1506;
+  static constexpr unsigned int maxTextLength = 2047;
+
   KWPassword();
   ~KWPassword();
   KWPassword(const KWPassword&) = delete;
   KWPassword& operator=(const KWPassword&) = delete;
 
+  /// The password of a text of generation 1 or 2; the text says which.
   int decrypt(const char* input, char* output, unsigned int* length);
-  /// The form of the later schemes. `extra` is additional key material, null for none.
+  /// The password of a text of generation 3, 5 or 8. `extra` is additional key material of a form that only
+  /// the closed library knows: anything but null gives 0.
   int decrypt(const char* input, char* output, unsigned int* length, const void* extra);
-  /// Converts a text of any scheme into one of the newest, whose texts begin with "8".
+  /// A new text of generation 8, which begins with "8", for the password of a text of any generation.
   int ConvertToV8(const char* input, char* output, unsigned int* length);
+  /// A text of generation 1, 2, 3, 5 or 8 for a password. Two texts for one password differ.
+  int encrypt(int generation, const char* input, char* output, unsigned int* length);
 };

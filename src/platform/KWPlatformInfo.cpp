@@ -10,9 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string_view>
 
 namespace {
@@ -27,12 +25,7 @@ constexpr size_t kMaxSectionName = 48;
 // Objects are made many times in a process; one report per file is enough.
 void reportOnce(const std::string& path, const std::string& problem)
 {
-  static std::mutex& mutex = *new std::mutex;
-  static std::set<std::string>& reported = *new std::set<std::string>;
-  std::lock_guard lock(mutex);
-  if (reported.insert(path + '\n' + problem).second) {
-    kwxml::reportToStderr("settings file %s: %s", path.c_str(), problem.c_str());
-  }
+  kwxml::reportOnceToStderr("settings file " + path + ": " + problem);
 }
 
 std::optional<std::string> readFile(const std::string& path, std::string& problem)

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <utility>
 
 namespace kwxml {
@@ -56,6 +58,16 @@ void reportToStderr(const char* format, ...)
   do {
     written = write(STDERR_FILENO, line.data(), line.size());
   } while (written < 0 && errno == EINTR);
+}
+
+void reportOnceToStderr(const std::string& text)
+{
+  static std::mutex& mutex = *new std::mutex;
+  static std::set<std::string>& reported = *new std::set<std::string>;
+  std::lock_guard lock(mutex);
+  if (reported.insert(text).second) {
+    reportToStderr("%s", text.c_str());
+  }
 }
 
 std::string errnoText(int code)

@@ -15,6 +15,10 @@ namespace kwxml {
 /// to.
 [[gnu::format(printf, 1, 2)]] void reportToStderr(const char* format, ...);
 
+/// The same with a finished text, and only when this process has not reported it before: for what is found
+/// again by every object of a class.
+void reportOnceToStderr(const std::string& text);
+
 /// The system's text for an errno code, safe in every thread.
 std::string errnoText(int code);
 

@@ -64,6 +64,10 @@ int KWPassword::ConvertToV8(const char* input, char* output, unsigned int* lengt
 {
   return answer("convert", input, output, length);
 }
+int KWPassword::encrypt(int, const char* input, char* output, unsigned int* length)
+{
+  return answer("encrypt", input, output, length);
+}
 
 namespace {
 

@@ -1,0 +1,472 @@
+// Passwords to protected texts and back: the generations, keys, damage, limits, and the key file.
+#include <kwxml/model/StringTypes.h>
+#include <kwxml/platform/KWPI_Focus.h>
+#include <kwxml/platform/KWPassword.h>
+#include <kwxml/platform/PasswordKeyFile.h>
+
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <pthread.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <functional>
+#include <optional>
+#include <thread>
+
+#include "platform/TempDirectory.h"
+
+namespace {
+
+using kwxml::createKeyFile;
+using kwxml::test::TempDirectory;
+using Result = std::optional<std::string>;
+
+constexpr int kGenerations[] = {1, 2, 3, 5, 8};
+constexpr char kUntouched = '\x7F';
+const char* const kSecret = "correct horse / \xC3\xA4 \"battery\"";
+
+// Calls with a usable length of `room`. Whatever the call does it stays in the buffer, and a failure leaves
+// all as it was.
+template <class Call>
+Result call(unsigned int room, unsigned int zero, const Call& function)
+{
+  std::string buffer(room + 1 - zero + 16, kUntouched);
+  unsigned int length = room;
+  const bool done = function(buffer.data(), &length) != 0;
+  const size_t used = done ? length + 1 : 0;
+  EXPECT_LE(used, room + 1 - zero);
+  EXPECT_EQ(buffer.find_first_not_of(kUntouched, used), std::string::npos) << "written beyond the result";
+  if (!done) {
+    EXPECT_EQ(length, room);
+    return std::nullopt;
+  }
+  EXPECT_EQ(buffer[length], '\0');
+  return buffer.substr(0, length);
+}
+
+Result encrypt(int generation, const std::string& plain, unsigned int room = 2048)
+{
+  return call(room, 1, [&](char* output, unsigned int* length) {
+    return KWPassword().encrypt(generation, plain.c_str(), output, length);
+  });
+}
+Result decrypt3(const std::string& text, unsigned int room = 2047)
+{
+  return call(room, 0, [&](char* output, unsigned int* length) {
+    return KWPassword().decrypt(text.c_str(), output, length);
+  });
+}
+Result decrypt4(const std::string& text, unsigned int room = 2047, const void* extra = nullptr)
+{
+  return call(room, 0, [&](char* output, unsigned int* length) {
+    return KWPassword().decrypt(text.c_str(), output, length, extra);
+  });
+}
+Result convert(const std::string& text, unsigned int room = 2048)
+{
+  return call(room, 1, [&](char* output, unsigned int* length) {
+    return KWPassword().ConvertToV8(text.c_str(), output, length);
+  });
+}
+Result decrypt(const std::string& text, unsigned int room = 2047)
+{
+  return !text.empty() && text[0] < '3' ? decrypt3(text, room) : decrypt4(text, room);
+}
+
+class Password : public testing::Test
+{
+protected:
+  Password() { useKey("key"); }
+  ~Password() override { EXPECT_EQ(ERR_peek_error(), 0u) << "left in the program's OpenSSL error queue"; }
+
+  /// Creates the key file where it is missing, and names it in the settings.
+  void useKey(const std::string& name)
+  {
+    std::string error;
+    if (access((directory / name).c_str(), F_OK) != 0) {
+      ASSERT_TRUE(createKeyFile(directory / name, error)) << error;
+    }
+    use("[Password]\nkeyfile = " + (directory / name) + "\n");
+  }
+  void use(const std::string& settings)
+  {
+    setenv("KWXML_SETTINGS", directory.write("settings.ini", settings).c_str(), 1);
+  }
+
+  const TempDirectory directory;
+};
+
+TEST_F(Password, EveryGenerationIsReadByItsFormAndConverted)
+{
+  for (const int generation : kGenerations) {
+    for (const std::string& plain : {std::string(kSecret), std::string(), std::string("x"),
+                                     std::string(511, 'p'), std::string(KWPassword::maxPlainLength, 'q')}) {
+      const Result text = encrypt(generation, plain);
+      ASSERT_TRUE(text) << generation << ' ' << plain.size();
+      EXPECT_EQ((*text)[0], static_cast<char>('0' + generation));
+      EXPECT_TRUE(std::all_of(text->begin(), text->end(),
+                              [](unsigned char c) { return std::isalnum(c) || c == '-' || c == '_'; }));
+      EXPECT_EQ(text->find("horse"), std::string::npos);
+      EXPECT_NE(encrypt(generation, plain), text) << "a nonce twice";
+      EXPECT_EQ(decrypt3(*text), generation < 3 ? Result(plain) : std::nullopt);
+      EXPECT_EQ(decrypt4(*text), generation < 3 ? std::nullopt : Result(plain));
+      EXPECT_EQ(decrypt4(*text, 2047, "extra"), std::nullopt);
+
+      const Result newest = convert(*text);
+      ASSERT_TRUE(newest);
+      EXPECT_EQ((*newest)[0], '8');
+      EXPECT_NE(newest, text);
+      EXPECT_EQ(decrypt4(*newest), plain);
+    }
+    EXPECT_EQ(encrypt(generation, std::string(KWPassword::maxPlainLength + 1, 'q')), std::nullopt);
+  }
+  EXPECT_EQ(encrypt(8, std::string(KWPassword::maxPlainLength, 'q'))->size(), KWPassword::maxTextLength);
+  for (const int generation : {-1, 0, 4, 6, 7, 9, 10, 256 + 8}) {
+    EXPECT_EQ(encrypt(generation, kSecret), std::nullopt) << generation;
+  }
+}
+
+TEST_F(Password, OutputsOneByteTooSmallStayUntouched)
+{
+  const unsigned int plainLength = static_cast<unsigned int>(std::string(kSecret).size());
+  for (const int generation : kGenerations) {
+    const std::string text = encrypt(generation, kSecret).value_or("");
+    const unsigned int length = static_cast<unsigned int>(text.size());
+    EXPECT_TRUE(encrypt(generation, kSecret, length + 1));
+    EXPECT_EQ(decrypt(text, plainLength), kSecret);
+    EXPECT_TRUE(convert(text, length + 1));
+    for (const unsigned int less : {1u, plainLength}) {
+      EXPECT_FALSE(encrypt(generation, kSecret, length + 1 - less));
+      EXPECT_FALSE(decrypt(text, plainLength - less));
+      EXPECT_FALSE(convert(text, length + 1 - less));
+    }
+    EXPECT_FALSE(encrypt(generation, kSecret, 1));
+    EXPECT_FALSE(convert(text, 1));
+  }
+}
+
+TEST_F(Password, DamagedTextsGiveNothing)
+{
+  const auto refused = [](const std::string& text) {
+    return !decrypt3(text) && !decrypt4(text) && !convert(text);
+  };
+  // Lengths of every remainder, so that the last digit has bits of no meaning too.
+  for (const char* plain : {"password", "password1", "password12"}) {
+    for (const int generation : kGenerations) {
+      const std::string text = encrypt(generation, plain).value_or("");
+      ASSERT_TRUE(decrypt(text));
+      for (size_t i = 0; i < text.size(); ++i) {
+        for (int bit = 0; bit < 8; ++bit) {
+          std::string damaged = text;
+          damaged[i] = static_cast<char>(damaged[i] ^ 1 << bit);
+          EXPECT_TRUE(refused(damaged)) << generation << ": bit " << bit << " of byte " << i;
+        }
+        EXPECT_TRUE(refused(text.substr(0, i))) << generation << ": cut to " << i;
+      }
+      for (const int other : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}) {
+        const std::string renamed = std::to_string(other) + text.substr(1);
+        EXPECT_TRUE(other == generation || refused(renamed)) << generation << " as " << other;
+      }
+      for (const char* tail : {"A", "=", "==", " ", "\n", "-", "AAAA"}) {
+        EXPECT_TRUE(refused(text + tail)) << '"' << tail << '"';
+        EXPECT_TRUE(refused(text[0] + (tail + text.substr(1)))) << '"' << tail << '"';
+      }
+      std::string standard = text;
+      std::replace(standard.begin(), standard.end(), '-', '+');
+      std::replace(standard.begin(), standard.end(), '_', '/');
+      EXPECT_TRUE(standard == text || refused(standard));
+    }
+  }
+  for (const std::string& text :
+       {std::string(), std::string("8"), "8" + std::string(2046, 'A'), "8" + std::string(2047, 'A'),
+        "1" + std::string(5000, 'A'), std::string(37, '8'), std::string("8\xFF\xFF\xFF\xFF")}) {
+    EXPECT_TRUE(refused(text)) << text.size();
+  }
+}
+
+TEST_F(Password, NullPointersGiveNothing)
+{
+  char output[64];
+  unsigned int length = sizeof output;
+  KWPassword password;
+  EXPECT_EQ(password.decrypt(nullptr, output, &length), 0);
+  EXPECT_EQ(password.decrypt("1", nullptr, &length), 0);
+  EXPECT_EQ(password.decrypt("3", output, nullptr, nullptr), 0);
+  EXPECT_EQ(password.ConvertToV8(nullptr, output, &length), 0);
+  EXPECT_EQ(password.ConvertToV8("1", output, nullptr), 0);
+  EXPECT_EQ(password.encrypt(8, "x", nullptr, &length), 0);
+  EXPECT_EQ(password.encrypt(8, nullptr, output, &length), 0);
+}
+
+TEST_F(Password, TheOutputMayBeTheInput)
+{
+  char buffer[2048] = "password";
+  unsigned int length = sizeof buffer;
+  ASSERT_NE(KWPassword().encrypt(5, buffer, buffer, &length), 0);
+  EXPECT_EQ(buffer[0], '5');
+  length = sizeof buffer;
+  ASSERT_NE(KWPassword().ConvertToV8(buffer, buffer, &length), 0);
+  EXPECT_EQ(buffer[0], '8');
+  length = sizeof buffer - 1;
+  ASSERT_NE(KWPassword().decrypt(buffer, buffer, &length, nullptr), 0);
+  EXPECT_STREQ(buffer, "password");
+}
+
+// Runs a function on a stack of the test's own, and gives what the stack holds afterwards.
+std::string stackAfter(const std::function<void()>& function)
+{
+  constexpr size_t size = 1 << 20;
+  void* const stack = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  pthread_attr_t attributes;
+  pthread_t thread;
+  const auto run = [](void* argument) -> void* {
+    (*static_cast<const std::function<void()>*>(argument))();
+    return nullptr;
+  };
+  std::string bytes;
+  if (stack != MAP_FAILED && pthread_attr_init(&attributes) == 0) {
+    if (pthread_attr_setstack(&attributes, stack, size) == 0 &&
+        pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&function)) == 0 &&
+        pthread_join(thread, nullptr) == 0) {
+      bytes.assign(static_cast<const char*>(stack), size);
+    }
+    pthread_attr_destroy(&attributes);
+    munmap(stack, size);
+  }
+  return bytes;
+}
+
+TEST_F(Password, NothingSecretStaysOnTheStack)
+{
+  // Long enough for every way of copying; compared in pieces, as a part is a leak too.
+  std::string plain;
+  for (int i = 0; plain.size() < 400; ++i) {
+    plain += std::to_string(i * i) + '~';
+  }
+  std::string digits = directory.read("key").substr(17, 64);
+  std::string key;
+  for (size_t i = 0; i < digits.size(); i += 2) {
+    key += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
+  const std::string text = encrypt(8, plain).value_or("");
+  std::string damaged = text;
+  damaged[text.size() - 3] = damaged[text.size() - 3] == 'A' ? 'B' : 'A';  // in the tag, read last
+  std::string output(4096, ' ');
+  KWPassword password;
+  unsigned int length = 0;
+  int done = 0;
+  const struct
+  {
+    const char* what;
+    unsigned int room;
+    int done;
+    std::function<int()> run;
+  } cases[] = {
+      {"encrypt", 2048, 1, [&] { return password.encrypt(1, plain.c_str(), output.data(), &length); }},
+      {"no room for the text", 9, 0,
+       [&] { return password.encrypt(1, plain.c_str(), output.data(), &length); }},
+      {"decrypt", 2047, 1, [&] { return password.decrypt(text.c_str(), output.data(), &length, nullptr); }},
+      {"no room for the password", 9, 0,
+       [&] { return password.decrypt(text.c_str(), output.data(), &length, nullptr); }},
+      {"damaged tag", 2047, 0,
+       [&] { return password.decrypt(damaged.c_str(), output.data(), &length, nullptr); }},
+      {"convert", 2048, 1, [&] { return password.ConvertToV8(text.c_str(), output.data(), &length); }},
+  };
+  for (const auto& each : cases) {
+    length = each.room;
+    const std::string stack = stackAfter([&] { done = each.run(); });
+    ASSERT_FALSE(stack.empty());
+    EXPECT_EQ(done, each.done) << each.what;
+    for (const auto& [name, secret] :
+         {std::pair("password", plain), std::pair("key", key), std::pair("key file", digits)}) {
+      for (size_t i = 0; i + 8 <= secret.size(); i += 4) {
+        ASSERT_EQ(stack.find(secret.substr(i, 8)), std::string::npos)
+            << each.what << ": " << name << ", byte " << i;
+      }
+    }
+  }
+}
+
+TEST_F(Password, OnlyTheKeyOpensAText)
+{
+  const std::string text = encrypt(8, kSecret).value_or("");
+  const std::string old = encrypt(1, kSecret).value_or("");
+  testing::internal::CaptureStderr();
+  useKey("other");
+  EXPECT_FALSE(decrypt(text));
+  EXPECT_FALSE(decrypt(old));
+  EXPECT_FALSE(convert(old));
+  EXPECT_TRUE(encrypt(8, kSecret));
+
+  // Without a key nothing works, and nothing is said.
+  for (const char* settings : {"", "[Password]\n", "[Other]\nkeyfile = x\n"}) {
+    use(settings);
+    EXPECT_FALSE(decrypt(text) || convert(old) || encrypt(8, kSecret)) << settings;
+  }
+  unsetenv("KWXML_SETTINGS");
+  EXPECT_FALSE(decrypt(text) || convert(old) || encrypt(8, kSecret));
+
+  // The key of the process's focus wins.
+  use("[Password]\nkeyfile = " + (directory / "other") +
+      "\n[Password@backup]\nkeyfile = " + (directory / "key") + "\n");
+  EXPECT_FALSE(decrypt(text));
+  KWPI_Focus::setFocus("backup");
+  EXPECT_EQ(decrypt(text), kSecret);
+  KWPI_Focus::setFocus(nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Password, KeyFilesOutOfOrderAreReportedOnce)
+{
+  const std::string text = encrypt(8, kSecret).value_or("");
+  const std::string good = directory.read("key");
+  ASSERT_EQ(good.size(), 17u + 64u + 1u);
+  std::string foreignDigit = good;
+  foreignDigit[40] = 'g';
+  std::string foreignHead = good;
+  foreignHead[15] = '2';
+  const char* const open = "refused, because group or others have access to it (use chmod 600)";
+  const char* const foreign = "not a password key file";
+  const struct
+  {
+    std::string content;
+    mode_t mode;
+    const char* problem;  // null: the file serves
+  } cases[] = {
+      {good, 0600, nullptr},
+      {good, 0400, nullptr},
+      {good.substr(0, good.size() - 1), 0600, nullptr},
+      {good, 0640, open},
+      {good, 0604, open},
+      {good, 0620, open},
+      {good, 0601, open},
+      {"", 0600, foreign},
+      {good.substr(0, 17), 0600, foreign},
+      {good.substr(0, good.size() - 2), 0600, foreign},
+      {good.substr(0, good.size() - 2) + "\n", 0600, foreign},
+      {good + "\n", 0600, foreign},
+      {good + good, 0600, foreign},
+      {good.substr(0, good.size() - 1) + "\r\n", 0600, foreign},
+      {good.substr(17), 0600, foreign},
+      {foreignDigit, 0600, foreign},
+      {foreignHead, 0600, foreign},
+      {good.substr(0, 50) + std::string(32, '\0'), 0600, foreign},
+  };
+  int count = 0;
+  for (const auto& each : cases) {
+    const std::string path = directory.write("key" + std::to_string(count++), each.content);
+    ASSERT_EQ(chmod(path.c_str(), each.mode), 0);
+    use("[Password]\nkeyfile = " + path + "\n");
+    for (const bool first : {true, false}) {
+      testing::internal::CaptureStderr();
+      EXPECT_EQ(decrypt(text), each.problem ? std::nullopt : Result(kSecret)) << path;
+      EXPECT_EQ(encrypt(8, kSecret).has_value(), each.problem == nullptr) << path;
+      EXPECT_EQ(
+          testing::internal::GetCapturedStderr(),
+          each.problem && first ? "KwPlatform: password key file " + path + ": " + each.problem + "\n" : "");
+    }
+  }
+
+  ASSERT_EQ(symlink("key", (directory / "link").c_str()), 0);
+  ASSERT_EQ(mkfifo((directory / "pipe").c_str(), 0600), 0);
+  ASSERT_EQ(mkdir((directory / "folder").c_str(), 0700), 0);
+  for (const auto& [name, problem] :
+       {std::pair("link", ""), std::pair("pipe", "not a plain file"), std::pair("folder", "not a plain file"),
+        std::pair("missing", "No such file or directory")}) {
+    use("[Password]\nkeyfile = " + (directory / name) + "\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(decrypt(text).has_value(), *problem == '\0') << name;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              *problem ? "KwPlatform: password key file " + (directory / name) + ": " + problem + "\n" : "");
+  }
+  EXPECT_NE(access((directory / "missing").c_str(), F_OK), 0) << "made silently";
+
+  // Only root can give a file away.
+  if (geteuid() == 0 && chown((directory / "key").c_str(), 65534, 65534) == 0) {
+    useKey("key");
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(decrypt(text));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "KwPlatform: password key file " + (directory / "key") +
+                                                          ": refused, because it belongs to another user\n");
+  }
+}
+
+TEST_F(Password, CreatingAKeyFileNeverOverwrites)
+{
+  const std::string before = directory.read("key");
+  std::string error;
+  EXPECT_FALSE(createKeyFile(directory / "key", error));
+  EXPECT_EQ(error, "cannot create password key file " + (directory / "key") + ": File exists");
+  EXPECT_EQ(directory.read("key"), before);
+
+  ASSERT_EQ(symlink("nowhere", (directory / "dangling").c_str()), 0);
+  EXPECT_FALSE(createKeyFile(directory / "dangling", error));
+  EXPECT_NE(access((directory / "nowhere").c_str(), F_OK), 0);
+  EXPECT_FALSE(createKeyFile(directory / "no/folder", error));
+  EXPECT_NE(error.find("No such file or directory"), std::string::npos) << error;
+  EXPECT_FALSE(createKeyFile(directory / std::string("a\0b", 3), error));
+  EXPECT_NE(access((directory / "a").c_str(), F_OK), 0);
+
+  for (const mode_t mask : {0000, 0777}) {
+    const std::string path = directory / ("mask" + std::to_string(mask));
+    const mode_t previous = umask(mask);
+    EXPECT_TRUE(createKeyFile(path, error)) << error;
+    umask(previous);
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600u);
+  }
+  EXPECT_NE(directory.read("mask0"), directory.read("mask511")) << "keys are random";
+}
+
+// The message library's password values, with this library behind them.
+TEST_F(Password, ValuesOfMessagesAreReadAndConverted)
+{
+  const struct
+  {
+    int generation;
+    int type;
+    const char* plain;
+  } cases[] = {{1, Annotation::KWPASSWORD_ENCRYPTION_VER1, kSecret},
+               {2, Annotation::KWPASSWORD_ENCRYPTION_VER2, ""},  // never given out
+               {3, Annotation::KWPASSWORD_ENCRYPTION_VER3, kSecret},
+               {5, Annotation::KWPASSWORD_ENCRYPTION_VER5, ""}};
+  for (const auto& each : cases) {
+    const pstring value(encrypt(each.generation, kSecret).value_or(""), each.type);
+    EXPECT_EQ(value.getPlainPassword().text(), each.plain) << each.generation;
+    const pstring newest = value.getV8Password();
+    EXPECT_EQ(newest.getEncryptionType(), Annotation::KWPASSWORD_ENCRYPTION_VER8);
+    EXPECT_EQ(decrypt(newest.text()), kSecret) << each.generation;
+  }
+  // 511 bytes are the longest that a value gives out.
+  for (const size_t size : {511u, 512u}) {
+    const pstring value(encrypt(3, std::string(size, 'p')).value_or(""),
+                        Annotation::KWPASSWORD_ENCRYPTION_VER3);
+    EXPECT_EQ(value.getPlainPassword().text().size(), size == 511 ? size : 0);
+  }
+}
+
+TEST_F(Password, ThreadsWorkAtOnce)
+{
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([i] {
+      for (int round = 0; round < 50; ++round) {
+        const std::string plain = "password " + std::to_string(i) + '.' + std::to_string(round);
+        const std::string text = encrypt(kGenerations[i], plain).value_or("");
+        EXPECT_EQ(decrypt(text), plain);
+        EXPECT_EQ(decrypt(convert(text).value_or("")), plain);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+}  // namespace
