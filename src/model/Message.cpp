@@ -164,12 +164,13 @@ void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
 
 void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
 {
-  if (m.class_ != nullptr) {
-    for (const FieldDef& def : *m.class_) {
-      dropValue(m, def, true);
-    }
-    m.class_ = nullptr;
+  if (m.class_ == nullptr) {
+    return;  // without a class there are no values, and everything below is as it should be
   }
+  for (const FieldDef& def : *m.class_) {
+    dropValue(m, def, true);
+  }
+  m.class_ = nullptr;
   m.buffer_.init(0, 0, 0);
   m.tagId_ = 0;
   m.system_ = 0;

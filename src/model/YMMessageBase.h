@@ -429,11 +429,18 @@ private:
   friend struct kwxml::MessageAccess;
   struct CdataBuffer;
 
-  /// One-slot values in place: 1..7, 10, 11, 12, 41 and 42.
+  /// One-slot values in place, one bit per type: 1..7, 10, 11, 12, 41 and 42.
+  static constexpr std::uint64_t scalarSlotTypes = [] {
+    std::uint64_t set = 0;
+    for (const kwxml::FieldTypeInfo& info : kwxml::fieldTypeTable) {
+      set |= static_cast<std::uint64_t>(info.storage == kwxml::Storage::InPlace && info.slots == 1)
+             << info.type;
+    }
+    return set;
+  }();
   static constexpr bool isScalarSlot(FieldDataType type) noexcept
   {
-    const kwxml::FieldTypeInfo& info = kwxml::fieldTypeInfo(type);
-    return info.storage == kwxml::Storage::InPlace && info.slots == 1;
+    return type < kwxml::fieldTypeCount && (scalarSlotTypes >> type & 1) != 0;
   }
   bool ownSlot(short slot, unsigned long tag) const noexcept
   {

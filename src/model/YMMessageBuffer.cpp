@@ -42,21 +42,21 @@ void YMMessageBuffer::release() noexcept
 
 void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
 {
+  const std::size_t inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
+  const std::size_t bitsetBytes = static_cast<std::size_t>(bitCount) / 8 + 1;
+  const auto heapSlots = static_cast<std::size_t>(slotCount - inlineCount);
+  // The catalogue compiler refuses a class whose bitset does not fit beside its inline slots; hand-made
+  // tables may still hold one, and their bits then go to the heap too.
+  const bool bitsInline = heapSlots == 0 && inlineBytes + bitsetBytes <= sizeof inline_;
+  long long* heap = bitsInline ? nullptr : new long long[heapSlots + (bitsetBytes + 7) / 8]();
   release();
+  heap_ = heap;
   inlineCount_ = inlineCount;
   slotCount_ = slotCount;
   bitCount_ = bitCount;
-  std::memset(inline_, 0, sizeof inline_);
-  const std::size_t inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
-  // The catalogue compiler refuses a class whose bitset does not fit beside its inline slots; hand-made
-  // tables may still hold one, and their bits then go to the heap too.
-  if (inlineCount < slotCount || inlineBytes + bitBytes() > sizeof inline_) {
-    const std::size_t heapSlots = static_cast<std::size_t>(slotCount - inlineCount);
-    heap_ = new long long[heapSlots + (bitBytes() + 7) / 8]();
-    bits_ = reinterpret_cast<unsigned char*>(heap_ + heapSlots);
-  } else {
-    bits_ = reinterpret_cast<unsigned char*>(inline_) + inlineBytes;
-  }
+  bits_ = bitsInline ? reinterpret_cast<unsigned char*>(inline_) + inlineBytes
+                     : reinterpret_cast<unsigned char*>(heap_ + heapSlots);
+  std::memset(inline_, 0, usedInlineBytes());
 }
 
 void YMMessageBuffer::init(long long* buffer, int sizeInBytes, short slotCount, short bitCount)
@@ -80,6 +80,11 @@ void YMMessageBuffer::reset(short bitCount)
         heap_, 0,
         heapSlots * 8 + static_cast<std::size_t>(bitCount < bitCount_ ? bitCount : bitCount_) / 8 + 1);
   }
+}
+
+std::size_t YMMessageBuffer::usedInlineBytes() const noexcept
+{
+  return static_cast<std::size_t>(inlineCount_) * 8 + (heap_ == nullptr ? bitBytes() : 0);
 }
 
 void YMMessageBuffer::wipeBits() noexcept

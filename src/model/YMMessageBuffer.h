@@ -61,6 +61,8 @@ public:
 
 private:
   std::size_t bitBytes() const noexcept { return static_cast<std::size_t>(bitCount_) / 8 + 1; }
+  /// Bytes of the inline area that the layout uses; the others hold nothing.
+  std::size_t usedInlineBytes() const noexcept;
   void release() noexcept;
 
   long long inline_[inlineSlots] = {};
