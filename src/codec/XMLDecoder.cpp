@@ -115,7 +115,7 @@ std::string XMLDecoder::GetEnumString(unsigned long tag, int value)
 std::string XMLDecoder::GetEnumString(const FieldDef& field, int value)
 {
   const _ClassDef* cls = YMMessageBase::GetClassDefFromClassID(field);
-  return cls != nullptr ? getEnumString(*cls, value) : std::string();
+  return cls != nullptr && cls->isEnum() ? getEnumString(*cls, value) : std::string();
 }
 
 std::string XMLDecoder::GetEnumString(const YMMessageBase* message, const char* fieldName, int value)

@@ -17,6 +17,7 @@ class DomName
 public:
   explicit DomName(const char* name)
   {
+    name = name != nullptr ? name : "";  // no name, which the DOM refuses
     const std::size_t length = std::strlen(name);
     if (length < std::size(short_)) {
       std::size_t i = 0;
@@ -47,7 +48,7 @@ bool guarded(const char* function, const char* format, const char* name, Operati
   } catch (const xercesc::DOMException&) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    XMLDebug::getInstance()->logError(function, format, name);
+    XMLDebug::getInstance()->logError(function, format, name != nullptr ? name : "");
 #pragma GCC diagnostic pop
     return false;
   }
@@ -148,15 +149,21 @@ void DomSink::cdataElement(const char* name, const char16_t* value)
   });
 }
 
-void DomSink::text(const char16_t* value)
+void DomSink::itemAttribute(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeToXML", tagFailure, "",
+  guarded("XMLSerializer::writeListNodeToXML", tagFailure, name,
+          [&] { current_->setAttribute(DomName(name), value); });
+}
+
+void DomSink::text(const char* name, const char16_t* value)
+{
+  guarded("XMLSerializer::writeListNodeToXML", tagFailure, name,
           [&] { current_->appendChild(document_->createTextNode(value)); });
 }
 
-void DomSink::cdata(const char16_t* value)
+void DomSink::cdata(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, "",
+  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, name,
           [&] { current_->appendChild(document_->createCDATASection(value)); });
 }
 

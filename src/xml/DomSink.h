@@ -33,8 +33,9 @@ public:
   void attribute(const char* name, const char16_t* value) override;
   void textElement(const char* name, const char16_t* value) override;
   void cdataElement(const char* name, const char16_t* value) override;
-  void text(const char16_t* value) override;
-  void cdata(const char16_t* value) override;
+  void itemAttribute(const char* name, const char16_t* value) override;
+  void text(const char* name, const char16_t* value) override;
+  void cdata(const char* name, const char16_t* value) override;
 
   /// The three elements of a map entry, the entry appended to `parent`; false (logged) when they cannot be
   /// made.

@@ -160,7 +160,6 @@ YMMessageBase* MessageReader::take()
 }
 
 // ---- Start tags
-// ----------------------------------------------------------------------------------------------------
 
 bool MessageReader::startElement(std::u16string_view name, XmlAttributes attributes)
 {
@@ -203,6 +202,7 @@ void MessageReader::startSkipping(std::u16string_view name)
 
 bool MessageReader::startRoot(std::u16string_view name, XmlAttributes attributes)
 {
+  started_ = true;
   const std::string tagName = toUtf8(name);
   const auto split = tagName.find('_');
   std::string systemName = tagName.substr(0, split);
@@ -261,6 +261,7 @@ bool MessageReader::startField(const FieldDef& def, std::u16string_view name, Xm
     if constexpr (Tag::type == FIELD_LIST_OBJECT) {
       const auto reference = packedReference(def);
       if (findClass(reference.system, reference.classIndex) == nullptr) {
+        delete createReferenced(def);  // null, with the line that says so
         startSkipping(name);
         return true;
       }
@@ -342,8 +343,8 @@ bool MessageReader::startMapPart(bool isKey, std::u16string_view name, XmlAttrib
 
 bool MessageReader::processAttributes(XmlAttributes attributes)
 {
-  bool stored = true;
-  for (const auto& [name, value] : attributes) {
+  bool stored = current_ != nullptr;
+  for (const auto& [name, value] : stored ? attributes : XmlAttributes()) {
     const FieldDef* def = findField(*current_->getClass(), hashOf(name));
     if (def == nullptr) {
       if (traces(15)) {
@@ -358,7 +359,6 @@ bool MessageReader::processAttributes(XmlAttributes attributes)
 }
 
 // ---- Text and end tags
-// ---------------------------------------------------------------------------------------------
 
 void MessageReader::characters(const char16_t* text, std::size_t length)
 {
@@ -372,6 +372,9 @@ void MessageReader::characters(const char16_t* text, std::size_t length)
 
 void MessageReader::endElement(std::u16string_view name)
 {
+  if (frames_.empty()) {
+    return;  // no element is open
+  }
   const Frame frame = frames_.back();
   frames_.pop_back();
   switch (frame.kind) {
@@ -427,6 +430,9 @@ void MessageReader::endScalar(const Frame& frame)
 
 void MessageReader::processMapEnd(const FieldDef& field)
 {
+  if (entries_.empty() || current_ == nullptr) {
+    return;  // no entry is open
+  }
   Entry entry = std::move(entries_.back());
   entries_.pop_back();
   visitFieldType(field.type, [&]<class Tag>(Tag) {
@@ -463,7 +469,6 @@ void MessageReader::processMapEnd(const FieldDef& field)
 }
 
 // ---- Values
-// --------------------------------------------------------------------------------------------------------
 
 bool MessageReader::unescape(std::u16string_view text, std::string& out)
 {
@@ -497,6 +502,7 @@ void MessageReader::storeMapPart(Entry& entry, bool isKey, std::u16string_view t
 bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, const char* function)
 {
   const AnnotationRecord annotations(def.annotations);
+  const int form = annotations.isTimeOfDay() ? 0 : annotations.dateForm();
   int seconds = 0;
   long long value = 0;
   if (annotations.isTimeOfDay() && text.find(u':') != std::u16string_view::npos) {
@@ -505,8 +511,7 @@ bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, 
       return false;
     }
     value = seconds;
-  } else if (const int form = annotations.dateForm();
-             form != 0 &&
+  } else if (form != 0 &&
              processXDate(narrow(text).c_str(), seconds, static_cast<Annotation::DateType>(form))) {
     value = seconds;
   } else {

@@ -54,6 +54,8 @@ public:
   /// value.
   void processMapEnd(const FieldDef& field);
 
+  /// True from the root's start tag on: a reader reads one document.
+  bool started() const { return started_; }
   /// The root message, null before its start tag; still the reader's, or the target of readInto().
   YMMessageBase* root() const { return root_; }
   /// Hands the root message to the caller, who owns it then.
@@ -117,6 +119,7 @@ private:
   const char* lastMapName_ = "";  ///< a constant of the catalogue
   YMMessageBase* root_ = nullptr;
   bool ownsRoot_ = false;
+  bool started_ = false;
   YMMessageBase* current_ = nullptr;
   YMMessageBase* target_ = nullptr;
   bool keepDefaults_ = false;

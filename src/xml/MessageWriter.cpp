@@ -13,6 +13,7 @@
 #include <kwxml/xml/XmlCh.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 
 namespace kwxml {
@@ -63,6 +64,9 @@ bool MessageWriter::writeFields(YMMessageBase& message, int passwordMode)
   } else {
     const bool oldWay = YMMessageBase::isOldWay(message.getTagID());
     for (const FieldDef& def : *cls) {
+      if (tooDeep_) {
+        break;  // what was written is of no use
+      }
       if (!oldWay && !MessageAccess::isSet(message, def)) {
         continue;
       }
@@ -125,7 +129,6 @@ void MessageWriter::writeField(YMMessageBase& message, const Field& field, int p
 }
 
 // ---- Values by type
-// ------------------------------------------------------------------------------------------------
 
 template <class Tag>
 [[gnu::noinline]] void MessageWriter::writeValue(Tag, YMMessageBase& message, const Field& field,
@@ -156,8 +159,9 @@ template <class Tag>
     putScalar(field);
   } else if constexpr (ByteString<Tag>) {
     if (const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot)) {
-      base64(value->text());
-      putScalar(field);
+      if (base64(value->text())) {
+        putScalar(field);
+      }
     }
   } else if constexpr (PasswordString<Tag>) {
     const pstring* value = MessageAccess::pointer<pstring>(std::as_const(message), slot);
@@ -196,6 +200,9 @@ template <class Tag>
 void MessageWriter::writeList(const Field& field, const typename Tag::Value& list, int passwordMode)
 {
   for (const auto& item : list) {
+    if (tooDeep_) {
+      return;
+    }
     if (!sink_.open(field.name())) {
       XMLDebug::getInstance()->logError(function, "Error constructing list object [%s].", field.name());
       return;
@@ -208,7 +215,10 @@ void MessageWriter::writeList(const Field& field, const typename Tag::Value& lis
       if constexpr (Tag::type == FIELD_LIST_STRING) {
         field.cdata ? utf8(cdataText(item)) : utf8(item);
       } else if constexpr (Tag::type == FIELD_LIST_BSTRING) {
-        base64(item.text());
+        if (!base64(item.text())) {
+          sink_.close();
+          continue;
+        }
       } else if constexpr (std::is_floating_point_v<std::decay_t<decltype(item)>>) {
         number(static_cast<double>(item));
       } else if constexpr (std::is_signed_v<std::decay_t<decltype(item)>>) {
@@ -241,6 +251,9 @@ template <class Tag>
 void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int passwordMode)
 {
   for (auto& [key, value] : map) {
+    if (tooDeep_) {
+      return;
+    }
     if (!sink_.openMapEntry(field.name())) {
       if constexpr (Tag::info.mapKey == FIELD_STRING) {
         XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%s]", field.name(),
@@ -259,7 +272,6 @@ void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int p
 }
 
 // ---- Texts
-// ---------------------------------------------------------------------------------------------------------
 
 bool MessageWriter::integerText(const Field& field, long long value)
 {
@@ -269,8 +281,9 @@ bool MessageWriter::integerText(const Field& field, long long value)
     return true;
   }
   if (field.annotations.isTimeOfDay()) {
-    if (value > secondsPerDay) {
-      XMLDebug::getInstance()->logError(function, "Invalid time in seconds [%d]", static_cast<int>(value));
+    if (value > secondsPerDay || value < INT_MIN) {
+      XMLDebug::getInstance()->logError(function, "Invalid time in seconds [%d]",
+                                        static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX)));
       return false;
     }
     char clock[80];
@@ -335,8 +348,7 @@ bool MessageWriter::passwordText(const Field& field, const pstring& value, int p
     return true;
   }
   if (passwordMode <= 1) {
-    base64(value.text());
-    return true;
+    return base64(value.text());
   }
   std::string text;
   if (encryptPasswordText(type, value, text) == passwordHandlerMissing) {
@@ -399,14 +411,14 @@ void MessageWriter::utf8(const std::string& value)
   }
 }
 
-void MessageWriter::base64(const std::string& bytes)
+bool MessageWriter::base64(const std::string& bytes)
 {
   std::string text;
-  if (base64Encode(bytes, text)) {
-    utf8(text);
-  } else {
-    ascii({});
+  if (!base64Encode(bytes, text)) {
+    return false;  // logged
   }
+  utf8(text);
+  return true;
 }
 
 void MessageWriter::putScalar(const Field& field)
@@ -423,11 +435,11 @@ void MessageWriter::putScalar(const Field& field)
 void MessageWriter::putItem(bool cdata)
 {
   if (cdata) {
-    sink_.cdata(text_);
+    sink_.cdata("val", text_);
   } else if (flags_.valuesAsElements) {
-    sink_.text(text_);
+    sink_.text("val", text_);
   } else {
-    sink_.attribute("val", text_);
+    sink_.itemAttribute("val", text_);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <kwxml/xml/MySAX2Handler.h>
 
+#include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/xml/MessageReader.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -61,6 +62,14 @@ void MySAX2Handler::processMapEnd(const FieldDef& field)
   reader_->processMapEnd(field);
 }
 
+void MySAX2Handler::startDocument()
+{
+  if (reader_->started()) {
+    XMLDebug::getInstance()->logError("MySAX2Handler::startDocument", "[%s]", "A handler reads one document");
+    throw xercesc::SAXException(u"A handler reads one document");
+  }
+}
+
 void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
                                  const xercesc::Attributes& attributes)
 {
@@ -98,6 +107,13 @@ void MySAX2Handler::attributeDecl(const XMLCh*, const XMLCh* attribute, const XM
 {
   if (value != nullptr && *value != 0) {
     refuse("the declaration of a default value for attribute '", attribute);
+  }
+}
+
+void MySAX2Handler::elementDecl(const XMLCh* name, const XMLCh*)
+{
+  if (refusesElements_) {
+    refuse("the declaration of element '", name);
   }
 }
 

@@ -35,6 +35,9 @@ public:
   /// The document is read into this message of the caller, whose other fields stay as they are.
   void setTargetMessage(YMMessageBase* message);
 
+  /// Refuses declarations of elements as well; see GuardedReader.
+  void refuseElementDeclarations(bool refuse) { refusesElements_ = refuse; }
+
   /// The root message; null before its start tag. The handler's until takeMessage().
   YMMessageBase* getMessage() const;
   YMMessageBase* takeMessage();
@@ -43,6 +46,7 @@ public:
   void processMapEnd(const FieldDef& field);
 
   // SAX2
+  void startDocument() override;
   void startElement(const XMLCh* uri, const XMLCh* localname, const XMLCh* qname,
                     const xercesc::Attributes& attributes) override;
   void characters(const XMLCh* chars, XMLSize_t length) override;
@@ -50,6 +54,7 @@ public:
   void setDocumentLocator(const xercesc::Locator* locator) override;
   void attributeDecl(const XMLCh* element, const XMLCh* attribute, const XMLCh* type, const XMLCh* mode,
                      const XMLCh* value) override;
+  void elementDecl(const XMLCh* name, const XMLCh* model) override;
   void internalEntityDecl(const XMLCh* name, const XMLCh* value) override;
   void externalEntityDecl(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override;
   void unparsedEntityDecl(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId,
@@ -63,4 +68,5 @@ private:
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;
   const xercesc::Locator* locator_ = nullptr;
+  bool refusesElements_ = false;
 };

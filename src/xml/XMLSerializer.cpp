@@ -6,6 +6,7 @@
 #include <kwxml/platform/CYxFile.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/xml/DomSink.h>
+#include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageWriter.h>
 #include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XercesRuntime.h>
@@ -16,9 +17,6 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLPScanToken.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include <memory>
@@ -60,32 +58,31 @@ bool XMLSerializer::initialize()
 int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::serialize";
-  out.clear();
   if (!initialize()) {
     log().logError(function, "[%s]", "Error initializing xerces library");
+    out.clear();
     return 1;
   }
   xercesc::DOMDocument* document = nullptr;
   try {
     const std::u16string root = kwxml::toUtf16(kwxml::rootElementName(message).c_str());
     document = domImplementation()->createDocument(nullptr, root.c_str(), nullptr);
-  } catch (const xercesc::DOMException&) {
-    document = nullptr;
-  } catch (const xercesc::XMLException&) {
+  } catch (...) {  // a name that is none, or no memory
     document = nullptr;
   }
   if (document == nullptr) {
     log().logError(function, "[%s]", "Error creating XML root node.");
+    out.clear();
     return 1;
   }
   constexpr int topLevelPasswordMode = 2;
   bool written = false;
+  std::string text;  // `out` may be a string of the message itself
   try {
     written = serializeXMLRecur(message, document, document->getDocumentElement(), topLevelPasswordMode) &&
-              DumpDOMDocumentToStringUTF8(out, document, elementOnly);
-  } catch (...) {  // out of memory, in one library's words or the other's
+              DumpDOMDocumentToStringUTF8(text, document, elementOnly);
+  } catch (...) {  // no memory, in one library's words or the other's, or a listener's exception
     log().logError(function, "[%s]", "Error Writing Xml to String");
-    out.clear();
   }
   try {
     document->release();
@@ -93,8 +90,10 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
     log().debug(function, 15, "Exception releasing DOMDocument.");
   }
   if (!written) {
+    out.clear();
     return 1;
   }
+  out = std::move(text);
   if (log().getDebugLevel() >= 25) {
     log().debug(function, 25, "Serialized xml is : [%s]", out.c_str());
   }
@@ -141,7 +140,7 @@ void XMLSerializer::writeListNodeToXML(xercesc::DOMDocument* document, xercesc::
                                        const char* name, const char16_t* value)
 {
   onElement("XMLSerializer::writeListNodeToXML", document, item, [&](kwxml::DomSink& sink) {
-    flags_.valuesAsElements ? sink.text(value) : sink.attribute(name, value);
+    flags_.valuesAsElements ? sink.text(name, value) : sink.itemAttribute(name, value);
   });
 }
 
@@ -153,10 +152,10 @@ void XMLSerializer::writeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMEle
 }
 
 void XMLSerializer::writeListNodeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* item,
-                                         const char*, const char16_t* value)
+                                         const char* name, const char16_t* value)
 {
   onElement("XMLSerializer::writeListNodeAsCDATA", document, item,
-            [&](kwxml::DomSink& sink) { sink.cdata(value); });
+            [&](kwxml::DomSink& sink) { sink.cdata(name, value); });
 }
 
 char XMLSerializer::constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,
@@ -211,7 +210,7 @@ bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDo
     if (elementOnly) {
       node = document->getDocumentElement();
     }
-    written = writer != nullptr && writer->write(node, output.get());
+    written = writer != nullptr && node != nullptr && writer->write(node, output.get());
   } catch (const xercesc::DOMException&) {
     written = false;
   } catch (const xercesc::XMLException&) {
@@ -254,32 +253,6 @@ int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)
 // ---- Reading
 
 namespace {
-
-/// What every reader of ours refuses, whatever a document asks for: to open anything that it names.
-void openNothing(xercesc::SAX2XMLReader& reader, MySAX2Handler* handler)
-{
-  reader.setContentHandler(handler);
-  reader.setErrorHandler(handler);
-  reader.setDeclarationHandler(handler);
-  reader.setDTDHandler(handler);
-  reader.setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-  reader.setFeature(xercesc::XMLUni::fgXercesLoadSchema, false);
-  reader.setFeature(xercesc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
-}
-
-void setNarrowFeatures(xercesc::SAX2XMLReader& reader, xercesc::SecurityManager& security)
-{
-  reader.setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  if (skipValidation) {
-    reader.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpaces, false);
-    reader.setFeature(xercesc::XMLUni::fgXercesSchema, false);
-    reader.setFeature(xercesc::XMLUni::fgXercesDynamic, false);
-    reader.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpacePrefixes, false);
-    reader.setFeature(xercesc::XMLUni::fgXercesSchemaFullChecking, false);
-  }
-  security.setEntityExpansionLimit(0);
-  reader.setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-}
 
 constexpr const char16_t* sourceName = u"unknown";
 
@@ -330,14 +303,17 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
   if (log().getDebugLevel() > 24) {
     log().debug(function, 25, "Received xml for unserialization : [%s]", xml.c_str());
   }
+  if (handler == nullptr) {
+    log().logError(function, "[%s]", "Received NULL handler");
+    return parseFailed;
+  }
   handler->setContextInfo(context_);
   handler->setEncodingFlags(flags_);
+  kwxml::ParserMemory memory;
   try {
     const auto source = narrowSource(xml);
-    xercesc::SecurityManager security;
-    const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-    openNothing(*reader, handler);
-    setNarrowFeatures(*reader, security);
+    kwxml::GuardedReader reader(memory, *handler);
+    reader.readNarrow(skipValidation);
     reader->parse(*source);
   } catch (const xercesc::XMLException& e) {
     log().logError(function, "XMLException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
@@ -361,23 +337,22 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
     log().logError(function, "[%s]", "Error initializing xerces library");
     return parseFailed;
   }
+  if (handler == nullptr || xml == nullptr) {
+    log().logError(function, "[%s]", handler == nullptr ? "Received NULL handler" : "Received NULL string");
+    return parseFailed;
+  }
   handler->setContextInfo(context_);
   handler->setEncodingFlags(flags_);
+  kwxml::ParserMemory memory;
   try {
     std::u16string text;
-    if (xml == nullptr || !toUtf16(xml, text)) {
+    if (!toUtf16(xml, text)) {
       log().logError(function, "XMLException : [%s]", "The text holds a value that is no Unicode code point");
       return parseFailed;
     }
     const auto source = wideSource(text);
-    const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-    openNothing(*reader, handler);
-    reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, validate);
-    reader->setFeature(xercesc::XMLUni::fgSAX2CoreNameSpaces, validate);
-    reader->setFeature(xercesc::XMLUni::fgXercesSchema, validate);
-    reader->setFeature(xercesc::XMLUni::fgXercesDynamic, false);
-    reader->setFeature(xercesc::XMLUni::fgSAX2CoreNameSpacePrefixes, false);
-    reader->setFeature(xercesc::XMLUni::fgXercesSchemaFullChecking, false);
+    kwxml::GuardedReader reader(memory, *handler);
+    reader.readWide(validate);
     reader->parse(*source);
   } catch (const xercesc::XMLException& e) {
     log().logError(function, "XMLException : [%s]", kwxml::toUtf8(e.getMessage()).c_str());
@@ -457,13 +432,12 @@ bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, s
   tag = 0;
   MySAX2Handler handler;
   bool started = false;
+  kwxml::ParserMemory memory;
   try {
-    xercesc::SecurityManager security;
-    const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-    openNothing(*reader, &handler);
-    setNarrowFeatures(*reader, security);
+    kwxml::GuardedReader reader(memory, handler);
+    reader.readNarrow(skipValidation);
     xercesc::XMLPScanToken token;
-    started = reader->parseFirst(*source, token);
+    started = source != nullptr && reader->parseFirst(*source, token);
     if (started) {
       while (handler.getMessage() == nullptr && reader->parseNext(token)) {
       }
@@ -489,22 +463,21 @@ template <class Text, class MakeSource>
 bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsigned int& tag,
           const char* function, MakeSource makeSource)
 {
-  tagName.clear();
-  tag = 0;
+  std::string found;  // `tagName` may be the text itself
+  unsigned int foundTag = 0;
   if (xml.empty()) {
     log().debug(function, 10, "[%s]", "Received empty xml");
-    return false;
-  }
-  if (!XMLSerializer::initialize()) {
+  } else if (!XMLSerializer::initialize()) {
     log().logError(function, "[%s]", "Error initializing xerces library");
-    return false;
+  } else {
+    const auto source = makeSource();
+    if (source == nullptr || !XMLSerializer::_GetTagAndTagIDFromXML(source.get(), found, foundTag)) {
+      log().logError(function, "Error retrieving tag for given xml : [%s]", shown.c_str());
+    }
   }
-  const auto source = makeSource();
-  if (source == nullptr || !XMLSerializer::_GetTagAndTagIDFromXML(source.get(), tagName, tag)) {
-    log().logError(function, "Error retrieving tag for given xml : [%s]", shown.c_str());
-    return false;
-  }
-  return true;
+  tagName = std::move(found);
+  tag = foundTag;
+  return tag != 0;
 }
 
 }  // namespace

@@ -28,9 +28,11 @@ public:
   /// A child element whose only content is a text or a CDATA section.
   virtual void textElement(const char* name, const char16_t* value) = 0;
   virtual void cdataElement(const char* name, const char16_t* value) = 0;
-  /// Content of the current element itself.
-  virtual void text(const char16_t* value) = 0;
-  virtual void cdata(const char16_t* value) = 0;
+  /// The value of a list item or of a map's key or value, on the current element itself: as its attribute
+  /// `name`, or as its content (`name` then stands in log lines alone).
+  virtual void itemAttribute(const char* name, const char16_t* value) = 0;
+  virtual void text(const char* name, const char16_t* value) = 0;
+  virtual void cdata(const char* name, const char16_t* value) = 0;
 };
 
 }  // namespace kwxml

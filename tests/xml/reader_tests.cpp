@@ -263,15 +263,46 @@ TEST(Reader, PeeksAtTheTagWithoutReadingTheRest)
   log.clear();
   const char* outer = "XMLSerializer::GetTagAndTagIDFromXML(string)";
   const char* inner = "XMLSerializer::_GetTagAndTagIDFromXML";
-  for (const char* text : {"<Unknown_Tag/>", "<Demo Status", "no xml", "<NoUnderscore/>"}) {
+  const std::pair<const char*, const char*> failures[] = {
+      {"<Unknown_Tag/>", "[Unable to retrieve tag for given xml]"},
+      {"<Demo Status", "[Unable to retrieve tag for given xml]"},
+      {"<?xml version='1.0' bad?><Demo_Status/>", "[Unable to retrieve token for given xml]"},
+      {"<NoUnderscore/>", "[Unable to retrieve tag for given xml]"},
+  };
+  for (const auto& [text, reason] : failures) {
+    log.clear();
     EXPECT_FALSE(XMLSerializer::GetTagAndTagIDFromXML(std::string(text), name, tag));
+    EXPECT_TRUE(log.has(inner, reason)) << text;
     EXPECT_EQ(name, "");
     EXPECT_EQ(tag, 0u);
     EXPECT_TRUE(log.has(outer, "Error retrieving tag for given xml : [" + std::string(text) + "]"));
   }
-  EXPECT_TRUE(log.has(inner, "[Unable to retrieve tag for given xml]"));
   EXPECT_FALSE(XMLSerializer::GetTagAndTagIDFromXML(std::string(), name, tag));
   EXPECT_TRUE(log.has(outer, "[Received empty xml]"));
+}
+
+TEST(Reader, HandlersReadOneDocumentAndSurviveMisuse)
+{
+  LogCapture log(25);
+  MySAX2Handler used;
+  EXPECT_EQ(XMLSerializer().parserHelper(&used, "<Demo_Status errorCode='1'><x>"), 4);
+  EXPECT_EQ(XMLSerializer().parserHelper(&used, "<Demo_Item/>"), 5);
+  EXPECT_TRUE(log.has("MySAX2Handler::startDocument", "[A handler reads one document]"));
+  EXPECT_TRUE(log.has("XMLSerializer::parserHelper", "Received xml for unserialization : [<Demo_Item/>]"));
+  EXPECT_EQ(XMLSerializer().parserHelper(nullptr, "<Demo_Item/>"), 5);
+  EXPECT_EQ(XMLSerializer().parserHelperWideChar(nullptr, L"<Demo_Item/>", false), 5);
+  MySAX2Handler idle;
+  idle.processMapEnd(field(make("Shop_Ledger"), "totals"));
+  idle.endElement(u"", u"", u"x");
+  EXPECT_EQ(XMLSerializer::getSAXHandlerMessageObject(idle), nullptr);
+  const auto empty = read("<Demo_Status><errorMessage/></Demo_Status>");
+  ASSERT_NE(empty, nullptr);
+  EXPECT_TRUE(log.has(end, "Skipping member [errorMessage] as it has empty value"));
+  skipValidation = true;
+  const auto m = read("<Demo_Status errorCode='3'/>");
+  skipValidation = false;
+  ASSERT_NE(m, nullptr);
+  EXPECT_EQ(getInt(*m, "errorCode"), 3);
 }
 
 TEST(Reader, CreatesObjectsByName)
@@ -302,9 +333,27 @@ TEST(Reader, CreatesObjectsByName)
   const YMMessageBase item = make("Demo_Item");
   EXPECT_EQ(XMLDecoder::GetEnumString(&item, "color", 1), "RED");
   EXPECT_EQ(XMLDecoder::GetEnumString(&item, "nothing", 1), "");
+  EXPECT_EQ(XMLDecoder::GetEnumString(0xC9000001, 1), "");
+  EXPECT_TRUE(
+      log.has("XMLDecoder::GetEnumString", "Error retrieving metadata for given tag id : [3372220417l]"));
+  std::vector<unsigned long> ids;
+  const YMMessageBase annotated = make("Types_Annotated");
+  EXPECT_FALSE(XMLDecoder::FillAnnotationIds(field(annotated, "marked"), ids));
+  EXPECT_TRUE(XMLDecoder::FillAnnotationIds(field(annotated, "several"), ids));
+  EXPECT_EQ(ids, (std::vector<unsigned long>{kwxml::nameHash("Text", 4), kwxml::nameHash("CommandParam", 12),
+                                             kwxml::nameHash("Suppress", 8)}));
+  EXPECT_EQ(&XMLDecoder::getXMLDecoderObject(), &XMLDecoder::getXMLDecoderObject());
+  const EncodingFlags flags;
+  EXPECT_TRUE(flags.switch0 == 1 && flags.auxSwitchA == 0 && flags.auxSwitchB == 1 &&
+              flags.passwordEncoderArg == -1 && flags.targetPasswordType == 0 && flags.maskPasswords == 0);
   KwXMLContextInfo context;
+  EXPECT_FALSE(context.hasError());
+  EXPECT_EQ(context.getPasswordEncType(), Annotation::UNKNOWN);
+  context.addParam("MessageInfo", &context);
+  EXPECT_EQ(context.getParam("MessageInfo"), &context);
   context.setError(1, "a");
   context.setError(2, "b");
   EXPECT_EQ(context.getErrorDetails(), "a\nb\n");
+  EXPECT_EQ(context.getErrorCodes(), (std::vector<int>{1, 2}));
   EXPECT_EQ(context.getParam(""), nullptr);
 }

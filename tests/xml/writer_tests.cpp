@@ -6,6 +6,7 @@
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/platform/CYxFile.h>
+#include <kwxml/xml/MessageWriter.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
@@ -148,6 +149,8 @@ TEST(Writer, AnnotatedNumbersAreReadableOnlyInReadableForm)
       {"daySeconds", 45005, "45005", "12:30:05", nullptr},
       {"daySeconds", 0, "0", "00:00:00", nullptr},
       {"daySeconds", 86401, "86401", nullptr, "Invalid time in seconds [86401]"},
+      {"daySeconds", -5000000000, "-5000000000", nullptr, "Invalid time in seconds [-2147483648]"},
+      {"daySeconds", 5000000000, "5000000000", nullptr, "Invalid time in seconds [2147483647]"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.field) + " " + c.plain);
@@ -228,7 +231,12 @@ TEST(Writer, MonitoringMessagesHaveTheirOwnSystemName)
   EXPECT_EQ(xml(heartbeat), "<SystemMonitoring_Heartbeat/>");
   YMMessageBase subscription = make("MonitoringHost_Subscription");
   EXPECT_EQ(xml(subscription), "<MonitoringHost_Subscription/>");
-  EXPECT_FALSE(XMLSerializationSupport::checkIfSystemMonitoringMessage(0x0831B7));
+  for (const unsigned long id : {0x0831B8, 0x1E9926, 0x2D8780, 0x3D2DE6, 0x4C4BC8, 0x863962, 0xA13661,
+                                 0xAD45B7, 0xB2C843, 0xB55B23, 0xCE06A4, 0xE35D60}) {
+    EXPECT_TRUE(XMLSerializationSupport::checkIfSystemMonitoringMessage(id));
+    EXPECT_FALSE(XMLSerializationSupport::checkIfSystemMonitoringMessage(id - 1));
+    EXPECT_FALSE(XMLSerializationSupport::checkIfSystemMonitoringMessage(id + 1));
+  }
 }
 
 TEST(Writer, ListenersLeaveFieldsOut)
@@ -276,6 +284,67 @@ TEST(Writer, ListenersLeaveFieldsOut)
   EXPECT_TRUE(log.has(writer, "Skipping field [several] as XMLCB_SKIP_PROCESSING is set(On Annotation ID)"));
 }
 
+TEST(Writer, ListenerHelpers)
+{
+  LogCapture log;
+  const YMMessageBase all = make("Types_AllTypes");
+  EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "intValue")), 8);
+  EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "stringValue")), 32);
+  EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "noneValue")), 0);
+  EXPECT_EQ(log.texts(),
+            std::vector<std::string>{"Unknown Type for Computing size. Type:[0] Field:[noneValue]."});
+  YMMessageBase info = make("KwEntities_ProcessingInstructionInfo");
+  setText(info, "requestId", "7");
+  setText(info, "userName", "u");
+  XMLSerializer serializer;
+  serializer.getXMLSerializationSupportObject().addListener(info.getTagID(),
+                                                            XMLSerializationSupport::hideFields);
+  std::string out;
+  serializer.serialize(info, out, true);
+  EXPECT_EQ(out, "<KwEntities_ProcessingInstructionInfo requestId=\"7\"/>");
+}
+
+namespace {
+
+/// A sink that makes no element.
+struct RefusingSink final : kwxml::XmlSink
+{
+  bool open(const char*) override { return false; }
+  void close() override { ADD_FAILURE(); }
+  bool openMapEntry(const char*) override { return false; }
+  void mapValue() override { ADD_FAILURE(); }
+  void closeMapEntry() override { ADD_FAILURE(); }
+  void attribute(const char* name, const char16_t*) override { written.emplace_back(name); }
+  void textElement(const char*, const char16_t*) override { ADD_FAILURE(); }
+  void cdataElement(const char*, const char16_t*) override { ADD_FAILURE(); }
+  void itemAttribute(const char*, const char16_t*) override { ADD_FAILURE(); }
+  void text(const char*, const char16_t*) override { ADD_FAILURE(); }
+  void cdata(const char*, const char16_t*) override { ADD_FAILURE(); }
+  std::vector<std::string> written;
+};
+
+}  // namespace
+
+TEST(Writer, WhatCannotBeMadeIsLoggedAndTheRestIsWritten)
+{
+  LogCapture log;
+  YMMessageBase m = make("Types_AllTypes");
+  for (const char* name :
+       {"intValue", "objectValue", "intList", "longlongStringMap", "stringLonglongMap", "time64Value"}) {
+    fill(m, field(m, name), 1, 0);
+  }
+  RefusingSink sink;
+  const EncodingFlags flags;
+  const XMLSerializationSupport listeners;
+  EXPECT_TRUE(kwxml::MessageWriter(sink, flags, listeners).writeFields(m, 2));
+  EXPECT_EQ(sink.written, (std::vector<std::string>{"intValue", "time64Value"}));
+  EXPECT_TRUE(log.has(writer, "Error constructing subobject : [objectValue]"));
+  EXPECT_TRUE(log.has(writer, "Error constructing list object [intList]."));
+  EXPECT_TRUE(log.has(writer, "Error for map field [longlongStringMap], key : [-9223372036854775798]"));
+  EXPECT_EQ(log.lines().size(), 1 + 1 + 3 + 3u);
+  EXPECT_EQ(log.lines().back().text.rfind("Error for map field [stringLonglongMap], key : [text 12 ", 0), 0u);
+}
+
 TEST(Writer, FailuresLeaveNoHalfDocument)
 {
   LogCapture log;
@@ -291,6 +360,20 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
     EXPECT_EQ(XMLSerializer().serialize(tooDeep, out), 1);
     EXPECT_EQ(out, "");
   });
+  const FieldDef& children = field(none = make("Types_Node"), "children");
+  none.getlistobject(children.fieldNumber, children.slot, none.getTagID(), children.hash, true)
+      ->assign(100, nodeChain(kwxml::maxMessageNesting));
+  log.clear();
+  EXPECT_EQ(XMLSerializer().serialize(none, out), 1);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"Messages nest deeper than [64]"})
+      << "the walk ends at the first";
+  YMMessageBase status = make("Demo_Status");
+  setText(status, "errorMessage", "kept until it is written");
+  const FieldDef& own = field(status, "errorMessage");
+  std::string& inside = status.getstring(own.fieldNumber, own.slot, status.getTagID(), own.hash);
+  EXPECT_EQ(XMLSerializer().serialize(status, inside, true), 0);
+  EXPECT_EQ(inside, "<Demo_Status errorCode=\"0\" errorMessage=\"kept until it is written\"/>");
+  none = YMMessageBase();
   XMLSerializer().serializeXMLRecur(none, nullptr, nullptr, 2);
   EXPECT_TRUE(log.has(writer, "[Received NULL document]"));
 
@@ -326,7 +409,30 @@ TEST(Writer, DomOperationsStandAlone)
       log.has("XMLSerializer::writeNodeToXML", "Exception occurred while constructing tag : [no name]"));
   EXPECT_EQ(serializer.constructMapElements(document, root, entry, key, value, "<"), 0);
   EXPECT_TRUE(log.has("XMLSerializer::constructMapElements", "Error constructing map object [<]."));
-  std::string out;
+  xercesc::DOMDocument* other = dom->createDocument(nullptr, u"other", nullptr);
+  serializer.writeListNodeToXML(document, other->getDocumentElement(), "item", u"x");
+  serializer.writeListNodeAsCDATA(document, other->getDocumentElement(), "item", u"x");
+  serializer.writeAsCDATA(document, other->getDocumentElement(), "item", u"x");
+  XMLSerializer().writeListNodeToXML(document, other->getDocumentElement(), "no name", u"x");
+  serializer.writeNodeToXML(document, root, nullptr, u"x");
+  EXPECT_TRUE(
+      log.has("XMLSerializer::writeListNodeToXML", "Exception occurred while constructing tag : [item]"));
+  EXPECT_TRUE(
+      log.has("XMLSerializer::writeListNodeAsCDATA", "Exception occurred while constructing tag : [item]"));
+  EXPECT_TRUE(log.has("XMLSerializer::writeAsCDATA", "Exception occurred while constructing tag : [item]"));
+  EXPECT_TRUE(
+      log.has("XMLSerializer::writeListNodeToXML", "Exception occurred while constructing tag : [no name]"));
+  other->release();
+  std::string out = "old";
+  xercesc::DOMDocument* rootless = dom->createDocument();
+  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, rootless, true));
+  EXPECT_EQ(out, "");
+  rootless->release();
+  for (xercesc::DOMLSSerializer* made :
+       {serializer.DOMCreateAWriterUTF8(), serializer.DOMCreateAWriterUTF16()}) {
+    ASSERT_NE(made, nullptr);
+    made->release();
+  }
   EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, document, true));
   EXPECT_EQ(out,
             "<root><value>1</value><text><![CDATA[<c>]]></text><map a=\"2\"><__mapKey__>k</__mapKey__>"
