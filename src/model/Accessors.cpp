@@ -1,8 +1,8 @@
 // The typed accessors: each is the shared rule of MessageAccess for its value kind, under its own name in log
 // lines.
 //
-// Log lines about a wrong field number quote the accessor's full signature, which is what the compiler gives
-// inside it; lines about an unknown hash quote the short name, taken from the signature.
+// Log lines about a wrong field number quote the accessor's full signature as log readers know it, whatever
+// compiler built the library; lines about an unknown hash quote the short name, taken from the signature.
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -23,28 +23,6 @@ std::string shortName(std::string_view signature)
 {
   const auto begin = signature.find("YMMessageBase::");
   return std::string(signature.substr(begin, signature.find('(') - begin));
-}
-
-/// g++ writes the signature as the product's log readers know it; clang spells some types in another way.
-std::string fullName(std::string_view signature)
-{
-#if defined(__clang__)
-  std::string text(signature);
-  constexpr std::pair<std::string_view, std::string_view> spellings[] = {
-      {"unsigned long", "long unsigned int"},
-      {"(short", "(short int"},
-      {", short", ", short int"},
-      {" *", "*"},
-      {" &", "&"}};
-  for (const auto& [from, to] : spellings) {
-    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-      text.replace(at, from.size(), to);
-    }
-  }
-  return text;
-#else
-  return std::string(signature);
-#endif
 }
 
 std::string schemaOf(const YMMessageBase& m)
@@ -75,7 +53,7 @@ bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
 void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signature, int field)
 {
   XMLDebug::getInstance()->logError(
-      fullName(signature).c_str(),
+      signature,
       "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
       "field id [%d]. Schema of given message is :\n%s",
       field, schemaOf(m).c_str());
@@ -84,7 +62,7 @@ void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signatur
 void MessageAccess::logInvalidSlot(const YMMessageBase& m, const char* signature, int slot)
 {
   XMLDebug::getInstance()->logError(
-      fullName(signature).c_str(),
+      signature,
       "Invalid member access. CHECK IF KwXMLMsgsBase BINARY IS UPDATED PROPERLY.  Given "
       "index on buffer is [%d]. Schema of given message is \n%s",
       slot, schemaOf(m).c_str());
@@ -169,7 +147,7 @@ bool YMMessageBase::isSet(short field, bool& hasHash, std::string& name) const
 void YMMessageBase::setField(short field, unsigned long tag, unsigned int hash)
 {
   kwxml::FieldAddress a{field, 0, tag, hash};
-  if (resolveBit(*this, __PRETTY_FUNCTION__, a)) {
+  if (resolveBit(*this, "void YMMessageBase::setField(short int, long unsigned int, unsigned int)", a)) {
     buffer_.setBit(a.field);
   }
 }
@@ -177,7 +155,7 @@ void YMMessageBase::setField(short field, unsigned long tag, unsigned int hash)
 void YMMessageBase::unsetField(short field, unsigned long tag, unsigned int hash)
 {
   kwxml::FieldAddress a{field, 0, tag, hash};
-  if (resolveBit(*this, __PRETTY_FUNCTION__, a)) {
+  if (resolveBit(*this, "void YMMessageBase::unsetField(short int, long unsigned int, unsigned int)", a)) {
     buffer_.clearBit(a.field);
   }
 }
@@ -266,7 +244,10 @@ void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, 
 XML_INT64& YMMessageBase::getint64ByRef(short field, short slot, unsigned long tag, unsigned int hash)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::scalarTypes)) {
+  if (!Access::resolve(
+          *this,
+          "XML_INT64& YMMessageBase::getint64ByRef(short int, short int, long unsigned int, unsigned int)", a,
+          kwxml::scalarTypes)) {
     return Access::emptyValue<XML_INT64>();
   }
   buffer_.setBit(a.field);
@@ -277,103 +258,163 @@ XML_INT64& YMMessageBase::getint64ByRef(short field, short slot, unsigned long t
 
 std::string& YMMessageBase::getstring(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
+  return Access::string<std::string>(
+      *this, "std::string& YMMessageBase::getstring(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash}, false);
 }
 
 const std::string& YMMessageBase::getstring_const(short field, short slot, unsigned long tag,
                                                   unsigned int hash) const
 {
-  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::string<std::string>(*this,
+                                     "const std::string& YMMessageBase::getstring_const(short int, short "
+                                     "int, long unsigned int, unsigned int) const",
+                                     {field, slot, tag, hash});
 }
 
 std::string& YMMessageBase::getstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
+  return Access::string<std::string>(
+      *this,
+      "std::string& YMMessageBase::getstringByRef(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash}, true);
 }
 
 void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag,
                               unsigned int hash)
 {
-  Access::string<std::string>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
+  if (auto* text = Access::markedString<std::string>(
+          *this,
+          "void YMMessageBase::setstring(short int, short int, const std::string&, long "
+          "unsigned int, unsigned int)",
+          {field, slot, tag, hash})) {
+    *text = value;
+  }
 }
 
 std::wstring& YMMessageBase::getwstring(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, false);
+  return Access::string<std::wstring>(
+      *this, "std::wstring& YMMessageBase::getwstring(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash}, false);
 }
 
 const std::wstring& YMMessageBase::getwstring_const(short field, short slot, unsigned long tag,
                                                     unsigned int hash) const
 {
-  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::string<std::wstring>(*this,
+                                      "const std::wstring& YMMessageBase::getwstring_const(short int, short "
+                                      "int, long unsigned int, unsigned int) const",
+                                      {field, slot, tag, hash});
 }
 
 std::wstring& YMMessageBase::getwstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true);
+  return Access::string<std::wstring>(
+      *this,
+      "std::wstring& YMMessageBase::getwstringByRef(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash}, true);
 }
 
 void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag,
                                unsigned int hash)
 {
-  Access::string<std::wstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash}, true) = value;
+  if (auto* text = Access::markedString<std::wstring>(
+          *this,
+          "void YMMessageBase::setwstring(short int, short int, const std::wstring&, "
+          "long unsigned int, unsigned int)",
+          {field, slot, tag, hash})) {
+    *text = value;
+  }
 }
 
 bstring*& YMMessageBase::getbstringobject(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::objectRef<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::objectRef<bstring>(
+      *this,
+      "bstring*& YMMessageBase::getbstringobject(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash});
 }
 
 const bstring* YMMessageBase::getbstringobject_const(short field, short slot, unsigned long tag,
                                                      unsigned int hash) const
 {
-  return Access::object<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<bstring>(*this,
+                                 "const bstring* YMMessageBase::getbstringobject_const(short int, short int, "
+                                 "long unsigned int, unsigned int) const",
+                                 {field, slot, tag, hash});
 }
 
 bstring& YMMessageBase::getbstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  bstring* value = Access::markedObject<bstring>(
+      *this,
+      "bstring& YMMessageBase::getbstringobjectByRef(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash});
+  return value != nullptr ? *value : Access::emptyValue<bstring>();
 }
 
 void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag,
                                      unsigned int hash)
 {
-  bstring& target = Access::markedObject<bstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
-  if (auto* password = dynamic_cast<pstring*>(&target)) {
+  bstring* target = Access::markedObject<bstring>(*this,
+                                                  "void YMMessageBase::setbstringobject(short int, short "
+                                                  "int, const bstring&, long unsigned int, unsigned int)",
+                                                  {field, slot, tag, hash});
+  if (auto* password = dynamic_cast<pstring*>(target)) {
     *password = value;  // a plain text again
-  } else {
-    target = value;
+  } else if (target != nullptr) {
+    *target = value;
   }
 }
 
 pstring*& YMMessageBase::getpstringobject(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::objectRef<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::objectRef<pstring>(
+      *this,
+      "pstring*& YMMessageBase::getpstringobject(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash});
 }
 
 const pstring* YMMessageBase::getpstringobject_const(short field, short slot, unsigned long tag,
                                                      unsigned int hash) const
 {
-  return Access::object<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  return Access::object<pstring>(*this,
+                                 "const pstring* YMMessageBase::getpstringobject_const(short int, short int, "
+                                 "long unsigned int, unsigned int) const",
+                                 {field, slot, tag, hash});
 }
 
 pstring& YMMessageBase::getpstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
 {
-  return Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
+  pstring* value = Access::markedObject<pstring>(
+      *this,
+      "pstring& YMMessageBase::getpstringobjectByRef(short int, short int, long unsigned int, unsigned int)",
+      {field, slot, tag, hash});
+  return value != nullptr ? *value : Access::emptyValue<pstring>();
 }
 
 void YMMessageBase::setpstringobject(short field, short slot, const pstring& value,
                                      Annotation::PasswordEncryptType type, unsigned long tag,
                                      unsigned int hash)
 {
-  pstring& target = Access::markedObject<pstring>(*this, __PRETTY_FUNCTION__, {field, slot, tag, hash});
-  target = value;
-  target.setEncryptionType(type);
+  pstring* target = Access::markedObject<pstring>(
+      *this,
+      "void YMMessageBase::setpstringobject(short int, short int, const pstring&, "
+      "Annotation::PasswordEncryptType, long unsigned int, unsigned int)",
+      {field, slot, tag, hash});
+  if (target != nullptr) {  // a secret that has no place is kept nowhere
+    *target = value;
+    target->setEncryptionType(type);
+  }
 }
 
 // ---- Nested messages
 
 namespace {
+
+constexpr const char* getObjectSignature =
+    "void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)";
 
 /// What getObject may hand out as a pointer-sized slot: objects, and scalars, whose bytes own nothing.
 constexpr kwxml::TypeSet oneSlotTypes = kwxml::objectTypes | kwxml::scalarTypes;
@@ -391,7 +432,9 @@ void throwUnknownObject(const YMMessageBase& m, unsigned long tag, unsigned int 
 void*& YMMessageBase::getObject(short field, short slot, unsigned long tag, unsigned int hash)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  if (Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes)) {
+  if (Access::resolve(
+          *this, "void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)", a,
+          oneSlotTypes)) {
     return Access::pointer<void>(*this, a.slot);
   }
   if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
@@ -404,20 +447,29 @@ const void* YMMessageBase::getObject_const(short field, short slot, unsigned lon
                                            unsigned int hash) const
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(*this, __PRETTY_FUNCTION__, a, oneSlotTypes) ? Access::pointer<void>(*this, a.slot)
-                                                                      : nullptr;
+  return Access::resolve(*this,
+                         "const void* YMMessageBase::getObject_const(short int, short int, long unsigned "
+                         "int, unsigned int) const",
+                         a, oneSlotTypes)
+             ? Access::pointer<void>(*this, a.slot)
+             : nullptr;
 }
 
 void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership,
                               unsigned long tag, unsigned int hash, bool markSet)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::objectTypes)) {
+  if (!Access::resolve(*this,
+                       "void YMMessageBase::setObject(short int, short int, const void*, bool, long unsigned "
+                       "int, unsigned int, bool)",
+                       a, kwxml::objectTypes)) {
     return;
   }
   const FieldDef& def = class_->fields[a.field];
   if (def.slot != a.slot || !kwxml::contains(kwxml::objectTypes, def.type)) {
-    Access::logInvalidSlot(*this, __PRETTY_FUNCTION__,
+    Access::logInvalidSlot(*this,
+                           "void YMMessageBase::setObject(short int, short int, const void*, bool, long "
+                           "unsigned int, unsigned int, bool)",
                            a.slot);  // the value's type is the field's, not the slot's
     return;
   }
@@ -444,7 +496,7 @@ YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short
                                                 int classIndex)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(*this, __PRETTY_FUNCTION__, a, kwxml::typesHolding<YMMessageBase>)) {
+  if (!Access::resolve(*this, getObjectSignature, a, kwxml::typesHolding<YMMessageBase>)) {
     if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
       throwUnknownObject(*this, tag, hash);
     }
@@ -452,9 +504,10 @@ YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short
   }
   auto*& message = Access::pointer<YMMessageBase>(*this, a.slot);
   if (message == nullptr && (create || markSet)) {
-    setObject(a.field, a.slot, new YMMessageBase(system, classIndex), true, tagId_, hash, markSet);
-  } else if (message != nullptr && markSet) {
-    setField(a.field, tagId_, hash);
+    message = new YMMessageBase(system, classIndex);
+  }
+  if (message != nullptr && markSet) {
+    buffer_.setBit(a.field);
   }
   return message;
 }

@@ -142,7 +142,7 @@ void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool
       if (destroying) {
         destroyObject(bytes);
       } else if (bytes != nullptr) {
-        static_cast<bstring&>(*bytes) = bstring();
+        *bytes = Value();
       }
     } else if constexpr (ObjectValue<Tag>) {
       destroyObject(pointer<Value>(m, def.slot));
@@ -156,13 +156,17 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
 {
   const FieldDef* def = nullptr;
   if (static_cast<unsigned short>(field) >= buffer_.bitCount()) {
-    Access::logInvalidField(*this, __PRETTY_FUNCTION__, field);
+    Access::logInvalidField(
+        *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)",
+        field);
     return;
   }
   if (tag == tagId_) {
     def = &class_->fields[field];
   } else if (def = kwxml::findField(*class_, static_cast<std::uint32_t>(hash)); def == nullptr) {
-    Access::logUnknownHash(*this, __PRETTY_FUNCTION__, tag, hash);
+    Access::logUnknownHash(
+        *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)", tag,
+        hash);
     return;
   }
   Access::dropValue(*this, *def, destroying);
@@ -174,7 +178,8 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
       new (&buffer_[def->slot]) std::wstring;
     }
   }
-  buffer_.clearBit(def->fieldNumber);
+  buffer_.clearBit(
+      static_cast<short>(def - class_->fields));  // records without a type carry no number of their own
 }
 
 // ---- Bits of whole messages

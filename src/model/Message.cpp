@@ -128,8 +128,12 @@ YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
   MessageAccess::takeOver(*this, source);
 }
 
-YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source) noexcept
+YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source)
 {
+  if (class_ != nullptr && (class_ != source.class_ || buffer_.isExternal())) {
+    return *this = static_cast<const YMMessageBase&>(
+               source);  // refuses another class, keeps the caller's storage
+  }
   if (this != &source) {
     // The source may be a part of this message: it is taken out before the rest is destroyed.
     YMMessageBase taken(std::move(source));
@@ -306,7 +310,8 @@ YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packe
         static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
     return nullptr;
   }
-  return new YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
+  return new (std::nothrow)
+      YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
 }
 
 YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
@@ -331,7 +336,8 @@ YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(co
         function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
     return nullptr;
   }
-  return tag == kwxml::processingInstructionTag ? nullptr : new YMMessageBase(system, classIndex);
+  return tag == kwxml::processingInstructionTag ? nullptr
+                                                : new (std::nothrow) YMMessageBase(system, classIndex);
 }
 
 int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
@@ -404,15 +410,15 @@ void YMMessageBase::constructSubObjects()
   }
 }
 
-void YMMessageBase::reset()
+void YMMessageBase::reset() noexcept
 {
   if (class_ == nullptr) {
     return;
   }
   for (const FieldDef& def : *class_) {
     MessageAccess::dropValue(*this, def, false);
-    buffer_.clearBit(def.fieldNumber);
   }
+  buffer_.wipeBits();
   setDefaults(-1);
   if (isOldWay(tagId_)) {
     constructSubObjects();

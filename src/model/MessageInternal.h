@@ -188,19 +188,30 @@ struct MessageAccess
   {
     return resolve(m, signature, a, typesHolding<T>) ? inPlace<T>(m, a.slot) : emptyValue<T>();
   }
-  /// The byte or password string of a field, made when absent, and marked set.
+  /// The string object of a field, marked set; null when there is no such field.
   template <class T>
-  static T& markedObject(YMMessageBase& m, const char* signature, FieldAddress a)
+  static T* markedString(YMMessageBase& m, const char* signature, FieldAddress a)
   {
     if (!resolve(m, signature, a, typesHolding<T>)) {
-      return emptyValue<T>();
+      return nullptr;
+    }
+    m.buffer_.setBit(a.field);
+    return &inPlace<T>(m, a.slot);
+  }
+  /// The byte or password string of a field, made when absent, and marked set; null when there is no such
+  /// field.
+  template <class T>
+  static T* markedObject(YMMessageBase& m, const char* signature, FieldAddress a)
+  {
+    if (!resolve(m, signature, a, typesHolding<T>)) {
+      return nullptr;
     }
     m.buffer_.setBit(a.field);
     T*& slot = pointer<T>(m, a.slot);
     if (slot == nullptr) {
       slot = new T;
     }
-    return *slot;
+    return slot;
   }
 };
 

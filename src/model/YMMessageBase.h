@@ -58,8 +58,9 @@ public:
   /// message without a class takes on the source's; otherwise different classes throw KwException (and log),
   /// and the target is unchanged.
   YMMessageBase& operator=(const YMMessageBase& source);
-  /// Takes over everything that the source has, its class included.
-  YMMessageBase& operator=(YMMessageBase&& source) noexcept;
+  /// The same by taking over, without copying and without throwing. Throws (and logs) only where a copy
+  /// would, and copies where the target's values lie in storage of the caller.
+  YMMessageBase& operator=(YMMessageBase&& source);
 
   /// Gives a message its class and storage, as the constructors do. What it held before is destroyed.
   void initialize(int system, int classIndex, bool external, long long* buffer, int size);
@@ -85,8 +86,10 @@ public:
   static int constructObject(unsigned long system, unsigned long classId, const char* xml,
                              YMMessageBase*& out, bool parseNow, std::string& errorText);
 
-  /// Back to the state after construction: fields deleted, defaults applied.
-  void reset();
+  /// Deletes every field and applies the defaults; then an old-way class builds its sub-objects and marks
+  /// every primitive set, and any other unmarks every primitive, so that its defaults are values but not set
+  /// ones.
+  void reset() noexcept;
   /// Sets the field at position `onlyField`, or every field (-1), to its default value, where it has one.
   void setDefaults(short onlyField);
   /// Creates empty lists and nested messages (old-way classes do so at construction).
@@ -139,7 +142,8 @@ public:
     if (tag == tagId_ && static_cast<unsigned short>(field) < buffer_.bitCount()) [[likely]] {
       return buffer_.bit(field);
     }
-    return isSetSlow(__PRETTY_FUNCTION__, field, tag, hash);
+    return isSetSlow("bool YMMessageBase::isSet(short int, long unsigned int, long unsigned int) const",
+                     field, tag, hash);
   }
   /// Also tells whether the field has a name hash (a hidden one has none) and its name.
   bool isSet(short field, bool& hasHash, std::string& name) const;
@@ -160,17 +164,24 @@ public:
     if (ownSlot(slot, tag)) [[likely]] {
       return buffer_[slot];
     }
-    return getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash);
+    return getSlotSlow("XML_INT64 YMMessageBase::getint64(short int, long unsigned int, unsigned int) const",
+                       slot, tag, hash);
   }
   float getfloat(short slot, unsigned long tag, unsigned int hash) const
   {
-    return bitsTo<float>(ownSlot(slot, tag) ? buffer_[slot]
-                                            : getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash));
+    return bitsTo<float>(
+        ownSlot(slot, tag)
+            ? buffer_[slot]
+            : getSlotSlow("float YMMessageBase::getfloat(short int, long unsigned int, unsigned int) const",
+                          slot, tag, hash));
   }
   double getdouble(short slot, unsigned long tag, unsigned int hash) const
   {
-    return bitsTo<double>(ownSlot(slot, tag) ? buffer_[slot]
-                                             : getSlotSlow(__PRETTY_FUNCTION__, slot, tag, hash));
+    return bitsTo<double>(
+        ownSlot(slot, tag)
+            ? buffer_[slot]
+            : getSlotSlow("double YMMessageBase::getdouble(short int, long unsigned int, unsigned int) const",
+                          slot, tag, hash));
   }
   XML_INT64& getint64ByRef(short field, short slot, unsigned long tag, unsigned int hash);
 
@@ -181,7 +192,9 @@ public:
       buffer_[slot] = value;
       buffer_.setBit(field);
     } else {
-      setSlotSlow(__PRETTY_FUNCTION__, field, slot, value, true, tag, hash);
+      setSlotSlow(
+          "void YMMessageBase::setint64(short int, short int, XML_INT64, long unsigned int, unsigned int)",
+          field, slot, value, true, tag, hash);
     }
   }
   void setfloat(short field, short slot, float value, unsigned long tag, unsigned int hash)
@@ -190,7 +203,9 @@ public:
       buffer_[slot] = bitsFrom(value);
       buffer_.setBit(field);
     } else {
-      setSlotSlow(__PRETTY_FUNCTION__, field, slot, bitsFrom(value), false, tag, hash);
+      setSlotSlow(
+          "void YMMessageBase::setfloat(short int, short int, float, long unsigned int, unsigned int)", field,
+          slot, bitsFrom(value), false, tag, hash);
     }
   }
   void setdouble(short field, short slot, double value, unsigned long tag, unsigned int hash)
@@ -199,7 +214,9 @@ public:
       buffer_[slot] = bitsFrom(value);
       buffer_.setBit(field);
     } else {
-      setSlotSlow(__PRETTY_FUNCTION__, field, slot, bitsFrom(value), false, tag, hash);
+      setSlotSlow(
+          "void YMMessageBase::setdouble(short int, short int, double, long unsigned int, unsigned int)",
+          field, slot, bitsFrom(value), false, tag, hash);
     }
   }
 

@@ -261,13 +261,18 @@ std::string lineOf(const kwxml::LogRecord& record)
   if (record.reference != 0) {
     line.append("ref=").append(std::to_string(record.reference)).append(1, ' ');
   }
-  line.append(record.text);
-  while (line.ends_with('\n')) {
-    line.pop_back();
+  std::string_view text = record.text;
+  while (text.ends_with('\n')) {
+    text.remove_suffix(1);
   }
-  // Texts hold what comes from outside; none may begin what looks like a line of its own.
-  for (size_t at = line.find('\n'); at != std::string::npos; at = line.find('\n', at + 1)) {
-    line.insert(at + 1, 1, '\t');
+  // Texts hold what comes from outside; none may begin what looks like a line of its own, or move the cursor
+  // of the terminal that shows the file.
+  for (const char c : text) {
+    const auto u = static_cast<unsigned char>(c);
+    line += (u < 0x20 && c != '\n' && c != '\t') || u == 0x7F ? '?' : c;
+    if (c == '\n') {
+      line += '\t';
+    }
   }
   return line;
 }

@@ -151,6 +151,9 @@ TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
     for (short n = -1; n < 5; ++n) {
       if (slot != price.slot && slot != color.slot) {
         item.setdouble(n, slot, 1.5, item.getTagID(), 0);
+        if (slot != name.slot) {
+          item.setint64(n, slot, 7, item.getTagID(), 0);
+        }
       }
       if (slot != name.slot) {
         item.setstring(n, slot, "x", item.getTagID(), 0);
@@ -160,6 +163,8 @@ TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
     }
   }
   EXPECT_TRUE(item == before);
+  item.setint64(price.fieldNumber, name.slot, -11, item.getTagID(), price.hash);
+  EXPECT_EQ(getText(item, "name"), "-11") << "a number aimed at another field's text becomes its text";
   item.setint64(name.fieldNumber, name.slot, -12, item.getTagID(), name.hash);
   EXPECT_EQ(getText(item, "name"), "-12");
   YMMessageBase all = make("Types_AllTypes");
@@ -221,6 +226,28 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
   setInt(leaf, "number", 4);
   m.setObjectAccessor(&leaf, object.fieldNumber, object.slot, tag, object.hash);
   EXPECT_TRUE(*access(false, false) == leaf);
+
+  m.setObject(object.fieldNumber, object.slot, access(false, false), true, tag, object.hash, true);
+  EXPECT_TRUE(*access(false, false) == leaf) << "the stored object stored again stays";
+  m.setObject(object.fieldNumber, object.slot, new YMMessageBase(leaf), true, tag, object.hash, false);
+  EXPECT_FALSE(isSet(m, "objectValue"));
+  const FieldDef& leafList = field(m, "objectList");
+  EXPECT_EQ(m.getObjectAccessor(true, true, leafList.fieldNumber, object.slot, tag, object.hash,
+                                static_cast<int>(reference.system), static_cast<int>(reference.classIndex)),
+            access(false, false))
+      << "the slot is trusted, the field number marks";
+  EXPECT_TRUE(isSet(m, "objectList"));
+  m.unsetField(leafList.fieldNumber, tag, leafList.hash);
+  m.setField(object.fieldNumber, tag, object.hash);
+
+  const FieldDef& none = field(m, "noneValue");  // carries no field number of its own
+  const auto position = static_cast<short>(&none - m.getClass()->fields);
+  m.setField(position, tag, none.hash);
+  setInt(m, "intValue", 1);
+  m.deleteMember(position, tag, none.hash, false);
+  EXPECT_FALSE(m.isSet(position, tag, none.hash));
+  EXPECT_TRUE(isSet(m, "intValue"));
+  m.unsetField(field(m, "intValue").fieldNumber, tag, 0);
 
   LogCapture log;
   m.setMemberTestBit("objectValue", false);

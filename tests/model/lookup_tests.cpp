@@ -163,7 +163,9 @@ TEST(LookUps, SchemaTexts)
             "Subsystem Name : Types\nSubsystem Id : 60\nMessage Name : Hidden\nMessage Id : 24584\n\n"
             "FIELD TYPE                    \tFIELD NAME                    ID   \tINDEX\n"
             "int                           \tbefore                        0    \t0    \n"
-            "string                        \tafter                         2    \t2    \n");
+            "string                        \tafter                         2    \t2    \n"
+            "bstring                       \tbytes                         4    \t10   \n"
+            "bool                          \tflag                          5    \t11   \n");
   ASSERT_TRUE(YMMessageBase::getMessageSchemaString(hidden.getTagID(), text, true, true));
   EXPECT_NE(
       text.find(

@@ -125,6 +125,9 @@ TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
   }
   EXPECT_TRUE(log.has("YMMessageBase assignment operator", "[" + text + "]"));
   EXPECT_TRUE(leaf == before);
+  EXPECT_THROW(leaf = make("Demo_Status"), KwException) << "a temporary is another class too";
+  EXPECT_THROW(leaf = YMMessageBase(), KwException);
+  EXPECT_TRUE(leaf == before);
   const YMMessageBase& self = leaf;
   leaf = self;
   EXPECT_TRUE(leaf == before);
@@ -219,6 +222,32 @@ TEST(Values, DefaultsAndOldWayConstruction)
   EXPECT_TRUE(resetAccount == account);
 
   YMMessageBase hidden = make("Types_Hidden");
+  const FieldDef& bytes = field(hidden, "bytes");
+  EXPECT_EQ(
+      hidden.getbstringobject_const(bytes.fieldNumber, bytes.slot, hidden.getTagID(), bytes.hash)->text(),
+      "xyz");
+  EXPECT_TRUE(isSet(hidden, "bytes") && isSet(hidden, "flag"));
+  EXPECT_EQ(getInt(hidden, "flag"), 0);
+  YMMessageBase nothing = make("Types_Hidden");
+  nothing.wipeBitset();
+  YMMessageBase copy(nothing);
+  YMMessageBase assigned = make("Types_Hidden");
+  assigned = nothing;
+  std::vector<long long> storage(64);
+  YMMessageBase external(hidden.getSubsysID(), hidden.getClassIndex(), storage.data(), 64 * 8);
+  external = nothing;
+  for (const YMMessageBase* m : {&copy, &assigned, &external}) {  // the target's defaults do not survive
+    EXPECT_TRUE(*m == nothing);
+    EXPECT_FALSE(isSet(*m, "before") || isSet(*m, "after") || isSet(*m, "bytes"));
+  }
+  hidden.setEveryPrimitiveBitset(false);
+  EXPECT_TRUE(hidden == nothing);
+  hidden.setEveryPrimitiveBitset(true);
+  EXPECT_TRUE(isSet(hidden, "bytes") && isSet(hidden, "flag") && isSet(hidden, "after"));
+  EXPECT_EQ(
+      hidden.getbstringobject_const(bytes.fieldNumber, bytes.slot, hidden.getTagID(), bytes.hash)->text(),
+      "");
+  hidden = make("Types_Hidden");
   EXPECT_EQ(getInt(hidden, "before"), 1);
   EXPECT_EQ(getInt(hidden, "secret"), 0) << "a hidden field's default is passed over";
   EXPECT_EQ(getText(hidden, "after"), "3");
@@ -244,8 +273,11 @@ TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
   YMMessageBase other = make("Inventory_Stock");
   other.setProcessinginstructioninfo(info);
   EXPECT_TRUE(other == stock);
-  other.setProcessinginstructioninfo(info);  // into the existing one
+  const auto* existing = other.getProcessinginstructioninfo(false);
+  setInt(message, "priority", 4);
+  other.setProcessinginstructioninfo(info);
   EXPECT_TRUE(other == stock);
+  EXPECT_EQ(other.getProcessinginstructioninfo(false), existing) << "a copy into the existing one";
   other.setProcessinginstructioninfo(nullptr);
   EXPECT_TRUE(other == make("Inventory_Stock"));
   EXPECT_TRUE(log.lines().empty());

@@ -360,11 +360,12 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
     EXPECT_EQ(XMLSerializer().serialize(tooDeep, out), 1);
     EXPECT_EQ(out, "");
   });
-  const FieldDef& children = field(none = make("Types_Node"), "children");
-  none.getlistobject(children.fieldNumber, children.slot, none.getTagID(), children.hash, true)
+  YMMessageBase wide = make("Types_Node");
+  const FieldDef& children = field(wide, "children");
+  wide.getlistobject(children.fieldNumber, children.slot, wide.getTagID(), children.hash, true)
       ->assign(100, nodeChain(kwxml::maxMessageNesting));
   log.clear();
-  EXPECT_EQ(XMLSerializer().serialize(none, out), 1);
+  EXPECT_EQ(XMLSerializer().serialize(wide, out), 1);
   EXPECT_EQ(log.texts(), std::vector<std::string>{"Messages nest deeper than [64]"})
       << "the walk ends at the first";
   YMMessageBase status = make("Demo_Status");
@@ -373,7 +374,6 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
   std::string& inside = status.getstring(own.fieldNumber, own.slot, status.getTagID(), own.hash);
   EXPECT_EQ(XMLSerializer().serialize(status, inside, true), 0);
   EXPECT_EQ(inside, "<Demo_Status errorCode=\"0\" errorMessage=\"kept until it is written\"/>");
-  none = YMMessageBase();
   XMLSerializer().serializeXMLRecur(none, nullptr, nullptr, 2);
   EXPECT_TRUE(log.has(writer, "[Received NULL document]"));
 
