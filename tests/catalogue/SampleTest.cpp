@@ -165,7 +165,8 @@ TEST(Sample, Defaults)
     return entries;
   };
   EXPECT_EQ(run(1, classNamed(1, "Status")), std::vector<std::string>{"errorCode=0"});
-  EXPECT_EQ(run(60, classNamed(60, "Hidden")), (std::vector<std::string>{"before=1", "secret=2", "after=3", "bytes=xyz", "flag=false"}));
+  EXPECT_EQ(run(60, classNamed(60, "Hidden")),
+            (std::vector<std::string>{"before=1", "secret=2", "after=3", "bytes=xyz", "flag=false"}));
   EXPECT_EQ(run(31, classNamed(31, "Defaults")),
             (std::vector<std::string>{
                 "intValue=-7", "uintValue=4294967295", "longValue=-9000000000", "ulongValue=16",
