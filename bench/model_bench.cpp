@@ -1,9 +1,9 @@
 // The message model: single accessors beside a member of a plain struct, and look-ups, which promise to
 // allocate nothing.
 
-#include "AllocationCounter.h"
 #include "Comparison.h"
 #include "Documents.h"
+#include "support/AllocationCounter.h"
 
 #include <kwxml/model/YMMessageBase.h>
 
@@ -88,17 +88,17 @@ template <class LookUp>
 void measureLookUp(const char* name, LookUp lookUp)
 {
   benchmark::RegisterBenchmark(name, [lookUp](benchmark::State& state) {
-    const std::size_t before = allocationCount();
+    const test::AllocationCounter allocations;
     for ([[maybe_unused]] auto _ : state) {
       if (!lookUp()) {
         state.SkipWithError("nothing found");
         break;
       }
     }
-    if (allocationCount() != before) {
+    if (allocations.count() != 0) {
       state.SkipWithError("a look-up allocated memory");
     }
-    state.counters["allocations"] = static_cast<double>(allocationCount() - before);
+    state.counters["allocations"] = static_cast<double>(allocations.count());
   });
 }
 
