@@ -5,6 +5,9 @@
 #include "SchemaTypes.h"
 #include "Stages.h"
 
+#include <kwxml/model/Limits.h>
+
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <set>
@@ -19,6 +22,10 @@ constexpr long long maxSystem = XML_KWMessage_MessageSystemChooser::numberOfSyst
 constexpr long long minClassId = 1;  // records without a name have ID 0
 constexpr long long maxClassId = 0xFFFFFF;
 constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
+
+// How many messages making one may build within it. Messages made of messages grow by powers; real ones hold
+// dozens.
+constexpr std::size_t maxConstructedObjects = 10000;
 
 // The one class that an eager message never builds when it is made.
 constexpr std::uint32_t processingInstructionTag = 0x12454EA9;
@@ -69,6 +76,10 @@ private:
     std::map<long long, const Class*> ids;
     for (const Class& cls : system.classes) {
       checkClass(cls);
+      if (isDeclaredByLibrary(system.name, cppName(cls.name), cls.isEnum)) {
+        diagnostics_.error(cls.at, "class " + quoted(tagName(cls)) +
+                                       " has the name of something that the library's headers declare");
+      }
       const auto [same, isNew] = names.emplace(cppName(cls.name), &cls);
       if (!isNew && same->second->name == cls.name) {
         diagnostics_.error(cls.at,
@@ -220,34 +231,77 @@ private:
     return field.reference;
   }
 
-  /// Refuses classes whose construction would never end. Depth first with a stack of its own: a catalogue may
-  /// nest deeper than the program's stack.
+  /// What making a message of a class builds.
+  struct Construction
+  {
+    bool finished = false;    // false: the class is on the path
+    bool refused = false;     // it or a class within it has been reported
+    int depth = 1;            // of nested messages, the outermost counting as 1
+    std::size_t objects = 0;  // within the outermost one; at most one above the limit
+  };
+
+  void addInner(Construction& outer, const Construction& inner)
+  {
+    outer.refused = outer.refused || inner.refused;
+    outer.depth = std::max(outer.depth, inner.depth + 1);
+    outer.objects = std::min(outer.objects + 1 + inner.objects, maxConstructedObjects + 1);
+  }
+
+  /// Of classes within each other only the innermost that exceeds a limit is reported.
+  void finishConstruction(const Class& cls, Construction& construction)
+  {
+    construction.finished = true;
+    if (construction.refused) {
+      return;
+    }
+    std::string excess;
+    if (construction.depth > maxMessageNesting) {
+      excess = "nest " + std::to_string(construction.depth) + " messages deep; the limit is " +
+               std::to_string(maxMessageNesting);
+    } else if (construction.objects > maxConstructedObjects) {
+      excess = "build more than " + std::to_string(maxConstructedObjects) + " messages within it";
+    }
+    if (!excess.empty()) {
+      construction.refused = true;
+      diagnostics_.error(cls.at, "a new message of class " + quoted(tagName(cls)) + " would " + excess);
+    }
+  }
+
+  /// Refuses classes whose construction would never end or exhaust the stack or the memory of every program
+  /// that makes the message. Depth first with a stack of its own: a catalogue may nest deeper than the
+  /// program's stack.
   void checkConstruction()
   {
-    std::unordered_map<const Class*, bool> finished;         // absent: not visited; false: on the path
+    std::unordered_map<const Class*, Construction> visited;
     std::vector<std::pair<const Class*, std::size_t>> path;  // class and its next field
     for (const System& system : catalogue_.systems) {
       for (const Class& start : system.classes) {
-        if (finished.contains(&start)) {
+        if (!visited.try_emplace(&start).second) {
           continue;
         }
         path.assign(1, {&start, 0});
-        finished[&start] = false;
         while (!path.empty()) {
           auto& [cls, next] = path.back();
+          Construction& construction = visited[cls];
           if (next == cls->fields.size()) {
-            finished[cls] = true;
+            finishConstruction(*cls, construction);
             path.pop_back();
+            if (!path.empty()) {
+              addInner(visited[path.back().first], construction);
+            }
             continue;
           }
           const Class* inner = constructedWith(*cls, cls->fields[next++]);
           if (inner == nullptr) {
             continue;
           }
-          const auto [known, isNew] = finished.emplace(inner, false);
+          const auto [known, isNew] = visited.try_emplace(inner);
           if (isNew) {
             path.emplace_back(inner, 0);
-          } else if (!known->second) {
+          } else if (known->second.finished) {
+            addInner(construction, known->second);
+          } else {
+            construction.refused = true;
             reportCycle(path, inner);
           }
         }

@@ -1,5 +1,7 @@
 #include "CppText.h"
 
+#include "GlobalNames.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
@@ -24,40 +26,104 @@ constexpr std::string_view keywords[] = {
     "xor_eq",
 };
 
-// Macros that the headers of generated code bring, as far as a schema is likely to name them; and the names
-// that generated code itself uses where a class's name stands.
+// Macros that the headers of generated code bring and isMacroFamily() does not know; and the names that
+// generated code itself uses where a class's name stands.
 constexpr std::string_view takenNames[] = {
     "BUFSIZ",
-    "EOF",
+    "BYTE_ORDER",
+    "L_ctermid",
+    "L_cuserid",
+    "L_tmpnam",
+    "NFDBITS",
     "NULL",
-    "RAND_MAX",
+    "P_tmpdir",
+    "WCONTINUED",
+    "WEOF",
+    "WEXITED",
+    "WEXITSTATUS",
+    "WIFCONTINUED",
+    "WIFEXITED",
+    "WIFSIGNALED",
+    "WIFSTOPPED",
+    "WNOHANG",
+    "WNOWAIT",
+    "WSTOPPED",
+    "WSTOPSIG",
+    "WTERMSIG",
+    "WUNTRACED",
+    "alloca",
     "assert",
+    "be16toh",
+    "be32toh",
+    "be64toh",
     "classIndex",
     "errno",
+    "htobe16",
+    "htobe32",
+    "htobe64",
+    "htole16",
+    "htole32",
+    "htole64",
+    "le16toh",
+    "le32toh",
+    "le64toh",
     "linux",
     "major",
     "minor",
+    "offsetof",
     "stderr",
     "stdin",
     "stdout",
     "systemIndex",
     "tag",
     "unix",
+    "va_arg",
+    "va_copy",
+    "va_end",
+    "va_start",
     "RegisterSubsystem",
     "YMMessageBase",
-};
-
-// Global names that are no namespaces, or namespaces that are not a catalogue's.
-constexpr std::string_view globalNames[] = {
-    "FieldDef",       "FieldDataType", "MessageSystemRow", "XPathDataRow", "XPathIDHelper",
-    "XPathIDToXPath", "YMMessageBase", "YMMessageBuffer",  "bstring",      "cdata",
-    "kwxml",          "main",          "pstring",          "std",          "xercesc",
 };
 
 template <std::size_t N>
 bool contains(const std::string_view (&names)[N], std::string_view name)
 {
   return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+/// Whether `name` is one of `words`, which have a blank behind each.
+bool containsWord(std::string_view words, std::string_view name)
+{
+  while (!words.empty()) {
+    const std::size_t end = words.find(' ');
+    if (words.substr(0, end) == name) {
+      return true;
+    }
+    words.remove_prefix(end + 1);
+  }
+  return false;
+}
+
+/// Whether the name has a form in which the C library's headers define macros (EIO, INT_MAX, SEEK_SET ...).
+/// The whole form, because which of its names are taken differs between systems.
+bool isMacroFamily(std::string_view name)
+{
+  constexpr std::string_view beginnings[] = {"EXIT_", "FD_", "LC_", "RENAME_", "SEEK_"};
+  constexpr std::string_view ends[] = {"_BIT", "_ENDIAN", "_MAX", "_MIN", "_WIDTH"};
+  const auto isUpperOrDigit = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
+  const bool errorNumber =
+      name.size() > 1 && name[0] == 'E' && std::all_of(name.begin(), name.end(), isUpperOrDigit);
+  const bool integerConstant = (name.starts_with("INT") || name.starts_with("UINT")) && name.ends_with("_C");
+  return errorNumber || integerConstant ||
+         std::any_of(std::begin(beginnings), std::end(beginnings),
+                     [&](std::string_view beginning) { return name.starts_with(beginning); }) ||
+         std::any_of(std::begin(ends), std::end(ends),
+                     [&](std::string_view end) { return name.ends_with(end); });
+}
+
+bool isTaken(std::string_view name)
+{
+  return contains(keywords, name) || contains(takenNames, name) || isMacroFamily(name);
 }
 
 }  // namespace
@@ -87,7 +153,7 @@ std::string cppName(const std::string& name)
         (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
     c = letter ? c : '_';
   }
-  if (contains(keywords, out) || contains(takenNames, out)) {
+  if (isTaken(out)) {
     out.push_back('_');
   }
   return out;
@@ -95,7 +161,13 @@ std::string cppName(const std::string& name)
 
 bool isUsableNamespace(const std::string& name)
 {
-  return !contains(keywords, name) && !contains(takenNames, name) && !contains(globalNames, name);
+  return !isTaken(name) && !containsWord(libraryNames, name) && !containsWord(cLibraryNames, name);
+}
+
+bool isDeclaredByLibrary(const std::string& system, const std::string& name, bool isEnum)
+{
+  return (system == "Annotation" && (name == "DateType" || name == "PasswordEncryptType")) ||
+         (system == "KwEntities" && name == "ProcessingInstructionInfo" && isEnum);
 }
 
 std::string hexadecimal(unsigned long value, int digits)

@@ -17,6 +17,10 @@ std::string cppName(const std::string& name);
 /// False for a system name that cannot be a namespace: a keyword, or a name that is something else already.
 bool isUsableNamespace(const std::string& name);
 
+/// True for a class of a system whose namespace the library's headers share, when they already declare
+/// something else by that name. They declare the processing-instruction class, so a message by its name fits.
+bool isDeclaredByLibrary(const std::string& system, const std::string& name, bool isEnum);
+
 /// "0x" and at least `digits` upper-case hexadecimal digits.
 std::string hexadecimal(unsigned long value, int digits = 1);
 

@@ -6,6 +6,24 @@
 #include <utility>
 
 namespace kwxml::catalogue {
+namespace {
+
+constexpr std::size_t maxQuoted = 80;
+
+/// At most maxQuoted bytes of the text, not ending within a character, and "..." when that is not all.
+std::string shortened(const std::string& text)
+{
+  if (text.size() <= maxQuoted) {
+    return text;
+  }
+  std::size_t end = maxQuoted;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+    --end;
+  }
+  return text.substr(0, end) + "...";
+}
+
+}  // namespace
 
 std::uint32_t Diagnostics::addFile(std::string name)
 {
@@ -42,7 +60,26 @@ void Diagnostics::print(std::ostream& out) const
 
 std::string quoted(const std::string& text)
 {
-  return "'" + text + "'";
+  return "'" + shortened(text) + "'";
+}
+
+std::string withShortQuotes(const std::string& message)
+{
+  std::string out;
+  std::size_t at = 0;
+  while (true) {
+    const std::size_t open = message.find('\'', at);
+    if (open == std::string::npos) {
+      return out + message.substr(at);
+    }
+    out += message.substr(at, open - at);
+    const std::size_t close = message.find('\'', open + 1);
+    out += quoted(message.substr(open + 1, close == std::string::npos ? close : close - open - 1));
+    if (close == std::string::npos) {
+      return out;
+    }
+    at = close + 1;
+  }
 }
 
 }  // namespace kwxml::catalogue

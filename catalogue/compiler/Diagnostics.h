@@ -50,7 +50,11 @@ private:
   std::size_t errors_ = 0;
 };
 
-/// The text in single quotes.
+/// The text in single quotes; of a long one the beginning and "...".
 std::string quoted(const std::string& text);
+
+/// A message of the XML parser, in which what stands between single quotes is cut as quoted() cuts it. The
+/// parser cuts messages itself, so a closing quote may be missing.
+std::string withShortQuotes(const std::string& message);
 
 }  // namespace kwxml::catalogue

@@ -39,6 +39,10 @@ std::string toUtf8(const XMLCh* text)
   return ascii;
 }
 
+/// How deep elements may nest. The grammar's own nest 5 deep; the parser's work on elements that have no
+/// place in it grows with the square of their depth.
+constexpr int maxElementDepth = 16;
+
 /// Thrown out of a parse to end it; the diagnostics already hold the reason.
 struct ParseEnded
 {
@@ -54,6 +58,7 @@ public:
   void startFile(std::uint32_t file)
   {
     file_ = file;
+    depth_ = 0;
     system_ = nullptr;
     class_ = nullptr;
     field_ = nullptr;
@@ -66,6 +71,10 @@ public:
   void startElement(const XMLCh*, const XMLCh* localName, const XMLCh*,
                     const xercesc::Attributes& attributes) override
   {
+    if (++depth_ > maxElementDepth) {
+      diagnostics_.error(here(), "elements nest more than " + std::to_string(maxElementDepth) + " deep");
+      throw ParseEnded();
+    }
     attributes_ = &attributes;
     const std::string element = toUtf8(localName);
     if (element == "system") {
@@ -85,6 +94,7 @@ public:
 
   void endElement(const XMLCh*, const XMLCh* localName, const XMLCh*) override
   {
+    --depth_;
     const std::string element = toUtf8(localName);
     if (element == "system") {
       system_ = nullptr;
@@ -110,15 +120,15 @@ public:
 
   void warning(const xercesc::SAXParseException& exception) override
   {
-    diagnostics_.warning(locationOf(exception), toUtf8(exception.getMessage()));
+    diagnostics_.warning(locationOf(exception), withShortQuotes(toUtf8(exception.getMessage())));
   }
   void error(const xercesc::SAXParseException& exception) override
   {
-    diagnostics_.error(locationOf(exception), toUtf8(exception.getMessage()));
+    diagnostics_.error(locationOf(exception), withShortQuotes(toUtf8(exception.getMessage())));
   }
   void fatalError(const xercesc::SAXParseException& exception) override
   {
-    diagnostics_.error(locationOf(exception), toUtf8(exception.getMessage()));
+    diagnostics_.error(locationOf(exception), withShortQuotes(toUtf8(exception.getMessage())));
     throw ParseEnded();
   }
   void resetErrors() override {}
@@ -248,6 +258,7 @@ private:
   const xercesc::Locator* locator_ = nullptr;
   const xercesc::Attributes* attributes_ = nullptr;
   std::uint32_t file_ = 0;
+  int depth_ = 0;  // of open elements
   System* system_ = nullptr;
   Class* class_ = nullptr;
   Field* field_ = nullptr;  // the last one of class_

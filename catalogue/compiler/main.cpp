@@ -148,6 +148,12 @@ void writeFiles(const fs::path& directory, const std::vector<OutputFile>& files)
         throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
       }
     }
+    for (const OutputFile& file : files) {  // a rename that can only fail must not leave half of them done
+      const fs::path path = directory / file.name;
+      if (fs::is_directory(fs::symlink_status(path))) {
+        throw fs::filesystem_error("cannot replace", path, std::make_error_code(std::errc::is_a_directory));
+      }
+    }
     for (const OutputFile& file : files) {
       fs::rename(directory / (file.name + temporary), directory / file.name);
     }

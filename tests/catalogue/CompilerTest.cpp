@@ -230,25 +230,103 @@ TEST_F(Compiler, BoundsOfWhatAMessageHolds)
   EXPECT_NE(errors_.find("the annotations of 'f' take more than 65535 bytes"), std::string::npos) << errors_;
 }
 
-// Deeper than a stack of calls would go: eager messages nested in each other without a cycle, then with one.
-TEST_F(Compiler, FollowsDeepConstruction)
+// Eager messages within each other: at the limit, deeper than a stack of calls would go, without end, and
+// growing by powers of two. Only the innermost that is too large is reported.
+TEST_F(Compiler, BoundsWhatANewMessageBuilds)
 {
-  for (const bool cycle : {false, true}) {
-    const int depth = 30000;
+  const struct
+  {
+    int classes;
+    int fields;
+    bool cycle;
+    std::string errors;
+  } cases[] = {
+      {64, 1, false, ""},
+      {65, 1, false,
+       "deep.xml:2:27: error: a new message of class 'A_M0' would nest 65 messages deep; the limit is 64\n"},
+      {30000, 1, false,
+       "deep.xml:29937:35: error: a new message of class 'A_M29935' would nest 65 messages deep; the limit "
+       "is "
+       "64\n"},
+      {30000, 1, true, "deep.xml:30001:80: error: a new message of this class would contain itself "},
+      {13, 2, false, ""},
+      {60, 2, false,
+       "deep.xml:48:29: error: a new message of class 'A_M46' would build more than 10000 messages within "
+       "it\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.classes) + " classes");
     std::ostringstream out;
-    out << "<catalogue><system name='A' index='1'>";
-    for (int i = 0; i < depth; ++i) {
+    out << "<catalogue><system name='A' index='1'>\n";
+    for (int i = 0; i < c.classes; ++i) {
       out << "<message name='M" << i << "' id='" << i + 1 << "'>";
-      if (cycle || i + 1 < depth) {
-        out << "<field name='f' type='object' class='A_M" << (i + 1) % depth << "'/>";
+      for (int f = 0; f < c.fields && (c.cycle || i + 1 < c.classes); ++f) {
+        out << "<field name='f" << f << "' type='object' class='A_M" << (i + 1) % c.classes << "'/>";
       }
-      out << "</message>";
+      out << "</message>\n";
     }
     out << "</system></catalogue>";
     write("deep.xml", out.str());
-    EXPECT_EQ(run("-o out deep.xml"), cycle ? 1 : 0);
-    EXPECT_EQ(errors_.find("would contain itself") != std::string::npos, cycle);
+    EXPECT_EQ(run("-o out deep.xml"), c.errors.empty() ? 0 : 1);
+    EXPECT_EQ(errors_.substr(0, c.errors.size()), c.errors);
+    EXPECT_EQ(std::count(errors_.begin(), errors_.end(), '\n'), c.errors.empty() ? 0 : 1) << errors_;
   }
+}
+
+TEST_F(Compiler, EndsAtElementsThatNestTooDeep)
+{
+  std::string deep;
+  for (int i = 0; i < 100000; ++i) {
+    deep += "<catalogue>";
+  }
+  write("deep.xml", deep);
+  EXPECT_EQ(run("-o out deep.xml"), 1);
+  const std::string last = "deep.xml:1:188: error: elements nest more than 16 deep\n";
+  EXPECT_EQ(errors_.find(last), errors_.size() - last.size()) << errors_;
+}
+
+TEST_F(Compiler, CutsLongValuesInErrors)
+{
+  // Two bytes per character behind an odd number of them: the cut must not fall within one.
+  std::string value = "-";
+  for (int i = 0; i < 200; ++i) {
+    value += "\u00e4";
+  }
+  write("s.xml", "<catalogue><system name='" + value + "' index='1'/></catalogue>");
+  EXPECT_EQ(run("-o out s.xml"), 1);
+  EXPECT_NE(errors_.find(" error: value '" + value.substr(0, 79) +
+                         "...' does not match regular expression facet '[A-Za-z][A-Za-z0-9]*'\n"),
+            std::string::npos)
+      << errors_;
+}
+
+TEST_F(Compiler, RefusesSystemsThatCannotBeNamespaces)
+{
+  for (const std::string name :
+       {"XMLEncoder", "EncodingFlags", "FieldDef", "time", "read", "log", "logl", "EIO", "xercesc"}) {
+    write("s.xml",
+          "<catalogue><system name='" + name + "' index='1'><message name='M' id='1'/></system></catalogue>");
+    EXPECT_EQ(run("-o out s.xml"), 1) << name;
+    EXPECT_NE(errors_.find("error: system name '" + name + "' cannot name a C++ namespace\n"),
+              std::string::npos)
+        << errors_;
+  }
+  for (const std::string name : {"Type", "DateType", "PasswordEncryptType"}) {
+    write("s.xml", "<catalogue><system name='Annotation' index='1'><message name='" + name +
+                       "' id='1'/></system></catalogue>");
+    EXPECT_EQ(run("-o out s.xml"), name == "Type" ? 0 : 1) << name << errors_;
+  }
+}
+
+TEST_F(Compiler, ReplacesNoFileWhenOneCannotBeReplaced)
+{
+  write("s.xml", "<catalogue><system name='A' index='1'><message name='M' id='1'/></system></catalogue>");
+  write("out/tables_000.cpp", "earlier");
+  fs::create_directories(directory_ / "out/A.h");
+  EXPECT_EQ(run("-o out s.xml"), 1);
+  EXPECT_NE(errors_.find("cannot replace"), std::string::npos) << errors_;
+  EXPECT_EQ(read(directory_ / "out/tables_000.cpp"), "earlier");
+  EXPECT_EQ(std::distance(fs::directory_iterator(directory_ / "out"), fs::directory_iterator()), 2);
 }
 
 TEST_F(Compiler, CommandLine)

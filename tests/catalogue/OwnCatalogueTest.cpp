@@ -2,6 +2,14 @@
 // in.
 #include <kwxml/model/Metadata.h>
 
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cwchar>
+
+// Behind headers whose macros are the names of enumerators.
+#include <catalogue/Own.h>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -19,6 +27,14 @@ TEST(OwnCatalogue, IsTheOneThatTheLibrarySees)
       EXPECT_EQ(cls, nullptr) << system;
     }
   }
+}
+
+TEST(OwnCatalogue, EnumeratorsNamedLikeMacros)
+{
+  EXPECT_EQ(static_cast<int>(Own::Macros::EIO_), 1);
+  EXPECT_EQ(static_cast<int>(Own::Macros::INT_MAX_), 5);
+  EXPECT_EQ(static_cast<int>(Own::Macros::EIO__), 14);
+  EXPECT_STREQ(kwxml::findClass(77, 1)->fields[0].getName(), "EIO");
 }
 
 }  // namespace
