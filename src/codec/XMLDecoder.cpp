@@ -101,13 +101,14 @@ std::string XMLDecoder::GetEnumString(unsigned long tag, int value)
   constexpr const char* function = "XMLDecoder::GetEnumString";
   const _ClassDef* cls = GetClassDef(tag);
   if (cls == nullptr) {
-    log().logError(function, "Error retrieving metadata for given tag id : [%lul]", tag);
+    log().logError(function, "Error retrieving metadata for given tag id : [%ul]",
+                   static_cast<unsigned>(tag));
     return {};
   }
   std::string name = getEnumString(*cls, value);
   if (name.empty()) {
-    log().logError(function, "Enum with tag id : [%lul] does not contain member with value : [%d]", tag,
-                   value);
+    log().logError(function, "Enum with tag id : [%ul] does not contain member with value : [%d]",
+                   static_cast<unsigned>(tag), value);
   }
   return name;
 }
