@@ -3,8 +3,11 @@
 // need.
 #pragma once
 
+#include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/annotation/PasswordAlgorithms.h>
+#include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>

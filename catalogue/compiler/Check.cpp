@@ -180,10 +180,13 @@ private:
   {
     std::set<std::string> names;
     for (const Annotation& annotation : field.annotations) {
-      if (!isAnnotationName(annotation.name)) {
+      if (const AnnotationKind* kind = findAnnotationKind(annotation.name)) {
+        checkMembers(annotation, *kind);
+      } else {
         diagnostics_.error(annotation.at,
                            "unknown annotation " + quoted(annotation.name) + "; known: " + annotationNames());
-      } else if (!names.insert(annotation.name).second) {
+      }
+      if (!names.insert(annotation.name).second) {
         diagnostics_.error(annotation.at, "annotation " + quoted(annotation.name) + " is repeated");
       }
       for (const auto& [name, value] : annotation.members) {
@@ -197,6 +200,26 @@ private:
         annotationRecordSize(field) > maxAnnotationRecord) {
       diagnostics_.error(field.at, "the annotations of " + quoted(field.name) + " take more than " +
                                        std::to_string(maxAnnotationRecord) + " bytes");
+    }
+  }
+
+  /// The tables hold any member, but the library looks for those of the kind alone.
+  void checkMembers(const Annotation& annotation, const AnnotationKind& kind)
+  {
+    for (const auto& [name, value] : annotation.members) {
+      if (kind.members == AnnotationMembers::Any) {
+        continue;
+      }
+      if (kind.member == nullptr || name != kind.member) {
+        diagnostics_.warning(
+            annotation.at,
+            "annotation " + quoted(annotation.name) + " has no member " + quoted(name) +
+                (kind.member != nullptr ? "; known: " + std::string(kind.member) : std::string()));
+      } else if (kind.members == AnnotationMembers::Bool && !parseAnnotationBool(value)) {
+        diagnostics_.error(annotation.at, "member " + quoted(name) + " of annotation " +
+                                              quoted(annotation.name) + " is " + quoted(value) +
+                                              "; known: true, false");
+      }
     }
   }
 

@@ -1,6 +1,7 @@
 #include "CppText.h"
 
 #include "GlobalNames.h"
+#include "SchemaTypes.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -166,7 +167,8 @@ bool isUsableNamespace(const std::string& name)
 
 bool isDeclaredByLibrary(const std::string& system, const std::string& name, bool isEnum)
 {
-  return (system == "Annotation" && (name == "DateType" || name == "PasswordEncryptType")) ||
+  return (system == "Annotation" &&
+          (name == "DateType" || name == "PasswordEncryptType" || findAnnotationKind(name) != nullptr)) ||
          (system == "KwEntities" && name == "ProcessingInstructionInfo" && isEnum);
 }
 

@@ -36,13 +36,6 @@ const char* mapColumnName(FieldDataType type)
   return scalarName(fieldTypeInfo(type == FIELD_INT64 ? FIELD_LONGLONG : type));
 }
 
-constexpr const char* knownAnnotations[] = {
-    "CommandParam",      "Text",
-    "Suppress",          "HideInReports",
-    "Password",          "SingleInstanced",
-    "SearchCriteriaDef", "StoredProcedure",
-};
-
 /// The names of the rows that have one, comma-separated.
 template <class Name>
 std::string joinRows(Name name)
@@ -141,15 +134,20 @@ std::string passwordNames()
   return join(passwordEncryptTypeNames);
 }
 
-bool isAnnotationName(const std::string& name)
+const AnnotationKind* findAnnotationKind(const std::string& name)
 {
-  return std::find(std::begin(knownAnnotations), std::end(knownAnnotations), name) !=
-         std::end(knownAnnotations);
+  const auto* found = std::find_if(std::begin(annotationKinds), std::end(annotationKinds),
+                                   [&](const AnnotationKind& kind) { return name == kind.name; });
+  return found != std::end(annotationKinds) ? found : nullptr;
 }
 
 std::string annotationNames()
 {
-  return join(knownAnnotations);
+  std::string all;
+  for (const AnnotationKind& kind : annotationKinds) {
+    all += (all.empty() ? "" : ", ") + std::string(kind.name);
+  }
+  return all;
 }
 
 const char* enumeratorName(FieldDataType type)

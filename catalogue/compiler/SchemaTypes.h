@@ -1,6 +1,7 @@
 // The names that schema files use for field types, annotations and password types.
 #pragma once
 
+#include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/model/FieldTypes.h>
 
 #include <optional>
@@ -25,7 +26,8 @@ std::string mapTypeNames();
 std::optional<int> passwordType(const std::string& name);
 std::string passwordNames();
 
-bool isAnnotationName(const std::string& name);
+/// Null for an unknown kind.
+const AnnotationKind* findAnnotationKind(const std::string& name);
 std::string annotationNames();
 
 /// The enumerator of a field type, as generated code writes it: "FIELD_INT".

@@ -14,4 +14,8 @@ struct EncodingFlags
   unsigned char auxSwitchB = 1;         ///< carried, never interpreted
   unsigned char enumsAsNames = 0;       ///< enumerations by name also when readableForm is clear
   unsigned char maskPasswords : 1 = 0;  ///< every password is written as "*******"
+  unsigned char auxSwitchC = 0;         ///< carried, never interpreted
+  /// A protected password is handed to the encryption algorithm as it is, not decrypted first when its type
+  /// is not the one wanted. Byte 17 of the record.
+  unsigned char keepPasswordForm = 0;
 };

@@ -3,6 +3,8 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/xml/PasswordFields.h>
+#include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 namespace {
@@ -133,4 +135,126 @@ bool XMLDecoder::FillAnnotationIds(const FieldDef& field, std::vector<unsigned l
     ids.push_back(tag);
   });
   return ids.size() > before;
+}
+
+namespace {
+
+/// Fills an annotation from a field's record; `found` tells whether there is one of its kind. False, logged,
+/// when the record is damaged.
+bool fillFromRecord(const char* function, const FieldDef& field, AnnotationBase& annotation, bool& found)
+{
+  std::optional<std::string_view> members;
+  const bool whole = kwxml::AnnotationRecord(field.annotations).find(annotation.getTagID(), members);
+  found = members.has_value();
+  if (!whole || (found && !annotation.fill(*members))) {
+    log().logError(function, "Failed to parse the annotation [%s] to fill the field [%s]",
+                   annotation.getName(), field.getName());
+    return false;
+  }
+  return true;
+}
+
+bool getAnnotation(const char* function, const FieldDef& field, AnnotationBase& annotation)
+{
+  bool found = false;
+  return fillFromRecord(function, field, annotation, found) && found;
+}
+
+}  // namespace
+
+bool XMLDecoder::FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation, const std::string& name)
+{
+  constexpr const char* function = "XMLDecoder::FillAnnotation";
+  if (cls == nullptr) {
+    log().logError(function, "Received NULL ClassDef");
+    return false;
+  }
+  bool found = false;
+  for (const FieldDef& field : *cls) {
+    if (name == field.getName()) {
+      if (!fillFromRecord(function, field, annotation, found)) {
+        return false;
+      }
+      break;
+    }
+  }
+  if (!found) {
+    log().logError(function, "No class level annotation found for [%s]", name.c_str());
+  }
+  return found;
+}
+
+bool XMLDecoder::FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
+                                const std::string& name)
+{
+  return FillAnnotation(message != nullptr ? GetClassDef(message) : nullptr, annotation, name);
+}
+
+bool XMLDecoder::getCommandParamAnnotation(const FieldDef& field, Annotation::CommandParam& annotation)
+{
+  return getAnnotation("XMLDecoder::getCommandParamAnnotation", field, annotation);
+}
+
+bool XMLDecoder::getTextAnnotation(const FieldDef& field, Annotation::Text& annotation)
+{
+  return getAnnotation("XMLDecoder::getTextAnnotation", field, annotation);
+}
+
+bool XMLDecoder::getSearchCriteriaDefAnnotation(const FieldDef& field,
+                                                Annotation::SearchCriteriaDef& annotation)
+{
+  return getAnnotation("XMLDecoder::getSearchCriteriaDefAnnotation", field, annotation);
+}
+
+bool XMLDecoder::getStoredProcedure(const FieldDef& field, Annotation::StoredProcedure& annotation)
+{
+  return getAnnotation("XMLDecoder::getStoredProcedure", field, annotation);
+}
+
+bool XMLDecoder::registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)
+{
+  return kwxml::registerPasswordAlgorithm(kwxml::PasswordDirection::Encrypt, type, algorithm);
+}
+
+bool XMLDecoder::registerPasswordDecAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)
+{
+  return kwxml::registerPasswordAlgorithm(kwxml::PasswordDirection::Decrypt, type, algorithm);
+}
+
+PasswordAlgorithm XMLDecoder::GetRegisteredPasswordEncAlgo(Annotation::PasswordEncryptType type)
+{
+  return kwxml::passwordAlgorithm(kwxml::PasswordDirection::Encrypt, type);
+}
+
+PasswordAlgorithm XMLDecoder::GetRegisteredPasswordDecAlgo(Annotation::PasswordEncryptType type)
+{
+  return kwxml::passwordAlgorithm(kwxml::PasswordDirection::Decrypt, type);
+}
+
+int XMLDecoder::encryptPassword(int type, pstring& value, std::string& out) const
+{
+  return kwxml::encryptPassword({flags_, context_}, type, value, out);
+}
+
+bool XMLDecoder::decryptPassword(const FieldDef& field, const unsigned short* text, pstring*& out) const
+{
+  out = nullptr;
+  if (text == nullptr) {
+    log().logError("XMLDecoder::decryptPassword", "Received NULL string");
+    return false;
+  }
+  std::string received;
+  if (!XMLEncXStr::convertUTF16ToUTF8(text, std::char_traits<unsigned short>::length(text), received)) {
+    return false;  // logged
+  }
+  const auto value = kwxml::decryptPassword({flags_, context_}, field, received);
+  if (value) {
+    out = new pstring(*value);
+  }
+  return out != nullptr;
+}
+
+int XMLDecoder::ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const
+{
+  return kwxml::processPassword({flags_, context_}, value, reEncrypt);
 }

@@ -1,8 +1,10 @@
-// The decoder that callers use, and the look-ups of types, classes and enumeration names that encodings
-// share. A cheap value: every call builds its own serializer.
+// The decoder that callers use, the look-ups of types, classes, enumeration names and annotations that
+// encodings share, and what they do with passwords. A cheap value: every call builds its own serializer.
 #pragma once
 
+#include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/model/YMMessageBase.h>
 
 #include <string>
@@ -61,6 +63,44 @@ public:
 
   /// The tags of the annotations attached to a field, in the order of its schema; false when there are none.
   static bool FillAnnotationIds(const FieldDef& field, std::vector<unsigned long>& ids);
+
+  /// Fills an annotation from the one of its kind that the class attaches to the field or enumerator of that
+  /// name. False, with `annotation` unchanged and an error line, when there is no such class, field or
+  /// annotation, or its record is damaged.
+  static bool FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation, const std::string& name);
+  static bool FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
+                             const std::string& name);
+  /// The annotation of one kind of a field or an enumerator. False, with `annotation` unchanged, when it has
+  /// none (nothing is logged) or its record is damaged (an error line).
+  static bool getCommandParamAnnotation(const FieldDef& field, Annotation::CommandParam& annotation);
+  static bool getTextAnnotation(const FieldDef& field, Annotation::Text& annotation);
+  static bool getSearchCriteriaDefAnnotation(const FieldDef& field,
+                                             Annotation::SearchCriteriaDef& annotation);
+  static bool getStoredProcedure(const FieldDef& field, Annotation::StoredProcedure& annotation);
+
+  // Passwords. The algorithms are the process's, registered at start-up before threads encode or decode;
+  // PasswordAlgorithms.h says what they get and give, PasswordFields.h which one serves what.
+
+  /// Registers the algorithm of a type (null: none). False for a type above KWPASSWORD_ENCRYPTION_VER5, the
+  /// newest scheme among them. Either way a line at level 10.
+  static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
+  static bool registerPasswordDecAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
+  /// Null for a type without an algorithm.
+  static PasswordAlgorithm GetRegisteredPasswordEncAlgo(Annotation::PasswordEncryptType type);
+  static PasswordAlgorithm GetRegisteredPasswordDecAlgo(Annotation::PasswordEncryptType type);
+
+  /// The wire text of a password for a field of encryption type `type`; the flags' targetPasswordType counts
+  /// instead where it is set. 0; 6, with `out` empty, when nothing can protect the value. `value` is not
+  /// changed.
+  int encryptPassword(int type, pstring& value, std::string& out) const;
+  /// The value of a password field from its received zero-terminated text, escapes undone. False, with `out`
+  /// null, when nothing can decrypt it. The caller owns `out`.
+  bool decryptPassword(const FieldDef& field, const unsigned short* text, pstring*& out) const;
+  /// Decrypts a received password in place; its type is the context's password type, or the flags'
+  /// targetPasswordType where that is 0. The algorithm finds `reEncrypt` in the context. 0; otherwise `value`
+  /// is unchanged (1: empty, no valid type, no session, cannot be decrypted; 6: no algorithm), with an error
+  /// line.
+  int ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const;
 
 private:
   KwXMLContextInfo* context_ = nullptr;

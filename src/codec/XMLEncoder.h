@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/annotation/PasswordAlgorithms.h>
 
 #include <string>
 
@@ -21,6 +22,9 @@ public:
   /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
   /// success; 1, with `out` empty, on failure.
   int serialize(YMMessageBase& message, std::string& out, bool elementOnly = false) const;
+
+  /// See XMLDecoder::registerPasswordEncAlgo.
+  static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
 
 private:
   KwXMLContextInfo* context_ = nullptr;

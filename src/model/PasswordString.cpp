@@ -1,29 +1,16 @@
 // The members of pstring that need the password library; every call to it from the value types is here.
 #include <kwxml/model/StringTypes.h>
 
+#include <kwxml/model/SecretBuffer.h>
 #include <kwxml/platform/KWPassword.h>
 
-#include <strings.h>
 #include <algorithm>
 #include <cstring>
 #include <string>
 
 namespace {
 
-/// A zeroed buffer on the stack that may hold a password; wiped however its scope is left.
-template <std::size_t Size>
-struct SecretBuffer
-{
-  char bytes[Size] = {};
-
-  SecretBuffer() = default;
-  SecretBuffer(const SecretBuffer&) = delete;
-  SecretBuffer& operator=(const SecretBuffer&) = delete;
-  ~SecretBuffer() { explicit_bzero(bytes, Size); }
-
-  /// Never reads past the buffer, even where the password library left out the terminating zero.
-  std::string text() const { return std::string(bytes, strnlen(bytes, Size)); }
-};
+using kwxml::SecretBuffer;
 
 constexpr std::size_t inputLimit = 2048;
 constexpr std::size_t plainLimit = 512;

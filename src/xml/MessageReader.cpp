@@ -1,12 +1,12 @@
 #include <kwxml/xml/MessageReader.h>
 
-#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/NumberText.h>
 #include <kwxml/xml/Base64.h>
 #include <kwxml/xml/Dates.h>
+#include <kwxml/xml/PasswordFields.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XmlCh.h>
 #include <kwxml/xml/XmlText.h>
@@ -587,7 +587,8 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
       message.setbstringobject(def.fieldNumber, def.slot, bstring(std::move(bytes)), tag, def.hash);
     } else if constexpr (PasswordString<Tag>) {
       std::string received;
-      const auto password = unescape(text, received) ? decryptPasswordText(def, received) : std::nullopt;
+      const auto password =
+          unescape(text, received) ? decryptPassword({flags_, context_}, def, received) : std::nullopt;
       if (!password) {
         log().logError(function, "Password Handler Not Found while serializing bstring field [%s]",
                        def.getName());

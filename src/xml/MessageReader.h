@@ -38,6 +38,9 @@ public:
   MessageReader& operator=(const MessageReader&) = delete;
   ~MessageReader();
 
+  /// What passwords are read with; the context (null: none) must outlive the reading.
+  void setContext(KwXMLContextInfo* context) { context_ = context; }
+  void setFlags(const EncodingFlags& flags) { flags_ = flags; }
   /// Defaults of new messages stay set while reading; otherwise only what the document holds is set.
   void keepDefaults() { keepDefaults_ = true; }
   /// Reads into a message of the caller instead of a new one: its fields stay unless the document sets them.
@@ -114,6 +117,8 @@ private:
   /// The text with its escapes undone, as UTF-8; false (logged) when it holds a lone surrogate.
   bool unescape(std::u16string_view text, std::string& out);
 
+  KwXMLContextInfo* context_ = nullptr;
+  EncodingFlags flags_;
   std::vector<Frame> frames_;
   std::vector<Entry> entries_;
   const char* lastMapName_ = "";  ///< a constant of the catalogue

@@ -1,12 +1,12 @@
 #include <kwxml/xml/MessageWriter.h>
 
-#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/NumberText.h>
 #include <kwxml/xml/Base64.h>
 #include <kwxml/xml/Dates.h>
+#include <kwxml/xml/PasswordFields.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -44,10 +44,11 @@ std::string rootElementName(const YMMessageBase& message)
 }
 
 MessageWriter::MessageWriter(XmlSink& sink, const EncodingFlags& flags,
-                             const XMLSerializationSupport& listeners)
+                             const XMLSerializationSupport& listeners, KwXMLContextInfo* context)
     : sink_(sink),
       flags_(flags),
       listeners_(listeners),
+      context_(context),
       trace_(XMLDebug::getInstance()->getDebugLevel() >= traceLevel)
 {
 }
@@ -351,7 +352,7 @@ bool MessageWriter::passwordText(const Field& field, const pstring& value, int p
     return base64(value.text());
   }
   std::string text;
-  if (encryptPasswordText(type, value, text) == passwordHandlerMissing) {
+  if (encryptPassword({flags_, context_}, type, value, text) == passwordHandlerMissing) {
     XMLDebug::getInstance()->logError(
         function, "Password Handler Not Found while serializing bstring field [%s]", field.name());
     return false;

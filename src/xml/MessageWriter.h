@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+class KwXMLContextInfo;
 class XMLSerializationSupport;
 
 namespace kwxml {
@@ -22,7 +23,9 @@ std::string rootElementName(const YMMessageBase& message);
 class MessageWriter
 {
 public:
-  MessageWriter(XmlSink& sink, const EncodingFlags& flags, const XMLSerializationSupport& listeners);
+  /// All must outlive the writer; the context may be null.
+  MessageWriter(XmlSink& sink, const EncodingFlags& flags, const XMLSerializationSupport& listeners,
+                KwXMLContextInfo* context);
 
   /// Writes the set fields of the message into the sink's current element. A field that cannot be written is
   /// logged and left out. False when messages nest deeper than a reader accepts; nothing may be made of the
@@ -71,6 +74,7 @@ private:
   XmlSink& sink_;
   const EncodingFlags& flags_;
   const XMLSerializationSupport& listeners_;
+  KwXMLContextInfo* context_;
   bool trace_;
   bool tooDeep_ = false;
   int depth_ = 0;

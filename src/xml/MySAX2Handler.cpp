@@ -32,6 +32,16 @@ MySAX2Handler::MySAX2Handler() : reader_(std::make_unique<Reader>()) {}
 
 MySAX2Handler::~MySAX2Handler() = default;
 
+void MySAX2Handler::setContextInfo(KwXMLContextInfo* context)
+{
+  reader_->setContext(context);
+}
+
+void MySAX2Handler::setEncodingFlags(const EncodingFlags& flags)
+{
+  reader_->setFlags(flags);
+}
+
 void MySAX2Handler::setDefaultsWhileUnserialization()
 {
   reader_->keepDefaults();

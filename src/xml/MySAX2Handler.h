@@ -28,8 +28,9 @@ public:
   static std::uint32_t getHash(const char* text, std::size_t length) { return kwxml::nameHash(text, length); }
 
   // Called before parsing.
-  void setContextInfo(KwXMLContextInfo* context) { context_ = context; }
-  void setEncodingFlags(const EncodingFlags& flags) { flags_ = flags; }
+  /// The context stays the caller's and must outlive the parse; it and the flags concern passwords.
+  void setContextInfo(KwXMLContextInfo* context);
+  void setEncodingFlags(const EncodingFlags& flags);
   /// Fields keep their default values, marked set, unless the document sets them.
   void setDefaultsWhileUnserialization();
   /// The document is read into this message of the caller, whose other fields stay as they are.
@@ -65,8 +66,6 @@ private:
   [[noreturn]] void refuse(const char* what, const XMLCh* name) const;
 
   std::unique_ptr<Reader> reader_;
-  KwXMLContextInfo* context_ = nullptr;
-  EncodingFlags flags_;
   const xercesc::Locator* locator_ = nullptr;
   bool refusesElements_ = false;
 };

@@ -108,7 +108,7 @@ bool XMLSerializer::serializeXMLRecur(YMMessageBase& message, xercesc::DOMDocume
     return true;  // nothing was to be written
   }
   kwxml::DomSink sink(document, parent);
-  return kwxml::MessageWriter(sink, flags_, listeners_).writeFields(message, passwordMode);
+  return kwxml::MessageWriter(sink, flags_, listeners_, context_).writeFields(message, passwordMode);
 }
 
 namespace {

@@ -311,7 +311,7 @@ TEST_F(Compiler, RefusesSystemsThatCannotBeNamespaces)
               std::string::npos)
         << errors_;
   }
-  for (const std::string name : {"Type", "DateType", "PasswordEncryptType"}) {
+  for (const std::string name : {"Type", "DateType", "PasswordEncryptType", "CommandParam"}) {
     write("s.xml", "<catalogue><system name='Annotation' index='1'><message name='" + name +
                        "' id='1'/></system></catalogue>");
     EXPECT_EQ(run("-o out s.xml"), name == "Type" ? 0 : 1) << name << errors_;

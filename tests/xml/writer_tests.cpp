@@ -336,7 +336,7 @@ TEST(Writer, WhatCannotBeMadeIsLoggedAndTheRestIsWritten)
   RefusingSink sink;
   const EncodingFlags flags;
   const XMLSerializationSupport listeners;
-  EXPECT_TRUE(kwxml::MessageWriter(sink, flags, listeners).writeFields(m, 2));
+  EXPECT_TRUE(kwxml::MessageWriter(sink, flags, listeners, nullptr).writeFields(m, 2));
   EXPECT_EQ(sink.written, (std::vector<std::string>{"intValue", "time64Value"}));
   EXPECT_TRUE(log.has(writer, "Error constructing subobject : [objectValue]"));
   EXPECT_TRUE(log.has(writer, "Error constructing list object [intList]."));
