@@ -5,6 +5,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <kwxml/codec/StandInPasswords.h>
+
 #include <memory>
 
 namespace kwxml::tool {
@@ -54,8 +56,11 @@ CLI::Validator formName(bool readable)
 void refuseLosses(const LibraryLog& log, const std::string& input, const char* doing)
 {
   if (log.errors() > 0) {
-    throw Failure(exitData, input + ": " + doing + " met " + std::to_string(log.errors()) +
-                                (log.errors() == 1 ? " error" : " errors") + "; nothing is written");
+    const bool wantsKey = log.passwordLost() && !isPasswordKeyConfigured();
+    throw Failure(exitData,
+                  input + ": " + doing + " met " + std::to_string(log.errors()) +
+                      (log.errors() == 1 ? " error" : " errors") + "; nothing is written" +
+                      (wantsKey ? " (no password key is configured: see kwxml convert --help)" : ""));
   }
 }
 
@@ -65,7 +70,7 @@ void convert(const Options& options, LibraryLog& log)
   const std::string bytes = readInput(options.inputFile);
   const Form& from = options.from.empty() ? guessForm(bytes) : *findForm(options.from);
   Messages messages;
-  if (!from.read(bytes, messages, log)) {
+  if (!from.read(bytes, {.passwordsAsReceived = options.maskPasswords}, messages, log)) {
     std::string text = input + ": not a message in the form " + from.name;
     if (!log.unknownRoot().empty()) {
       text = input + ": unknown message '" + oneLine(log.unknownRoot(), 128) + "'" +
@@ -105,6 +110,12 @@ void addConvertCommand(CLI::App& app, Session& session)
                                  "A field that cannot be read or written is an error: nothing is written "
                                  "then. Attributes and elements that\n"
                                  "the class of the message does not have are passed over.\n\n"
+                                 "Passwords are decrypted and encrypted with the key file that the settings "
+                                 "name. The settings are the INI\n"
+                                 "file that the environment variable KWXML_SETTINGS names; kwxml key create "
+                                 "makes a key file:\n\n"
+                                 "  [Password]\n  keyfile = /etc/kwxml/password.key\n\n"
+                                 "--mask-passwords needs no key: it looks at no password.\n\n"
                                  "Example:\n  kwxml convert status.xml --readable\n"
                                  "  kwxml convert order.xml --elements --enum-names -o order-elements.xml\n"
                                  "  generate | kwxml convert --no-declaration > message.xml",
@@ -125,7 +136,8 @@ void addConvertCommand(CLI::App& app, Session& session)
       .add_flag("--readable", options->readable, "Indented, enumerations by name, dates and times as such")
       ->group(xml);
   command.add_flag("--enum-names", options->enumNames, "Enumerations by name")->group(xml);
-  command.add_flag("--mask-passwords", options->maskPasswords, "Every password as *******")->group(xml);
+  command.add_flag("--mask-passwords", options->maskPasswords, "Every password as *******; needs no key")
+      ->group(xml);
   command.add_flag("--no-declaration", options->noDeclaration, "Without the XML declaration")->group(xml);
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { convert(*options, log); }; });

@@ -3,6 +3,7 @@
 #include "Report.h"
 #include "XmlCheck.h"
 
+#include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 
@@ -20,9 +21,13 @@ bool looksLikeXml(std::string_view bytes)
   return start != std::string_view::npos && bytes[start] == '<';
 }
 
-bool readXml(const std::string& bytes, Messages& messages, LibraryLog& log)
+bool readXml(const std::string& bytes, const ReadOptions& options, Messages& messages, LibraryLog& log)
 {
-  std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(bytes));
+  KwXMLContextInfo context;
+  if (options.passwordsAsReceived) {
+    context.setPasswordEncType(Annotation::PASS_THROUGH);
+  }
+  std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(bytes, &context));
   if (message == nullptr) {
     return false;
   }

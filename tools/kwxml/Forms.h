@@ -24,6 +24,13 @@ struct WriteOptions
   bool xmlDeclaration = true;
 };
 
+/// How forms are read.
+struct ReadOptions
+{
+  /// Password texts are kept as they stand, so that no key is needed; the values are good for masking only.
+  bool passwordsAsReceived = false;
+};
+
 struct Form
 {
   const char* name;
@@ -31,7 +38,7 @@ struct Form
   bool (*looksLike)(std::string_view bytes);
   /// False when the bytes are not messages in this form; what is wrong with them or with single fields has
   /// been shown and counted by `log`. Null: it is only written.
-  bool (*read)(const std::string& bytes, Messages& messages, LibraryLog& log);
+  bool (*read)(const std::string& bytes, const ReadOptions& options, Messages& messages, LibraryLog& log);
   /// False (the library has logged why) when the messages cannot be written. Null: it is only read.
   bool (*write)(const Messages& messages, const WriteOptions& options, std::string& bytes);
   /// A text, which ends with a line end.

@@ -52,6 +52,7 @@ LibraryLog::LibraryLog(int level)
     if (record.level == 0) {
       // A message of the old way is written whole, and an object that it does not have earns it this line.
       errors_ += record.text == "[Please check]" ? 0 : 1;
+      passwordLost_ = passwordLost_ || record.text.starts_with("Password Handler Not Found");
       constexpr std::string_view before = "Unable to construct object out of tag : [";
       if (record.text.starts_with(before) && record.text.ends_with("]")) {
         unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);

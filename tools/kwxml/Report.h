@@ -29,11 +29,14 @@ public:
   void error(std::string_view text);
   /// The number of errors since the log was made by which something was lost.
   int errors() const { return errors_; }
+  /// True when the library lost a password for want of an algorithm or a key.
+  bool passwordLost() const { return passwordLost_; }
   /// The root element that the library could not make a message of; empty when it met none.
   const std::string& unknownRoot() const { return unknownRoot_; }
 
 private:
   int errors_ = 0;
+  bool passwordLost_ = false;
   std::string unknownRoot_;
 };
 

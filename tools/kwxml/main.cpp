@@ -4,6 +4,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <kwxml/codec/StandInPasswords.h>
+
 #include <charconv>
 #include <exception>
 #include <new>
@@ -80,6 +82,7 @@ int run(int argc, char** argv)
       "Example:\n  kwxml convert status.xml --readable");
   addCatalogueCommands(app, session);
   addConvertCommand(app, session);
+  addKeyCommand(app, session);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -93,6 +96,9 @@ int run(int argc, char** argv)
     return exitUsage;
   }
   LibraryLog log(session.logLevel);
+  if (isPasswordKeyConfigured()) {
+    registerPasswordAlgorithms();
+  }
   session.run(log);
   return exitDone;
 }
