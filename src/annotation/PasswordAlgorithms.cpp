@@ -33,7 +33,11 @@ public:
   ~ScopedParameter()
   {
     if (set_) {
-      context_.addParam(name_, earlier_);
+      try {
+        context_.addParam(name_, earlier_);
+      } catch (
+          ...) {  // the algorithm replaced the whole context, and there is no memory: the name is gone then
+      }
     }
   }
   ScopedParameter(const ScopedParameter&) = delete;

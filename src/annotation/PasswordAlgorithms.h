@@ -10,7 +10,8 @@
 // - An algorithm that cannot do it gives an empty text for one that is not empty: the value then counts as
 //   one without an algorithm. An empty password stays empty. Exceptions count as that failure too.
 // - The context is the one of the call and may carry the algorithm's own parameters, such as "MessageInfo"
-//   for session types. While it is called from the encodings these are there as well:
+//   for session types; an encryption algorithm that needs it looks for it itself and fails without. While it
+//   is called from the encodings these are there as well:
 //     "passwordType"        const int*: the type of the text handed in (encryption; decryption of a value in
 //                           memory). Absent when a received text is decrypted.
 //     "passwordEncoderArg"  const int*: the member of that name of the call's EncodingFlags
@@ -29,8 +30,10 @@ class KwXMLContextInfo;
 using PasswordAlgorithm = bstring (*)(bstring text, KwXMLContextInfo* context);
 
 /// Decrypts a text by the algorithm that is registered for its type, which gets `context` as it is. 0 with
-/// the algorithm's result in `out`; 6 (kwxml::passwordHandlerMissing) without one, or with one that throws,
-/// with `out` unchanged and one error line.
+/// the algorithm's result in `out`, which is empty when it failed (base64 of received texts, BASE64's
+/// included, is undone already; a text in memory is told by "passwordType"); 6
+/// (kwxml::passwordHandlerMissing) without one, or with one that throws, with `out` unchanged and one error
+/// line.
 int DecryptPasswordString(bstring in, bstring& out, Annotation::PasswordEncryptType type,
                           KwXMLContextInfo* context);
 

@@ -19,19 +19,19 @@ int typeOfText(const KwXMLContextInfo* context)
   return type != nullptr ? *static_cast<const int*>(type) : static_cast<int>(Annotation::PLAIN_TEXT);
 }
 
-/// The plain password of a text of one generation; empty when it is none under the key.
-bstring openText(char generation, const bstring& text)
+using PlainBuffer = SecretBuffer<KWPassword::maxPlainLength + 1>;
+
+/// The plain password of a text of one generation, or nothing when it is none under the key.
+bool openText(char generation, const bstring& text, PlainBuffer& plain, unsigned int& length)
 {
   if (text.empty() || text.text().front() != generation || text.text().find('\0') != std::string::npos) {
-    return bstring();
+    return false;
   }
-  SecretBuffer<KWPassword::maxPlainLength + 1> plain;
-  unsigned int length = KWPassword::maxPlainLength;
+  length = KWPassword::maxPlainLength;
   KWPassword library;
   const bool old = generation == '1' || generation == '2';
-  const int opened = old ? library.decrypt(text.c_str(), plain.bytes, &length)
-                         : library.decrypt(text.c_str(), plain.bytes, &length, nullptr);
-  return opened != 0 ? bstring(plain.bytes, length) : bstring();
+  return (old ? library.decrypt(text.c_str(), plain.bytes, &length)
+              : library.decrypt(text.c_str(), plain.bytes, &length, nullptr)) != 0;
 }
 
 template <int Type, int Generation>
@@ -39,9 +39,12 @@ struct Scheme
 {
   static bstring encrypt(bstring text, KwXMLContextInfo* context)
   {
+    const WipedText wiped(text.text());
     const int type = typeOfText(context);
     if (type == Type) {
-      return openText('0' + Generation, text).empty() ? bstring() : bstring(base64_encode(text));
+      PlainBuffer plain;
+      unsigned int length = 0;
+      return openText('0' + Generation, text, plain, length) ? bstring(base64_encode(text)) : bstring();
     }
     if (type != Annotation::PLAIN_TEXT || text.empty() || text.text().find('\0') != std::string::npos) {
       return bstring();  // the library would take a password up to a zero byte for the whole
@@ -54,7 +57,12 @@ struct Scheme
     return bstring(base64_encode(std::string(sealed, length)));
   }
 
-  static bstring decrypt(bstring text, KwXMLContextInfo*) { return openText('0' + Generation, text); }
+  static bstring decrypt(bstring text, KwXMLContextInfo*)
+  {
+    PlainBuffer plain;
+    unsigned int length = 0;
+    return openText('0' + Generation, text, plain, length) ? bstring(plain.bytes, length) : bstring();
+  }
 
   static void registerBoth()
   {

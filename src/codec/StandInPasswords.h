@@ -6,14 +6,13 @@ namespace kwxml {
 /// Registers algorithms for the types that the password library can serve, in both directions, in place of
 /// those that were registered before. A program calls it at start-up, before threads encode or decode.
 ///
-///   KWPASSWORD_ENCRYPTION_VER1, 2, 3, 5    texts of generation 1, 2, 3 and 5, under the key that the
-///   settings
-///                                          name at the time of each call. A plain password is encrypted; a
-///                                          value that already is of the type is written as it is if the key
-///                                          opens it. Texts of another key, damaged ones and passwords with a
-///                                          zero byte or of more than 1506 bytes are refused.
-///   BASE64                                 base64, which protects nothing from nobody who looks twice
-///   PASS_THROUGH                           written as it is (encryption only: it is never decrypted)
+///   KWPASSWORD_ENCRYPTION_VER1, 2, 3, 5
+///                  texts of generation 1, 2, 3 and 5, under the key that the settings name at the time of
+///                  each call. A plain password is encrypted; a value that is of the type already is written
+///                  as it is if the key opens it. Texts of another key, damaged ones, and passwords with a
+///                  zero byte or of more than 1506 bytes are refused.
+///   BASE64         base64, which hides nothing from who looks twice
+///   PASS_THROUGH   written as it is (encryption only: it is never decrypted)
 ///
 /// The session types stay without: their keys belong to sessions that the library knows nothing of. The
 /// newest scheme, KWPASSWORD_ENCRYPTION_VER8, cannot have an algorithm; values get to it by

@@ -139,6 +139,18 @@ bool XMLDecoder::FillAnnotationIds(const FieldDef& field, std::vector<unsigned l
 
 namespace {
 
+/// Runs a part of the layer that lets no exception out: without memory it fails as with bad input.
+template <class Result, class Operation>
+Result contained(const char* function, Result failure, Operation operation)
+{
+  try {
+    return operation();
+  } catch (const std::exception& error) {
+    log().logError(function, "[%s]", error.what());
+    return failure;
+  }
+}
+
 /// Fills an annotation from a field's record; `found` tells whether there is one of its kind. False, logged,
 /// when the record is damaged.
 bool fillFromRecord(const char* function, const FieldDef& field, AnnotationBase& annotation, bool& found)
@@ -156,8 +168,10 @@ bool fillFromRecord(const char* function, const FieldDef& field, AnnotationBase&
 
 bool getAnnotation(const char* function, const FieldDef& field, AnnotationBase& annotation)
 {
-  bool found = false;
-  return fillFromRecord(function, field, annotation, found) && found;
+  return contained(function, false, [&] {
+    bool found = false;
+    return fillFromRecord(function, field, annotation, found) && found;
+  });
 }
 
 }  // namespace
@@ -169,19 +183,21 @@ bool XMLDecoder::FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation
     log().logError(function, "Received NULL ClassDef");
     return false;
   }
-  bool found = false;
-  for (const FieldDef& field : *cls) {
-    if (name == field.getName()) {
-      if (!fillFromRecord(function, field, annotation, found)) {
-        return false;
+  return contained(function, false, [&] {
+    bool found = false;
+    for (const FieldDef& field : *cls) {
+      if (name == field.getName()) {
+        if (!fillFromRecord(function, field, annotation, found)) {
+          return false;
+        }
+        break;
       }
-      break;
     }
-  }
-  if (!found) {
-    log().logError(function, "No class level annotation found for [%s]", name.c_str());
-  }
-  return found;
+    if (!found) {
+      log().logError(function, "No class level annotation found for [%s]", name.c_str());
+    }
+    return found;
+  });
 }
 
 bool XMLDecoder::FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
@@ -233,7 +249,9 @@ PasswordAlgorithm XMLDecoder::GetRegisteredPasswordDecAlgo(Annotation::PasswordE
 
 int XMLDecoder::encryptPassword(int type, pstring& value, std::string& out) const
 {
-  return kwxml::encryptPassword({flags_, context_}, type, value, out);
+  return contained("XMLDecoder::encryptPassword", kwxml::passwordHandlerMissing, [&] {
+    return kwxml::encryptPassword({flags_, context_}, type, value, out);
+  });
 }
 
 bool XMLDecoder::decryptPassword(const FieldDef& field, const unsigned short* text, pstring*& out) const
@@ -243,18 +261,22 @@ bool XMLDecoder::decryptPassword(const FieldDef& field, const unsigned short* te
     log().logError("XMLDecoder::decryptPassword", "Received NULL string");
     return false;
   }
-  std::string received;
-  if (!XMLEncXStr::convertUTF16ToUTF8(text, std::char_traits<unsigned short>::length(text), received)) {
-    return false;  // logged
-  }
-  const auto value = kwxml::decryptPassword({flags_, context_}, field, received);
-  if (value) {
-    out = new pstring(*value);
-  }
-  return out != nullptr;
+  return contained("XMLDecoder::decryptPassword", false, [&] {
+    std::string received;
+    if (!XMLEncXStr::convertUTF16ToUTF8(text, std::char_traits<unsigned short>::length(text), received)) {
+      return false;  // logged
+    }
+    const auto value = kwxml::decryptPassword({flags_, context_}, field, received);
+    if (value) {
+      out = new pstring(*value);
+    }
+    return out != nullptr;
+  });
 }
 
 int XMLDecoder::ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const
 {
-  return kwxml::processPassword({flags_, context_}, value, reEncrypt);
+  return contained("XMLDecoder::ProcessPasswordAnnotation", 1, [&] {
+    return kwxml::processPassword({flags_, context_}, value, reEncrypt);
+  });
 }

@@ -65,8 +65,8 @@ public:
   static bool FillAnnotationIds(const FieldDef& field, std::vector<unsigned long>& ids);
 
   /// Fills an annotation from the one of its kind that the class attaches to the field or enumerator of that
-  /// name. False, with `annotation` unchanged and an error line, when there is no such class, field or
-  /// annotation, or its record is damaged.
+  /// name (a class has no annotations of its own). False, with `annotation` unchanged and an error line, when
+  /// there is no such class, field or annotation, or its record is damaged.
   static bool FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation, const std::string& name);
   static bool FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
                              const std::string& name);

@@ -54,24 +54,6 @@ bool isPrimitiveType(unsigned type)
   }
 }
 
-bool isListType(unsigned type)
-{
-  // The set has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring: encodings depend on
-  // it.
-  constexpr TypeSet set =
-      TypeSet{1} << FIELD_ULONGLONG | TypeSet{1} << FIELD_LIST_INT | TypeSet{1} << FIELD_LIST_UINT |
-      TypeSet{1} << FIELD_LIST_LONG | TypeSet{1} << FIELD_LIST_ULONG | TypeSet{1} << FIELD_LIST_LONGLONG |
-      TypeSet{1} << FIELD_LIST_ENUM | TypeSet{1} << FIELD_LIST_STRING | TypeSet{1} << FIELD_LIST_WSTRING |
-      TypeSet{1} << FIELD_LIST_OBJECT | TypeSet{1} << FIELD_LIST_BOOL | TypeSet{1} << FIELD_LIST_FLOAT |
-      TypeSet{1} << FIELD_LIST_DOUBLE;
-  return type < fieldTypeCount && (set >> type & 1) != 0;
-}
-
-bool isCollectionType(unsigned type)
-{
-  return isListType(type) || type == FIELD_LIST_BSTRING || fieldTypeInfo(type).mapKey != FIELD_UNSET;
-}
-
 }  // namespace kwxml
 
 // ---- FieldDef

@@ -203,7 +203,20 @@ const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash);
 
 /// Irregular sets, kept exactly as the product's encodings have them.
 bool isPrimitiveType(unsigned type);
-bool isListType(unsigned type);
-bool isCollectionType(unsigned type);
+/// It has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring.
+constexpr bool isListType(unsigned type)
+{
+  constexpr auto bit = [](FieldDataType one) { return std::uint64_t{1} << one; };
+  constexpr std::uint64_t set = bit(FIELD_ULONGLONG) | bit(FIELD_LIST_INT) | bit(FIELD_LIST_UINT) |
+                                bit(FIELD_LIST_LONG) | bit(FIELD_LIST_ULONG) | bit(FIELD_LIST_LONGLONG) |
+                                bit(FIELD_LIST_ENUM) | bit(FIELD_LIST_STRING) | bit(FIELD_LIST_WSTRING) |
+                                bit(FIELD_LIST_OBJECT) | bit(FIELD_LIST_BOOL) | bit(FIELD_LIST_FLOAT) |
+                                bit(FIELD_LIST_DOUBLE);
+  return type < fieldTypeCount && (set >> type & 1) != 0;
+}
+constexpr bool isCollectionType(unsigned type)
+{
+  return isListType(type) || type == FIELD_LIST_BSTRING || fieldTypeInfo(type).mapKey != FIELD_UNSET;
+}
 
 }  // namespace kwxml

@@ -59,7 +59,8 @@ bstring pstring::getPlainPassword() const
 
 void pstring::setEncryptedPassword(const std::string&)
 {
-  getPlainPassword();
+  bstring plain = getPlainPassword();
+  const kwxml::WipedText wiped(plain.text());
 }
 
 pstring pstring::getV8Password() const

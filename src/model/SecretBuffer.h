@@ -1,4 +1,4 @@
-// What the calls of the password library write into. Not installed.
+// Memory that may hold a password for a while. Not installed.
 #pragma once
 
 #include <strings.h>
@@ -21,6 +21,19 @@ struct SecretBuffer
 
   /// Never reads past the buffer, even where the password library left out the terminating zero.
   std::string text() const { return std::string(bytes, strnlen(bytes, Size)); }
+};
+
+/// Wipes a text when its scope is left, however; the text outlives it.
+class WipedText
+{
+public:
+  explicit WipedText(std::string& text) : text_(text) {}
+  ~WipedText() { explicit_bzero(text_.data(), text_.size()); }
+  WipedText(const WipedText&) = delete;
+  WipedText& operator=(const WipedText&) = delete;
+
+private:
+  std::string& text_;
 };
 
 }  // namespace kwxml

@@ -1,5 +1,6 @@
 #include <kwxml/model/StringTypes.h>
 
+#include <cstring>
 #include <ostream>
 
 namespace {
@@ -14,7 +15,10 @@ std::ostream& writeBytes(std::ostream& out, const std::string& text)
 
 bstring::~bstring() = default;
 cdata::~cdata() = default;
-pstring::~pstring() = default;
+pstring::~pstring()
+{
+  explicit_bzero(text().data(), text().size());  // what it held does not stay in freed memory
+}
 
 std::ostream& operator<<(std::ostream& out, const bstring& value)
 {

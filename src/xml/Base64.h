@@ -5,11 +5,16 @@
 // and base64_decode are self-contained and write a single line. Nothing depends on the process's locale.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 /// The base64 text of all bytes of `in`, in lines. An empty input gives an empty text. False, with a debug
 /// line and `out` unchanged, when the XML library refuses.
 bool base64Encode(const std::string& in, std::string& out);
+/// The length of that text for `length` bytes, and the text itself at `to`, which has room for it; gives the
+/// character behind it.
+std::size_t base64EncodedLength(std::size_t length) noexcept;
+char* base64EncodeTo(char* to, const char* bytes, std::size_t length) noexcept;
 /// The bytes of a base64 text, in which blanks and line breaks may stand anywhere; padding is required. An
 /// empty text gives an empty result. False, with a debug line and `out` unchanged, for anything else that is
 /// not base64 (nothing but blanks, and a zero byte inside the text rather than at its unseen end).

@@ -4,6 +4,7 @@
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Metadata.h>
+#include <kwxml/model/SecretBuffer.h>
 #include <kwxml/xml/Base64.h>
 
 namespace kwxml {
@@ -35,12 +36,13 @@ bool decryptValue(const PasswordSettings& settings, int type, bstring& text)
   temporary.setPasswordEncType(static_cast<Annotation::PasswordEncryptType>(type));
   temporary.addParam(passwordTypeParameter, &type);
   bstring plain;
+  const WipedText wiped(plain.text());
   if (DecryptPasswordString(text, plain, static_cast<Annotation::PasswordEncryptType>(type), &temporary) !=
           0 ||
       (plain.empty() && !text.empty())) {
     return false;
   }
-  text = std::move(plain);
+  text = plain;
   return true;
 }
 
@@ -90,11 +92,17 @@ int encryptPassword(const PasswordSettings& settings, int type, const pstring& v
 {
   out.clear();
   const int own = value.getEncryptionType();
-  const int target = settings.flags.targetPasswordType != 0 ? settings.flags.targetPasswordType : type;
+  int target = settings.flags.targetPasswordType != 0 ? settings.flags.targetPasswordType : type;
   if (target < 0 || target >= passwordEncryptTypeCount) {
     return passwordHandlerMissing;  // nobody knows what protection that would be
   }
+  const auto served = [](int one) { return algorithmFor(PasswordDirection::Encrypt, one) != nullptr; };
+  if (own == Annotation::PLAIN_TEXT && isProtectingPasswordType(type) && served(type) &&
+      !(isProtectingPasswordType(target) && served(target))) {
+    target = type;  // asking for no protection, or for one that nobody can give, does not take away this one
+  }
   bstring text(value.text());
+  const WipedText wiped(text.text());
   int typeOfText = own;
   // A protected value is not laid open for a target under which it would stay open.
   if (isProtectingPasswordType(target) && own != target && own != Annotation::PLAIN_TEXT &&
@@ -126,9 +134,12 @@ std::optional<pstring> decryptPassword(const PasswordSettings& settings, const F
   if (isProtectingPasswordType(type) && !base64Decode(received, text.text())) {
     return std::nullopt;
   }
-  if (wanted == Annotation::PASS_THROUGH) {
+  if (wanted == Annotation::PASS_THROUGH && type < passwordEncryptTypeCount) {
     log().debug(function, remarkLevel, "Password Encryption Type Marked as PassThrough");
-    if (isProtectingPasswordType(type)) {
+    if (type == Annotation::PLAIN_TEXT) {
+      return pstring(received);
+    }
+    if (type != Annotation::UNKNOWN) {
       return pstring(received, Annotation::PASS_THROUGH);
     }
   }
@@ -156,11 +167,12 @@ std::optional<pstring> decryptPassword(const PasswordSettings& settings, const F
     log().logError(function, "Password Decryption Handler Not Found for Type %d", type);
     return std::nullopt;
   }
-  const auto plain = decryptWith(settings, algorithm, text, false);
+  auto plain = decryptWith(settings, algorithm, text, false);
   if (!plain) {
     log().debug(function, remarkLevel, "The password of field [%s] cannot be decrypted", field.getName());
     return std::nullopt;
   }
+  const WipedText wiped(plain->text());
   if (!keeps) {
     return pstring(plain->text());
   }

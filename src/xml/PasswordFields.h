@@ -3,7 +3,7 @@
 //
 // The type of a field is that of its annotation record; the type of a value is the pstring's own. Two rules
 // hold whatever the types, the flags and the context say: a protected value is never written in another form
-// than a protected one, and no log line holds a password, plain or protected.
+// than a protected one, and no line that is logged for a field holds its password, plain or protected.
 //
 // The plain password of a value whose own type is PLAIN_TEXT has no protection to lose: where no algorithm
 // serves the type of its field it is written as it is. A program that wants its passwords protected registers
@@ -31,12 +31,13 @@ struct PasswordSettings
 
 /// The wire text of a password for a field of type `type`. 0, or passwordHandlerMissing with `out` empty.
 ///
-/// The target is the flags' targetPasswordType, or `type` where that is 0. A protected value of another type
-/// is first decrypted by the algorithm of its own type; where there is none it stays as it is. It also stays
-/// when the target protects nothing (PLAIN_TEXT, PASS_THROUGH), lest it be laid open, and when the flags say
-/// keepPasswordForm. Then the target's encryption algorithm makes the wire text; one that fails refuses the
-/// value. Without an algorithm a plain value is written as it is and every other refused. A target beyond the
-/// known types refuses all.
+/// The target is the flags' targetPasswordType, or `type` where that is 0. A plain value stays with `type`,
+/// when that protects and has an algorithm, if the flags' target has none or protects nothing (PLAIN_TEXT,
+/// PASS_THROUGH). A protected value of another type is first decrypted by the algorithm of its own type, also
+/// where the target is that of the field; where there is none it stays as it is. It also stays when the
+/// target protects nothing, lest it be laid open, and when the flags say keepPasswordForm. Then the target's
+/// encryption algorithm makes the wire text; one that fails refuses the value. Without an algorithm a plain
+/// value is written as it is and every other refused. A target beyond the known types refuses all.
 [[nodiscard]] int encryptPassword(const PasswordSettings& settings, int type, const pstring& value,
                                   std::string& out);
 
@@ -52,7 +53,8 @@ struct PasswordSettings
 ///
 /// The context's password type changes that for the types that protect:
 ///
-///   PASS_THROUGH                     the text as received, under that type; it must be base64 all the same
+///   PASS_THROUGH                     the text as received, under that type; it must be base64 all the same.
+///                                    (Texts of type 0 and 1 stay as received too, as plain values.)
 ///   KWPASSWORD_ENCRYPTION_VER2, 3    the value is kept under that type: as received (base64 undone) when it
 ///                                    is the field's own, else decrypted and encrypted again
 ///   any other (PLAIN_TEXT too)       nothing: the type of the field counts

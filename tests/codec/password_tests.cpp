@@ -277,6 +277,10 @@ TEST_F(Passwords, AreEncryptedForTheTarget)
       {11, 0, 1, "secret", false, "secret", -1},
       {6, 0, 1, "secret", false, "secret", -1},
       {1, 0, 1, "secret", false, "secret", -1},
+      // The protection that the field's type gives is not taken away by a target that gives none.
+      {3, 1, 1, "secret", false, wire(3, "secret"), 1},
+      {3, 6, 1, "secret", false, wire(3, "secret"), 1},
+      {3, 11, 1, "secret", false, wire(3, "secret"), 1},
       {11, 0, 3, "<3>fpvgpa", false, "-", 3},
       {11, 0, 11, "8x", false, "-", -1},
       {6, 0, 6, "x", false, "-", -1},
@@ -573,26 +577,34 @@ namespace {
 
 constexpr const char* canary = "cAn4ry&bird";
 
-/// Writes the message in every XML form, at the level that logs most, and shows all that came out.
-std::string everything(YMMessageBase& m, LogCapture& log)
+/// Everything that comes out of writing the message in one form, reading it and reading a damaged copy.
+std::string everything(YMMessageBase& m, const EncodingFlags& flags, int contextType, LogCapture& log)
 {
-  std::string all;
-  for (const int form : {0, 1, 2, 3, 4}) {
-    EncodingFlags flags;
-    flags.valuesAsElements = form == 1 ? 1 : 0;
-    flags.readableForm = form == 2 ? 1 : 0;
-    flags.maskPasswords = form == 3 ? 1 : 0;
-    flags.targetPasswordType = form == 4 ? 9 : 0;
-    std::string xml;
-    EXPECT_EQ(XMLEncoder(flags).serialize(m, xml), 0);
-    all += xml;
-    // What a reader says about it, and about a damaged copy.
-    (void)read(xml);
-    (void)read(xml.substr(0, xml.size() - 2));
-  }
-  all += shown(log.lines());
   log.clear();
-  return all;
+  KwXMLContextInfo context;
+  context.setPasswordEncType(type(contextType));
+  std::string xml;
+  EXPECT_EQ(XMLEncoder(flags, &context).serialize(m, xml), 0);
+  (void)read(xml, &context);
+  (void)read(xml.substr(0, xml.size() - 2), &context);
+  return xml + "\n" + context.getErrorDetails() + shown(log.lines());
+}
+
+/// The forms: plain, elements, readable, masked; then every target, with and without keepPasswordForm.
+std::vector<EncodingFlags> everyForm()
+{
+  std::vector<EncodingFlags> forms(4);
+  forms[1].valuesAsElements = 1;
+  forms[2].readableForm = 1;
+  forms[3].maskPasswords = 1;
+  for (int target = 1; target <= 11; ++target) {
+    for (const unsigned char keep : {0, 1}) {
+      EncodingFlags& flags = forms.emplace_back();
+      flags.targetPasswordType = target;
+      flags.keepPasswordForm = keep;
+    }
+  }
+  return forms;
 }
 
 bool shows(const std::string& all, const std::string& secret)
@@ -620,22 +632,30 @@ TEST_F(StandInPasswords, NoSecretShowsUnlessItsTypeSaysPlain)
         continue;
       }
       const int fieldType = kwxml::AnnotationRecord(def.annotations).passwordType();
+      const bool served = XMLDecoder::GetRegisteredPasswordEncAlgo(type(fieldType)) != nullptr;
+      const bool protects = served && fieldType != Annotation::PASS_THROUGH;
       for (int own = 0; own <= 11; ++own) {
         YMMessageBase m = make("Types_Annotated");
         m.wipeBitset();
         setPassword(m, def.getName(), pstring(canary, own));
-        const std::string all = everything(m, log);
-        const bool served = XMLDecoder::GetRegisteredPasswordEncAlgo(type(fieldType)) != nullptr;
-        const bool plain = own == Annotation::PLAIN_TEXT && fieldType != 0 && (!served || fieldType == 6);
-        // A type that says to carry the text unchanged is no protection either.
-        const bool carried = own == Annotation::PASS_THROUGH && fieldType == 6 && registered == 2;
-        EXPECT_EQ(shows(all, canary), plain || carried)
-            << def.getName() << " with a value of type " << own << ", algorithms " << registered << "\n"
-            << all;
-        if (registered != 2 || (fieldType != 9 && own != 1)) {
-          EXPECT_EQ(all.find(base64_encode(canary).substr(0, 12)), std::string::npos)
-              << def.getName() << " with a value of type " << own << "\n"
+        for (const EncodingFlags& flags : everyForm()) {
+          const int target = flags.targetPasswordType != 0 ? flags.targetPasswordType : fieldType;
+          const bool targetProtects = target != Annotation::PASS_THROUGH &&
+                                      XMLDecoder::GetRegisteredPasswordEncAlgo(type(target)) != nullptr;
+          const std::string all = everything(m, flags, flags.targetPasswordType, log);
+          // A plain value shows where nothing protects it; what is to be carried unchanged shows as it is.
+          const bool plain = own == Annotation::PLAIN_TEXT && fieldType != 0 && !protects && !targetProtects;
+          const bool carried =
+              own == Annotation::PASS_THROUGH && target == own && registered == 2 && fieldType != 0;
+          EXPECT_EQ(shows(all, canary), flags.maskPasswords == 0 && (plain || carried))
+              << def.getName() << " with a value of type " << own << ", target " << target << ", algorithms "
+              << registered << "\n"
               << all;
+          if (target != Annotation::BASE64 && fieldType != Annotation::BASE64) {
+            EXPECT_EQ(all.find(base64_encode(canary).substr(0, 12)), std::string::npos)
+                << def.getName() << " with a value of type " << own << ", target " << target << "\n"
+                << all;
+          }
         }
       }
     }

@@ -56,7 +56,7 @@ CLI::Validator formName(bool readable)
 void refuseLosses(const LibraryLog& log, const std::string& input, const char* doing)
 {
   if (log.errors() > 0) {
-    const bool wantsKey = log.passwordLost() && !isPasswordKeyConfigured();
+    const bool wantsKey = log.wantedKey() && !isPasswordKeyConfigured();
     throw Failure(exitData,
                   input + ": " + doing + " met " + std::to_string(log.errors()) +
                       (log.errors() == 1 ? " error" : " errors") + "; nothing is written" +
@@ -69,6 +69,9 @@ void convert(const Options& options, LibraryLog& log)
   const std::string input = inputName(options.inputFile);
   const std::string bytes = readInput(options.inputFile);
   const Form& from = options.from.empty() ? guessForm(bytes) : *findForm(options.from);
+  if (options.maskPasswords) {
+    log.hideDocuments();
+  }
   Messages messages;
   if (!from.read(bytes, {.passwordsAsReceived = options.maskPasswords}, messages, log)) {
     std::string text = input + ": not a message in the form " + from.name;
@@ -106,20 +109,21 @@ void convert(const Options& options, LibraryLog& log)
 void addConvertCommand(CLI::App& app, Session& session)
 {
   const auto options = std::make_shared<Options>();
-  CLI::App& command = addCommand(app, "convert", "Turns a message of one form into another.",
-                                 "A field that cannot be read or written is an error: nothing is written "
-                                 "then. Attributes and elements that\n"
-                                 "the class of the message does not have are passed over.\n\n"
-                                 "Passwords are decrypted and encrypted with the key file that the settings "
-                                 "name. The settings are the INI\n"
-                                 "file that the environment variable KWXML_SETTINGS names; kwxml key create "
-                                 "makes a key file:\n\n"
-                                 "  [Password]\n  keyfile = /etc/kwxml/password.key\n\n"
-                                 "--mask-passwords needs no key: it looks at no password.\n\n"
-                                 "Example:\n  kwxml convert status.xml --readable\n"
-                                 "  kwxml convert order.xml --elements --enum-names -o order-elements.xml\n"
-                                 "  generate | kwxml convert --no-declaration > message.xml",
-                                 options->outputFile);
+  CLI::App& command = addCommand(
+      app, "convert", "Turns a message of one form into another.",
+      "A field that cannot be read or written is an error: nothing is written "
+      "then. Attributes and elements that\n"
+      "the class of the message does not have are passed over.\n\n"
+      "Passwords are decrypted and encrypted with the key file that the settings "
+      "name. The settings are the INI\n"
+      "file that the environment variable KWXML_SETTINGS names; kwxml key create "
+      "makes a key file:\n\n"
+      "  [Password]\n  keyfile = /etc/kwxml/password.key\n\n"
+      "--mask-passwords needs no key: no password is decrypted, and none is shown in diagnostics.\n\n"
+      "Example:\n  kwxml convert status.xml --readable\n"
+      "  kwxml convert order.xml --elements --enum-names -o order-elements.xml\n"
+      "  generate | kwxml convert --no-declaration > message.xml",
+      options->outputFile);
   command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")->type_name("");
   command
       .add_option("--from", options->from,

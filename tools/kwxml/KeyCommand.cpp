@@ -11,20 +11,32 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+/// Why the settings could not name the file; null when they can. The settings reader ends a value at a line
+/// end or a comment, and drops the blanks around it.
+const char* unnamable(const std::string& path)
 {
-  std::string keyFile;
-  std::string outputFile;
-};
+  for (const char c : path) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      return "a control character";
+    }
+  }
+  if (path.find(" ;") != std::string::npos) {
+    return "a ';' behind a blank";
+  }
+  return path.ends_with(' ') ? "a blank at its end" : nullptr;
+}
 
-void create(const Options& options)
+void create(const std::string& file)
 {
+  const std::string path = std::filesystem::absolute(file).lexically_normal().string();
+  if (const char* what = unnamable(path)) {
+    throw Failure(exitUsage, "settings cannot name '" + path + "': it has " + what);
+  }
   std::string error;
-  if (!createKeyFile(options.keyFile, error)) {
+  if (!createKeyFile(file, error)) {
     throw Failure(exitData, error);
   }
-  writeText(options.outputFile, "[Password]\nkeyfile = " +
-                                    std::filesystem::absolute(options.keyFile).lexically_normal().string());
+  writeText("", "[Password]\nkeyfile = " + path);
 }
 
 }  // namespace
@@ -35,17 +47,18 @@ void addKeyCommand(CLI::App& app, Session& session)
   key.fallthrough();
   key.require_subcommand(1);
   key.footer("kwxml key create --help explains it.");
-  const auto options = std::make_shared<Options>();
-  CLI::App& command = addCommand(
-      key, "create", "Creates a key file with a new random key, for its owner alone to read.",
-      "An existing file is never overwritten. What is printed belongs in the settings, the INI file "
-      "that the environment\n"
-      "variable KWXML_SETTINGS names. Who has the key file can read every password; who loses it can "
-      "read none.\n\n"
-      "Example:\n  kwxml key create /etc/kwxml/password.key >> /etc/kwxml/settings.ini",
-      options->outputFile);
-  command.add_option("FILE", options->keyFile, "The key file to create")->required()->type_name("");
-  command.callback([options, &session] { session.run = [options](LibraryLog&) { create(*options); }; });
+  const auto file = std::make_shared<std::string>();
+  CLI::App& command =
+      *key.add_subcommand("create", "Creates a key file with a new random key, for its owner alone to read.");
+  command.fallthrough();
+  command.footer(
+      "An existing file is never overwritten. What is printed belongs in the settings, the INI file that the "
+      "environment\n"
+      "variable KWXML_SETTINGS names. Who has the key file can read every password; who loses it can read "
+      "none.\n\n"
+      "Example:\n  kwxml key create /etc/kwxml/password.key >> /etc/kwxml/settings.ini");
+  command.add_option("FILE", *file, "The key file to create")->required()->type_name("");
+  command.callback([file, &session] { session.run = [file](LibraryLog&) { create(*file); }; });
 }
 
 }  // namespace kwxml::tool

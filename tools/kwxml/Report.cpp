@@ -52,22 +52,33 @@ LibraryLog::LibraryLog(int level)
     if (record.level == 0) {
       // A message of the old way is written whole, and an object that it does not have earns it this line.
       errors_ += record.text == "[Please check]" ? 0 : 1;
-      passwordLost_ = passwordLost_ || record.text.starts_with("Password Handler Not Found");
+      for (const int type : {3, 4, 5, 9, 10}) {
+        wantedKey_ = wantedKey_ ||
+                     record.text == "Password Decryption Handler Not Found for Type " + std::to_string(type);
+      }
       constexpr std::string_view before = "Unable to construct object out of tag : [";
       if (record.text.starts_with(before) && record.text.ends_with("]")) {
         unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);
       }
     }
+    std::string text(record.text);
+    if (hidesDocuments_) {
+      for (const std::string_view before : {"XML: [", "XML : [", "Received xml for unserialization : ["}) {
+        if (const auto at = text.find(before); at != std::string::npos) {
+          text.replace(at + before.size(), std::string::npos, "...]");
+        }
+      }
+    }
     if (level == 0) {
       constexpr std::size_t longest = 400;
-      report(oneLine(record.text, longest));
+      report(oneLine(text, longest));
     } else {
       std::string line = "[";
       line += std::to_string(record.level);
       line += "] ";
       line += record.function != nullptr ? record.function : "";
       line += ": ";
-      line += record.text;
+      line += text;
       report(line);
     }
   });

@@ -29,14 +29,17 @@ public:
   void error(std::string_view text);
   /// The number of errors since the log was made by which something was lost.
   int errors() const { return errors_; }
-  /// True when the library lost a password for want of an algorithm or a key.
-  bool passwordLost() const { return passwordLost_; }
+  /// True when the library left out a password of a type that it could have decrypted with a key.
+  bool wantedKey() const { return wantedKey_; }
+  /// From now on lines that quote a whole document show the rest alone: passwords are in it.
+  void hideDocuments() { hidesDocuments_ = true; }
   /// The root element that the library could not make a message of; empty when it met none.
   const std::string& unknownRoot() const { return unknownRoot_; }
 
 private:
   int errors_ = 0;
-  bool passwordLost_ = false;
+  bool wantedKey_ = false;
+  bool hidesDocuments_ = false;
   std::string unknownRoot_;
 };
 

@@ -39,9 +39,16 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error)
 {
   const std::vector<std::string> unexpected = app.remaining(true);
   if (unexpected.empty()) {
-    return app.get_subcommands().empty() && error.get_name() == "RequiredError"
-               ? "no command is given; kwxml --help lists them"
-               : error.what();
+    const auto given = app.get_subcommands();
+    if (error.get_name() == "RequiredError" && given.empty()) {
+      return "no command is given; kwxml --help lists them";
+    }
+    if (error.get_name() == "RequiredError" && given.front()->get_require_subcommand_min() > 0 &&
+        given.front()->get_subcommands().empty()) {
+      const std::string& name = given.front()->get_name();
+      return "kwxml " + name + " wants a command; kwxml " + name + " --help lists them";
+    }
+    return error.what();
   }
   const std::string& word = unexpected.front();
   const std::vector<CLI::App*> chosen = app.get_subcommands();
@@ -57,10 +64,12 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error)
     }
     return "unknown option '" + word + "'" + didYouMean(word, names);
   }
-  if (!chosen.empty()) {
+  const CLI::App& scope = chosen.empty() ? app : *chosen.front();
+  const auto commands = scope.get_subcommands([](const CLI::App*) { return true; });
+  if (!chosen.empty() && (commands.empty() || !scope.get_subcommands().empty())) {
     return "unexpected argument '" + word + "'";
   }
-  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+  for (const CLI::App* command : commands) {
     names.push_back(command->get_name());
   }
   return "unknown command '" + word + "'" + didYouMean(word, names);
