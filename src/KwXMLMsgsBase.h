@@ -7,6 +7,8 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
+#include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/YMMessageBaseFileHandler.h>
 #include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>

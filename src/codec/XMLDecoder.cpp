@@ -2,6 +2,7 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/xml/PasswordFields.h>
 #include <kwxml/xml/Transcoding.h>
@@ -37,6 +38,27 @@ int XMLDecoder::unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLCon
 YMMessageBase* XMLDecoder::unSerialize(const std::string& xml, KwXMLContextInfo* context) const
 {
   return XMLSerializer(EncodingFlags(), context).unserialize(xml);
+}
+
+int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const
+{
+  return BinarySerializer::unserialize(message, buffer, context_, false);
+}
+
+int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer,
+                                  KwXMLContextInfo* context) const
+{
+  return BinarySerializer::unserialize(message, buffer, context, false);
+}
+
+YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer) const
+{
+  return BinarySerializer::unserialize(buffer, context_, false);
+}
+
+YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context) const
+{
+  return BinarySerializer::unserialize(buffer, context, false);
 }
 
 bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml,

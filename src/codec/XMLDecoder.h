@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+class BinaryBuffer;
 class KwXMLContextInfo;
 
 class XMLDecoder
@@ -30,6 +31,15 @@ public:
   int unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context = nullptr) const;
   /// The message in the text, which the caller owns; null on failure.
   YMMessageBase* unSerialize(const std::string& xml, KwXMLContextInfo* context = nullptr) const;
+
+  /// Reads a message's binary form into `message`, whose class the header must name; see
+  /// BinarySerializer::unserialize. 0 on success, -1 on failure. Passwords are read with the facade's
+  /// context, or with the one given.
+  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const;
+  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context) const;
+  /// The message in the buffer, which the caller owns; null on failure.
+  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer) const;
+  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context) const;
 
   /// Makes a message from a tag name ("Demo_Status") in `*out`, which the caller owns. With `xml`, the text
   /// is parsed into it at once (`parseNow`) or kept as its serialized text. False, with `*out` null, on

@@ -1,11 +1,22 @@
 #include <kwxml/codec/XMLEncoder.h>
 
+#include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 int XMLEncoder::serialize(YMMessageBase& message, std::string& out, bool elementOnly) const
 {
   return XMLSerializer(flags_, context_).serialize(message, out, elementOnly);
+}
+
+unsigned long XMLEncoder::SerializeBinary(YMMessageBase& message, BinaryBuffer& buffer)
+{
+  return BinarySerializer::serialize(message, buffer);
+}
+
+unsigned long XMLEncoder::SerializeBinary(YMMessageBase& message, BinaryBuffer& buffer, int version)
+{
+  return BinarySerializer::serialize(message, buffer, version);
 }
 
 bool XMLEncoder::registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)

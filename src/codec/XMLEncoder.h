@@ -7,6 +7,7 @@
 
 #include <string>
 
+class BinaryBuffer;
 class KwXMLContextInfo;
 class YMMessageBase;
 
@@ -22,6 +23,11 @@ public:
   /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
   /// success; 1, with `out` empty, on failure.
   int serialize(YMMessageBase& message, std::string& out, bool elementOnly = false) const;
+
+  /// The message in its binary form; see BinarySerializer::serialize, whose result it gives. Passwords are
+  /// encrypted with default flags and no context.
+  static unsigned long SerializeBinary(YMMessageBase& message, BinaryBuffer& buffer);
+  static unsigned long SerializeBinary(YMMessageBase& message, BinaryBuffer& buffer, int version);
 
   /// See XMLDecoder::registerPasswordEncAlgo.
   static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);

@@ -64,23 +64,45 @@ constexpr std::array<signed char, 256> sextets = [] {
   return table;
 }();
 
+/// The coder of the XML library breaks its text into lines of 60 characters.
+constexpr std::size_t groupsPerLine = 15;
+
+/// Four characters for up to three bytes; `length`, how many there are, is above 0.
+char* encodeGroup(char* to, const char* bytes, std::size_t length)
+{
+  const auto byteAt = [&](std::size_t i) { return i < length ? static_cast<unsigned char>(bytes[i]) : 0u; };
+  const unsigned group = byteAt(0) << 16 | byteAt(1) << 8 | byteAt(2);
+  to[0] = alphabet[group >> 18];
+  to[1] = alphabet[group >> 12 & 63];
+  to[2] = length > 1 ? alphabet[group >> 6 & 63] : '=';
+  to[3] = length > 2 ? alphabet[group & 63] : '=';
+  return to + 4;
+}
+
 }  // namespace
+
+std::size_t base64EncodedLength(std::size_t length) noexcept
+{
+  const std::size_t groups = (length + 2) / 3;
+  return groups * 4 + (groups + groupsPerLine - 1) / groupsPerLine;
+}
+
+char* base64EncodeTo(char* to, const char* bytes, std::size_t length) noexcept
+{
+  for (std::size_t i = 0, group = 1; i < length; i += 3, ++group) {
+    to = encodeGroup(to, bytes + i, length - i);
+    if (group % groupsPerLine == 0 || i + 3 >= length) {
+      *to++ = '\n';
+    }
+  }
+  return to;
+}
 
 bool base64Encode(const std::string& in, std::string& out)
 {
-  if (in.empty()) {
-    out.clear();
-    return true;
-  }
-  XMLSize_t length = 0;
-  CoderMemory memory;
-  const CoderResult result(
-      xercesc::Base64::encode(reinterpret_cast<const XMLByte*>(in.data()), in.size(), &length, &memory));
-  if (result == nullptr) {
-    XMLDebug::getInstance()->debug("base64Encode", "A text of %zu bytes cannot be encoded", in.size());
-    return false;
-  }
-  take(result, length, out);
+  std::string text(base64EncodedLength(in.size()), '\0');
+  base64EncodeTo(text.data(), in.data(), in.size());
+  out = std::move(text);
   return true;
 }
 
@@ -106,15 +128,10 @@ bool base64DecodeXmlCh(const unsigned short* in, std::string& out)
 
 std::string base64_encode(const std::string& in)
 {
-  std::string out;
-  out.reserve((in.size() + 2) / 3 * 4);
-  const auto byteAt = [&in](std::size_t i) { return i < in.size() ? static_cast<unsigned char>(in[i]) : 0u; };
+  std::string out((in.size() + 2) / 3 * 4, '\0');
+  char* to = out.data();
   for (std::size_t i = 0; i < in.size(); i += 3) {
-    const unsigned group = byteAt(i) << 16 | byteAt(i + 1) << 8 | byteAt(i + 2);
-    out += alphabet[group >> 18];
-    out += alphabet[group >> 12 & 63];
-    out += i + 1 < in.size() ? alphabet[group >> 6 & 63] : '=';
-    out += i + 2 < in.size() ? alphabet[group & 63] : '=';
+    to = encodeGroup(to, in.data() + i, in.size() - i);
   }
   return out;
 }

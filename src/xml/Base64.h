@@ -1,15 +1,16 @@
 // Base64 of byte strings and passwords, and the integer reading of attribute values.
 //
-// There are two pairs. base64Encode and its kin are the XML library's: lines of 60 characters at most, each
-// (the last one too) ended by a new-line; that text is what goes into documents and buffers. base64_encode
-// and base64_decode are self-contained and write a single line. Nothing depends on the process's locale.
+// There are two pairs. base64Encode and its kin have the XML library's form: lines of 60 characters at most,
+// each (the last one too) ended by a new-line; that text is what goes into documents and buffers.
+// base64_encode and base64_decode are self-contained and write a single line. Nothing depends on the
+// process's locale.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-/// The base64 text of all bytes of `in`, in lines. An empty input gives an empty text. False, with a debug
-/// line and `out` unchanged, when the XML library refuses.
+/// The base64 text of all bytes of `in`, in lines. An empty input gives an empty text. Always
+/// true.
 bool base64Encode(const std::string& in, std::string& out);
 /// The length of that text for `length` bytes, and the text itself at `to`, which has room for it; gives the
 /// character behind it.

@@ -1,0 +1,219 @@
+#include <kwxml/binary/BinarySerializer.h>
+
+#include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/binary/BinaryReader.h>
+#include <kwxml/binary/BinaryWriter.h>
+#include <kwxml/binary/WireFormat.h>
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/xml/XMLSerializer.h>
+
+#include <cassert>
+#include <exception>
+#include <limits>
+#include <memory>
+
+namespace wire = kwxml::wire;
+
+namespace {
+
+constexpr int traceLevel = 15;
+constexpr int wholeLevel = 25;
+
+XMLDebug& log()
+{
+  return *XMLDebug::getInstance();
+}
+
+const EncodingFlags defaultFlags;
+
+kwxml::EncodeCall encodeCall(int version, const BinarySerializerParameters* parameters)
+{
+  const bool given = parameters != nullptr;
+  const EncodingFlags* flags =
+      given && parameters->passwordSettings != nullptr ? parameters->passwordSettings : &defaultFlags;
+  return {version, {*flags, given ? parameters->context : nullptr}, log().getDebugLevel() >= traceLevel};
+}
+
+/// The largest body: sizes travel in 32 bits.
+constexpr std::uint64_t maxBody = std::numeric_limits<std::uint32_t>::max() - wire::headerSize;
+
+}  // namespace
+
+// ---- Writing
+
+unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer)
+{
+  return serialize(message, buffer, wire::defaultVersion, nullptr);
+}
+
+unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version)
+{
+  return serialize(message, buffer, version, nullptr);
+}
+
+unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version,
+                                          const BinarySerializerParameters* parameters)
+{
+  constexpr const char* function = "BinarySerializer::serialize";
+  kwxml::EncodeCall call = encodeCall(version, parameters);
+  const bool measuredAsWritten = version > 1;
+  call.keepPasswords = measuredAsWritten;
+  const std::uint64_t size = kwxml::measureBody(message, call);
+  const std::uint64_t required = size + wire::headerSize;
+  if (call.tooDeep) {
+    return 0;  // logged
+  }
+  if (call.trace) {
+    log().debug(function, traceLevel, "Required buffer size is %d", static_cast<int>(required));
+  }
+  if (buffer.external()) {
+    if (required > buffer.capacity()) {
+      log().logError(function, "Size of buffer provided : [%d] is not sufficient. Size required : [%d]",
+                     static_cast<int>(buffer.capacity()), static_cast<int>(required));
+      return 0;
+    }
+  } else {
+    buffer.SetWriteBuffer(nullptr, 0, false);
+    if (size > maxBody || !buffer.resizeBuffer(required)) {
+      log().logError(function, "Unable to create a buffer of required size : [%d]",
+                     static_cast<int>(required));
+      return 0;
+    }
+  }
+  // The body is told a version that is always above 1, whatever was asked for.
+  call.version = static_cast<int>(static_cast<std::uint32_t>(version) | wire::versionFlag);
+  BinaryStream out(buffer.data(), buffer.capacity());
+  out.WriteInt32(call.version);
+  out.WriteUInt32(static_cast<std::uint32_t>(message.getTagID()));
+  if (measuredAsWritten) {
+    [[maybe_unused]] const char* end =
+        kwxml::writeBody(message, buffer.data() + wire::headerSize, buffer.data(), call);
+    assert(end == buffer.data() + required);
+  } else {
+    kwxml::writeBody(message, out, call);
+  }
+  if (log().getDebugLevel() >= wholeLevel) {
+    std::string xml;
+    if (XMLSerializer().serialize(message, xml) == 0) {
+      log().debug(function, wholeLevel, "[%s]", xml.c_str());
+    }
+  }
+  return buffer.length();
+}
+
+unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message, int version,
+                                                          const BinarySerializerParameters* parameters)
+{
+  kwxml::EncodeCall call = encodeCall(version, parameters);
+  const std::uint64_t size = kwxml::measureBody(message, call);
+  return call.tooDeep ? 0 : size;
+}
+
+void BinarySerializer::serializeBinaryRecursive(YMMessageBase& message, BinaryStream& out, int version,
+                                                const BinarySerializerParameters* parameters)
+{
+  kwxml::EncodeCall call = encodeCall(version, parameters);
+  kwxml::writeBody(message, out, call);
+}
+
+// ---- Reading
+
+bool BinarySerializer::getVersionAndTagIDFromBuffer(BinaryStream& in, int& version, int& tagId, int& hasFlag)
+{
+  if (in.size() < wire::headerSize) {
+    return false;
+  }
+  in.ReadInt32(version);
+  in.ReadInt32(tagId);
+  hasFlag = (version & static_cast<int>(wire::versionFlag)) != 0 ? 1 : 0;
+  if (hasFlag != 0) {
+    version %= static_cast<int>(wire::versionFlag);
+  }
+  return true;
+}
+
+bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end,
+                                              int version, KwXMLContextInfo* context, bool flag)
+{
+  kwxml::DecodeCall call{version, context, flag, log().getDebugLevel() >= traceLevel,
+                         kwxml::decodeBudget(in.remaining())};
+  try {
+    return kwxml::readBody(message, in, end, call);
+  } catch (const std::exception& error) {  // no memory
+    log().logError("BinarySerializer::unserializeBinaryRecur", "[%s]", error.what());
+    return false;
+  }
+}
+
+int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                  bool merge)
+{
+  constexpr const char* function = "BinarySerializer::unserialize(obj, buffer, context)";
+  if (buffer.data() == nullptr || buffer.capacity() == 0) {
+    log().logError(function, "[%s]", "Buffer received for unserialization is not set");
+    return -1;
+  }
+  BinaryStream in(buffer.data(), buffer.length());
+  int version = 0;
+  int tag = 0;
+  int hasFlag = 0;
+  if (!getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
+    log().logError(function, "[%s]", "Buffer does not contain necessary metadata");
+    return -1;
+  }
+  if (static_cast<unsigned long>(static_cast<long>(tag)) != message.getTagID()) {
+    log().logError(function,
+                   "Received object with tagID [%u] does not match with the received buffer with tagID [%u]",
+                   static_cast<unsigned>(message.getTagID()), static_cast<unsigned>(tag));
+    return -1;
+  }
+  if (!merge) {
+    message.reset();
+    message.wipeBitset();
+  }
+  if (!unserializeBinaryRecur(message, in, buffer.length(), version, context, false)) {
+    log().logError(function, "Error unserializing from buffer on object [%s]", message.getTagName().c_str());
+    return -1;
+  }
+  return 0;
+}
+
+YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag)
+{
+  constexpr const char* function = "BinarySerializer::unserialize(buffer, context)";
+  BinaryStream in(buffer.data(), buffer.length());
+  int version = 0;
+  int tag = 0;
+  int hasFlag = 0;
+  if (buffer.data() == nullptr || buffer.capacity() == 0 ||
+      !getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
+    log().logError(function, "[%s]", "Buffer received for unserialization is not set");
+    return nullptr;
+  }
+  std::unique_ptr<YMMessageBase> message(
+      YMMessageBase::createObject(static_cast<unsigned long>(static_cast<long>(tag)), flag));
+  if (message == nullptr || message->getClass() == nullptr) {
+    log().logError(function, "Error identifying the object received. TagID = [%u]",
+                   static_cast<unsigned>(tag));
+    return nullptr;
+  }
+  message->wipeBitset();
+  if (!unserializeBinaryRecur(*message, in, buffer.length(), version, context, flag)) {
+    log().logError(function, "Error unserializing from buffer on object [%s]", message->getTagName().c_str());
+    return nullptr;
+  }
+  return message.release();
+}
+
+// ---- Types
+
+int BinarySerializer::getEncodingType(FieldDataType type)
+{
+  return kwxml::fieldTypeInfo(type).wireCode;
+}
+
+bool BinarySerializer::isCollectionType(FieldDataType type)
+{
+  return kwxml::isCollectionType(type);
+}

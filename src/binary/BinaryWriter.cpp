@@ -1,0 +1,588 @@
+#include <kwxml/binary/BinaryWriter.h>
+
+#include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/binary/WireFormat.h>
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/Limits.h>
+#include <kwxml/model/MessageInternal.h>
+#include <kwxml/xml/Base64.h>
+
+#include <bit>
+
+namespace kwxml {
+
+namespace {
+
+using wire::NumberForm;
+
+constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
+
+/// Calls `visit(const FieldDef&)` for each set field, in the order of the records.
+template <class Visit>
+void forEachSet(const YMMessageBase& message, Visit visit)
+{
+  const _ClassDef* cls = message.getClass();
+  if (cls == nullptr) {
+    return;
+  }
+  const FieldDef* const fields = cls->fields;
+  const YMMessageBuffer& buffer = MessageAccess::buffer(message);
+  const unsigned char* const bits = buffer.bits();
+  const int count = buffer.bitCount();
+  // Records of type 0 have no bit of their own: theirs is that of field 0. Set, they are looked for between
+  // the other set fields.
+  const bool untyped = count > 0 && buffer.bit(0);
+  int next = 0;
+  const auto visitUntyped = [&](int end) {
+    for (; next < end; ++next) {
+      if (fields[next].type == FIELD_UNSET) {
+        visit(fields[next]);
+      }
+    }
+  };
+  for (int first = 0; first < count; first += 8) {
+    for (unsigned byte = bits[first / 8]; byte != 0; byte &= byte - 1) {
+      const int field = first + std::countr_zero(byte);
+      if (untyped) {
+        visitUntyped(field);
+        next = field + 1;
+      }
+      visit(fields[field]);
+    }
+  }
+  if (untyped) {
+    visitUntyped(count);
+  }
+}
+
+/// A text as lists and maps write it: up to its first zero byte.
+std::size_t cutLength(const std::string& text)
+{
+  return __builtin_strlen(text.c_str());
+}
+
+std::uint32_t low32(long long value)
+{
+  return static_cast<std::uint32_t>(value);
+}
+
+template <NumberForm Form, class Number>
+std::size_t numberSize(Number value)
+{
+  if constexpr (Form == NumberForm::Zigzag) {
+    return varintSize(zigzag(static_cast<std::int32_t>(value)));
+  } else if constexpr (Form == NumberForm::Varint) {
+    return varintSize(static_cast<std::uint32_t>(value));
+  } else {
+    return wire::smallest(Form);
+  }
+}
+
+/// The bytes of all elements of a list of numbers. A sum of comparisons, which the compiler vectorizes.
+template <class Number>
+std::uint64_t elementsSize(const std::vector<Number>& list)
+{
+  constexpr NumberForm form = wire::elementForm<Number>;
+  if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
+    return list.size() * wire::smallest(form);
+  } else {
+    std::uint64_t total = list.size();
+    constexpr std::size_t block = 4096;  // its sum fits 32 bits
+    for (std::size_t begin = 0; begin < list.size(); begin += block) {
+      const std::size_t end = std::min(list.size(), begin + block);
+      std::uint32_t more = 0;
+      for (std::size_t i = begin; i < end; ++i) {
+        const auto bits = static_cast<std::uint32_t>(list[i]);
+        const std::uint32_t v = form == NumberForm::Zigzag ? zigzag(static_cast<std::int32_t>(bits)) : bits;
+        more += (v >= 1U << 7) + (v >= 1U << 14) + (v >= 1U << 21) + (v >= 1U << 28);
+      }
+      total += more;
+    }
+    return total;
+  }
+}
+
+/// The bytes of a length and what it counts.
+std::uint64_t delimited(std::uint64_t length)
+{
+  return varintSize(low32(static_cast<long long>(length))) + length;
+}
+
+/// What is written of a password: nothing but the key without an annotation, nothing at all when it is
+/// refused.
+struct PasswordText
+{
+  enum Kind
+  {
+    NoAnnotation,
+    Refused,
+    Written
+  } kind;
+  std::string text;
+};
+
+PasswordText passwordText(const FieldDef& def, const pstring* value, const EncodeCall& call)
+{
+  const AnnotationRecord annotations(def.annotations);
+  if (!annotations.present()) {
+    return {PasswordText::NoAnnotation, {}};
+  }
+  static const pstring none;
+  const pstring& password = value != nullptr ? *value : none;
+  const int type = annotations.passwordType();
+  if (type == Annotation::UNKNOWN || call.version < 2) {
+    return {PasswordText::Written, password.text()};
+  }
+  PasswordText result{PasswordText::Written, {}};
+  if (encryptPassword(call.passwords, type, password, result.text) == passwordHandlerMissing) {
+    return {PasswordText::Refused, {}};
+  }
+  return result;
+}
+
+/// False, with one error line, when the message is nested too deep.
+bool enter(EncodeCall& call)
+{
+  if (++call.depth <= maxMessageNesting && !call.tooDeep) {
+    return true;
+  }
+  if (!call.tooDeep) {
+    XMLDebug::getInstance()->logError(function, "Messages nest deeper than [%d]", maxMessageNesting);
+    call.tooDeep = true;
+  }
+  return false;
+}
+
+// ---- Measuring
+
+template <class Tag>
+std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call);
+
+template <class T>
+std::uint64_t measureMapPart(T& part, EncodeCall& call)
+{
+  if constexpr (std::is_same_v<T, YMMessageBase>) {
+    return delimited(measureBody(part, call));
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    return delimited(cutLength(part));
+  } else {
+    return 8;
+  }
+}
+
+/// Keys of maps are constant, yet a message among them keeps its size.
+template <class T>
+T& mutableKey(const T& key)
+{
+  return const_cast<T&>(key);
+}
+
+template <class Map>
+std::uint64_t measureMapBody(Map& map, EncodeCall& call)
+{
+  std::uint64_t size = 2;
+  for (auto& [key, value] : map) {
+    size += measureMapPart(mutableKey(key), call) + measureMapPart(value, call);
+  }
+  return size;
+}
+
+template <class Tag>
+std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+{
+  using Value = typename Tag::Value;
+  constexpr std::uint64_t key = wire::keySize;
+  const short slot = def.slot;
+  if constexpr (IntegerSlot<Tag>) {
+    return key + numberSize<wire::scalarForm<Tag>>(low32(MessageAccess::raw(message, slot)));
+  } else if constexpr (FloatingSlot<Tag>) {
+    return key + sizeof(Value);
+  } else if constexpr (Tag::type == FIELD_STRING) {
+    return key + delimited(MessageAccess::inPlace<std::string>(message, slot).size());
+  } else if constexpr (ByteString<Tag>) {
+    const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
+    const std::size_t size = value != nullptr ? value->size() : 0;
+    return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
+  } else if constexpr (PasswordString<Tag>) {
+    PasswordText password =
+        passwordText(def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
+    const std::size_t size = password.text.size();
+    if (call.keepPasswords && password.kind != PasswordText::NoAnnotation) {
+      call.passwordTexts.push_back(
+          password.kind == PasswordText::Written ? std::optional(std::move(password.text)) : std::nullopt);
+    }
+    return password.kind == PasswordText::Refused        ? 0
+           : password.kind == PasswordText::NoAnnotation ? key
+                                                         : key + delimited(size);
+  } else if constexpr (MessageValue<Tag>) {
+    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
+    return value != nullptr ? key + delimited(measureBody(*value, call)) : 0;
+  } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
+    Value* list = MessageAccess::pointer<Value>(message, slot);
+    const std::size_t count = list != nullptr ? list->size() : 0;
+    std::uint64_t size = key + varintSize(low32(static_cast<long long>(count)));
+    if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
+      return size + key + delimited(list != nullptr ? elementsSize(*list) : 0);
+    } else {
+      for (std::size_t i = 0; i < count; ++i) {
+        auto& item = (*list)[i];
+        if constexpr (Tag::type == FIELD_LIST_OBJECT) {
+          size += key + delimited(measureBody(item, call));
+        } else if constexpr (Tag::type == FIELD_LIST_STRING) {
+          size += key + delimited(cutLength(item));
+        } else {
+          size += key + delimited(call.version > 1 ? base64EncodedLength(item.size()) : item.size());
+        }
+      }
+      return size;
+    }
+  } else if constexpr (MapValue<Tag>) {
+    Value* map = MessageAccess::pointer<Value>(message, slot);
+    return key + varintSize(map != nullptr ? low32(static_cast<long long>(map->size())) : 0) + key +
+           delimited(map != nullptr ? measureMapBody(*map, call) : 2);
+  } else {
+    return key;
+  }
+}
+
+// ---- Writing
+
+/// Writes where there is room for everything.
+struct DirectOut
+{
+  static constexpr bool direct = true;
+  char* at;
+  const char* begin;
+
+  std::uint64_t position() const { return static_cast<std::uint64_t>(at - begin); }
+  void varint(std::uint32_t value) { at = putVarint(at, value); }
+  template <class T>
+  void fixed(T value)
+  {
+    value = littleEndian(value);
+    std::memcpy(at, &value, sizeof value);
+    at += sizeof value;
+  }
+  void raw(const char* bytes, std::size_t n)
+  {
+    if (n != 0) {
+      std::memcpy(at, bytes, n);
+      at += n;
+    }
+  }
+  void base64(const std::string& bytes) { at = base64EncodeTo(at, bytes.data(), bytes.size()); }
+};
+
+/// Writes into a stream that may end too early.
+struct StreamOut
+{
+  static constexpr bool direct = false;
+  BinaryStream& stream;
+
+  std::uint64_t position() const { return stream.position(); }
+  void varint(std::uint32_t value) { stream.WriteVarInt(value); }
+  void fixed(std::uint32_t value) { stream.WriteUInt32(value); }
+  void fixed(std::uint64_t value) { stream.WriteInt64(static_cast<long long>(value)); }
+  void raw(const char* bytes, std::size_t n) { stream.WriteRawBytes(bytes, n); }
+  void base64(const std::string& bytes)
+  {
+    std::string text(base64EncodedLength(bytes.size()), '\0');
+    base64EncodeTo(text.data(), bytes.data(), bytes.size());
+    raw(text.data(), text.size());
+  }
+};
+
+template <class Out>
+void writeFields(YMMessageBase& message, Out& out, EncodeCall& call);
+
+template <class Out>
+void writeText(Out& out, const char* bytes, std::size_t length)
+{
+  out.varint(low32(static_cast<long long>(length)));
+  out.raw(bytes, length);
+}
+
+template <class Out>
+void writeBytes(Out& out, const std::string& bytes, const EncodeCall& call)
+{
+  if (call.version > 1) {
+    out.varint(low32(static_cast<long long>(base64EncodedLength(bytes.size()))));
+    out.base64(bytes);
+  } else {
+    writeText(out, bytes.data(), bytes.size());
+  }
+}
+
+template <class Out>
+void writeNested(Out& out, YMMessageBase& message, EncodeCall& call)
+{
+  out.varint(message.GetCachedSize());
+  writeFields(message, out, call);
+}
+
+template <NumberForm Form, class Out, class Number>
+void writeNumber(Out& out, Number value)
+{
+  if constexpr (Form == NumberForm::Zigzag) {
+    out.varint(zigzag(static_cast<std::int32_t>(value)));
+  } else if constexpr (Form == NumberForm::Varint) {
+    out.varint(static_cast<std::uint32_t>(value));
+  } else if constexpr (std::is_same_v<Number, float>) {
+    out.fixed(std::bit_cast<std::uint32_t>(value));
+  } else {
+    out.fixed(std::bit_cast<std::uint64_t>(value));
+  }
+}
+
+template <class Out, class Number>
+void writeElements(Out& out, const std::vector<Number>& list)
+{
+  constexpr NumberForm form = wire::elementForm<Number>;
+  const std::uint64_t count = list.size();
+  if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
+    out.varint(static_cast<std::uint32_t>(count * sizeof(Number)));
+    if constexpr (std::endian::native == std::endian::little) {
+      out.raw(reinterpret_cast<const char*>(list.data()), count * sizeof(Number));
+    } else {
+      for (const Number value : list) {
+        writeNumber<form>(out, value);
+      }
+    }
+  } else {
+    // The size comes first. Where every possible size takes as many bytes as the least, it is put in
+    // afterwards.
+    const std::size_t sizeBytes = varintSize(static_cast<std::uint32_t>(count));
+    if constexpr (Out::direct) {
+      if (count < 1U << 28 && sizeBytes == varintSize(static_cast<std::uint32_t>(count * 5))) {
+        char* const sizeAt = out.at;
+        char* at = sizeAt + sizeBytes;
+        for (const Number value : list) {
+          const auto bits = static_cast<std::uint32_t>(value);
+          at = putVarint(at, form == NumberForm::Zigzag ? zigzag(static_cast<std::int32_t>(bits)) : bits);
+        }
+        putVarint(sizeAt, static_cast<std::uint32_t>(at - sizeAt) - static_cast<std::uint32_t>(sizeBytes));
+        out.at = at;
+        return;
+      }
+    }
+    out.varint(static_cast<std::uint32_t>(elementsSize(list)));
+    for (const Number value : list) {
+      writeNumber<form>(out, value);
+    }
+  }
+}
+
+template <class Out, class T>
+void writeMapPart(Out& out, T& part, EncodeCall& call)
+{
+  if constexpr (std::is_same_v<T, YMMessageBase>) {
+    writeNested(out, part, call);
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    writeText(out, part.c_str(), cutLength(part));
+  } else {
+    out.fixed(static_cast<std::uint64_t>(part));
+  }
+}
+
+template <class T>
+std::uint64_t mapPartSize(const T& part)
+{
+  if constexpr (std::is_same_v<T, YMMessageBase>) {
+    return delimited(part.GetCachedSize());
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    return delimited(cutLength(part));
+  } else {
+    return 8;
+  }
+}
+
+template <class Tag, class Out, class Map>
+void writeEntries(Out& out, Map* map, EncodeCall& call)
+{
+  out.varint(wire::mapCode(Tag::info.mapKey));
+  out.varint(wire::mapCode(Tag::info.mapValue));
+  if (map != nullptr) {
+    for (auto& [key, value] : *map) {
+      writeMapPart(out, mutableKey(key), call);
+      writeMapPart(out, value, call);
+    }
+  }
+}
+
+template <class Tag, class Out, class Map>
+void writeMap(Out& out, Map* map, EncodeCall& call)
+{
+  if constexpr (Out::direct) {
+    // The size comes first: room for its least number of bytes, and a step further for what follows if it
+    // needs more.
+    const std::uint64_t least = 2 + (map != nullptr ? map->size() * 2 : 0);
+    const std::size_t sizeBytes = varintSize(low32(static_cast<long long>(least)));
+    char* const sizeAt = out.at;
+    out.at += sizeBytes;
+    writeEntries<Tag>(out, map, call);
+    const auto size = static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(sizeBytes);
+    if (const std::size_t needed = varintSize(size); needed != sizeBytes) {
+      std::memmove(sizeAt + needed, sizeAt + sizeBytes, size);
+      out.at += needed - sizeBytes;
+    }
+    putVarint(sizeAt, size);
+  } else {
+    std::uint64_t size = 2;
+    if (map != nullptr) {
+      for (const auto& [key, value] : *map) {
+        size += mapPartSize(key) + mapPartSize(value);
+      }
+    }
+    out.varint(low32(static_cast<long long>(size)));
+    writeEntries<Tag>(out, map, call);
+  }
+}
+
+template <class Out>
+void writePassword(Out& out, const FieldDef& def, const pstring* value, EncodeCall& call)
+{
+  PasswordText password{PasswordText::NoAnnotation, {}};
+  if (call.keepPasswords && def.annotations != nullptr) {
+    auto& kept = call.passwordTexts[call.nextPassword++];
+    password.kind = kept ? PasswordText::Written : PasswordText::Refused;
+    if (kept) {
+      password.text = std::move(*kept);
+    }
+  } else {
+    password = passwordText(def, value, call);
+  }
+  switch (password.kind) {
+    case PasswordText::NoAnnotation:
+      out.fixed(wire::fieldKey(def));
+      XMLDebug::getInstance()->logError(function, "No Password annotation found on member : %s",
+                                        def.getName());
+      break;
+    case PasswordText::Refused:  // not even its key: a reader would take the next key for the value
+      XMLDebug::getInstance()->logError(
+          function, "Password Handler Not Found while serializing pstring field [%s]", def.getName());
+      break;
+    case PasswordText::Written:
+      out.fixed(wire::fieldKey(def));
+      writeText(out, password.text.data(), password.text.size());
+      break;
+  }
+}
+
+template <class Tag, class Out>
+void writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out& out, EncodeCall& call)
+{
+  using Value = typename Tag::Value;
+  const short slot = def.slot;
+  const std::uint32_t key = def.hash << 3 | Tag::info.wireCode;
+  const std::uint32_t first = isCollectionType(Tag::type) ? wire::collectionMarker : key;
+  if constexpr (IntegerSlot<Tag>) {
+    out.fixed(first);
+    if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed8) {
+      out.fixed(static_cast<std::uint64_t>(MessageAccess::raw(message, slot)));
+    } else {
+      writeNumber<wire::scalarForm<Tag>>(out, low32(MessageAccess::raw(message, slot)));
+    }
+  } else if constexpr (FloatingSlot<Tag>) {
+    out.fixed(first);
+    if constexpr (std::is_same_v<Value, float>) {
+      out.fixed(low32(MessageAccess::raw(message, slot)));
+    } else {
+      out.fixed(static_cast<std::uint64_t>(MessageAccess::raw(message, slot)));
+    }
+  } else if constexpr (Tag::type == FIELD_STRING) {
+    out.fixed(first);
+    const std::string& text = MessageAccess::inPlace<std::string>(message, slot);
+    writeText(out, text.data(), text.size());
+  } else if constexpr (ByteString<Tag>) {
+    out.fixed(first);
+    const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
+    static const std::string none;
+    writeBytes(out, value != nullptr ? value->text() : none, call);
+  } else if constexpr (PasswordString<Tag>) {
+    writePassword(out, def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
+  } else if constexpr (MessageValue<Tag>) {
+    if (YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot)) {
+      out.fixed(first);
+      writeNested(out, *value, call);
+    }
+  } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
+    out.fixed(first);
+    Value* list = MessageAccess::pointer<Value>(message, slot);
+    const std::size_t count = list != nullptr ? list->size() : 0;
+    out.varint(low32(static_cast<long long>(count)));
+    if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
+      out.fixed(key);
+      if (list != nullptr) {
+        writeElements(out, *list);
+      } else {
+        out.varint(0);
+      }
+    } else {
+      for (std::size_t i = 0; i < count; ++i) {
+        out.fixed(key);
+        auto& item = (*list)[i];
+        if constexpr (Tag::type == FIELD_LIST_OBJECT) {
+          writeNested(out, item, call);
+        } else if constexpr (Tag::type == FIELD_LIST_STRING) {
+          writeText(out, item.c_str(), cutLength(item));
+        } else {
+          writeBytes(out, item.text(), call);
+        }
+      }
+    }
+  } else if constexpr (MapValue<Tag>) {
+    out.fixed(first);
+    Value* map = MessageAccess::pointer<Value>(message, slot);
+    out.varint(map != nullptr ? low32(static_cast<long long>(map->size())) : 0);
+    out.fixed(key);
+    writeMap<Tag>(out, map, call);
+  } else {
+    out.fixed(first);  // wide strings and types without storage have no value
+  }
+}
+
+template <class Out>
+void writeFields(YMMessageBase& message, Out& out, EncodeCall& call)
+{
+  if (enter(call)) {
+    forEachSet(message, [&](const FieldDef& def) {
+      if (call.trace) {
+        XMLDebug::getInstance()->debug(function, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
+                                       message.getClass()->name, def.getName(),
+                                       static_cast<int>(out.position()));
+      }
+      visitFieldType(def.type, [&](auto tag) { writeValue(tag, message, def, out, call); });
+    });
+  }
+  --call.depth;
+}
+
+}  // namespace
+
+std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
+{
+  std::uint64_t size = 0;
+  if (enter(call)) {
+    forEachSet(message, [&](const FieldDef& def) {
+      size += visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
+    });
+  }
+  --call.depth;
+  message.SetCachedSize(low32(static_cast<long long>(size)));
+  return size;
+}
+
+char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call)
+{
+  DirectOut out{to, begin};
+  writeFields(message, out, call);
+  return out.at;
+}
+
+void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call)
+{
+  StreamOut stream{out};
+  writeFields(message, stream, call);
+}
+
+}  // namespace kwxml

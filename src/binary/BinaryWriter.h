@@ -1,0 +1,40 @@
+// The two walks that write a message's body: one measures, one writes. Not installed.
+#pragma once
+
+#include <kwxml/binary/BinaryStream.h>
+#include <kwxml/xml/PasswordFields.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+class YMMessageBase;
+
+namespace kwxml {
+
+/// One call of the encoder.
+struct EncodeCall
+{
+  int version;
+  PasswordSettings passwords;
+  bool trace = false;  ///< log each field
+  /// What the measuring walk made of each password, in its order (none: refused). Two encryptions of one
+  /// password may differ in length, so the writing walk takes these, where they are kept.
+  bool keepPasswords = false;
+  std::vector<std::optional<std::string>> passwordTexts{};
+  std::size_t nextPassword = 0;
+  int depth = 0;
+  bool tooDeep = false;  ///< nested deeper than a reader accepts (logged)
+};
+
+/// The bytes of the body; each nested message keeps its own in its cached size.
+std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call);
+
+/// Writes the body to where measureBody() has found room for it, and gives the byte behind it. `begin` is the
+/// position 0 of traces.
+char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call);
+/// Writes the body into a stream that may end before it does.
+void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call);
+
+}  // namespace kwxml

@@ -1,0 +1,224 @@
+#include <kwxml/binary/YMMessageBaseFileHandler.h>
+
+#include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/platform/CYxCRC64.h>
+#include <kwxml/platform/CYxFile.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+constexpr std::size_t prefixSize = 4;
+constexpr unsigned long batchVersion = 1;
+constexpr const char* writeError = "Failed to Dump Binary Into File, error=%s";
+
+XMLDebug& log()
+{
+  return *XMLDebug::getInstance();
+}
+
+bool usable(const CYxFile* file)
+{
+  return file != nullptr && file->IsValid();
+}
+
+/// Bytes between the position and the end of the file; as many as can be when it has no positions.
+unsigned long long bytesLeft(const CYxFile& file)
+{
+  const long long size = file.Size();
+  const long long position = file.Tell();
+  return size >= 0 && position >= 0 ? static_cast<unsigned long long>(std::max(size - position, 0LL)) : ~0ULL;
+}
+
+/// The next four bytes as an unsigned decimal number, as far as it goes; 0 when nothing can be read.
+unsigned long readNumber(CYxFile& file)
+{
+  char text[prefixSize + 1] = {};
+  return file.Read(text, prefixSize) > 0 ? std::strtoul(text, nullptr, 10) : 0;
+}
+
+/// The decimal text of a number as four bytes, zero-padded; further digits have no place.
+void numberText(unsigned long number, char (&out)[prefixSize])
+{
+  char text[24];
+  std::snprintf(text, sizeof text, "%lu", number);
+  std::strncpy(out, text, prefixSize);
+}
+
+struct Freed
+{
+  void operator()(char* memory) const { std::free(memory); }
+};
+
+}  // namespace
+
+// ---- Single records
+
+int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message)
+{
+  unsigned int written = 0;
+  return AddObjectToFile(message, written);
+}
+
+int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message, unsigned int& written)
+{
+  constexpr const char* function = "YMMessageBaseFileHandler::AddObjectToFile";
+  written = 0;
+  if (!usable(file_)) {
+    log().logError(function, "Invalid File.");
+    return InvalidFile;
+  }
+  file_->Seek(0, CYxFile::Origin::End);
+  const unsigned long length = BinarySerializer::serialize(message, buffer_);
+  if (length == 0) {
+    log().logError(function, "Data Serialized is 0.Nothing to write.");
+    return NothingMore;
+  }
+  unsigned char prefix[prefixSize];
+  for (std::size_t i = 0; i < prefixSize; ++i) {
+    prefix[i] = static_cast<unsigned char>(length >> (8 * (prefixSize - 1 - i)));
+  }
+  const auto write = [&](const void* bytes, unsigned long size) {
+    CYxError error;
+    if (file_->Write(bytes, size, &error) < 0) {
+      log().logError(function, writeError, error.AsString());
+      return false;
+    }
+    written += static_cast<unsigned int>(size);
+    if (crc_ != nullptr) {
+      crc_->UpdateCRC64(bytes, size);
+    }
+    return true;
+  };
+  return write(prefix, prefixSize) && write(buffer_.data(), length) ? Success : WriteFailed;
+}
+
+int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
+{
+  if (!usable(file_)) {
+    return InvalidFile;
+  }
+  if (file_->IsEOF()) {
+    return NothingMore;
+  }
+  unsigned char prefix[prefixSize];
+  if (file_->Read(prefix, prefixSize) != static_cast<long long>(prefixSize)) {
+    return ReadFailed;
+  }
+  const std::uint32_t length = static_cast<std::uint32_t>(prefix[0]) << 24 |
+                               static_cast<std::uint32_t>(prefix[1]) << 16 |
+                               static_cast<std::uint32_t>(prefix[2]) << 8 | prefix[3];
+  // A length that the file does not have reads short in any case: no memory is taken for it.
+  if (length > bytesLeft(*file_)) {
+    return ReadFailed;
+  }
+  if (!buffer_.resizeBuffer(length) || (length != 0 && buffer_.data() == nullptr)) {
+    return NoMemory;
+  }
+  if (buffer_.data() == nullptr) {
+    return NoMemory;  // an empty record in an empty buffer
+  }
+  if (file_->Read(buffer_.data(), length) != static_cast<long long>(length)) {
+    return ReadFailed;
+  }
+  message = BinarySerializer::unserialize(buffer_, nullptr, false);
+  return Success;
+}
+
+// ---- Batches
+
+int YMMessageBaseFileHandler::appendBinaryBufferToFile(std::vector<YMMessageBase*>& messages)
+{
+  constexpr const char* function = "YMMessageBaseFileHandler::appendBinaryBufferToFile";
+  if (!usable(file_)) {
+    log().logError(function, "Invalid File.");
+    return InvalidFile;
+  }
+  CYxError error;
+  const auto write = [&](const char* bytes, unsigned long size) {
+    if (file_->Write(bytes, size, &error) >= 0) {
+      return true;
+    }
+    log().logError(function, writeError, error.AsString());
+    return false;
+  };
+  char number[prefixSize];
+  if (file_->Size() != 0) {
+    const unsigned long version = readNumber(*file_);
+    if (version != batchVersion) {
+      log().logError(function, "Unknown Binary Buffer Version :[%u]", static_cast<unsigned>(version));
+      return UnknownVersion;
+    }
+  } else {
+    numberText(batchVersion, number);
+    if (!write(number, prefixSize)) {
+      return WriteFailed;
+    }
+  }
+  file_->Seek(0, CYxFile::Origin::End);
+  for (YMMessageBase* message : messages) {
+    BinaryBuffer buffer;
+    const unsigned long length = message != nullptr ? BinarySerializer::serialize(*message, buffer) : 0;
+    if (length == 0) {
+      log().logError(function, "Data Serialized is 0.Nothing to write.");
+      return NothingMore;
+    }
+    numberText(length, number);
+    if (!write(number, prefixSize) || !write(buffer.data(), length)) {
+      return WriteFailed;
+    }
+  }
+  return Success;
+}
+
+int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count)
+{
+  constexpr const char* function = "YMMessageBaseFileHandler::readBinaryBufferFromFile";
+  if (!usable(file_)) {
+    log().logError(function, "Invalid file ptr.");
+    return InvalidFile;
+  }
+  if (file_->Tell() == 0) {
+    const unsigned long version = readNumber(*file_);
+    if (version != batchVersion) {
+      log().logError(function, "Unknown Binary Buffer Version :[%u]", static_cast<unsigned>(version));
+      return UnknownVersion;
+    }
+  }
+  for (int i = 0; i < count; ++i) {
+    const unsigned long length = readNumber(*file_);
+    if (length == 0) {
+      log().logError(function, "No more data available to read");
+      return NothingMore;
+    }
+    // Four digits are 9999 at most; only a sign makes more of them.
+    const std::unique_ptr<char, Freed> bytes(length < 10000 ? static_cast<char*>(std::calloc(length + 1, 1))
+                                                            : nullptr);
+    if (bytes == nullptr) {
+      log().logError(function, "Memory Allocation failed using new");
+      return NoMemory;
+    }
+    CYxError error;
+    const long long read = file_->Read(bytes.get(), length, &error);
+    if (read < 0) {
+      log().logError(function, "Failed to Read from YxFile, error=%s", error.AsString());
+      return ReadFailed;
+    }
+    if (read == 0) {
+      log().logError(function, "No more data available to read");
+      return NothingMore;
+    }
+    BinaryBuffer buffer;
+    buffer.SetReadBuffer(bytes.get(), static_cast<unsigned long>(read), true);
+    if (YMMessageBase* message = BinarySerializer::unserialize(buffer, nullptr, false)) {
+      messages.push_back(message);
+    }
+  }
+  return Success;
+}

@@ -1,0 +1,1 @@
+// The binary form of whole messages.
