@@ -1,118 +1,14 @@
-// Every type of field as bytes, in both directions, and the messages of the serializer.
-//
-// In the hexadecimal texts M stands for the collection marker 78 7F 7F 7F, and a lower-case word such as
-// int.6 for a key: the field's hash (of Types_AllTypes, whose names end in Value, List or Map) and its code.
-#include "binary/Hex.h"
-#include "support/AllocationCounter.h"
-#include "support/LogCapture.h"
-#include "support/Messages.h"
-
-#include <kwxml/binary/BinarySerializer.h>
-#include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
-#include <kwxml/model/MessageInternal.h>
+// Every type of field as bytes, in both directions.
+#include "binary/Bodies.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
-#include <sstream>
 
-using namespace kwxml::test;
 using kwxml::MessageAccess;
+using namespace kwxml::test;
 
 namespace {
-
-constexpr const char* writer = "BinarySerializer::serializeBinaryRecursive";
-constexpr const char* reader = "BinarySerializer::unserializeBinaryRecur";
-
-std::string keyHex(const std::string& word)
-{
-  const auto dot = word.rfind('.');
-  const std::string name = word.substr(0, dot);
-  const std::uint32_t key =
-      kwxml::nameHash(name.data(), name.size()) << 3 | static_cast<unsigned>(word[dot + 1] - '0');
-  std::string bytes;
-  for (int shift = 0; shift < 32; shift += 8) {
-    bytes += static_cast<char>(key >> shift);
-  }
-  return toHex(bytes);
-}
-
-/// The hexadecimal text that a template stands for.
-std::string expand(const std::string& text)
-{
-  std::istringstream words(text);
-  std::string out;
-  for (std::string word; words >> word;) {
-    const bool isKey = word.find('.') != std::string::npos;
-    out += (out.empty() ? "" : " ") + (word == "M" ? "78 7F 7F 7F" : isKey ? keyHex(word) : word);
-  }
-  return out;
-}
-
-std::string header(const YMMessageBase& m, int version = 2)
-{
-  char head[8];
-  BinaryStream stream(head, 8);
-  stream.WriteInt32(version | 0x10000);
-  stream.WriteUInt32(static_cast<unsigned>(m.getTagID()));
-  return std::string(head, 8);
-}
-
-std::string encode(YMMessageBase& m, int version = 2, const BinarySerializerParameters* parameters = nullptr)
-{
-  BinaryBuffer buffer;
-  const unsigned long n = BinarySerializer::serialize(m, buffer, version, parameters);
-  EXPECT_EQ(n, buffer.length());
-  return std::string(buffer.data(), buffer.length());
-}
-
-std::string bodyHex(YMMessageBase& m, int version = 2)
-{
-  const std::string bytes = encode(m, version);
-  EXPECT_EQ(bytes.substr(0, 8), header(m, version));
-  return toHex(bytes.substr(8));
-}
-
-int decode(YMMessageBase& m, const std::string& bytes, bool merge = false)
-{
-  // Exactly as large as it says, so that the sanitizer sees what is read behind it.
-  const auto exact = std::make_unique<char[]>(bytes.size());
-  std::copy(bytes.begin(), bytes.end(), exact.get());
-  BinaryBuffer buffer;
-  buffer.SetReadBuffer(exact.get(), bytes.size(), true);
-  return BinarySerializer::unserialize(m, buffer, nullptr, merge);
-}
-
-[[maybe_unused]] int decodeBody(YMMessageBase& m, const std::string& text, bool merge = false)
-{
-  return decode(m, header(m) + fromHex(expand(text)), merge);
-}
-
-YMMessageBase allTypes()
-{
-  return make("Types_AllTypes");
-}
-
-template <class T>
-T& object(YMMessageBase& m, const std::string& name)
-{
-  const FieldDef& def = field(m, name);
-  T*& value = MessageAccess::pointer<T>(m, def.slot);
-  if (value == nullptr) {
-    value = new T;
-  }
-  MessageAccess::mark(m, def);
-  return *value;
-}
-
-YMMessageBase leaf(int number)
-{
-  YMMessageBase m = make("Types_Leaf");
-  setInt(m, "number", number);
-  return m;
-}
 
 using Set = std::function<void(YMMessageBase&)>;
 

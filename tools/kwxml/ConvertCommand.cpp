@@ -7,6 +7,9 @@
 
 #include <kwxml/codec/StandInPasswords.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <memory>
 
 namespace kwxml::tool {
@@ -24,6 +27,7 @@ struct Options
   bool enumNames = false;
   bool maskPasswords = false;
   bool noDeclaration = false;
+  int binaryVersion = 2;
 };
 
 std::string joined(const std::vector<std::string>& names)
@@ -51,57 +55,130 @@ CLI::Validator formName(bool readable)
       "");
 }
 
+/// How far a long conversion has come, on a terminal.
+class Progress
+{
+public:
+  explicit Progress(unsigned long long size) : size_(size), shown_(::isatty(STDERR_FILENO) == 1) {}
+  ~Progress() { clear(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(unsigned long long records, unsigned long long position)
+  {
+    constexpr unsigned long long step = 1000;
+    if (shown_ && records % step == 0) {
+      std::fprintf(stderr, "\r%llu records, %llu %%", records, size_ == 0 ? 100 : position * 100 / size_);
+      std::fflush(stderr);
+      dirty_ = true;
+    }
+  }
+  void clear()
+  {
+    if (dirty_) {
+      std::fputs("\r\x1b[K", stderr);
+      dirty_ = false;
+    }
+  }
+
+private:
+  unsigned long long size_;
+  bool shown_;
+  bool dirty_ = false;
+};
+
 /// The library goes on after a field that it cannot read or write, and says so; a message that has lost a
 /// field is not handed on.
-void refuseLosses(const LibraryLog& log, const std::string& input, const char* doing)
+std::string losses(const LibraryLog& log, int before, const Form& from, const std::string& what,
+                   const char* doing)
 {
-  if (log.errors() > 0) {
-    const bool wantsKey = log.wantedKey() && !isPasswordKeyConfigured();
-    throw Failure(exitData,
-                  input + ": " + doing + " met " + std::to_string(log.errors()) +
-                      (log.errors() == 1 ? " error" : " errors") + "; nothing is written" +
-                      (wantsKey ? " (no password key is configured: see kwxml convert --help)" : ""));
+  const int errors = log.errors() - before;
+  if (errors == 0) {
+    return std::string();
   }
+  const bool wantsKey = log.wantedKey() && !isPasswordKeyConfigured();
+  return what + ": " + doing + " met " + std::to_string(errors) + (errors == 1 ? " error" : " errors") +
+         (from.many ? "; it is left out" : "; nothing is written") +
+         (wantsKey ? " (no password key is configured: see kwxml convert --help)" : "");
 }
 
 void convert(const Options& options, LibraryLog& log)
 {
-  const std::string input = inputName(options.inputFile);
-  const std::string bytes = readInput(options.inputFile);
-  const Form& from = options.from.empty() ? guessForm(bytes) : *findForm(options.from);
+  const Input input(options.inputFile);
+  const Form& from = options.from.empty() ? guessForm(input) : *findForm(options.from);
+  const Form& to = *findForm(options.to);
   if (options.maskPasswords) {
     log.hideDocuments();
   }
-  Messages messages;
-  if (!from.read(bytes, {.passwordsAsReceived = options.maskPasswords}, messages, log)) {
-    std::string text = input + ": not a message in the form " + from.name;
-    if (!log.unknownRoot().empty()) {
-      text = input + ": unknown message '" + oneLine(log.unknownRoot(), 128) + "'" +
-             didYouMean(log.unknownRoot(), rootNames());
-    }
-    throw Failure(exitData, text);
-  }
-  refuseLosses(log, input, "reading");
-  for (const auto& message : messages) {
-    if (message->getClass()
-            ->isEnum()) {  // has a record like a message's, and a reader takes it for an empty one
-      throw Failure(exitData, input + ": " + message->getTagName() + " is an enumeration, not a message");
-    }
-  }
-
   WriteOptions how;
   how.flags.valuesAsElements = options.elements;
   how.flags.readableForm = options.readable;
   how.flags.enumsAsNames = options.enumNames;
   how.flags.maskPasswords = options.maskPasswords;
   how.xmlDeclaration = !options.noDeclaration;
-  const Form& to = *findForm(options.to);
-  std::string result;
-  if (!to.write(messages, how, result)) {
-    throw Failure(exitData, input + ": cannot be written in the form " + to.name);
+  how.binaryVersion = options.binaryVersion;
+
+  const auto source = from.source(input, {.passwordsAsReceived = options.maskPasswords}, log);
+  Output output(options.outputFile);
+  const auto sink = to.sink(output, how, log);
+  Progress progress(input.size());
+  unsigned long long records = 0;
+  unsigned long long bad = 0;
+  // A record that is lost does not lose the others; a single message is all there is.
+  const auto lost = [&](const std::string& why) {
+    progress.clear();
+    if (!from.many) {
+      throw Failure(exitData, why);
+    }
+    report(why);
+    ++bad;
+  };
+  std::string end;
+  while (true) {
+    const int errors = log.errors();
+    MessageSource::Next next;
+    try {
+      next = source->next();
+    } catch (const Failure& failure) {
+      if (!from.many || records == 0) {
+        throw;
+      }
+      end = failure.what();  // what has been read is delivered
+      break;
+    }
+    if (next.end) {
+      break;
+    }
+    ++records;
+    const std::string what = from.many ? input.name() + ": record " + std::to_string(records) : input.name();
+    if (const std::string why = losses(log, errors, from, what, "reading");
+        next.message == nullptr || !why.empty()) {
+      lost(!why.empty() ? why : what + " cannot be read");
+      continue;
+    }
+    if (next.message->getClass()
+            ->isEnum()) {  // has a record like a message's, and a reader takes it for an empty one
+      lost(what + ": " + next.message->getTagName() + " is an enumeration, not a message");
+      continue;
+    }
+    sink->encode(*next.message);
+    if (const std::string why = losses(log, errors, from, what, "writing"); !why.empty()) {
+      lost(why);
+      continue;
+    }
+    sink->write();
+    progress.show(records, source->position());
   }
-  refuseLosses(log, input, "writing");
-  to.isText ? writeText(options.outputFile, result) : writeOutput(options.outputFile, result);
+  progress.clear();
+  sink->finish();
+  output.commit();
+  if (!end.empty()) {
+    throw Failure(exitData, end);
+  }
+  if (bad > 0) {
+    throw Failure(exitData, input.name() + ": " + std::to_string(bad) + " of " + std::to_string(records) +
+                                (records == 1 ? " record" : " records") + " left out");
+  }
 }
 
 }  // namespace
@@ -110,7 +187,7 @@ void addConvertCommand(CLI::App& app, Session& session)
 {
   const auto options = std::make_shared<Options>();
   CLI::App& command = addCommand(
-      app, "convert", "Turns a message of one form into another.",
+      app, "convert", "Turns messages of one form into another.",
       "A field that cannot be read or written is an error: nothing is written "
       "then. Attributes and elements that\n"
       "the class of the message does not have are passed over.\n\n"
@@ -122,7 +199,9 @@ void addConvertCommand(CLI::App& app, Session& session)
       "--mask-passwords needs no key: no password is decrypted, and none is shown in diagnostics.\n\n"
       "Example:\n  kwxml convert status.xml --readable\n"
       "  kwxml convert order.xml --elements --enum-names -o order-elements.xml\n"
-      "  generate | kwxml convert --no-declaration > message.xml",
+      "  generate | kwxml convert --no-declaration > message.xml\n"
+      "  kwxml convert --to binary status.xml -o status.bin\n"
+      "  kwxml convert --from records messages.dat --no-declaration",
       options->outputFile);
   command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")->type_name("");
   command
@@ -142,6 +221,11 @@ void addConvertCommand(CLI::App& app, Session& session)
   command.add_flag("--enum-names", options->enumNames, "Enumerations by name")->group(xml);
   command.add_flag("--mask-passwords", options->maskPasswords, "Every password as *******; needs no key")
       ->group(xml);
+  command
+      .add_option("--binary-version", options->binaryVersion,
+                  "Version of the form binary (default: 2; below 2 its end may be missing)")
+      ->type_name("N")
+      ->group("How binary is written");
   command.add_flag("--no-declaration", options->noDeclaration, "Without the XML declaration")->group(xml);
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { convert(*options, log); }; });

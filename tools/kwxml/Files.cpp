@@ -67,37 +67,40 @@ bool writeAll(int descriptor, std::string_view bytes)
   return true;
 }
 
-/// Removes the file unless it has been moved to its place.
-struct TemporaryFile
+/// A file without a name, gone with its descriptor.
+int namelessFile()
 {
-  std::string name;
-  ~TemporaryFile()
-  {
-    if (!name.empty()) {
-      ::unlink(name.c_str());
+  std::string name = (std::filesystem::temp_directory_path() / "kwxml.XXXXXX").string();
+  const int number = ::mkostemp(name.data(), O_CLOEXEC);
+  if (number < 0) {
+    failed("cannot write", name, errno);
+  }
+  ::unlink(name.c_str());
+  return number;
+}
+
+/// The path of an open file, whether or not it has a name.
+std::string pathOf(int number)
+{
+  return "/proc/self/fd/" + std::to_string(number);
+}
+
+/// Hands everything that can be read to `take`, piece by piece.
+template <class Take>
+void readAll(int number, const std::string& name, Take take)
+{
+  std::string piece(64 * 1024, '\0');
+  while (true) {
+    const ssize_t got = ::read(number, piece.data(), piece.size());
+    if (got == 0) {
+      return;
+    }
+    if (got > 0) {
+      take(std::string_view(piece.data(), static_cast<std::size_t>(got)));
+    } else if (errno != EINTR) {
+      failed("cannot read", name, errno);
     }
   }
-};
-
-void replaceFile(const std::string& file, mode_t mode, std::string_view bytes)
-{
-  // A link stays a link: what it leads to is replaced.
-  std::error_code error;
-  const std::filesystem::path place = std::filesystem::weakly_canonical(file, error);
-  if (error) {
-    failed("cannot write", file, error.value());
-  }
-  std::string name = place.string() + ".XXXXXX";
-  Descriptor open(::mkstemp(name.data()));
-  if (open.get() < 0) {
-    failed("cannot write", file, errno);
-  }
-  TemporaryFile temporary{name};
-  if (!writeAll(open.get(), bytes) || ::fchmod(open.get(), mode) != 0 || ::fsync(open.get()) != 0 ||
-      !open.close() || ::rename(name.c_str(), place.c_str()) != 0) {
-    failed("cannot write", file, errno);
-  }
-  temporary.name.clear();
 }
 
 }  // namespace
@@ -113,52 +116,177 @@ std::string readInput(const std::string& file)
   if (input.get() < 0) {
     failed("cannot read", inputName(file), errno);
   }
-  constexpr std::size_t piece = 64 * 1024;
   std::string bytes;
-  std::size_t size = 0;
-  while (true) {
-    bytes.resize(size + piece);
-    const ssize_t got = ::read(input.get(), bytes.data() + size, piece);
-    if (got < 0) {
-      if (errno == EINTR) {
-        continue;
+  readAll(input.get(), inputName(file), [&](std::string_view piece) { bytes += piece; });
+  return bytes;
+}
+
+// ---- Input
+
+struct Input::Open
+{
+  explicit Open(int number) : file(number) {}
+  Descriptor file;
+};
+
+Input::Input(const std::string& file) : name_(inputName(file))
+{
+  open_ =
+      std::make_unique<Open>(isStandard(file) ? STDIN_FILENO : ::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat known
+  {
+  };
+  if (open_->file.get() < 0 || ::fstat(open_->file.get(), &known) != 0) {
+    failed("cannot read", name_, errno);
+  }
+  // Standard input may stand behind its beginning: what is left of it is the input.
+  if (!S_ISREG(known.st_mode) || (isStandard(file) && ::lseek(STDIN_FILENO, 0, SEEK_CUR) != 0)) {
+    auto copy = std::make_unique<Open>(namelessFile());
+    readAll(open_->file.get(), name_, [&](std::string_view piece) {
+      if (!writeAll(copy->file.get(), piece)) {
+        failed("cannot write", "a temporary file", errno);
       }
-      failed("cannot read", inputName(file), errno);
+    });
+    open_ = std::move(copy);
+    if (::fstat(open_->file.get(), &known) != 0) {
+      failed("cannot read", name_, errno);
     }
-    size += static_cast<std::size_t>(got);
-    if (got == 0) {
-      bytes.resize(size);
-      return bytes;
+  }
+  size_ = static_cast<unsigned long long>(known.st_size);
+  path_ = pathOf(open_->file.get());
+}
+
+Input::~Input() = default;
+
+std::string Input::head(std::size_t count) const
+{
+  std::string bytes(count, '\0');
+  const ssize_t got = ::pread(open_->file.get(), bytes.data(), count, 0);
+  if (got < 0) {
+    failed("cannot read", name_, errno);
+  }
+  bytes.resize(static_cast<std::size_t>(got));
+  return bytes;
+}
+
+std::string Input::all() const
+{
+  if (::lseek(open_->file.get(), 0, SEEK_SET) < 0) {
+    failed("cannot read", name_, errno);
+  }
+  std::string bytes;
+  readAll(open_->file.get(), name_, [&](std::string_view piece) { bytes += piece; });
+  return bytes;
+}
+
+// ---- Output
+
+struct Output::Open
+{
+  explicit Open(int number) : file(number) {}
+  ~Open()
+  {
+    if (!temporary.empty()) {
+      ::unlink(temporary.c_str());
     }
+  }
+  Open(const Open&) = delete;
+  Open& operator=(const Open&) = delete;
+
+  Descriptor file;
+  std::string name;       ///< as diagnostics name it
+  std::string temporary;  ///< its name until it takes its place; empty for what is written as it stands
+  std::string place;
+  mode_t mode = 0;
+  std::unique_ptr<Descriptor> spool{};  ///< content that is copied to `file` in the end
+  std::string path{};
+};
+
+Output::Output(const std::string& file) : file_(file)
+{
+  struct stat known
+  {
+  };
+  if (isStandard(file)) {
+    open_ = std::make_unique<Open>(STDOUT_FILENO);
+    open_->name = "standard output";
+    return;
+  }
+  const bool exists = ::stat(file.c_str(), &known) == 0;
+  if (exists && !S_ISREG(known.st_mode)) {
+    open_ = std::make_unique<Open>(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    open_->name = file;
+    if (open_->file.get() < 0) {
+      failed("cannot write", file, errno);
+    }
+    return;
+  }
+  if (exists && ::access(file.c_str(), W_OK) != 0) {  // replacing it would go round its protection
+    failed("cannot write", file, errno);
+  }
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  // A link stays a link: what it leads to is replaced.
+  std::error_code error;
+  const std::string place = std::filesystem::weakly_canonical(file, error).string();
+  if (error) {
+    failed("cannot write", file, error.value());
+  }
+  std::string name = place + ".XXXXXX";
+  open_ = std::make_unique<Open>(::mkostemp(name.data(), O_CLOEXEC));
+  if (open_->file.get() < 0) {
+    failed("cannot write", file, errno);
+  }
+  open_->name = file;
+  open_->temporary = name;
+  open_->place = place;
+  open_->mode = exists ? known.st_mode & 0777 : 0666 & ~mask;
+}
+
+Output::~Output() = default;
+
+void Output::append(std::string_view bytes)
+{
+  if (!writeAll(open_->file.get(), bytes)) {
+    failed("cannot write", open_->name, errno);
+  }
+}
+
+const std::string& Output::path()
+{
+  if (open_->path.empty()) {
+    if (open_->temporary.empty()) {
+      open_->spool = std::make_unique<Descriptor>(namelessFile());
+    }
+    open_->path = pathOf(open_->spool != nullptr ? open_->spool->get() : open_->file.get());
+  }
+  return open_->path;
+}
+
+void Output::commit()
+{
+  if (open_->spool != nullptr) {
+    if (::lseek(open_->spool->get(), 0, SEEK_SET) < 0) {
+      failed("cannot read", "a temporary file", errno);
+    }
+    readAll(open_->spool->get(), "a temporary file", [this](std::string_view piece) { append(piece); });
+  }
+  if (!open_->temporary.empty()) {
+    if (::fchmod(open_->file.get(), open_->mode) != 0 || ::fsync(open_->file.get()) != 0 ||
+        !open_->file.close() || ::rename(open_->temporary.c_str(), open_->place.c_str()) != 0) {
+      failed("cannot write", open_->name, errno);
+    }
+    open_->temporary.clear();
+  } else if (open_->file.get() > STDERR_FILENO && !open_->file.close()) {
+    failed("cannot write", open_->name, errno);
   }
 }
 
 void writeOutput(const std::string& file, std::string_view bytes)
 {
-  if (isStandard(file)) {
-    if (!writeAll(STDOUT_FILENO, bytes)) {
-      failed("cannot write", "standard output", errno);
-    }
-    return;
-  }
-  struct stat known
-  {
-  };
-  if (::stat(file.c_str(), &known) != 0) {
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    replaceFile(file, 0666 & ~mask, bytes);
-  } else if (S_ISREG(known.st_mode)) {
-    if (::access(file.c_str(), W_OK) != 0) {  // replacing it would go round its protection
-      failed("cannot write", file, errno);
-    }
-    replaceFile(file, known.st_mode & 0777, bytes);
-  } else {
-    Descriptor output(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
-    if (output.get() < 0 || !writeAll(output.get(), bytes) || !output.close()) {
-      failed("cannot write", file, errno);
-    }
-  }
+  Output output(file);
+  output.append(bytes);
+  output.commit();
 }
 
 void writeText(const std::string& file, std::string text)

@@ -1,57 +1,373 @@
 #include "Forms.h"
 
+#include "Command.h"
+#include "Files.h"
+#include "Names.h"
 #include "Report.h"
 #include "XmlCheck.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/YMMessageBaseFileHandler.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/platform/CYxFile.h>
 
 namespace kwxml::tool {
 
 namespace {
 
-bool looksLikeXml(std::string_view bytes)
+// ---- XML: one message
+
+bool looksLikeXml(std::string_view head, unsigned long long)
 {
   constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-  if (bytes.starts_with(byteOrderMark)) {
-    bytes.remove_prefix(byteOrderMark.size());
+  if (head.starts_with(byteOrderMark)) {
+    head.remove_prefix(byteOrderMark.size());
   }
-  const auto start = bytes.find_first_not_of(" \t\r\n");
-  return start != std::string_view::npos && bytes[start] == '<';
+  const auto start = head.find_first_not_of(" \t\r\n");
+  return start != std::string_view::npos && head[start] == '<';
 }
 
-bool readXml(const std::string& bytes, const ReadOptions& options, Messages& messages, LibraryLog& log)
+/// The context of a read that leaves passwords alone, or one that changes nothing.
+KwXMLContextInfo contextFor(const ReadOptions& options)
 {
   KwXMLContextInfo context;
   if (options.passwordsAsReceived) {
     context.setPasswordEncType(Annotation::PASS_THROUGH);
   }
-  std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(bytes, &context));
-  if (message == nullptr) {
-    return false;
-  }
-  for (const std::string& line : wrongValues(bytes, *message->getClass())) {
-    log.error(line);
-  }
-  messages.push_back(std::move(message));
-  return true;
+  return context;
 }
 
-bool writeXml(const Messages& messages, const WriteOptions& options, std::string& bytes)
+/// A form whose input is one message.
+class SingleSource : public MessageSource
 {
-  const XMLEncoder encoder(options.flags);
-  for (const auto& message : messages) {
-    std::string text;
-    if (encoder.serialize(*message, text, !options.xmlDeclaration) != 0) {
-      return false;
-    }
-    if (!text.ends_with('\n')) {
-      text += '\n';
-    }
-    bytes += text;
+public:
+  SingleSource(const Input& input, const ReadOptions& options, LibraryLog& log)
+      : input_(input), options_(options), log_(log)
+  {
   }
-  return true;
+  Next next() override
+  {
+    if (done_) {
+      return {.end = true};
+    }
+    done_ = true;
+    return {.message = read(input_.all())};
+  }
+
+protected:
+  virtual std::unique_ptr<YMMessageBase> read(const std::string& bytes) = 0;
+  const Input& input_;
+  const ReadOptions options_;
+  LibraryLog& log_;
+
+private:
+  bool done_ = false;
+};
+
+class XmlSource final : public SingleSource
+{
+  using SingleSource::SingleSource;
+  std::unique_ptr<YMMessageBase> read(const std::string& bytes) override
+  {
+    KwXMLContextInfo context = contextFor(options_);
+    std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(bytes, &context));
+    if (message == nullptr) {
+      const std::string& root = log_.unknownRoot();
+      throw Failure(exitData, input_.name() + (root.empty() ? ": not a message in the form xml"
+                                                            : ": unknown message '" + oneLine(root, 128) +
+                                                                  "'" + didYouMean(root, rootNames())));
+    }
+    for (const std::string& line : wrongValues(bytes, *message->getClass())) {
+      log_.error(line);
+    }
+    return message;
+  }
+};
+
+class XmlSink final : public MessageSink
+{
+public:
+  XmlSink(Output& output, const WriteOptions& options) : output_(output), options_(options) {}
+  void encode(YMMessageBase& message) override
+  {
+    if (XMLEncoder(options_.flags).serialize(message, text_, !options_.xmlDeclaration) != 0) {
+      throw Failure(exitData, message.getTagName() + " cannot be written in the form xml");
+    }
+    if (!text_.ends_with('\n')) {
+      text_ += '\n';
+    }
+  }
+  void write() override { output_.append(text_); }
+
+private:
+  Output& output_;
+  const WriteOptions options_;
+  std::string text_;
+};
+
+// ---- Binary: one message
+
+std::uint32_t fixed32(std::string_view bytes, bool bigEndian)
+{
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    value |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i]))
+             << (bigEndian ? 24 - 8 * i : 8 * i);
+  }
+  return value;
+}
+
+/// Whether the bytes begin with a version word that says that it is one, and the tag of a class.
+bool looksLikeBinary(std::string_view head, unsigned long long)
+{
+  return head.size() >= 8 && (fixed32(head, false) & 0xFFFF0000) == 0x10000 &&
+         YMMessageBase::GetClassDef(static_cast<unsigned long>(fixed32(head.substr(4), false))) != nullptr;
+}
+
+class BinarySource final : public SingleSource
+{
+  using SingleSource::SingleSource;
+  std::unique_ptr<YMMessageBase> read(const std::string& bytes) override
+  {
+    KwXMLContextInfo context = contextFor(options_);
+    BinaryBuffer buffer;
+    buffer.SetReadBuffer(bytes.data(), bytes.size(), true);
+    std::unique_ptr<YMMessageBase> message(BinarySerializer::unserialize(buffer, &context, false));
+    if (message == nullptr) {
+      throw Failure(exitData, input_.name() + ": not a message in the form binary");
+    }
+    return message;
+  }
+};
+
+/// A sink of a binary form. These have no place for some values of some types; who writes one that a reader
+/// will not find as it was is told.
+class BinarySinkBase : public MessageSink
+{
+public:
+  explicit BinarySinkBase(LibraryLog& log) : log_(log) {}
+
+protected:
+  void warnOfLosses(YMMessageBase& message, const BinaryBuffer& written)
+  {
+    const LibraryLog::Silence silence(log_);
+    BinaryBuffer buffer;
+    buffer.SetReadBuffer(written.data(), written.length(), true);
+    const std::unique_ptr<YMMessageBase> back(BinarySerializer::unserialize(buffer, nullptr, false));
+    if (back == nullptr || !(*back == message)) {
+      report("warning: " + message.getTagName() +
+             " has values that its binary form does not keep (see docs/formats.md)");
+    }
+  }
+  LibraryLog& log_;
+};
+
+class BinarySink final : public BinarySinkBase
+{
+public:
+  BinarySink(Output& output, const WriteOptions& options, LibraryLog& log)
+      : BinarySinkBase(log), output_(output), version_(options.binaryVersion)
+  {
+  }
+  void encode(YMMessageBase& message) override
+  {
+    if (written_) {
+      throw Failure(exitData, "the form binary holds one message; records and batch hold many");
+    }
+    if (BinarySerializer::serialize(message, buffer_, version_) == 0) {
+      throw Failure(exitData, message.getTagName() + " cannot be written in the form binary");
+    }
+    warnOfLosses(message, buffer_);
+  }
+  void write() override { written_ = true; }
+  void finish() override { output_.append({buffer_.data(), buffer_.length()}); }
+
+private:
+  Output& output_;
+  const int version_;
+  BinaryBuffer buffer_;
+  bool written_ = false;
+};
+
+// ---- Files of messages
+
+bool looksLikeRecords(std::string_view head, unsigned long long size)
+{
+  return head.size() >= 12 && fixed32(head, true) >= 8 && fixed32(head, true) <= size - 4 &&
+         looksLikeBinary(head.substr(4), 0);
+}
+
+bool looksLikeBatch(std::string_view head, unsigned long long)
+{
+  return head.starts_with(std::string_view("1\0\0\0", 4));
+}
+
+/// A file of messages, by the library's handler.
+class FileSource : public MessageSource
+{
+public:
+  explicit FileSource(const Input& input) : name_(input.name())
+  {
+    CYxError error;
+    if (!file_.Open(input.path().c_str(), CYxFile::Mode::Read, &error)) {
+      throw Failure(exitData, "cannot read " + name_ + ": " + error.AsString());
+    }
+    handler_.setFile(&file_);
+  }
+  unsigned long long position() const override
+  {
+    return static_cast<unsigned long long>(std::max(file_.Tell(), 0LL));
+  }
+
+protected:
+  [[noreturn]] void fail(const std::string& why) const
+  {
+    throw Failure(exitData, name_ + ": record " + std::to_string(number_) + " " + why);
+  }
+  std::string name_;
+  CYxFile file_;
+  YMMessageBaseFileHandler handler_;
+  unsigned long long number_ = 0;
+};
+
+class RecordsSource final : public FileSource
+{
+public:
+  using FileSource::FileSource;
+  Next next() override
+  {
+    ++number_;
+    YMMessageBase* message = nullptr;
+    switch (handler_.GetObjectFromFile(message)) {
+      case YMMessageBaseFileHandler::Success:
+        return {.message = std::unique_ptr<YMMessageBase>(message)};
+      case YMMessageBaseFileHandler::NothingMore:
+        return {.end = true};
+      case YMMessageBaseFileHandler::NoMemory:
+        fail("does not fit into memory");
+      default:
+        fail("cannot be read: the file ends inside it");
+    }
+  }
+};
+
+class BatchSource final : public FileSource
+{
+public:
+  using FileSource::FileSource;
+  Next next() override
+  {
+    if (number_ > 0 && file_.IsEOF()) {
+      return {.end = true};
+    }
+    std::vector<YMMessageBase*> messages;
+    if (number_++ == 0) {
+      if (handler_.readBinaryBufferFromFile(messages, 0) != YMMessageBaseFileHandler::Success) {
+        throw Failure(exitData, name_ + ": not messages in the form batch");
+      }
+      return next();
+    }
+    const int result = handler_.readBinaryBufferFromFile(messages, 1);
+    std::unique_ptr<YMMessageBase> message(messages.empty() ? nullptr : messages.front());
+    if (result != YMMessageBaseFileHandler::Success) {
+      number_ -= 1;
+      fail("cannot be read");
+    }
+    return {.message = std::move(message)};
+  }
+};
+
+class FileSink : public BinarySinkBase
+{
+public:
+  FileSink(Output& output, const WriteOptions&, LibraryLog& log) : BinarySinkBase(log)
+  {
+    CYxError error;
+    if (!file_.Open(output.path().c_str(), CYxFile::Mode::Write, &error)) {
+      throw Failure(exitData, std::string("cannot write the output: ") + error.AsString());
+    }
+    handler_.setFile(&file_);
+  }
+
+  /// The handler encodes the message once more.
+  void encode(YMMessageBase& message) override
+  {
+    BinaryBuffer buffer;
+    message_ = &message;
+    length_ = BinarySerializer::serialize(message, buffer);
+    if (length_ != 0) {
+      warnOfLosses(message, buffer);
+    }
+  }
+  void write() override
+  {
+    if (append(*message_) != YMMessageBaseFileHandler::Success) {
+      throw Failure(exitData, message_->getTagName() + " cannot be written");
+    }
+  }
+
+protected:
+  virtual int append(YMMessageBase& message) = 0;
+  CYxFile file_;
+  YMMessageBaseFileHandler handler_;
+  unsigned long length_ = 0;
+
+private:
+  YMMessageBase* message_ = nullptr;
+};
+
+class RecordsSink final : public FileSink
+{
+  using FileSink::FileSink;
+  int append(YMMessageBase& message) override { return handler_.AddObjectToFile(message); }
+};
+
+class BatchSink final : public FileSink
+{
+  using FileSink::FileSink;
+  int append(YMMessageBase& message) override
+  {
+    constexpr unsigned long longest = 9999;
+    if (length_ > longest) {
+      throw Failure(exitData, message.getTagName() + " takes " + std::to_string(length_) +
+                                  " bytes; a record of a batch holds 9999 at most");
+    }
+    return appendAll({&message});
+  }
+  /// A batch without messages has its version all the same.
+  void finish() override
+  {
+    if (appendAll({}) != YMMessageBaseFileHandler::Success) {
+      throw Failure(exitData, "the batch cannot be written");
+    }
+  }
+  int appendAll(std::vector<YMMessageBase*> messages)
+  {
+    file_.Seek(0);
+    return handler_.appendBinaryBufferToFile(messages);
+  }
+};
+
+template <class Source>
+std::unique_ptr<MessageSource> singleSource(const Input& input, const ReadOptions& options, LibraryLog& log)
+{
+  return std::make_unique<Source>(input, options, log);
+}
+template <class Source>
+std::unique_ptr<MessageSource> fileSource(const Input& input, const ReadOptions&, LibraryLog&)
+{
+  return std::make_unique<Source>(input);
+}
+std::unique_ptr<MessageSink> xmlSink(Output& output, const WriteOptions& options, LibraryLog&)
+{
+  return std::make_unique<XmlSink>(output, options);
+}
+template <class Sink>
+std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& options, LibraryLog& log)
+{
+  return std::make_unique<Sink>(output, options, log);
 }
 
 }  // namespace
@@ -59,7 +375,10 @@ bool writeXml(const Messages& messages, const WriteOptions& options, std::string
 std::span<const Form> forms()
 {
   static constexpr Form table[] = {
-      {"xml", looksLikeXml, readXml, writeXml, true},
+      {"xml", looksLikeXml, singleSource<XmlSource>, xmlSink, false},
+      {"binary", looksLikeBinary, singleSource<BinarySource>, binarySink<BinarySink>, false},
+      {"records", looksLikeRecords, fileSource<RecordsSource>, binarySink<RecordsSink>, true},
+      {"batch", looksLikeBatch, fileSource<BatchSource>, binarySink<BatchSink>, true},
   };
   return table;
 }
@@ -74,10 +393,11 @@ const Form* findForm(std::string_view name)
   return nullptr;
 }
 
-const Form& guessForm(std::string_view bytes)
+const Form& guessForm(const Input& input)
 {
+  const std::string head = input.head(4096);
   for (const Form& form : forms()) {
-    if (form.read != nullptr && form.looksLike(bytes)) {
+    if (form.source != nullptr && form.looksLike(head, input.size())) {
       return form;
     }
   }
@@ -88,7 +408,7 @@ std::vector<std::string> formNames(bool readable)
 {
   std::vector<std::string> names;
   for (const Form& form : forms()) {
-    if (readable ? form.read != nullptr : form.write != nullptr) {
+    if (readable ? form.source != nullptr : form.sink != nullptr) {
       names.emplace_back(form.name);
     }
   }

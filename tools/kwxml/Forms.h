@@ -1,5 +1,7 @@
 // The forms that a message can have outside the program. A row of the table is all that a form needs to be
 // known to the commands: its name, how it is told from others, and how it is read and written.
+//
+// Messages go through one by one, so that a file of any length needs no more memory than its longest message.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
@@ -13,15 +15,16 @@
 
 namespace kwxml::tool {
 
+class Input;
 class LibraryLog;
-
-using Messages = std::vector<std::unique_ptr<YMMessageBase>>;
+class Output;
 
 /// How forms are written; each form takes what concerns it.
 struct WriteOptions
 {
   EncodingFlags flags;
   bool xmlDeclaration = true;
+  int binaryVersion = 2;
 };
 
 /// How forms are read.
@@ -31,25 +34,57 @@ struct ReadOptions
   bool passwordsAsReceived = false;
 };
 
+/// Messages that are read one after the other.
+class MessageSource
+{
+public:
+  virtual ~MessageSource() = default;
+
+  struct Next
+  {
+    bool end = false;  ///< nothing was left
+    std::unique_ptr<YMMessageBase>
+        message{};  ///< null beside `end`: a record that is none, and was passed over
+  };
+  /// Throws Failure (data) when nothing more can be read. What is wrong with single fields or records has
+  /// been shown and counted by the log.
+  virtual Next next() = 0;
+  /// Bytes of the input that have been read, for progress.
+  virtual unsigned long long position() const { return 0; }
+};
+
+/// Messages that are written one after the other.
+class MessageSink
+{
+public:
+  virtual ~MessageSink() = default;
+  /// Both throw Failure (data) when the message cannot be written; the library has logged why. First the
+  /// message is encoded, which shows in the log what would be lost, then it is written.
+  virtual void encode(YMMessageBase& message) = 0;
+  virtual void write() = 0;
+  /// After the last message.
+  virtual void finish() {}
+};
+
 struct Form
 {
   const char* name;
-  /// Whether the bytes look like this form; the first form that says so is taken.
-  bool (*looksLike)(std::string_view bytes);
-  /// False when the bytes are not messages in this form; what is wrong with them or with single fields has
-  /// been shown and counted by `log`. Null: it is only written.
-  bool (*read)(const std::string& bytes, const ReadOptions& options, Messages& messages, LibraryLog& log);
-  /// False (the library has logged why) when the messages cannot be written. Null: it is only read.
-  bool (*write)(const Messages& messages, const WriteOptions& options, std::string& bytes);
-  /// A text, which ends with a line end.
-  bool isText;
+  /// Whether an input of `size` bytes that begins with `head` looks like this form; the first form that says
+  /// so is taken.
+  bool (*looksLike)(std::string_view head, unsigned long long size);
+  /// Null: it is only written.
+  std::unique_ptr<MessageSource> (*source)(const Input& input, const ReadOptions& options, LibraryLog& log);
+  /// Null: it is only read.
+  std::unique_ptr<MessageSink> (*sink)(Output& output, const WriteOptions& options, LibraryLog& log);
+  /// Whether it holds any number of messages, so that those before a failure are delivered.
+  bool many;
 };
 
 std::span<const Form> forms();
 /// The form of that name; null when there is none.
 const Form* findForm(std::string_view name);
-/// The form that the bytes look like; XML when they look like none, since its reader says best what is wrong.
-const Form& guessForm(std::string_view bytes);
+/// The form that the input looks like; XML when it looks like none, since its reader says best what is wrong.
+const Form& guessForm(const Input& input);
 /// The names of the forms that can be read, or of those that can be written.
 std::vector<std::string> formNames(bool readable);
 

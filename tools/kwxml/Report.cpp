@@ -46,7 +46,7 @@ LibraryLog::LibraryLog(int level)
   }
   setLogLevel(level);
   setLogSink([this, level](const LogRecord& record) {
-    if (std::string_view(record.log) == "XMLMessage") {
+    if (silent_ || std::string_view(record.log) == "XMLMessage") {
       return;  // the library's second log has every line of the first
     }
     if (record.level == 0) {

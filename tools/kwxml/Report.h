@@ -25,6 +25,19 @@ public:
   LibraryLog(const LibraryLog&) = delete;
   LibraryLog& operator=(const LibraryLog&) = delete;
 
+  /// While it lives the library's lines are neither shown nor counted.
+  class Silence
+  {
+  public:
+    explicit Silence(LibraryLog& log) : log_(log) { log_.silent_ = true; }
+    ~Silence() { log_.silent_ = false; }
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+  private:
+    LibraryLog& log_;
+  };
+
   /// Shows an error of the tool's own beside those of the library, and counts it.
   void error(std::string_view text);
   /// The number of errors since the log was made by which something was lost.
@@ -40,6 +53,7 @@ private:
   int errors_ = 0;
   bool wantedKey_ = false;
   bool hidesDocuments_ = false;
+  bool silent_ = false;
   std::string unknownRoot_;
 };
 
