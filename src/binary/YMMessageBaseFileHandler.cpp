@@ -28,14 +28,6 @@ bool usable(const CYxFile* file)
   return file != nullptr && file->IsValid();
 }
 
-/// Bytes between the position and the end of the file; as many as can be when it has no positions.
-unsigned long long bytesLeft(const CYxFile& file)
-{
-  const long long size = file.Size();
-  const long long position = file.Tell();
-  return size >= 0 && position >= 0 ? static_cast<unsigned long long>(std::max(size - position, 0LL)) : ~0ULL;
-}
-
 /// The next four bytes as an unsigned decimal number, as far as it goes; 0 when nothing can be read.
 unsigned long readNumber(CYxFile& file)
 {
@@ -111,21 +103,26 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
   if (file_->Read(prefix, prefixSize) != static_cast<long long>(prefixSize)) {
     return ReadFailed;
   }
-  const std::uint32_t length = static_cast<std::uint32_t>(prefix[0]) << 24 |
+  const unsigned long length = static_cast<std::uint32_t>(prefix[0]) << 24 |
                                static_cast<std::uint32_t>(prefix[1]) << 16 |
                                static_cast<std::uint32_t>(prefix[2]) << 8 | prefix[3];
-  // A length that the file does not have reads short in any case: no memory is taken for it.
-  if (length > bytesLeft(*file_)) {
-    return ReadFailed;
-  }
-  if (!buffer_.resizeBuffer(length) || (length != 0 && buffer_.data() == nullptr)) {
+  if (!buffer_.resizeBuffer(0)) {
     return NoMemory;
   }
-  if (buffer_.data() == nullptr) {
-    return NoMemory;  // an empty record in an empty buffer
+  // In pieces that double: a length alone, which the file need not have, takes no memory.
+  constexpr unsigned long firstPiece = 1UL << 20;
+  for (unsigned long have = 0; have < length;) {
+    const unsigned long piece = std::min(length - have, std::max(have, firstPiece));
+    if (!buffer_.resizeBuffer(have + piece)) {
+      return NoMemory;
+    }
+    if (file_->Read(buffer_.data() + have, piece) != static_cast<long long>(piece)) {
+      return ReadFailed;
+    }
+    have += piece;
   }
-  if (file_->Read(buffer_.data(), length) != static_cast<long long>(length)) {
-    return ReadFailed;
+  if (buffer_.data() == nullptr) {
+    return NoMemory;  // a record without bytes, in a buffer that never had any
   }
   message = BinarySerializer::unserialize(buffer_, nullptr, false);
   return Success;

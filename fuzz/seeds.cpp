@@ -1,0 +1,158 @@
+// Writes what the fuzzers start from: seeds <folder> fills <folder>/<fuzzer>/ with inputs (every class of the
+// catalogue filled, its fields one by one, records and batches of them) and <folder>/<fuzzer>.dict with
+// words.
+#include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/WireFormat.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/model/Metadata.h>
+
+#include "support/Messages.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <string>
+
+using namespace kwxml;
+namespace fs = std::filesystem;
+using namespace std::string_literals;
+
+namespace {
+
+class Seeds
+{
+public:
+  explicit Seeds(fs::path folder) : folder_(std::move(folder))
+  {
+    for (const char* fuzzer : {"decode", "records", "batch", "xml"}) {
+      fs::create_directories(folder_ / fuzzer);
+    }
+    wordsOfBinary_ = {"\x02\0\1\0"s, "\1\0\1\0"s, number(wire::collectionMarker), "\xFF\xFF\xFF\xFF\x0F"s};
+    wordsOfXml_ = {"<",   ">",     "/>",        "</",    "=\"",    "\"",  "item",
+                   "key", "value", "<![CDATA[", "]]>",   "<!--",   "-->", "<!DOCTYPE",
+                   "&#",  ";",     "&amp;",     "<?xml", "xmlns:", "|",   "-9223372036854775808"};
+  }
+
+  void addClass(int system, int index)
+  {
+    YMMessageBase filled(system, index);
+    const std::string name = filled.getTagName();
+    wordsOfXml_.insert(name);
+    wordsOfBinary_.insert(number(static_cast<std::uint32_t>(filled.getTagID())));
+    test::fillAll(filled, 1, 1);
+    add(name, filled);
+    for (const FieldDef& def : *filled.getClass()) {
+      wordsOfXml_.insert(def.getName());
+      wordsOfBinary_.insert(number(wire::fieldKey(def)));
+      YMMessageBase one(system, index);
+      one.wipeBitset();
+      if (test::fill(one, def, 1, 1)) {
+        add(name + "." + def.getName(), one);
+      }
+    }
+  }
+
+  /// The files of several records, and the words.
+  void finish() const
+  {
+    write("records/several", records_);
+    write("batch/several", batch_);
+    for (const char* fuzzer : {"decode", "records", "batch"}) {
+      writeWords(std::string(fuzzer) + ".dict", wordsOfBinary_);
+    }
+    writeWords("xml.dict", wordsOfXml_);
+  }
+
+private:
+  static constexpr std::size_t largest = 4096;  // what the fuzzers are told to keep to
+
+  static std::string number(std::uint32_t value)
+  {
+    value = littleEndian(value);
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+  }
+
+  void add(const std::string& name, YMMessageBase& message)
+  {
+    BinaryBuffer buffer;
+    BinarySerializer::serialize(message, buffer);
+    const std::string bytes(buffer.data(), buffer.length());
+    write("decode/" + name, bytes);
+    const std::string bigEndian = {'\0', '\0', static_cast<char>(bytes.size() >> 8),
+                                   static_cast<char>(bytes.size())};
+    const std::string record = bigEndian + bytes;
+    std::string digits = std::to_string(bytes.size());
+    digits.resize(4);
+    const std::string version = "1\0\0\0"s;
+    write("records/" + name, record);
+    write("batch/" + name, version + digits + bytes);
+    if (records_.size() + record.size() <= largest) {
+      records_ += record;
+      batch_ += (batch_.empty() ? version : "") + digits + bytes;
+    }
+    std::string xml;
+    if (XMLEncoder().serialize(message, xml, true) == 0) {
+      write("xml/" + name, xml);
+    }
+  }
+
+  void write(const std::string& name, const std::string& bytes) const
+  {
+    if (bytes.size() > largest) {
+      return;
+    }
+    std::ofstream out(folder_ / name, std::ios::binary);
+    if (!out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) {
+      throw std::runtime_error("cannot write " + (folder_ / name).string());
+    }
+  }
+
+  void writeWords(const std::string& name, const std::set<std::string>& words) const
+  {
+    std::string text;
+    for (const std::string& word : words) {
+      text += '"';
+      for (const char c : word) {
+        char escaped[5];
+        std::snprintf(escaped, sizeof escaped, "\\x%02X", static_cast<unsigned char>(c));
+        text += escaped;
+      }
+      text += "\"\n";
+    }
+    std::ofstream(folder_ / name) << text;
+  }
+
+  fs::path folder_;
+  std::set<std::string> wordsOfBinary_;
+  std::set<std::string> wordsOfXml_;
+  std::string records_;
+  std::string batch_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+  if (argc != 2) {
+    std::cerr << "usage: seeds <folder>\n";
+    return 2;
+  }
+  try {
+    Seeds seeds(argv[1]);
+    for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+      const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+      for (int index = 0; index < row.numberOfClasses; ++index) {
+        if (!row.classes[index].isEnum()) {
+          seeds.addClass(system, index);
+        }
+      }
+    }
+    seeds.finish();
+  } catch (const std::exception& error) {
+    std::cerr << "seeds: " << error.what() << "\n";
+    return 1;
+  }
+  return 0;
+}
