@@ -17,43 +17,9 @@ using wire::NumberForm;
 
 constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
 
-/// Calls `visit(const FieldDef&)` for each set field, in the order of the records.
-template <class Visit>
-void forEachSet(const YMMessageBase& message, Visit visit)
-{
-  const _ClassDef* cls = message.getClass();
-  if (cls == nullptr) {
-    return;
-  }
-  const FieldDef* const fields = cls->fields;
-  const YMMessageBuffer& buffer = MessageAccess::buffer(message);
-  const unsigned char* const bits = buffer.bits();
-  const int count = buffer.bitCount();
-  // Records of type 0 have no bit of their own: theirs is that of field 0. Set, they are looked for between
-  // the other set fields.
-  const bool untyped = count > 0 && buffer.bit(0);
-  int next = 0;
-  const auto visitUntyped = [&](int end) {
-    for (; next < end; ++next) {
-      if (fields[next].type == FIELD_UNSET) {
-        visit(fields[next]);
-      }
-    }
-  };
-  for (int first = 0; first < count; first += 8) {
-    for (unsigned byte = bits[first / 8]; byte != 0; byte &= byte - 1) {
-      const int field = first + std::countr_zero(byte);
-      if (untyped) {
-        visitUntyped(field);
-        next = field + 1;
-      }
-      visit(fields[field]);
-    }
-  }
-  if (untyped) {
-    visitUntyped(count);
-  }
-}
+/// Scalars and strings, which the walks handle in place; the others have functions of their own.
+template <class Tag>
+inline constexpr bool isLight = IntegerSlot<Tag> || FloatingSlot<Tag> || Tag::type == FIELD_STRING;
 
 /// A text as lists and maps write it: up to its first zero byte.
 std::size_t cutLength(const std::string& text)
@@ -155,9 +121,6 @@ bool enter(EncodeCall& call)
 
 // ---- Measuring
 
-template <class Tag>
-std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call);
-
 template <class T>
 std::uint64_t measureMapPart(T& part, EncodeCall& call)
 {
@@ -188,18 +151,25 @@ std::uint64_t measureMapBody(Map& map, EncodeCall& call)
 }
 
 template <class Tag>
-std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+std::uint64_t measureLight(Tag, const long long* value)
+{
+  if constexpr (IntegerSlot<Tag>) {
+    return wire::keySize + numberSize<wire::scalarForm<Tag>>(low32(*value));
+  } else if constexpr (FloatingSlot<Tag>) {
+    return wire::keySize + sizeof(typename Tag::Value);
+  } else {
+    return wire::keySize + delimited(std::launder(reinterpret_cast<const std::string*>(value))->size());
+  }
+}
+
+template <class Tag>
+[[gnu::noinline]] std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def,
+                                             EncodeCall& call)
 {
   using Value = typename Tag::Value;
   constexpr std::uint64_t key = wire::keySize;
   const short slot = def.slot;
-  if constexpr (IntegerSlot<Tag>) {
-    return key + numberSize<wire::scalarForm<Tag>>(low32(MessageAccess::raw(message, slot)));
-  } else if constexpr (FloatingSlot<Tag>) {
-    return key + sizeof(Value);
-  } else if constexpr (Tag::type == FIELD_STRING) {
-    return key + delimited(MessageAccess::inPlace<std::string>(message, slot).size());
-  } else if constexpr (ByteString<Tag>) {
+  if constexpr (ByteString<Tag>) {
     const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
     const std::size_t size = value != nullptr ? value->size() : 0;
     return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
@@ -247,14 +217,16 @@ std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, Enc
 
 // ---- Writing
 
+// An output is a pointer or a reference, which the functions take and give back by value: it stays in a
+// register.
+
 /// Writes where there is room for everything.
 struct DirectOut
 {
   static constexpr bool direct = true;
   char* at;
-  const char* begin;
 
-  std::uint64_t position() const { return static_cast<std::uint64_t>(at - begin); }
+  std::uint64_t position(const EncodeCall& call) const { return static_cast<std::uint64_t>(at - call.begin); }
   void varint(std::uint32_t value) { at = putVarint(at, value); }
   template <class T>
   void fixed(T value)
@@ -277,13 +249,13 @@ struct DirectOut
 struct StreamOut
 {
   static constexpr bool direct = false;
-  BinaryStream& stream;
+  BinaryStream* stream;
 
-  std::uint64_t position() const { return stream.position(); }
-  void varint(std::uint32_t value) { stream.WriteVarInt(value); }
-  void fixed(std::uint32_t value) { stream.WriteUInt32(value); }
-  void fixed(std::uint64_t value) { stream.WriteInt64(static_cast<long long>(value)); }
-  void raw(const char* bytes, std::size_t n) { stream.WriteRawBytes(bytes, n); }
+  std::uint64_t position(const EncodeCall&) const { return stream->position(); }
+  void varint(std::uint32_t value) { stream->WriteVarInt(value); }
+  void fixed(std::uint32_t value) { stream->WriteUInt32(value); }
+  void fixed(std::uint64_t value) { stream->WriteInt64(static_cast<long long>(value)); }
+  void raw(const char* bytes, std::size_t n) { stream->WriteRawBytes(bytes, n); }
   void base64(const std::string& bytes)
   {
     std::string text(base64EncodedLength(bytes.size()), '\0');
@@ -293,35 +265,36 @@ struct StreamOut
 };
 
 template <class Out>
-void writeFields(YMMessageBase& message, Out& out, EncodeCall& call);
+Out writeFields(YMMessageBase& message, Out out, EncodeCall& call);
 
 template <class Out>
-void writeText(Out& out, const char* bytes, std::size_t length)
+Out writeText(Out out, const char* bytes, std::size_t length)
 {
   out.varint(low32(static_cast<long long>(length)));
   out.raw(bytes, length);
+  return out;
 }
 
 template <class Out>
-void writeBytes(Out& out, const std::string& bytes, const EncodeCall& call)
+Out writeBytes(Out out, const std::string& bytes, const EncodeCall& call)
 {
-  if (call.version > 1) {
-    out.varint(low32(static_cast<long long>(base64EncodedLength(bytes.size()))));
-    out.base64(bytes);
-  } else {
-    writeText(out, bytes.data(), bytes.size());
+  if (call.version <= 1) {
+    return writeText(out, bytes.data(), bytes.size());
   }
+  out.varint(low32(static_cast<long long>(base64EncodedLength(bytes.size()))));
+  out.base64(bytes);
+  return out;
 }
 
 template <class Out>
-void writeNested(Out& out, YMMessageBase& message, EncodeCall& call)
+Out writeNested(Out out, YMMessageBase& message, EncodeCall& call)
 {
   out.varint(message.GetCachedSize());
-  writeFields(message, out, call);
+  return writeFields(message, out, call);
 }
 
 template <NumberForm Form, class Out, class Number>
-void writeNumber(Out& out, Number value)
+Out writeNumber(Out out, Number value)
 {
   if constexpr (Form == NumberForm::Zigzag) {
     out.varint(zigzag(static_cast<std::int32_t>(value)));
@@ -332,10 +305,11 @@ void writeNumber(Out& out, Number value)
   } else {
     out.fixed(std::bit_cast<std::uint64_t>(value));
   }
+  return out;
 }
 
 template <class Out, class Number>
-void writeElements(Out& out, const std::vector<Number>& list)
+Out writeElements(Out out, const std::vector<Number>& list)
 {
   constexpr NumberForm form = wire::elementForm<Number>;
   const std::uint64_t count = list.size();
@@ -343,10 +317,7 @@ void writeElements(Out& out, const std::vector<Number>& list)
     out.varint(static_cast<std::uint32_t>(count * sizeof(Number)));
     if constexpr (std::endian::native == std::endian::little) {
       out.raw(reinterpret_cast<const char*>(list.data()), count * sizeof(Number));
-    } else {
-      for (const Number value : list) {
-        writeNumber<form>(out, value);
-      }
+      return out;
     }
   } else {
     // The size comes first. Where every possible size takes as many bytes as the least, it is put in
@@ -355,32 +326,33 @@ void writeElements(Out& out, const std::vector<Number>& list)
     if constexpr (Out::direct) {
       if (count < 1U << 28 && sizeBytes == varintSize(static_cast<std::uint32_t>(count * 5))) {
         char* const sizeAt = out.at;
-        char* at = sizeAt + sizeBytes;
+        out.at += sizeBytes;
         for (const Number value : list) {
-          const auto bits = static_cast<std::uint32_t>(value);
-          at = putVarint(at, form == NumberForm::Zigzag ? zigzag(static_cast<std::int32_t>(bits)) : bits);
+          out = writeNumber<form>(out, value);
         }
-        putVarint(sizeAt, static_cast<std::uint32_t>(at - sizeAt) - static_cast<std::uint32_t>(sizeBytes));
-        out.at = at;
-        return;
+        putVarint(sizeAt,
+                  static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(sizeBytes));
+        return out;
       }
     }
     out.varint(static_cast<std::uint32_t>(elementsSize(list)));
-    for (const Number value : list) {
-      writeNumber<form>(out, value);
-    }
   }
+  for (const Number value : list) {
+    out = writeNumber<form>(out, value);
+  }
+  return out;
 }
 
 template <class Out, class T>
-void writeMapPart(Out& out, T& part, EncodeCall& call)
+Out writeMapPart(Out out, T& part, EncodeCall& call)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
-    writeNested(out, part, call);
+    return writeNested(out, part, call);
   } else if constexpr (std::is_same_v<T, std::string>) {
-    writeText(out, part.c_str(), cutLength(part));
+    return writeText(out, part.c_str(), cutLength(part));
   } else {
     out.fixed(static_cast<std::uint64_t>(part));
+    return out;
   }
 }
 
@@ -397,20 +369,21 @@ std::uint64_t mapPartSize(const T& part)
 }
 
 template <class Tag, class Out, class Map>
-void writeEntries(Out& out, Map* map, EncodeCall& call)
+Out writeEntries(Out out, Map* map, EncodeCall& call)
 {
   out.varint(wire::mapCode(Tag::info.mapKey));
   out.varint(wire::mapCode(Tag::info.mapValue));
   if (map != nullptr) {
     for (auto& [key, value] : *map) {
-      writeMapPart(out, mutableKey(key), call);
-      writeMapPart(out, value, call);
+      out = writeMapPart(out, mutableKey(key), call);
+      out = writeMapPart(out, value, call);
     }
   }
+  return out;
 }
 
 template <class Tag, class Out, class Map>
-void writeMap(Out& out, Map* map, EncodeCall& call)
+Out writeMap(Out out, Map* map, EncodeCall& call)
 {
   if constexpr (Out::direct) {
     // The size comes first: room for its least number of bytes, and a step further for what follows if it
@@ -419,13 +392,14 @@ void writeMap(Out& out, Map* map, EncodeCall& call)
     const std::size_t sizeBytes = varintSize(low32(static_cast<long long>(least)));
     char* const sizeAt = out.at;
     out.at += sizeBytes;
-    writeEntries<Tag>(out, map, call);
+    out = writeEntries<Tag>(out, map, call);
     const auto size = static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(sizeBytes);
     if (const std::size_t needed = varintSize(size); needed != sizeBytes) {
       std::memmove(sizeAt + needed, sizeAt + sizeBytes, size);
       out.at += needed - sizeBytes;
     }
     putVarint(sizeAt, size);
+    return out;
   } else {
     std::uint64_t size = 2;
     if (map != nullptr) {
@@ -434,12 +408,12 @@ void writeMap(Out& out, Map* map, EncodeCall& call)
       }
     }
     out.varint(low32(static_cast<long long>(size)));
-    writeEntries<Tag>(out, map, call);
+    return writeEntries<Tag>(out, map, call);
   }
 }
 
 template <class Out>
-void writePassword(Out& out, const FieldDef& def, const pstring* value, EncodeCall& call)
+Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall& call)
 {
   PasswordText password{PasswordText::NoAnnotation, {}};
   if (call.keepPasswords && def.annotations != nullptr) {
@@ -463,48 +437,58 @@ void writePassword(Out& out, const FieldDef& def, const pstring* value, EncodeCa
       break;
     case PasswordText::Written:
       out.fixed(wire::fieldKey(def));
-      writeText(out, password.text.data(), password.text.size());
+      out = writeText(out, password.text.data(), password.text.size());
       break;
+  }
+  return out;
+}
+
+/// The word that a field begins with, and its key.
+template <class Tag>
+std::uint32_t firstWord(const FieldDef& def)
+{
+  return isCollectionType(Tag::type) ? wire::collectionMarker : def.hash << 3 | Tag::info.wireCode;
+}
+
+template <class Tag, class Out>
+Out writeLight(Tag, const long long* value, const FieldDef& def, Out out)
+{
+  out.fixed(firstWord<Tag>(def));
+  if constexpr (Tag::type == FIELD_STRING) {
+    const auto& text = *std::launder(reinterpret_cast<const std::string*>(value));
+    return writeText(out, text.data(), text.size());
+  } else if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed8) {
+    out.fixed(static_cast<std::uint64_t>(*value));
+    return out;
+  } else if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed4) {
+    out.fixed(low32(*value));
+    return out;
+  } else {
+    return writeNumber<wire::scalarForm<Tag>>(out, low32(*value));
   }
 }
 
 template <class Tag, class Out>
-void writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out& out, EncodeCall& call)
+[[gnu::noinline]] Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
   using Value = typename Tag::Value;
   const short slot = def.slot;
   const std::uint32_t key = def.hash << 3 | Tag::info.wireCode;
-  const std::uint32_t first = isCollectionType(Tag::type) ? wire::collectionMarker : key;
-  if constexpr (IntegerSlot<Tag>) {
-    out.fixed(first);
-    if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed8) {
-      out.fixed(static_cast<std::uint64_t>(MessageAccess::raw(message, slot)));
-    } else {
-      writeNumber<wire::scalarForm<Tag>>(out, low32(MessageAccess::raw(message, slot)));
-    }
-  } else if constexpr (FloatingSlot<Tag>) {
-    out.fixed(first);
-    if constexpr (std::is_same_v<Value, float>) {
-      out.fixed(low32(MessageAccess::raw(message, slot)));
-    } else {
-      out.fixed(static_cast<std::uint64_t>(MessageAccess::raw(message, slot)));
-    }
-  } else if constexpr (Tag::type == FIELD_STRING) {
-    out.fixed(first);
-    const std::string& text = MessageAccess::inPlace<std::string>(message, slot);
-    writeText(out, text.data(), text.size());
-  } else if constexpr (ByteString<Tag>) {
+  const std::uint32_t first = firstWord<Tag>(def);
+  if constexpr (ByteString<Tag>) {
     out.fixed(first);
     const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
     static const std::string none;
-    writeBytes(out, value != nullptr ? value->text() : none, call);
+    return writeBytes(out, value != nullptr ? value->text() : none, call);
   } else if constexpr (PasswordString<Tag>) {
-    writePassword(out, def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
+    return writePassword(out, def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
   } else if constexpr (MessageValue<Tag>) {
-    if (YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot)) {
-      out.fixed(first);
-      writeNested(out, *value, call);
+    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
+    if (value == nullptr) {
+      return out;
     }
+    out.fixed(first);
+    return writeNested(out, *value, call);
   } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
     out.fixed(first);
     Value* list = MessageAccess::pointer<Value>(message, slot);
@@ -513,48 +497,64 @@ void writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out& out, Enco
     if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
       out.fixed(key);
       if (list != nullptr) {
-        writeElements(out, *list);
-      } else {
-        out.varint(0);
+        return writeElements(out, *list);
       }
+      out.varint(0);
     } else {
       for (std::size_t i = 0; i < count; ++i) {
         out.fixed(key);
         auto& item = (*list)[i];
         if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-          writeNested(out, item, call);
+          out = writeNested(out, item, call);
         } else if constexpr (Tag::type == FIELD_LIST_STRING) {
-          writeText(out, item.c_str(), cutLength(item));
+          out = writeText(out, item.c_str(), cutLength(item));
         } else {
-          writeBytes(out, item.text(), call);
+          out = writeBytes(out, item.text(), call);
         }
       }
     }
+    return out;
   } else if constexpr (MapValue<Tag>) {
     out.fixed(first);
     Value* map = MessageAccess::pointer<Value>(message, slot);
     out.varint(map != nullptr ? low32(static_cast<long long>(map->size())) : 0);
     out.fixed(key);
-    writeMap<Tag>(out, map, call);
+    return writeMap<Tag>(out, map, call);
   } else {
     out.fixed(first);  // wide strings and types without storage have no value
+    return out;
   }
 }
 
-template <class Out>
-void writeFields(YMMessageBase& message, Out& out, EncodeCall& call)
+void traceField(const YMMessageBase& message, const FieldDef& def, std::uint64_t position)
 {
-  if (enter(call)) {
-    forEachSet(message, [&](const FieldDef& def) {
-      if (call.trace) {
-        XMLDebug::getInstance()->debug(function, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
-                                       message.getClass()->name, def.getName(),
-                                       static_cast<int>(out.position()));
+  XMLDebug::getInstance()->debug(function, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
+                                 message.getClass()->name, def.getName(), static_cast<int>(position));
+}
+
+template <class Out>
+Out writeFields(YMMessageBase& message, Out out, EncodeCall& call)
+{
+  if (enter(call) && message.getClass() != nullptr) {
+    const Slots slots = MessageAccess::slots(message);
+    SetFields fields = MessageAccess::setFields(message);
+    const bool trace = call.trace;
+    while (const FieldDef* def = fields.next()) {
+      if (trace) [[unlikely]] {
+        traceField(message, *def, out.position(call));
       }
-      visitFieldType(def.type, [&](auto tag) { writeValue(tag, message, def, out, call); });
-    });
+      out = visitFieldType(
+          def->type, [&]<class Tag>(Tag tag) __attribute__((always_inline)) {
+            if constexpr (isLight<Tag>) {
+              return writeLight(tag, &slots[def->slot], *def, out);
+            } else {
+              return writeValue(tag, message, *def, out, call);
+            }
+          });
+    }
   }
   --call.depth;
+  return out;
 }
 
 }  // namespace
@@ -562,10 +562,19 @@ void writeFields(YMMessageBase& message, Out& out, EncodeCall& call)
 std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
 {
   std::uint64_t size = 0;
-  if (enter(call)) {
-    forEachSet(message, [&](const FieldDef& def) {
-      size += visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
-    });
+  if (enter(call) && message.getClass() != nullptr) {
+    const Slots slots = MessageAccess::slots(message);
+    SetFields fields = MessageAccess::setFields(message);
+    while (const FieldDef* def = fields.next()) {
+      size += visitFieldType(
+          def->type, [&]<class Tag>(Tag tag) __attribute__((always_inline)) {
+            if constexpr (isLight<Tag>) {
+              return measureLight(tag, &slots[def->slot]);
+            } else {
+              return measureValue(tag, message, *def, call);
+            }
+          });
+    }
   }
   --call.depth;
   message.SetCachedSize(low32(static_cast<long long>(size)));
@@ -574,15 +583,13 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
 
 char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call)
 {
-  DirectOut out{to, begin};
-  writeFields(message, out, call);
-  return out.at;
+  call.begin = begin;
+  return writeFields(message, DirectOut{to}, call).at;
 }
 
 void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call)
 {
-  StreamOut stream{out};
-  writeFields(message, stream, call);
+  writeFields(message, StreamOut{&out}, call);
 }
 
 }  // namespace kwxml

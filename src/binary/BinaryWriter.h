@@ -24,6 +24,7 @@ struct EncodeCall
   bool keepPasswords = false;
   std::vector<std::optional<std::string>> passwordTexts{};
   std::size_t nextPassword = 0;
+  const char* begin = nullptr;  ///< position 0 of traces
   int depth = 0;
   bool tooDeep = false;  ///< nested deeper than a reader accepts (logged)
 };

@@ -134,9 +134,11 @@ template <class Tag>
 concept PasswordString = std::is_same_v<typename Tag::Value, pstring>;
 
 /// Calls `visitor(FieldTypeTag<T>{}, args...)` for the type; FIELD_INVALID for a number above 42. There is no
-/// default branch, so the compiler names a type that was forgotten.
+/// default branch, so the compiler names a type that was forgotten. The jump stands where it is called, so
+/// that what a walk keeps in registers stays there.
 template <class Visitor, class... Args>
-constexpr decltype(auto) visitFieldType(FieldDataType type, Visitor&& visitor, Args&&... args)
+[[gnu::always_inline]] constexpr decltype(auto) visitFieldType(FieldDataType type, Visitor&& visitor,
+                                                               Args&&... args)
 {
   switch (type) {
 #define KWXML_FIELD_TYPE(number, enumerator, ...) \

@@ -4,6 +4,9 @@
 
 #include <kwxml/model/YMMessageBase.h>
 
+#include <bit>
+#include <cstring>
+
 namespace kwxml {
 
 /// A set of field types, one bit per number.
@@ -51,8 +54,94 @@ struct FieldAddress
   unsigned int hash;
 };
 
+/// The slots of one message, held in registers: a walk that writes bytes elsewhere would read the layout anew
+/// after each of them.
+class Slots
+{
+public:
+  explicit Slots(YMMessageBuffer& buffer)
+      : inline_(&buffer.at(0)), heap_(buffer.heapBase()), inlineCount_(buffer.inlineCount())
+  {
+  }
+  long long& operator[](short slot) const { return (slot < inlineCount_ ? inline_ : heap_)[slot]; }
+
+private:
+  long long* inline_;
+  long long* heap_;  ///< where slot 0 would lie
+  short inlineCount_;
+};
+
+/// Finds the set fields of a message, in the order of their records.
+class SetFields
+{
+public:
+  SetFields(const YMMessageBuffer& buffer, const FieldDef* fields)
+      : fields_(fields), bits_(buffer.bits()), count_(buffer.bitCount()), whole_(!buffer.isExternal())
+  {
+    if (count_ > 0) {
+      word_ = load(0);
+      untyped_ = (word_ & 1) != 0;
+    }
+  }
+
+  /// The next one; null at the end. Records of type 0 have no bit of their own, theirs is that of field 0:
+  /// set, they come between the other set fields.
+  const FieldDef* next()
+  {
+    while (word_ == 0) {
+      if (first_ + 64 >= count_) {
+        return untyped_ ? nextUntyped(count_) : nullptr;
+      }
+      first_ += 64;
+      word_ = load(first_);
+    }
+    const int field = first_ + std::countr_zero(word_);
+    if (untyped_ && field != expected_) {
+      if (const FieldDef* untyped = nextUntyped(field)) {
+        return untyped;
+      }
+    }
+    word_ &= word_ - 1;
+    expected_ = field + 1;
+    return fields_ + field;
+  }
+
+private:
+  std::uint64_t load(int first) const
+  {
+    const int left = count_ - first;
+    std::uint64_t word = 0;
+    // A message's own bitset lies in whole slots; one in the caller's memory ends with its last byte.
+    std::memcpy(&word, bits_ + first / 8, whole_ || left >= 64 ? 8 : static_cast<std::size_t>(left) / 8 + 1);
+    if constexpr (std::endian::native == std::endian::big) {
+      word = __builtin_bswap64(word);
+    }
+    return left >= 64 ? word : word & ((std::uint64_t{1} << left) - 1);
+  }
+  const FieldDef* nextUntyped(int end)
+  {
+    for (; expected_ < end; ++expected_) {
+      if (fields_[expected_].type == FIELD_UNSET) {
+        return fields_ + expected_++;
+      }
+    }
+    return nullptr;
+  }
+
+  const FieldDef* fields_;
+  const unsigned char* bits_;
+  int count_;
+  int first_ = 0;
+  int expected_ = 0;  ///< the record behind the last one found
+  std::uint64_t word_ = 0;
+  bool whole_;
+  bool untyped_ = false;
+};
+
 struct MessageAccess
 {
+  static Slots slots(YMMessageBase& m) { return Slots(m.buffer_); }
+  static SetFields setFields(const YMMessageBase& m) { return SetFields(m.buffer_, m.class_->fields); }
   static YMMessageBuffer& buffer(YMMessageBase& m) { return m.buffer_; }
   static const YMMessageBuffer& buffer(const YMMessageBase& m) { return m.buffer_; }
   static bool isSet(const YMMessageBase& m, const FieldDef& def) { return m.buffer_.bit(def.fieldNumber); }

@@ -57,6 +57,12 @@ public:
   /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them
   /// away.
   long long& at(short inlineSlot) noexcept { return inline_[inlineSlot]; }
+  /// Where slot 0 would lie if the slots that are not inline went on to the front.
+  long long* heapBase() noexcept
+  {
+    return reinterpret_cast<long long*>(reinterpret_cast<std::uintptr_t>(heap_) -
+                                        static_cast<std::uintptr_t>(inlineCount_) * sizeof(long long));
+  }
   /// Takes over the other's storage and bytes and leaves it empty. Objects in inline slots are moved as
   /// bytes: the caller mends those that are not trivially relocatable.
   void takeOver(YMMessageBuffer& other) noexcept;

@@ -147,8 +147,10 @@ TEST(BinaryBuffer, OwnsGrowsAndLends)
   EXPECT_TRUE(owned.data() == before && owned.capacity() == 100 && owned.length() == 10);
   ASSERT_TRUE(owned.resizeBuffer(200));
   EXPECT_EQ(std::string(owned.data(), 100), std::string(100, 'x'));
+#ifndef __SANITIZE_ADDRESS__  // which ends the program at such a size
   EXPECT_FALSE(owned.resizeBuffer(~0UL)) << "no memory";
   EXPECT_TRUE(owned.data() == nullptr && owned.capacity() == 0 && owned.length() == 0);
+#endif
 
   char memory[8] = "caller";
   {
