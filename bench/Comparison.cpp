@@ -1,6 +1,7 @@
 #include "Comparison.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace kwxml::bench {
@@ -37,10 +38,13 @@ void ComparisonReporter::printTable(const std::vector<Pair>& pairs)
     }
     const bool isRatio = pair.kind == Pair::Kind::Ratio;
     const double figure = isRatio ? ours / floor : ours - floor;
-    std::printf(isRatio ? "%-24s %9.2f us %9.2f us %12.3f %12.2f %s\n"
-                        : "%-24s %9.2f ns %9.2f ns %9.2f ns %9.2f ns %s\n",
-                pair.name.c_str(), isRatio ? ours / 1000 : ours, isRatio ? floor / 1000 : floor, figure,
-                pair.limit, figure <= pair.limit ? "met" : "MISSED");
+    std::printf(isRatio ? "%-24s %9.3f us %9.3f us %12.3f" : "%-24s %9.2f ns %9.2f ns %9.2f ns",
+                pair.name.c_str(), isRatio ? ours / 1000 : ours, isRatio ? floor / 1000 : floor, figure);
+    if (!std::isinf(pair.limit)) {
+      std::printf(isRatio ? " %12.2f" : " %9.2f ns", pair.limit);
+      std::printf(figure <= pair.limit ? " met" : " MISSED");
+    }
+    std::printf("\n");
   }
 }
 

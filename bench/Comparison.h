@@ -1,5 +1,5 @@
 // Measurements in pairs: ours and its floor, run side by side, and the table of what the one costs over the
-// other that ends a run.
+// other that ends a run. The floor of the binary form is an opponent: protobuf.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -21,7 +21,7 @@ struct Pair
   };
   std::string name;
   Kind kind;
-  double limit;
+  double limit;  ///< infinite: measured for information
 };
 
 /// Registers both benchmarks of a pair and its line in the table.
@@ -57,5 +57,14 @@ private:
 // What the program measures.
 void registerXmlBenchmarks(std::vector<Pair>& pairs);
 void registerModelBenchmarks(std::vector<Pair>& pairs);
+
+#ifdef KWXML_BENCH_PROTOBUF
+void registerBinaryBenchmarks(std::vector<Pair>& pairs);
+/// The table of what both sides ask of the heap.
+void printBinaryHeap();
+/// Runs each operation whose name contains `filter` a fixed number of times and leaves a profile for each;
+/// does something under callgrind only (see bench/instructions). False when a result is wrong.
+bool profileBinary(const std::string& filter);
+#endif
 
 }  // namespace kwxml::bench

@@ -2,8 +2,6 @@
 
 #include <catalogue/Bench.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 #include <string_view>
 
@@ -37,51 +35,55 @@ private:
   std::minstd_rand random_{20};
 };
 
-/// Fills a message by field names, as one without its class's generated wrapper does.
+/// Fills a message's fields in the order of the schema, with addresses from the class record: what a wrapper
+/// with constant addresses does, and a load for each.
 class Fields
 {
 public:
-  explicit Fields(YMMessageBase& message) : message_(message) {}
+  explicit Fields(YMMessageBase& message)
+      : message_(message), tag_(message.getTagID()), next_(message.getClass()->fields)
+  {
+  }
 
-  void put(const char* name, long long value)
+  void put(long long value)
   {
-    const FieldDef& f = field(name);
-    message_.setint64(f.fieldNumber, f.slot, value, message_.getTagID(), f.hash);
+    const FieldDef& f = *next_++;
+    message_.setint64(f.fieldNumber, f.slot, value, tag_, f.hash);
   }
-  void put(const char* name, double value)
+  void put(double value)
   {
-    const FieldDef& f = field(name);
-    message_.setdouble(f.fieldNumber, f.slot, value, message_.getTagID(), f.hash);
+    const FieldDef& f = *next_++;
+    message_.setdouble(f.fieldNumber, f.slot, value, tag_, f.hash);
   }
-  void put(const char* name, const std::string& value)
+  void put(const std::string& value)
   {
-    const FieldDef& f = field(name);
-    message_.setstring(f.fieldNumber, f.slot, value, message_.getTagID(), f.hash);
+    const FieldDef& f = *next_++;
+    message_.setstring(f.fieldNumber, f.slot, value, tag_, f.hash);
   }
   template <class List>
   void putWith(void (YMMessageBase::*set)(short, short, const List*, unsigned long, unsigned),
-               const char* name, const List& value)
+               const List& value)
   {
-    const FieldDef& f = field(name);
-    (message_.*set)(f.fieldNumber, f.slot, &value, message_.getTagID(), f.hash);
+    const FieldDef& f = *next_++;
+    (message_.*set)(f.fieldNumber, f.slot, &value, tag_, f.hash);
   }
-  void putObject(const char* name, const YMMessageBase& value)
+  template <class Nested>
+  YMMessageBase& object()
   {
-    const FieldDef& f = field(name);
-    message_.setObjectAccessor(&value, f.fieldNumber, f.slot, message_.getTagID(), f.hash);
+    const FieldDef& f = *next_++;
+    return *message_.getObjectAccessor(true, true, f.fieldNumber, f.slot, tag_, f.hash, Nested::systemIndex,
+                                       Nested::classIndex);
+  }
+  std::vector<YMMessageBase>& objects()
+  {
+    const FieldDef& f = *next_++;
+    return *message_.getlistobject(f.fieldNumber, f.slot, tag_, f.hash, true);
   }
 
 private:
-  const FieldDef& field(const std::string& name) const
-  {
-    const int number = YMMessageBase::getFieldNumberFromName(message_.getClass(), name);
-    if (number < 0) {
-      std::fprintf(stderr, "no field %s\n", name.c_str());
-      std::abort();
-    }
-    return message_.getClass()->fields[number];
-  }
   YMMessageBase& message_;
+  const unsigned long tag_;
+  const FieldDef* next_;
 };
 
 }  // namespace
@@ -145,25 +147,24 @@ YMMessageBase makeMessage(const FlatValues& values)
 {
   Bench::Flat message;
   Fields fields(message);
-  const char* const ints[] = {"id", "version", "priority", "retries", "line", "channel"};
-  const char* const longs[] = {"created", "modified", "bytesSent", "bytesReceived"};
-  const char* const bools[] = {"active", "urgent", "archived"};
-  for (std::size_t i = 0; i < std::size(ints); ++i) {
-    fields.put(ints[i], static_cast<long long>(values.ints[i]));
+  for (const int value : values.ints) {
+    fields.put(static_cast<long long>(value));
   }
-  for (std::size_t i = 0; i < std::size(longs); ++i) {
-    fields.put(longs[i], values.longs[i]);
+  for (const long long value : values.longs) {
+    fields.put(value);
   }
-  for (std::size_t i = 0; i < std::size(bools); ++i) {
-    fields.put(bools[i], static_cast<long long>(values.bools[i]));
+  for (const bool value : values.bools) {
+    fields.put(static_cast<long long>(value));
   }
-  fields.put("ratio", values.doubles[0]);
-  fields.put("amount", values.doubles[1]);
-  fields.put("state", static_cast<long long>(values.states[0]));
-  fields.put("origin", static_cast<long long>(values.states[1]));
-  fields.put("code", values.strings[0]);
-  fields.put("title", values.strings[1]);
-  fields.put("remark", values.strings[2]);
+  for (const double value : values.doubles) {
+    fields.put(value);
+  }
+  for (const int value : values.states) {
+    fields.put(static_cast<long long>(value));
+  }
+  for (const std::string& value : values.strings) {
+    fields.put(value);
+  }
   return message;
 }
 
@@ -171,30 +172,26 @@ YMMessageBase makeMessage(const OrderValues& values)
 {
   Bench::Order message;
   Fields fields(message);
-  fields.put("number", values.number);
-  fields.put("state", static_cast<long long>(values.state));
-  fields.put("customer", values.customer);
-  fields.put("total", values.total);
-  fields.put("paid", static_cast<long long>(values.paid));
-  Bench::Address address;
-  Fields addressFields(address);
-  addressFields.put("street", values.street);
-  addressFields.put("city", values.city);
-  addressFields.put("postcode", static_cast<long long>(values.postcode));
-  addressFields.put("verified", static_cast<long long>(values.verified));
-  fields.putObject("address", address);
-  std::vector<YMMessageBase> items;
+  fields.put(values.number);
+  fields.put(static_cast<long long>(values.state));
+  fields.put(values.customer);
+  fields.put(values.total);
+  fields.put(static_cast<long long>(values.paid));
+  Fields address(fields.object<Bench::Address>());
+  address.put(values.street);
+  address.put(values.city);
+  address.put(static_cast<long long>(values.postcode));
+  address.put(static_cast<long long>(values.verified));
+  std::vector<YMMessageBase>& items = fields.objects();
+  items.reserve(values.items.size());
   for (const ItemValues& value : values.items) {
-    Bench::Item item;
-    Fields itemFields(item);
-    itemFields.put("name", value.name);
-    itemFields.put("price", value.price);
-    itemFields.put("state", static_cast<long long>(value.state));
-    itemFields.putWith(&YMMessageBase::setliststring, "labels", value.labels);
-    itemFields.put("stock", value.stock);
-    items.push_back(std::move(item));
+    Fields item(items.emplace_back(Bench::Item::systemIndex, Bench::Item::classIndex));
+    item.put(value.name);
+    item.put(value.price);
+    item.put(static_cast<long long>(value.state));
+    item.putWith(&YMMessageBase::setliststring, value.labels);
+    item.put(value.stock);
   }
-  fields.putWith(&YMMessageBase::setlistobject, "items", items);
   return message;
 }
 
@@ -202,10 +199,10 @@ YMMessageBase makeMessage(const BulkValues& values)
 {
   Bench::Bulk message;
   Fields fields(message);
-  fields.putWith(&YMMessageBase::setlistint, "counts", values.counts);
-  fields.putWith(&YMMessageBase::setlistdouble, "samples", values.samples);
-  fields.putWith(&YMMessageBase::setliststring, "names", values.names);
-  fields.putWith(&YMMessageBase::setMapStringAndString, "entries", values.entries);
+  fields.putWith(&YMMessageBase::setlistint, values.counts);
+  fields.putWith(&YMMessageBase::setlistdouble, values.samples);
+  fields.putWith(&YMMessageBase::setliststring, values.names);
+  fields.putWith(&YMMessageBase::setMapStringAndString, values.entries);
   return message;
 }
 

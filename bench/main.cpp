@@ -1,6 +1,8 @@
 // kwxml_bench [options of Google Benchmark]. Repetitions of all benchmarks are mixed, so that whatever else
 // the machine does meets ours and the floor alike. Exits with 1 when a benchmark found a wrong result; a
 // missed target is no error.
+//
+// kwxml_bench --profile [part of a name]: under callgrind, what bench/instructions counts.
 
 #include "Comparison.h"
 
@@ -9,6 +11,11 @@
 
 int main(int argc, char** argv)
 {
+#ifdef KWXML_BENCH_PROTOBUF
+  if (argc > 1 && std::string(argv[1]) == "--profile") {
+    return kwxml::bench::profileBinary(argc > 2 ? argv[2] : "") ? 0 : 1;
+  }
+#endif
   // What a run does unless the command line says otherwise: later options win.
   std::string defaults[] = {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=25",
                             "--benchmark_min_time=0.05"};
@@ -27,9 +34,15 @@ int main(int argc, char** argv)
   std::vector<kwxml::bench::Pair> pairs;
   kwxml::bench::registerXmlBenchmarks(pairs);
   kwxml::bench::registerModelBenchmarks(pairs);
+#ifdef KWXML_BENCH_PROTOBUF
+  kwxml::bench::registerBinaryBenchmarks(pairs);
+#endif
   kwxml::bench::ComparisonReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   reporter.printTable(pairs);
+#ifdef KWXML_BENCH_PROTOBUF
+  kwxml::bench::printBinaryHeap();
+#endif
   benchmark::Shutdown();
   return reporter.failed() ? 1 : 0;
 }

@@ -3,7 +3,7 @@
 
 #include "Comparison.h"
 #include "Documents.h"
-#include "support/AllocationCounter.h"
+#include "Heap.h"
 
 #include <kwxml/model/YMMessageBase.h>
 
@@ -88,17 +88,17 @@ template <class LookUp>
 void measureLookUp(const char* name, LookUp lookUp)
 {
   benchmark::RegisterBenchmark(name, [lookUp](benchmark::State& state) {
-    const test::AllocationCounter allocations;
+    const HeapScope allocations;
     for ([[maybe_unused]] auto _ : state) {
       if (!lookUp()) {
         state.SkipWithError("nothing found");
         break;
       }
     }
-    if (allocations.count() != 0) {
+    if (allocations.allocations() != 0) {
       state.SkipWithError("a look-up allocated memory");
     }
-    state.counters["allocations"] = static_cast<double>(allocations.count());
+    state.counters["allocations"] = static_cast<double>(allocations.allocations());
   });
 }
 

@@ -42,7 +42,8 @@ constexpr std::int32_t unzigzag(std::uint32_t value) noexcept
 /// Bytes of a variable-length integer: one per started group of 7 bits.
 constexpr std::size_t varintSize(std::uint32_t value) noexcept
 {
-  return (static_cast<std::size_t>(31 ^ __builtin_clz(value | 1)) * 9 + 73) / 64;
+  // Most are small.
+  return value < 0x80 ? 1 : (static_cast<std::size_t>(31 ^ __builtin_clz(value)) * 9 + 73) / 64;
 }
 
 /// Writes a variable-length integer, which has room; gives the byte behind it.

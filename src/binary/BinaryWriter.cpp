@@ -7,6 +7,7 @@
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/xml/Base64.h>
 
+#include <array>
 #include <bit>
 
 namespace kwxml {
@@ -17,9 +18,49 @@ using wire::NumberForm;
 
 constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
 
-/// Scalars and strings, which the walks handle in place; the others have functions of their own.
-template <class Tag>
-inline constexpr bool isLight = IntegerSlot<Tag> || FloatingSlot<Tag> || Tag::type == FIELD_STRING;
+/// How the walks handle a type: scalars and strings in place, the others by functions of their own.
+enum class Kind : std::uint8_t
+{
+  Zigzag,
+  Varint,
+  Fixed8,
+  Fixed4,
+  String,
+  Other
+};
+struct TypePlan
+{
+  Kind kind;
+  std::uint8_t code;
+};
+
+/// One entry for every value of the type byte. Two loads and a comparison decide what most fields are.
+constexpr std::array<TypePlan, 256> typePlans = [] {
+  std::array<TypePlan, 256> plans{};
+  for (unsigned type = 0; type < plans.size(); ++type) {
+    plans[type] = visitFieldType(static_cast<FieldDataType>(type), []<class Tag>(Tag) -> TypePlan {
+      constexpr std::uint8_t code = Tag::info.wireCode;
+      if constexpr (isCollectionType(Tag::type)) {
+        return {Kind::Other, code};
+      } else if constexpr (IntegerSlot<Tag> || FloatingSlot<Tag>) {
+        constexpr NumberForm form = wire::scalarForm<Tag>;
+        return {form == NumberForm::Zigzag   ? Kind::Zigzag
+                : form == NumberForm::Varint ? Kind::Varint
+                : form == NumberForm::Fixed8 ? Kind::Fixed8
+                                             : Kind::Fixed4,
+                code};
+      } else {
+        return {Tag::type == FIELD_STRING ? Kind::String : Kind::Other, code};
+      }
+    });
+  }
+  return plans;
+}();
+
+const std::string& stringAt(const long long* slot)
+{
+  return *std::launder(reinterpret_cast<const std::string*>(slot));
+}
 
 /// A text as lists and maps write it: up to its first zero byte.
 std::size_t cutLength(const std::string& text)
@@ -151,25 +192,14 @@ std::uint64_t measureMapBody(Map& map, EncodeCall& call)
 }
 
 template <class Tag>
-std::uint64_t measureLight(Tag, const long long* value)
-{
-  if constexpr (IntegerSlot<Tag>) {
-    return wire::keySize + numberSize<wire::scalarForm<Tag>>(low32(*value));
-  } else if constexpr (FloatingSlot<Tag>) {
-    return wire::keySize + sizeof(typename Tag::Value);
-  } else {
-    return wire::keySize + delimited(std::launder(reinterpret_cast<const std::string*>(value))->size());
-  }
-}
-
-template <class Tag>
-[[gnu::noinline]] std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def,
-                                             EncodeCall& call)
+std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call)
 {
   using Value = typename Tag::Value;
   constexpr std::uint64_t key = wire::keySize;
   const short slot = def.slot;
-  if constexpr (ByteString<Tag>) {
+  if constexpr (Tag::type == FIELD_ULONGLONG) {
+    return key + 8;
+  } else if constexpr (ByteString<Tag>) {
     const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
     const std::size_t size = value != nullptr ? value->size() : 0;
     return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
@@ -213,6 +243,11 @@ template <class Tag>
   } else {
     return key;
   }
+}
+
+[[gnu::noinline]] std::uint64_t measureOther(YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+{
+  return visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
 }
 
 // ---- Writing
@@ -443,39 +478,18 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
   return out;
 }
 
-/// The word that a field begins with, and its key.
-template <class Tag>
-std::uint32_t firstWord(const FieldDef& def)
-{
-  return isCollectionType(Tag::type) ? wire::collectionMarker : def.hash << 3 | Tag::info.wireCode;
-}
-
 template <class Tag, class Out>
-Out writeLight(Tag, const long long* value, const FieldDef& def, Out out)
-{
-  out.fixed(firstWord<Tag>(def));
-  if constexpr (Tag::type == FIELD_STRING) {
-    const auto& text = *std::launder(reinterpret_cast<const std::string*>(value));
-    return writeText(out, text.data(), text.size());
-  } else if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed8) {
-    out.fixed(static_cast<std::uint64_t>(*value));
-    return out;
-  } else if constexpr (wire::scalarForm<Tag> == NumberForm::Fixed4) {
-    out.fixed(low32(*value));
-    return out;
-  } else {
-    return writeNumber<wire::scalarForm<Tag>>(out, low32(*value));
-  }
-}
-
-template <class Tag, class Out>
-[[gnu::noinline]] Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
   using Value = typename Tag::Value;
   const short slot = def.slot;
   const std::uint32_t key = def.hash << 3 | Tag::info.wireCode;
-  const std::uint32_t first = firstWord<Tag>(def);
-  if constexpr (ByteString<Tag>) {
+  const std::uint32_t first = isCollectionType(Tag::type) ? wire::collectionMarker : key;
+  if constexpr (Tag::type == FIELD_ULONGLONG) {
+    out.fixed(first);
+    out.fixed(static_cast<std::uint64_t>(MessageAccess::raw(message, slot)));
+    return out;
+  } else if constexpr (ByteString<Tag>) {
     out.fixed(first);
     const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
     static const std::string none;
@@ -526,6 +540,12 @@ template <class Tag, class Out>
   }
 }
 
+template <class Out>
+[[gnu::noinline]] Out writeOther(YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+{
+  return visitFieldType(def.type, [&](auto tag) { return writeValue(tag, message, def, out, call); });
+}
+
 void traceField(const YMMessageBase& message, const FieldDef& def, std::uint64_t position)
 {
   XMLDebug::getInstance()->debug(function, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
@@ -537,21 +557,31 @@ Out writeFields(YMMessageBase& message, Out out, EncodeCall& call)
 {
   if (enter(call) && message.getClass() != nullptr) {
     const Slots slots = MessageAccess::slots(message);
-    SetFields fields = MessageAccess::setFields(message);
     const bool trace = call.trace;
-    while (const FieldDef* def = fields.next()) {
-      if (trace) [[unlikely]] {
-        traceField(message, *def, out.position(call));
-      }
-      out = visitFieldType(
-          def->type, [&]<class Tag>(Tag tag) __attribute__((always_inline)) {
-            if constexpr (isLight<Tag>) {
-              return writeLight(tag, &slots[def->slot], *def, out);
-            } else {
-              return writeValue(tag, message, *def, out, call);
-            }
-          });
-    }
+    MessageAccess::forEachSet(
+        message, [&](const FieldDef& def) __attribute__((always_inline)) {
+          if (trace) [[unlikely]] {
+            traceField(message, def, out.position(call));
+          }
+          const TypePlan plan = typePlans[def.type];
+          if (plan.kind == Kind::Other) {
+            out = writeOther(message, def, out, call);
+            return;
+          }
+          const long long* const value = &slots[def.slot];
+          out.fixed(def.hash << 3 | plan.code);
+          if (plan.kind == Kind::Zigzag) {
+            out.varint(zigzag(static_cast<std::int32_t>(low32(*value))));
+          } else if (plan.kind == Kind::Varint) {
+            out.varint(low32(*value));
+          } else if (plan.kind == Kind::Fixed8) {
+            out.fixed(static_cast<std::uint64_t>(*value));
+          } else if (plan.kind == Kind::String) {
+            out = writeText(out, stringAt(value).data(), stringAt(value).size());
+          } else {
+            out.fixed(low32(*value));
+          }
+        });
   }
   --call.depth;
   return out;
@@ -564,17 +594,27 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
   std::uint64_t size = 0;
   if (enter(call) && message.getClass() != nullptr) {
     const Slots slots = MessageAccess::slots(message);
-    SetFields fields = MessageAccess::setFields(message);
-    while (const FieldDef* def = fields.next()) {
-      size += visitFieldType(
-          def->type, [&]<class Tag>(Tag tag) __attribute__((always_inline)) {
-            if constexpr (isLight<Tag>) {
-              return measureLight(tag, &slots[def->slot]);
-            } else {
-              return measureValue(tag, message, *def, call);
-            }
-          });
-    }
+    MessageAccess::forEachSet(
+        message, [&](const FieldDef& def) __attribute__((always_inline)) {
+          const Kind kind = typePlans[def.type].kind;
+          if (kind == Kind::Other) {
+            size += measureOther(message, def, call);
+            return;
+          }
+          size += wire::keySize;
+          const long long* const value = &slots[def.slot];
+          if (kind == Kind::Zigzag) {
+            size += varintSize(zigzag(static_cast<std::int32_t>(low32(*value))));
+          } else if (kind == Kind::Varint) {
+            size += varintSize(low32(*value));
+          } else if (kind == Kind::Fixed8) {
+            size += 8;
+          } else if (kind == Kind::String) {
+            size += delimited(stringAt(value).size());
+          } else {
+            size += 4;
+          }
+        });
   }
   --call.depth;
   message.SetCachedSize(low32(static_cast<long long>(size)));

@@ -71,77 +71,49 @@ private:
   short inlineCount_;
 };
 
-/// Finds the set fields of a message, in the order of their records.
-class SetFields
+/// Calls `visit(const FieldDef&)` for each set field of a class's message, in the order of the records.
+/// Records of type 0 have no bit of their own, theirs is that of field 0: set, they come in their places.
+template <class Visit>
+[[gnu::always_inline]] inline void forEachSetField(const YMMessageBuffer& buffer, const FieldDef* fields,
+                                                   Visit visit)
 {
-public:
-  SetFields(const YMMessageBuffer& buffer, const FieldDef* fields)
-      : fields_(fields), bits_(buffer.bits()), count_(buffer.bitCount()), whole_(!buffer.isExternal())
-  {
-    if (count_ > 0) {
-      word_ = load(0);
-      untyped_ = (word_ & 1) != 0;
-    }
-  }
-
-  /// The next one; null at the end. Records of type 0 have no bit of their own, theirs is that of field 0:
-  /// set, they come between the other set fields.
-  const FieldDef* next()
-  {
-    while (word_ == 0) {
-      if (first_ + 64 >= count_) {
-        return untyped_ ? nextUntyped(count_) : nullptr;
-      }
-      first_ += 64;
-      word_ = load(first_);
-    }
-    const int field = first_ + std::countr_zero(word_);
-    if (untyped_ && field != expected_) {
-      if (const FieldDef* untyped = nextUntyped(field)) {
-        return untyped;
-      }
-    }
-    word_ &= word_ - 1;
-    expected_ = field + 1;
-    return fields_ + field;
-  }
-
-private:
-  std::uint64_t load(int first) const
-  {
-    const int left = count_ - first;
+  const unsigned char* const bits = buffer.bits();
+  const int count = buffer.bitCount();
+  // A message's own bitset lies in whole slots; one in the caller's memory ends with its last byte.
+  const bool whole = !buffer.isExternal();
+  const bool untyped = count > 0 && buffer.bit(0);
+  for (int first = 0; first < count; first += 64, fields += 64) {
+    const int left = count - first;
     std::uint64_t word = 0;
-    // A message's own bitset lies in whole slots; one in the caller's memory ends with its last byte.
-    std::memcpy(&word, bits_ + first / 8, whole_ || left >= 64 ? 8 : static_cast<std::size_t>(left) / 8 + 1);
+    if (whole || left >= 64) [[likely]] {
+      std::memcpy(&word, bits + first / 8, sizeof word);
+    } else {
+      std::memcpy(&word, bits + first / 8, static_cast<std::size_t>(left) / 8 + 1);
+    }
     if constexpr (std::endian::native == std::endian::big) {
       word = __builtin_bswap64(word);
     }
-    return left >= 64 ? word : word & ((std::uint64_t{1} << left) - 1);
-  }
-  const FieldDef* nextUntyped(int end)
-  {
-    for (; expected_ < end; ++expected_) {
-      if (fields_[expected_].type == FIELD_UNSET) {
-        return fields_ + expected_++;
+    const std::uint64_t all = left >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << left) - 1;
+    word &= all;
+    if (untyped && word != all) {
+      for (std::uint64_t clear = ~word & all; clear != 0; clear &= clear - 1) {
+        word |= fields[std::countr_zero(clear)].type == FIELD_UNSET ? clear & (0 - clear) : 0;
       }
     }
-    return nullptr;
+    for (; word != 0; word &= word - 1) {
+      visit(fields[std::countr_zero(word)]);
+    }
   }
-
-  const FieldDef* fields_;
-  const unsigned char* bits_;
-  int count_;
-  int first_ = 0;
-  int expected_ = 0;  ///< the record behind the last one found
-  std::uint64_t word_ = 0;
-  bool whole_;
-  bool untyped_ = false;
-};
+}
 
 struct MessageAccess
 {
   static Slots slots(YMMessageBase& m) { return Slots(m.buffer_); }
-  static SetFields setFields(const YMMessageBase& m) { return SetFields(m.buffer_, m.class_->fields); }
+  template <class Visit>
+  [[gnu::always_inline]] static void forEachSet(const YMMessageBase& m, Visit visit)
+  {
+    forEachSetField(m.buffer_, m.class_->fields, visit);
+  }
   static YMMessageBuffer& buffer(YMMessageBase& m) { return m.buffer_; }
   static const YMMessageBuffer& buffer(const YMMessageBase& m) { return m.buffer_; }
   static bool isSet(const YMMessageBase& m, const FieldDef& def) { return m.buffer_.bit(def.fieldNumber); }
