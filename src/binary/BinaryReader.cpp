@@ -143,12 +143,15 @@ private:
   };
 
   bool skipUnknown(std::uint32_t key);
+  [[gnu::noinline]] bool readOther(YMMessageBase& message, const FieldDef& def);
   template <class Tag>
   bool readValue(Tag, YMMessageBase& message, const FieldDef& def);
   bool readPassword(YMMessageBase& message, const FieldDef& def);
 
   /// A length and what it counts. False, logged by `format`, when that does not lie in the stream.
   bool text(Text& out, const FieldDef& def, const char* format);
+  /// The error line of a length that is none; false.
+  bool overruns(const FieldDef& def, std::size_t size, const char* format);
   /// What a byte string's text stands for.
   std::string bytes(const Text& text) const;
 
@@ -172,6 +175,20 @@ private:
   std::uint32_t pendingCount_ = 0;  ///< what the last collection marker of this body announced
 };
 
+/// The field with that hash: from the hint to the last, then from the first. The hint goes behind it.
+const FieldDef* search(const FieldDef* fields, int count, std::uint32_t hash, int& hint)
+{
+  for (const auto& [begin, end] : {std::pair(hint, count), std::pair(0, hint)}) {
+    for (int i = begin; i < end; ++i) {
+      if (fields[i].hash == hash) {
+        hint = i + 1;
+        return fields + i;
+      }
+    }
+  }
+  return nullptr;
+}
+
 bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
 {
   const _ClassDef* cls = message.getClass();
@@ -187,39 +204,62 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   const std::uint32_t outerCount = std::exchange(pendingCount_, 0);
   const FieldDef* const fields = cls->fields;
   const int count = cls->numberOfFields;
+  const Slots slots = MessageAccess::slots(message);
+  const bool trace = call_.trace;
   int hint = 0;
   bool good = true;
-  while (good && in_.position() + wire::keySize <= bodyEnd_) {
-    const std::uint64_t keyPosition = in_.position();
-    const auto key = in_.fixed<std::uint32_t>();
+  Cursor in = in_;  // in registers, but while others read
+  while (good && in.position() + wire::keySize <= bodyEnd_) {
+    const std::uint64_t keyPosition = in.position();
+    const auto key = in.fixed<std::uint32_t>();
     const std::uint32_t hash = key >> 3;
     const FieldDef* def = nullptr;
-    if (key != wire::collectionMarker && hash != 0) {
-      int i = hint;
-      while (i < count && fields[i].hash != hash) {
-        ++i;
-      }
-      if (i == count) {
-        for (i = 0; i < hint && fields[i].hash != hash;) {
-          ++i;
-        }
-        i = i < hint ? i : count;
-      }
-      if (i < count) {
-        def = fields + i;
-        hint = i + 1;
-      }
+    if (hint < count && fields[hint].hash == hash && hash != 0) [[likely]] {
+      def = fields + hint++;
+    } else if (key != wire::collectionMarker && hash != 0) {
+      def = search(fields, count, hash, hint);
     }
     if (def == nullptr) {
-      good = in_.position() >= bodyEnd_ || skipUnknown(key);
+      if (in.position() < bodyEnd_) {
+        in_ = in;
+        good = skipUnknown(key);
+        in = in_;
+      }
       continue;
     }
-    if (call_.trace) {
+    if (trace) [[unlikely]] {
       log().debug(function, 15, "Identified  [%s] : [%s] at buffer position : [%d]", cls->name,
                   def->getName(), static_cast<int>(keyPosition));
     }
-    good = visitFieldType(def->type, [&](auto tag) { return readValue(tag, message, *def); });
+    const wire::Kind kind = wire::typePlans[def->type].kind;
+    if (kind == wire::Kind::Other) {
+      in_ = in;
+      good = readOther(message, *def);
+      in = in_;
+      continue;
+    }
+    long long& slot = slots[def->slot];
+    if (kind == wire::Kind::Zigzag) {
+      slot = unzigzag(in.varint());
+    } else if (kind == wire::Kind::Varint) {
+      slot = in.varint();
+    } else if (kind == wire::Kind::Fixed8) {
+      slot = static_cast<long long>(in.fixed<std::uint64_t>());
+    } else if (kind == wire::Kind::Fixed4) {
+      slot = in.fixed<std::uint32_t>();
+    } else {
+      const std::size_t size = in.varint();
+      if (in.failed() || size > in.left()) [[unlikely]] {
+        in_ = in;
+        good = in.failed() ? false : overruns(*def, size, KWXML_OVERRUN("string"));
+        continue;
+      }
+      std::launder(reinterpret_cast<std::string*>(&slot))->assign(in.at(), size);
+      in.skip(size);
+    }
+    MessageAccess::mark(message, *def);
   }
+  in_ = in;
   bodyEnd_ = outerEnd;
   pendingCount_ = outerCount;
   --call_.depth;
@@ -267,6 +307,21 @@ bool BodyReader::skipUnknown(std::uint32_t key)
   return true;
 }
 
+bool BodyReader::overruns(const FieldDef& def, std::size_t size, const char* format)
+{
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  log().logError(function, format, def.getName(), static_cast<int>(size), static_cast<int>(in_.size()),
+                 static_cast<int>(in_.position()));
+#pragma GCC diagnostic pop
+  return false;
+}
+
+bool BodyReader::readOther(YMMessageBase& message, const FieldDef& def)
+{
+  return visitFieldType(def.type, [&](auto tag) { return readValue(tag, message, def); });
+}
+
 bool BodyReader::text(Text& out, const FieldDef& def, const char* format)
 {
   out.size = in_.varint();
@@ -274,12 +329,7 @@ bool BodyReader::text(Text& out, const FieldDef& def, const char* format)
     return false;
   }
   if (out.size > in_.left()) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    log().logError(function, format, def.getName(), static_cast<int>(out.size), static_cast<int>(in_.size()),
-                   static_cast<int>(in_.position()));
-#pragma GCC diagnostic pop
-    return false;
+    return overruns(def, out.size, format);
   }
   out.data = in_.at();
   in_.skip(out.size);
@@ -315,30 +365,8 @@ template <class Tag>
 bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
 {
   using Value = typename Tag::Value;
-  if constexpr (IntegerSlot<Tag>) {
-    long long value = 0;
-    if constexpr (wire::scalarForm<Tag> == NumberForm::Zigzag) {
-      value = unzigzag(in_.varint());
-    } else if constexpr (wire::scalarForm<Tag> == NumberForm::Varint) {
-      value = in_.varint();
-    } else {
-      value = static_cast<long long>(in_.fixed<std::uint64_t>());
-    }
-    MessageAccess::raw(message, def.slot) = value;
-    MessageAccess::mark(message, def);
-  } else if constexpr (FloatingSlot<Tag>) {
-    if constexpr (std::is_same_v<Value, float>) {
-      MessageAccess::raw(message, def.slot) = in_.fixed<std::uint32_t>();
-    } else {
-      MessageAccess::raw(message, def.slot) = static_cast<long long>(in_.fixed<std::uint64_t>());
-    }
-    MessageAccess::mark(message, def);
-  } else if constexpr (Tag::type == FIELD_STRING) {
-    Text value;
-    if (!text(value, def, KWXML_OVERRUN("string"))) {
-      return false;
-    }
-    MessageAccess::inPlace<std::string>(message, def.slot).assign(value.data, value.size);
+  if constexpr (Tag::type == FIELD_ULONGLONG) {
+    MessageAccess::raw(message, def.slot) = static_cast<long long>(in_.fixed<std::uint64_t>());
     MessageAccess::mark(message, def);
   } else if constexpr (ByteString<Tag>) {
     Text value;

@@ -7,7 +7,6 @@
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/xml/Base64.h>
 
-#include <array>
 #include <bit>
 
 namespace kwxml {
@@ -18,44 +17,9 @@ using wire::NumberForm;
 
 constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
 
-/// How the walks handle a type: scalars and strings in place, the others by functions of their own.
-enum class Kind : std::uint8_t
-{
-  Zigzag,
-  Varint,
-  Fixed8,
-  Fixed4,
-  String,
-  Other
-};
-struct TypePlan
-{
-  Kind kind;
-  std::uint8_t code;
-};
-
-/// One entry for every value of the type byte. Two loads and a comparison decide what most fields are.
-constexpr std::array<TypePlan, 256> typePlans = [] {
-  std::array<TypePlan, 256> plans{};
-  for (unsigned type = 0; type < plans.size(); ++type) {
-    plans[type] = visitFieldType(static_cast<FieldDataType>(type), []<class Tag>(Tag) -> TypePlan {
-      constexpr std::uint8_t code = Tag::info.wireCode;
-      if constexpr (isCollectionType(Tag::type)) {
-        return {Kind::Other, code};
-      } else if constexpr (IntegerSlot<Tag> || FloatingSlot<Tag>) {
-        constexpr NumberForm form = wire::scalarForm<Tag>;
-        return {form == NumberForm::Zigzag   ? Kind::Zigzag
-                : form == NumberForm::Varint ? Kind::Varint
-                : form == NumberForm::Fixed8 ? Kind::Fixed8
-                                             : Kind::Fixed4,
-                code};
-      } else {
-        return {Tag::type == FIELD_STRING ? Kind::String : Kind::Other, code};
-      }
-    });
-  }
-  return plans;
-}();
+using wire::Kind;
+using wire::TypePlan;
+using wire::typePlans;
 
 const std::string& stringAt(const long long* slot)
 {

@@ -10,6 +10,7 @@
 #include <kwxml/model/FieldTypes.h>
 #include <kwxml/model/Metadata.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -68,6 +69,45 @@ inline constexpr NumberForm elementForm =
     : std::is_same_v<Number, int> || std::is_same_v<Number, long>               ? NumberForm::Zigzag
     : std::is_same_v<Number, unsigned> || std::is_same_v<Number, unsigned long> ? NumberForm::Varint
                                                                                 : NumberForm::Fixed8;
+
+/// How the walks handle a type: scalars and strings in place, the others by functions of their own.
+enum class Kind : std::uint8_t
+{
+  Zigzag,
+  Varint,
+  Fixed8,
+  Fixed4,
+  String,
+  Other
+};
+struct TypePlan
+{
+  Kind kind;
+  std::uint8_t code;
+};
+
+/// One entry for every value of the type byte. Two loads and a comparison decide what most fields are.
+inline constexpr std::array<TypePlan, 256> typePlans = [] {
+  std::array<TypePlan, 256> plans{};
+  for (unsigned type = 0; type < plans.size(); ++type) {
+    plans[type] = visitFieldType(static_cast<FieldDataType>(type), []<class Tag>(Tag) -> TypePlan {
+      constexpr std::uint8_t code = Tag::info.wireCode;
+      if constexpr (isCollectionType(Tag::type)) {
+        return {Kind::Other, code};
+      } else if constexpr (IntegerSlot<Tag> || FloatingSlot<Tag>) {
+        constexpr NumberForm form = scalarForm<Tag>;
+        return {form == NumberForm::Zigzag   ? Kind::Zigzag
+                : form == NumberForm::Varint ? Kind::Varint
+                : form == NumberForm::Fixed8 ? Kind::Fixed8
+                                             : Kind::Fixed4,
+                code};
+      } else {
+        return {Tag::type == FIELD_STRING ? Kind::String : Kind::Other, code};
+      }
+    });
+  }
+  return plans;
+}();
 
 /// Fewest bytes of a number.
 constexpr std::size_t smallest(NumberForm form) noexcept

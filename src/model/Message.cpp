@@ -73,7 +73,13 @@ void YMMessageBase::initialize(int system, int classIndex, bool external, long l
   class_ = cls;
   tagId_ = static_cast<unsigned long>(system) << 24 | cls->classId;
 
+  constexpr kwxml::TypeSet constructed =
+      kwxml::TypeSet{1} << FIELD_STRING | kwxml::TypeSet{1} << FIELD_WSTRING |
+      kwxml::TypeSet{1} << FIELD_BSTRING | kwxml::TypeSet{1} << FIELD_PSTRING;
   for (const FieldDef& def : *cls) {
+    if (!kwxml::contains(constructed, def.type)) {
+      continue;
+    }
     if (def.type == FIELD_STRING) {
       new (&buffer_[def.slot]) std::string;
     } else if (def.type == FIELD_WSTRING) {
@@ -115,12 +121,23 @@ YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
     XMLDebug::getInstance()->logError(function, "[%s]", "Field m_wsLastErrorEnglish is not for unix");
   }
   if (class_ != nullptr) {
-    for (const FieldDef& def : *class_) {
-      if (MessageAccess::isSet(source, def)) {
-        MessageAccess::copyValue(*this, source, def);
-      }
-    }
+    MessageAccess::copySetValues(*this, source);
   }
+}
+
+/// Copies the set fields of a message of the same class into one that has just been initialised.
+void kwxml::MessageAccess::copySetValues(YMMessageBase& to, const YMMessageBase& from)
+{
+  const Slots slots(to.buffer_);
+  forEachSet(
+      from, [&](const FieldDef& def) __attribute__((always_inline)) {
+        if (contains(scalarTypes, def.type)) {
+          slots[def.slot] = from.buffer_[def.slot];
+          to.buffer_.setBit(def.fieldNumber);
+        } else {
+          copyValue(to, from, def);
+        }
+      });
 }
 
 YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
@@ -152,6 +169,12 @@ YMMessageBase::~YMMessageBase()
 
 void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
 {
+  m.cachedSize_ = 0;
+  m.serialized_ = false;
+  if (m.serializedXml_ == nullptr && m.lastSerializedXml_ == nullptr && m.m_SerializedXMLUTF16 == nullptr &&
+      m.cdataBuffer_ == nullptr && m.m_wsLastErrorEnglish == nullptr) [[likely]] {
+    return;
+  }
   delete m.serializedXml_;
   delete m.lastSerializedXml_;
   delete m.m_SerializedXMLUTF16;
@@ -162,8 +185,6 @@ void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
   m.m_SerializedXMLUTF16 = nullptr;
   m.cdataBuffer_ = nullptr;
   m.m_wsLastErrorEnglish = nullptr;
-  m.cachedSize_ = 0;
-  m.serialized_ = false;
 }
 
 void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
@@ -172,7 +193,9 @@ void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
     return;  // without a class there are no values, and everything below is as it should be
   }
   for (const FieldDef& def : *m.class_) {
-    dropValue(m, def, true);
+    if (!contains(scalarTypes, def.type)) {
+      dropValue(m, def, true);
+    }
   }
   m.class_ = nullptr;
   m.buffer_.init(0, 0, 0);
@@ -242,11 +265,7 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
   if (source.class_ != nullptr) {
     copy.initialize(source.system_, source.classIndex_, false, nullptr, 0);
     copy.wipeBitset();
-    for (const FieldDef& def : *source.class_) {
-      if (MessageAccess::isSet(source, def)) {
-        MessageAccess::copyValue(copy, source, def);
-      }
-    }
+    MessageAccess::copySetValues(copy, source);
   }
   const auto copyText = [](std::string*& to, const std::string* from) {
     std::string* text = from != nullptr ? new std::string(*from) : nullptr;

@@ -173,6 +173,7 @@ struct MessageAccess
   static void destroyCaches(YMMessageBase& m) noexcept;
   static void takeOver(YMMessageBase& to, YMMessageBase& from) noexcept;
   static void takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept;
+  static void copySetValues(YMMessageBase& to, const YMMessageBase& from);
   /// Deep copy of one value into a message of the same class, marking it set.
   static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
   /// Drops a value as deleteMember() does, without the bit.
