@@ -44,6 +44,7 @@ CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& 
 
 void addCatalogueCommands(CLI::App& app, Session& session);
 void addConvertCommand(CLI::App& app, Session& session);
+void addInspectCommand(CLI::App& app, Session& session);
 void addKeyCommand(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

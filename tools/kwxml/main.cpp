@@ -91,6 +91,7 @@ int run(int argc, char** argv)
       "Example:\n  kwxml convert status.xml --readable");
   addCatalogueCommands(app, session);
   addConvertCommand(app, session);
+  addInspectCommand(app, session);
   addKeyCommand(app, session);
   try {
     app.parse(argc, argv);

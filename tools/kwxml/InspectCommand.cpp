@@ -1,0 +1,110 @@
+// The command that explains the bytes of binary messages: inspect.
+#include "Command.h"
+#include "Files.h"
+#include "Inspect.h"
+#include "Report.h"
+
+#include <memory>
+#include <optional>
+
+namespace kwxml::tool {
+
+namespace {
+
+struct Options
+{
+  std::string from;
+  std::string inputFile;
+  std::string outputFile;
+};
+
+std::optional<InspectForm> formNamed(std::string_view name)
+{
+  return name == "binary"    ? std::optional(InspectForm::Binary)
+         : name == "records" ? std::optional(InspectForm::Records)
+         : name == "batch"   ? std::optional(InspectForm::Batch)
+                             : std::nullopt;
+}
+
+std::string refuseForm(const std::string& name)
+{
+  return formNamed(name) ? std::string() : "unknown form '" + name + "', known: binary, records, batch";
+}
+
+/// Looks past the zero bytes of UTF-16.
+bool isXml(std::string_view bytes)
+{
+  for (const std::string_view mark : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
+    if (bytes.starts_with(mark)) {
+      bytes.remove_prefix(mark.size());
+      break;
+    }
+  }
+  constexpr std::string_view blanks(" \t\r\n\0", 5);
+  const auto first = bytes.find_first_not_of(blanks);
+  const auto second =
+      first == std::string_view::npos ? first : bytes.find_first_not_of(std::string_view("\0", 1), first + 1);
+  if (second == std::string_view::npos || bytes[first] != '<') {
+    return false;
+  }
+  const auto c = static_cast<unsigned char>(bytes[second]);
+  return c >= 0x80 || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '?' || c == '!' || c == '_' ||
+         c == ':';
+}
+
+void run(const Options& options, LibraryLog& log)
+{
+  const std::string name = inputName(options.inputFile);
+  const std::string bytes = readInput(options.inputFile);
+  std::optional<InspectForm> form = formNamed(options.from);
+  if (!form) {
+    if (isXml(bytes)) {
+      throw Failure(exitData, name + " is XML: only the binary forms are explained");
+    }
+    form = guessInspectForm(bytes);
+  }
+  const LibraryLog::Silence silence(log);  // the lines say what is wrong
+  Output output(options.outputFile);
+  std::string text;
+  const bool whole = inspect(bytes, *form, [&](const InspectLine& line) {
+    constexpr std::size_t piece = 64 * 1024;
+    text += toText(line);
+    if (text.size() >= piece) {
+      output.append(text);
+      text.clear();
+    }
+  });
+  output.append(text);
+  output.commit();
+  if (!whole) {
+    throw Failure(exitData, name + " is damaged");
+  }
+}
+
+}  // namespace
+
+void addInspectCommand(CLI::App& app, Session& session)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App& command =
+      addCommand(app, "inspect", "Explains a binary message byte by byte.",
+                 "A line per piece: offset, bytes, and what a reader takes them for. Of many bytes the first "
+                 "16 are shown; "
+                 "of\n"
+                 "passwords none. Of a damaged message everything before the damage is explained; the last "
+                 "line says what "
+                 "is\n"
+                 "wrong, and the exit status is 1.\n\n"
+                 "Example:\n  kwxml inspect status.bin\n  kwxml inspect --from records messages.dat | less",
+                 options->outputFile);
+  command
+      .add_option("FILE", options->inputFile, "The message or file of messages; - or nothing: standard input")
+      ->type_name("");
+  command
+      .add_option("--from", options->from, "Form of the input (binary, records, batch); guessed when absent")
+      ->check(CLI::Validator([](std::string& value) { return refuseForm(value); }, ""))
+      ->type_name("FORM");
+  command.callback([options, &session] { session.run = [options](LibraryLog& log) { run(*options, log); }; });
+}
+
+}  // namespace kwxml::tool
