@@ -145,7 +145,7 @@ private:
   bool skipUnknown(std::uint32_t key);
   [[gnu::noinline]] bool readOther(YMMessageBase& message, const FieldDef& def);
   template <class Tag>
-  bool readValue(Tag, YMMessageBase& message, const FieldDef& def);
+  [[gnu::noinline]] bool readValue(Tag, YMMessageBase& message, const FieldDef& def);
   bool readPassword(YMMessageBase& message, const FieldDef& def);
 
   /// A length and what it counts. False, logged by `format`, when that does not lie in the stream.

@@ -155,8 +155,11 @@ std::uint64_t measureMapBody(Map& map, EncodeCall& call)
   return size;
 }
 
+// Functions of their own for each type keep a level of nesting small on the stack.
+
 template <class Tag>
-std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+[[gnu::noinline]] std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def,
+                                             EncodeCall& call)
 {
   using Value = typename Tag::Value;
   constexpr std::uint64_t key = wire::keySize;
@@ -443,7 +446,7 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
 }
 
 template <class Tag, class Out>
-Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+[[gnu::noinline]] Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
   using Value = typename Tag::Value;
   const short slot = def.slot;
