@@ -525,7 +525,8 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
   constexpr std::size_t smallest = wire::keySize + 1;
   const std::uint32_t count = pendingCount_;
   list.clear();
-  list.reserve(std::min<std::size_t>(count, in_.left() / smallest + 1));
+  list.reserve(std::min(
+      {static_cast<std::uint64_t>(count), in_.left() / smallest + 1, call_.budget / sizeof(YMMessageBase)}));
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i > 0) {
       in_.pass(wire::keySize);  // the key again, whatever it is

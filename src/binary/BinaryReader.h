@@ -28,7 +28,6 @@ struct DecodeCall
 {
   int version;
   KwXMLContextInfo* context;
-  bool flag;             ///< handed to the construction of nested messages
   bool trace;            ///< log each field
   std::uint64_t budget;  ///< bytes of messages that may still be built
   int depth = 0;

@@ -9,6 +9,7 @@
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <cassert>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <memory>
@@ -67,6 +68,10 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   if (call.trace) {
     log().debug(function, traceLevel, "Required buffer size is %d", static_cast<int>(required));
   }
+  if (size > maxBody) {
+    log().logError(function, "Unable to create a buffer of required size : [%d]", static_cast<int>(required));
+    return 0;
+  }
   if (buffer.external()) {
     if (required > buffer.capacity()) {
       log().logError(function, "Size of buffer provided : [%d] is not sufficient. Size required : [%d]",
@@ -75,10 +80,14 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
     }
   } else {
     buffer.SetWriteBuffer(nullptr, 0, false);
-    if (size > maxBody || !buffer.resizeBuffer(required)) {
+    if (!buffer.resizeBuffer(required)) {
       log().logError(function, "Unable to create a buffer of required size : [%d]",
                      static_cast<int>(required));
       return 0;
+    }
+    if (!measuredAsWritten) {
+      std::memset(buffer.data(), 0,
+                  required);  // what has no room is not written, and leaves its place as it is
     }
   }
   // The body is told a version that is always above 1, whatever was asked for.
@@ -136,7 +145,8 @@ bool BinarySerializer::getVersionAndTagIDFromBuffer(BinaryStream& in, int& versi
 bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end,
                                               int version, KwXMLContextInfo* context, bool flag)
 {
-  kwxml::DecodeCall call{version, context, flag, log().getDebugLevel() >= traceLevel,
+  static_cast<void>(flag);  // construction of nested messages knows no choice
+  kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel,
                          kwxml::decodeBudget(in.remaining())};
   try {
     return kwxml::readBody(message, in, end, call);

@@ -124,7 +124,7 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
   if (buffer_.data() == nullptr) {
     return NoMemory;  // a record without bytes, in a buffer that never had any
   }
-  message = BinarySerializer::unserialize(buffer_, nullptr, false);
+  message = BinarySerializer::unserialize(buffer_, context_, false);
   return Success;
 }
 
@@ -211,9 +211,13 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase
       log().logError(function, "No more data available to read");
       return NothingMore;
     }
+    if (read < static_cast<long long>(length)) {  // a part could pass for a message with fewer fields
+      log().logError(function, "Failed to Read from YxFile, error=%s", "the record is cut short");
+      return ReadFailed;
+    }
     BinaryBuffer buffer;
     buffer.SetReadBuffer(bytes.get(), static_cast<unsigned long>(read), true);
-    if (YMMessageBase* message = BinarySerializer::unserialize(buffer, nullptr, false)) {
+    if (YMMessageBase* message = BinarySerializer::unserialize(buffer, context_, false)) {
       messages.push_back(message);
     }
   }

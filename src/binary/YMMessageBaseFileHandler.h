@@ -18,6 +18,7 @@
 
 class CYxCRC64;
 class CYxFile;
+class KwXMLContextInfo;
 class YMMessageBase;
 
 class YMMessageBaseFileHandler
@@ -39,6 +40,8 @@ public:
   explicit YMMessageBaseFileHandler(CYxFile* file, CYxCRC64* crc = nullptr) : file_(file), crc_(crc) {}
   void setFile(CYxFile* file) { file_ = file; }
   void setCRC(CYxCRC64* crc) { crc_ = crc; }
+  /// What passwords are read with; null, as it is at first: default flags and no context. The caller's.
+  void setContext(KwXMLContextInfo* context) { context_ = context; }
 
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
   int AddObjectToFile(YMMessageBase& message, unsigned int& written);
@@ -50,6 +53,7 @@ public:
   /// Appends a record per message. A file that is not empty must stand at its beginning.
   int appendBinaryBufferToFile(std::vector<YMMessageBase*>& messages);
   /// Appends up to `count` new messages, the caller's, to `messages`; those that do not decode are left out.
+  /// A record that the file cuts short is none (ReadFailed).
   /// At position 0 the version is read first, so that a file can be read in several calls.
   int readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count);
 
@@ -57,4 +61,5 @@ private:
   CYxFile* file_ = nullptr;
   BinaryBuffer buffer_;
   CYxCRC64* crc_ = nullptr;
+  KwXMLContextInfo* context_ = nullptr;
 };

@@ -160,6 +160,7 @@ TEST_F(BinaryFiles, BatchesThatCannotBeRead)
   const auto unknown = [](const std::string& version) {
     return "Unknown Binary Buffer Version :[" + version + "]";
   };
+  const std::string cut = "Failed to Read from YxFile, error=the record is cut short";
   const struct
   {
     std::string bytes;
@@ -176,10 +177,13 @@ TEST_F(BinaryFiles, BatchesThatCannotBeRead)
       {batch + std::string("0\0\0\0", 4), Handler::NothingMore, 1, "No more data available to read"},
       {batch + "zzzzzz", Handler::NothingMore, 1, "No more data available to read"},
       {batch + std::string("-1\0\0", 4) + "xx", Handler::NoMemory, 1, "Memory Allocation failed using new"},
-      // Records that do not decode are passed over, a torn last one too.
+      // Records that do not decode are passed over.
       {batch + std::string("3\0\0\0xyz", 7) + batch.substr(4), Handler::NothingMore, 2,
        "No more data available to read"},
-      {batch + batch.substr(4, 100), Handler::NothingMore, 1, "No more data available to read"},
+      // One that the file cuts short is none, also where its first fields are whole.
+      {batch + batch.substr(4, 100), Handler::ReadFailed, 1, cut},
+      {batch + batch.substr(4, 4 + 8), Handler::ReadFailed, 1, cut},
+      {batch + batch.substr(4, 4 + 9), Handler::ReadFailed, 1, cut},
   };
   for (const auto& row : rows) {
     LogCapture log;

@@ -278,12 +278,11 @@ TEST(BinaryWriter, CallersMemoryAndVersionOne)
   // Version 1 measures the byte string as it is and writes its base64: the end is missing.
   YMMessageBase small = allTypes();
   object<bstring>(small, "bstringValue") = bstring("abc");
-  EXPECT_EQ(bodyHex(small, 1),
-            expand("bstringValue.2 05 00 00 00").substr(0, 14) + " " + bodyHex(small, 1).substr(15));
   const std::string one = encode(small, 1);
   EXPECT_EQ(one.size(), 8 + 4 + 1 + 3u);
   EXPECT_EQ(one.substr(0, 8), header(small, 1));
   EXPECT_EQ(toHex(one.substr(8, 5)), expand("bstringValue.2 05")) << "and the five characters have no room";
+  EXPECT_EQ(toHex(one.substr(13)), "00 00 00") << "nor does anything else come out";
   YMMessageBase plain = allTypes();
   setInt(plain, "uintValue", 5);
   EXPECT_EQ(bodyHex(plain, 1), expand("uintValue.0 05"));

@@ -102,11 +102,28 @@ std::string losses(const LibraryLog& log, int before, const Form& from, const st
          (wantsKey ? " (no password key is configured: see kwxml convert --help)" : "");
 }
 
+/// An option that the form of the output does not know would do nothing, without a word.
+void refuseIdleOptions(const Options& options)
+{
+  const bool xml = options.elements || options.readable || options.enumNames || options.maskPasswords ||
+                   options.noDeclaration;
+  if (xml && options.to != "xml") {
+    throw Failure(exitUsage,
+                  "--elements, --readable, --enum-names, --mask-passwords and --no-declaration are for "
+                  "the form xml, not " +
+                      options.to);
+  }
+  if (options.binaryVersion != 2 && options.to != "binary") {
+    throw Failure(exitUsage, "--binary-version is for the form binary, not " + options.to);
+  }
+}
+
 void convert(const Options& options, LibraryLog& log)
 {
   const Input input(options.inputFile);
   const Form& from = options.from.empty() ? guessForm(input) : *findForm(options.from);
   const Form& to = *findForm(options.to);
+  refuseIdleOptions(options);
   if (options.maskPasswords) {
     log.hideDocuments();
   }
@@ -170,8 +187,11 @@ void convert(const Options& options, LibraryLog& log)
     progress.show(records, source->position());
   }
   progress.clear();
-  sink->finish();
-  output.commit();
+  // A former output stays when there is nothing to replace it with.
+  if (bad == 0 || bad < records) {
+    sink->finish();
+    output.commit();
+  }
   if (!end.empty()) {
     throw Failure(exitData, end);
   }

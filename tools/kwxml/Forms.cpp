@@ -181,13 +181,24 @@ public:
     }
     warnOfLosses(message, buffer_);
   }
-  void write() override { written_ = true; }
-  void finish() override { output_.append({buffer_.data(), buffer_.length()}); }
+  void write() override
+  {
+    bytes_.assign(buffer_.data(), buffer_.length());
+    written_ = true;
+  }
+  void finish() override
+  {
+    if (!written_) {
+      throw Failure(exitData, "there is no message to write in the form binary");
+    }
+    output_.append(bytes_);
+  }
 
 private:
   Output& output_;
   const int version_;
   BinaryBuffer buffer_;
+  std::string bytes_;
   bool written_ = false;
 };
 
@@ -208,8 +219,10 @@ bool looksLikeBatch(std::string_view head, unsigned long long)
 class FileSource : public MessageSource
 {
 public:
-  explicit FileSource(const Input& input) : name_(input.name())
+  FileSource(const Input& input, const ReadOptions& options)
+      : name_(input.name()), context_(contextFor(options))
   {
+    handler_.setContext(&context_);
     CYxError error;
     if (!file_.Open(input.path().c_str(), CYxFile::Mode::Read, &error)) {
       throw Failure(exitData, "cannot read " + name_ + ": " + error.AsString());
@@ -227,6 +240,7 @@ protected:
     throw Failure(exitData, name_ + ": record " + std::to_string(number_) + " " + why);
   }
   std::string name_;
+  KwXMLContextInfo context_;
   CYxFile file_;
   YMMessageBaseFileHandler handler_;
   unsigned long long number_ = 0;
@@ -245,8 +259,8 @@ public:
         return {.message = std::unique_ptr<YMMessageBase>(message)};
       case YMMessageBaseFileHandler::NothingMore:
         return {.end = true};
-      case YMMessageBaseFileHandler::NoMemory:
-        fail("does not fit into memory");
+      case YMMessageBaseFileHandler::NoMemory:  // a record without bytes too
+        return {};
       default:
         fail("cannot be read: the file ends inside it");
     }
@@ -327,15 +341,16 @@ class RecordsSink final : public FileSink
 class BatchSink final : public FileSink
 {
   using FileSink::FileSink;
-  int append(YMMessageBase& message) override
+  void encode(YMMessageBase& message) override
   {
     constexpr unsigned long longest = 9999;
+    FileSink::encode(message);
     if (length_ > longest) {
-      throw Failure(exitData, message.getTagName() + " takes " + std::to_string(length_) +
-                                  " bytes; a record of a batch holds 9999 at most");
+      log_.error(message.getTagName() + " takes " + std::to_string(length_) +
+                 " bytes; a record of a batch holds 9999 at most");
     }
-    return appendAll({&message});
   }
+  int append(YMMessageBase& message) override { return appendAll({&message}); }
   /// A batch without messages has its version all the same.
   void finish() override
   {
@@ -356,9 +371,9 @@ std::unique_ptr<MessageSource> singleSource(const Input& input, const ReadOption
   return std::make_unique<Source>(input, options, log);
 }
 template <class Source>
-std::unique_ptr<MessageSource> fileSource(const Input& input, const ReadOptions&, LibraryLog&)
+std::unique_ptr<MessageSource> fileSource(const Input& input, const ReadOptions& options, LibraryLog&)
 {
-  return std::make_unique<Source>(input);
+  return std::make_unique<Source>(input, options);
 }
 std::unique_ptr<MessageSink> xmlSink(Output& output, const WriteOptions& options, LibraryLog&)
 {

@@ -658,7 +658,7 @@ private:
   int version_ = 0;
   unsigned system_ = 0;
   const _ClassDef* cls_ = nullptr;
-  DecodeCall call_{.version = 0, .context = nullptr, .flag = false, .trace = false, .budget = 0};
+  DecodeCall call_{.version = 0, .context = nullptr, .trace = false, .budget = 0};
 };
 
 // ---- Files of messages
