@@ -53,9 +53,9 @@ public:
   /// A new message of the class that the header names, the caller's; null on failure. `flag` is handed to
   /// YMMessageBase::createObject.
   static YMMessageBase* unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag);
-  /// `flag` has no effect on nested messages.
   /// Reads fields up to the position `end`, or to the end of the stream if that comes first. False when
-  /// something was wrong. Of the stream's position nothing can be said then.
+  /// something was wrong. Of the stream's position nothing can be said then. `flag` has no effect: nested
+  /// messages are built in one way only.
   static bool unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end, int version,
                                      KwXMLContextInfo* context, bool flag);
 

@@ -7,9 +7,6 @@
 
 #include <kwxml/codec/StandInPasswords.h>
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <memory>
 
 namespace kwxml::tool {
@@ -55,37 +52,15 @@ CLI::Validator formName(bool readable)
       "");
 }
 
-/// How far a long conversion has come, on a terminal.
-class Progress
+/// How far a long conversion has come.
+void progress(unsigned long long records, unsigned long long position, unsigned long long size)
 {
-public:
-  explicit Progress(unsigned long long size) : size_(size), shown_(::isatty(STDERR_FILENO) == 1) {}
-  ~Progress() { clear(); }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void show(unsigned long long records, unsigned long long position)
-  {
-    constexpr unsigned long long step = 1000;
-    if (shown_ && records % step == 0) {
-      std::fprintf(stderr, "\r%llu records, %llu %%", records, size_ == 0 ? 100 : position * 100 / size_);
-      std::fflush(stderr);
-      dirty_ = true;
-    }
+  constexpr unsigned long long step = 1000;
+  if (records % step == 0) {
+    showProgress(std::to_string(records) + " records, " +
+                 std::to_string(size == 0 ? 100 : position * 100 / size) + " %");
   }
-  void clear()
-  {
-    if (dirty_) {
-      std::fputs("\r\x1b[K", stderr);
-      dirty_ = false;
-    }
-  }
-
-private:
-  unsigned long long size_;
-  bool shown_;
-  bool dirty_ = false;
-};
+}
 
 /// The library goes on after a field that it cannot read or write, and says so; a message that has lost a
 /// field is not handed on.
@@ -138,12 +113,10 @@ void convert(const Options& options, LibraryLog& log)
   const auto source = from.source(input, {.passwordsAsReceived = options.maskPasswords}, log);
   Output output(options.outputFile);
   const auto sink = to.sink(output, how, log);
-  Progress progress(input.size());
   unsigned long long records = 0;
   unsigned long long bad = 0;
   // A record that is lost does not lose the others; a single message is all there is.
   const auto lost = [&](const std::string& why) {
-    progress.clear();
     if (!from.many) {
       throw Failure(exitData, why);
     }
@@ -184,9 +157,9 @@ void convert(const Options& options, LibraryLog& log)
       continue;
     }
     sink->write();
-    progress.show(records, source->position());
+    progress(records, source->position(), input.size());
   }
-  progress.clear();
+  showProgress({});
   // A former output stays when there is nothing to replace it with.
   if (bad == 0 || bad < records) {
     sink->finish();

@@ -3,6 +3,8 @@
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/LogSink.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 
 namespace kwxml::tool {
@@ -31,8 +33,26 @@ std::string oneLine(std::string_view text, std::size_t limit)
   return cut ? line + "..." : line;
 }
 
+namespace {
+
+bool progressStands = false;
+
+}  // namespace
+
+void showProgress(std::string_view text)
+{
+  if ((text.empty() && !progressStands) || ::isatty(STDERR_FILENO) != 1) {
+    return;
+  }
+  const std::string line = "\r\x1b[K" + std::string(text);
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);
+  progressStands = !text.empty();
+}
+
 void report(std::string_view text)
 {
+  showProgress({});
   const std::string line = "kwxml: " + oneLine(text, 0) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);  // nowhere is left to report a failure to
 }

@@ -11,8 +11,11 @@ namespace kwxml::tool {
 /// no limit.
 std::string oneLine(std::string_view text, std::size_t limit);
 
-/// Writes "kwxml: " and the text as one line on standard error.
+/// Writes "kwxml: " and the text as one line on standard error, in place of the progress that stands there.
 void report(std::string_view text);
+
+/// Shows how far long work has come, on a terminal; an empty text takes it away again.
+void showProgress(std::string_view text);
 
 /// Shows the library's log on standard error while it lives; there is one. Level 0 shows errors, each by its
 /// text alone, long ones cut (the parser's quotes the whole document); higher levels show traces too,
