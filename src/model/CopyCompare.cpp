@@ -51,6 +51,26 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
   mark(to, def);
 }
 
+void kwxml::MessageAccess::constructValue(YMMessageBase& to, const YMMessageBase* from, const FieldDef& def)
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
+    if constexpr (StringSlot<Tag>) {
+      void* const place = &to.buffer_[def.slot];
+      from != nullptr ? new (place) Value(inPlace<Value>(*from, def.slot)) : new (place) Value;
+    } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
+      const Value* value = from != nullptr ? pointer<Value>(*from, def.slot) : nullptr;
+      copyObject(pointer<Value>(to, def.slot), value);
+    } else if constexpr (ObjectValue<Tag>) {
+      if (from != nullptr) {
+        copyObject(pointer<Value>(to, def.slot), pointer<Value>(*from, def.slot));
+      }
+    } else if constexpr (InPlaceValue<Tag>) {
+      raw(to, def.slot) = from != nullptr ? raw(*from, def.slot) : 0;
+    }
+  });
+}
+
 // ---- Equality
 
 namespace {

@@ -31,10 +31,13 @@ YMMessageBase::YMMessageBase(int system, int classIndex, long long* buffer, int 
 
 namespace {
 
-/// Number of leading slots that stay inline in a class of 25 slots or more: up to the first field that
+/// Number of leading slots that stay inline. In a class of 25 slots or more: up to the first field that
 /// reaches slot 24, whose whole value goes to the heap when it would straddle the border.
 short inlineCountOf(const _ClassDef& cls)
 {
+  if (cls.numberOfSlots < YMMessageBuffer::inlineSlots) {
+    return cls.numberOfSlots;
+  }
   short previous = 0;
   for (const FieldDef& def : cls) {
     if (def.slot >= 24) {
@@ -66,28 +69,16 @@ void YMMessageBase::initialize(int system, int classIndex, bool external, long l
     }
     buffer_.init(buffer, size, slots, fields);
   } else {
-    buffer_.init(slots >= YMMessageBuffer::inlineSlots ? inlineCountOf(*cls) : slots, slots, fields);
+    buffer_.init(inlineCountOf(*cls), slots, fields);
   }
   system_ = system;
   classIndex_ = classIndex;
   class_ = cls;
   tagId_ = static_cast<unsigned long>(system) << 24 | cls->classId;
 
-  constexpr kwxml::TypeSet constructed =
-      kwxml::TypeSet{1} << FIELD_STRING | kwxml::TypeSet{1} << FIELD_WSTRING |
-      kwxml::TypeSet{1} << FIELD_BSTRING | kwxml::TypeSet{1} << FIELD_PSTRING;
   for (const FieldDef& def : *cls) {
-    if (!kwxml::contains(constructed, def.type)) {
-      continue;
-    }
-    if (def.type == FIELD_STRING) {
-      new (&buffer_[def.slot]) std::string;
-    } else if (def.type == FIELD_WSTRING) {
-      new (&buffer_[def.slot]) std::wstring;
-    } else if (def.type == FIELD_BSTRING) {
-      MessageAccess::pointer<bstring>(*this, def.slot) = new bstring;
-    } else if (def.type == FIELD_PSTRING) {
-      MessageAccess::pointer<pstring>(*this, def.slot) = new pstring;
+    if (kwxml::contains(kwxml::alwaysConstructed, def.type)) {
+      MessageAccess::constructValue(*this, nullptr, def);
     }
   }
   setDefaults(-1);
@@ -99,10 +90,7 @@ void YMMessageBase::initialize(int system, int classIndex, bool external, long l
 
 YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
 {
-  if (source.class_ != nullptr) {
-    initialize(source.system_, source.classIndex_, false, nullptr, 0);
-    wipeBitset();
-  }
+  MessageAccess::copyValues(*this, source);
   const char* function = "YMMessageBase::YMMessageBase(copy)";
   if (source.serializedXml_ != nullptr) {
     serializedXml_ = new std::string(*source.serializedXml_);
@@ -120,24 +108,54 @@ YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
   if (source.m_wsLastErrorEnglish != nullptr) {
     XMLDebug::getInstance()->logError(function, "[%s]", "Field m_wsLastErrorEnglish is not for unix");
   }
-  if (class_ != nullptr) {
-    MessageAccess::copySetValues(*this, source);
-  }
 }
 
-/// Copies the set fields of a message of the same class into one that has just been initialised.
-void kwxml::MessageAccess::copySetValues(YMMessageBase& to, const YMMessageBase& from)
+/// Gives `to`, which has no class, the class of `from` in storage of its own, and copies of the fields that
+/// are set.
+void kwxml::MessageAccess::copyValues(YMMessageBase& to, const YMMessageBase& from)
 {
-  const Slots slots(to.buffer_);
-  forEachSet(
-      from, [&](const FieldDef& def) __attribute__((always_inline)) {
-        if (contains(scalarTypes, def.type)) {
-          slots[def.slot] = from.buffer_[def.slot];
-          to.buffer_.setBit(def.fieldNumber);
-        } else {
-          copyValue(to, from, def);
-        }
-      });
+  const _ClassDef* const cls = from.class_;
+  if (cls == nullptr) {
+    return;
+  }
+  if (cls->defaultsIndex != -1 || XML_KWMessage_MessageSystemChooser::msgSysStruct[from.system_].eager == 1) {
+    // An unset field of the copy still reads as its default, or holds what eager systems build.
+    to.initialize(from.system_, from.classIndex_, false, nullptr, 0);
+    to.wipeBitset();
+    forEachSetField(from.buffer_, cls->fields, [&](const FieldDef& def) { copyValue(to, from, def); });
+    return;
+  }
+  to.buffer_.init(from.buffer_.isExternal() ? inlineCountOf(*cls) : from.buffer_.inlineCount(),
+                  cls->numberOfSlots, cls->numberOfFields);
+  to.buffer_.copyBits(from.buffer_);
+  to.class_ = cls;
+  to.tagId_ = from.tagId_;
+  to.system_ = from.system_;
+  to.classIndex_ = from.classIndex_;
+
+  const Slots target(to.buffer_);
+  const Slots source(const_cast<YMMessageBuffer&>(from.buffer_));  // only read
+  const unsigned char* const bits = from.buffer_.bits();
+  const FieldDef* def = cls->begin();
+  try {
+    for (unsigned i = 0; def != cls->end(); ++def, ++i) {
+      const bool set = (bits[i / 8] >> i % 8 & 1) != 0;
+      if (contains(scalarTypes, def->type)) {
+        target[def->slot] = set ? source[def->slot] : 0;
+      } else if (def->type == FIELD_STRING && set) {
+        new (&target[def->slot]) std::string(inPlace<std::string>(from, def->slot));
+      } else {
+        constructValue(to, set ? &from : nullptr, *def);
+      }
+    }
+  } catch (...) {
+    for (; def != cls->end(); ++def) {  // the message's end will end its strings
+      if (contains(stringSlots, def->type)) {
+        constructValue(to, nullptr, *def);
+      }
+    }
+    throw;
+  }
 }
 
 YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
@@ -262,11 +280,7 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
   }
   // The source may be a part of this message, so its values are copied before this message's are destroyed.
   YMMessageBase copy;
-  if (source.class_ != nullptr) {
-    copy.initialize(source.system_, source.classIndex_, false, nullptr, 0);
-    copy.wipeBitset();
-    MessageAccess::copySetValues(copy, source);
-  }
+  MessageAccess::copyValues(copy, source);
   const auto copyText = [](std::string*& to, const std::string* from) {
     std::string* text = from != nullptr ? new std::string(*from) : nullptr;
     delete to;

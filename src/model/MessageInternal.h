@@ -39,6 +39,10 @@ inline constexpr TypeSet typesStored = [] {
 }();
 inline constexpr TypeSet scalarTypes = typesStored<Storage::InPlace>;
 inline constexpr TypeSet objectTypes = typesStored<Storage::Object>;
+/// The types whose value is a string object in the slots, and those whose value exists in every message, set
+/// or not.
+inline constexpr TypeSet stringSlots = TypeSet{1} << FIELD_STRING | TypeSet{1} << FIELD_WSTRING;
+inline constexpr TypeSet alwaysConstructed = stringSlots | typesHolding<bstring>;
 
 constexpr bool contains(TypeSet set, FieldDataType type)
 {
@@ -173,7 +177,10 @@ struct MessageAccess
   static void destroyCaches(YMMessageBase& m) noexcept;
   static void takeOver(YMMessageBase& to, YMMessageBase& from) noexcept;
   static void takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept;
-  static void copySetValues(YMMessageBase& to, const YMMessageBase& from);
+  static void copyValues(YMMessageBase& to, const YMMessageBase& from);
+  /// Fills the zeroed slots of one field, whose bit stands already: with a copy of the value in `from`, or
+  /// with what an unset field holds when that is null.
+  static void constructValue(YMMessageBase& to, const YMMessageBase* from, const FieldDef& def);
   /// Deep copy of one value into a message of the same class, marking it set.
   static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
   /// Drops a value as deleteMember() does, without the bit.

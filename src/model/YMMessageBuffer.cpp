@@ -92,6 +92,11 @@ void YMMessageBuffer::wipeBits() noexcept
   std::memset(bits_, 0, bitBytes());
 }
 
+void YMMessageBuffer::copyBits(const YMMessageBuffer& other) noexcept
+{
+  std::memcpy(bits_, other.bits_, bitBytes());
+}
+
 void YMMessageBuffer::takeOver(YMMessageBuffer& other) noexcept
 {
   release();

@@ -46,6 +46,8 @@ public:
     bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] & ~(1 << (field & 7)));
   }
   void wipeBits() noexcept;
+  /// Takes the bits of a buffer of as many.
+  void copyBits(const YMMessageBuffer& other) noexcept;
   /// The bitset, bitCount() / 8 + 1 bytes, field 0 in bit 0 of the first.
   const unsigned char* bits() const noexcept { return bits_; }
 
