@@ -16,6 +16,12 @@
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/KwException.h>
+#include <kwxml/traverse/DefaultRenderContext.h>
+#include <kwxml/traverse/FieldText.h>
+#include <kwxml/traverse/HTMLRenderContext.h>
+#include <kwxml/traverse/KwXMLSummary.h>
+#include <kwxml/traverse/XmlTraverse.h>
+#include <kwxml/traverse/XmlUtils.h>
 #include <kwxml/xml/Base64.h>
 #include <kwxml/xml/Dates.h>
 #include <kwxml/xml/InvalidChars.h>

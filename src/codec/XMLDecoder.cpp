@@ -4,6 +4,7 @@
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/MessageInternal.h>
 #include <kwxml/xml/PasswordFields.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -247,6 +248,74 @@ bool XMLDecoder::getSearchCriteriaDefAnnotation(const FieldDef& field,
 bool XMLDecoder::getStoredProcedure(const FieldDef& field, Annotation::StoredProcedure& annotation)
 {
   return getAnnotation("XMLDecoder::getStoredProcedure", field, annotation);
+}
+
+namespace {
+
+/// The list field of that name; null, logged, when there is none or an argument is missing.
+const FieldDef* listField(const char* function, const YMMessageBase* message, const std::string& fieldName,
+                          const void* argument)
+{
+  if (message == nullptr || argument == nullptr) {
+    log().logError(function, "Received NULL argument for list field [%s]", fieldName.c_str());
+    return nullptr;
+  }
+  const _ClassDef* cls = message->getClass();
+  const FieldDef* field =
+      cls != nullptr ? kwxml::findField(*cls, kwxml::nameHash(fieldName.data(), fieldName.size())) : nullptr;
+  if (field == nullptr ||
+      (kwxml::fieldTypeInfo(field->type).element == FIELD_UNSET && !XMLDecoder::isListType(field->type))) {
+    log().logError(function, "Message [%s] has no list field [%s]", message->getTagName().c_str(),
+                   fieldName.c_str());
+    return nullptr;
+  }
+  return field;
+}
+
+}  // namespace
+
+bool XMLDecoder::ReadFromList(YMMessageBase* message, const std::string& fieldName, void* out)
+{
+  const FieldDef* field = listField("XMLDecoder::ReadFromList", message, fieldName, out);
+  if (field == nullptr) {
+    return false;
+  }
+  auto& elements = *static_cast<std::vector<void*>*>(out);
+  kwxml::visitFieldType(field->type, [&]<class Tag>(Tag) {
+    if constexpr (kwxml::ListValue<Tag>) {
+      if (auto* list = kwxml::MessageAccess::pointer<typename Tag::Value>(*message, field->slot)) {
+        elements.reserve(elements.size() + list->size());
+        for (auto& element : *list) {
+          elements.push_back(&element);
+        }
+      }
+    } else if (kwxml::MessageAccess::isSet(*message, *field)) {
+      elements.push_back(&kwxml::MessageAccess::raw(*message, field->slot));
+    }
+  });
+  return true;
+}
+
+bool XMLDecoder::InsertIntoList(YMMessageBase* message, const std::string& fieldName, const void* value)
+{
+  constexpr const char* function = "XMLDecoder::InsertIntoList";
+  const FieldDef* field = listField(function, message, fieldName, value);
+  return field != nullptr && kwxml::visitFieldType(field->type, [&]<class Tag>(Tag) {
+           if constexpr (kwxml::ListValue<Tag>) {
+             using List = typename Tag::Value;
+             List*& list = kwxml::MessageAccess::pointer<List>(*message, field->slot);
+             if (list == nullptr) {
+               list = new List;
+             }
+             list->push_back(*static_cast<const typename List::value_type*>(value));
+             kwxml::MessageAccess::mark(*message, *field);
+             return true;
+           } else {
+             log().logError(function, "Message [%s] has no list field [%s]", message->getTagName().c_str(),
+                            fieldName.c_str());
+             return false;
+           }
+         });
 }
 
 bool XMLDecoder::registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)

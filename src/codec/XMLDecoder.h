@@ -88,6 +88,17 @@ public:
                                              Annotation::SearchCriteriaDef& annotation);
   static bool getStoredProcedure(const FieldDef& field, Annotation::StoredProcedure& annotation);
 
+  /// Appends to `out`, a std::vector<void*>, a pointer to each element of the list field of that name, in
+  /// order. The elements stay the message's and where they are until the list is changed; they are of the
+  /// C++ type that the field's list holds (unsigned int for enumerations and bools). A scalar of a type that
+  /// isListType() counts among the lists (ulonglong) is its own only element where it is set. False, with a
+  /// log line and `out` unchanged, when an argument is null or there is no such list field.
+  static bool ReadFromList(YMMessageBase* message, const std::string& fieldName, void* out);
+  /// Appends a copy of the element at `value`, which has the type that ReadFromList() gives, to the list
+  /// field of that name, making the list when it is missing, and marks the field set. False, with a log line,
+  /// as above.
+  static bool InsertIntoList(YMMessageBase* message, const std::string& fieldName, const void* value);
+
   // Passwords. The algorithms are the process's, registered at start-up before threads encode or decode;
   // PasswordAlgorithms.h says what they get and give, PasswordFields.h which one serves what.
 

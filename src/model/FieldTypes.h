@@ -100,6 +100,53 @@ struct FieldValueOf<FIELD_INVALID>
 template <FieldDataType T>
 using FieldValue = typename FieldValueOf<T>::type;
 
+/// The C++ type in which a scalar leaves the library's slots, where integers of all widths are 64-bit.
+template <FieldDataType T>
+struct NativeValueOf
+{
+  using type = FieldValue<T>;
+};
+template <>
+struct NativeValueOf<FIELD_INT>
+{
+  using type = int;
+};
+template <>
+struct NativeValueOf<FIELD_UINT>
+{
+  using type = unsigned int;
+};
+template <>
+struct NativeValueOf<FIELD_LONG>
+{
+  using type = long;
+};
+template <>
+struct NativeValueOf<FIELD_ULONG>
+{
+  using type = unsigned long;
+};
+template <>
+struct NativeValueOf<FIELD_ULONGLONG>
+{
+  using type = unsigned long long;
+};
+template <>
+struct NativeValueOf<FIELD_BOOL>
+{
+  using type = bool;
+};
+template <>
+struct NativeValueOf<FIELD_ENUM> : NativeValueOf<FIELD_INT>
+{
+};
+template <>
+struct NativeValueOf<FIELD_TIME32> : NativeValueOf<FIELD_INT>
+{
+};
+template <FieldDataType T>
+using NativeValue = typename NativeValueOf<T>::type;
+
 /// A field type as a compile-time value, handed to visitors by visitFieldType().
 template <FieldDataType T>
 struct FieldTypeTag

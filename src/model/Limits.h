@@ -15,4 +15,8 @@ inline constexpr int maxMessageNesting = 64;
 /// readable message.
 inline constexpr int maxElementNesting = 2 * maxMessageNesting + 2;
 
+/// How many messages a walk makes at most where it fills in what is missing. A class that holds others that
+/// hold others unfolds by the power of the depth; messages of the product hold some thousands.
+inline constexpr int maxCreatedMessages = 1 << 16;
+
 }  // namespace kwxml

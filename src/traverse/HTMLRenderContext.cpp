@@ -1,0 +1,365 @@
+#include <kwxml/traverse/HTMLRenderContext.h>
+
+#include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/model/NumberText.h>
+#include <kwxml/traverse/Rendering.h>
+#include <kwxml/xml/Dates.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+
+int HTMLRenderContext::CountOptions = 0;
+int HTMLGuiSummaryRenderContext::CountOptions = 0;
+
+namespace {
+
+constexpr const char* entityBlank = "&nbsp;";
+/// The message system whose messages are shown on one line.
+constexpr unsigned entitySystem = 18;
+
+std::string_view trimmed(std::string_view name)
+{
+  const auto last = name.find_last_not_of(" \t\r\n");
+  return last == std::string_view::npos ? std::string_view() : name.substr(0, last + 1);
+}
+
+std::string repeated(std::string_view unit, int count)
+{
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += unit;
+  }
+  return text;
+}
+
+/// The system of the messages in a field: of the message itself or the first of a list, else of the class
+/// that the field refers to.
+unsigned systemOf(const MsgFieldContext& field)
+{
+  const FieldDef& def = field.getField();
+  const YMMessageBase& message = *field.getMessage();
+  if (def.type == FIELD_OBJECT) {
+    if (const auto* held = kwxml::MessageAccess::pointer<YMMessageBase>(message, def.slot)) {
+      return static_cast<unsigned>(held->getSubsysID());
+    }
+  } else if (def.type == FIELD_LIST_OBJECT) {
+    const auto* list = kwxml::MessageAccess::pointer<std::vector<YMMessageBase>>(message, def.slot);
+    if (list != nullptr && !list->empty()) {
+      return static_cast<unsigned>(list->front().getSubsysID());
+    }
+  } else {
+    return 0;
+  }
+  return kwxml::packedReference(def).system;
+}
+
+/// A field that its record marks as a date.
+std::string dateText(std::int64_t seconds, int form)
+{
+  constexpr std::int64_t secondsPerHour = 3600;
+  constexpr std::int64_t secondsPerDay = 24 * secondsPerHour;
+  constexpr int firstYear = 1991;  // before it lie durations
+  const std::time_t time = seconds;
+  std::tm local{};
+  char text[96];
+  const bool broken = localtime_r(&time, &local) != nullptr;
+  if (!broken || local.tm_year + 1900 < firstYear) {
+    if (broken && seconds >= secondsPerDay && seconds % secondsPerDay == 0) {
+      std::snprintf(text, sizeof text, "%d day(s)", static_cast<int>(seconds / secondsPerDay));
+    } else if (broken && seconds >= secondsPerHour && seconds % secondsPerHour == 0) {
+      std::snprintf(text, sizeof text, "%d hour(s)", static_cast<int>(seconds / secondsPerHour));
+    } else {
+      std::snprintf(text, sizeof text, "%u", static_cast<unsigned>(seconds));
+    }
+  } else if (form == Annotation::DATE) {
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+  } else {
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
+                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+  }
+  return text;
+}
+
+bool isInteger(FieldDataType type)
+{
+  return kwxml::visitFieldType(type, []<class Tag>(Tag) { return kwxml::IntegerSlot<Tag>; });
+}
+
+bool isHidden(const MsgFieldContext& field)
+{
+  using kwxml::annotationTag;
+  return field.hasAnnotation(annotationTag("Suppress")) ||
+         field.hasAnnotation(annotationTag("HideInReports")) || kwxml::isSecret(field);
+}
+
+}  // namespace
+
+// ---- What both contexts share
+
+namespace kwxml {
+
+std::string HTMLFieldContext::shown(std::string_view text) const
+{
+  if (!escaping_) {
+    return std::string(text);
+  }
+  std::string escaped;
+  escaped.reserve(text.size());
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      case '\'':
+        escaped += "&#39;";
+        break;
+      default: {
+        const bool control = (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') || c == 0x7F;
+        control ? escaped += "&#xFFFD;" : escaped += c;
+      }
+    }
+  }
+  return escaped;
+}
+
+std::string HTMLFieldContext::identifier(std::string_view text) const
+{
+  // It stands in a string of a script, too, where HTML's escapes would be undone.
+  std::string id(text);
+  for (char& c : id) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+    if (escaping_ && !plain) {
+      c = '_';
+    }
+  }
+  return id;
+}
+
+void HTMLFieldContext::writeHeader(std::string) {}
+void HTMLFieldContext::writeSubHeader(std::string) {}
+
+void HTMLFieldContext::writeAttribute(MsgFieldContext& field)
+{
+  const FieldDef& def = field.getField();
+  if (!field.isValueSet() || isHidden(field)) {
+    return;
+  }
+  const int dateForm = AnnotationRecord(def.annotations).dateForm();
+  if (dateForm != 0 && isInteger(def.type)) {
+    const YMMessageBase& message = *field.getMessage();
+    writeAttribute(fieldLabel(def, getFormatOptions().localeId),
+                   dateText(message.getint64(def.slot, message.getTagID(), def.hash), dateForm));
+  } else if (def.type != FIELD_ULONGLONG) {  // counts as a list
+    visitScalar(field, [&](const auto& value) {
+      writeAttribute(fieldLabel(def, getFormatOptions().localeId), value);
+    });
+  }
+}
+
+void HTMLFieldContext::writeList(MsgFieldContext& field)
+{
+  if (isHidden(field)) {
+    return;
+  }
+  const FieldDef& def = field.getField();
+  const std::string text =
+      def.type == FIELD_LIST_ENUM ? "(" + enumText(field) + ")" : listText(field, '(', ')');
+  if (text != "()") {
+    addToOutPut(fieldLabel(def, getFormatOptions().localeId), text);
+  }
+}
+
+void HTMLFieldContext::writeEnum(MsgFieldContext& field)
+{
+  if (field.isValueSet() && !isHidden(field)) {
+    addToOutPut(fieldLabel(field.getField(), getFormatOptions().localeId), enumText(field));
+  }
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, int value)
+{
+  writeAttribute(std::move(name), static_cast<long long>(value));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, unsigned int value)
+{
+  writeAttribute(std::move(name), static_cast<unsigned long>(value));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, long value)
+{
+  writeAttribute(std::move(name), static_cast<long long>(value));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, unsigned long value)
+{
+  NumberBuffer buffer;
+  addToOutPut(name, formatUnsigned(value, buffer));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, long long value)
+{
+  NumberBuffer buffer;
+  addToOutPut(name, formatInteger(value, buffer));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, float value)
+{
+  writeAttribute(std::move(name), static_cast<double>(value));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, double value)
+{
+  NumberBuffer buffer;
+  addToOutPut(name, formatDouble(value, buffer));
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, bool value)
+{
+  addToOutPut(name, value ? "True" : "False");
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, std::string value)
+{
+  addToOutPut(name, value);
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, const char* value)
+{
+  addToOutPut(name, value != nullptr ? value : "");
+}
+
+void HTMLFieldContext::writeAttribute(std::string name, bstring)
+{
+  addToOutPut(name, "****");
+}
+
+}  // namespace kwxml
+
+// ---- Indented
+
+void HTMLRenderContext::startHeader(std::string name)
+{
+  const bool collapsible = getFormatOptions().collapsible;
+  std::string caption = name;
+  if (name == "JobOption") {
+    caption = "Job Options";
+  } else if (name == "ClientsList" || (collapsible && name == "GetClientPropertiesResponse")) {
+    caption = "Additional Properties";
+  } else if (collapsible && name == "KWSearchReq") {
+    caption = "Search Options";
+  }
+  if (!collapsible) {
+    pieces_.push_back(shown(caption) + ":");
+    return;
+  }
+  // Summaries may be made by several threads.
+  const int number = std::atomic_ref(CountOptions).fetch_add(1, std::memory_order_relaxed);
+  const std::string block = identifier(name) + std::to_string(number);
+  pieces_.push_back(std::string("<a title=\"Click to view ") +
+                    " \" style=\"color: blue; cursor:hand;\" onclick=\"showdiv('" + block + "');\">" +
+                    shown(caption) + "::</a><div id=\"" + block + "\" style=\"display:none\">");
+}
+
+void HTMLRenderContext::endHeader(std::string)
+{
+  pieces_.emplace_back("</div>");
+}
+
+void HTMLRenderContext::startSubHeader(MsgFieldContext& field)
+{
+  inline_ = inline_ || systemOf(field) == entitySystem;
+  pieces_.push_back("<br>" + repeated(spaceDelimiter, indent_) + "<B>" +
+                    shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + "</B>");
+  if (!counts_.empty()) {
+    ++counts_.back();
+  }
+  counts_.push_back(0);
+  ++indent_;
+}
+
+void HTMLRenderContext::endSubHeader(MsgFieldContext&)
+{
+  if (counts_.empty()) {
+    return;
+  }
+  const int shownBelow = counts_.back();
+  counts_.pop_back();
+  --indent_;
+  inline_ = false;
+  if (shownBelow == 0) {
+    pieces_.pop_back();
+    if (!counts_.empty()) {
+      --counts_.back();
+    }
+  }
+}
+
+void HTMLRenderContext::addToOutPut(std::string_view name, std::string_view value)
+{
+  if (value.empty()) {
+    return;
+  }
+  std::string piece = inline_ ? "&nbsp;&nbsp;" : "<br>" + repeated(spaceDelimiter, indent_);
+  piece += entityBlank + shown(trimmed(name)) + "&nbsp;:&nbsp;" + shown(value);
+  pieces_.push_back(std::move(piece));
+  if (!counts_.empty()) {
+    ++counts_.back();
+  }
+}
+
+void HTMLRenderContext::DumpToString(std::string& out) const
+{
+  std::size_t size = 0;
+  for (const std::string& piece : pieces_) {
+    size += piece.size();
+  }
+  out.clear();
+  out.reserve(size);
+  for (const std::string& piece : pieces_) {
+    out += piece;
+  }
+}
+
+// ---- Compact
+
+void HTMLGuiSummaryRenderContext::startHeader(std::string)
+{
+  output_ += "<p> Summary";
+}
+
+void HTMLGuiSummaryRenderContext::endHeader(std::string)
+{
+  output_ += "</p></div>";
+}
+
+void HTMLGuiSummaryRenderContext::startSubHeader(MsgFieldContext& field)
+{
+  output_ += "<br><B>" + shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + " </B><p>";
+  first_ = true;
+}
+
+void HTMLGuiSummaryRenderContext::endSubHeader(MsgFieldContext&)
+{
+  first_ = true;
+}
+
+void HTMLGuiSummaryRenderContext::addToOutPut(std::string_view name, std::string_view value)
+{
+  if (!std::exchange(first_, false)) {
+    output_ += "<BR>";
+  }
+  output_ += entityBlank + shown(trimmed(name)) + "&nbsp;:&nbsp;" + shown(value);
+}

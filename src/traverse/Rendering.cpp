@@ -1,0 +1,100 @@
+#include <kwxml/traverse/Rendering.h>
+
+#include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/annotation/Annotations.h>
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/traverse/FieldText.h>
+#include <kwxml/traverse/XmlUtils.h>
+
+bool XmlUtils::getLocalizedMessage(const FieldDef&, std::string& text, int)
+{
+  text.clear();
+  return true;
+}
+
+bool XmlUtils::getLocalizedMessage(unsigned long, std::string&, int)
+{
+  return true;
+}
+
+namespace kwxml {
+
+std::string fieldLabel(const FieldDef& field, int localeId)
+{
+  std::string label;
+  if (!XmlUtils::getLocalizedMessage(field, label, localeId) || label.empty()) {
+    label = field.getName();
+  }
+  return label;
+}
+
+bool isSecret(const MsgFieldContext& field)
+{
+  return field.getField().type == FIELD_PSTRING || field.hasAnnotation(annotationTag("Password"));
+}
+
+namespace {
+
+void appendItem(std::string& text, bool& first, std::string_view item)
+{
+  if (!std::exchange(first, false)) {
+    text += ',';
+  }
+  text += item;
+}
+
+std::string enumeratorText(const _ClassDef* enumeration, int value)
+{
+  const std::string name = enumeration != nullptr ? XMLDecoder::getEnumString(*enumeration, value) : "";
+  if (!name.empty()) {
+    const FieldDef* enumerator = findField(*enumeration, static_cast<std::uint32_t>(value));
+    Annotation::Text text;
+    if (enumerator != nullptr && XMLDecoder::getTextAnnotation(*enumerator, text)) {
+      return text.text;
+    }
+  }
+  return name;
+}
+
+}  // namespace
+
+std::string listText(const MsgFieldContext& field, char open, char close)
+{
+  const FieldDataType type = field.getField().type;
+  std::string text(1, open);
+  if (type != FIELD_LIST_ENUM && type != FIELD_LIST_OBJECT) {
+    std::vector<void*> elements;
+    field.readListValue(&elements);
+    bool first = true;
+    for (const void* element : elements) {
+      appendItem(text, first, getStringFromFld(type, element));
+    }
+  }
+  return text + close;
+}
+
+std::string enumText(const MsgFieldContext& field)
+{
+  const FieldDef& def = field.getField();
+  const YMMessageBase& message = *field.getMessage();
+  const auto reference = packedReference(def);
+  const _ClassDef* enumeration = findClass(reference.system, reference.classIndex);
+  if (enumeration != nullptr && !enumeration->isEnum()) {
+    enumeration = nullptr;
+  }
+  if (def.type == FIELD_ENUM) {
+    return enumeratorText(enumeration,
+                          static_cast<int>(message.getint64(def.slot, message.getTagID(), def.hash)));
+  }
+  std::string text;
+  bool first = true;
+  std::vector<void*> elements;
+  field.readListValue(&elements);
+  for (const void* element : elements) {
+    appendItem(text, first,
+               enumeratorText(enumeration, static_cast<int>(*static_cast<const unsigned*>(element))));
+  }
+  return text;
+}
+
+}  // namespace kwxml
