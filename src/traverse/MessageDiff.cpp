@@ -1,0 +1,551 @@
+#include <kwxml/traverse/MessageDiff.h>
+
+#include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/model/MessageInternal.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace kwxml {
+
+namespace {
+
+using Kind = MessageDifference::Kind;
+
+// ---- Values as text
+
+template <class Number>
+void appendNumber(std::string& out, Number value, auto... how)
+{
+  char digits[32];  // the longest is a double: sign, 17 digits, point, exponent
+  out.append(digits, std::to_chars(digits, std::end(digits), value, how...).ptr);
+}
+
+constexpr char hexDigits[] = "0123456789ABCDEF";
+
+void appendEscapedByte(std::string& out, char byte)
+{
+  const auto value = static_cast<unsigned char>(byte);
+  out += "\\x";
+  out += hexDigits[value >> 4];
+  out += hexDigits[value & 0xF];
+}
+
+constexpr bool isCharacter(std::uint32_t value)
+{
+  return value < 0x110000 && (value < 0xD800 || value > 0xDFFF);
+}
+
+/// Bytes of the character that the text begins with; 0 when these are no well-formed UTF-8.
+std::size_t characterLength(std::string_view text, std::uint32_t& character)
+{
+  const auto byte = [&](std::size_t i) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i]));
+  };
+  constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+  const std::uint32_t first = byte(0);
+  const std::size_t length = first < 0x80             ? 1
+                             : (first & 0xE0) == 0xC0 ? 2
+                             : (first & 0xF0) == 0xE0 ? 3
+                             : (first & 0xF8) == 0xF0 ? 4
+                                                      : 0;
+  if (length == 0 || text.size() < length) {
+    return 0;
+  }
+  character = length == 1 ? first : first & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) {
+      return 0;
+    }
+    character = character << 6 | (byte(i) & 0x3F);
+  }
+  return character >= smallest[length] && isCharacter(character) ? length : 0;
+}
+
+void appendEscaped(std::string& out, std::string_view text)
+{
+  while (!text.empty()) {
+    std::uint32_t character = 0;
+    const std::size_t length = characterLength(text, character);
+    const std::size_t taken = length == 0 ? 1 : length;
+    constexpr std::string_view special = "\"\\\n\r\t";
+    if (const auto at = special.find(text[0]); at != std::string_view::npos) {
+      out += '\\';
+      out += "\"\\nrt"[at];
+    } else if (length == 0 || character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+               character == 0x2028 || character == 0x2029) {
+      for (const char byte : text.substr(0, taken)) {
+        appendEscapedByte(out, byte);
+      }
+    } else {
+      out += text.substr(0, taken);
+    }
+    text.remove_prefix(taken);
+  }
+}
+
+void appendCharacter(std::string& out, std::uint32_t c)
+{
+  char bytes[4];
+  const auto continuation = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+  std::size_t length = 0;
+  if (c < 0x80) {
+    bytes[length++] = static_cast<char>(c);
+  } else if (c < 0x800) {
+    bytes[length++] = static_cast<char>(0xC0 | c >> 6);
+    bytes[length++] = continuation(0);
+  } else if (c < 0x10000) {
+    bytes[length++] = static_cast<char>(0xE0 | c >> 12);
+    bytes[length++] = continuation(6);
+    bytes[length++] = continuation(0);
+  } else {
+    bytes[length++] = static_cast<char>(0xF0 | c >> 18);
+    bytes[length++] = continuation(12);
+    bytes[length++] = continuation(6);
+    bytes[length++] = continuation(0);
+  }
+  appendEscaped(out, std::string_view(bytes, length));
+}
+
+void appendString(std::string& out, const std::string& text)
+{
+  out += '"';
+  appendEscaped(out, text);
+  out += '"';
+}
+
+void appendString(std::string& out, const std::wstring& text)
+{
+  static_assert(sizeof(wchar_t) == 4, "an element of a wide string is a character");
+  out += '"';
+  for (const wchar_t element : text) {
+    const auto value = static_cast<std::uint32_t>(element);
+    if (isCharacter(value)) {
+      appendCharacter(out, value);
+    } else {
+      out += "\\u{";
+      appendNumber(out, value, 16);
+      out += '}';
+    }
+  }
+  out += '"';
+}
+
+template <class Bits>
+void appendBits(std::string& out, Bits bits)
+{
+  out += "(0x";
+  appendNumber(out, bits, 16);
+  out += ')';
+}
+
+template <class Float>
+void appendFloat(std::string& out, Float value)
+{
+  if (std::isnan(value)) {
+    out += "nan";
+    appendBits(out,
+               std::bit_cast<std::conditional_t<sizeof(Float) == 4, std::uint32_t, std::uint64_t>>(value));
+  } else {
+    appendNumber(out, value);
+  }
+}
+
+/// A floating value in its slot. Of a float the rest of the slot counts too when messages are compared.
+template <class Float>
+void appendFloatSlot(std::string& out, long long slot)
+{
+  Float value;
+  std::memcpy(&value, &slot, sizeof value);
+  appendFloat(out, value);
+  long long plain = 0;
+  std::memcpy(&plain, &value, sizeof value);
+  if (plain != slot) {
+    appendBits(out, static_cast<unsigned long long>(slot));
+  }
+}
+
+void appendBool(std::string& out, long long value)
+{
+  out += value != 0 ? "true" : "false";
+  if (value != 0 && value != 1) {
+    out += '(';
+    appendNumber(out, value);
+    out += ')';
+  }
+}
+
+void appendEnum(std::string& out, long long value, const FieldDef& field)
+{
+  const PackedReference reference = packedReference(field);
+  const _ClassDef* cls = findClass(reference.system, reference.classIndex);
+  const bool fits = value == static_cast<int>(value);
+  const FieldDef* enumerator = fits && cls != nullptr && cls->isEnum()
+                                   ? findField(*cls, static_cast<std::uint32_t>(static_cast<int>(value)))
+                                   : nullptr;
+  if (enumerator != nullptr) {
+    out += enumerator->getName();
+    out += '(';
+  }
+  appendNumber(out, value);
+  if (enumerator != nullptr) {
+    out += ')';
+  }
+}
+
+constexpr std::string_view mask = "****";
+
+/// A value of field type `T`, be it in its slot (a long long) or an element of a collection.
+template <FieldDataType T, class Value>
+void appendValue(std::string& out, const Value& value, const FieldDef& field)
+{
+  if constexpr (std::is_base_of_v<bstring, Value>) {
+    out += mask;
+  } else if constexpr (T == FIELD_STRING || T == FIELD_WSTRING) {
+    appendString(out, value);
+  } else if constexpr (std::is_floating_point_v<Value>) {
+    appendFloat(out, value);
+  } else if constexpr (T == FIELD_FLOAT || T == FIELD_DOUBLE) {
+    appendFloatSlot<FieldValue<T>>(out, value);
+  } else if constexpr (T == FIELD_BOOL) {
+    appendBool(out, value);
+  } else if constexpr (T == FIELD_ENUM) {
+    if constexpr (std::is_same_v<Value, unsigned int>) {  // how lists keep them
+      appendEnum(out, static_cast<int>(value), field);
+    } else {
+      appendEnum(out, value, field);
+    }
+  } else if constexpr (T == FIELD_ULONG || T == FIELD_ULONGLONG) {
+    appendNumber(out, static_cast<unsigned long long>(value));
+  } else {
+    appendNumber(out, value);
+  }
+}
+
+/// Whether the values of a field are for nobody's eyes. An annotation record that is cut short cannot tell.
+bool isSecret(const FieldDef& field)
+{
+  std::optional<std::string_view> members;
+  return !AnnotationRecord(field.annotations).find(annotationTag("Password"), members) || members.has_value();
+}
+
+// ---- The walk
+
+/// A step of the path to a value. Steps lie on the stack of the walk, each knowing the one before.
+struct Step
+{
+  enum class Kind : std::uint8_t
+  {
+    Field,
+    Element,     ///< of a list, or an entry of a map keyed by messages
+    NumberKey,   ///< an entry of a map
+    TextKey,     ///< the same
+    EntryKey,    ///< the key of an entry, a message
+    EntryValue,  ///< its value
+  };
+  const Step* parent;
+  Kind kind;
+  const FieldDef* field;              ///< the field that the value is in or part of
+  std::size_t position = 0;           ///< among elements or among the keys of both sides
+  long long number = 0;               ///< NumberKey
+  const std::string* text = nullptr;  ///< TextKey
+};
+
+/// Every value has two sides, a pointer each, null where it is absent; at least one is there. The functions
+/// that call each other are kept apart per type, so that a level of nesting costs the stack of one of them.
+class Walk
+{
+public:
+  explicit Walk(MessageDiffVisitor& visitor) : visitor_(visitor) {}
+
+  std::size_t count() const { return count_; }
+
+  void messages(const YMMessageBase* left, const YMMessageBase* right, const Step* at);
+
+private:
+  /// `left` and `right` are the messages in which the field is set.
+  template <class Tag>
+  [[gnu::noinline]] void field(Tag, const YMMessageBase* left, const YMMessageBase* right, const Step& at);
+  template <FieldDataType Element, class List>
+  void list(const List* left, const List* right, const Step& at);
+  template <class Tag, class Map>
+  void map(const Map* left, const Map* right, const Step& at);
+  template <FieldDataType T, class Value>
+  void value(const Value* left, const Value* right, const Step& at);
+
+  template <FieldDataType T, class Value>
+  [[gnu::noinline]] void report(const Value* left, const Value* right, const Step& at);
+  /// Reports what has no value but a text of its own, null where it is absent.
+  [[gnu::noinline]] void reportText(const char* left, const char* right, const Step* at);
+  [[gnu::noinline]] void reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at);
+  /// Makes path_, clears the texts; true when the path leads into a field whose values are for nobody's eyes.
+  bool begin(const Step* at);
+  void show(bool inLeft, bool inRight);
+
+  MessageDiffVisitor& visitor_;
+  std::size_t count_ = 0;
+  std::vector<const Step*> steps_;
+  std::string path_;
+  std::string left_;
+  std::string right_;
+};
+
+void Walk::messages(const YMMessageBase* left, const YMMessageBase* right, const Step* at)
+{
+  const _ClassDef* const cls = (left != nullptr ? left : right)->getClass();
+  const bool both = left != nullptr && right != nullptr;
+  if (both && (cls == nullptr || cls != right->getClass())) {
+    reportClasses(*left, *right, at);
+    return;
+  }
+  if (cls == nullptr) {
+    constexpr const char* text = "(no class)";
+    reportText(left != nullptr ? text : nullptr, right != nullptr ? text : nullptr, at);
+    return;
+  }
+  bool empty = true;
+  for (const FieldDef& def : *cls) {
+    if (def.hash == 0) {
+      continue;
+    }
+    const bool inLeft = left != nullptr && MessageAccess::isSet(*left, def);
+    const bool inRight = right != nullptr && MessageAccess::isSet(*right, def);
+    if (inLeft || inRight) {
+      empty = false;
+      const Step step{at, Step::Kind::Field, &def};
+      visitFieldType(def.type,
+                     [&](auto tag) { field(tag, inLeft ? left : nullptr, inRight ? right : nullptr, step); });
+    }
+  }
+  if (empty && !both) {
+    reportText(left != nullptr ? "{}" : nullptr, right != nullptr ? "{}" : nullptr, at);
+  }
+}
+
+template <class Tag>
+void Walk::field(Tag, const YMMessageBase* left, const YMMessageBase* right, const Step& at)
+{
+  using Value = typename Tag::Value;
+  const FieldDef& def = *at.field;
+  const bool both = left != nullptr && right != nullptr;
+  const auto reportSides = [&](const char* text) {
+    reportText(left != nullptr ? text : nullptr, right != nullptr ? text : nullptr, &at);
+  };
+  if constexpr (Tag::type == FIELD_INVALID) {
+    reportSides("(unknown type)");  // what it holds cannot be compared
+  } else if constexpr (NoStorage<Tag>) {
+    // A record without a type has the bit of field 0; that one has been reported where it is not hidden.
+    const FieldDef& owner = (left != nullptr ? left : right)->getClass()->fields[def.fieldNumber];
+    if (!both && (&owner == &def || owner.hash == 0)) {
+      reportSides("(set)");
+    }
+  } else if constexpr (InPlaceValue<Tag> && !StringSlot<Tag>) {
+    const long long leftSlot = left != nullptr ? MessageAccess::raw(*left, def.slot) : 0;
+    const long long rightSlot = right != nullptr ? MessageAccess::raw(*right, def.slot) : 0;
+    value<Tag::type>(left != nullptr ? &leftSlot : nullptr, right != nullptr ? &rightSlot : nullptr, at);
+  } else if constexpr (StringSlot<Tag>) {
+    value<Tag::type>(left != nullptr ? &MessageAccess::inPlace<Value>(*left, def.slot) : nullptr,
+                     right != nullptr ? &MessageAccess::inPlace<Value>(*right, def.slot) : nullptr, at);
+  } else {
+    const Value* const leftValue = left != nullptr ? MessageAccess::pointer<Value>(*left, def.slot) : nullptr;
+    const Value* const rightValue =
+        right != nullptr ? MessageAccess::pointer<Value>(*right, def.slot) : nullptr;
+    if constexpr (MessageValue<Tag>) {
+      if (leftValue != nullptr || rightValue != nullptr) {
+        messages(leftValue, rightValue, &at);
+      } else if (!both) {
+        reportSides("null");
+      }
+    } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
+      const bstring none;  // one that was never made is an empty one
+      const bstring* const leftBytes = leftValue != nullptr ? leftValue : &none;
+      const bstring* const rightBytes = rightValue != nullptr ? rightValue : &none;
+      value<Tag::type>(left != nullptr ? leftBytes : nullptr, right != nullptr ? rightBytes : nullptr, at);
+    } else {
+      const bool empty =
+          (leftValue == nullptr || leftValue->empty()) && (rightValue == nullptr || rightValue->empty());
+      if (empty) {
+        if (!both) {
+          reportSides(MapValue<Tag> ? "{}" : "[]");
+        }
+      } else if constexpr (MapValue<Tag>) {
+        map<Tag>(leftValue, rightValue, at);
+      } else {
+        list<Tag::info.element>(leftValue, rightValue, at);
+      }
+    }
+  }
+}
+
+template <FieldDataType Element, class List>
+void Walk::list(const List* left, const List* right, const Step& at)
+{
+  const std::size_t leftSize = left != nullptr ? left->size() : 0;
+  const std::size_t rightSize = right != nullptr ? right->size() : 0;
+  Step step{&at, Step::Kind::Element, at.field};
+  for (; step.position < leftSize || step.position < rightSize; ++step.position) {
+    value<Element>(step.position < leftSize ? &(*left)[step.position] : nullptr,
+                   step.position < rightSize ? &(*right)[step.position] : nullptr, step);
+  }
+}
+
+/// Keys ascend on both sides. Messages as keys are never less than each other, so that their entries meet by
+/// position.
+template <class Tag, class Map>
+void Walk::map(const Map* left, const Map* right, const Step& at)
+{
+  const Map none;
+  const Map& leftMap = left != nullptr ? *left : none;
+  const Map& rightMap = right != nullptr ? *right : none;
+  auto leftAt = leftMap.begin();
+  auto rightAt = rightMap.begin();
+  Step entry{&at, Step::Kind::Element, at.field};
+  for (; leftAt != leftMap.end() || rightAt != rightMap.end(); ++entry.position) {
+    const bool inLeft =
+        leftAt != leftMap.end() && (rightAt == rightMap.end() || !(rightAt->first < leftAt->first));
+    const bool inRight =
+        rightAt != rightMap.end() && (leftAt == leftMap.end() || !(leftAt->first < rightAt->first));
+    const auto& key = (inLeft ? leftAt : rightAt)->first;
+    const auto* leftValue = inLeft ? &leftAt->second : nullptr;
+    const auto* rightValue = inRight ? &rightAt->second : nullptr;
+    if constexpr (Tag::info.mapKey == FIELD_OBJECT) {
+      Step part{&entry, Step::Kind::EntryKey, at.field};
+      messages(inLeft ? &leftAt->first : nullptr, inRight ? &rightAt->first : nullptr, &part);
+      part.kind = Step::Kind::EntryValue;
+      messages(leftValue, rightValue, &part);
+    } else {
+      if constexpr (Tag::info.mapKey == FIELD_STRING) {
+        entry.kind = Step::Kind::TextKey;
+        entry.text = &key;
+      } else {
+        entry.kind = Step::Kind::NumberKey;
+        entry.number = key;
+      }
+      value<Tag::info.mapValue>(leftValue, rightValue, entry);
+    }
+    if (inLeft) {
+      ++leftAt;
+    }
+    if (inRight) {
+      ++rightAt;
+    }
+  }
+}
+
+template <FieldDataType T, class Value>
+void Walk::value(const Value* left, const Value* right, const Step& at)
+{
+  if constexpr (std::is_same_v<Value, YMMessageBase>) {
+    messages(left, right, &at);
+  } else if (left == nullptr || right == nullptr || !(*left == *right)) {
+    report<T>(left, right, at);
+  }
+}
+
+// ---- Reports
+
+template <FieldDataType T, class Value>
+void Walk::report(const Value* left, const Value* right, const Step& at)
+{
+  const bool secret = begin(&at);
+  const auto append = [&](std::string& out, const Value* value) {
+    if (value != nullptr && secret) {
+      out += mask;
+    } else if (value != nullptr) {
+      appendValue<T>(out, *value, *at.field);
+    }
+  };
+  append(left_, left);
+  append(right_, right);
+  show(left != nullptr, right != nullptr);
+}
+
+void Walk::reportText(const char* left, const char* right, const Step* at)
+{
+  begin(at);
+  left_ += left != nullptr ? left : "";
+  right_ += right != nullptr ? right : "";
+  show(left != nullptr, right != nullptr);
+}
+
+void Walk::reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at)
+{
+  const auto name = [](const YMMessageBase& message) {
+    return message.getClass() != nullptr ? message.getTagName() : std::string("(no class)");
+  };
+  begin(at);
+  left_ = name(left);
+  right_ = name(right);
+  show(true, true);
+}
+
+bool Walk::begin(const Step* at)
+{
+  left_.clear();
+  right_.clear();
+  path_.clear();
+  steps_.clear();
+  for (; at != nullptr; at = at->parent) {
+    steps_.push_back(at);
+  }
+  bool secret = false;
+  for (auto step = steps_.rbegin(); step != steps_.rend(); ++step) {
+    switch ((*step)->kind) {
+      case Step::Kind::Field:
+        path_ += path_.empty() ? "" : ".";
+        path_ += (*step)->field->getName();
+        secret = secret || isSecret(*(*step)->field);
+        break;
+      case Step::Kind::Element:
+        path_ += '[';
+        appendNumber(path_, (*step)->position);
+        path_ += ']';
+        break;
+      case Step::Kind::NumberKey:
+      case Step::Kind::TextKey:
+        path_ += '[';
+        if (secret) {  // what a value is filed under may give it away
+          path_ += '#';
+          appendNumber(path_, (*step)->position);
+        } else if ((*step)->kind == Step::Kind::TextKey) {
+          appendString(path_, *(*step)->text);
+        } else {
+          appendNumber(path_, (*step)->number);
+        }
+        path_ += ']';
+        break;
+      case Step::Kind::EntryKey:
+        path_ += ".key";
+        break;
+      case Step::Kind::EntryValue:
+        path_ += ".value";
+        break;
+    }
+  }
+  return secret;
+}
+
+void Walk::show(bool inLeft, bool inRight)
+{
+  ++count_;
+  visitor_.differs({.kind = !inRight  ? Kind::OnlyLeft
+                            : !inLeft ? Kind::OnlyRight
+                                      : Kind::Changed,
+                    .path = path_,
+                    .left = left_,
+                    .right = right_});
+}
+
+}  // namespace
+
+std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor)
+{
+  Walk walk(visitor);
+  walk.messages(&left, &right, nullptr);
+  return walk.count();
+}
+
+}  // namespace kwxml

@@ -69,15 +69,16 @@ struct XmlTraverse::Walk
   bool nested(YMMessageBase& held, const _ClassDef& cls, MsgFieldContext& context);
   /// The class that the field refers to; null when there is none. Logs nothing.
   static const _ClassDef* referenced(const FieldDef& def);
-  /// A new message of the class that the field refers to; null when it cannot be made.
+  /// A new message of the class that the field refers to; null when it cannot be made, which is logged but
+  /// for a single message in an unordered walk.
   std::unique_ptr<YMMessageBase> create(const FieldDef& def);
-  void limit(const char* format, int value);
+  void tooDeep();
 };
 
-void XmlTraverse::Walk::limit(const char* format, int value)
+void XmlTraverse::Walk::tooDeep()
 {
-  if (!std::exchange(owner.limitLogged_, true)) {
-    log().logError(function(), format, value);
+  if (!std::exchange(owner.depthLogged_, true)) {
+    log().logError(function(), "Messages nest deeper than [%d]", kwxml::maxMessageNesting);
   }
 }
 
@@ -85,7 +86,7 @@ bool XmlTraverse::Walk::message(YMMessageBase& holder, const _ClassDef& cls,
                                 const FieldDefTraverseInfo* parent)
 {
   if (owner.depth_ >= kwxml::maxMessageNesting) {
-    limit("Messages nest deeper than [%d]", kwxml::maxMessageNesting);
+    tooDeep();
     return false;
   }
   /// What a visitor throws leaves the walk as it was.
@@ -148,18 +149,24 @@ const _ClassDef* XmlTraverse::Walk::referenced(const FieldDef& def)
 std::unique_ptr<YMMessageBase> XmlTraverse::Walk::create(const FieldDef& def)
 {
   if (owner.created_ >= kwxml::maxCreatedMessages) {
-    limit("A walk makes at most [%d] messages", kwxml::maxCreatedMessages);
+    if (!std::exchange(owner.createdLogged_, true)) {
+      log().logError(function(), "A walk makes at most [%d] messages", kwxml::maxCreatedMessages);
+    }
     return nullptr;
   }
   if (owner.depth_ >= kwxml::maxMessageNesting) {
-    limit("Messages nest deeper than [%d]", kwxml::maxMessageNesting);
+    tooDeep();
     return nullptr;
   }
   const auto reference = kwxml::packedReference(def);
   auto system = static_cast<short>(reference.system);
   auto index = static_cast<int>(reference.classIndex);
   std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromIndices(system, index));
-  owner.created_ += made != nullptr;
+  if (made != nullptr) {
+    ++owner.created_;
+  } else if (ordered || def.type != FIELD_OBJECT) {
+    log().logError(function(), "Error creating subobject [%s]", def.getName());
+  }
   return made;
 }
 
@@ -222,7 +229,6 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   }
   std::unique_ptr<YMMessageBase> made = create(def);
   if (made == nullptr) {
-    log().logError(function(), "Error creating subobject [%s]", def.getName());
     return false;
   }
   if (!nested(*made, *cls, context) || !flags.keepCreated || !ofMessages) {
@@ -253,9 +259,6 @@ bool XmlTraverse::Walk::object(YMMessageBase& holder, MsgFieldContext& context)
     }
     made = create(def);
     if (made == nullptr) {
-      if (ordered) {
-        log().logError(function(), "Error creating subobject [%s]", def.getName());
-      }
       return false;
     }
     held = made.get();
@@ -306,7 +309,7 @@ void XmlTraverse::walkOutermost(YMMessageBase& message, bool createMissing, bool
 {
   created_ = 0;
   depth_ = 0;
-  limitLogged_ = false;
+  depthLogged_ = createdLogged_ = false;
   const std::string name = traverseName(message);
   handler_->beginTraverse(name);
   if (ordered) {

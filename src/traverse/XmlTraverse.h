@@ -43,7 +43,7 @@ protected:
 ///
 /// Two bounds hold: messages below the deepest nesting that encodings accept (Limits.h) are not walked, and
 /// one walk makes a limited number of messages, since classes that refer to each other would otherwise unfold
-/// without end. Either is logged once.
+/// without end. Each is logged once.
 class XmlTraverse : public XmlTraverseHandler
 {
 public:
@@ -87,7 +87,8 @@ private:
   std::vector<const char*> processingStack_;  // class names of the messages being walked, innermost last
   int depth_ = 0;
   int created_ = 0;
-  bool limitLogged_ = false;
+  bool depthLogged_ = false;
+  bool createdLogged_ = false;
 };
 
 /// Gives every unset entity field its default value where its annotation CommandParam has useDefault true: a

@@ -1,0 +1,78 @@
+// In which values two messages differ, for whoever wonders why they are not equal.
+//
+// A message is walked once beside the other. As long as nothing differs nothing is allocated, and a level of
+// nesting takes little of the stack: the path to a value is put together only when the value is reported.
+#pragma once
+
+#include <kwxml/model/YMMessageBase.h>
+
+#include <cstddef>
+#include <string_view>
+
+namespace kwxml {
+
+/// One value in which two messages differ.
+///
+/// The path names fields from the outermost message on: `status.errorCode`, `items[2].price`,
+/// `totals["2026-01"]`, `counts[-7]`. The entry of a map whose keys are messages is named by its position,
+/// and its two sides apart: `pairs[0].key.name`, `pairs[0].value.name`. In a field with the annotation
+/// Password the keys of maps are named by their position among the keys of both sides: `secrets[#0]`. The
+/// path is empty when the two messages as wholes differ, being of different classes.
+///
+/// A text is one line without control characters, and texts of different values are different:
+///
+///   integers, times      decimal
+///   floating values      the shortest decimal that reads back as the value; "inf", "-inf"; what is not a
+///                        number with its bits: "nan(0x7fc00000)"
+///   truth values         "true", "false"; another number that stands for true: "true(2)"
+///   enumerations         "RED(1)"; "7" when no enumerator has the value
+///   strings              in double quotes, UTF-8. \" \\ \n \r \t, and \xNN (two digits) for each byte of
+///   other
+///                        control characters, of line separators and of what is no UTF-8; \u{N} for an
+///                        element of a wide string that is no character
+///   bytes, passwords,    "****", whatever they hold, and so is every value in a field with the annotation
+///                        Password
+///   a message            "{}" when it has no set field, "null" for a field that is set without one, "(no
+///                        class)", or its tag name when the other side is a message of another class
+///   an empty collection  "[]", a map "{}"
+///   a field without a value, "(set)"; of a type that does not exist, "(unknown type)"
+///
+/// Strings and keys of maps are escaped alike.
+struct MessageDifference
+{
+  enum class Kind
+  {
+    OnlyLeft,   ///< the left message has the value, the right one does not
+    OnlyRight,  ///< the other way round
+    Changed,    ///< both have it, and they differ
+  };
+  Kind kind;
+  std::string_view path;
+  std::string_view left;   ///< empty with OnlyRight
+  std::string_view right;  ///< empty with OnlyLeft
+};
+
+class MessageDiffVisitor
+{
+public:
+  /// Called for each difference, in the order of the fields. The texts live as long as the call. What it
+  /// throws ends the comparison. It must not change the messages.
+  virtual void differs(const MessageDifference& difference) = 0;
+
+protected:
+  ~MessageDiffVisitor() = default;  // nobody owns a visitor through its base
+};
+
+/// Shows the visitor every value in which the messages differ; returns how many there are. None if and only
+/// if `left == right`: hidden fields do not count, floating values in place are compared by their bits and
+/// those in lists as numbers (so that one that is not a number differs from itself, and its texts are equal),
+/// a message without a class differs from every message.
+///
+/// Elements of lists are compared with those of the same position, entries of maps with those of the same
+/// key; what one side has more is only there. A message or collection that only one side has is shown value
+/// by value.
+///
+/// Logs nothing. Safe for concurrent use on messages that nobody changes.
+std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor);
+
+}  // namespace kwxml

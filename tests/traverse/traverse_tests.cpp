@@ -1,0 +1,436 @@
+// The walk over messages: what visitors are shown in which order, what is made and kept, what is logged.
+#include <kwxml/traverse/XmlTraverse.h>
+
+#include <kwxml/annotation/Annotations.h>
+#include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/model/Limits.h>
+#include <kwxml/model/MessageInternal.h>
+
+#include "support/LogCapture.h"
+#include "support/Messages.h"
+#include "support/SmallStack.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace kwxml::test;
+
+namespace {
+
+/// Writes down what it is shown, and does what the test wants in each visit.
+struct Recorder : XmlTraverseHandler
+{
+  using XmlTraverseHandler::XmlTraverseHandler;
+  void beginTraverse(std::string name) override { trace += "begin " + name + "\n"; }
+  void startSubObject(MsgFieldContext& f) override
+  {
+    trace += std::string("start ") + f.getField().getName() + "\n";
+  }
+  void visit(MsgFieldContext& f) override
+  {
+    std::string path = f.getField().getName();
+    for (const FieldDefTraverseInfo* up = f.getTRParent(); up != nullptr; up = up->parent) {
+      path = up->getName() + ("." + path);
+    }
+    trace += path + (f.isValueSet() ? " set\n" : "\n");
+    if (onVisit) {
+      onVisit(f);
+    }
+  }
+  void endSubObject(MsgFieldContext& f) override
+  {
+    trace += std::string("end ") + f.getField().getName() + "\n";
+  }
+  void endTraverse(std::string name) override { trace += "end " + name + "\n"; }
+
+  std::string trace;
+  std::function<void(MsgFieldContext&)> onVisit;
+};
+
+std::string walk(YMMessageBase& m, bool order, bool create, bool keep,
+                 std::function<void(MsgFieldContext&)> onVisit = {})
+{
+  Recorder recorder(0, order);
+  recorder.onVisit = std::move(onVisit);
+  XmlTraverse().traverse(m, recorder, create, keep);
+  return recorder.trace;
+}
+
+int count(const std::string& text, const std::string& part)
+{
+  int n = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++n;
+  }
+  return n;
+}
+
+YMMessageBase bareReport()
+{
+  YMMessageBase m = make("Types_Report");
+  m.wipeBitset();
+  return m;
+}
+
+void renameLabels(MsgFieldContext& f)
+{
+  if (f.getField().type == FIELD_STRING) {
+    f.replaceValue(std::string("new"));
+  }
+}
+
+void append(YMMessageBase& m, const char* list, const YMMessageBase& element)
+{
+  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, list, &element));
+}
+
+/// The context of a field outside a walk.
+MsgFieldContext context(YMMessageBase& m, const char* name)
+{
+  return MsgFieldContext(field(m, name), &m);
+}
+
+}  // namespace
+
+TEST(Walk, ShowsFieldsInDeclarationOrderOrSimpleOnesFirst)
+{
+  YMMessageBase m = bareReport();
+  setText(m, "title", "t");
+  YMMessageBase leaf = make("Types_Leaf");
+  setInt(leaf, "number", 1);
+  append(m, "leaves", leaf);
+  append(m, "leaves", leaf);
+  const std::string head =
+      "begin Report\ntitle set\nlevel\nkept\nlevels\nnumbers\nsuppressedNumbers\nsecretWord\n"
+      "secretWords\nsecretLevel\n";
+  const std::string elements =
+      "start leaves\nleaves.number set\nleaves.text\nend leaves\n"
+      "start leaves\nleaves.number set\nleaves.text\nend leaves\n";
+  const std::string both = head + "owner\nleaf\nleaves set\n" + elements + "self\nreports\nend Report\n";
+  EXPECT_EQ(walk(m, false, false, false), both);
+  EXPECT_EQ(walk(m, true, false, false), both) << "its simple fields stand first already";
+
+  YMMessageBase all = make("Types_AllTypes");
+  const std::string trace = walk(all, true, false, false);
+  EXPECT_LT(trace.find("stringStringMap"), trace.find("objectValue")) << "a map of scalars is simple";
+  EXPECT_LT(trace.find("enumList"), trace.find("objectValue"));
+  EXPECT_LT(trace.find("stringStringMap"), trace.find("noneValue")) << "nothing is not";
+  EXPECT_EQ(count(trace, "\n"), 2 + all.getNumberOfFields());
+
+  YMMessageBase hidden = make("Types_Hidden");
+  const std::string shown = walk(hidden, false, false, false);
+  for (const FieldDef& def : *hidden.getClass()) {
+    EXPECT_EQ(count(shown, std::string("\n") + def.getName()) > 0, def.hash != 0) << def.getName();
+  }
+}
+
+TEST(Walk, WithoutAClassCallsNothing)
+{
+  LogCapture log;
+  YMMessageBase none;
+  EXPECT_EQ(walk(none, false, true, true) + walk(none, true, true, true), "");
+  YMMessageBase m = bareReport();
+  append(m, "leaves", YMMessageBase());
+  const std::string trace = walk(m, false, false, false);
+  EXPECT_NE(trace.find("start leaves\nend leaves\n"), std::string::npos);
+  walk(m, true, false, false);
+  EXPECT_EQ(log.lines(),
+            (std::vector<LogLine>{
+                {0, "XmlTraverse::traverseHelpers", "[Error retreiving metadata for the specified class.]"},
+                {0, "XmlTraverse::traverseByOrderHelper", "[Error retrieving metadata for given object]"}}));
+}
+
+TEST(Walk, MakesWhatIsMissingAndKeepsWhatWasModified)
+{
+  LogCapture log;
+  for (const bool keep : {false, true}) {
+    YMMessageBase m = bareReport();
+    const std::string trace = walk(m, false, true, keep, [](MsgFieldContext& f) {
+      if (f.getField().getName() == std::string("number") &&
+          f.getTRParent()->getName() == std::string("leaf")) {
+        f.replaceValue(7);
+      }
+    });
+    EXPECT_EQ(count(trace, "start leaf\n"), 1);
+    EXPECT_EQ(count(trace, "start leaves\n"), 1) << "one for an empty list";
+    EXPECT_EQ(count(trace, "start self\n") + count(trace, "start reports\n"), 0) << "its own class";
+    EXPECT_EQ(count(trace, "start owner\n"), 0) << "never the processing instructions";
+    EXPECT_EQ(isSet(m, "leaf"), keep);
+    EXPECT_FALSE(isSet(m, "leaves")) << "nothing in it was modified";
+    const auto* leaf = kwxml::MessageAccess::pointer<YMMessageBase>(std::as_const(m), field(m, "leaf").slot);
+    ASSERT_EQ(leaf != nullptr, keep);
+    EXPECT_EQ(keep ? getInt(*leaf, "number") : 7, 7);
+  }
+  // A made message that holds a modified one is kept, a list gets the one that was made, and what was there
+  // is not added to.
+  YMMessageBase order = make("Shop_Order");
+  order.wipeBitset();
+  walk(order, false, true, true, renameLabels);
+  std::vector<void*> items;
+  ASSERT_TRUE(XMLDecoder::ReadFromList(&order, "items", &items));
+  ASSERT_EQ(items.size(), 1u);
+  EXPECT_EQ(getText(*static_cast<YMMessageBase*>(items[0]), "name"), "new");
+  EXPECT_TRUE(isSet(order, "items") && isSet(order, "status"));
+  walk(order, false, true, true, renameLabels);
+  items.clear();
+  XMLDecoder::ReadFromList(&order, "items", &items);
+  EXPECT_EQ(items.size(), 1u);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Walk, TheStackHoldsTheClassesOfTheMomentAndEmptiesItself)
+{
+  struct Stack : XmlTraverseHandler
+  {
+    XmlTraverse walk;
+    std::string seen;
+    void visit(MsgFieldContext& f) override
+    {
+      if (f.getField().getName() == std::string("text")) {
+        seen += walk.existsInProcessingStack("Leaf") && walk.existsInProcessingStack("Report") &&
+                        !walk.existsInProcessingStack("Types_Report")
+                    ? "+"
+                    : "-";
+        throw 1;
+      }
+    }
+  } stack;
+  YMMessageBase m = bareReport();
+  for (int i = 0; i < 2; ++i) {  // what a visitor throws leaves no names behind
+    EXPECT_THROW(stack.walk.traverse(m, stack, true, false), int);
+    EXPECT_FALSE(stack.walk.existsInProcessingStack("Report"));
+  }
+  EXPECT_EQ(stack.seen, "++");
+}
+
+TEST(Walk, OrderedWalksHaveNoGuardButTheLimits)
+{
+  // Two fields of its own class double the messages at each level: the number that a walk makes is bounded.
+  for (const auto& [tagName, text] : {std::pair("Types_Report", "A walk makes at most [65536] messages"),
+                                      std::pair("Types_Node", "Messages nest deeper than [64]")}) {
+    LogCapture log;
+    YMMessageBase m = make(tagName);
+    m.wipeBitset();
+    int visits = 0;
+    struct Counter : XmlTraverseHandler
+    {
+      int& visits;
+      explicit Counter(int& n) : XmlTraverseHandler(0, true), visits(n) {}
+      void visit(MsgFieldContext&) override { ++visits; }
+    } counter(visits);
+    onSmallStack([&] { XmlTraverse().traverse(m, counter, true, true); });
+    EXPECT_TRUE(log.has("XmlTraverse::traverseByOrderHelper", text)) << tagName;
+    EXPECT_LE(log.lines().size(), 2u);
+    EXPECT_LT(visits, 40 * kwxml::maxCreatedMessages);
+  }
+  // In an ordered walk a list of enumerators is looked into like one of messages; nothing comes of it.
+  YMMessageBase m = make("Types_AllTypes");
+  m.wipeBitset();
+  EXPECT_NE(walk(m, true, true, true).find("start enumList\n"), std::string::npos);
+  EXPECT_FALSE(isSet(m, "enumList"));
+  const int high = 100;
+  XMLDecoder::InsertIntoList(&m, "enumList", &high);
+  EXPECT_EQ(walk(m, true, true, true).find("start enumList\n"), std::string::npos);
+}
+
+TEST(Walk, DeepMessagesAreWalkedToTheLimit)
+{
+  LogCapture log;
+  YMMessageBase deepest = nodeChain(kwxml::maxMessageNesting);
+  YMMessageBase deeper = nodeChain(kwxml::maxMessageNesting + 1);
+  onSmallStack([&] {
+    EXPECT_EQ(count(walk(deepest, false, false, false), "label set"), kwxml::maxMessageNesting);
+    EXPECT_EQ(log.lines().size(), 0u);
+    EXPECT_EQ(count(walk(deeper, true, false, false), "label set"), kwxml::maxMessageNesting);
+  });
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"Messages nest deeper than [64]"});
+}
+
+TEST(TextWalk, ReadsWalksAndWritesBack)
+{
+  LogCapture log;
+  std::string xml;
+  YMMessageBase m = make("Types_Leaf");
+  setText(m, "text", "old");
+  ASSERT_EQ(XMLEncoder().serialize(m, xml, false), 0);
+  const std::string before = xml;
+  Recorder recorder(0, true);
+  XmlTraverse().traverse(xml, recorder, false, false, nullptr);
+  EXPECT_EQ(recorder.trace, "begin Leaf\nnumber\ntext set\nend Leaf\n");
+  EXPECT_EQ(xml, before);
+  recorder.onVisit = renameLabels;
+  KwXMLContextInfo info;
+  XmlTraverse().traverse(xml, recorder, false, false, &info);
+  EXPECT_EQ(info.getPasswordEncType(), Annotation::PASS_THROUGH);
+  EXPECT_NE(xml.find("text=\"new\""), std::string::npos);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+
+  recorder.trace.clear();
+  for (std::string bad : {"", "<", "<Unknown/>"}) {
+    XmlTraverse().traverse(bad, recorder, true, true, &info);
+    EXPECT_EQ(bad, "");
+  }
+  info.setError(1, "an earlier error");
+  std::string kept = "<";
+  XmlTraverse().traverse(kept, recorder, true, true, &info);
+  EXPECT_EQ(kept, "<");
+  EXPECT_EQ(recorder.trace, "");
+}
+
+TEST(FieldContext, ReplacesValuesByTheKindOfField)
+{
+  // Each row: a field, what is given to it, and what it holds afterwards; "-" stays unset.
+  using Give = std::function<void(MsgFieldContext&)>;
+  const Give give[] = {
+      [](auto& f) { f.replaceValue(-5); },   [](auto& f) { f.replaceValue(5U); },
+      [](auto& f) { f.replaceValue(-6L); },  [](auto& f) { f.replaceValue(6UL); },
+      [](auto& f) { f.replaceValue(-7LL); }, [](auto& f) { f.replaceValue(true); },
+      [](auto& f) { f.replaceValue(1.5F); }, [](auto& f) { f.replaceValue(2.5); },
+      [](auto& f) { f.replaceValue("s"); },  [](auto& f) { f.replaceValue(bstring("b"), true); },
+  };
+  struct Row
+  {
+    const char* field;
+    std::vector<int> takes;  // the numbers of the values above that are appended
+  };
+  const Row rows[] = {{"intList", {0}},      {"enumList", {0, 1}},  {"uintList", {1}},    {"longList", {2}},
+                      {"ulongList", {3}},    {"longlongList", {4}}, {"boolList", {5}},    {"floatList", {6}},
+                      {"doubleList", {7}},   {"stringList", {8}},   {"bstringList", {9}}, {"wstringList", {}},
+                      {"ulonglongList", {}}, {"objectList", {}}};
+  for (const Row& row : rows) {
+    YMMessageBase m = make("Types_AllTypes");
+    for (std::size_t i = 0; i < std::size(give); ++i) {
+      std::vector<void*> before;
+      std::vector<void*> after;
+      XMLDecoder::ReadFromList(&m, row.field, &before);
+      MsgFieldContext f = context(m, row.field);
+      give[i](f);
+      XMLDecoder::ReadFromList(&m, row.field, &after);
+      const bool taken =
+          std::find(row.takes.begin(), row.takes.end(), static_cast<int>(i)) != row.takes.end();
+      EXPECT_EQ(after.size() - before.size(), taken ? 1u : 0u) << row.field << " " << i;
+      EXPECT_TRUE(f.isModified()) << row.field << " " << i;
+    }
+    EXPECT_EQ(isSet(m, row.field), !row.takes.empty()) << row.field;
+    MsgFieldContext f = context(m, row.field);
+    f.replaceValue(pstring("p"));
+    EXPECT_FALSE(f.isModified());
+    f.clearList();
+    EXPECT_FALSE(isSet(m, row.field));
+  }
+  YMMessageBase m = make("Types_AllTypes");
+  const auto replaced = [&m](const char* name, auto... value) {
+    MsgFieldContext f = context(m, name);
+    f.replaceValue(value...);
+    EXPECT_TRUE(f.isModified() && isSet(m, name)) << name;
+  };
+  replaced("intValue", -5);
+  replaced("ulonglongValue", 6UL);
+  replaced("boolValue", true);
+  replaced("enumValue", 100);
+  replaced("doubleValue", 2.5);
+  replaced("floatValue", 1.5F);
+  replaced("stringValue", "s");
+  replaced("bstringValue", bstring("b"), false);
+  replaced("bstringValue", bstring("c"), true);
+  replaced("pstringValue", pstring("p", Annotation::BASE64));
+  const unsigned long tag = m.getTagID();
+  EXPECT_EQ(getInt(m, "intValue"), -5);
+  EXPECT_EQ(getInt(m, "ulonglongValue"), 6);
+  EXPECT_EQ(getInt(m, "boolValue") + getInt(m, "enumValue"), 101);
+  EXPECT_EQ(m.getdouble(field(m, "doubleValue").slot, tag, 0), 2.5);
+  EXPECT_EQ(m.getfloat(field(m, "floatValue").slot, tag, 0), 1.5F);
+  EXPECT_EQ(getText(m, "stringValue"), "s");
+  const FieldDef& bytes = field(m, "bstringValue");
+  EXPECT_EQ(m.getbstringobject_const(bytes.fieldNumber, bytes.slot, tag, bytes.hash)->text(), "c");
+  const FieldDef& password = field(m, "pstringValue");
+  const pstring* kept = m.getpstringobject_const(password.fieldNumber, password.slot, tag, password.hash);
+  EXPECT_EQ(kept->text() + std::to_string(kept->getEncryptionType()), "p9");
+
+  MsgFieldContext number = context(m, "ulonglongValue");
+  number.clearList();
+  EXPECT_TRUE(isSet(m, "ulonglongValue")) << "a scalar is no list";
+}
+
+TEST(FieldContext, ReplacesNestedMessages)
+{
+  LogCapture log;
+  YMMessageBase m = make("Types_AllTypes");
+  YMMessageBase leaf = make("Types_Leaf");
+  setInt(leaf, "number", 1);
+  MsgFieldContext f = context(m, "objectValue");
+  f.replaceValue(static_cast<YMMessageBase*>(nullptr));
+  EXPECT_FALSE(isSet(m, "objectValue"));
+  f.replaceValue(&leaf);
+  const auto held = [&] {
+    return kwxml::MessageAccess::pointer<YMMessageBase>(m, field(m, "objectValue").slot);
+  };
+  const YMMessageBase* first = held();
+  ASSERT_NE(first, nullptr);
+  EXPECT_TRUE(isSet(m, "objectValue") && *first == leaf);
+  setInt(leaf, "number", 2);
+  f.replaceValue(&leaf);
+  EXPECT_EQ(held(), first) << "assigned in place";
+  EXPECT_EQ(getInt(*first, "number"), 2);
+  EXPECT_FALSE(f.isModified());
+  YMMessageBase other = make("Types_KeyLeaf");
+  EXPECT_ANY_THROW(f.replaceValue(&other));
+  EXPECT_TRUE(*held() == leaf);
+
+  MsgFieldContext list = context(m, "objectList");
+  list.replaceValue(&leaf);
+  EXPECT_TRUE(list.isModified() && isSet(m, "objectList"));
+  MsgFieldContext number = context(m, "intValue");
+  number.replaceValue(&leaf);
+  EXPECT_FALSE(number.isModified() || isSet(m, "intValue"));
+}
+
+TEST(FieldContext, AnnotationsAndDefaults)
+{
+  LogCapture log;
+  YMMessageBase m = bareReport();
+  Annotation::CommandParam parameter;
+  EXPECT_FALSE(context(m, "title").getAnnotation(parameter));
+  EXPECT_TRUE(context(m, "level").getAnnotation(parameter));
+  EXPECT_EQ(parameter.useDefault, true);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>()) << "most fields have none: that is no error";
+
+  EntityTypeHandler entities;
+  XmlTraverse().traverse(m, entities, false, false);
+  EXPECT_TRUE(isSet(m, "level"));
+  EXPECT_EQ(getInt(m, "level"), 5);
+  EXPECT_FALSE(isSet(m, "kept") || isSet(m, "secretLevel")) << "not asked for";
+  setInt(m, "level", 100);
+  XmlTraverse().traverse(m, entities, false, false);
+  EXPECT_EQ(getInt(m, "level"), 100);
+  context(m, "kept").EnableField();
+  EXPECT_TRUE(isSet(m, "kept")) << "any value of useDefault will do";
+}
+
+TEST(Lists, AreReadAndFilledByName)
+{
+  LogCapture log;
+  YMMessageBase m = make("Types_AllTypes");
+  std::vector<void*> out;
+  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out));
+  EXPECT_TRUE(out.empty());
+  setInt(m, "ulonglongValue", 9);
+  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "ulonglongValue", &out));
+  ASSERT_EQ(out.size(), 1u);
+  EXPECT_EQ(*static_cast<unsigned long long*>(out[0]), 9u);
+  EXPECT_EQ(log.lines().size(), 0u);
+  const int one = 1;
+  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "nothing", &out));
+  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intValue", &out));
+  EXPECT_FALSE(XMLDecoder::ReadFromList(nullptr, "intList", &out));
+  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intList", nullptr));
+  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one));
+  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one));
+  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intList", nullptr));
+  EXPECT_EQ(log.lines().size(), 7u);
+  EXPECT_EQ(log.lines()[0],
+            (LogLine{0, "XMLDecoder::ReadFromList", "Message [Types_AllTypes] has no list field [nothing]"}));
+}
