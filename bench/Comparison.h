@@ -57,6 +57,7 @@ private:
 // What the program measures.
 void registerXmlBenchmarks(std::vector<Pair>& pairs);
 void registerModelBenchmarks(std::vector<Pair>& pairs);
+void registerRenderBenchmarks(std::vector<Pair>& pairs);
 
 #ifdef KWXML_BENCH_PROTOBUF
 void registerBinaryBenchmarks(std::vector<Pair>& pairs);

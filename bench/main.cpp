@@ -34,6 +34,7 @@ int main(int argc, char** argv)
   std::vector<kwxml::bench::Pair> pairs;
   kwxml::bench::registerXmlBenchmarks(pairs);
   kwxml::bench::registerModelBenchmarks(pairs);
+  kwxml::bench::registerRenderBenchmarks(pairs);
 #ifdef KWXML_BENCH_PROTOBUF
   kwxml::bench::registerBinaryBenchmarks(pairs);
 #endif

@@ -20,6 +20,7 @@
 #include <kwxml/traverse/FieldText.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
+#include <kwxml/traverse/MessageDiff.h>
 #include <kwxml/traverse/XmlTraverse.h>
 #include <kwxml/traverse/XmlUtils.h>
 #include <kwxml/xml/Base64.h>

@@ -38,9 +38,9 @@ unsigned long readNumber(CYxFile& file)
 /// The decimal text of a number as four bytes, zero-padded; further digits have no place.
 void numberText(unsigned long number, char (&out)[prefixSize])
 {
-  char text[24];
+  char text[24] = {};
   std::snprintf(text, sizeof text, "%lu", number);
-  std::strncpy(out, text, prefixSize);
+  std::memcpy(out, text, prefixSize);
 }
 
 struct Freed

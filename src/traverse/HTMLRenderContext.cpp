@@ -26,15 +26,6 @@ std::string_view trimmed(std::string_view name)
   return last == std::string_view::npos ? std::string_view() : name.substr(0, last + 1);
 }
 
-std::string repeated(std::string_view unit, int count)
-{
-  std::string text;
-  for (int i = 0; i < count; ++i) {
-    text += unit;
-  }
-  return text;
-}
-
 /// The system of the messages in a field: of the message itself or the first of a list, else of the class
 /// that the field refers to.
 unsigned systemOf(const MsgFieldContext& field)
@@ -262,47 +253,54 @@ void HTMLRenderContext::startHeader(std::string name)
     caption = "Search Options";
   }
   if (!collapsible) {
-    pieces_.push_back(shown(caption) + ":");
+    output_ += shown(caption) + ":";
     return;
   }
   // Summaries may be made by several threads.
   const int number = std::atomic_ref(CountOptions).fetch_add(1, std::memory_order_relaxed);
   const std::string block = identifier(name) + std::to_string(number);
-  pieces_.push_back(std::string("<a title=\"Click to view ") +
-                    " \" style=\"color: blue; cursor:hand;\" onclick=\"showdiv('" + block + "');\">" +
-                    shown(caption) + "::</a><div id=\"" + block + "\" style=\"display:none\">");
+  output_ += std::string("<a title=\"Click to view ") +
+             " \" style=\"color: blue; cursor:hand;\" onclick=\"showdiv('" + block + "');\">" +
+             shown(caption) + "::</a><div id=\"" + block + "\" style=\"display:none\">";
 }
 
 void HTMLRenderContext::endHeader(std::string)
 {
-  pieces_.emplace_back("</div>");
+  output_ += "</div>";
+}
+
+void HTMLRenderContext::startLine()
+{
+  output_ += "<br>";
+  for (std::size_t i = 0; i < levels_.size(); ++i) {
+    output_ += spaceDelimiter;
+  }
 }
 
 void HTMLRenderContext::startSubHeader(MsgFieldContext& field)
 {
   inline_ = inline_ || systemOf(field) == entitySystem;
-  pieces_.push_back("<br>" + repeated(spaceDelimiter, indent_) + "<B>" +
-                    shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + "</B>");
-  if (!counts_.empty()) {
-    ++counts_.back();
+  if (!levels_.empty()) {
+    ++levels_.back().shown;
   }
-  counts_.push_back(0);
-  ++indent_;
+  const std::size_t begin = output_.size();
+  startLine();
+  output_ += "<B>" + shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + "</B>";
+  levels_.push_back({begin, 0});
 }
 
 void HTMLRenderContext::endSubHeader(MsgFieldContext&)
 {
-  if (counts_.empty()) {
+  if (levels_.empty()) {
     return;
   }
-  const int shownBelow = counts_.back();
-  counts_.pop_back();
-  --indent_;
+  const Level closed = levels_.back();
+  levels_.pop_back();
   inline_ = false;
-  if (shownBelow == 0) {
-    pieces_.pop_back();
-    if (!counts_.empty()) {
-      --counts_.back();
+  if (closed.shown == 0) {
+    output_.resize(closed.begin);
+    if (!levels_.empty()) {
+      --levels_.back().shown;
     }
   }
 }
@@ -312,24 +310,17 @@ void HTMLRenderContext::addToOutPut(std::string_view name, std::string_view valu
   if (value.empty()) {
     return;
   }
-  std::string piece = inline_ ? "&nbsp;&nbsp;" : "<br>" + repeated(spaceDelimiter, indent_);
-  piece += entityBlank + shown(trimmed(name)) + "&nbsp;:&nbsp;" + shown(value);
-  pieces_.push_back(std::move(piece));
-  if (!counts_.empty()) {
-    ++counts_.back();
+  if (inline_) {
+    output_ += "&nbsp;&nbsp;";
+  } else {
+    startLine();
   }
-}
-
-void HTMLRenderContext::DumpToString(std::string& out) const
-{
-  std::size_t size = 0;
-  for (const std::string& piece : pieces_) {
-    size += piece.size();
-  }
-  out.clear();
-  out.reserve(size);
-  for (const std::string& piece : pieces_) {
-    out += piece;
+  output_ += entityBlank;
+  output_ += shown(trimmed(name));
+  output_ += "&nbsp;:&nbsp;";
+  output_ += shown(value);
+  if (!levels_.empty()) {
+    ++levels_.back().shown;
   }
 }
 

@@ -86,16 +86,22 @@ public:
   /// A nested message that has shown nothing takes its label back.
   void endSubHeader(MsgFieldContext& field) override;
 
-  void DumpToString(std::string& out) const;
+  void DumpToString(std::string& out) const { out = output_; }
 
 protected:
   void addToOutPut(std::string_view name, std::string_view value) override;
 
 private:
-  std::vector<std::string> pieces_;
-  std::vector<int> counts_;  // what each open level has shown, innermost last
-  int indent_ = 0;
-  bool inline_ = false;  // attributes follow one another on one line
+  struct Level
+  {
+    std::size_t begin;  // of its label in the output
+    int shown;          // what it has shown
+  };
+  void startLine();
+
+  std::string output_;
+  std::vector<Level> levels_;  // nested messages that are open, innermost last
+  bool inline_ = false;        // attributes follow one another on one line
 };
 
 class HTMLGuiSummaryRenderContext : public kwxml::HTMLFieldContext

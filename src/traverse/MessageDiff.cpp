@@ -4,9 +4,13 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/MessageInternal.h>
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <optional>
+#include <string>
+#include <type_traits>
 #include <vector>
 
 namespace kwxml {

@@ -19,23 +19,23 @@ namespace kwxml {
 /// Password the keys of maps are named by their position among the keys of both sides: `secrets[#0]`. The
 /// path is empty when the two messages as wholes differ, being of different classes.
 ///
-/// A text is one line without control characters, and texts of different values are different:
+/// A text is one line without control characters. Texts of different values are different, but for secrets:
 ///
 ///   integers, times      decimal
 ///   floating values      the shortest decimal that reads back as the value; "inf", "-inf"; what is not a
-///                        number with its bits: "nan(0x7fc00000)"
+///                        number with its bits: "nan(0x7fc00000)"; a float that was set as an integer beyond
+///                        32 bits with the whole of it: "1.5(0x13fc00000)"
 ///   truth values         "true", "false"; another number that stands for true: "true(2)"
 ///   enumerations         "RED(1)"; "7" when no enumerator has the value
-///   strings              in double quotes, UTF-8. \" \\ \n \r \t, and \xNN (two digits) for each byte of
-///   other
-///                        control characters, of line separators and of what is no UTF-8; \u{N} for an
-///                        element of a wide string that is no character
-///   bytes, passwords,    "****", whatever they hold, and so is every value in a field with the annotation
+///   strings              in double quotes, UTF-8. Escaped are quotes, backslashes, \n, \r and \t; as \xNN
+///                        (two digits) each byte of other control characters, of line separators and of what
+///                        is no UTF-8; as \u{N} elements of wide strings that are no characters
+///   bytes, passwords     "****", whatever they hold, and so is every value in a field with the annotation
 ///                        Password
-///   a message            "{}" when it has no set field, "null" for a field that is set without one, "(no
-///                        class)", or its tag name when the other side is a message of another class
-///   an empty collection  "[]", a map "{}"
-///   a field without a value, "(set)"; of a type that does not exist, "(unknown type)"
+///   messages             "{}" when no field is set, "null" for a field that is set without a message, "(no
+///                        class)", or the tag name when the other side is a message of another class
+///   empty collections    "[]", a map "{}"
+///   fields without type  "(set)"; of a type that does not exist: "(unknown type)"
 ///
 /// Strings and keys of maps are escaped alike.
 struct MessageDifference

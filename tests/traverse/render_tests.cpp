@@ -10,6 +10,7 @@
 #include <kwxml/traverse/KwXMLSummary.h>
 #include <kwxml/traverse/XmlUtils.h>
 
+#include "support/AllocationCounter.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -424,6 +425,32 @@ TEST(Summary, DeepMessagesFitASmallStack)
 {
   YMMessageBase m = nodeChain(64);
   onSmallStack([&] { EXPECT_NE(render(m).html.find("level"), std::string::npos); });
+}
+
+TEST(Summary, AllocatesInProportionToItsOutput)
+{
+  const auto allocations = [](YMMessageBase& m, bool html) {
+    const AllocationCounter counter;
+    std::ostringstream stream;
+    HTMLRenderContext context;
+    html ? KwXMLSummary::getKwSummaryInfo(&m, &context, {}) : KwXMLSummary::getKwSummaryInfo(&m, stream, {});
+    return counter.count();
+  };
+  YMMessageBase wide = make("Types_Wide");  // 300 fields
+  wide.wipeBitset();
+  YMMessageBase many = make("Types_Report");
+  many.wipeBitset();
+  for (const bool html : {false, true}) {
+    EXPECT_LE(allocations(wide, html), 16u) << "what is not shown costs nothing";
+    const std::size_t before = allocations(many, html);
+    YMMessageBase leaf = make("Types_Leaf");
+    setInt(leaf, "number", 1);
+    for (int i = 0; i < 100; ++i) {
+      XMLDecoder::InsertIntoList(&many, "leaves", &leaf);
+    }
+    EXPECT_LE(allocations(many, html) - before, 100u * 6) << "a few for each line";
+    many.deleteMember(field(many, "leaves").fieldNumber, many.getTagID(), field(many, "leaves").hash, false);
+  }
 }
 
 TEST(Labels, ThereAreNoTranslations)

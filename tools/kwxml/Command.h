@@ -18,8 +18,9 @@ class LibraryLog;
 enum ExitStatus
 {
   exitDone = 0,
-  exitData = 1,   // the data could not be read or written
-  exitUsage = 2,  // the command line says something that cannot be done
+  exitData = 1,       // the data could not be read or written
+  exitDifferent = 1,  // what was compared differs
+  exitUsage = 2,      // the command line says something that cannot be done
 };
 
 /// Ends the command; main() shows the text as one line and exits with the status.
@@ -30,11 +31,12 @@ public:
   const ExitStatus status;
 };
 
-/// One run of the tool. `run` is the selected command; it throws Failure.
+/// One run of the tool. `run` is the selected command; it throws Failure, or leaves its exit status.
 struct Session
 {
   std::function<void(LibraryLog& log)> run;
   int logLevel = 0;
+  ExitStatus status = exitDone;
 };
 
 /// A command with an option `-o FILE` that stores into `outputFile`; `more` (examples) ends its help. Both
@@ -44,7 +46,9 @@ CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& 
 
 void addCatalogueCommands(CLI::App& app, Session& session);
 void addConvertCommand(CLI::App& app, Session& session);
+void addDiffCommand(CLI::App& app, Session& session);
 void addInspectCommand(CLI::App& app, Session& session);
 void addKeyCommand(CLI::App& app, Session& session);
+void addMergeCommand(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

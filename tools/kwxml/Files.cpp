@@ -15,11 +15,6 @@ namespace kwxml::tool {
 
 namespace {
 
-bool isStandard(const std::string& file)
-{
-  return file.empty() || file == "-";
-}
-
 [[noreturn]] void failed(const std::string& what, const std::string& name, int error)
 {
   throw Failure(exitData, what + " " + name + ": " + std::strerror(error));
@@ -104,6 +99,11 @@ void readAll(int number, const std::string& name, Take take)
 }
 
 }  // namespace
+
+bool isStandard(const std::string& file)
+{
+  return file.empty() || file == "-";
+}
 
 std::string inputName(const std::string& file)
 {

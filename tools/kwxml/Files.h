@@ -11,6 +11,9 @@ namespace kwxml::tool {
 /// The bytes of a file; "" and "-" are standard input. Throws Failure (data) with the system's reason.
 std::string readInput(const std::string& file);
 
+/// Whether a name means standard input or output.
+bool isStandard(const std::string& file);
+
 /// How a file is named in diagnostics.
 std::string inputName(const std::string& file);
 

@@ -4,6 +4,7 @@
 #include "Files.h"
 #include "Names.h"
 #include "Report.h"
+#include "SummaryForms.h"
 #include "XmlCheck.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
@@ -390,10 +391,13 @@ std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& opti
 std::span<const Form> forms()
 {
   static constexpr Form table[] = {
-      {"xml", looksLikeXml, singleSource<XmlSource>, xmlSink, false},
-      {"binary", looksLikeBinary, singleSource<BinarySource>, binarySink<BinarySink>, false},
-      {"records", looksLikeRecords, fileSource<RecordsSource>, binarySink<RecordsSink>, true},
-      {"batch", looksLikeBatch, fileSource<BatchSource>, binarySink<BatchSink>, true},
+      {"xml", looksLikeXml, singleSource<XmlSource>, xmlSink, false, true},
+      {"binary", looksLikeBinary, singleSource<BinarySource>, binarySink<BinarySink>, false, true},
+      {"records", looksLikeRecords, fileSource<RecordsSource>, binarySink<RecordsSink>, true, true},
+      {"batch", looksLikeBatch, fileSource<BatchSource>, binarySink<BatchSink>, true, true},
+      {"text", nullptr, nullptr, textSink, false, false},
+      {"html", nullptr, nullptr, htmlSink, false, false},
+      {"gui", nullptr, nullptr, guiSink, false, false},
   };
   return table;
 }

@@ -70,7 +70,7 @@ struct Form
 {
   const char* name;
   /// Whether an input of `size` bytes that begins with `head` looks like this form; the first form that says
-  /// so is taken.
+  /// so is taken. Null where there is no source.
   bool (*looksLike)(std::string_view head, unsigned long long size);
   /// Null: it is only written.
   std::unique_ptr<MessageSource> (*source)(const Input& input, const ReadOptions& options, LibraryLog& log);
@@ -78,6 +78,8 @@ struct Form
   std::unique_ptr<MessageSink> (*sink)(Output& output, const WriteOptions& options, LibraryLog& log);
   /// Whether it holds any number of messages, so that those before a failure are delivered.
   bool many;
+  /// Whether passwords are in it: what is read for a form without them needs no key.
+  bool hasPasswords;
 };
 
 std::span<const Form> forms();

@@ -91,8 +91,10 @@ int run(int argc, char** argv)
       "Example:\n  kwxml convert status.xml --readable");
   addCatalogueCommands(app, session);
   addConvertCommand(app, session);
+  addDiffCommand(app, session);
   addInspectCommand(app, session);
   addKeyCommand(app, session);
+  addMergeCommand(app, session);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -110,7 +112,7 @@ int run(int argc, char** argv)
     registerPasswordAlgorithms();
   }
   session.run(log);
-  return exitDone;
+  return session.status;
 }
 
 }  // namespace
