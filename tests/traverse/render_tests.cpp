@@ -372,7 +372,7 @@ TEST(Summary, HidesPasswordsEverywhereAndReportFieldsInHtml)
 TEST(Summary, NamesAndValuesAreNoMarkupWhenEscaped)
 {
   YMMessageBase m = report();
-  setText(m, "title", std::string("<script>alert(\"1\")</script>&'\x01\x7F\0 \xC3\xA9", 39));
+  setText(m, "title", std::string("<script>alert(\"1\")</script>&'\x01\x7F\0 \xC3\xA9", 35));
   const std::string escaped =
       "&lt;script&gt;alert(&quot;1&quot;)&lt;/script&gt;&amp;&#39;&#xFFFD;&#xFFFD;&#xFFFD; \xC3\xA9";
   const Rendered r = render(m, true);
