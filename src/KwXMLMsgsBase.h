@@ -13,6 +13,8 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/metadata/DummyValues.h>
+#include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/KwException.h>

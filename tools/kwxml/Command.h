@@ -48,6 +48,8 @@ void addCatalogueCommands(CLI::App& app, Session& session);
 void addConvertCommand(CLI::App& app, Session& session);
 void addDiffCommand(CLI::App& app, Session& session);
 void addInspectCommand(CLI::App& app, Session& session);
+void addDummyCommand(CLI::App& app, Session& session);
+void addXPathCommand(CLI::App& app, Session& session);
 void addKeyCommand(CLI::App& app, Session& session);
 void addMergeCommand(CLI::App& app, Session& session);
 

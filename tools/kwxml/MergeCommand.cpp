@@ -20,22 +20,6 @@ struct Options
 
 constexpr const char* consequence = "nothing is written";
 
-/// The message of an input that holds no other.
-std::unique_ptr<YMMessageBase> onlyMessage(MessageInput& input)
-{
-  MessageInput::Record record = input.next(consequence);
-  if (record.end) {
-    throw Failure(exitData, input.name() + ": there is no message in it");
-  }
-  if (record.message == nullptr) {
-    throw Failure(exitData, record.why);
-  }
-  if (!input.next(consequence).end) {
-    throw Failure(exitData, input.name() + ": holds more than one message; merge takes one");
-  }
-  return std::move(record.message);
-}
-
 void merge(const Options& options, LibraryLog& log)
 {
   if (isStandard(options.source) && isStandard(options.target)) {
@@ -50,8 +34,8 @@ void merge(const Options& options, LibraryLog& log)
   MessageInput target(options.target, options.from, log);
   source.open(read);
   target.open(read);
-  const std::unique_ptr<YMMessageBase> from = onlyMessage(source);
-  const std::unique_ptr<YMMessageBase> into = onlyMessage(target);
+  const std::unique_ptr<YMMessageBase> from = onlyMessage(source, "merge");
+  const std::unique_ptr<YMMessageBase> into = onlyMessage(target, "merge");
 
   const int errors = log.errors();
   if (from->getClass() != into->getClass()) {
@@ -65,15 +49,7 @@ void merge(const Options& options, LibraryLog& log)
   if (!merged) {
     throw Failure(exitData, source.name() + ": cannot be merged into " + target.name());
   }
-  Output output(options.outputFile);
-  const auto sink = findForm(options.write.to)->sink(output, writeOptions(options.write), log);
-  sink->encode(*into);
-  if (const std::string why = losses(log, errors, target.name(), "writing", consequence); !why.empty()) {
-    throw Failure(exitData, why);
-  }
-  sink->write();
-  sink->finish();
-  output.commit();
+  writeMessage(*into, options.write, options.outputFile, target.name(), log);
 }
 
 }  // namespace

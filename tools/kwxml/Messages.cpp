@@ -152,4 +152,35 @@ std::string MessageInput::recordName() const
   return form_.many ? name() + ": record " + std::to_string(records_) : name();
 }
 
+std::unique_ptr<YMMessageBase> onlyMessage(MessageInput& input, const char* command)
+{
+  constexpr const char* consequence = "nothing is written";
+  MessageInput::Record record = input.next(consequence);
+  if (record.end) {
+    throw Failure(exitData, input.name() + ": there is no message in it");
+  }
+  if (record.message == nullptr) {
+    throw Failure(exitData, record.why);
+  }
+  if (!input.next(consequence).end) {
+    throw Failure(exitData, input.name() + ": holds more than one message; " + command + " takes one");
+  }
+  return std::move(record.message);
+}
+
+void writeMessage(YMMessageBase& message, const WriteChoices& choices, const std::string& file,
+                  const std::string& what, LibraryLog& log)
+{
+  const int errors = log.errors();
+  Output output(file);
+  const auto sink = findForm(choices.to)->sink(output, writeOptions(choices), log);
+  sink->encode(message);
+  if (const std::string why = losses(log, errors, what, "writing", "nothing is written"); !why.empty()) {
+    throw Failure(exitData, why);
+  }
+  sink->write();
+  sink->finish();
+  output.commit();
+}
+
 }  // namespace kwxml::tool

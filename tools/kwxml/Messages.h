@@ -82,4 +82,11 @@ private:
   unsigned long long records_ = 0;
 };
 
+/// The message of an input that holds no other. Throws Failure (data); `command` says who takes only one.
+std::unique_ptr<YMMessageBase> onlyMessage(MessageInput& input, const char* command);
+
+/// Writes a message whole, or nothing. `what` names where it comes from. Throws Failure (data).
+void writeMessage(YMMessageBase& message, const WriteChoices& choices, const std::string& file,
+                  const std::string& what, LibraryLog& log);
+
 }  // namespace kwxml::tool

@@ -93,6 +93,8 @@ int run(int argc, char** argv)
   addConvertCommand(app, session);
   addDiffCommand(app, session);
   addInspectCommand(app, session);
+  addDummyCommand(app, session);
+  addXPathCommand(app, session);
   addKeyCommand(app, session);
   addMergeCommand(app, session);
   try {
