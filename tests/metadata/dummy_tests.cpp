@@ -98,8 +98,8 @@ TEST(Dummy, EveryClassThatEndsComesBackFromXml)
       ASSERT_NE(back, nullptr) << m.getTagName();
       std::string again;
       XMLEncoder().serialize(*back, again, false);
-      const bool hides =
-          std::any_of(m.getClass()->begin(), m.getClass()->end(), [](const FieldDef& d) { return d.hash == 0; });
+      const bool hides = std::any_of(m.getClass()->begin(), m.getClass()->end(),
+                                     [](const FieldDef& d) { return d.hash == 0; });
       EXPECT_TRUE(xml == again || row.eager == 1 || hides) << xml;
     }
   }
