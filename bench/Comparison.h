@@ -58,6 +58,7 @@ private:
 void registerXmlBenchmarks(std::vector<Pair>& pairs);
 void registerModelBenchmarks(std::vector<Pair>& pairs);
 void registerRenderBenchmarks(std::vector<Pair>& pairs);
+void registerXPathBenchmarks(std::vector<Pair>& pairs);
 
 #ifdef KWXML_BENCH_PROTOBUF
 void registerBinaryBenchmarks(std::vector<Pair>& pairs);

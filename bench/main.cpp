@@ -35,6 +35,7 @@ int main(int argc, char** argv)
   kwxml::bench::registerXmlBenchmarks(pairs);
   kwxml::bench::registerModelBenchmarks(pairs);
   kwxml::bench::registerRenderBenchmarks(pairs);
+  kwxml::bench::registerXPathBenchmarks(pairs);
 #ifdef KWXML_BENCH_PROTOBUF
   kwxml::bench::registerBinaryBenchmarks(pairs);
 #endif

@@ -104,6 +104,10 @@ void XMLMetaData::Collector::message(YMMessageBase& message, Range entries)
   if (++depth > kwxml::maxMessageNesting) {
     log().logError(collectFunction, "Messages nest deeper than [%d]", kwxml::maxMessageNesting);
   } else {
+    const std::size_t most = out.size() + static_cast<std::size_t>(message.getNumberOfFields());
+    if (most > out.capacity()) {
+      out.reserve(std::max(most, 2 * out.capacity()));
+    }
     MessageAccess::forEachSet(message, [&](const FieldDef& def) { field(message, def, entries); });
   }
   --depth;
@@ -128,8 +132,13 @@ void XMLMetaData::Collector::field(YMMessageBase& message, const FieldDef& def, 
              found.begin != found.end) {
     const bool single = kwxml::AnnotationRecord(def.annotations).has(kwxml::annotationTag("SingleInstanced"));
     const auto append = [&](const void* value) {
-      out.push_back({static_cast<int>(found.begin->id), xpath, getStringFromFld(def.type, value),
-                     firstAppType + getAppType(static_cast<char>(def.type)), single, list});
+      XPathMetaData& record = out.emplace_back();
+      record.id = static_cast<int>(found.begin->id);
+      record.xpath = xpath;
+      record.value = getStringFromFld(def.type, value);
+      record.appType = firstAppType + getAppType(static_cast<char>(def.type));
+      record.singleInstanced = single;
+      record.isList = list;
     };
     if (list) {
       std::vector<void*> elements;
