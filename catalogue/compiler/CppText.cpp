@@ -84,6 +84,8 @@ constexpr std::string_view takenNames[] = {
     "va_start",
     "RegisterSubsystem",
     "YMMessageBase",
+    "nameOf",
+    "valueOf",
 };
 
 template <std::size_t N>
@@ -154,10 +156,18 @@ std::string cppName(const std::string& name)
         (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
     c = letter ? c : '_';
   }
+  if (!out.empty() && out[0] >= '0' && out[0] <= '9') {
+    out.insert(0, 1, '_');
+  }
   if (isTaken(out)) {
     out.push_back('_');
   }
   return out;
+}
+
+bool isMessageMember(const std::string& name)
+{
+  return containsWord(messageMembers, name);
 }
 
 bool isUsableNamespace(const std::string& name)

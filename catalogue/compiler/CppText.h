@@ -10,9 +10,13 @@ namespace kwxml::catalogue {
 /// digit behind them cannot lengthen; question marks are escaped, so that no trigraph arises.
 std::string literal(std::string_view bytes);
 
-/// A C++ name for a class, field or enumerator: a character that no identifier has becomes "_", and a name
-/// that C++, a standard header or the generated code itself has taken gets a "_" at its end.
+/// A C++ name for a class, field or enumerator: a character that no identifier has becomes "_", a digit at
+/// the front gets a "_" before it, and a name that C++, a standard header or the generated code itself has
+/// taken one at its end.
 std::string cppName(const std::string& name);
+
+/// True for the name of a member of every message.
+bool isMessageMember(const std::string& name);
 
 /// False for a system name that cannot be a namespace: a keyword, or a name that is something else already.
 bool isUsableNamespace(const std::string& name);

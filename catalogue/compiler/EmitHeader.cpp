@@ -2,6 +2,15 @@
 //
 //   namespace Demo {
 //
+//   class Status;
+//   enum class Color : int;
+//
+//   enum class Color : int {
+//     RED = 1,
+//   };
+//   inline const char* nameOf(Color value) ...
+//   inline bool valueOf(const std::string& name, Color& value) ...
+//
 //   class Status : public ::YMMessageBase
 //   {
 //   public:
@@ -9,22 +18,53 @@
 //     static constexpr int systemIndex = 1;
 //     static constexpr int classIndex = 0;
 //     Status() : ::YMMessageBase(systemIndex, classIndex) {}
-//   };
 //
-//   enum class Color : int {
-//     RED = 1,
+//     int errorCode() const ...
+//     void set_errorCode(int value) ...
+//     bool has_errorCode() const ...
+//     void clear_errorCode() ...
 //   };
 //
 //   void RegisterSubsystem();
 //
 //   }  // namespace Demo
+//
+//   #include "Other.h"
+//
+// Classes refer to each other across systems, in circles too. So each header declares what it refers to and
+// names the other headers at its end; accessors need no complete class.
 #include "CppText.h"
 #include "Stages.h"
 
+#include <kwxml/model/YMMessageBase.h>
+
+#include <map>
 #include <set>
 
 namespace kwxml::catalogue {
 namespace {
+
+constexpr const char* explanation = R"(
+// Each field `x` of a message has
+//
+//   x()          its value: a number, an enumerator, a const reference to a text, list or map (empty when unset),
+//                a pointer to a nested message (null when unset), or a view of a list of messages
+//   set_x(v)     stores a value, or a copy of it, and marks the field set
+//   mutable_x()  what has parts, to change in place: made when it is missing, and marked set
+//   has_x()      whether the field is set
+//   clear_x()    drops the value and the mark
+//
+// Fields without a value in memory have no accessors. Lists of enumerations and of bools are lists of unsigned int;
+// the messages in maps are YMMessageBase (kwxml::as<Wrapper>(m) takes one for its wrapper).
+//
+// Names: a character that no C++ name has becomes "_", a digit at the front gets a "_" before it. A field, class or
+// enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
+// own class, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
+//
+// A message of another class, or of a class of the same name in another catalogue, can be read and written through a
+// wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
+// nested message throws KwException where the message has no such field.
+)";
 
 /// `wanted`, with as many "_" behind it as make it new among `names`.
 std::string uniqueName(std::string wanted, std::set<std::string>& names)
@@ -35,20 +75,15 @@ std::string uniqueName(std::string wanted, std::set<std::string>& names)
   return wanted;
 }
 
-std::string wrapper(const Class& cls)
+std::string qualified(const Class& cls)
 {
-  const std::string name = cppName(cls.name);
-  return "\nclass " + name +
-         " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " +
-         hexadecimal(tagId(cls), 8) +
-         ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
-         ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n  " + name +
-         "() : ::YMMessageBase(systemIndex, classIndex) {}\n};\n";
+  return "::" + cls.system->name + "::" + cppName(cls.name);
 }
 
 std::string enumeration(const Class& cls)
 {
-  std::string out = "\nenum class " + cppName(cls.name) + " : int {\n";
+  const std::string name = cppName(cls.name);
+  std::string out = "\nenum class " + name + " : int {\n";
   std::set<std::string> names;
   for (const Field& field : cls.fields) {
     // Messages hold enumeration values as 32 bits; the upper half of the unsigned range is the negative half
@@ -59,22 +94,292 @@ std::string enumeration(const Class& cls)
                 : std::to_string(static_cast<std::int32_t>(field.value))) +
            ",\n";
   }
+  const std::string place = std::to_string(cls.system->index) + ", " + std::to_string(cls.index);
+  return out +
+         "};\n/// The enumerator's name; an empty text for another number.\ninline const char* nameOf(" +
+         name + " value)\n{\n  return ::kwxml::enumeratorName(" + place +
+         ", static_cast<int>(value));\n}\n/// False, with `value` unchanged, for another name.\n"
+         "inline bool valueOf(const ::std::string& name, " +
+         name + "& value)\n{\n  int number = 0;\n  if (!::kwxml::enumeratorValue(" + place +
+         ", name, number)) {\n    return false;\n  }\n  value = static_cast<" + name +
+         ">(number);\n  return true;\n}\n";
+}
+
+/// The accessors of one field.
+class Accessors
+{
+public:
+  Accessors(const Field& field, std::size_t number, std::string name)
+      : field_(field),
+        name_(std::move(name)),
+        number_(std::to_string(number)),
+        slot_(std::to_string(field.slot)),
+        place_(number_ + ", " + slot_),
+        key_("tag, " + hexadecimal(field.recordHash() | anyPlace))
+  {
+  }
+
+  std::string text() const
+  {
+    const std::string value = visitFieldType(field_.type, [this](auto tag) { return valueAccessors(tag); });
+    return value.empty() ? value : "\n" + value + marks();
+  }
+
+private:
+  /// A call of a generic accessor: `arguments` stand before the field's address, or behind it.
+  std::string call(const std::string& function, const std::string& value = {},
+                   const std::string& last = {}) const
+  {
+    return function + "(" + place_ + (value.empty() ? "" : ", " + value) + ", " + key_ +
+           (last.empty() ? "" : ", " + last) + ")";
+  }
+  std::string marks() const
+  {
+    return "  bool has_" + name_ + "() const { return isSet(" + number_ + ", " + key_ +
+           "); }\n  void clear_" + name_ + "() { deleteMember(" + number_ + ", " + key_ + ", false); }\n";
+  }
+  std::string getter(const std::string& type, const std::string& expression) const
+  {
+    return "  " + type + " " + name_ + "() const { return " + expression + "; }\n";
+  }
+  std::string setter(const std::string& type, const std::string& statement) const
+  {
+    return "  void set_" + name_ + "(" + type + " value) { " + statement + "; }\n";
+  }
+  std::string changer(const std::string& type, const std::string& expression) const
+  {
+    return "  " + type + " mutable_" + name_ + "() { return " + expression + "; }\n";
+  }
+
+  std::string integer(const std::string& type) const
+  {
+    return getter(type, "static_cast<" + type + ">(getint64(" + slot_ + ", " + key_ + "))") +
+           setter(type, call("setint64", "static_cast<long long>(value)"));
+  }
+  /// A text or byte string that is given by reference.
+  std::string object(const std::string& type, const std::string& get, const std::string& set,
+                     const std::string& change) const
+  {
+    return getter("const " + type + "&", get) + setter("const " + type + "&", set) +
+           changer(type + "&", change);
+  }
+  std::string collection(const std::string& type, const std::string& family) const
+  {
+    return object(type, "::kwxml::orEmpty(" + call("get" + family + "_const") + ")",
+                  call("set" + family, "&value"),
+                  "::kwxml::orScratch(" + call("get" + family, {}, "true") + ")");
+  }
+  /// Templates, so that the views of lists that a program does not use are not made for it.
+  std::string messageList() const
+  {
+    const std::string view = "MessageList<" + qualified(*field_.reference) + ">";
+    const std::string to = "  template <class List = ::kwxml::";
+    return to + "Const" + view + ">\n" + getter("List", call("getlistobject_const")) +
+           "  template <class List>\n" + setter("const List&", call("setlistobject", "&value.messages()")) +
+           to + view + ">\n" + changer("List", call("getlistobject", {}, "true"));
+  }
+  std::string message() const
+  {
+    const std::string wrapper = qualified(*field_.reference);
+    const std::string made = "getObjectAccessor(true, true, " + place_ + ", " + key_ + ", " +
+                             std::to_string(field_.reference->system->index) + ", " +
+                             std::to_string(field_.reference->index) + ")";
+    return getter("const " + wrapper + "*", "isSet(" + number_ + ", " + key_ + ") ? static_cast<const " +
+                                                wrapper + "*>(" + call("getObject_const") + ") : nullptr") +
+           setter("const " + wrapper + "&", "setObjectAccessor(&value, " + place_ + ", " + key_ + ")") +
+           changer(wrapper + "&", "*static_cast<" + wrapper + "*>(static_cast<void*>(" + made + "))");
+  }
+
+  template <class Tag>
+  std::string valueAccessors(Tag) const
+  {
+    using Native = NativeValue<Tag::type>;
+    if constexpr (Tag::type == FIELD_ENUM) {
+      return integer(qualified(*field_.reference));
+    } else if constexpr (Tag::type == FIELD_BOOL) {
+      // Any pointer would do for a truth value.
+      return getter("bool", "getint64(" + slot_ + ", " + key_ + ") != 0") +
+             setter("bool", call("setint64", "value ? 1 : 0")) + "  void set_" + name_ +
+             "(const void* value) = delete;\n";
+    } else if constexpr (IntegerSlot<Tag>) {
+      return integer(nativeName<Native>());
+    } else if constexpr (FloatingSlot<Tag>) {
+      const std::string type = std::is_same_v<Native, double> ? "double" : "float";
+      return getter(type, "get" + type + "(" + slot_ + ", " + key_ + ")") +
+             setter(type, call("set" + type, "value"));
+    } else if constexpr (StringSlot<Tag>) {
+      const std::string type = Tag::type == FIELD_STRING ? "string" : "wstring";
+      return object("::std::" + type, call("get" + type + "_const"), call("set" + type, "value"),
+                    call("get" + type + "ByRef"));
+    } else if constexpr (ByteString<Tag>) {
+      return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
+                    call("setbstringobject", "value"), call("getbstringobjectByRef"));
+    } else if constexpr (PasswordString<Tag>) {
+      return object("::pstring", "::kwxml::orEmpty(" + call("getpstringobject_const") + ")",
+                    call("setpstringobject",
+                         "value, static_cast<::Annotation::PasswordEncryptType>(value.getEncryptionType())"),
+                    call("getpstringobjectByRef"));
+    } else if constexpr (MessageValue<Tag>) {
+      return message();
+    } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
+      return messageList();
+    } else if constexpr (ListValue<Tag>) {
+      using Element = typename Tag::Value::value_type;
+      return collection("::std::vector<" + elementName<Element>() + ">", "list" + familyName<Element>());
+    } else if constexpr (MapValue<Tag>) {
+      return collection(
+          "::std::map<" + partName(Tag::info.mapKey) + ", " + partName(Tag::info.mapValue) + ">",
+          "Map" + partFamily(Tag::info.mapKey) + "And" + partFamily(Tag::info.mapValue));
+    } else {
+      return {};
+    }
+  }
+
+  template <class T>
+  static std::string nativeName()
+  {
+    return std::is_same_v<T, int>             ? "int"
+           : std::is_same_v<T, unsigned>      ? "unsigned int"
+           : std::is_same_v<T, long>          ? "long"
+           : std::is_same_v<T, unsigned long> ? "unsigned long"
+           : std::is_same_v<T, long long>     ? "long long"
+                                              : "unsigned long long";
+  }
+  template <class T>
+  static std::string elementName()
+  {
+    return std::is_same_v<T, std::string>    ? "::std::string"
+           : std::is_same_v<T, std::wstring> ? "::std::wstring"
+           : std::is_same_v<T, double>       ? "double"
+           : std::is_same_v<T, float>        ? "float"
+           : std::is_integral_v<T>           ? nativeName<T>()
+                                             : "::bstring";
+  }
+  /// As the list accessors are named.
+  template <class T>
+  static std::string familyName()
+  {
+    return std::is_same_v<T, std::string>          ? "string"
+           : std::is_same_v<T, std::wstring>       ? "wstring"
+           : std::is_same_v<T, double>             ? "double"
+           : std::is_same_v<T, float>              ? "float"
+           : std::is_same_v<T, int>                ? "int"
+           : std::is_same_v<T, unsigned>           ? "uint"
+           : std::is_same_v<T, long>               ? "long"
+           : std::is_same_v<T, unsigned long>      ? "ulong"
+           : std::is_same_v<T, long long>          ? "longlong"
+           : std::is_same_v<T, unsigned long long> ? "ulonglong"
+                                                   : "bstring";
+  }
+  static std::string partName(FieldDataType part)
+  {
+    return part == FIELD_INT64 ? "long long" : part == FIELD_STRING ? "::std::string" : "::YMMessageBase";
+  }
+  static std::string partFamily(FieldDataType part)
+  {
+    return part == FIELD_INT64 ? "Int64" : part == FIELD_STRING ? "String" : "Object";
+  }
+
+  const Field& field_;
+  std::string name_;
+  std::string number_;
+  std::string slot_;
+  std::string place_;
+  std::string key_;
+};
+
+std::string wrapper(const Class& cls)
+{
+  const std::string name = cppName(cls.name);
+  std::string out = "\nclass " + name +
+                    " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " +
+                    hexadecimal(tagId(cls), 8) +
+                    ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
+                    ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n  " + name +
+                    "() : ::YMMessageBase(systemIndex, classIndex) {}\n";
+  std::set<std::string> names = {name};
+  for (std::size_t i = 0; i < cls.fields.size(); ++i) {
+    std::string base = cppName(cls.fields[i].name);
+    const auto taken = [&names](const std::string& candidate) {
+      for (const char* prefix : {"", "set_", "mutable_", "has_", "clear_"}) {
+        if (names.contains(prefix + candidate) || isMessageMember(prefix + candidate)) {
+          return true;
+        }
+      }
+      return false;
+    };
+    while (taken(base)) {
+      base.push_back('_');
+    }
+    for (const char* prefix : {"", "set_", "mutable_", "has_", "clear_"}) {
+      names.insert(prefix + base);
+    }
+    out += Accessors(cls.fields[i], i, base).text();
+  }
   return out + "};\n";
+}
+
+std::string declaration(const Class& cls)
+{
+  return cls.isEnum ? "enum class " + cppName(cls.name) + " : int;\n" : "class " + cppName(cls.name) + ";\n";
+}
+
+/// What the classes of the system refer to, by system.
+std::map<const System*, std::set<const Class*>> references(const System& system)
+{
+  std::map<const System*, std::set<const Class*>> result;
+  for (const Class& cls : system.classes) {
+    for (const Field& field : cls.fields) {
+      const bool named =
+          field.type == FIELD_ENUM || field.type == FIELD_OBJECT || field.type == FIELD_LIST_OBJECT;
+      if (named && field.reference != nullptr && field.reference->system != &system) {
+        result[field.reference->system].insert(field.reference);
+      }
+    }
+  }
+  return result;
 }
 
 }  // namespace
 
 OutputFile emitHeader(const System& system, const std::string& headLine)
 {
-  std::string out = headLine + "#pragma once\n\n#include <kwxml/model/YMMessageBase.h>\n\nnamespace " +
-                    system.name + " {\n";
+  std::string out =
+      headLine + "//" + explanation + "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\n";
+  std::map<std::string, std::set<std::string>> others;  // sorted by name: equal schemas give equal bytes
+  for (const auto& [other, classes] : references(system)) {
+    for (const Class* cls : classes) {
+      others[other->name].insert(declaration(*cls));
+    }
+  }
+  for (const auto& [name, declarations] : others) {
+    out += "namespace " + name + " {\n";
+    for (const std::string& declared : declarations) {
+      out += declared;
+    }
+    out += "}  // namespace " + name + "\n\n";
+  }
+  out += "namespace " + system.name + " {\n\n";
   for (const Class& cls : system.classes) {
-    out += cls.isEnum ? enumeration(cls) : wrapper(cls);
+    out += declaration(cls);
+  }
+  for (const Class& cls : system.classes) {
+    if (cls.isEnum) {
+      out += enumeration(cls);
+    }
+  }
+  for (const Class& cls : system.classes) {
+    if (!cls.isEnum) {
+      out += wrapper(cls);
+    }
   }
   out +=
       "\n/// Does nothing; a call forces the system's tables to be linked.\nvoid RegisterSubsystem();\n\n"
       "}  // namespace " +
       system.name + "\n";
+  for (const auto& [name, declarations] : others) {
+    out += (name == others.begin()->first ? "\n#include \"" : "#include \"") + name + ".h\"\n";
+  }
   return {system.name + ".h", out};
 }
 

@@ -95,4 +95,37 @@ inline constexpr std::string_view cLibraryNames =
     "wctomb wctrans wctype wcwidth wmemchr wmemcmp wmemcpy wmemmove wmempcpy wmemset wprintf write wscanf "
     "y0 y0f y0l y1 y1f y1l yn ynf ynl ";
 
+/// The public members of YMMessageBase, which a field's accessor must not hide.
+inline constexpr std::string_view messageMembers =
+    "ConstructObject GetCachedSize GetClassDef GetClassDefFromClassID Initialize KwException Null "
+    "SetCachedSize Throws bit bitCount c_str caller clearSerializedXMLString constructObject "
+    "constructSubObjects copy createFromClassIDIfNotProcessingInstructionInfo createObject "
+    "createObjectFromClassID createObjectFromIndices deleteMember enumerator failure field for "
+    "getCDATABuffer getClass getClassIndex getEnumString getFieldNumberFromName getIndicesFromTagID "
+    "getLastErrorEnglishStrW getLastErrorEnglishW getMapInt64AndInt64 getMapInt64AndInt64_const "
+    "getMapInt64AndObject getMapInt64AndObject_const getMapInt64AndString getMapInt64AndString_const "
+    "getMapObjectAndObject getMapObjectAndObject_const getMapStringAndInt64 getMapStringAndInt64_const "
+    "getMapStringAndObject getMapStringAndObject_const getMapStringAndString getMapStringAndString_const "
+    "getMessageIndexFromName getMessageSchemaString getMessageSystemIndexFromName getNumberOfFields "
+    "getObject getObjectAccessor getObject_const getProcessinginstructioninfo getSerializedXMLString "
+    "getSerializedXMLStringRef getSerializedXMLStringUTF16 getSubsysID getSubsystemName getTagID "
+    "getTagIDFromIndices getTagName getTagNameFromTagID getXPathData getXmlWriteFlag getbstringobject "
+    "getbstringobjectByRef getbstringobject_const getcdataobject getcdataobject_const getdouble getfloat "
+    "getint64 getint64ByRef getlistbstring getlistbstring_const getlistdouble getlistdouble_const "
+    "getlistfloat getlistfloat_const getlistint getlistint_const getlistlong getlistlong_const "
+    "getlistlonglong getlistlonglong_const getlistobject getlistobject_const getliststring "
+    "getliststring_const getlistuint getlistuint_const getlistulong getlistulong_const getlistulonglong "
+    "getlistulonglong_const getlistwstring getlistwstring_const getpstringobject getpstringobjectByRef "
+    "getpstringobject_const getstring getstringByRef getstring_const getwstring getwstringByRef "
+    "getwstring_const hash initialize isCDATABufferSet isOldWay isSerialized isSet messages null of or "
+    "reset resetCDATABuffer setBit setCDATABuffer setDefaults setEveryPrimitiveBitset setField "
+    "setLastErrorEnglishA setLastErrorEnglishStrA setLastErrorEnglishStrW setLastErrorEnglishW "
+    "setLastSerializedXMLString setMapInt64AndInt64 setMapInt64AndObject setMapInt64AndString "
+    "setMapObjectAndObject setMapStringAndInt64 setMapStringAndObject setMapStringAndString "
+    "setMemberTestBit setObject setObjectAccessor setPrimitiveBitValue setProcessinginstructioninfo "
+    "setSerialized setSerializedXMLString setXmlWriteFlag setbstringobject setcdataobject setdouble "
+    "setfloat setint64 setlistbstring setlistdouble setlistfloat setlistint setlistlong setlistlonglong "
+    "setlistobject setliststring setlistuint setlistulong setlistulonglong setlistwstring "
+    "setpstringobject setstring setwstring slotCount there unsetField wipeBitset ";
+
 }  // namespace kwxml::catalogue

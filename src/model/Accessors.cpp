@@ -74,14 +74,15 @@ void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature
   XMLDebug::getInstance()->logError(
       shortName(signature).c_str(),
       "Message [%s] with TagID : [%u] does not contain field : [%u]. Message Received : [%u]",
-      m.getTagName().c_str(), static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash),
+      m.getTagName().c_str(), static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash) & ~anyPlace,
       static_cast<unsigned>(tag));
 }
 
 bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
                                 TypeSet types)
 {
-  if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount()) {
+  if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount() &&
+      !isByNameAlone(m, address.tag, address.hash)) {
     logInvalidField(m, signature, address.field);
     return false;
   }
@@ -93,7 +94,7 @@ bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, F
     logInvalidSlot(m, signature, address.slot);
     return false;
   }
-  const FieldDef* def = findField(*m.class_, address.hash);
+  const FieldDef* def = findField(*m.class_, address.hash & ~anyPlace);
   if (def == nullptr ||
       !contains(types, def->type)) {  // the same name with a value of another kind is another field
     logUnknownHash(m, signature, address.tag, address.hash);
@@ -190,14 +191,14 @@ void YMMessageBase::wipeBitset()
 long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned long tag,
                                      unsigned int hash) const
 {
-  if (static_cast<unsigned short>(slot) >= buffer_.slotCount()) {
+  if (static_cast<unsigned short>(slot) >= buffer_.slotCount() && !Access::isByNameAlone(*this, tag, hash)) {
     Access::logInvalidSlot(*this, signature, slot);
     return 0;
   }
   if (tag == tagId_) {
     return buffer_[slot];
   }
-  const FieldDef* def = kwxml::findField(*class_, hash);
+  const FieldDef* def = kwxml::findField(*class_, hash & ~kwxml::anyPlace);
   if (def == nullptr || !kwxml::contains(kwxml::scalarTypes, def->type)) {
     Access::logUnknownHash(*this, signature, tag, hash);
     return 0;

@@ -164,6 +164,11 @@ struct MessageAccess
     }
     return resolveSlow(m, signature, address, types);
   }
+  /// Whether the caller's place does not count, nor its bounds.
+  static bool isByNameAlone(const YMMessageBase& m, unsigned long tag, unsigned int hash)
+  {
+    return m.class_ != nullptr && tag != m.tagId_ && (hash & anyPlace) != 0;
+  }
   static bool resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
                           TypeSet types);
 

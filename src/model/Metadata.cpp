@@ -2,6 +2,7 @@
 
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/TypedMessage.h>
 
 #include <algorithm>
 #include <cstring>
@@ -52,6 +53,29 @@ bool isPrimitiveType(unsigned type)
     default:
       return true;  // numbers above the last type included
   }
+}
+
+const char* enumeratorName(int system, int classIndex, int value)
+{
+  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  const FieldDef* found =
+      cls != nullptr && cls->isEnum() ? findField(*cls, static_cast<std::uint32_t>(value)) : nullptr;
+  return found != nullptr ? found->getName() : "";
+}
+
+bool enumeratorValue(int system, int classIndex, const std::string& name, int& value)
+{
+  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  if (cls == nullptr || !cls->isEnum()) {
+    return false;
+  }
+  for (const FieldDef& enumerator : *cls) {
+    if (name == enumerator.getName()) {
+      value = static_cast<int>(enumerator.hash);
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace kwxml

@@ -35,6 +35,11 @@ struct MessageAccess;
 
 /// Systems and tag of the processing-instruction class, which the library reaches by tag in any catalogue.
 inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
+
+/// Added to the name hash that an accessor is called with: on a foreign tag the hash alone counts. Otherwise
+/// field number and slot are held against the bounds of the message's own class first, and a class with fewer
+/// fields than the caller knows refuses them. Wrappers call so.
+inline constexpr unsigned int anyPlace = 1U << 31;
 }  // namespace kwxml
 
 class YMMessageBase

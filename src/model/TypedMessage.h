@@ -1,0 +1,161 @@
+// What generated wrappers stand on.
+//
+// A wrapper is a class derived from YMMessageBase for one class of messages. It has no data of its own, so
+// that a message of the generic class can be taken for one (kwxml::as) and lists of messages for lists of
+// them. Its accessors are the generic ones with constant addresses.
+#pragma once
+
+#include <kwxml/model/YMMessageBase.h>
+
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace kwxml {
+
+/// A message as its wrapper. The message may be of another class, or of the same class in another catalogue:
+/// on a foreign tag fields are found by the hashes of their names, and those that are not there read as
+/// unset.
+template <class Wrapper>
+Wrapper& as(YMMessageBase& message) noexcept
+{
+  static_assert(sizeof(Wrapper) == sizeof(YMMessageBase), "wrappers have no data");
+  return static_cast<Wrapper&>(message);
+}
+template <class Wrapper>
+const Wrapper& as(const YMMessageBase& message) noexcept
+{
+  static_assert(sizeof(Wrapper) == sizeof(YMMessageBase), "wrappers have no data");
+  return static_cast<const Wrapper&>(message);
+}
+
+/// What an accessor gives for a value that is not there: an empty one, the same for all.
+template <class T>
+const T& orEmpty(const T* value)
+{
+  static const T empty{};
+  return value != nullptr ? *value : empty;
+}
+/// And one that may be written to and is never read again, when a message has no such field (logged).
+template <class T>
+T& orScratch(T* value)
+{
+  thread_local T scratch;
+  return value != nullptr ? *value : scratch = T();
+}
+
+/// Name of an enumerator of the enumeration at a class index; an empty text when there is none.
+const char* enumeratorName(int system, int classIndex, int value);
+/// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
+bool enumeratorValue(int system, int classIndex, const std::string& name, int& value);
+
+/// Steps through messages as their wrappers.
+template <class Wrapper, class Message>
+class MessageIterator
+{
+public:
+  using iterator_category = std::random_access_iterator_tag;
+  using value_type = Wrapper;
+  using difference_type = std::ptrdiff_t;
+  using pointer = Wrapper*;
+  using reference = Wrapper&;
+
+  MessageIterator() = default;
+  explicit MessageIterator(Message* at) : at_(at) {}
+
+  reference operator*() const { return static_cast<Wrapper&>(*at_); }
+  pointer operator->() const { return &**this; }
+  reference operator[](difference_type n) const { return *(*this + n); }
+  MessageIterator& operator++() { return *this += 1; }
+  MessageIterator& operator--() { return *this += -1; }
+  MessageIterator operator++(int) { return MessageIterator(at_++); }
+  MessageIterator operator--(int) { return MessageIterator(at_--); }
+  MessageIterator& operator+=(difference_type n)
+  {
+    at_ += n;
+    return *this;
+  }
+  MessageIterator& operator-=(difference_type n) { return *this += -n; }
+  friend MessageIterator operator+(MessageIterator i, difference_type n) { return i += n; }
+  friend MessageIterator operator+(difference_type n, MessageIterator i) { return i += n; }
+  friend MessageIterator operator-(MessageIterator i, difference_type n) { return i -= n; }
+  friend difference_type operator-(MessageIterator a, MessageIterator b) { return a.at_ - b.at_; }
+  friend auto operator<=>(MessageIterator, MessageIterator) = default;
+
+private:
+  Message* at_ = nullptr;
+};
+
+/// The messages of a list field as their wrappers, to read. A view: it holds while the list is neither
+/// changed nor destroyed.
+template <class Wrapper>
+class ConstMessageList
+{
+public:
+  using Messages = std::vector<YMMessageBase>;
+  using value_type = Wrapper;
+  using const_iterator = MessageIterator<const Wrapper, const YMMessageBase>;
+  using iterator = const_iterator;
+
+  /// Null is an empty list.
+  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages)) {}
+
+  bool empty() const noexcept { return messages_->empty(); }
+  std::size_t size() const noexcept { return messages_->size(); }
+  const Wrapper& operator[](std::size_t i) const { return static_cast<const Wrapper&>((*messages_)[i]); }
+  /// Throws std::out_of_range.
+  const Wrapper& at(std::size_t i) const { return static_cast<const Wrapper&>(messages_->at(i)); }
+  const Wrapper& front() const { return (*this)[0]; }
+  const Wrapper& back() const { return (*this)[size() - 1]; }
+  const_iterator begin() const { return const_iterator(messages_->data()); }
+  const_iterator end() const { return const_iterator(messages_->data() + messages_->size()); }
+  /// The list itself.
+  const Messages& messages() const noexcept { return *messages_; }
+
+private:
+  const Messages* messages_;
+};
+
+/// The same, to change.
+template <class Wrapper>
+class MessageList
+{
+public:
+  using Messages = std::vector<YMMessageBase>;
+  using value_type = Wrapper;
+  using iterator = MessageIterator<Wrapper, YMMessageBase>;
+
+  /// Null is a list that is never read again.
+  MessageList(Messages* messages) : messages_(&orScratch(messages)) {}
+  operator ConstMessageList<Wrapper>() const { return messages_; }
+
+  bool empty() const noexcept { return messages_->empty(); }
+  std::size_t size() const noexcept { return messages_->size(); }
+  Wrapper& operator[](std::size_t i) const { return static_cast<Wrapper&>((*messages_)[i]); }
+  /// Throws std::out_of_range.
+  Wrapper& at(std::size_t i) const { return static_cast<Wrapper&>(messages_->at(i)); }
+  Wrapper& front() const { return (*this)[0]; }
+  Wrapper& back() const { return (*this)[size() - 1]; }
+  iterator begin() const { return iterator(messages_->data()); }
+  iterator end() const { return iterator(messages_->data() + messages_->size()); }
+
+  void push_back(const Wrapper& message) { messages_->push_back(message); }
+  void push_back(Wrapper&& message) { messages_->push_back(static_cast<YMMessageBase&&>(message)); }
+  /// A new message at the end.
+  Wrapper& emplace_back()
+  {
+    messages_->push_back(Wrapper());
+    return back();
+  }
+  void pop_back() { messages_->pop_back(); }
+  void erase(std::size_t i) { messages_->erase(messages_->begin() + static_cast<std::ptrdiff_t>(i)); }
+  void clear() { messages_->clear(); }
+  void reserve(std::size_t count) { messages_->reserve(count); }
+  Messages& messages() const noexcept { return *messages_; }
+
+private:
+  Messages* messages_;
+};
+
+}  // namespace kwxml

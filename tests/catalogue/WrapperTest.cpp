@@ -1,0 +1,189 @@
+// The typed wrappers of the sample catalogue: every kind of field, names, and what they cost.
+#include <catalogue/Demo.h>
+#include <catalogue/Inventory.h>
+#include <catalogue/Shop.h>
+#include <catalogue/Types.h>
+
+#include "../../catalogue/compiler/GlobalNames.h"
+#include "support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+
+namespace {
+
+using Types::AllTypes;
+
+static_assert(sizeof(AllTypes) == sizeof(YMMessageBase) && sizeof(Shop::Order) == sizeof(YMMessageBase));
+static_assert(std::is_same_v<decltype(AllTypes().uintValue()), unsigned int>);
+static_assert(std::is_same_v<decltype(AllTypes().ulonglongValue()), unsigned long long>);
+static_assert(std::is_same_v<decltype(AllTypes().enumValue()), Types::Level>);
+static_assert(
+    std::is_same_v<decltype(AllTypes().stringObjectMap()), const std::map<std::string, YMMessageBase>&>);
+static_assert(std::random_access_iterator<kwxml::MessageList<Demo::Item>::iterator>);
+
+/// What every field has: unset, then set to `value`, then cleared.
+#define ROUND_TRIP(field, ...)                   \
+  EXPECT_FALSE(m.has_##field()) << #field;       \
+  m.set_##field(__VA_ARGS__);                    \
+  EXPECT_TRUE(m.has_##field()) << #field;        \
+  EXPECT_EQ(m.field(), (__VA_ARGS__)) << #field; \
+  m.clear_##field();                             \
+  EXPECT_FALSE(m.has_##field()) << #field
+
+TEST(Wrappers, ScalarsTextsListsAndMaps)
+{
+  kwxml::test::LogCapture log;
+  AllTypes m;
+  ROUND_TRIP(intValue, -5);
+  ROUND_TRIP(uintValue, 4294967295U);
+  ROUND_TRIP(longValue, -9000000000L);
+  ROUND_TRIP(ulongValue, 18446744073709551615UL);
+  ROUND_TRIP(longlongValue, -9000000000LL);
+  ROUND_TRIP(ulonglongValue, 18446744073709551615ULL);
+  ROUND_TRIP(boolValue, true);
+  ROUND_TRIP(stringValue, std::string("text"));
+  ROUND_TRIP(wstringValue, std::wstring(L"wide"));
+  ROUND_TRIP(doubleValue, 2.5);
+  ROUND_TRIP(floatValue, 1.5F);
+  ROUND_TRIP(bstringValue, bstring("bytes"));
+  ROUND_TRIP(time32Value, -1);
+  ROUND_TRIP(time64Value, 1LL << 40);
+  ROUND_TRIP(enumValue, Types::Level::BELOW);
+  ROUND_TRIP(pstringValue, pstring("secret", Annotation::BASE64));
+  ROUND_TRIP(intList, std::vector<int>{-1, 2});
+  ROUND_TRIP(uintList, std::vector<unsigned>{1});
+  ROUND_TRIP(longList, std::vector<long>{1});
+  ROUND_TRIP(ulongList, std::vector<unsigned long>{1});
+  ROUND_TRIP(longlongList, std::vector<long long>{1});
+  ROUND_TRIP(ulonglongList, std::vector<unsigned long long>{1});
+  ROUND_TRIP(stringList, std::vector<std::string>{"a"});
+  ROUND_TRIP(wstringList, std::vector<std::wstring>{L"a"});
+  ROUND_TRIP(bstringList, std::vector<bstring>{"a"});
+  ROUND_TRIP(boolList, std::vector<unsigned>{1, 0});
+  ROUND_TRIP(floatList, std::vector<float>{1.5F});
+  ROUND_TRIP(doubleList, std::vector<double>{1.5});
+  ROUND_TRIP(enumList, std::vector<unsigned>{100});
+  ROUND_TRIP(longlongLonglongMap, std::map<long long, long long>{{1, 2}});
+  ROUND_TRIP(longlongStringMap, std::map<long long, std::string>{{1, "b"}});
+  ROUND_TRIP(stringLonglongMap, std::map<std::string, long long>{{"a", 2}});
+  ROUND_TRIP(stringStringMap, std::map<std::string, std::string>{{"a", "b"}});
+  ROUND_TRIP(longlongObjectMap, std::map<long long, YMMessageBase>{{1, Types::Leaf()}});
+  ROUND_TRIP(stringObjectMap, std::map<std::string, YMMessageBase>{{"a", Types::Leaf()}});
+  m.mutable_stringValue() += "x";
+  m.mutable_wstringValue() += L'x';
+  m.mutable_bstringValue() = "x";
+  m.mutable_intList().push_back(1);
+  m.mutable_stringStringMap()["k"] = "v";
+  EXPECT_EQ(m.stringValue() + m.bstringValue().text() + m.stringStringMap().at("k"), "xxv");
+  EXPECT_TRUE(m.has_wstringValue() && m.has_intList() && m.has_stringStringMap());
+  m.set_pstringValue(pstring("p", Annotation::BASE64));
+  EXPECT_EQ(m.pstringValue().getEncryptionType(), Annotation::BASE64);
+  EXPECT_EQ(log.lines(), std::vector<kwxml::test::LogLine>());
+}
+
+TEST(Wrappers, NestedMessagesAndListsOfThem)
+{
+  Shop::Order order;
+  order.clear_status();
+  order.clear_items();
+  EXPECT_EQ(order.status(), nullptr);
+  EXPECT_TRUE(order.items().empty());
+  order.mutable_status().set_errorCode(404);
+  ASSERT_NE(order.status(), nullptr);
+  EXPECT_EQ(order.status()->errorCode(), 404);
+  Demo::Status other;
+  other.set_errorCode(1);
+  order.set_status(other);
+  EXPECT_EQ(order.status()->errorCode(), 1);
+
+  auto items = order.mutable_items();
+  items.emplace_back().set_name("b");
+  items.emplace_back().set_name("a");
+  Demo::Item third;
+  third.set_name("c");
+  items.push_back(third);
+  items.push_back(std::move(third));
+  items.pop_back();
+  EXPECT_EQ(items.at(2).name(), "c");
+  EXPECT_THROW(items.at(3), std::out_of_range);
+  std::string names;
+  for (const Demo::Item& item : order.items()) {
+    names += item.name();
+  }
+  EXPECT_EQ(names, "bac");
+  const auto list = order.items();
+  EXPECT_EQ(std::max_element(list.begin(), list.end(),
+                             [](const auto& x, const auto& y) { return x.name() < y.name(); })
+                ->name(),
+            "c");
+  items.erase(0);
+  EXPECT_EQ(items.front().name() + items.back().name(), "ac");
+  EXPECT_EQ(&items.messages()[0], &order.items()[0]) << "nothing is copied";
+
+  Shop::Order copy;
+  copy.set_items(order.items());
+  EXPECT_EQ(copy.items().size(), 2u);
+  copy.set_items(order.mutable_items());
+  YMMessageBase& generic = order;
+  EXPECT_EQ(&kwxml::as<Shop::Order>(generic), &order);
+  EXPECT_EQ(kwxml::as<Demo::Item>(std::as_const(generic)).name(), "") << "a message of another class";
+}
+
+TEST(Wrappers, EnumeratorsByName)
+{
+  EXPECT_STREQ(nameOf(Types::Level::HIGH), "HIGH");
+  EXPECT_STREQ(nameOf(static_cast<Types::Level>(77)), "");
+  Types::Level level = Types::Level::LOW;
+  EXPECT_TRUE(valueOf("BELOW", level));
+  EXPECT_EQ(level, Types::Level::BELOW);
+  EXPECT_FALSE(valueOf("below", level));
+  EXPECT_EQ(level, Types::Level::BELOW);
+  EXPECT_STREQ(nameOf(Types::class_::two_words), "two-words") << "the name in the catalogue";
+}
+
+TEST(Wrappers, NamesThatAreTakenGetAnUnderscore)
+{
+  Types::Names m;
+  m.set_reset_(1);
+  m.set_class_("c");
+  m.set_tag_(4);
+  m.set_Names_(5);
+  m.set_x(6);
+  m.set_has_x_(7);
+  m.set_two_words(8);
+  m.set_two_words_(9);
+  EXPECT_EQ(m.tag_() + m.two_words() + m.two_words_(), 21);
+  m.reset();
+  EXPECT_FALSE(m.has_reset_() || m.has_class_() || m.has_tag_() || m.has_Names_() || m.has_x() ||
+               m.has_has_x_());
+  EXPECT_EQ(m.getTagID(), Types::Names::tag);
+}
+
+TEST(Wrappers, NoAccessorHidesAMemberOfTheMessage)
+{
+  // The compiler of catalogues knows the members by a list of its own.
+  std::stringstream header;
+  header << std::ifstream(KWXML_SOURCE_DIR "/src/model/YMMessageBase.h").rdbuf();
+  const std::string all = header.str();
+  const std::size_t begin = all.find("\nclass YMMessageBase");
+  const std::string text = all.substr(begin, all.find("\nprivate:", begin) - begin);
+  const std::string members = " " + std::string(kwxml::catalogue::messageMembers);
+  const std::regex member("\\n  (?! )[^/\\n(]*?(\\w+)\\(");
+  int found = 0;
+  for (std::sregex_iterator i(text.begin(), text.end(), member), end; i != end; ++i) {
+    const std::string name = (*i)[1];
+    if (name != "YMMessageBase" && name != "__attribute__" && name != "static_assert" && name != "format") {
+      EXPECT_NE(members.find(" " + name + " "), std::string::npos) << name;
+      ++found;
+    }
+  }
+  EXPECT_GT(found, 150);
+}
+
+}  // namespace
