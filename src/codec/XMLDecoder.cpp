@@ -9,6 +9,8 @@
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializer.h>
 
+#include <span>
+
 namespace {
 
 XMLDebug& log()
@@ -261,8 +263,15 @@ const FieldDef* listField(const char* function, const YMMessageBase* message, co
     return nullptr;
   }
   const _ClassDef* cls = message->getClass();
-  const FieldDef* field =
-      cls != nullptr ? kwxml::findField(*cls, kwxml::nameHash(fieldName.data(), fieldName.size())) : nullptr;
+  const FieldDef* field = nullptr;
+  for (const FieldDef& def :
+       cls != nullptr ? std::span(cls->begin(), cls->end()) : std::span<const FieldDef>()) {
+    // Not by its hash: another field may have the same, and elements of another type.
+    if (fieldName == def.getName()) {
+      field = &def;
+      break;
+    }
+  }
   if (field == nullptr ||
       (kwxml::fieldTypeInfo(field->type).element == FIELD_UNSET && !XMLDecoder::isListType(field->type))) {
     log().logError(function, "Message [%s] has no list field [%s]", message->getTagName().c_str(),
@@ -280,19 +289,7 @@ bool XMLDecoder::ReadFromList(YMMessageBase* message, const std::string& fieldNa
   if (field == nullptr) {
     return false;
   }
-  auto& elements = *static_cast<std::vector<void*>*>(out);
-  kwxml::visitFieldType(field->type, [&]<class Tag>(Tag) {
-    if constexpr (kwxml::ListValue<Tag>) {
-      if (auto* list = kwxml::MessageAccess::pointer<typename Tag::Value>(*message, field->slot)) {
-        elements.reserve(elements.size() + list->size());
-        for (auto& element : *list) {
-          elements.push_back(&element);
-        }
-      }
-    } else if (kwxml::MessageAccess::isSet(*message, *field)) {
-      elements.push_back(&kwxml::MessageAccess::raw(*message, field->slot));
-    }
-  });
+  kwxml::MessageAccess::listElements(*message, *field, *static_cast<std::vector<void*>*>(out));
   return true;
 }
 
@@ -300,22 +297,12 @@ bool XMLDecoder::InsertIntoList(YMMessageBase* message, const std::string& field
 {
   constexpr const char* function = "XMLDecoder::InsertIntoList";
   const FieldDef* field = listField(function, message, fieldName, value);
-  return field != nullptr && kwxml::visitFieldType(field->type, [&]<class Tag>(Tag) {
-           if constexpr (kwxml::ListValue<Tag>) {
-             using List = typename Tag::Value;
-             List*& list = kwxml::MessageAccess::pointer<List>(*message, field->slot);
-             if (list == nullptr) {
-               list = new List;
-             }
-             list->push_back(*static_cast<const typename List::value_type*>(value));
-             kwxml::MessageAccess::mark(*message, *field);
-             return true;
-           } else {
-             log().logError(function, "Message [%s] has no list field [%s]", message->getTagName().c_str(),
-                            fieldName.c_str());
-             return false;
-           }
-         });
+  if (field != nullptr && !kwxml::MessageAccess::appendElement(*message, *field, value)) {
+    log().logError(function, "Message [%s] has no list field [%s]", message->getTagName().c_str(),
+                   fieldName.c_str());
+    field = nullptr;
+  }
+  return field != nullptr;
 }
 
 bool XMLDecoder::registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)

@@ -2,7 +2,6 @@
 
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
@@ -142,7 +141,7 @@ void XMLMetaData::Collector::field(YMMessageBase& message, const FieldDef& def, 
     };
     if (list) {
       std::vector<void*> elements;
-      XMLDecoder::ReadFromList(&message, def.getName(), &elements);
+      MessageAccess::listElements(message, def, elements);
       std::for_each(elements.begin(), elements.end(), append);
     } else {
       append(def.getFieldAddrResolved(message));
@@ -255,7 +254,7 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
     if (setValue(element.get(), path, level + 1, value) != 0) {
       return 1;
     }
-    return XMLDecoder::InsertIntoList(message, def.getName(), element.get()) ? 0 : 1;
+    return MessageAccess::appendElement(*message, def, element.get()) ? 0 : 1;
   }
   MsgFieldContext field(def, message);
   if (!replaceValuefromString(field, value)) {

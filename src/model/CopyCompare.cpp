@@ -144,6 +144,42 @@ bool YMMessageBase::operator==(const YMMessageBase& other) const
   return true;
 }
 
+// ---- Elements of lists
+
+void kwxml::MessageAccess::listElements(YMMessageBase& m, const FieldDef& def, std::vector<void*>& out)
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ListValue<Tag>) {
+      if (auto* list = pointer<typename Tag::Value>(m, def.slot)) {
+        out.reserve(out.size() + list->size());
+        for (auto& element : *list) {
+          out.push_back(&element);
+        }
+      }
+    } else if constexpr (InPlaceValue<Tag>) {
+      if (isSet(m, def)) {
+        out.push_back(&raw(m, def.slot));
+      }
+    }
+  });
+}
+
+bool kwxml::MessageAccess::appendElement(YMMessageBase& m, const FieldDef& def, const void* value)
+{
+  return visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ListValue<Tag>) {
+      using List = typename Tag::Value;
+      List*& list = pointer<List>(m, def.slot);
+      if (list == nullptr) {
+        list = new List;
+      }
+      list->push_back(*static_cast<const typename List::value_type*>(value));
+      mark(m, def);
+    }
+    return ListValue<Tag>;
+  });
+}
+
 // ---- Deletion
 
 void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept

@@ -188,6 +188,11 @@ struct MessageAccess
   static void constructValue(YMMessageBase& to, const YMMessageBase* from, const FieldDef& def);
   /// Deep copy of one value into a message of the same class, marking it set.
   static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
+  /// Appends a pointer to each element of a list field; a scalar that is set is its own only element.
+  static void listElements(YMMessageBase& m, const FieldDef& def, std::vector<void*>& out);
+  /// Appends a copy of the element at `value` to a list field, making the list when it is missing, and marks
+  /// it. False for a field that is no list.
+  static bool appendElement(YMMessageBase& m, const FieldDef& def, const void* value);
   /// Drops a value as deleteMember() does, without the bit.
   static void dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept;
 

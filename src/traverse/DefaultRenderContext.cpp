@@ -24,7 +24,7 @@ void DefaultRenderContext::write(std::string_view name, std::string_view before,
 
 void DefaultRenderContext::writeAttribute(MsgFieldContext& field)
 {
-  if (!kwxml::isSecret(field)) {
+  if (!kwxml::isSecret(field.getField())) {
     kwxml::visitScalar(field, [&](const auto& value) {
       writeAttribute(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), value);
     });
@@ -33,7 +33,7 @@ void DefaultRenderContext::writeAttribute(MsgFieldContext& field)
 
 void DefaultRenderContext::writeList(MsgFieldContext& field)
 {
-  if (!kwxml::isSecret(field)) {
+  if (!kwxml::isSecret(field.getField())) {
     write(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), "",
           kwxml::listText(field, '[', ']'));
   }
@@ -41,7 +41,7 @@ void DefaultRenderContext::writeList(MsgFieldContext& field)
 
 void DefaultRenderContext::writeEnum(MsgFieldContext& field)
 {
-  if (field.isValueSet() && !kwxml::isSecret(field)) {
+  if (field.isValueSet() && !kwxml::isSecret(field.getField())) {
     writeAttribute(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), kwxml::enumText(field));
   }
 }
@@ -97,6 +97,11 @@ void DefaultRenderContext::writeAttribute(std::string name, std::string value)
 void DefaultRenderContext::writeAttribute(std::string name, const char* value)
 {
   writeAttribute(std::move(name), std::string(value != nullptr ? value : ""));
+}
+
+void DefaultRenderContext::writeAttribute(std::string name, const pstring&)
+{
+  writeAttribute(std::move(name), "****");
 }
 
 void DefaultRenderContext::writeAttribute(std::string name, bstring value)

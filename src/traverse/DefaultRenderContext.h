@@ -1,4 +1,4 @@
-// A summary as one line of plain text: a:[1],b:[x],list[1,2].
+// A summary as plain text on one line: a:[1],b:[x],list[1,2]. Texts go out as they are, their line ends too.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
@@ -45,6 +45,8 @@ public:
   void writeAttribute(std::string name, std::string value);
   void writeAttribute(std::string name, const char* value);
   void writeAttribute(std::string name, bstring value);
+  /// Never its text: "****".
+  void writeAttribute(std::string name, const pstring& value);
 
   /// The text of the stream.
   void DumpToString(std::string& out) const { out = stream_.str(); }

@@ -30,7 +30,10 @@ std::string_view trimmed(std::string_view name)
 /// that the field refers to.
 unsigned systemOf(const MsgFieldContext& field)
 {
-  const FieldDef& def = field.getField();
+  if (field.getRecord() == nullptr) {
+    return 0;
+  }
+  const FieldDef& def = *field.getRecord();
   const YMMessageBase& message = *field.getMessage();
   if (def.type == FIELD_OBJECT) {
     if (const auto* held = kwxml::MessageAccess::pointer<YMMessageBase>(message, def.slot)) {
@@ -57,7 +60,8 @@ std::string dateText(std::int64_t seconds, int form)
   std::tm local{};
   char text[96];
   const bool broken = localtime_r(&time, &local) != nullptr;
-  if (!broken || local.tm_year + 1900 < firstYear) {
+  const long long year = 1900LL + local.tm_year;  // of a hostile time it needs more than an int
+  if (!broken || year < firstYear) {
     if (broken && seconds >= secondsPerDay && seconds % secondsPerDay == 0) {
       std::snprintf(text, sizeof text, "%d day(s)", static_cast<int>(seconds / secondsPerDay));
     } else if (broken && seconds >= secondsPerHour && seconds % secondsPerHour == 0) {
@@ -66,10 +70,10 @@ std::string dateText(std::int64_t seconds, int form)
       std::snprintf(text, sizeof text, "%u", static_cast<unsigned>(seconds));
     }
   } else if (form == Annotation::DATE) {
-    std::snprintf(text, sizeof text, "%04d-%02d-%02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday);
+    std::snprintf(text, sizeof text, "%04lld-%02d-%02d", year, local.tm_mon + 1, local.tm_mday);
   } else {
-    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", local.tm_year + 1900, local.tm_mon + 1,
-                  local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+    std::snprintf(text, sizeof text, "%04lld-%02d-%02d %02d:%02d:%02d", year, local.tm_mon + 1, local.tm_mday,
+                  local.tm_hour, local.tm_min, local.tm_sec);
   }
   return text;
 }
@@ -83,7 +87,7 @@ bool isHidden(const MsgFieldContext& field)
 {
   using kwxml::annotationTag;
   return field.hasAnnotation(annotationTag("Suppress")) ||
-         field.hasAnnotation(annotationTag("HideInReports")) || kwxml::isSecret(field);
+         field.hasAnnotation(annotationTag("HideInReports")) || kwxml::isSecret(field.getField());
 }
 
 }  // namespace
@@ -164,12 +168,14 @@ void HTMLFieldContext::writeList(MsgFieldContext& field)
   if (isHidden(field)) {
     return;
   }
-  const FieldDef& def = field.getField();
-  const std::string text =
-      def.type == FIELD_LIST_ENUM ? "(" + enumText(field) + ")" : listText(field, '(', ')');
-  if (text != "()") {
-    addToOutPut(fieldLabel(def, getFormatOptions().localeId), text);
+  std::vector<void*> elements;
+  field.readListValue(&elements);
+  if (elements.empty()) {
+    return;
   }
+  const FieldDef& def = field.getField();
+  addToOutPut(fieldLabel(def, getFormatOptions().localeId),
+              def.type == FIELD_LIST_ENUM ? "(" + enumText(field) + ")" : listText(field, '(', ')'));
 }
 
 void HTMLFieldContext::writeEnum(MsgFieldContext& field)

@@ -2,10 +2,10 @@
 // may open and close (HTMLRenderContext), or a compact list for a graphical client
 // (HTMLGuiSummaryRenderContext).
 //
-// Both hide the same fields: those that are not set and those with one of the annotations Suppress,
-// HideInReports and Password; of the latter neither lists nor enumerations are shown. Password fields are
-// never shown and byte strings are "****". A field whose record marks it as a date is shown as a local date
-// and time, or as a duration when it is before 1991.
+// Both hide the same fields: scalars and enumerations that are not set, lists without an element, and every
+// field with one of the annotations Suppress, HideInReports and Password. Password fields are never shown and
+// byte strings are "****". A field whose record marks it as a date is shown as a local date and time, or as a
+// duration when it is before 1991.
 //
 // Names and values go out as they are. With setEscaping(true) nothing in them is markup: use it wherever the
 // text of a message comes from outside.
@@ -74,8 +74,8 @@ public:
   HTMLRenderContext() = default;
   explicit HTMLRenderContext(const ContextFormatOpts& options) : HTMLFieldContext(options) {}
 
-  /// The number of the next block. Counts through the life of the process, so that blocks of different
-  /// summaries have different identifiers.
+  /// The number of the next block. Counts through the life of the process, so that blocks of one class
+  /// have different identifiers. (The number follows the name, so that A and A1 can meet.)
   static int CountOptions;
 
   /// A link that calls the page's function showdiv() with the identifier of the block, and the block, hidden

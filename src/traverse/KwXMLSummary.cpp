@@ -3,6 +3,7 @@
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
+#include <kwxml/traverse/Rendering.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <memory>
@@ -14,7 +15,11 @@ void SummaryTraverse::beginTraverse(std::string className)
 
 void SummaryTraverse::startSubObject(MsgFieldContext& field)
 {
-  context_->startSubHeader(field);
+  if (isSkipping() || kwxml::isSecret(field.getField())) {
+    skip();
+  } else {
+    context_->startSubHeader(field);
+  }
 }
 
 void SummaryTraverse::visit(MsgFieldContext& field)
@@ -22,7 +27,7 @@ void SummaryTraverse::visit(MsgFieldContext& field)
   const FieldDataType type = field.getField().type;
   const bool list = XMLDecoder::isListType(type);
   const bool primitive = XMLDecoder::isPrimitive(type);
-  if (!list && !field.isValueSet()) {
+  if (isSkipping() || (!list && !field.isValueSet())) {
     return;
   }
   if (!list && primitive && type != FIELD_ENUM) {
@@ -36,7 +41,11 @@ void SummaryTraverse::visit(MsgFieldContext& field)
 
 void SummaryTraverse::endSubObject(MsgFieldContext& field)
 {
-  context_->endSubHeader(field);
+  if (isSkipping()) {
+    --skipping_;
+  } else {
+    context_->endSubHeader(field);
+  }
 }
 
 void SummaryTraverse::endTraverse(std::string className)
@@ -44,30 +53,29 @@ void SummaryTraverse::endTraverse(std::string className)
   context_->endHeader(std::move(className));
 }
 
-void DefaultSummaryTraverse::startSubObject(MsgFieldContext& field)
+namespace {
+
+bool isLeftOut(const MsgFieldContext& field)
 {
-  if (skipping_ > 0 || !field.isValueSet()) {
-    ++skipping_;
-  } else {
-    SummaryTraverse::startSubObject(field);
-  }
+  return field.hasAnnotation(kwxml::annotationTag("HideInReports")) ||
+         field.hasAnnotation(kwxml::annotationTag("Suppress"));
 }
 
-void DefaultSummaryTraverse::endSubObject(MsgFieldContext& field)
+}  // namespace
+
+void DefaultSummaryTraverse::startSubObject(MsgFieldContext& field)
 {
-  if (skipping_ > 0) {
-    --skipping_;
+  if (!field.isValueSet() || isLeftOut(field)) {
+    skip();
   } else {
-    SummaryTraverse::endSubObject(field);
+    SummaryTraverse::startSubObject(field);
   }
 }
 
 void DefaultSummaryTraverse::visit(MsgFieldContext& field)
 {
   const FieldDef& def = field.getField();
-  if (skipping_ > 0 || def.getFieldAddrResolved(*field.getMessage()) == nullptr ||
-      field.hasAnnotation(kwxml::annotationTag("HideInReports")) ||
-      field.hasAnnotation(kwxml::annotationTag("Suppress"))) {
+  if (isSkipping() || def.getFieldAddrResolved(*field.getMessage()) == nullptr || isLeftOut(field)) {
     return;
   }
   const bool list = XMLDecoder::isListType(def.type);

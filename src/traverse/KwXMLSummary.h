@@ -7,9 +7,9 @@
 #include <sstream>
 #include <string>
 
-/// Renders scalars (no enumerations) that are set and all lists, whatever their annotations. (A scalar of a
-/// type that XMLDecoder::isListType() counts among the lists is rendered as one.) The context outlives the
-/// visitor.
+/// Renders scalars (no enumerations) that are set and all lists, whatever their annotations, but nothing in a
+/// nested message with the annotation Password. (A scalar of a type that XMLDecoder::isListType() counts
+/// among the lists is rendered as one.) The context outlives the visitor.
 class SummaryTraverse : public XmlTraverseHandler
 {
 public:
@@ -27,13 +27,17 @@ public:
 
 protected:
   KwXMLRenderContext& context() const noexcept { return *context_; }
+  bool isSkipping() const noexcept { return skipping_ > 0; }
+  /// Renders nothing until the end of the nested message that has just been started.
+  void skip() noexcept { ++skipping_; }
 
 private:
   KwXMLRenderContext* context_;
+  int skipping_ = 0;  // open messages from the one that is skipped on
 };
 
-/// Renders enumerations too, but no field with the annotation HideInReports or Suppress, and nothing in a
-/// nested message that the walk has made because it was missing.
+/// Renders enumerations too, but no field with the annotation HideInReports or Suppress, nested messages and
+/// what is in them included, and nothing in a nested message that the walk has made because it was missing.
 class DefaultSummaryTraverse : public SummaryTraverse
 {
 public:
@@ -41,10 +45,6 @@ public:
 
   void startSubObject(MsgFieldContext& field) override;
   void visit(MsgFieldContext& field) override;
-  void endSubObject(MsgFieldContext& field) override;
-
-private:
-  int skipping_ = 0;  // open messages from the one that is skipped on
 };
 
 /// Has no settings.

@@ -1,4 +1,3 @@
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
@@ -25,12 +24,11 @@ template <class Tag>
   const short slot = def.slot;
   const unsigned long tag = from.getTagID();
   if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-    // By index: the list may be that of `into` as well.
+    // All are copied first: the list may be that of `into` as well.
     const std::vector<YMMessageBase>* source = MessageAccess::pointer<Value>(from, slot);
-    const std::size_t count = source != nullptr ? source->size() : 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      YMMessageBase copy((*MessageAccess::pointer<Value>(from, slot))[i]);
-      XMLDecoder::InsertIntoList(&into, def.getName(), &copy);
+    const std::vector<YMMessageBase> copies = source != nullptr ? *source : std::vector<YMMessageBase>();
+    for (const YMMessageBase& copy : copies) {
+      MessageAccess::appendElement(into, def, &copy);
     }
   } else if constexpr (mergesElements<Tag>) {
     const Value* source = MessageAccess::pointer<Value>(from, slot);
@@ -97,6 +95,7 @@ bool mergeMessages(YMMessageBase& from, YMMessageBase& into, int depth)
 
 }  // namespace
 
+// A part of `into` cannot be merged into it: growing lists move their messages. Only a copy of it can.
 bool XmlTraverse::merge(YMMessageBase& from, YMMessageBase& into)
 {
   return mergeMessages(from, into, 1);

@@ -1,8 +1,7 @@
 #include <kwxml/traverse/MessageDiff.h>
 
-#include <kwxml/annotation/AnnotationKinds.h>
-#include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/traverse/Rendering.h>
 
 #include <bit>
 #include <charconv>
@@ -227,13 +226,6 @@ void appendValue(std::string& out, const Value& value, const FieldDef& field)
   } else {
     appendNumber(out, value);
   }
-}
-
-/// Whether the values of a field are for nobody's eyes. An annotation record that is cut short cannot tell.
-bool isSecret(const FieldDef& field)
-{
-  std::optional<std::string_view> members;
-  return !AnnotationRecord(field.annotations).find(annotationTag("Password"), members) || members.has_value();
 }
 
 // ---- The walk

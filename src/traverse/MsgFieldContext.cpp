@@ -9,9 +9,8 @@
 
 using kwxml::MessageAccess;
 
-/// The record of the field of this name in the message's class; null when it has none. Nearly always the one
-/// that the context was made from.
-const FieldDef* MsgFieldContext::record() const
+/// Nearly always the record that the context was made from.
+const FieldDef* MsgFieldContext::getRecord() const
 {
   const _ClassDef* cls = message_ != nullptr ? message_->getClass() : nullptr;
   if (cls == nullptr || field_.name == nullptr) {
@@ -31,7 +30,7 @@ const FieldDef* MsgFieldContext::record() const
 
 bool MsgFieldContext::hasAnnotation(unsigned long tag) const
 {
-  const FieldDef* def = record();
+  const FieldDef* def = getRecord();
   return def != nullptr && kwxml::AnnotationRecord(def->annotations).has(tag);
 }
 
@@ -44,9 +43,11 @@ bool MsgFieldContext::getAnnotation(AnnotationBase& annotation) const
 
 void MsgFieldContext::readListValue(std::vector<void*>* out) const
 {
-  if (out != nullptr) {
-    XMLDecoder::ReadFromList(message_, field_.getName(), out);
+  const FieldDef* def = getRecord();
+  if (out == nullptr || def == nullptr || def->type != field_.type) {
+    return;
   }
+  MessageAccess::listElements(*message_, *def, *out);
 }
 
 bool MsgFieldContext::isList() const
@@ -56,6 +57,9 @@ bool MsgFieldContext::isList() const
 
 void MsgFieldContext::clearList()
 {
+  if (message_ == nullptr) {
+    return;
+  }
   const unsigned long tag = message_->getTagID();
   if (isList() && message_->isSet(field_.fieldNumber, tag, field_.hash)) {
     message_->deleteMember(field_.fieldNumber, tag, field_.hash, false);

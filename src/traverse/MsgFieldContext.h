@@ -17,8 +17,9 @@ struct FieldDefTraverseInfo : FieldDef
   const FieldDefTraverseInfo* parent = nullptr;
 };
 
-/// Owns nothing: message and parents outlive it. Whoever calls replaceValue() may be told of a failure by a
-/// line in the log, as the accessors of YMMessageBase do it; the message is unchanged then.
+/// Owns nothing: message and parents outlive it. The field is one of the message's class. Whoever calls
+/// replaceValue() may be told of a failure by a line in the log, as the accessors of YMMessageBase do it; the
+/// message is unchanged then.
 class MsgFieldContext
 {
 public:
@@ -32,6 +33,8 @@ public:
 
   const FieldDefTraverseInfo& getField() const noexcept { return field_; }
   const FieldDefTraverseInfo* getTRParent() const noexcept { return field_.parent; }
+  /// The record of the field of this name in the message's class; null when it has none.
+  const FieldDef* getRecord() const;
   /// The message that holds the field.
   YMMessageBase* getMessage() const noexcept { return message_; }
 
@@ -48,7 +51,7 @@ public:
   /// The same question without the answer's members.
   bool hasAnnotation(unsigned long tag) const;
 
-  /// Appends a pointer to each element of a list field; see XMLDecoder::ReadFromList. Null does nothing.
+  /// Appends a pointer to each element of a list field, as XMLDecoder::ReadFromList does. Null does nothing.
   void readListValue(std::vector<void*>* out) const;
   /// Removes a list field that is set from the message.
   void clearList();
@@ -85,7 +88,6 @@ public:
   void readEnumValue(std::string&, int) {}
 
 private:
-  const FieldDef* record() const;
   void replaceInteger(long long value);
   /// Appends to the list whose elements are stored as `T`, when the field's type is one of those given.
   template <class T, class... Types>

@@ -1,6 +1,7 @@
 #include <kwxml/traverse/Rendering.h>
 
 #include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/traverse/FieldText.h>
@@ -28,9 +29,11 @@ std::string fieldLabel(const FieldDef& field, int localeId)
   return label;
 }
 
-bool isSecret(const MsgFieldContext& field)
+bool isSecret(const FieldDef& field)
 {
-  return field.getField().type == FIELD_PSTRING || field.hasAnnotation(annotationTag("Password"));
+  std::optional<std::string_view> members;
+  return field.type == FIELD_PSTRING ||
+         !AnnotationRecord(field.annotations).find(annotationTag("Password"), members) || members.has_value();
 }
 
 namespace {
@@ -76,6 +79,9 @@ std::string listText(const MsgFieldContext& field, char open, char close)
 std::string enumText(const MsgFieldContext& field)
 {
   const FieldDef& def = field.getField();
+  if (def.type != FIELD_ENUM && def.type != FIELD_LIST_ENUM) {
+    return {};
+  }
   const YMMessageBase& message = *field.getMessage();
   const auto reference = packedReference(def);
   const _ClassDef* enumeration = findClass(reference.system, reference.classIndex);

@@ -65,8 +65,10 @@ struct XmlTraverse::Walk
   bool field(YMMessageBase& holder, const FieldDef& def, const FieldDefTraverseInfo* parent);
   bool list(YMMessageBase& holder, MsgFieldContext& context);
   bool object(YMMessageBase& holder, MsgFieldContext& context);
-  /// The walk of a message in a field, with what surrounds it.
-  bool nested(YMMessageBase& held, const _ClassDef& cls, MsgFieldContext& context);
+  /// The walk of a message in a field, with what surrounds it. `find` gives the message, or null: it is asked
+  /// when the visitor has been told, who may have taken it away.
+  template <class Find>
+  bool nested(MsgFieldContext& context, Find find);
   /// The class that the field refers to; null when there is none. Logs nothing.
   static const _ClassDef* referenced(const FieldDef& def);
   /// A new message of the class that the field refers to; null when it cannot be made, which is logged but
@@ -170,10 +172,13 @@ std::unique_ptr<YMMessageBase> XmlTraverse::Walk::create(const FieldDef& def)
   return made;
 }
 
-bool XmlTraverse::Walk::nested(YMMessageBase& held, const _ClassDef& cls, MsgFieldContext& context)
+template <class Find>
+bool XmlTraverse::Walk::nested(MsgFieldContext& context, Find find)
 {
   owner.handler_->startSubObject(context);
-  const bool changed = message(held, cls, &context.getField());
+  YMMessageBase* const held = find();
+  const bool changed = held != nullptr && held->getClass() != nullptr &&
+                       message(*held, *held->getClass(), &context.getField());
   owner.handler_->endSubObject(context);
   return changed;
 }
@@ -187,7 +192,11 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   const auto elements = [&]() -> Messages* {
     return ofMessages ? MessageAccess::pointer<Messages>(holder, def.slot) : nullptr;
   };
-  std::size_t count = elements() != nullptr ? elements()->size() : 0;
+  const std::size_t count = elements() != nullptr ? elements()->size() : 0;
+  const auto element = [&](std::size_t i) -> YMMessageBase* {
+    Messages* const list = elements();
+    return list != nullptr && i < list->size() ? &(*list)[i] : nullptr;
+  };
   if (!ofMessages) {
     const auto* numbers = MessageAccess::pointer<std::vector<unsigned>>(std::as_const(holder), def.slot);
     if (numbers != nullptr && !numbers->empty()) {
@@ -197,19 +206,20 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   if (count > 0) {
     // The list is asked for anew each time: the visitor may change it.
     for (std::size_t i = 0; i < count; ++i) {
-      Messages* const list = elements();
-      if (list == nullptr || i >= list->size()) {
+      const YMMessageBase* const now = element(i);
+      if (now == nullptr) {
         break;
       }
-      YMMessageBase& element = (*list)[i];
-      if (element.getClass() != nullptr) {
-        nested(element, *element.getClass(), context);
+      if (now->getClass() != nullptr) {
+        nested(context, [&] { return element(i); });
         continue;
       }
       owner.handler_->startSubObject(context);
-      log().logError(function(), "[%s]",
-                     ordered ? "Error retrieving metadata for given object"
-                             : "Error retreiving metadata for the specified class.");
+      if (ordered) {
+        log().logError(function(), "Error retrieving metadata for given object");
+      } else {
+        log().logError(function(), "[%s]", "Error retreiving metadata for the specified class.");
+      }
       owner.handler_->endSubObject(context);
     }
     return false;
@@ -219,9 +229,7 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   }
   const _ClassDef* cls = referenced(def);
   if (cls == nullptr) {
-    log().logError(function(), "[%s]",
-                   ordered ? "Error retrieving metadata for given object"
-                           : "Could not retrieve metadata for specified object");
+    log().logError(function(), "[%s]", "Could not retrieve metadata for specified object");
     return false;
   }
   if (!ordered && owner.existsInProcessingStack(cls->name)) {
@@ -231,7 +239,7 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   if (made == nullptr) {
     return false;
   }
-  if (!nested(*made, *cls, context) || !flags.keepCreated || !ofMessages) {
+  if (!nested(context, [&] { return made.get(); }) || !flags.keepCreated || !ofMessages) {
     return false;
   }
   Messages*& list = MessageAccess::pointer<Messages>(holder, def.slot);
@@ -265,15 +273,22 @@ bool XmlTraverse::Walk::object(YMMessageBase& holder, MsgFieldContext& context)
   }
   const _ClassDef* cls = held->getClass();
   if (cls == nullptr) {
-    log().logError(function(), "[%s]",
-                   ordered ? "Error retrieving metadata for given object"
-                           : "Could not retrieve metadata for specified object");
+    if (ordered) {
+      log().logError(function(), "Error retrieving metadata for given object");
+    } else {
+      log().logError(function(), "[%s]", "Could not retrieve metadata for specified object");
+    }
     return false;
   }
   if (!ordered && held->getTagID() == kwxml::processingInstructionTag) {
     return false;
   }
-  if (!nested(*held, *cls, context) || made == nullptr || !flags.keepCreated) {
+  const auto current = [&] {
+    return made != nullptr                     ? made.get()
+           : MessageAccess::isSet(holder, def) ? MessageAccess::pointer<YMMessageBase>(holder, def.slot)
+                                               : nullptr;
+  };
+  if (!nested(context, current) || made == nullptr || !flags.keepCreated) {
     return false;
   }
   delete std::exchange(MessageAccess::pointer<YMMessageBase>(holder, def.slot), made.release());
@@ -284,15 +299,26 @@ bool XmlTraverse::Walk::object(YMMessageBase& holder, MsgFieldContext& context)
 bool XmlTraverse::traverseHelper(YMMessageBase& message, const _ClassDef* cls, bool createMissing,
                                  bool keepCreated, const FieldDefTraverseInfo* parent)
 {
-  return handler_ != nullptr && cls != nullptr && message.getClass() == cls &&
-         Walk{*this, {createMissing, keepCreated}, false}.message(message, *cls, parent);
+  return walk(message, cls, createMissing, keepCreated, false, parent);
 }
 
 bool XmlTraverse::traverseByOrderHelper(YMMessageBase& message, const _ClassDef* cls, bool createMissing,
                                         bool keepCreated, const FieldDefTraverseInfo* parent)
 {
-  return handler_ != nullptr && cls != nullptr && message.getClass() == cls &&
-         Walk{*this, {createMissing, keepCreated}, true}.message(message, *cls, parent);
+  return walk(message, cls, createMissing, keepCreated, true, parent);
+}
+
+bool XmlTraverse::walk(YMMessageBase& message, const _ClassDef* cls, bool createMissing, bool keepCreated,
+                       bool ordered, const FieldDefTraverseInfo* parent)
+{
+  if (handler_ == nullptr || cls == nullptr || message.getClass() != cls) {
+    return false;
+  }
+  if (depth_ == 0) {
+    created_ = 0;
+    depthLogged_ = createdLogged_ = false;
+  }
+  return Walk{*this, {createMissing, keepCreated}, ordered}.message(message, *cls, parent);
 }
 
 bool XmlTraverse::existsInProcessingStack(const std::string& className) const
@@ -307,9 +333,7 @@ bool XmlTraverse::existsInProcessingStack(const std::string& className) const
 
 void XmlTraverse::walkOutermost(YMMessageBase& message, bool createMissing, bool keepCreated, bool ordered)
 {
-  created_ = 0;
   depth_ = 0;
-  depthLogged_ = createdLogged_ = false;
   const std::string name = traverseName(message);
   handler_->beginTraverse(name);
   if (ordered) {
@@ -351,7 +375,11 @@ void XmlTraverse::traverse(std::string& xml, XmlTraverseHandler& handler, bool c
   }
   walkOutermost(*message, createMissing, keepCreated, false);
   xml.clear();
-  if (XMLSerializer().serialize(*message, xml) != 0) {
+  EncodingFlags flags;
+  if (context != nullptr) {
+    flags.targetPasswordType = Annotation::PASS_THROUGH;  // as they were received, not protected once more
+  }
+  if (XMLSerializer(flags).serialize(*message, xml) != 0) {
     log().logError(function, "Error serializing object with tagID : [%ul]",
                    static_cast<unsigned>(message->getTagID()));
   }

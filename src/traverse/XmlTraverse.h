@@ -38,8 +38,10 @@ protected:
   bool order = false;
 };
 
-/// One walk at a time; visitors are called on the caller's thread, and what they throw ends the walk. A class
-/// or a message that cannot be found or made is logged and passed over.
+/// One walk at a time; visitors are called on the caller's thread, and what they throw ends the walk. They
+/// may change the messages that they are shown, but not remove or move one that is being walked: the one that
+/// holds the field, those around it, and a list that one of these is an element of. A class or a message that
+/// cannot be found or made is logged and passed over.
 ///
 /// Two bounds hold: messages below the deepest nesting that encodings accept (Limits.h) are not walked, and
 /// one walk makes a limited number of messages, since classes that refer to each other would otherwise unfold
@@ -55,7 +57,8 @@ public:
   void traverse(YMMessageBase& message, XmlTraverseHandler& handler, bool createMissing, bool keepCreated);
   /// Reads the text, walks the message, never in order, and writes it back with default settings. The context
   /// (which may be null) goes to the decoder, its password type becomes PASS_THROUGH: passwords pass as they
-  /// are. A text that cannot be read becomes empty, or stays when the context reports an error.
+  /// were received, by the algorithm for that type. A text that cannot be read becomes empty, or stays when
+  /// the context reports an error.
   void traverse(std::string& xml, XmlTraverseHandler& handler, bool createMissing, bool keepCreated,
                 KwXMLContextInfo* context);
 
@@ -72,7 +75,7 @@ public:
   /// Copies every set field of `from` into `into`, a message of the same class (else false, and nothing
   /// happens): scalars and strings replace, elements of lists are appended, nested messages merge. Lists of
   /// uint, enumerations and bools stay as they are, and so do maps. A line at level 10 for each pair of
-  /// messages. Messages nested too deep (logged) are not merged.
+  /// messages. Messages nested too deep (logged) are not merged. Neither message may be a part of the other.
   bool merge(YMMessageBase& from, YMMessageBase& into);
 
   /// Does nothing.
@@ -81,6 +84,8 @@ public:
 private:
   struct Walk;
 
+  bool walk(YMMessageBase& message, const _ClassDef* cls, bool createMissing, bool keepCreated, bool ordered,
+            const FieldDefTraverseInfo* parent);
   void walkOutermost(YMMessageBase& message, bool createMissing, bool keepCreated, bool ordered);
 
   XmlTraverseHandler* handler_ = nullptr;

@@ -140,7 +140,7 @@ TEST(Walk, WithoutAClassCallsNothing)
   EXPECT_EQ(log.lines(),
             (std::vector<LogLine>{
                 {0, "XmlTraverse::traverseHelpers", "[Error retreiving metadata for the specified class.]"},
-                {0, "XmlTraverse::traverseByOrderHelper", "[Error retrieving metadata for given object]"}}));
+                {0, "XmlTraverse::traverseByOrderHelper", "Error retrieving metadata for given object"}}));
 }
 
 TEST(Walk, MakesWhatIsMissingAndKeepsWhatWasModified)

@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Files.h"
+#include "Report.h"
 
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
@@ -10,8 +11,8 @@ namespace kwxml::tool {
 
 namespace {
 
-/// What stands around the blocks of a page. The script opens and closes them, by mouse or keyboard; nothing
-/// else may run, whatever a message holds.
+/// What stands around the blocks of a page. The script opens and closes them, by mouse or keyboard. That
+/// nothing of a message runs is due to its being escaped; the policy sees to it that nothing is fetched.
 constexpr std::string_view pageHead = R"(<!DOCTYPE html>
 <html lang="en">
 <head>
@@ -27,7 +28,7 @@ section div { white-space: pre-wrap; overflow-wrap: anywhere; }
 </style>
 <script>
 function showdiv(id) {
-  var block = document.getElementById(id);
+  var block = event.currentTarget.nextElementSibling || document.getElementById(id);
   block.style.display = block.style.display === 'none' ? 'block' : 'none';
 }
 document.addEventListener('DOMContentLoaded', function () {
@@ -86,7 +87,7 @@ class TextSink final : public SummarySink
   {
     std::ostringstream stream;
     const int result = KwXMLSummary::getKwSummaryInfo(&message, stream, KwXMLFormatOptions());
-    text = stream.str();
+    text = oneLine(stream.str(), 0);  // what a message holds must not steer a terminal
     return result == 0;
   }
 };
