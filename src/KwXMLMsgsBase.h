@@ -13,10 +13,16 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/events/EventConversion.h>
+#include <kwxml/log/LogXml.h>
+#include <kwxml/log/XmlBinaryLogger.h>
+#include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/model/Limits.h>
+#include <kwxml/model/TypedMessage.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
 #include <kwxml/traverse/FieldText.h>

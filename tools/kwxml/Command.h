@@ -51,6 +51,7 @@ void addInspectCommand(CLI::App& app, Session& session);
 void addDummyCommand(CLI::App& app, Session& session);
 void addXPathCommand(CLI::App& app, Session& session);
 void addKeyCommand(CLI::App& app, Session& session);
+void addLogCommand(CLI::App& app, Session& session);
 void addMergeCommand(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

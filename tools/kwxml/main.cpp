@@ -95,6 +95,7 @@ int run(int argc, char** argv)
   addInspectCommand(app, session);
   addDummyCommand(app, session);
   addXPathCommand(app, session);
+  addLogCommand(app, session);
   addKeyCommand(app, session);
   addMergeCommand(app, session);
   try {

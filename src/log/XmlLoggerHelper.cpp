@@ -1,0 +1,244 @@
+#include <kwxml/log/XmlLoggerHelper.h>
+
+#include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/platform/KWPI_Focus.h>
+#include <kwxml/platform/KwCriticalSectionH.h>
+#include <kwxml/xml/XMLSerializer.h>
+
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string_view>
+
+std::atomic<KwThreadPool*> XmlLoggerHelper::xmlLoggerInstance = nullptr;
+
+namespace {
+
+constinit KwCriticalSectionH poolSection;
+
+/// A line's longest text, with its terminating zero.
+constexpr std::size_t lineSize = 4096;
+
+constexpr std::string_view placeholder = "%bxml_kw";
+constexpr const char* frame = "   ";
+
+/// A format in two parts, with the placeholder between them.
+struct Format
+{
+  std::string all;         ///< without the placeholder; a second one is text
+  std::size_t prefix = 0;  ///< where it stood
+  bool hasPlaceholder = false;
+};
+
+/// "%b" is a conversion of the C library, so the placeholder never comes before it.
+Format split(std::string_view format)
+{
+  Format result;
+  for (std::size_t i = 0; i < format.size();) {
+    const std::string_view rest = format.substr(i);
+    const bool escaped = rest.starts_with("%%");
+    const std::string_view behind = escaped ? rest.substr(1) : rest;
+    if (behind.starts_with(placeholder)) {
+      if (!result.hasPlaceholder) {
+        result.hasPlaceholder = true;
+        result.prefix = result.all.size();
+      } else {
+        (result.all += '%') += placeholder;
+      }
+      i += placeholder.size() + (escaped ? 1 : 0);
+    } else {
+      const std::size_t count = escaped ? 2 : 1;
+      result.all += rest.substr(0, count);
+      i += count;
+    }
+  }
+  return result;
+}
+
+/// The formatted text, at most `limit` bytes of it.
+std::string formatted(const char* format, va_list args, std::size_t limit)
+{
+  char line[lineSize];
+  const int length = std::vsnprintf(line, limit + 1, format, args);
+  return std::string(line, length < 0 ? 0 : std::min(static_cast<std::size_t>(length), limit));
+}
+
+/// Takes the begun character off the end of a text that has been cut.
+void cutBetweenCharacters(std::string& text)
+{
+  std::size_t lead = text.size();
+  for (int i = 0; i < 4 && lead > 0; ++i) {
+    const auto byte = static_cast<unsigned char>(text[--lead]);
+    if (byte < 0x80) {
+      return;
+    }
+    if (byte >= 0xC0) {
+      const std::size_t size = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+      if (lead + size > text.size()) {
+        text.resize(lead);
+      }
+      return;
+    }
+  }
+}
+
+/// The line's text, and where the XML stands in it.
+void formatLine(messageContainer& record, const char* format, va_list args)
+{
+  constexpr std::size_t limit = lineSize - 1;
+  const Format parts = split(format != nullptr ? format : "");
+  if (!parts.hasPlaceholder) {
+    record.text = formatted(parts.all.c_str(), args, limit);
+    if (record.text.size() == limit) {
+      cutBetweenCharacters(record.text);
+    }
+    return;
+  }
+  va_list again;
+  va_copy(again, args);
+  const std::string before = formatted(parts.all.substr(0, parts.prefix).c_str(), again, limit);
+  va_end(again);
+  const bool fits = before.size() + placeholder.size() <= limit;
+  record.text = formatted(parts.all.c_str(), args, fits ? limit - placeholder.size() : limit);
+  if (record.text.size() == (fits ? limit - placeholder.size() : limit)) {
+    cutBetweenCharacters(record.text);
+  }
+  if (fits) {
+    record.xmlAt = std::min(before.size(), record.text.size());
+  }
+}
+
+/// What is in the pool when the process ends is written before it does.
+void drainAtExit()
+{
+  if (KwThreadPool* pool = XmlLoggerHelper::xmlLoggerInstance.load()) {
+    pool->drain();
+  }
+}
+
+/// The line without its XML: everything that only the caller knows.
+std::unique_ptr<messageContainer> makeRecord(const char* function, int level, long long reference,
+                                             const char* format, va_list args)
+{
+  auto record = std::make_unique<messageContainer>();
+  record->threadId = static_cast<unsigned int>(pthread_self());
+  record->function = function != nullptr ? function : "";
+  record->reference = reference;
+  record->level = level;
+  formatLine(*record, format, args);
+  return record;
+}
+
+void hand(KwThreadPool* pool, std::unique_ptr<messageContainer> record)
+{
+  if (pool != nullptr && pool->getCurrentAvailableThreadCount() != 0 &&
+      pool->doWork(XmlLoggerHelper::writeThroughThreadPoolFunc, record.get()) != KwThreadPool::kRefused) {
+    record.release();  // the worker's now
+    return;
+  }
+  // Refused work would be a lost line: others have taken the place since the pool was asked.
+  XmlLoggerHelper::writeThroughTreadPool(record.release());
+}
+
+}  // namespace
+
+EvEvent& XmlLoggerHelper::Event::get() const
+{
+  // Never destroyed: lines are written until the process's very end.
+  static EvEvent& log = *new EvEvent;
+  return log;
+}
+
+KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
+{
+  KwThreadPool* pool = xmlLoggerInstance.load(std::memory_order_acquire);
+  if (pool != nullptr) {
+    return pool;
+  }
+  poolSection.enter();
+  pool = xmlLoggerInstance.load(std::memory_order_relaxed);
+  if (pool == nullptr) {
+    auto made = std::make_unique<KwThreadPool>();
+    KWPI_Focus::setFocus(KWPI_Focus::getFocus());
+    made->initThreadPool("XmlLoggerHelper", 300, 20, 20, 20);
+    event.get();
+    XMLSerializer::initialize();
+    pool = made.release();
+    std::atexit(drainAtExit);
+    xmlLoggerInstance.store(pool, std::memory_order_release);
+  }
+  poolSection.leave();
+  return pool;
+}
+
+void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
+                                 const char* format, YMMessageBase* message, va_list args)
+{
+  if (event.getDebugLevel() < level) {
+    return;
+  }
+  auto record = makeRecord(function, level, reference, format, args);
+  if (message != nullptr) {
+    record->buffer = std::make_unique<BinaryBuffer>();
+    XMLEncoder().SerializeBinary(*message, *record->buffer);
+  }
+  hand(pool, std::move(record));
+}
+
+void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
+                                 const char* format, BinaryBuffer* buffer, va_list args)
+{
+  if (event.getDebugLevel() < level) {
+    return;
+  }
+  auto record = makeRecord(function, level, reference, format, args);
+  if (buffer != nullptr) {
+    record->buffer = std::make_unique<BinaryBuffer>();
+    record->buffer->deepCopyBuffer(buffer->data(), buffer->length(), false);
+  }
+  hand(pool, std::move(record));
+}
+
+int XmlLoggerHelper::writeThroughTreadPool(void* work)
+{
+  auto* record = static_cast<messageContainer*>(work);
+  if (record == nullptr) {
+    return 1;
+  }
+  const char* function = record->function.c_str();
+  try {
+    std::string line = std::move(record->text);
+    if (record->xmlAt != messageContainer::noXml) {
+      std::string xml;
+      if (record->buffer != nullptr && record->buffer->length() > 0) {
+        XMLSerializer::initialize();
+        record->message.reset(XMLDecoder().UnserializeBinary(*record->buffer));
+        if (record->message != nullptr && XMLEncoder().serialize(*record->message, xml) != 0) {
+          xml.clear();
+        }
+      }
+      line.insert(record->xmlAt, frame + xml + frame);
+    }
+    event.DebugLvl(function, record->level, record->reference, "%s", line.c_str());
+  } catch (const std::exception& error) {  // no memory: the rest of the process goes on
+    XMLDebug::getInstance()->logError("XmlLoggerHelper::writeThroughTreadPool", "[%s]", error.what());
+  }
+  deAllocateMessageContainer(record);
+  return 0;
+}
+
+void* XmlLoggerHelper::writeThroughThreadPoolFunc(void* record)
+{
+  writeThroughTreadPool(record);
+  return nullptr;
+}
+
+void XmlLoggerHelper::deAllocateMessageContainer(messageContainer* record)
+{
+  delete record;
+}

@@ -1,0 +1,157 @@
+// Events to messages and back: the seven kinds with their asymmetries, positions, and what is refused.
+#include <kwxml/events/EventConversion.h>
+
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/platform/EvMessageContainer.h>
+
+#include <catalogue/Common.h>
+
+#include "support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using kwxml::test::LogCapture;
+using kwxml::test::LogLine;
+
+namespace {
+
+std::string described(const Common::EventMessage& message)
+{
+  std::string text = std::to_string(message.messageId());
+  for (const Common::EventArgument& a : message.arguments()) {
+    text +=
+        " " + std::to_string(a.position()) + ":" + (a.has_type() ? nameOf(a.type()) : "?") + ":" + a.data();
+  }
+  return text;
+}
+
+std::string described(const EvMessageContainer& container)
+{
+  std::string text = std::to_string(container.getMessageId());
+  for (const auto& argument : container.arguments()) {
+    text += " " + std::to_string(argument.kind) + ":" + argument.as<std::string>();
+  }
+  return text;
+}
+
+void add(Common::EventMessage& message, int position, int type, const std::string& data)
+{
+  auto list = message.mutable_arguments();
+  Common::EventArgument& argument = list.emplace_back();
+  argument.set_position(position);
+  argument.set_type(static_cast<Common::EventArgumentType>(type));
+  argument.set_data(data);
+}
+
+}  // namespace
+
+TEST(Events, EveryKindThereAndBack)
+{
+  LogCapture log;
+  EvMessageContainer event;
+  event.setMessageId(4711);
+  ArgumentInfo& arguments = event.arguments();
+  arguments.AddArgument(std::numeric_limits<int>::min(), 5);
+  arguments.AddArgument(std::numeric_limits<unsigned>::max(), 6);
+  arguments.AddArgument(std::numeric_limits<long>::min(), 7);
+  arguments.AddArgument(std::numeric_limits<unsigned long>::max(), 8);
+  arguments.AddArgument(std::numeric_limits<long long>::min(), 9);
+  arguments.AddArgument(5ULL, 10);
+  arguments.AddArgument("a text", 11);
+  arguments.AddArgument(1, 99);
+  Common::EventMessage message;
+  setEvMessageContainerToXML(event, message);
+  EXPECT_EQ(
+      described(message),
+      "4711 0:INT:-2147483648 1:UINT:4294967295 2:LONG:-9223372036854775808 3:ULONG:18446744073709551615 "
+      "4:LONGLONG:-9223372036854775808 5:LONGLONG:5 6:STRING:a text 7:?:");
+  std::string xml;
+  ASSERT_EQ(XMLEncoder().serialize(message, xml), 0);
+  Common::EventMessage read;
+  ASSERT_EQ(XMLDecoder().unSerialize(read, xml), 0);
+
+  EvMessageContainer back;
+  back.setSeverity(3);
+  back.arguments().AddArgument("gone", 11);
+  ASSERT_TRUE(getEvMessageContainerFromXML(read, back));
+  EXPECT_EQ(
+      described(back),
+      "4711 5:-2147483648 6:4294967295 7:-9223372036854775808 8:18446744073709551615 9:-9223372036854775808 "
+      "9:5 11:a text 5:0")
+      << "the unsigned long long comes back signed, an argument without a type is a number";
+  EXPECT_EQ(back.getSeverity(), 0);
+
+  Common::EventMessage none;
+  setEvMessageContainerToXML(EvMessageContainer(), none);
+  EXPECT_FALSE(none.has_arguments());
+  std::vector<Common::EventArgument> list;
+  setEvMessageArgumentsToXML(nullptr, list);
+  EXPECT_TRUE(list.empty());
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Events, ArgumentsComeInTheOrderOfTheirPositions)
+{
+  Common::EventMessage message;
+  message.set_messageId(1);
+  add(message, 3, 3, "third");
+  add(message, 1, 6, "18446744073709551615 first");
+  add(message, 2, 0, "x");
+  EvMessageContainer event;
+  ASSERT_TRUE(getEvMessageContainerFromXML(message, event));
+  EXPECT_EQ(described(event), "1 10:18446744073709551615 5:0 11:third");
+  EXPECT_EQ(message.arguments()[0].data(), "third") << "the message is taken by value";
+
+  std::vector<Common::EventArgument> list(message.arguments().begin(), message.arguments().end());
+  EXPECT_TRUE(eventArgumentPositionSortPredicate(list[1], list[0]));
+  EXPECT_FALSE(eventArgumentPositionSortPredicate(list[0], list[0]));
+  EXPECT_TRUE(getEvMessageContainerArgumentsFromXML(list, event));
+  EXPECT_EQ(list[0].position() * 100 + list[1].position() * 10 + list[2].position(), 123)
+      << "sorted in place";
+  EXPECT_EQ(event.arguments().NoOfArgs(), 6) << "appended";
+  list.clear();
+  EXPECT_TRUE(getEvMessageContainerArgumentsFromXML(list, event));
+}
+
+TEST(Events, AnUnknownTypeFailsAndLeavesNothing)
+{
+  for (const int type : {7, -1}) {
+    LogCapture log;
+    Common::EventMessage message;
+    message.set_messageId(5);
+    add(message, 1, 3, "good");
+    add(message, 2, type, "bad");
+    EvMessageContainer event;
+    event.setSeverity(1);
+    EXPECT_FALSE(getEvMessageContainerFromXML(message, event));
+    EXPECT_EQ(event, EvMessageContainer());
+    EXPECT_EQ(
+        log.lines(),
+        (std::vector<LogLine>{{0, "getEvMessageContainerArgumentsFromXML",
+                               "Unknown argument type not supported [" + std::to_string(type) + "]."}}));
+  }
+}
+
+TEST(Events, PushedArgumentsCountFromOne)
+{
+  LogCapture log(10);
+  Common::EventMessage message;
+  add(message, 0, 3, "a");
+  add(message, 1, 3, "b");
+  EXPECT_TRUE(pushEventArgumentXML(message, std::string("x")));
+  EXPECT_EQ(described(message), "0 0:STRING:a 1:STRING:b 3:STRING:x");
+  log.clear();
+  // Names of types at run time are not the words that the function knows.
+  EXPECT_FALSE(pushEventArgumentXML(message, 1) || pushEventArgumentXML(message, 1L) ||
+               pushEventArgumentXML(message, 1LL));
+  EXPECT_EQ(message.arguments().size(), 3u);
+  std::vector<LogLine> lines;
+  for (const std::string name : {"i", "l", "x"}) {
+    lines.push_back({10, "pushEventArgumentXML", "Pushing argument of type [" + name + "]."});
+    lines.push_back({0, "pushEventArgumentXML", "Unknown argument type not supported [" + name + "]."});
+  }
+  EXPECT_EQ(log.lines(), lines);
+}

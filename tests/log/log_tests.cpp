@@ -1,0 +1,203 @@
+// Whole messages in the log: what a line looks like, that none is lost, and what it costs not to log.
+#include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/log/LogXml.h>
+#include <kwxml/log/XmlBinaryLogger.h>
+#include <kwxml/log/XmlLoggerHelper.h>
+#include <kwxml/platform/LogSink.h>
+
+#include "support/AllocationCounter.h"
+#include "support/LogCapture.h"
+#include "support/Messages.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <set>
+#include <thread>
+
+using namespace kwxml::test;
+
+namespace {
+
+YMMessageBase leaf(int number, const std::string& text)
+{
+  YMMessageBase m = make("Types_Leaf");
+  setInt(m, "number", number);
+  setText(m, "text", text);
+  return m;
+}
+
+std::string xmlOf(YMMessageBase& m)
+{
+  std::string xml;
+  EXPECT_EQ(XMLEncoder().serialize(m, xml), 0);
+  return xml;
+}
+
+/// The only line that was logged.
+LogLine only(const LogCapture& log)
+{
+  EXPECT_EQ(log.lines().size(), 1u);
+  return log.lines().empty() ? LogLine{} : log.lines().front();
+}
+
+}  // namespace
+
+TEST(MessageLog, TheXmlStandsWhereThePlaceholderStood)
+{
+  YMMessageBase m = leaf(7, "100 %s %n %bxml_kw");
+  const std::string xml = xmlOf(m);
+  BinaryBuffer buffer;
+  ASSERT_EQ(XMLEncoder().SerializeBinary(m, buffer) != 0, true);
+  XmlBinaryLogger logger;  // not initialised: this thread writes
+  const struct
+  {
+    std::function<void()> call;
+    LogLine line;
+  } rows[] = {
+      {[&] { logger.Debug("f", "%bxml_kw", &m); }, {0, "f", "   " + xml + "   "}},
+      {[&] { logger.Debug("f", "a %d%% %bxml_kw b %s", &buffer, 5, "%d %bxml_kw"); },
+       {0, "f", "a 5%    " + xml + "    b %d %bxml_kw"}},
+      {[&] { logger.DebugLvl("f", 3, "%s %bxml_kw", &m, "%bxml_kw"); },
+       {3, "f", "%bxml_kw    " + xml + "   "}},
+      {[&] { logger.DebugLvl("f", 3, "100%%bxml_kw", &m); }, {3, "f", "100   " + xml + "   "}},
+      {[&] { logger.DebugLvl("f", 3, "%bxml_kw,%bxml_kw", &m); }, {3, "f", "   " + xml + "   ,%bxml_kw"}},
+      {[&] { logger.DebugLvl("f", 3, "no XML %d", &m, 1); }, {3, "f", "no XML 1"}},
+      {[&] { logger.DebugLvl("f", 3, 9, "[%bxml_kw]", static_cast<YMMessageBase*>(nullptr)); },
+       {3, "f", "[      ]"}},
+      {[&] { logger.DebugLvl("f", 3, 9, "[%bxml_kw]", static_cast<BinaryBuffer*>(nullptr)); },
+       {3, "f", "[      ]"}},
+  };
+  for (const auto& row : rows) {
+    LogCapture log(10);
+    row.call();
+    EXPECT_EQ(only(log), row.line);
+  }
+}
+
+TEST(MessageLog, BytesThatDoNotDecodeGiveAnEmptyXml)
+{
+  LogCapture log(10);
+  BinaryBuffer garbage;
+  garbage.deepCopyBuffer("garbage!garbage!", 16, false);
+  XmlBinaryLogger().Debug("f", "[%bxml_kw]", &garbage);
+  EXPECT_TRUE(log.has("f", "[      ]"));
+  EXPECT_GT(log.lines().size(), 1u) << "and why";
+}
+
+TEST(MessageLog, LongLinesAreCutBetweenCharacters)
+{
+  YMMessageBase m = leaf(1, "x");
+  XmlBinaryLogger logger;
+  for (int ascii = 4080; ascii < 4100; ++ascii) {
+    LogCapture log;
+    const std::string text = std::string(static_cast<std::size_t>(ascii), 'a') + "\xE2\x82\xAC\xC3\xA9 tail";
+    logger.Debug("f", "%s", &m, text.c_str());
+    const std::string line = only(log).text;
+    EXPECT_LE(line.size(), 4095u);
+    EXPECT_GE(line.size(), std::min<std::size_t>(text.size(), 4093));
+    EXPECT_TRUE(text.starts_with(line));
+    const auto last = static_cast<unsigned char>(line.back());
+    EXPECT_TRUE(last < 0x80 || line.ends_with("\xE2\x82\xAC") || line.ends_with("\xC3\xA9")) << ascii;
+  }
+  LogCapture log;
+  logger.Debug("f", "%s%bxml_kw", &m, std::string(4090, 'a').c_str());
+  EXPECT_EQ(only(log).text, std::string(4090, 'a')) << "no room for the placeholder, no XML";
+}
+
+TEST(MessageLog, ALineAboveTheLevelAllocatesNothing)
+{
+  LogCapture log(4);
+  YMMessageBase m = leaf(1, "x");
+  BinaryBuffer buffer;
+  XmlBinaryLogger logger;
+  logger.initialize();
+  logger.DebugLvl("f", 5, "%bxml_kw", &m);
+  const AllocationCounter counter;
+  logger.DebugLvl("f", 5, "%bxml_kw %s", &m, "x");
+  logger.DebugLvl("f", 5, 1, "%bxml_kw %s", &buffer, "x");
+  EXPECT_EQ(counter.count(), 0u);
+  EXPECT_EQ(log.lines().size(), 0u);
+}
+
+TEST(MessageLog, NoLineIsLostAndNoneComesTwice)
+{
+  constexpr int threads = 16;
+  constexpr int lines = 2000;
+  std::map<std::string, int> seen;
+  {
+    const LogCapture level(1);
+    kwxml::setLogSink([&seen](const kwxml::LogRecord& record) { ++seen[std::string(record.text)]; });
+    XmlBinaryLogger logger;
+    ASSERT_EQ(logger.initialize(), 0);
+    std::vector<std::thread> callers;
+    for (int t = 0; t < threads; ++t) {
+      callers.emplace_back([t, logger]() mutable {
+        for (int i = 0; i < lines; ++i) {
+          YMMessageBase m = leaf(i, "thread " + std::to_string(t));
+          logger.DebugLvl("f", 1, "%d.%d%bxml_kw", &m, t, i);
+          setInt(m, "number", -1);  // the line has been made
+        }
+      });
+    }
+    for (std::thread& caller : callers) {
+      caller.join();
+    }
+    XmlLoggerHelper::getXmlLoggerInstance()->drain();
+    kwxml::setLogSink({});
+  }
+  EXPECT_EQ(seen.size(), static_cast<std::size_t>(threads * lines));
+  for (int t = 0; t < threads; ++t) {
+    for (int i = 0; i < lines; i += 97) {
+      YMMessageBase m = leaf(i, "thread " + std::to_string(t));
+      const std::string line = std::to_string(t) + "." + std::to_string(i) + "   " + xmlOf(m) + "   ";
+      EXPECT_EQ(seen[line], 1) << line;
+    }
+  }
+  EXPECT_TRUE(std::all_of(seen.begin(), seen.end(), [](const auto& line) { return line.second == 1; }));
+}
+
+TEST(MessageLogDeathTest, LinesThatWaitAtTheEndOfTheProcessAreWritten)
+{
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(
+      {
+        const LogCapture level(1);
+        kwxml::setLogSink([](const kwxml::LogRecord& record) {
+          std::fprintf(stderr, "%s\n", std::string(record.text.substr(0, 8)).c_str());
+        });
+        XmlBinaryLogger logger;
+        logger.initialize();
+        YMMessageBase m = leaf(1, "x");
+        for (int i = 0; i < 30; ++i) {
+          logger.DebugLvl("f", 1, "line %3d%bxml_kw", &m, i);
+        }
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "line  29");
+}
+
+TEST(MessageLog, TheRecordOfNothing)
+{
+  EXPECT_EQ(XmlLoggerHelper::writeThroughTreadPool(nullptr), 1);
+  XmlLoggerHelper::deAllocateMessageContainer(nullptr);
+  const KwThreadPool* pool = XmlLoggerHelper::getXmlLoggerInstance();
+  EXPECT_EQ(pool, XmlLoggerHelper::xmlLoggerInstance.load());
+}
+
+TEST(LogXml, FourResults)
+{
+  LogCapture log;
+  YMMessageBase m = leaf(5, "t");
+  EXPECT_EQ(logXML("", nullptr), "");
+  EXPECT_EQ(logXML("ignored", &m), xmlOf(m));
+  EXPECT_EQ(logXML("<Types_Leaf text='t' number='5'/>", nullptr), xmlOf(m));
+  EXPECT_EQ(log.lines().size(), 0u);
+  EXPECT_EQ(logXML("<", nullptr), "Error unserializing given object.");
+  YMMessageBase deep = nodeChain(65);
+  EXPECT_EQ(logXML("given", &deep), "Error reserializing given object/string");
+  EXPECT_EQ(logXML("", &deep), "Error serializing YMMessageBase object and given empty input string");
+}
