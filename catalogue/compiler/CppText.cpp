@@ -179,7 +179,8 @@ bool isDeclaredByLibrary(const std::string& system, const std::string& name, boo
 {
   return (system == "Annotation" &&
           (name == "DateType" || name == "PasswordEncryptType" || findAnnotationKind(name) != nullptr)) ||
-         (system == "KwEntities" && name == "ProcessingInstructionInfo" && isEnum);
+         (system == "KwEntities" && name == "ProcessingInstructionInfo" && isEnum) ||
+         (system == "Common" && (name == "EventMessage" || name == "EventArgument") && isEnum);
 }
 
 std::string hexadecimal(unsigned long value, int digits)

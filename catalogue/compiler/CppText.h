@@ -22,7 +22,8 @@ bool isMessageMember(const std::string& name);
 bool isUsableNamespace(const std::string& name);
 
 /// True for a class of a system whose namespace the library's headers share, when they already declare
-/// something else by that name. They declare the processing-instruction class, so a message by its name fits.
+/// something else by that name. They declare the processing-instruction class and those of events, so
+/// messages by their names fit.
 bool isDeclaredByLibrary(const std::string& system, const std::string& name, bool isEnum);
 
 /// "0x" and at least `digits` upper-case hexadecimal digits.

@@ -12,14 +12,21 @@ namespace kwxml::catalogue {
 
 /// What this library's public headers declare, and the namespaces that are not a catalogue's.
 inline constexpr std::string_view libraryNames =
-    "CYxCRC64 CYxError CYxFile EncodingFlags EvDebug EvDebugSettings EvEvent FXString FieldDataType "
-    "FieldDef KWPassword KWPlatformInfo KwCriticalSectionH KwException KwThreadPool KwXMLContextInfo "
-    "ListenerCbData MessageSystemRow MySAX2Handler UCS4Ch UTF16Ch XMLByte XMLCh XMLChstring XMLDebug "
-    "XMLDecoder XMLEncXStr XMLEncoder XMLFileLoc XMLFilePos XMLInt16 XMLInt32 XMLInt64 "
+    "ArgumentInfo CYxCRC64 CYxError CYxFile ContextFormatOpts DefaultRenderContext "
+    "DefaultSummaryTraverse EncodingFlags EntityTypeHandler EvDebug EvDebugSettings EvEvent "
+    "EvMessageContainer FXString FieldDataType FieldDef FieldDefTraverseInfo HTMLGuiSummaryRenderContext "
+    "HTMLRenderContext KWPassword KWPlatformInfo KwCriticalSectionH KwException KwThreadPool "
+    "KwXMLContextInfo KwXMLFormatOptions KwXMLRenderContext KwXMLSummary ListenerCbData MessageSystemRow "
+    "MsgFieldContext MySAX2Handler SummaryTraverse UCS4Ch UTF16Ch XMLByte XMLCh XMLChstring XMLDebug "
+    "XMLDecoder XMLEncXStr XMLEncoder XMLFileLoc XMLFilePos XMLInt16 XMLInt32 XMLInt64 XMLMetaData "
     "XMLSerializationSupport XMLSerializer XMLUInt16 XMLUInt32 XMLUInt64 XPathDataRow XPathIDHelper "
-    "XPathIDToXPath XmlInvalidCharHandler YMMessageBase YMMessageBuffer base64Decode base64DecodeXmlCh "
-    "base64Encode bstring cdata kwxml main parseStringForCDATAEndAndReplace processKWTime processXDate "
-    "pstring skipValidation std writeXDate xercesc ";
+    "XPathIDToXPath XPathMetaData XmlBinaryLogger XmlInvalidCharHandler XmlLoggerHelper XmlTraverse "
+    "XmlTraverseHandler XmlUtils YMMessageBase YMMessageBuffer base64Decode base64DecodeXmlCh "
+    "base64Encode bstring cdata createXMLObjectWithDummyValues eventArgumentPositionSortPredicate "
+    "getEvMessageContainerArgumentsFromXML getEvMessageContainerFromXML getStringFromFld kwxml logXML "
+    "main messageContainer parseStringForCDATAEndAndReplace processKWTime processXDate pstring "
+    "pushEventArgumentXML recurseAndFillDummyValues setEvMessageArgumentsToXML "
+    "setEvMessageContainerToXML skipValidation spaceDelimiter std writeXDate xercesc ";
 
 /// Functions, variables and types of the C library; the variants for types of a fixed width are left out.
 inline constexpr std::string_view cLibraryNames =

@@ -90,6 +90,7 @@ struct KwThreadPool::Impl
 
   bool usable() const { return process.load(std::memory_order_acquire) == getpid(); }
   size_t freeThreads() const { return living - running.size(); }
+
   void addThread();
   static void* threadMain(void* pool);
   void serve();
