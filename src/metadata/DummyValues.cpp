@@ -3,6 +3,7 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/platform/KwException.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
 #include <memory>
@@ -114,7 +115,11 @@ int Filler::fill(YMMessageBase* message, int depth)
 
 int recurseAndFillDummyValues(YMMessageBase* message)
 {
-  return Filler().fill(message, 1);
+  try {
+    return Filler().fill(message, 1);
+  } catch (const KwException&) {  // logged: a nested message was there already, and of another class
+    return 1;
+  }
 }
 
 int createXMLObjectWithDummyValues(YMMessageBase*& message)

@@ -227,12 +227,17 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
   }
   // The tables may be another system's, so a path that leads nowhere is an error like an index beyond the
   // fields.
-  const int index = level < path.depth && level < kwxml::maxMessageNesting ? path.fieldIndices[level] : -1;
+  const int index = level < path.depth && path.fieldIndices != nullptr ? path.fieldIndices[level] : -1;
   if (index < 0 || index >= cls->numberOfFields) {
     log().logError(setHelperFunction, "Error while reconstruction of object from XPathID");
     return 1;
   }
   const FieldDef& def = cls->fields[index];
+  const bool leadsOn = def.type == FIELD_OBJECT || def.type == FIELD_LIST_OBJECT;
+  if (leadsOn && (level + 1 >= path.depth || level + 2 > kwxml::maxMessageNesting)) {
+    log().logError(setHelperFunction, "Error while reconstruction of object from XPathID");
+    return 1;
+  }
   if (def.type == FIELD_OBJECT) {
     auto*& held = MessageAccess::pointer<YMMessageBase>(*message, def.slot);
     if (held == nullptr) {
@@ -325,6 +330,9 @@ bool XMLMetaData::replaceValuefromString(MsgFieldContext& field, const std::stri
     return value.has_value();
   };
   const FieldDataType type = field.getField().type;
+  if (field.getRecord() == nullptr || field.getRecord()->type != type) {
+    return false;
+  }
   const FieldDataType element = isList(type) ? kwxml::fieldTypeInfo(type).element : type;
   return kwxml::visitFieldType(element, [&]<class Tag>(Tag) {
     using Native = kwxml::NativeValue<Tag::type>;
@@ -408,7 +416,8 @@ bool XMLMetaData::doesXPathIDExist(short systemIndex, int id) const
                 static_cast<int>(systemIndex));
     return false;
   }
-  return getXPathFieldsInfoIndex(data->idToFieldsInfo, data->count - 1, id) >= 0;
+  const int index = getXPathFieldsInfoIndex(data->idToFieldsInfo, data->count - 1, id);
+  return index >= 0 && index < data->count;
 }
 
 int XMLMetaData::getAppType(char type)

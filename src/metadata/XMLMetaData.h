@@ -32,14 +32,16 @@ class XMLMetaData
 public:
   /// Appends the records of the values in the nested messages of `message`, in the order of the fields: those
   /// of all set nested messages, or only of those whose field has the XPath mark. Values without an ID are
-  /// left out, and so is all that lies in lists of messages (a line at level 25 each). 0; 1, with `out`
-  /// unchanged, for null, without a class, or for a system without XPath tables.
+  /// left out, and so is all that lies in lists of messages (a line at level 25 each) or below the deepest
+  /// nesting that encodings accept (logged). 0; 1, with `out` unchanged, for null, without a class, or for a
+  /// system without XPath tables.
   int getXpathMetaData(YMMessageBase* message, std::vector<XPathMetaData>& out, bool all);
 
   /// Stores values into a message of a class of the system, by ID; the other members of a record do not
   /// count. Nested messages on the way are made when they are missing; a record that leads through a list of
   /// messages adds an element to it. A record with an unknown ID is logged and passed over. 0; 1 at the first
-  /// record that cannot be stored, with those before it stored, and in the cases above.
+  /// record that cannot be stored, with those before it stored (and what it made on its way), and in the
+  /// cases above.
   int setXpathMetaData(YMMessageBase*& message, std::vector<XPathMetaData> records, short systemIndex);
 
   /// The ID of an XPath in the tables that this object keeps; false, with `id` unchanged, when there is none.

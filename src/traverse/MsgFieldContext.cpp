@@ -112,7 +112,9 @@ void MsgFieldContext::replaceValue(int value)
 void MsgFieldContext::replaceValue(unsigned int value)
 {
   if (!append(value, FIELD_LIST_UINT, FIELD_LIST_ENUM)) {
-    replaceInteger(value);
+    // A single enumerator is kept as a signed number, so that one below zero is itself again.
+    replaceInteger(field_.type == FIELD_ENUM ? static_cast<long long>(static_cast<int>(value))
+                                             : static_cast<long long>(value));
   }
 }
 

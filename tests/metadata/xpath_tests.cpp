@@ -191,15 +191,6 @@ TEST(XPathRoundTrip, EveryTypeWithATextComesBack)
     YMMessageBase back = make("Inventory_Sheet");
     const auto records = get(m);
     ASSERT_EQ(set(back, records), 0);
-    YMMessageBase& copied = child(back, "cells");
-    for (const FieldDef& def : *cells.getClass()) {
-      // Negative enumerators come back as the unsigned number of their 32 bits; their text is the same.
-      if (def.type != FIELD_ENUM) {
-        EXPECT_EQ(isSet(cells, def.getName()), isSet(copied, def.getName())) << def.getName();
-      } else {
-        kwxml::MessageAccess::raw(copied, def.slot) = static_cast<int>(getInt(copied, def.getName()));
-      }
-    }
     EXPECT_TRUE(back == m);
     EXPECT_EQ(lines(get(back)), lines(records));
     EXPECT_EQ(log.lines(), std::vector<LogLine>());

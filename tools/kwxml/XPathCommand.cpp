@@ -121,7 +121,7 @@ XPathMetaData parseLine(std::string_view line, const std::string& where)
   XPathMetaData record;
   const std::string_view id = columns[0];
   const auto number = std::from_chars(id.data(), id.data() + id.size(), record.id);
-  if (number.ec != std::errc() || number.ptr != id.data() + id.size()) {
+  if (number.ec != std::errc() || number.ptr != id.data() + id.size() || record.id < 0) {
     throw Failure(exitData, where + "'" + oneLine(id, 64) + "' is no XPath ID");
   }
   auto value = unescaped(columns[2]);
@@ -185,7 +185,8 @@ void addXPathCommand(CLI::App& app, Session& session)
       "(list: an element of a list; single: the value exists once; or -). In values \\t stands for a tab, "
       "\\n "
       "for a\n"
-      "line end, \\r for a carriage return and \\\\ for a backslash. Bytes are base64, truth values 1 and 0, "
+      "line end, \\r for a carriage return and \\\\ for a backslash. Bytes and passwords are base64 (so a "
+      "password can be read), truth values 1 and 0, "
       "and\n"
       "enumerations numbers. Values of the outermost message and in lists of messages have no line.\n\n"
       "Example:\n  kwxml xpath get stock.xml | cut -f 2,3",
