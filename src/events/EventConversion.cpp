@@ -181,6 +181,7 @@ bool pushEventArgumentXML(Common::EventMessage& message, std::string value)
 }
 
 template <class T>
+requires std::is_arithmetic_v<T>
 bool pushEventArgumentXML(Common::EventMessage& message, T value)
 {
   constexpr const char* function = "pushEventArgumentXML";
@@ -269,8 +270,9 @@ bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& i
   }
   in.swap(sorted);
   for (const Common::EventArgument& argument : in) {
-    const auto type = static_cast<int>(number(argument, "type"));
-    if (!addTo(out, argument, type)) {
+    const long long held = number(argument, "type");
+    const auto type = static_cast<int>(held);
+    if (held != type || !addTo(out, argument, type)) {
       log().logError("getEvMessageContainerArgumentsFromXML", "Unknown argument type not supported [%d].",
                      type);
       clear(out);

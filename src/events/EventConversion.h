@@ -18,6 +18,7 @@
 #pragma once
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 class ArgumentInfo;
@@ -49,6 +50,7 @@ bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
 /// for this platform have other names ("i", "l", "x"), with which the number is refused: false, and an error
 /// line. For int, long and long long.
 template <class T>
+requires std::is_arithmetic_v<T>
 bool pushEventArgumentXML(Common::EventMessage& message, T value);
 
 bool eventArgumentPositionSortPredicate(Common::EventArgument& a, Common::EventArgument& b);

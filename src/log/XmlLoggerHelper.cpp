@@ -160,7 +160,7 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
   if (pool != nullptr) {
     return pool;
   }
-  poolSection.enter();
+  const std::lock_guard lock(poolSection);
   pool = xmlLoggerInstance.load(std::memory_order_relaxed);
   if (pool == nullptr) {
     auto made = std::make_unique<KwThreadPool>();
@@ -172,7 +172,6 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
     std::atexit(drainAtExit);
     xmlLoggerInstance.store(pool, std::memory_order_release);
   }
-  poolSection.leave();
   return pool;
 }
 

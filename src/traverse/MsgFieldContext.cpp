@@ -5,7 +5,9 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/model/MessageInternal.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 using kwxml::MessageAccess;
 
@@ -82,7 +84,8 @@ bool MsgFieldContext::append(const T& value, Types... types)
     return false;
   }
   modified_ = true;
-  if (((field_.type == types) || ...)) {
+  const FieldDataType taken[] = {types...};
+  if (std::find(std::begin(taken), std::end(taken), field_.type) != std::end(taken)) {
     auto*& list = MessageAccess::collection<std::vector<T>>(
         *message_, "MsgFieldContext::replaceValue",
         {field_.fieldNumber, field_.slot, message_->getTagID(), field_.hash}, true);

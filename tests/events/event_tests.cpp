@@ -141,7 +141,7 @@ TEST(Events, PushedArgumentsCountFromOne)
   Common::EventMessage message;
   add(message, 0, 3, "a");
   add(message, 1, 3, "b");
-  EXPECT_TRUE(pushEventArgumentXML(message, std::string("x")));
+  EXPECT_TRUE(pushEventArgumentXML(message, "x"));
   EXPECT_EQ(described(message), "0 0:STRING:a 1:STRING:b 3:STRING:x");
   log.clear();
   // Names of types at run time are not the words that the function knows.
