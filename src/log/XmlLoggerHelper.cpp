@@ -10,6 +10,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -99,17 +100,31 @@ void formatLine(messageContainer& record, const char* format, va_list args)
     }
     return;
   }
+  // Where the placeholder stands in the formatted text is where two formattings with different marks differ.
+  // (Its front part cannot be formatted alone: arguments may be used by their numbers.)
+  std::string format2 = parts.all;
+  std::string format1 = parts.all;
+  format1.insert(parts.prefix, 1, '\x01');
+  format2.insert(parts.prefix, 1, '\x02');
   va_list again;
   va_copy(again, args);
-  const std::string before = formatted(parts.all.substr(0, parts.prefix).c_str(), again, limit);
+  const std::string other = formatted(format1.c_str(), again, limit);
   va_end(again);
-  const bool fits = before.size() + placeholder.size() <= limit;
-  record.text = formatted(parts.all.c_str(), args, fits ? limit - placeholder.size() : limit);
-  if (record.text.size() == (fits ? limit - placeholder.size() : limit)) {
+  record.text = formatted(format2.c_str(), args, limit);
+  const auto [mark, otherMark] =
+      std::mismatch(record.text.begin(), record.text.end(), other.begin(), other.end());
+  const auto at = static_cast<std::size_t>(mark - record.text.begin());
+  if (mark != record.text.end()) {
+    record.text.erase(mark);
+  }
+  const bool fits = at + placeholder.size() <= limit;
+  const std::size_t longest = fits ? limit - placeholder.size() : limit;
+  if (record.text.size() >= longest) {
+    record.text.resize(longest);
     cutBetweenCharacters(record.text);
   }
   if (fits) {
-    record.xmlAt = std::min(before.size(), record.text.size());
+    record.xmlAt = std::min(at, record.text.size());
   }
 }
 

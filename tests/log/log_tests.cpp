@@ -65,6 +65,8 @@ TEST(MessageLog, TheXmlStandsWhereThePlaceholderStood)
        {3, "f", "%bxml_kw    " + xml + "   "}},
       {[&] { logger.DebugLvl("f", 3, "100%%bxml_kw", &m); }, {3, "f", "100   " + xml + "   "}},
       {[&] { logger.DebugLvl("f", 3, "%bxml_kw,%bxml_kw", &m); }, {3, "f", "   " + xml + "   ,%bxml_kw"}},
+      {[&] { logger.DebugLvl("f", 3, "%2$s %bxml_kw %1$.1f", &m, 1.5, "12"); },
+       {3, "f", "12    " + xml + "    1.5"}},
       {[&] { logger.DebugLvl("f", 3, "no XML %d", &m, 1); }, {3, "f", "no XML 1"}},
       {[&] { logger.DebugLvl("f", 3, 9, "[%bxml_kw]", static_cast<YMMessageBase*>(nullptr)); },
        {3, "f", "[      ]"}},
