@@ -8,13 +8,13 @@
 //   7  long                   LONG                 %ld      long, kind 7
 //   8  unsigned long          ULONG                %lu      unsigned long, kind 8
 //   9  long long              LONGLONG             %lld     long long, kind 9
-//   10 unsigned long long     LONGLONG             %llu     long long, kind 9 (an argument of type ULONGLONG:
-//   kind 10) 11 string                 STRING               itself   string, kind 11
+//   10 unsigned long long     LONGLONG             %llu     long long, kind 9
+//   11 string                 STRING               itself   string, kind 11
 //
-// That kind 10 comes back as kind 9 is part of the form. The two classes come with the wrappers of the
-// catalogue
-// (<catalogue/Common.h>); their fields are found by name. Where a catalogue lacks them, what cannot be made
-// is left out with a log line. Nothing here throws but for want of memory.
+// That kind 10 comes back as kind 9 is part of the form; only an argument that arrives with the type
+// ULONGLONG becomes kind 10. The two classes come with the wrappers of the catalogue (<catalogue/Common.h>);
+// their fields are found by name. Where a catalogue lacks them, what cannot be made is left out with a log
+// line. Nothing here throws but for want of memory.
 #pragma once
 
 #include <string>

@@ -218,31 +218,42 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   hand(pool, std::move(record));
 }
 
+namespace {
+
+/// The XML of the record's message; empty without one, and where it cannot be made (logged).
+std::string xmlOf(messageContainer& record)
+{
+  std::string xml;
+  if (record.buffer == nullptr || record.buffer->length() == 0) {
+    return xml;
+  }
+  try {
+    XMLSerializer::initialize();
+    record.message.reset(XMLDecoder().UnserializeBinary(*record.buffer));
+    if (record.message != nullptr && XMLEncoder().serialize(*record.message, xml) != 0) {
+      xml.clear();
+    }
+  } catch (const std::exception& error) {  // no memory: the line is written all the same
+    XMLDebug::getInstance()->logError("XmlLoggerHelper::writeThroughTreadPool", "[%s]", error.what());
+    xml.clear();
+  }
+  return xml;
+}
+
+}  // namespace
+
 int XmlLoggerHelper::writeThroughTreadPool(void* work)
 {
-  auto* record = static_cast<messageContainer*>(work);
+  const std::unique_ptr<messageContainer, void (*)(messageContainer*)> record(
+      static_cast<messageContainer*>(work), deAllocateMessageContainer);
   if (record == nullptr) {
     return 1;
   }
-  const char* function = record->function.c_str();
-  try {
-    std::string line = std::move(record->text);
-    if (record->xmlAt != messageContainer::noXml) {
-      std::string xml;
-      if (record->buffer != nullptr && record->buffer->length() > 0) {
-        XMLSerializer::initialize();
-        record->message.reset(XMLDecoder().UnserializeBinary(*record->buffer));
-        if (record->message != nullptr && XMLEncoder().serialize(*record->message, xml) != 0) {
-          xml.clear();
-        }
-      }
-      line.insert(record->xmlAt, frame + xml + frame);
-    }
-    event.DebugLvl(function, record->level, record->reference, "%s", line.c_str());
-  } catch (const std::exception& error) {  // no memory: the rest of the process goes on
-    XMLDebug::getInstance()->logError("XmlLoggerHelper::writeThroughTreadPool", "[%s]", error.what());
+  std::string line = std::move(record->text);
+  if (record->xmlAt != messageContainer::noXml) {
+    line.insert(record->xmlAt, frame + xmlOf(*record) + frame);
   }
-  deAllocateMessageContainer(record);
+  event.DebugLvl(record->function.c_str(), record->level, record->reference, "%s", line.c_str());
   return 0;
 }
 
