@@ -10,14 +10,13 @@ get_target_property(sources KwXMLCatalogue SOURCES)
 list(FILTER sources INCLUDE REGEX "/catalogue/[^/]*\\.h$")
 install(FILES ${sources} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
 
-# Headers of the library's own use are named ...Internal.h, say so in their first comment, or stand here.
-set(own_headers annotation/PasswordFields.h xml/XmlSink.h)
+# Headers of the library's own use are named ...Internal.h or say so in their first comment.
 file(GLOB_RECURSE headers RELATIVE "${CMAKE_SOURCE_DIR}/src" CONFIGURE_DEPENDS
      "${CMAKE_SOURCE_DIR}/src/*.h" "${CMAKE_SOURCE_DIR}/src/*.def")
 foreach(header IN LISTS headers)
   file(READ "${CMAKE_SOURCE_DIR}/src/${header}" text)
   string(REGEX MATCH "^(//[^\n]*\n)*" comment "${text}")
-  if(NOT header IN_LIST own_headers AND NOT header MATCHES "Internal\\.h$" AND NOT comment MATCHES "Not installed\\.")
+  if(NOT header MATCHES "Internal\\.h$" AND NOT comment MATCHES "Not installed\\.")
     get_filename_component(folder "${header}" DIRECTORY)
     if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
       install(FILES "${CMAKE_SOURCE_DIR}/src/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")

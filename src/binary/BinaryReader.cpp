@@ -43,6 +43,8 @@ public:
   bool failed() const { return failed_; }
 
   const char* at() const { return at_; }
+  /// Where a position lies, which is not behind the end.
+  const char* from(std::uint64_t position) const { return begin_ + position; }
   /// Goes on by bytes that are there.
   void skip(std::size_t n) { at_ += n; }
   /// Goes on by `n` bytes, or fails.
@@ -58,6 +60,16 @@ public:
     } else {
       fail();
     }
+    return littleEndian(value);
+  }
+
+  /// The same where it is there.
+  template <class T>
+  T fixedInside()
+  {
+    T value = 0;
+    std::memcpy(&value, at_, sizeof value);
+    at_ += sizeof value;
     return littleEndian(value);
   }
 
@@ -175,18 +187,22 @@ private:
   std::uint32_t pendingCount_ = 0;  ///< what the last collection marker of this body announced
 };
 
-/// The field with that hash: from the hint to the last, then from the first. The hint goes behind it.
-const FieldDef* search(const FieldDef* fields, int count, std::uint32_t hash, int& hint)
+/// Keys below carry the hash 0, which is no field's.
+constexpr std::uint32_t leastKey = 1 << 3;
+
+/// The position of the field with that hash, `count` without one: from the hint to the last, then from the
+/// first. The hint goes behind it.
+std::size_t search(const FieldDef* fields, std::size_t count, std::uint32_t hash, std::size_t& hint)
 {
-  for (const auto& [begin, end] : {std::pair(hint, count), std::pair(0, hint)}) {
-    for (int i = begin; i < end; ++i) {
+  for (const auto& [begin, end] : {std::pair(hint, count), std::pair(std::size_t{0}, hint)}) {
+    for (std::size_t i = begin; i < end && hash != 0; ++i) {
       if (fields[i].hash == hash) {
         hint = i + 1;
-        return fields + i;
+        return i;
       }
     }
   }
-  return nullptr;
+  return count;
 }
 
 bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
@@ -203,42 +219,44 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   const std::uint64_t outerEnd = std::exchange(bodyEnd_, std::min(end, bodyEnd_));
   const std::uint32_t outerCount = std::exchange(pendingCount_, 0);
   const FieldDef* const fields = cls->fields;
-  const int count = cls->numberOfFields;
+  const FieldPlan* const plans = MessageAccess::planOf(message).fields.data();
+  const auto count = static_cast<std::size_t>(cls->numberOfFields);
   const Slots slots = MessageAccess::slots(message);
-  const bool trace = call_.trace;
-  int hint = 0;
+  unsigned char* const bits = MessageAccess::bits(message);
+  const std::uint64_t leastQuickKey = call_.trace ? ~std::uint64_t{0} : leastKey;
+  std::size_t hint = 0;
   bool good = true;
   Cursor in = in_;  // in registers, but while others read
-  while (good && in.position() + wire::keySize <= bodyEnd_) {
+  const char* const lastKey = bodyEnd_ >= wire::keySize ? in.from(bodyEnd_ - wire::keySize) : nullptr;
+  while (good && in.at() <= lastKey) {
     const std::uint64_t keyPosition = in.position();
-    const auto key = in.fixed<std::uint32_t>();
-    const std::uint32_t hash = key >> 3;
-    const FieldDef* def = nullptr;
-    if (hint < count && fields[hint].hash == hash && hash != 0) [[likely]] {
-      def = fields + hint++;
-    } else if (key != wire::collectionMarker && hash != 0) {
-      def = search(fields, count, hash, hint);
-    }
-    if (def == nullptr) {
-      if (in.position() < bodyEnd_) {
-        in_ = in;
-        good = skipUnknown(key);
-        in = in_;
+    const auto key = in.fixedInside<std::uint32_t>();
+    std::size_t position = hint;
+    if (plans[hint].key == key && key >= leastQuickKey) [[likely]] {
+      ++hint;
+    } else {
+      position = key != wire::collectionMarker ? search(fields, count, key >> 3, hint) : count;
+      if (position == count) {
+        if (in.position() < bodyEnd_) {
+          in_ = in;
+          good = skipUnknown(key);
+          in = in_;
+        }
+        continue;
       }
-      continue;
+      if (call_.trace) {
+        log().debug(function, 15, "Identified  [%s] : [%s] at buffer position : [%d]", cls->name,
+                    fields[position].getName(), static_cast<int>(keyPosition));
+      }
     }
-    if (trace) [[unlikely]] {
-      log().debug(function, 15, "Identified  [%s] : [%s] at buffer position : [%d]", cls->name,
-                  def->getName(), static_cast<int>(keyPosition));
-    }
-    const wire::Kind kind = wire::typePlans[def->type].kind;
+    const wire::Kind kind = plans[position].kind;
     if (kind == wire::Kind::Other) {
       in_ = in;
-      good = readOther(message, *def);
+      good = readOther(message, fields[position]);
       in = in_;
       continue;
     }
-    long long& slot = slots[def->slot];
+    long long& slot = slots[plans[position]];
     if (kind == wire::Kind::Zigzag) {
       slot = unzigzag(in.varint());
     } else if (kind == wire::Kind::Varint) {
@@ -251,13 +269,13 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
       const std::size_t size = in.varint();
       if (in.failed() || size > in.left()) [[unlikely]] {
         in_ = in;
-        good = in.failed() ? false : overruns(*def, size, KWXML_OVERRUN("string"));
+        good = in.failed() ? false : overruns(fields[position], size, KWXML_OVERRUN("string"));
         continue;
       }
       std::launder(reinterpret_cast<std::string*>(&slot))->assign(in.at(), size);
       in.skip(size);
     }
-    MessageAccess::mark(message, *def);
+    bits[position / 8] = static_cast<unsigned char>(bits[position / 8] | 1U << position % 8);
   }
   in_ = in;
   bodyEnd_ = outerEnd;

@@ -11,6 +11,7 @@
 #include <cassert>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <limits>
 #include <memory>
 
@@ -36,6 +37,9 @@ kwxml::EncodeCall encodeCall(int version, const BinarySerializerParameters* para
   return {version, {*flags, given ? parameters->context : nullptr}, log().getDebugLevel() >= traceLevel};
 }
 
+/// A body of up to about so many bytes is written by one walk, on the stack.
+constexpr std::size_t smallBody = std::size_t{16} << 10;
+
 /// The largest body: sizes travel in 32 bits.
 constexpr std::uint64_t maxBody = std::numeric_limits<std::uint32_t>::max() - wire::headerSize;
 
@@ -60,7 +64,16 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   kwxml::EncodeCall call = encodeCall(version, parameters);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;
-  const std::uint64_t size = kwxml::measureBody(message, call);
+  // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
+  // written aside first.
+  char small[smallBody];
+  const bool wasSmall = message.GetCachedSize() <= smallBody;  // when it was last written; 0 when it was not
+  const char* const smallEnd = measuredAsWritten && wasSmall && !call.trace
+                                   ? kwxml::writeBodyWithin(message, small, std::end(small), call)
+                                   : nullptr;
+  const std::uint64_t size = smallEnd != nullptr ? static_cast<std::uint64_t>(smallEnd - small)
+                             : call.tooDeep      ? 0
+                                                 : kwxml::measureBody(message, call);
   const std::uint64_t required = size + wire::headerSize;
   if (call.tooDeep) {
     return 0;  // logged
@@ -95,7 +108,9 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   BinaryStream out(buffer.data(), buffer.capacity());
   out.WriteInt32(call.version);
   out.WriteUInt32(static_cast<std::uint32_t>(message.getTagID()));
-  if (measuredAsWritten) {
+  if (smallEnd != nullptr) {
+    std::memcpy(buffer.data() + wire::headerSize, small, size);
+  } else if (measuredAsWritten) {
     [[maybe_unused]] const char* end =
         kwxml::writeBody(message, buffer.data() + wire::headerSize, buffer.data(), call);
     assert(end == buffer.data() + required);

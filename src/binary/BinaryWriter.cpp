@@ -8,6 +8,7 @@
 #include <kwxml/xml/Base64.h>
 
 #include <bit>
+#include <limits>
 
 namespace kwxml {
 
@@ -18,8 +19,6 @@ using wire::NumberForm;
 constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
 
 using wire::Kind;
-using wire::TypePlan;
-using wire::typePlans;
 
 const std::string& stringAt(const long long* slot)
 {
@@ -247,6 +246,66 @@ struct DirectOut
   void base64(const std::string& bytes) { at = base64EncodeTo(at, bytes.data(), bytes.size()); }
 };
 
+/// Writes while there is room for the longest that a value could take. Where there is not, it has failed for
+/// good and writes nothing more: what is behind its end is never touched.
+struct BoundedOut
+{
+  static constexpr bool direct = true;
+  char* at;  ///< null when failed
+  char* end;
+
+  bool failed() const { return at == nullptr; }
+  /// Whether `n` bytes fit; it fails when they do not.
+  bool room(std::uint64_t n)
+  {
+    if (n <= static_cast<std::uint64_t>(end - at)) [[likely]] {
+      return true;
+    }
+    *this = failure();
+    return false;
+  }
+  static BoundedOut failure() { return {nullptr, nullptr}; }
+  void varint(std::uint32_t value)
+  {
+    if (room(5)) {
+      at = putVarint(at, value);
+    }
+  }
+  template <class T>
+  void fixed(T value)
+  {
+    if (room(sizeof value)) {
+      value = littleEndian(value);
+      std::memcpy(at, &value, sizeof value);
+      at += sizeof value;
+    }
+  }
+  void raw(const char* bytes, std::size_t n)
+  {
+    if (n != 0 && room(n)) {
+      std::memcpy(at, bytes, n);
+      at += n;
+    }
+  }
+  void base64(const std::string& bytes)
+  {
+    if (room(base64EncodedLength(bytes.size()))) {
+      at = base64EncodeTo(at, bytes.data(), bytes.size());
+    }
+  }
+};
+template <class Out>
+inline constexpr bool isBounded = std::is_same_v<Out, BoundedOut>;
+
+template <class Out>
+bool hasFailed(const Out& out)
+{
+  if constexpr (isBounded<Out>) {
+    return out.failed();
+  }
+  return false;
+}
+
 /// Writes into a stream that may end too early.
 struct StreamOut
 {
@@ -268,6 +327,7 @@ struct StreamOut
 
 template <class Out>
 Out writeFields(YMMessageBase& message, Out out, EncodeCall& call);
+BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call);
 
 template <class Out>
 Out writeText(Out out, const char* bytes, std::size_t length)
@@ -288,11 +348,48 @@ Out writeBytes(Out out, const std::string& bytes, const EncodeCall& call)
   return out;
 }
 
+/// What `write` writes, behind its size in bytes. The size is known afterwards: room is left for the bytes of
+/// `guess`, and what was written moves where the size needs more or fewer. Not for streams.
+template <class Out, class Write>
+Out writeBehindSize(Out out, std::uint32_t guess, Write write)
+{
+  const std::size_t guessed = varintSize(guess);
+  if constexpr (isBounded<Out>) {
+    if (!out.room(guessed)) {
+      return out;
+    }
+  }
+  char* const sizeAt = out.at;
+  out.at += guessed;
+  out = write(out);
+  if (hasFailed(out)) {
+    return out;
+  }
+  const auto size = static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(guessed);
+  if (const std::size_t needed = varintSize(size); needed != guessed) {
+    if constexpr (isBounded<Out>) {
+      if (needed > guessed && !out.room(needed - guessed)) {
+        return out;
+      }
+    }
+    std::memmove(sizeAt + needed, sizeAt + guessed, size);
+    out.at = sizeAt + needed + size;
+  }
+  putVarint(sizeAt, size);
+  return out;
+}
+
 template <class Out>
 Out writeNested(Out out, YMMessageBase& message, EncodeCall& call)
 {
-  out.varint(message.GetCachedSize());
-  return writeFields(message, out, call);
+  if constexpr (isBounded<Out>) {
+    // Its size when it was written or read last is a good guess.
+    return writeBehindSize(out, message.GetCachedSize(),
+                           [&](Out to) { return writeFields(message, to, call); });
+  } else {
+    out.varint(message.GetCachedSize());
+    return writeFields(message, out, call);
+  }
 }
 
 template <NumberForm Form, class Out, class Number>
@@ -322,19 +419,24 @@ Out writeElements(Out out, const std::vector<Number>& list)
       return out;
     }
   } else {
-    // The size comes first. Where every possible size takes as many bytes as the least, it is put in
-    // afterwards.
+    const std::uint64_t longest = count * 5;
+    if constexpr (isBounded<Out>) {
+      if (!out.room(5 + longest)) {
+        return out;
+      }
+      out.at = writeElements(DirectOut{out.at}, list).at;
+      return out;
+    }
+    // Where every possible size takes as many bytes as the least, no walk need find it first.
     const std::size_t sizeBytes = varintSize(static_cast<std::uint32_t>(count));
     if constexpr (Out::direct) {
-      if (count < 1U << 28 && sizeBytes == varintSize(static_cast<std::uint32_t>(count * 5))) {
-        char* const sizeAt = out.at;
-        out.at += sizeBytes;
-        for (const Number value : list) {
-          out = writeNumber<form>(out, value);
-        }
-        putVarint(sizeAt,
-                  static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(sizeBytes));
-        return out;
+      if (count < 1U << 28 && sizeBytes == varintSize(static_cast<std::uint32_t>(longest))) {
+        return writeBehindSize(out, static_cast<std::uint32_t>(count), [&](Out to) {
+          for (const Number value : list) {
+            to = writeNumber<form>(to, value);
+          }
+          return to;
+        });
       }
     }
     out.varint(static_cast<std::uint32_t>(elementsSize(list)));
@@ -379,6 +481,9 @@ Out writeEntries(Out out, Map* map, EncodeCall& call)
     for (auto& [key, value] : *map) {
       out = writeMapPart(out, mutableKey(key), call);
       out = writeMapPart(out, value, call);
+      if (hasFailed(out)) {
+        break;
+      }
     }
   }
   return out;
@@ -388,20 +493,9 @@ template <class Tag, class Out, class Map>
 Out writeMap(Out out, Map* map, EncodeCall& call)
 {
   if constexpr (Out::direct) {
-    // The size comes first: room for its least number of bytes, and a step further for what follows if it
-    // needs more.
     const std::uint64_t least = 2 + (map != nullptr ? map->size() * 2 : 0);
-    const std::size_t sizeBytes = varintSize(low32(static_cast<long long>(least)));
-    char* const sizeAt = out.at;
-    out.at += sizeBytes;
-    out = writeEntries<Tag>(out, map, call);
-    const auto size = static_cast<std::uint32_t>(out.at - sizeAt) - static_cast<std::uint32_t>(sizeBytes);
-    if (const std::size_t needed = varintSize(size); needed != sizeBytes) {
-      std::memmove(sizeAt + needed, sizeAt + sizeBytes, size);
-      out.at += needed - sizeBytes;
-    }
-    putVarint(sizeAt, size);
-    return out;
+    return writeBehindSize(out, low32(static_cast<long long>(least)),
+                           [&](Out to) { return writeEntries<Tag>(to, map, call); });
   } else {
     std::uint64_t size = 2;
     if (map != nullptr) {
@@ -417,6 +511,9 @@ Out writeMap(Out out, Map* map, EncodeCall& call)
 template <class Out>
 Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall& call)
 {
+  if constexpr (isBounded<Out>) {  // encrypted once, and by whoever is sure to write it
+    return BoundedOut::failure();
+  }
   PasswordText password{PasswordText::NoAnnotation, {}};
   if (call.keepPasswords && def.annotations != nullptr) {
     auto& kept = call.passwordTexts[call.nextPassword++];
@@ -484,6 +581,9 @@ template <class Tag, class Out>
     } else {
       for (std::size_t i = 0; i < count; ++i) {
         out.fixed(key);
+        if (hasFailed(out)) {
+          break;
+        }
         auto& item = (*list)[i];
         if constexpr (Tag::type == FIELD_LIST_OBJECT) {
           out = writeNested(out, item, call);
@@ -507,6 +607,22 @@ template <class Tag, class Out>
   }
 }
 
+/// A value of the other kinds but texts.
+template <class Out>
+[[gnu::always_inline]] inline Out writeScalar(Out out, Kind kind, long long value)
+{
+  if (kind == Kind::Zigzag) {
+    out.varint(zigzag(static_cast<std::int32_t>(low32(value))));
+  } else if (kind == Kind::Fixed8) {
+    out.fixed(static_cast<std::uint64_t>(value));
+  } else if (kind == Kind::Varint) {
+    out.varint(low32(value));
+  } else {
+    out.fixed(low32(value));
+  }
+  return out;
+}
+
 template <class Out>
 [[gnu::noinline]] Out writeOther(YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
@@ -525,32 +641,85 @@ Out writeFields(YMMessageBase& message, Out out, EncodeCall& call)
   if (enter(call) && message.getClass() != nullptr) {
     const Slots slots = MessageAccess::slots(message);
     const bool trace = call.trace;
-    MessageAccess::forEachSet(
-        message, [&](const FieldDef& def) __attribute__((always_inline)) {
+    const FieldDef* const fields = message.getClass()->fields;
+    MessageAccess::forEachSetPlan(
+        message, [&](const FieldPlan& plan, std::size_t position) __attribute__((always_inline)) {
           if (trace) [[unlikely]] {
-            traceField(message, def, out.position(call));
+            traceField(message, fields[position], out.position(call));
           }
-          const TypePlan plan = typePlans[def.type];
           if (plan.kind == Kind::Other) {
-            out = writeOther(message, def, out, call);
+            out = writeOther(message, fields[position], out, call);
             return;
           }
-          const long long* const value = &slots[def.slot];
-          out.fixed(def.hash << 3 | plan.code);
-          if (plan.kind == Kind::Zigzag) {
-            out.varint(zigzag(static_cast<std::int32_t>(low32(*value))));
-          } else if (plan.kind == Kind::Varint) {
-            out.varint(low32(*value));
-          } else if (plan.kind == Kind::Fixed8) {
-            out.fixed(static_cast<std::uint64_t>(*value));
-          } else if (plan.kind == Kind::String) {
+          const long long* const value = &slots[plan];
+          out.fixed(plan.key);
+          if (plan.kind == Kind::String) {
             out = writeText(out, stringAt(value).data(), stringAt(value).size());
           } else {
-            out.fixed(low32(*value));
+            out = writeScalar(out, plan.kind, *value);
           }
         });
   }
   --call.depth;
+  return out;
+}
+
+/// The most that key and value of a scalar take, or those of a text before its first character.
+constexpr std::ptrdiff_t longestScalar = wire::keySize + 8;
+
+/// This is where small messages spend their time: a scalar needs no look at the bound, since room for one of
+/// each field is set apart before.
+[[gnu::always_inline]] inline BoundedOut writeBoundedFields(YMMessageBase& message, BoundedOut out,
+                                                            EncodeCall& call)
+{
+  const _ClassDef& cls = *message.getClass();
+  const Slots slots = MessageAccess::slots(message);
+  const std::ptrdiff_t apart = longestScalar * cls.numberOfFields;
+  if (out.end - out.at < apart) {
+    return BoundedOut::failure();
+  }
+  char* const end = out.end - apart;
+  DirectOut to{out.at};
+  bool good = true;
+  MessageAccess::forEachSetPlan(
+      message, [&](const FieldPlan& plan, std::size_t position) __attribute__((always_inline)) {
+        const Kind kind = plan.kind;
+        const long long* const value = &slots[plan];
+        DirectOut next = to;
+        next.fixed(plan.key);
+        if (kind == Kind::Other) {
+          const BoundedOut behind =
+              to.at <= end ? writeOther(message, cls.fields[position], BoundedOut{to.at, end}, call)
+                           : BoundedOut::failure();
+          good = good && !behind.failed();
+          to.at = behind.failed() ? to.at : behind.at;
+        } else if (kind == Kind::String) {
+          const std::string& text = stringAt(value);
+          if (end - to.at >= static_cast<std::ptrdiff_t>(text.size())) [[likely]] {
+            to = writeText(next, text.data(), text.size());
+          } else {
+            good = false;
+          }
+        } else {
+          to = writeScalar(next, kind, *value);
+        }
+      });
+  return good ? BoundedOut{to.at, out.end} : BoundedOut::failure();
+}
+
+BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call)
+{
+  const char* const begin = out.at;
+  if (out.failed()) {
+    return out;
+  }
+  if (enter(call) && message.getClass() != nullptr) {
+    out = writeBoundedFields(message, out, call);
+  }
+  --call.depth;
+  if (!out.failed()) {
+    message.SetCachedSize(static_cast<std::uint32_t>(out.at - begin));
+  }
   return out;
 }
 
@@ -561,15 +730,16 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
   std::uint64_t size = 0;
   if (enter(call) && message.getClass() != nullptr) {
     const Slots slots = MessageAccess::slots(message);
-    MessageAccess::forEachSet(
-        message, [&](const FieldDef& def) __attribute__((always_inline)) {
-          const Kind kind = typePlans[def.type].kind;
+    const FieldDef* const fields = message.getClass()->fields;
+    MessageAccess::forEachSetPlan(
+        message, [&](const FieldPlan& plan, std::size_t position) __attribute__((always_inline)) {
+          const Kind kind = plan.kind;
           if (kind == Kind::Other) {
-            size += measureOther(message, def, call);
+            size += measureOther(message, fields[position], call);
             return;
           }
           size += wire::keySize;
-          const long long* const value = &slots[def.slot];
+          const long long* const value = &slots[plan];
           if (kind == Kind::Zigzag) {
             size += varintSize(zigzag(static_cast<std::int32_t>(low32(*value))));
           } else if (kind == Kind::Varint) {
@@ -586,6 +756,11 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
   --call.depth;
   message.SetCachedSize(low32(static_cast<long long>(size)));
   return size;
+}
+
+char* writeBodyWithin(YMMessageBase& message, char* to, char* end, EncodeCall& call)
+{
+  return writeFields(message, BoundedOut{to, end}, call).at;
 }
 
 char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call)

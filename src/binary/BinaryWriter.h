@@ -1,4 +1,7 @@
-// The two walks that write a message's body: one measures, one writes. Not installed.
+// The walks that write a message's body. Not installed.
+//
+// Most messages are small: one walk writes them into a little memory of its own, from where they are copied
+// to a buffer of just their size. Larger ones are measured by a walk and written by another.
 #pragma once
 
 #include <kwxml/binary/BinaryStream.h>
@@ -28,6 +31,11 @@ struct EncodeCall
   int depth = 0;
   bool tooDeep = false;  ///< nested deeper than a reader accepts (logged)
 };
+
+/// Writes the body to where there may be too little room, and gives the byte behind it; null where that is
+/// so, or where there might be too little, or where the body has a password. It is not traced. Each message
+/// keeps the size of its body in its cached size.
+char* writeBodyWithin(YMMessageBase& message, char* to, char* end, EncodeCall& call);
 
 /// The bytes of the body; each nested message keeps its own in its cached size.
 std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call);

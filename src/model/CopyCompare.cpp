@@ -51,24 +51,39 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
   mark(to, def);
 }
 
-void kwxml::MessageAccess::constructValue(YMMessageBase& to, const YMMessageBase* from, const FieldDef& def)
+void kwxml::MessageAccess::constructCopy(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
+  constructNothing(to, def);
   visitFieldType(def.type, [&]<class Tag>(Tag) {
     using Value = typename Tag::Value;
     if constexpr (StringSlot<Tag>) {
-      void* const place = &to.buffer_[def.slot];
-      from != nullptr ? new (place) Value(inPlace<Value>(*from, def.slot)) : new (place) Value;
-    } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
-      const Value* value = from != nullptr ? pointer<Value>(*from, def.slot) : nullptr;
-      copyObject(pointer<Value>(to, def.slot), value);
+      inPlace<Value>(to, def.slot) = inPlace<Value>(from, def.slot);
     } else if constexpr (ObjectValue<Tag>) {
-      if (from != nullptr) {
-        copyObject(pointer<Value>(to, def.slot), pointer<Value>(*from, def.slot));
-      }
-    } else if constexpr (InPlaceValue<Tag>) {
-      raw(to, def.slot) = from != nullptr ? raw(*from, def.slot) : 0;
+      copyObject(pointer<Value>(to, def.slot), pointer<Value>(from, def.slot));
     }
   });
+}
+
+void kwxml::MessageAccess::constructEmpty(YMMessageBase& to, const FieldDef& def)
+{
+  constructNothing(to, def);
+  if (def.type == FIELD_BSTRING) {
+    pointer<bstring>(to, def.slot) = new bstring;
+  } else if (def.type == FIELD_PSTRING) {
+    pointer<pstring>(to, def.slot) = new pstring;
+  }
+}
+
+void kwxml::MessageAccess::constructNothing(YMMessageBase& to, const FieldDef& def) noexcept
+{
+  long long& slot = to.buffer_[def.slot];
+  if (def.type == FIELD_STRING) {
+    new (&slot) std::string;
+  } else if (def.type == FIELD_WSTRING) {
+    new (&slot) std::wstring;
+  } else {
+    slot = 0;
+  }
 }
 
 // ---- Equality

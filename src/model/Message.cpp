@@ -2,12 +2,14 @@
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/ClassPlan.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/NumberText.h>
 #include <kwxml/platform/KwException.h>
 
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
 
 using kwxml::MessageAccess;
 
@@ -21,43 +23,29 @@ struct YMMessageBase::CdataBuffer
 
 YMMessageBase::YMMessageBase(int system, int classIndex) : YMMessageBase()
 {
-  initialize(system, classIndex, false, nullptr, 0);
+  MessageAccess::construct(*this, system, classIndex, false, nullptr, 0);
 }
 
 YMMessageBase::YMMessageBase(int system, int classIndex, long long* buffer, int sizeInBytes) : YMMessageBase()
 {
-  initialize(system, classIndex, true, buffer, sizeInBytes);
+  MessageAccess::construct(*this, system, classIndex, true, buffer, sizeInBytes);
 }
-
-namespace {
-
-/// Number of leading slots that stay inline. In a class of 25 slots or more: up to the first field that
-/// reaches slot 24, whose whole value goes to the heap when it would straddle the border.
-short inlineCountOf(const _ClassDef& cls)
-{
-  if (cls.numberOfSlots < YMMessageBuffer::inlineSlots) {
-    return cls.numberOfSlots;
-  }
-  short previous = 0;
-  for (const FieldDef& def : cls) {
-    if (def.slot >= 24) {
-      return def.slot == 24 ? def.slot : previous;
-    }
-    previous = def.slot;
-  }
-  return previous;
-}
-
-}  // namespace
 
 void YMMessageBase::initialize(int system, int classIndex, bool external, long long* buffer, int size)
 {
   MessageAccess::destroyValues(*this);
   MessageAccess::destroyCaches(*this);
-  const _ClassDef* cls = kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  MessageAccess::construct(*this, system, classIndex, external, buffer, size);
+}
+
+void kwxml::MessageAccess::construct(YMMessageBase& m, int system, int classIndex, bool external,
+                                     long long* buffer, int size)
+{
+  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
   if (cls == nullptr) {
     return;  // indices come from look-ups; others give a message without a class
   }
+  const ClassPlan& plan = classPlan(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
   const short slots = cls->numberOfSlots;
   const short fields = cls->numberOfFields;
   if (external) {
@@ -67,35 +55,44 @@ void YMMessageBase::initialize(int system, int classIndex, bool external, long l
       XMLDebug::getInstance()->logError("YMMessageBase::initialize", "[%s]", text);
       throw KwException("YMMessageBase::initialize", text);
     }
-    buffer_.init(buffer, size, slots, fields);
+    m.buffer_.init(buffer, size, slots, fields);
   } else {
-    buffer_.init(inlineCountOf(*cls), slots, fields);
+    m.buffer_.init(plan.inlineCount, slots, fields);
   }
-  system_ = system;
-  classIndex_ = classIndex;
-  class_ = cls;
-  tagId_ = static_cast<unsigned long>(system) << 24 | cls->classId;
+  m.system_ = system;
+  m.classIndex_ = classIndex;
+  m.class_ = cls;
+  m.tagId_ = static_cast<unsigned long>(system) << 24 | cls->classId;
 
-  for (const FieldDef& def : *cls) {
-    if (kwxml::contains(kwxml::alwaysConstructed, def.type)) {
-      MessageAccess::constructValue(*this, nullptr, def);
+  const Slots slotsOf(m.buffer_);
+  for (const OwningField& field : plan.constructed) {
+    if (field.isString) [[likely]] {
+      new (&slotsOf[field]) std::string;
+    } else {
+      constructEmpty(m, *field.def);
     }
   }
-  setDefaults(-1);
+  if (plan.plain) {
+    return;
+  }
+  m.setDefaults(-1);
   if (XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1) {
-    constructSubObjects();
-    setEveryPrimitiveBitset(true);
+    m.constructSubObjects();
+    m.setEveryPrimitiveBitset(true);
   }
 }
 
 YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
 {
   MessageAccess::copyValues(*this, source);
+  serialized_ = source.serialized_;
+  if (!MessageAccess::hasCaches(source)) [[likely]] {
+    return;
+  }
   const char* function = "YMMessageBase::YMMessageBase(copy)";
   if (source.serializedXml_ != nullptr) {
     serializedXml_ = new std::string(*source.serializedXml_);
   }
-  serialized_ = source.serialized_;
   if (source.lastSerializedXml_ != nullptr) {
     lastSerializedXml_ = new std::string(*source.lastSerializedXml_);
   }
@@ -118,16 +115,21 @@ void kwxml::MessageAccess::copyValues(YMMessageBase& to, const YMMessageBase& fr
   if (cls == nullptr) {
     return;
   }
-  if (cls->defaultsIndex != -1 || XML_KWMessage_MessageSystemChooser::msgSysStruct[from.system_].eager == 1) {
+  const ClassPlan& plan = planOf(from);
+  if (!plan.plain) {
     // An unset field of the copy still reads as its default, or holds what eager systems build.
     to.initialize(from.system_, from.classIndex_, false, nullptr, 0);
     to.wipeBitset();
-    forEachSetField(from.buffer_, cls->fields, [&](const FieldDef& def) { copyValue(to, from, def); });
+    forEachSet(from, [&](const FieldDef& def) { copyValue(to, from, def); });
     return;
   }
-  to.buffer_.init(from.buffer_.isExternal() ? inlineCountOf(*cls) : from.buffer_.inlineCount(),
-                  cls->numberOfSlots, cls->numberOfFields);
-  to.buffer_.copyBits(from.buffer_);
+  // All slots as bytes first; then what they cannot hold as bytes gets its own value.
+  to.buffer_.copyBytes(from.buffer_, plan.inlineCount);
+  forEachUnsetField(from.buffer_, cls->fields, [&](const FieldDef& def) {
+    if (contains(scalarTypes, def.type)) {
+      raw(to, def.slot) = 0;
+    }
+  });
   to.class_ = cls;
   to.tagId_ = from.tagId_;
   to.system_ = from.system_;
@@ -135,24 +137,20 @@ void kwxml::MessageAccess::copyValues(YMMessageBase& to, const YMMessageBase& fr
 
   const Slots target(to.buffer_);
   const Slots source(const_cast<YMMessageBuffer&>(from.buffer_));  // only read
-  const unsigned char* const bits = from.buffer_.bits();
-  const FieldDef* def = cls->begin();
+  auto field = plan.owners.begin();
   try {
-    for (unsigned i = 0; def != cls->end(); ++def, ++i) {
-      const bool set = (bits[i / 8] >> i % 8 & 1) != 0;
-      if (contains(scalarTypes, def->type)) {
-        target[def->slot] = set ? source[def->slot] : 0;
-      } else if (def->type == FIELD_STRING && set) {
-        new (&target[def->slot]) std::string(inPlace<std::string>(from, def->slot));
+    for (; field != plan.owners.end(); ++field) {
+      if (!from.buffer_.bit(field->position)) {
+        constructEmpty(to, *field->def);
+      } else if (field->isString) {
+        new (&target[*field]) std::string(source.object<std::string>(*field));
       } else {
-        constructValue(to, set ? &from : nullptr, *def);
+        constructCopy(to, from, *field->def);
       }
     }
   } catch (...) {
-    for (; def != cls->end(); ++def) {  // the message's end will end its strings
-      if (contains(stringSlots, def->type)) {
-        constructValue(to, nullptr, *def);
-      }
+    for (; field != plan.owners.end(); ++field) {  // the message's end will end them all
+      constructNothing(to, *field->def);
     }
     throw;
   }
@@ -179,18 +177,47 @@ YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source)
   return *this;
 }
 
+namespace kwxml {
+
+namespace {
+
+void endValues(YMMessageBase& m) noexcept
+{
+  const Slots slots = MessageAccess::slots(m);
+  for (const OwningField& field : MessageAccess::planOf(m).owners) {
+    if (field.isString) [[likely]] {
+      std::destroy_at(&slots.object<std::string>(field));
+    } else {
+      MessageAccess::dropValue(m, *field.def, true);
+    }
+  }
+}
+
+}  // namespace
+
+}  // namespace kwxml
+
+bool kwxml::MessageAccess::hasCaches(const YMMessageBase& m) noexcept
+{
+  return m.serializedXml_ != nullptr || m.lastSerializedXml_ != nullptr ||
+         m.m_SerializedXMLUTF16 != nullptr || m.cdataBuffer_ != nullptr || m.m_wsLastErrorEnglish != nullptr;
+}
+
 YMMessageBase::~YMMessageBase()
 {
-  MessageAccess::destroyCaches(*this);
-  MessageAccess::destroyValues(*this);
+  if (MessageAccess::hasCaches(*this)) [[unlikely]] {
+    MessageAccess::destroyCaches(*this);
+  }
+  if (class_ != nullptr) {
+    kwxml::endValues(*this);
+  }
 }
 
 void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
 {
   m.cachedSize_ = 0;
   m.serialized_ = false;
-  if (m.serializedXml_ == nullptr && m.lastSerializedXml_ == nullptr && m.m_SerializedXMLUTF16 == nullptr &&
-      m.cdataBuffer_ == nullptr && m.m_wsLastErrorEnglish == nullptr) [[likely]] {
+  if (!hasCaches(m)) [[likely]] {
     return;
   }
   delete m.serializedXml_;
@@ -210,11 +237,7 @@ void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
   if (m.class_ == nullptr) {
     return;  // without a class there are no values, and everything below is as it should be
   }
-  for (const FieldDef& def : *m.class_) {
-    if (!contains(scalarTypes, def.type)) {
-      dropValue(m, def, true);
-    }
-  }
+  endValues(m);
   m.class_ = nullptr;
   m.buffer_.init(0, 0, 0);
   m.tagId_ = 0;
@@ -235,13 +258,11 @@ void kwxml::MessageAccess::takeOverValues(YMMessageBase& to, YMMessageBase& from
       new (&to.buffer_[slot]) T(std::move(*old));
       old->~T();
     };
-    for (const FieldDef& def : *from.class_) {
-      if (def.slot < to.buffer_.inlineCount()) {
-        if (def.type == FIELD_STRING) {
-          relocate(def.slot, static_cast<std::string*>(nullptr));
-        } else if (def.type == FIELD_WSTRING) {
-          relocate(def.slot, static_cast<std::wstring*>(nullptr));
-        }
+    for (const OwningField& field : planOf(from).constructed) {
+      if (!field.onHeap && field.isString) {
+        relocate(field.slot, static_cast<std::string*>(nullptr));
+      } else if (!field.onHeap && field.def->type == FIELD_WSTRING) {
+        relocate(field.slot, static_cast<std::wstring*>(nullptr));
       }
     }
   }

@@ -2,6 +2,7 @@
 // without resolution by hash. Callers hold a field record of the message's own class. Not installed.
 #pragma once
 
+#include <kwxml/model/ClassPlan.h>
 #include <kwxml/model/YMMessageBase.h>
 
 #include <bit>
@@ -58,69 +59,112 @@ struct FieldAddress
   unsigned int hash;
 };
 
-/// The slots of one message, held in registers: a walk that writes bytes elsewhere would read the layout anew
-/// after each of them.
+/// The slots of one message, held apart from it: a walk that writes bytes elsewhere would read the layout
+/// anew after each of them.
 class Slots
 {
 public:
   explicit Slots(YMMessageBuffer& buffer)
-      : inline_(&buffer.at(0)), heap_(buffer.heapBase()), inlineCount_(buffer.inlineCount())
+      : areas_{buffer.isExternal() ? buffer.heapBase() : &buffer.at(0), buffer.heapBase()}
   {
   }
-  long long& operator[](short slot) const { return (slot < inlineCount_ ? inline_ : heap_)[slot]; }
+  /// The first slot of a field, given as a FieldPlan or an OwningField.
+  template <class Field>
+  long long& operator[](const Field& field) const
+  {
+    return areas_[field.onHeap ? 1 : 0][field.slot];
+  }
+  template <class T, class Field>
+  T& object(const Field& field) const
+  {
+    return *std::launder(reinterpret_cast<T*>(&(*this)[field]));
+  }
 
 private:
-  long long* inline_;
-  long long* heap_;  ///< where slot 0 would lie
-  short inlineCount_;
+  long long* areas_[2];  ///< where slot 0 lies, or would lie
 };
 
-/// Calls `visit(const FieldDef&)` for each set field of a class's message, in the order of the records.
-/// Records of type 0 have no bit of their own, theirs is that of field 0: set, they come in their places.
-template <class Visit>
-[[gnu::always_inline]] inline void forEachSetField(const YMMessageBuffer& buffer, const FieldDef* fields,
-                                                   Visit visit)
+/// The bits of at most 64 fields from `first` on, a multiple of 64. A message's own bitset lies in whole
+/// slots; one in the caller's memory ends with its last byte.
+inline std::uint64_t bitsFrom(const YMMessageBuffer& buffer, int first)
 {
-  const unsigned char* const bits = buffer.bits();
+  std::uint64_t word = 0;
+  const int left = buffer.bitCount() - first;
+  const unsigned char* const bits = buffer.bits() + first / 8;
+  if (left >= 64 || !buffer.isExternal()) [[likely]] {
+    std::memcpy(&word, bits, sizeof word);
+  } else {
+    std::memcpy(&word, bits, static_cast<std::size_t>(left) / 8 + 1);
+  }
+  if constexpr (std::endian::native == std::endian::big) {
+    word = __builtin_bswap64(word);
+  }
+  return left >= 64 ? word : word & ((std::uint64_t{1} << left) - 1);
+}
+
+/// Calls `visit(std::size_t)` with the position of each set field of a class's message, in the order of the
+/// records. Records of type 0 have no bit of their own, theirs is that of field 0: set, they come in their
+/// places.
+template <class Visit>
+[[gnu::always_inline]] inline void forEachSetPosition(const YMMessageBuffer& buffer, const ClassPlan& plan,
+                                                      Visit visit)
+{
   const int count = buffer.bitCount();
-  // A message's own bitset lies in whole slots; one in the caller's memory ends with its last byte.
-  const bool whole = !buffer.isExternal();
-  const bool untyped = count > 0 && buffer.bit(0);
-  for (int first = 0; first < count; first += 64, fields += 64) {
-    const int left = count - first;
-    std::uint64_t word = 0;
-    if (whole || left >= 64) [[likely]] {
-      std::memcpy(&word, bits + first / 8, sizeof word);
-    } else {
-      std::memcpy(&word, bits + first / 8, static_cast<std::size_t>(left) / 8 + 1);
-    }
-    if constexpr (std::endian::native == std::endian::big) {
-      word = __builtin_bswap64(word);
-    }
-    const std::uint64_t all = left >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << left) - 1;
-    word &= all;
-    if (untyped && word != all) {
-      for (std::uint64_t clear = ~word & all; clear != 0; clear &= clear - 1) {
-        word |= fields[std::countr_zero(clear)].type == FIELD_UNSET ? clear & (0 - clear) : 0;
-      }
+  for (int first = 0; first < count; first += 64) {
+    std::uint64_t word = bitsFrom(buffer, first);
+    if (!plan.untyped.empty()) [[unlikely]] {
+      word |= buffer.bit(0) ? plan.untyped[static_cast<std::size_t>(first) / 64] : 0;
     }
     for (; word != 0; word &= word - 1) {
-      visit(fields[std::countr_zero(word)]);
+      visit(static_cast<std::size_t>(first) + static_cast<std::size_t>(__builtin_ctzll(word)));
+    }
+  }
+}
+
+/// Calls `visit(const FieldDef&)` for each field that is not set, records of type 0 among them.
+template <class Visit>
+[[gnu::always_inline]] inline void forEachUnsetField(const YMMessageBuffer& buffer, const FieldDef* fields,
+                                                     Visit visit)
+{
+  const int count = buffer.bitCount();
+  for (int first = 0; first < count; first += 64) {
+    const int left = count - first;
+    const std::uint64_t all = left >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << left) - 1;
+    for (std::uint64_t clear = ~bitsFrom(buffer, first) & all; clear != 0; clear &= clear - 1) {
+      visit(fields[first + std::countr_zero(clear)]);
     }
   }
 }
 
 struct MessageAccess
 {
+  static const ClassPlan& planOf(const YMMessageBase& m)
+  {
+    return classPlan(static_cast<unsigned>(m.system_), static_cast<unsigned>(m.classIndex_));
+  }
   static Slots slots(YMMessageBase& m) { return Slots(m.buffer_); }
+  /// Calls `visit(const FieldDef&)` for each set field.
   template <class Visit>
   [[gnu::always_inline]] static void forEachSet(const YMMessageBase& m, Visit visit)
   {
-    forEachSetField(m.buffer_, m.class_->fields, visit);
+    const FieldDef* const fields = m.class_->fields;
+    forEachSetPosition(
+        m.buffer_, planOf(m), [&](std::size_t i) __attribute__((always_inline)) { visit(fields[i]); });
+  }
+  /// The same with the field's plan and its position.
+  template <class Visit>
+  [[gnu::always_inline]] static void forEachSetPlan(const YMMessageBase& m, Visit visit)
+  {
+    const ClassPlan& plan = planOf(m);
+    const FieldPlan* const plans = plan.fields.data();
+    forEachSetPosition(
+        m.buffer_, plan, [&](std::size_t i) __attribute__((always_inline)) { visit(plans[i], i); });
   }
   static YMMessageBuffer& buffer(YMMessageBase& m) { return m.buffer_; }
   static const YMMessageBuffer& buffer(const YMMessageBase& m) { return m.buffer_; }
   static bool isSet(const YMMessageBase& m, const FieldDef& def) { return m.buffer_.bit(def.fieldNumber); }
+  /// The is-set bits, as YMMessageBuffer::bits() shows them.
+  static unsigned char* bits(YMMessageBase& m) { return const_cast<unsigned char*>(m.buffer_.bits()); }
   static void mark(YMMessageBase& m, const FieldDef& def) { m.buffer_.setBit(def.fieldNumber); }
 
   static long long& raw(YMMessageBase& m, short slot) { return m.buffer_[slot]; }
@@ -177,15 +221,21 @@ struct MessageAccess
   static void logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag,
                              unsigned long hash);
 
+  /// Gives a message without a class and caches its class and storage.
+  static void construct(YMMessageBase& m, int system, int classIndex, bool external, long long* buffer,
+                        int size);
   /// Destroys what lives in the message and gives it another class's storage.
   static void destroyValues(YMMessageBase& m) noexcept;
   static void destroyCaches(YMMessageBase& m) noexcept;
+  static bool hasCaches(const YMMessageBase& m) noexcept;
   static void takeOver(YMMessageBase& to, YMMessageBase& from) noexcept;
   static void takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept;
   static void copyValues(YMMessageBase& to, const YMMessageBase& from);
-  /// Fills the zeroed slots of one field, whose bit stands already: with a copy of the value in `from`, or
-  /// with what an unset field holds when that is null.
-  static void constructValue(YMMessageBase& to, const YMMessageBase* from, const FieldDef& def);
+  /// Construct one owning field's value in slots that hold bytes of no meaning, without touching its bit: a
+  /// deep copy of the value in `from`, what an unset field holds, or nothing (what can end, and no more).
+  static void constructCopy(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
+  static void constructEmpty(YMMessageBase& to, const FieldDef& def);
+  static void constructNothing(YMMessageBase& to, const FieldDef& def) noexcept;
   /// Deep copy of one value into a message of the same class, marking it set.
   static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
   /// Appends a pointer to each element of a list field; a scalar that is set is its own only element.

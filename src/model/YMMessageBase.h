@@ -48,7 +48,8 @@ public:
   // ---- Construction
 
   /// A message without a class: it has no fields until it is assigned or initialised.
-  YMMessageBase() noexcept = default;
+  /// (Not defaulted: a defaulted one would have all slots zeroed wherever a message is value-initialised.)
+  YMMessageBase() noexcept {}
   /// A message of class `classIndex` of `system`, with its defaults; without a class when there is none.
   YMMessageBase(int system, int classIndex);
   /// The same in storage of the caller (8-byte aligned, `sizeInBytes` bytes), which must outlive the message

@@ -40,7 +40,8 @@ void YMMessageBuffer::release() noexcept
   external_ = false;
 }
 
-void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
+/// Gives the slots and bits their places; their bytes hold nothing yet.
+void YMMessageBuffer::layOut(short inlineCount, short slotCount, short bitCount)
 {
   const std::size_t inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
   const std::size_t bitsetBytes = static_cast<std::size_t>(bitCount) / 8 + 1;
@@ -48,7 +49,7 @@ void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
   // The catalogue compiler refuses a class whose bitset does not fit beside its inline slots; hand-made
   // tables may still hold one, and their bits then go to the heap too.
   const bool bitsInline = heapSlots == 0 && inlineBytes + bitsetBytes <= sizeof inline_;
-  long long* heap = bitsInline ? nullptr : new long long[heapSlots + (bitsetBytes + 7) / 8]();
+  long long* heap = bitsInline ? nullptr : new long long[heapSlots + (bitsetBytes + 7) / 8];
   release();
   heap_ = heap;
   inlineCount_ = inlineCount;
@@ -56,7 +57,35 @@ void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
   bitCount_ = bitCount;
   bits_ = bitsInline ? reinterpret_cast<unsigned char*>(inline_) + inlineBytes
                      : reinterpret_cast<unsigned char*>(heap_ + heapSlots);
-  std::memset(inline_, 0, usedInlineBytes());
+}
+
+void YMMessageBuffer::init(short inlineCount, short slotCount, short bitCount)
+{
+  layOut(inlineCount, slotCount, bitCount);
+  const std::size_t inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
+  if (heap_ == nullptr) {
+    std::memset(inline_, 0, inlineBytes + bitBytes());
+  } else {
+    std::memset(inline_, 0, inlineBytes);
+    std::memset(heap_, 0, static_cast<std::size_t>(slotCount - inlineCount) * 8 + bitBytes());
+  }
+}
+
+void YMMessageBuffer::copyBytes(const YMMessageBuffer& other, short inlineCount)
+{
+  layOut(inlineCount, other.slotCount_, other.bitCount_);
+  // The bits follow the slots; the other's slots lie in one piece from where they change from inline to heap
+  // in this one, for it has the same layout or all of them in the caller's memory.
+  const auto inlineBytes = static_cast<std::size_t>(inlineCount) * 8;
+  if (heap_ == nullptr) {
+    std::memcpy(inline_, other.bits_ - inlineBytes, inlineBytes + bitBytes());
+    return;
+  }
+  if (inlineBytes != 0) {
+    std::memcpy(inline_, &other[0], inlineBytes);
+  }
+  const auto heapBytes = static_cast<std::size_t>(slotCount_ - inlineCount) * 8;
+  std::memcpy(heap_, other.bits_ - heapBytes, heapBytes + bitBytes());
 }
 
 void YMMessageBuffer::init(long long* buffer, int sizeInBytes, short slotCount, short bitCount)
@@ -82,19 +111,9 @@ void YMMessageBuffer::reset(short bitCount)
   }
 }
 
-std::size_t YMMessageBuffer::usedInlineBytes() const noexcept
-{
-  return static_cast<std::size_t>(inlineCount_) * 8 + (heap_ == nullptr ? bitBytes() : 0);
-}
-
 void YMMessageBuffer::wipeBits() noexcept
 {
   std::memset(bits_, 0, bitBytes());
-}
-
-void YMMessageBuffer::copyBits(const YMMessageBuffer& other) noexcept
-{
-  std::memcpy(bits_, other.bits_, bitBytes());
 }
 
 void YMMessageBuffer::takeOver(YMMessageBuffer& other) noexcept

@@ -23,6 +23,9 @@ public:
 
   /// Lays out `slotCount` slots, the first `inlineCount` of them inline, and `bitCount` bits, all zero.
   void init(short inlineCount, short slotCount, short bitCount);
+  /// Lays out as many slots and bits as `other` has, the first `inlineCount` slots inline, and copies their
+  /// bytes. What objects lay in slots is the caller's to mend.
+  void copyBytes(const YMMessageBuffer& other, short inlineCount);
   /// External mode: zeroes the caller's `sizeInBytes` bytes and keeps slots and bitset in them. The caller
   /// has checked the size.
   void init(long long* buffer, int sizeInBytes, short slotCount, short bitCount);
@@ -46,8 +49,6 @@ public:
     bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] & ~(1 << (field & 7)));
   }
   void wipeBits() noexcept;
-  /// Takes the bits of a buffer of as many.
-  void copyBits(const YMMessageBuffer& other) noexcept;
   /// The bitset, bitCount() / 8 + 1 bytes, field 0 in bit 0 of the first.
   const unsigned char* bits() const noexcept { return bits_; }
 
@@ -71,11 +72,10 @@ public:
 
 private:
   std::size_t bitBytes() const noexcept { return static_cast<std::size_t>(bitCount_) / 8 + 1; }
-  /// Bytes of the inline area that the layout uses; the others hold nothing.
-  std::size_t usedInlineBytes() const noexcept;
+  void layOut(short inlineCount, short slotCount, short bitCount);
   void release() noexcept;
 
-  long long inline_[inlineSlots] = {};
+  long long inline_[inlineSlots];  ///< only what the layout uses has a meaning
   long long* heap_ = nullptr;
   short inlineCount_ = 0;
   short slotCount_ = 0;

@@ -1,5 +1,6 @@
 // What the encodings do with the value of a password field. The algorithms are those that the program
 // registered (PasswordAlgorithms.h); here stands which one is called when, and what happens without it.
+// Not installed.
 //
 // The type of a field is that of its annotation record; the type of a value is the pstring's own. Two rules
 // hold whatever the types, the flags and the context say: a protected value is never written in another form

@@ -1,4 +1,6 @@
-// Where the writer puts the XML form of a message. The writer decides what is written; a sink only knows how:
+// Where the writer puts the XML form of a message. Not installed.
+//
+// The writer decides what is written; a sink only knows how:
 // as nodes of a DOM document, or as text. Names are NUL-terminated UTF-8 from the catalogue; values are
 // NUL-terminated UTF-16 that holds only characters XML allows.
 #pragma once

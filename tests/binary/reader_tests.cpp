@@ -294,6 +294,57 @@ TEST(BinaryWriter, CallersMemoryAndVersionOne)
   EXPECT_EQ(object<bstring>(small, "bstringValue").text(), "YWJj\n");
 }
 
+namespace {
+
+/// The body as the walk over a stream writes it, which knows all sizes beforehand.
+std::string measuredBody(YMMessageBase& m)
+{
+  std::string bytes(BinarySerializer::calculateReqBinStreamSize(m, 2, nullptr), '\0');
+  BinaryStream stream(bytes.data(), bytes.size());
+  BinarySerializer::serializeBinaryRecursive(m, stream, 2, nullptr);
+  EXPECT_EQ(stream.position(), bytes.size());
+  return bytes;
+}
+
+}  // namespace
+
+/// Small bodies are written by a walk that learns their sizes on the way, and its guesses come from what was
+/// written last: nested sizes that grow and shrink, and bodies on both sides of what is small.
+TEST(BinaryWriter, OneWalkAndTwoWriteTheSame)
+{
+  YMMessageBase m = allTypes();
+  m.wipeBitset();
+  for (const FieldDef& def : *m.getClass()) {
+    if (def.type != FIELD_PSTRING) {  // a password is never small
+      fill(m, def, 1);
+    }
+  }
+  YMMessageBase& nested = object<YMMessageBase>(m, "objectValue");
+  const std::size_t rest = encode(m).size();
+  const auto check = [&](std::size_t inner, std::size_t outer) {
+    setText(nested, "text", std::string(inner, 'i'));
+    setText(m, "stringValue", std::string(outer, 'o'));
+    const std::string bytes = encode(m);
+    const unsigned size = m.GetCachedSize();
+    const unsigned innerSize = nested.GetCachedSize();
+    ASSERT_EQ(bytes.substr(8), measuredBody(m)) << inner << ", " << outer;
+    EXPECT_EQ(size, bytes.size() - 8);
+    EXPECT_EQ(innerSize, nested.GetCachedSize());
+    std::string memory(bytes.size(), '\x55');
+    BinaryBuffer tooSmall(memory.data(), bytes.size() - 1);
+    const LogCapture log;
+    EXPECT_EQ(BinarySerializer::serialize(m, tooSmall), 0u);
+    EXPECT_EQ(memory, std::string(bytes.size(), '\x55'));
+  };
+  for (const std::size_t inner : {0U, 200U, 5U, 20000U, 120U, 121U, 122U, 130U, 119U, 16370U, 3U}) {
+    check(inner, 10);
+  }
+  constexpr std::size_t small = 16384;
+  for (std::size_t outer = small - rest - 1500; outer < small + 50; outer += 13) {
+    check(outer % 160, outer);
+  }
+}
+
 TEST(BinaryWriter, TracesAndAllocatesItsBufferAlone)
 {
   YMMessageBase m = allTypes();

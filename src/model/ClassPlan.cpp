@@ -1,0 +1,78 @@
+#include <kwxml/model/ClassPlan.h>
+
+#include <kwxml/model/MessageInternal.h>
+
+#include <memory>
+
+namespace kwxml {
+
+namespace {
+
+using Registry = XML_KWMessage_MessageSystemChooser;
+
+/// In a class of 25 slots or more: up to the first field that reaches slot 24, whose whole value goes to the
+/// heap when it would straddle the border.
+short inlineCountOf(const _ClassDef& cls)
+{
+  if (cls.numberOfSlots < YMMessageBuffer::inlineSlots) {
+    return cls.numberOfSlots;
+  }
+  short previous = 0;
+  for (const FieldDef& def : cls) {
+    if (def.slot >= 24) {
+      return def.slot == 24 ? def.slot : previous;
+    }
+    previous = def.slot;
+  }
+  return previous;
+}
+
+/// Puts what was made in its place, unless another thread was first; gives what stands there.
+template <class T, class Owner>
+T* settle(std::atomic<T*>& place, Owner made)
+{
+  T* expected = nullptr;
+  return place.compare_exchange_strong(expected, made.get(), std::memory_order_acq_rel) ? made.release()
+                                                                                        : expected;
+}
+
+}  // namespace
+
+// Never freed: messages in static storage may outlive anything with a destructor.
+constinit std::array<std::atomic<PlanPlace*>, Registry::numberOfSystems> planPlaces{};
+
+ClassPlan::ClassPlan(const _ClassDef& cls, bool eager)
+    : inlineCount(inlineCountOf(cls)), plain(cls.defaultsIndex == -1 && !eager)
+{
+  fields.reserve(static_cast<std::size_t>(cls.numberOfFields) + 1);
+  for (const FieldDef& def : cls) {
+    if (def.type == FIELD_UNSET) {
+      untyped.resize((static_cast<std::size_t>(cls.numberOfFields) + 63) / 64);
+      untyped[fields.size() / 64] |= std::uint64_t{1} << fields.size() % 64;
+    }
+    fields.push_back({wire::fieldKey(def), def.slot, wire::kindOf(def.type), def.slot >= inlineCount});
+    const OwningField owner{&def, def.slot, static_cast<std::int16_t>(&def - cls.fields),
+                            def.slot >= inlineCount, def.type == FIELD_STRING};
+    if (contains(stringSlots | objectTypes, def.type)) {
+      owners.push_back(owner);
+    }
+    if (contains(alwaysConstructed, def.type)) {
+      constructed.push_back(owner);
+    }
+  }
+  fields.push_back({0, 0, wire::Kind::Other, false});
+}
+
+const ClassPlan& makePlan(unsigned system, unsigned classIndex)
+{
+  const MessageSystemRow& row = Registry::msgSysStruct[system];
+  PlanPlace* places = planPlaces[system].load(std::memory_order_acquire);
+  if (places == nullptr) {
+    places = settle(planPlaces[system],
+                    std::make_unique<PlanPlace[]>(static_cast<std::size_t>(row.numberOfClasses)));
+  }
+  return *settle(places[classIndex],
+                 std::make_unique<const ClassPlan>(row.classes[classIndex], row.eager == 1));
+}
+
+}  // namespace kwxml

@@ -1,0 +1,69 @@
+// What the library works out of a class record once, for the walks that make, copy, end and encode messages.
+// Not installed.
+#pragma once
+
+#include <kwxml/model/WireTypes.h>
+
+#include <array>
+#include <atomic>
+#include <vector>
+
+namespace kwxml {
+
+/// What the binary form's walks need of a field, in a quarter of the field record's memory.
+struct FieldPlan
+{
+  std::uint32_t key;
+  std::int16_t slot;
+  wire::Kind kind;
+  bool onHeap;  ///< the value's slots are not inline, in a message with storage of its own
+};
+static_assert(sizeof(FieldPlan) == 8);
+
+/// A field whose slots hold more than a number.
+struct OwningField
+{
+  const FieldDef* def;
+  std::int16_t slot;
+  std::int16_t position;
+  bool onHeap;
+  bool isString;  ///< of type FIELD_STRING, which most are
+};
+
+/// Plans are made when the first message of a class is, kept to the end of the process, and read from any
+/// thread.
+struct ClassPlan
+{
+  explicit ClassPlan(const _ClassDef& cls, bool eager);
+
+  /// One for each field record, and one more whose key 0 is no field's.
+  std::vector<FieldPlan> fields;
+  /// In the order of the records. Those whose values exist in every message, set or not, come in
+  /// `constructed` too.
+  std::vector<OwningField> owners;
+  std::vector<OwningField> constructed;
+  /// The records of type 0, one bit each, 64 a number; empty where there are none.
+  std::vector<std::uint64_t> untyped;
+  /// Leading slots that stay inline.
+  short inlineCount;
+  /// An unset field of a new message is empty: no defaults, nothing that eager systems build.
+  bool plain;
+};
+
+/// For each system an array with one place for each of its classes, made with the first plan of the system.
+using PlanPlace = std::atomic<const ClassPlan*>;
+extern std::array<std::atomic<PlanPlace*>, XML_KWMessage_MessageSystemChooser::numberOfSystems> planPlaces;
+const ClassPlan& makePlan(unsigned system, unsigned classIndex);
+
+/// The plan of a class that is there.
+inline const ClassPlan& classPlan(unsigned system, unsigned classIndex)
+{
+  if (PlanPlace* places = planPlaces[system].load(std::memory_order_acquire)) [[likely]] {
+    if (const ClassPlan* plan = places[classIndex].load(std::memory_order_acquire)) [[likely]] {
+      return *plan;
+    }
+  }
+  return makePlan(system, classIndex);
+}
+
+}  // namespace kwxml
