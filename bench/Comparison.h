@@ -59,6 +59,8 @@ void registerXmlBenchmarks(std::vector<Pair>& pairs);
 void registerModelBenchmarks(std::vector<Pair>& pairs);
 void registerRenderBenchmarks(std::vector<Pair>& pairs);
 void registerXPathBenchmarks(std::vector<Pair>& pairs);
+/// The tables of what logged messages cost.
+void printLog();
 
 #ifdef KWXML_BENCH_PROTOBUF
 void registerBinaryBenchmarks(std::vector<Pair>& pairs);

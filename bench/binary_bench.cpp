@@ -9,6 +9,8 @@
 
 #include <kwxml/binary/BinarySerializer.h>
 
+#include <catalogue/Bench.h>
+
 #include <google/protobuf/dynamic_message.h>
 #include <google/protobuf/util/message_differencer.h>
 
@@ -19,6 +21,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #if __has_include(<valgrind/callgrind.h>)
 #include <valgrind/callgrind.h>
@@ -164,9 +167,43 @@ void addOperations(std::vector<Operation>& operations, const std::string& docume
       [](auto& s) { benchmark::DoNotOptimize(MessageDifferencer::Equals(s.proto, *s.sameProto)); });
 }
 
+/// Getters, setters and is-set tests of a wrapper, and the accessors of every message that they stand for.
+[[gnu::noinline]] double throughWrapper(Bench::Flat& flat)
+{
+  flat.set_line(flat.id() + flat.version());
+  flat.set_active(flat.has_title());
+  flat.set_state(flat.origin());
+  return flat.ratio() + static_cast<double>(flat.created());
+}
+[[gnu::noinline]] double throughMessage(YMMessageBase& flat)
+{
+  constexpr unsigned long tag = Bench::Flat::tag;
+  constexpr auto hash = [](std::string_view name) { return nameHash(name.data(), name.size()) | anyPlace; };
+  const auto number = [&flat](short slot, unsigned hashOf) { return flat.getint64(slot, tag, hashOf); };
+  flat.setint64(4, 4, static_cast<int>(number(0, hash("id"))) + static_cast<int>(number(1, hash("version"))),
+                tag, hash("line"));
+  flat.setint64(10, 10, flat.isSet(18, tag, hash("title")) ? 1 : 0, tag, hash("active"));
+  flat.setint64(15, 15, static_cast<int>(number(16, hash("origin"))), tag, hash("state"));
+  return flat.getdouble(13, tag, hash("ratio")) + static_cast<double>(number(6, hash("created")));
+}
+
+void addWrapperAccess(std::vector<Operation>& operations)
+{
+  const auto message = std::make_shared<YMMessageBase>(makeMessage(flatValues()));
+  Bench::Flat& flat = as<Bench::Flat>(*message);
+  const double one = throughWrapper(flat);
+  const int line = flat.line();
+  flat.clear_line();
+  const bool agreed = throughMessage(*message) == one && flat.line() == line;
+  operations.push_back({"wrapper access", 1.0, agreed,
+                        [message, &flat] { benchmark::DoNotOptimize(throughWrapper(flat)); },
+                        [message] { benchmark::DoNotOptimize(throughMessage(*message)); }});
+}
+
 std::vector<Operation> makeOperations()
 {
   std::vector<Operation> operations;
+  addWrapperAccess(operations);
   addOperations(operations, "W1 flat", flatValues);
   addOperations(operations, "W2 order", orderValues);
   addOperations(operations, "W3 bulk", bulkValues);

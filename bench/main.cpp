@@ -45,6 +45,7 @@ int main(int argc, char** argv)
 #ifdef KWXML_BENCH_PROTOBUF
   kwxml::bench::printBinaryHeap();
 #endif
+  kwxml::bench::printLog();
   benchmark::Shutdown();
   return reporter.failed() ? 1 : 0;
 }

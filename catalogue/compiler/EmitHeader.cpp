@@ -174,8 +174,8 @@ private:
   {
     const std::string view = "MessageList<" + qualified(*field_.reference) + ">";
     const std::string to = "  template <class List = ::kwxml::";
-    return to + "Const" + view + ">\n" + getter("List", call("getlistobject_const")) +
-           "  template <class List>\n" + setter("const List&", call("setlistobject", "&value.messages()")) +
+    return to + "Const" + view + ">\n" + getter("List", call("getlistobject_const")) + to + "Const" + view +
+           ">\n" + setter("const ::std::type_identity_t<List>&", call("setlistobject", "&value.messages()")) +
            to + view + ">\n" + changer("List", call("getlistobject", {}, "true"));
   }
   std::string message() const
@@ -199,8 +199,8 @@ private:
     } else if constexpr (Tag::type == FIELD_BOOL) {
       // Any pointer would do for a truth value.
       return getter("bool", "getint64(" + slot_ + ", " + key_ + ") != 0") +
-             setter("bool", call("setint64", "value ? 1 : 0")) + "  void set_" + name_ +
-             "(const void* value) = delete;\n";
+             setter("bool", call("setint64", "value ? 1 : 0")) + "  template <class T>\n  void set_" + name_ +
+             "(T* value) = delete;\n";
     } else if constexpr (IntegerSlot<Tag>) {
       return integer(nativeName<Native>());
     } else if constexpr (FloatingSlot<Tag>) {
@@ -210,7 +210,8 @@ private:
     } else if constexpr (StringSlot<Tag>) {
       const std::string type = Tag::type == FIELD_STRING ? "string" : "wstring";
       return object("::std::" + type, call("get" + type + "_const"), call("set" + type, "value"),
-                    call("get" + type + "ByRef"));
+                    call("get" + type + "ByRef")) +
+             "  template <::kwxml::NullPointer T>\n  void set_" + name_ + "(T value) = delete;\n";
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
                     call("setbstringobject", "value"), call("getbstringobjectByRef"));

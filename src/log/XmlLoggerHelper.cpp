@@ -13,8 +13,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 #include <mutex>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 std::atomic<KwThreadPool*> XmlLoggerHelper::xmlLoggerInstance = nullptr;
 
@@ -28,11 +31,15 @@ constexpr std::size_t lineSize = 4096;
 constexpr std::string_view placeholder = "%bxml_kw";
 constexpr const char* frame = "   ";
 
-/// A format in two parts, with the placeholder between them.
+/// Stands for the placeholder while a line is formatted; a text may have it too.
+constexpr char mark = '\x01';
+constexpr char otherMark = '\x02';
+
+/// A format that the C library understands.
 struct Format
 {
-  std::string all;         ///< without the placeholder; a second one is text
-  std::size_t prefix = 0;  ///< where it stood
+  std::string all;         ///< with a mark for the placeholder; a second one is text
+  std::size_t prefix = 0;  ///< where the mark stands
   bool hasPlaceholder = false;
 };
 
@@ -40,6 +47,7 @@ struct Format
 Format split(std::string_view format)
 {
   Format result;
+  result.all.reserve(format.size());
   for (std::size_t i = 0; i < format.size();) {
     const std::string_view rest = format.substr(i);
     const bool escaped = rest.starts_with("%%");
@@ -48,6 +56,7 @@ Format split(std::string_view format)
       if (!result.hasPlaceholder) {
         result.hasPlaceholder = true;
         result.prefix = result.all.size();
+        result.all += mark;
       } else {
         (result.all += '%') += placeholder;
       }
@@ -61,12 +70,15 @@ Format split(std::string_view format)
   return result;
 }
 
-/// The formatted text, at most `limit` bytes of it.
-std::string formatted(const char* format, va_list args, std::size_t limit)
+/// The formatted text, at most `limit` bytes of it; nothing where the C library cannot format the arguments.
+std::optional<std::string> formatted(const std::string& format, va_list args, std::size_t limit)
 {
   char line[lineSize];
-  const int length = std::vsnprintf(line, limit + 1, format, args);
-  return std::string(line, length < 0 ? 0 : std::min(static_cast<std::size_t>(length), limit));
+  const int length = std::vsnprintf(line, limit + 1, format.c_str(), args);
+  if (length < 0) {
+    return std::nullopt;
+  }
+  return std::string(line, std::min(static_cast<std::size_t>(length), limit));
 }
 
 /// Takes the begun character off the end of a text that has been cut.
@@ -88,49 +100,83 @@ void cutBetweenCharacters(std::string& text)
   }
 }
 
+/// A formatted text and where in it the placeholder stood, at its end where that has been cut off.
+struct Line
+{
+  std::string text;
+  std::size_t at = 0;
+};
+
+/// The front part of a format cannot be formatted alone, for arguments may be used by their numbers. So a
+/// mark stands in the placeholder's place.
+std::optional<Line> formattedAround(const Format& format, va_list args, std::size_t limit)
+{
+  va_list again;
+  va_copy(again, args);
+  std::optional<std::string> text = formatted(format.all, args, limit);
+  if (!text) {
+    va_end(again);
+    return std::nullopt;
+  }
+  Line line{std::move(*text), 0};
+  line.at = line.text.find(mark);
+  const bool alone = line.at != std::string::npos && line.text.find(mark, line.at + 1) == std::string::npos;
+  if (!alone || line.text.size() == limit) {
+    // Texts have the mark too, or the only one to be seen is theirs. The place is where a formatting with
+    // another mark differs.
+    std::string marked = format.all;
+    marked[format.prefix] = otherMark;
+    const std::string other = formatted(marked, again, limit).value_or(line.text);
+    line.at = static_cast<std::size_t>(
+        std::mismatch(line.text.begin(), line.text.end(), other.begin(), other.end()).first -
+        line.text.begin());
+  }
+  va_end(again);
+  if (line.at < line.text.size()) {
+    line.text.erase(line.at, 1);
+  }
+  return line;
+}
+
 /// The line's text, and where the XML stands in it.
 void formatLine(messageContainer& record, const char* format, va_list args)
 {
   constexpr std::size_t limit = lineSize - 1;
-  const Format parts = split(format != nullptr ? format : "");
-  if (!parts.hasPlaceholder) {
-    record.text = formatted(parts.all.c_str(), args, limit);
-    if (record.text.size() == limit) {
-      cutBetweenCharacters(record.text);
+  Format parts = split(format != nullptr ? format : "");
+  std::optional<Line> line;
+  if (parts.hasPlaceholder) {
+    line = formattedAround(parts, args, limit);
+  } else if (std::optional<std::string> text = formatted(parts.all, args, limit)) {
+    line = Line{std::move(*text), 0};
+  }
+  if (!line) {
+    constexpr std::string_view why = "(arguments not formatted) ";
+    if (parts.hasPlaceholder) {
+      parts.all.erase(parts.prefix, 1);
     }
-    return;
+    line = Line{std::string(why) + parts.all, why.size() + parts.prefix};
   }
-  // Where the placeholder stands in the formatted text is where two formattings with different marks differ.
-  // (Its front part cannot be formatted alone: arguments may be used by their numbers.)
-  std::string format2 = parts.all;
-  std::string format1 = parts.all;
-  format1.insert(parts.prefix, 1, '\x01');
-  format2.insert(parts.prefix, 1, '\x02');
-  va_list again;
-  va_copy(again, args);
-  const std::string other = formatted(format1.c_str(), again, limit);
-  va_end(again);
-  record.text = formatted(format2.c_str(), args, limit);
-  const auto [mark, otherMark] =
-      std::mismatch(record.text.begin(), record.text.end(), other.begin(), other.end());
-  const auto at = static_cast<std::size_t>(mark - record.text.begin());
-  if (mark != record.text.end()) {
-    record.text.erase(mark);
-  }
-  const bool fits = at + placeholder.size() <= limit;
-  const std::size_t longest = fits ? limit - placeholder.size() : limit;
+  // The placeholder counts as it stands in the format.
+  const bool showsXml = parts.hasPlaceholder && line->at + placeholder.size() <= limit;
+  const std::size_t longest = showsXml ? limit - placeholder.size() : limit;
+  record.text = std::move(line->text);
   if (record.text.size() >= longest) {
     record.text.resize(longest);
     cutBetweenCharacters(record.text);
   }
-  if (fits) {
-    record.xmlAt = std::min(at, record.text.size());
+  if (showsXml) {
+    record.xmlAt = std::min(line->at, record.text.size());
   }
 }
+
+/// Set when the process ends: what is logged from then on (by destructors of static objects) is written at
+/// once, for nobody would wait for it.
+constinit std::atomic<bool> ending = false;
 
 /// What is in the pool when the process ends is written before it does.
 void drainAtExit()
 {
+  ending = true;
   if (KwThreadPool* pool = XmlLoggerHelper::xmlLoggerInstance.load()) {
     pool->drain();
   }
@@ -151,7 +197,7 @@ std::unique_ptr<messageContainer> makeRecord(const char* function, int level, lo
 
 void hand(KwThreadPool* pool, std::unique_ptr<messageContainer> record)
 {
-  if (pool != nullptr && pool->getCurrentAvailableThreadCount() != 0 &&
+  if (pool != nullptr && !ending && pool->getCurrentAvailableThreadCount() != 0 &&
       pool->doWork(XmlLoggerHelper::writeThroughThreadPoolFunc, record.get()) != KwThreadPool::kRefused) {
     record.release();  // the worker's now
     return;
@@ -213,7 +259,8 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   auto record = makeRecord(function, level, reference, format, args);
   if (buffer != nullptr) {
     record->buffer = std::make_unique<BinaryBuffer>();
-    record->buffer->deepCopyBuffer(buffer->data(), buffer->length(), false);
+    // Memory of the caller that a message was written to has no length of its own.
+    record->buffer->deepCopyBuffer(buffer->data(), buffer->capacity(), false);
   }
   hand(pool, std::move(record));
 }

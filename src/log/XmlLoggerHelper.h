@@ -60,9 +60,10 @@ public:
   ///
   /// The bytes are copied, so that the caller may change or free everything when the call returns. `args` may
   /// not be used again. The line is written by a worker, or by the caller when none is free or `pool` is
-  /// null: lines of one thread may change places. A level above that of the log costs a test. `message`,
-  /// `buffer` and `function` may be null; a message that does not encode, and bytes that do not decode (both
-  /// logged), give an empty XML.
+  /// null, or when the process ends: lines of one thread may change places. Arguments that the C library
+  /// cannot format are left out, "(arguments not formatted)" and the format stand for them. A level above
+  /// that of the log costs a test. `message`, `buffer` and `function` may be null; a message that does not
+  /// encode, and bytes that do not decode (both logged), give an empty XML.
   static void writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
                          const char* format, YMMessageBase* message, va_list args);
   static void writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,

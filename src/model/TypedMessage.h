@@ -10,9 +10,22 @@
 #include <cstddef>
 #include <iterator>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace kwxml {
+
+/// A wrapper has neither data nor virtual functions: object and wrapper are the same bytes. (To the language
+/// a message of the generic class is none of the wrapper's type. All that a wrapper does is to call members
+/// of the generic class, on which the compilers that this library is for act as one expects.)
+template <class Wrapper>
+inline constexpr bool isWrapper =
+    sizeof(Wrapper) == sizeof(YMMessageBase) &&
+    !std::is_polymorphic_v<Wrapper> && std::is_base_of_v<YMMessageBase, Wrapper>;
+
+/// What no text can be made of, although it converts to one.
+template <class T>
+concept NullPointer = std::is_null_pointer_v<T>;
 
 /// A message as its wrapper. The message may be of another class, or of the same class in another catalogue:
 /// on a foreign tag fields are found by the hashes of their names, and those that are not there read as
@@ -20,13 +33,13 @@ namespace kwxml {
 template <class Wrapper>
 Wrapper& as(YMMessageBase& message) noexcept
 {
-  static_assert(sizeof(Wrapper) == sizeof(YMMessageBase), "wrappers have no data");
+  static_assert(isWrapper<Wrapper>, "a wrapper adds nothing to a message");
   return static_cast<Wrapper&>(message);
 }
 template <class Wrapper>
 const Wrapper& as(const YMMessageBase& message) noexcept
 {
-  static_assert(sizeof(Wrapper) == sizeof(YMMessageBase), "wrappers have no data");
+  static_assert(isWrapper<Wrapper>, "a wrapper adds nothing to a message");
   return static_cast<const Wrapper&>(message);
 }
 
@@ -37,7 +50,8 @@ const T& orEmpty(const T* value)
   static const T empty{};
   return value != nullptr ? *value : empty;
 }
-/// And one that may be written to and is never read again, when a message has no such field (logged).
+/// And one that may be written to, when a message has no such field (logged). The next such access of the
+/// thread empties it.
 template <class T>
 T& orScratch(T* value)
 {

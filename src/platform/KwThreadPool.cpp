@@ -83,6 +83,10 @@ struct KwThreadPool::Impl
   size_t drainers = 0;
   unsigned long lastId = 0;
   bool ending = false;
+  // A thread has been woken, and none has looked at the queue since. One at a time: whoever looks wakes the
+  // next one when it finds more than it takes. So a caller who gives much work at once does not pay for
+  // waking each thread. A free thread that does not wait is starting or about to end; it will look too.
+  bool waking = false;
   Clock::time_point promiseAgain;  // see kNoPromise
   // The thread that ended last. Each ending thread joins the one before it, so that joining this one joins
   // all, and no caller of doWork ever waits for a thread's end.
@@ -92,6 +96,7 @@ struct KwThreadPool::Impl
   size_t freeThreads() const { return living - running.size(); }
 
   void addThread();
+  void wakeOne();
   static void* threadMain(void* pool);
   void serve();
   bool waitForWork(std::unique_lock<std::mutex>& lock);
@@ -116,6 +121,14 @@ void KwThreadPool::Impl::addThread()
   }
 }
 
+void KwThreadPool::Impl::wakeOne()
+{
+  if (!waking && freeThreads() > 0) {
+    waking = true;
+    workOrEnd.notify_one();
+  }
+}
+
 void* KwThreadPool::Impl::threadMain(void* pool)
 {
   poolOfThisThread() = pool;
@@ -133,6 +146,9 @@ void KwThreadPool::Impl::serve()
     const Item item = queue.front();
     queue.pop_front();
     running.push_back(item.id);
+    if (!queue.empty()) {
+      wakeOne();
+    }
     lock.unlock();
     run(item);
     if (!usable()) {
@@ -160,14 +176,19 @@ void KwThreadPool::Impl::serve()
 bool KwThreadPool::Impl::waitForWork(std::unique_lock<std::mutex>& lock)
 {
   const Clock::time_point deadline = Clock::now() + idle;
+  waking = false;  // whoever was woken, this thread looks at the queue
   while (queue.empty()) {
     if (ending) {
       return false;
     }
+    bool timedOut = false;
     if (living <= minThreads) {
       workOrEnd.wait(lock);
-    } else if (workOrEnd.wait_until(lock, deadline) == std::cv_status::timeout && queue.empty() &&
-               living > minThreads) {
+    } else {
+      timedOut = workOrEnd.wait_until(lock, deadline) == std::cv_status::timeout;
+    }
+    waking = false;
+    if (timedOut && queue.empty() && living > minThreads) {
       return false;
     }
   }
@@ -274,7 +295,7 @@ unsigned long KwThreadPool::doWork(Work work, void* argument)
   } catch (const std::bad_alloc&) {
     return kRefused;
   }
-  impl_->workOrEnd.notify_one();
+  impl_->wakeOne();
   return ++impl_->lastId;
 }
 

@@ -1,5 +1,6 @@
 // Whole messages in the log: what a line looks like, that none is lost, and what it costs not to log.
 #include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/log/LogXml.h>
 #include <kwxml/log/XmlBinaryLogger.h>
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <map>
 #include <set>
@@ -67,6 +69,10 @@ TEST(MessageLog, TheXmlStandsWhereThePlaceholderStood)
       {[&] { logger.DebugLvl("f", 3, "%bxml_kw,%bxml_kw", &m); }, {3, "f", "   " + xml + "   ,%bxml_kw"}},
       {[&] { logger.DebugLvl("f", 3, "%2$s %bxml_kw %1$.1f", &m, 1.5, "12"); },
        {3, "f", "12    " + xml + "    1.5"}},
+      {[&] { logger.DebugLvl("f", 3, "%s %bxml_kw %s", &m, "\x01", "\x02"); },
+       {3, "f", "\x01    " + xml + "    \x02"}},
+      {[&] { logger.DebugLvl("f", 3, "%ls, %bxml_kw", &m, L"\xD800"); },
+       {3, "f", "(arguments not formatted) %ls,    " + xml + "   "}},
       {[&] { logger.DebugLvl("f", 3, "no XML %d", &m, 1); }, {3, "f", "no XML 1"}},
       {[&] { logger.DebugLvl("f", 3, 9, "[%bxml_kw]", static_cast<YMMessageBase*>(nullptr)); },
        {3, "f", "[      ]"}},
@@ -78,6 +84,19 @@ TEST(MessageLog, TheXmlStandsWhereThePlaceholderStood)
     row.call();
     EXPECT_EQ(only(log), row.line);
   }
+}
+
+TEST(MessageLog, BytesInTheCallersMemoryAreItsCapacity)
+{
+  YMMessageBase m = leaf(7, "x");
+  BinaryBuffer owned;
+  ASSERT_NE(XMLEncoder().SerializeBinary(m, owned), 0);
+  std::string memory(owned.length(), ' ');
+  BinaryBuffer lent(memory.data(), memory.size());
+  BinarySerializer::serialize(m, lent);
+  LogCapture log;
+  XmlBinaryLogger().Debug("f", "%bxml_kw", &lent);
+  EXPECT_EQ(only(log).text, "   " + xmlOf(m) + "   ");
 }
 
 TEST(MessageLog, BytesThatDoNotDecodeGiveAnEmptyXml)
@@ -128,7 +147,7 @@ TEST(MessageLog, ALineAboveTheLevelAllocatesNothing)
 TEST(MessageLog, NoLineIsLostAndNoneComesTwice)
 {
   constexpr int threads = 16;
-  constexpr int lines = 2000;
+  constexpr int lines = 10000;
   std::map<std::string, int> seen;
   {
     const LogCapture level(1);
@@ -162,24 +181,47 @@ TEST(MessageLog, NoLineIsLostAndNoneComesTwice)
   EXPECT_TRUE(std::all_of(seen.begin(), seen.end(), [](const auto& line) { return line.second == 1; }));
 }
 
+namespace {
+
+/// Logs when it ends, which is after the pool has been waited for.
+struct LastWords
+{
+  ~LastWords()
+  {
+    YMMessageBase m = leaf(31, "x");
+    XmlBinaryLogger logger;
+    logger.initialize();
+    logger.DebugLvl("f", 1, "last%bxml_kw", &m);
+  }
+};
+
+/// Writes lines until the process ends: 30, and one by a static object.
+[[noreturn]] void logUntilTheEnd()
+{
+  static const LastWords lastWords;
+  static std::atomic<int> written = 0;
+  new LogCapture(1);  // its end would be the log's
+  kwxml::setLogSink([](const kwxml::LogRecord& record) {
+    ++written;
+    if (record.text.starts_with("last")) {
+      std::fprintf(stderr, "%d lines, the last <%s>\n", written.load(), std::string(record.text).c_str());
+    }
+  });
+  XmlBinaryLogger logger;
+  logger.initialize();
+  for (int i = 0; i < 30; ++i) {
+    YMMessageBase m = leaf(i, "x");
+    logger.DebugLvl("f", 1, "line %bxml_kw", &m);
+  }
+  std::exit(0);
+}
+
+}  // namespace
+
 TEST(MessageLogDeathTest, LinesThatWaitAtTheEndOfTheProcessAreWritten)
 {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  EXPECT_EXIT(
-      {
-        const LogCapture level(1);
-        kwxml::setLogSink([](const kwxml::LogRecord& record) {
-          std::fprintf(stderr, "%s\n", std::string(record.text.substr(0, 8)).c_str());
-        });
-        XmlBinaryLogger logger;
-        logger.initialize();
-        YMMessageBase m = leaf(1, "x");
-        for (int i = 0; i < 30; ++i) {
-          logger.DebugLvl("f", 1, "line %3d%bxml_kw", &m, i);
-        }
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0), "line  29");
+  EXPECT_EXIT(logUntilTheEnd(), testing::ExitedWithCode(0), "31 lines, the last <last   .*number=\"31\"");
 }
 
 TEST(MessageLog, TheRecordOfNothing)
