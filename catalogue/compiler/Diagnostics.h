@@ -29,7 +29,9 @@ public:
   const std::vector<std::string>& files() const { return files_; }
 
   void error(const Location& at, std::string text) { add(at, true, std::move(text)); }
-  void warning(const Location& at, std::string text) { add(at, false, std::move(text)); }
+  void warning(const Location& at, std::string text) { add(at, warningsAreErrors_, std::move(text)); }
+  /// From now on.
+  void makeWarningsErrors() { warningsAreErrors_ = true; }
   bool hasErrors() const { return errors_ > 0; }
 
   /// Writes "file:line:column: error: text" per error, "warning" alike; a place without a line is written as
@@ -48,6 +50,7 @@ private:
   std::vector<std::string> files_;
   std::vector<Entry> entries_;
   std::size_t errors_ = 0;
+  bool warningsAreErrors_ = false;
 };
 
 /// The text in single quotes; of a long one the beginning and "...".

@@ -21,7 +21,7 @@ constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
 
-constexpr const char* usage = "usage: kwxml-catalogue [--shards N] -o OUTDIR SCHEMA...\n";
+constexpr const char* usage = "usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
 
 constexpr const char* help =
     "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
@@ -31,6 +31,7 @@ constexpr const char* help =
     "  SCHEMA      a schema file, or a directory: its *.xml files, sorted by name\n"
     "  -o OUTDIR   where the files go; made when it does not exist\n"
     "  --shards N  the number of table files (default: one per 256 classes)\n"
+    "  --strict    what is only suspicious, and warned of, is an error\n"
     "  --help      this text\n"
     "\n"
     "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
@@ -46,6 +47,7 @@ constexpr const char* help =
 struct Arguments
 {
   bool help = false;
+  bool strict = false;
   unsigned shards = 0;
   std::string outputDirectory;
   std::vector<std::string> schemas;
@@ -63,6 +65,8 @@ std::string readArguments(int argc, char** argv, Arguments& arguments)
     }
     if (options && argument == "--") {
       options = false;
+    } else if (options && argument == "--strict") {
+      arguments.strict = true;
     } else if (options && (argument == "-o" || argument == "--shards")) {
       if (++i == argc) {
         return argument + " needs a value";
@@ -175,6 +179,9 @@ int compile(const Arguments& arguments)
 {
   const XmlPlatform platform;
   Diagnostics diagnostics;
+  if (arguments.strict) {
+    diagnostics.makeWarningsErrors();
+  }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
   Catalogue catalogue = parse(files, diagnostics);
   if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for

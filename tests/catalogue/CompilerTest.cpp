@@ -332,6 +332,10 @@ TEST_F(Compiler, ReplacesNoFileWhenOneCannotBeReplaced)
 TEST_F(Compiler, CommandLine)
 {
   write("s.xml", "<catalogue><system name='A' index='1'><message name='M' id='1'/></system></catalogue>");
+  write("x.xml",
+        "<catalogue><system name='A' index='1'><message name='M' id='1'><field name='x' "
+        "type='int'/></message>\n"
+        "<xpath id='1' message='M' path='@x'/></system></catalogue>");
   fs::create_directory(directory_ / "empty");
   fs::create_directories(directory_ / "odd/directory.xml");
   const struct
@@ -352,6 +356,9 @@ TEST_F(Compiler, CommandLine)
       {"-o out empty", 1, "kwxml-catalogue: empty has no *.xml files\n"},
       {"-o out odd", 1, "odd/directory.xml: error: Is a directory\n"},
       {"-o s.xml s.xml", 1, "kwxml-catalogue: "},
+      {"--strict -o out x.xml", 1,
+       "x.xml:2:38: error: only systems 12, 18, 22 and 100 have XPath tables: this xpath is left out\n"},
+      {"--strict -o out -- s.xml", 0, ""},
       {"-o out -- s.xml", 0, ""},
   };
   for (const auto& c : cases) {
@@ -361,7 +368,7 @@ TEST_F(Compiler, CommandLine)
     EXPECT_EQ(errors_.empty(), c.status == 0);
   }
   EXPECT_EQ(run("--help"), 0);
-  EXPECT_EQ(out_.find("usage: kwxml-catalogue [--shards N] -o OUTDIR SCHEMA..."), 0U);
+  EXPECT_EQ(out_.find("usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA..."), 0U);
 }
 
 }  // namespace

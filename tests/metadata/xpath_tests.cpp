@@ -2,6 +2,7 @@
 #include <kwxml/metadata/XMLMetaData.h>
 
 #include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
@@ -124,6 +125,41 @@ TEST(XPathGet, FailsWithoutTablesAndWithoutAClass)
             (std::vector<LogLine>{{0, function, "No XPath metadata exists for given subsystem id : [1l]"},
                                   {0, function, "Received NULL as pointer to object."},
                                   {0, function, "Unable to get Metadata for Object : []"}}));
+}
+
+/// One XMLMetaData keeps to the tables of its first message, so that others can be walked with them too.
+TEST(XPathGet, PassesOverListsOfMessagesAndWhatItCannotWalk)
+{
+  XMLMetaData data;
+  std::vector<XPathMetaData> records;
+  YMMessageBase m = stock();
+  ASSERT_EQ(data.getXpathMetaData(&m, records, true), 0);
+  records.clear();
+  const char* function = "XMLMetaData::getXPathMetaDataHelper";
+
+  YMMessageBase node = nodeChain(3);
+  YMMessageBase leaf = nodeChain(1);
+  XMLDecoder::InsertIntoList(&child(child(node, "child"), "child"), "children", &leaf);
+  {
+    const LogCapture trace(25);
+    EXPECT_EQ(data.getXpathMetaData(&node, records, true), 0);
+    EXPECT_EQ(trace.lines(),
+              (std::vector<LogLine>{{25, function,
+                                     "Type:[complex List] Found Xpath[child[1]/child[1]/children]. "
+                                     "This is yet to be implemented."}}));
+  }
+  const LogCapture log;
+  YMMessageBase deepest = nodeChain(kwxml::maxMessageNesting);
+  EXPECT_EQ(data.getXpathMetaData(&deepest, records, true), 0);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  YMMessageBase tooDeep = nodeChain(kwxml::maxMessageNesting + 1);
+  EXPECT_EQ(data.getXpathMetaData(&tooDeep, records, true), 0);
+  YMMessageBase& hollow = child(node, "child");
+  const YMMessageBase taken = std::move(hollow);  // leaves a message without a class
+  EXPECT_EQ(data.getXpathMetaData(&node, records, true), 0);
+  EXPECT_EQ(log.lines(), (std::vector<LogLine>{{0, function, "Messages nest deeper than [64]"},
+                                               {0, function, "Unable to get Metadata for Object"}}));
+  EXPECT_EQ(records.size(), 0u);
 }
 
 TEST(XPathSet, MakesWhatIsOnTheWayAndAddsToLists)

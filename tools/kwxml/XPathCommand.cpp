@@ -106,7 +106,45 @@ struct SetOptions
   WriteChoices write;
 };
 
-/// The record of a line, of which the ID and the value count; throws Failure (data) that begins with `where`.
+/// The XPath that a path of field positions stands for from a class on; empty when it leads nowhere there.
+std::string xpathFrom(const _ClassDef* cls, const XPathFieldsInfo& path)
+{
+  std::string xpath;
+  for (int level = 0; level < path.depth; ++level) {
+    const int position = path.fieldIndices[level];
+    if (cls == nullptr || position < 0 || position >= cls->numberOfFields) {
+      return {};
+    }
+    const FieldDef& def = cls->fields[position];
+    const bool last = level + 1 == path.depth;
+    const bool list = fieldTypeInfo(def.type).element != FIELD_UNSET;
+    xpath += (last && !list ? "@" : "") + std::string(def.getName()) + (last ? "" : "[1]/");
+    const bool leadsOn = def.type == FIELD_OBJECT || def.type == FIELD_LIST_OBJECT;
+    cls = leadsOn ? YMMessageBase::GetClassDefFromClassID(def) : nullptr;
+  }
+  return xpath;
+}
+
+/// Stores the values of lines in a message.
+class Setter
+{
+public:
+  Setter(YMMessageBase& message, const XPathDataRow& tables, LibraryLog& log)
+      : message_(message), tables_(tables), log_(log)
+  {
+  }
+
+  /// Throws Failure (data) that begins with `where`.
+  void set(std::string_view line, const std::string& where);
+
+private:
+  YMMessageBase& message_;
+  const XPathDataRow& tables_;
+  LibraryLog& log_;
+  XMLMetaData data_;
+};
+
+/// The record of a line: ID, XPath and value. Throws Failure (data) that begins with `where`.
 XPathMetaData parseLine(std::string_view line, const std::string& where)
 {
   std::vector<std::string_view> columns;
@@ -128,8 +166,35 @@ XPathMetaData parseLine(std::string_view line, const std::string& where)
   if (!value) {
     throw Failure(exitData, where + "a backslash stands before t, n, r or another backslash");
   }
+  record.xpath = columns[1];
   record.value = std::move(*value);
   return record;
+}
+
+void Setter::set(std::string_view line, const std::string& where)
+{
+  const XPathMetaData record = parseLine(line, where);
+  const auto system = static_cast<short>(tables_.system);
+  std::string xpath;
+  if (!data_.doesXPathIDExist(system, record.id) || !data_.getXPathFromID(system, record.id, xpath)) {
+    log_.error(where + "the system of " + message_.getTagName() + " has no XPath ID " +
+               std::to_string(record.id));
+    return;
+  }
+  const int index = data_.getXPathFieldsInfoIndex(tables_.idToFieldsInfo, tables_.count - 1, record.id);
+  if (xpathFrom(message_.getClass(), tables_.fieldsInfo[index]) != xpath) {
+    throw Failure(exitData, where + "XPath ID " + std::to_string(record.id) + " (" + xpath + ") is none of " +
+                                message_.getTagName());
+  }
+  if (!record.xpath.empty() && record.xpath != escaped(xpath)) {
+    throw Failure(exitData, where + "XPath ID " + std::to_string(record.id) + " is " + xpath + ", not " +
+                                oneLine(record.xpath, 64));
+  }
+  YMMessageBase* target = &message_;
+  if (data_.setXpathMetaData(target, {record}, system) != 0) {
+    throw Failure(exitData, where + message_.getTagName() + " takes no value '" + oneLine(record.value, 64) +
+                                "' at " + xpath);
+  }
 }
 
 void set(const SetOptions& options, LibraryLog& log)
@@ -140,29 +205,24 @@ void set(const SetOptions& options, LibraryLog& log)
   if (message.getClass() == nullptr || message.getClass()->isEnum()) {
     throw Failure(exitData, options.tag + " is an enumeration, not a message");
   }
-  if (YMMessageBase::getXPathData(place.system) == nullptr) {
+  const XPathDataRow* tables = YMMessageBase::getXPathData(place.system);
+  if (tables == nullptr) {
     throw Failure(exitData, "the system of " + message.getTagName() + " has no XPaths");
   }
   const std::string text = readInput(options.inputFile);
   const std::string name = inputName(options.inputFile);
-  YMMessageBase* target = &message;
-  XMLMetaData data;
+  Setter setter(message, *tables, log);
   int number = 0;
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
-    const std::string_view line = std::string_view(text).substr(begin, end - begin);
+    std::string_view line = std::string_view(text).substr(begin, end - begin);
     begin = end + 1;
     ++number;
-    if (line.empty()) {
-      continue;
+    if (line.ends_with('\r')) {  // in a value it is escaped
+      line.remove_suffix(1);
     }
-    const std::string where = name + ":" + std::to_string(number) + ": ";
-    const XPathMetaData record = parseLine(line, where);
-    if (data.setXpathMetaData(target, {record}, place.system) != 0) {
-      std::string xpath;
-      data.getXPathFromID(place.system, record.id, xpath);
-      throw Failure(exitData, where + message.getTagName() + " takes no value '" + oneLine(record.value, 64) +
-                                  "' at " + xpath);
+    if (!line.empty()) {
+      setter.set(line, name + ":" + std::to_string(number) + ": ");
     }
   }
   writeMessage(message, options.write, options.outputFile, name, log);
@@ -200,16 +260,20 @@ void addXPathCommand(CLI::App& app, Session& session)
       [getOptions, &session] { session.run = [getOptions](LibraryLog& log) { get(*getOptions, log); }; });
 
   const auto setOptions = std::make_shared<SetOptions>();
-  CLI::App& setCommand = addCommand(
-      xpath, "set", "Makes a message from such lines.",
-      "Reads the lines that kwxml xpath get writes, with the same escapes. Of each line the ID and the value "
-      "count;\n"
-      "the columns behind the value may be missing. Truth values are 1, 0, true or false. A line whose ID "
-      "the "
-      "system\n"
-      "does not have is reported and passed over; a value that does not fit its field is an error.\n\n"
-      "Example:\n  kwxml xpath get stock.xml | kwxml xpath set Inventory_Stock --readable",
-      setOptions->outputFile);
+  CLI::App& setCommand =
+      addCommand(xpath, "set", "Makes a message from such lines.",
+                 "Reads the lines that kwxml xpath get writes, with the same escapes. The XPath may be "
+                 "empty; where it is not "
+                 "it\n"
+                 "must be that of the ID. The columns behind the value may be missing. Truth values are 1, "
+                 "0, true or false. A "
+                 "line\n"
+                 "whose ID the system does not have is reported and passed over; an ID of another class, and "
+                 "a value that "
+                 "does\n"
+                 "not fit its field, is an error.\n\n"
+                 "Example:\n  kwxml xpath get stock.xml | kwxml xpath set Inventory_Stock --readable",
+                 setOptions->outputFile);
   setCommand.add_option("TAG", setOptions->tag, "Tag name or tag ID of the class")->type_name("")->required();
   setCommand.add_option("FILE", setOptions->inputFile, "The lines; - or nothing: standard input")
       ->type_name("");

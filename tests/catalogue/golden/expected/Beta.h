@@ -72,8 +72,8 @@ public:
 
   template <class List = ::kwxml::ConstMessageList<::Beta::Inner>>
   List inners() const { return getlistobject_const(1, 1, tag, 0x806E7CDD); }
-  template <class List>
-  void set_inners(const List& value) { setlistobject(1, 1, &value.messages(), tag, 0x806E7CDD); }
+  template <class List = ::kwxml::ConstMessageList<::Beta::Inner>>
+  void set_inners(const ::std::type_identity_t<List>& value) { setlistobject(1, 1, &value.messages(), tag, 0x806E7CDD); }
   template <class List = ::kwxml::MessageList<::Beta::Inner>>
   List mutable_inners() { return getlistobject(1, 1, tag, 0x806E7CDD, true); }
   bool has_inners() const { return isSet(1, tag, 0x806E7CDD); }
@@ -97,6 +97,8 @@ public:
   const ::std::string& text() const { return getstring_const(1, 1, tag, 0x8036452D); }
   void set_text(const ::std::string& value) { setstring(1, 1, value, tag, 0x8036452D); }
   ::std::string& mutable_text() { return getstringByRef(1, 1, tag, 0x8036452D); }
+  template <::kwxml::NullPointer T>
+  void set_text(T value) = delete;
   bool has_text() const { return isSet(1, tag, 0x8036452D); }
   void clear_text() { deleteMember(1, tag, 0x8036452D, false); }
 
