@@ -156,6 +156,11 @@ private:
     return getter(type, "static_cast<" + type + ">(getint64(" + slot_ + ", " + key_ + "))") +
            setter(type, call("setint64", "static_cast<long long>(value)"));
   }
+  /// Types that would convert to the setter's without being meant.
+  std::string refused(const std::string& types) const
+  {
+    return "  template <::kwxml::" + types + " T>\n  void set_" + name_ + "(T value) = delete;\n";
+  }
   /// A text or byte string that is given by reference.
   std::string object(const std::string& type, const std::string& get, const std::string& set,
                      const std::string& change) const
@@ -202,7 +207,7 @@ private:
              setter("bool", call("setint64", "value ? 1 : 0")) + "  template <class T>\n  void set_" + name_ +
              "(T* value) = delete;\n";
     } else if constexpr (IntegerSlot<Tag>) {
-      return integer(nativeName<Native>());
+      return integer(nativeName<Native>()) + refused("Floating");
     } else if constexpr (FloatingSlot<Tag>) {
       const std::string type = std::is_same_v<Native, double> ? "double" : "float";
       return getter(type, "get" + type + "(" + slot_ + ", " + key_ + ")") +
@@ -211,7 +216,7 @@ private:
       const std::string type = Tag::type == FIELD_STRING ? "string" : "wstring";
       return object("::std::" + type, call("get" + type + "_const"), call("set" + type, "value"),
                     call("get" + type + "ByRef")) +
-             "  template <::kwxml::NullPointer T>\n  void set_" + name_ + "(T value) = delete;\n";
+             refused("NullPointer");
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
                     call("setbstringobject", "value"), call("getbstringobjectByRef"));

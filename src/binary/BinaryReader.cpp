@@ -250,22 +250,18 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
       }
     }
     const wire::Kind kind = plans[position].kind;
-    if (kind == wire::Kind::Other) {
-      in_ = in;
-      good = readOther(message, fields[position]);
-      in = in_;
-      continue;
-    }
     long long& slot = slots[plans[position]];
-    if (kind == wire::Kind::Zigzag) {
-      slot = unzigzag(in.varint());
-    } else if (kind == wire::Kind::Varint) {
-      slot = in.varint();
-    } else if (kind == wire::Kind::Fixed8) {
-      slot = static_cast<long long>(in.fixed<std::uint64_t>());
-    } else if (kind == wire::Kind::Fixed4) {
-      slot = in.fixed<std::uint32_t>();
-    } else {
+    if (kind < wire::Kind::String) [[likely]] {
+      if (kind == wire::Kind::Zigzag) {
+        slot = unzigzag(in.varint());
+      } else if (kind == wire::Kind::Varint) {
+        slot = in.varint();
+      } else if (kind == wire::Kind::Fixed8) {
+        slot = static_cast<long long>(in.fixed<std::uint64_t>());
+      } else {
+        slot = in.fixed<std::uint32_t>();
+      }
+    } else if (kind == wire::Kind::String) {
       const std::size_t size = in.varint();
       if (in.failed() || size > in.left()) [[unlikely]] {
         in_ = in;
@@ -274,6 +270,11 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
       }
       std::launder(reinterpret_cast<std::string*>(&slot))->assign(in.at(), size);
       in.skip(size);
+    } else {
+      in_ = in;
+      good = readOther(message, fields[position]);
+      in = in_;
+      continue;
     }
     bits[position / 8] = static_cast<unsigned char>(bits[position / 8] | 1U << position % 8);
   }

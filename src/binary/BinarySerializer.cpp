@@ -29,12 +29,12 @@ XMLDebug& log()
 
 const EncodingFlags defaultFlags;
 
-kwxml::EncodeCall encodeCall(int version, const BinarySerializerParameters* parameters)
+kwxml::EncodeCall encodeCall(int version, const BinarySerializerParameters* parameters, int logLevel)
 {
   const bool given = parameters != nullptr;
   const EncodingFlags* flags =
       given && parameters->passwordSettings != nullptr ? parameters->passwordSettings : &defaultFlags;
-  return {version, {*flags, given ? parameters->context : nullptr}, log().getDebugLevel() >= traceLevel};
+  return {version, {*flags, given ? parameters->context : nullptr}, logLevel >= traceLevel};
 }
 
 /// A body of up to about so many bytes is written by one walk, on the stack.
@@ -61,7 +61,8 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
                                           const BinarySerializerParameters* parameters)
 {
   constexpr const char* function = "BinarySerializer::serialize";
-  kwxml::EncodeCall call = encodeCall(version, parameters);
+  const int logLevel = log().getDebugLevel();
+  kwxml::EncodeCall call = encodeCall(version, parameters, logLevel);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;
   // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
@@ -117,7 +118,7 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   } else {
     kwxml::writeBody(message, out, call);
   }
-  if (log().getDebugLevel() >= wholeLevel) {
+  if (logLevel >= wholeLevel) {
     std::string xml;
     if (XMLSerializer().serialize(message, xml) == 0) {
       log().debug(function, wholeLevel, "[%s]", xml.c_str());
@@ -129,7 +130,7 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
 unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message, int version,
                                                           const BinarySerializerParameters* parameters)
 {
-  kwxml::EncodeCall call = encodeCall(version, parameters);
+  kwxml::EncodeCall call = encodeCall(version, parameters, log().getDebugLevel());
   const std::uint64_t size = kwxml::measureBody(message, call);
   return call.tooDeep ? 0 : size;
 }
@@ -137,7 +138,7 @@ unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message
 void BinarySerializer::serializeBinaryRecursive(YMMessageBase& message, BinaryStream& out, int version,
                                                 const BinarySerializerParameters* parameters)
 {
-  kwxml::EncodeCall call = encodeCall(version, parameters);
+  kwxml::EncodeCall call = encodeCall(version, parameters, log().getDebugLevel());
   kwxml::writeBody(message, out, call);
 }
 

@@ -687,12 +687,8 @@ constexpr std::ptrdiff_t longestScalar = wire::keySize + 8;
         const long long* const value = &slots[plan];
         DirectOut next = to;
         next.fixed(plan.key);
-        if (kind == Kind::Other) {
-          const BoundedOut behind =
-              to.at <= end ? writeOther(message, cls.fields[position], BoundedOut{to.at, end}, call)
-                           : BoundedOut::failure();
-          good = good && !behind.failed();
-          to.at = behind.failed() ? to.at : behind.at;
+        if (kind < Kind::String) [[likely]] {
+          to = writeScalar(next, kind, *value);
         } else if (kind == Kind::String) {
           const std::string& text = stringAt(value);
           if (end - to.at >= static_cast<std::ptrdiff_t>(text.size())) [[likely]] {
@@ -701,7 +697,11 @@ constexpr std::ptrdiff_t longestScalar = wire::keySize + 8;
             good = false;
           }
         } else {
-          to = writeScalar(next, kind, *value);
+          const BoundedOut behind =
+              to.at <= end ? writeOther(message, cls.fields[position], BoundedOut{to.at, end}, call)
+                           : BoundedOut::failure();
+          good = good && !behind.failed();
+          to.at = behind.failed() ? to.at : behind.at;
         }
       });
   return good ? BoundedOut{to.at, out.end} : BoundedOut::failure();

@@ -26,6 +26,9 @@ inline constexpr bool isWrapper =
 /// What no text can be made of, although it converts to one.
 template <class T>
 concept NullPointer = std::is_null_pointer_v<T>;
+/// What a whole number can be made of, but loses its fraction.
+template <class T>
+concept Floating = std::is_floating_point_v<T>;
 
 /// A message as its wrapper. The message may be of another class, or of the same class in another catalogue:
 /// on a foreign tag fields are found by the hashes of their names, and those that are not there read as

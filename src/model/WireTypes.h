@@ -43,7 +43,8 @@ inline constexpr NumberForm scalarForm =
     : Tag::info.wireCode == codeFixed4                          ? NumberForm::Fixed4
                                                                 : NumberForm::Fixed8;
 
-/// How the walks handle a type: scalars and strings in place, the others by functions of their own.
+/// How the walks handle a type: scalars (they come first) and strings in place, the others by functions of
+/// their own.
 enum class Kind : std::uint8_t
 {
   Zigzag,

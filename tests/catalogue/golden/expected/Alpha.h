@@ -43,6 +43,8 @@ public:
 
   int count() const { return static_cast<int>(getint64(0, tag, 0x80A7510F)); }
   void set_count(int value) { setint64(0, 0, static_cast<long long>(value), tag, 0x80A7510F); }
+  template <::kwxml::Floating T>
+  void set_count(T value) = delete;
   bool has_count() const { return isSet(0, tag, 0x80A7510F); }
   void clear_count() { deleteMember(0, tag, 0x80A7510F, false); }
 
@@ -61,6 +63,8 @@ public:
 
   long hiddenCount() const { return static_cast<long>(getint64(6, tag, 0x80000000)); }
   void set_hiddenCount(long value) { setint64(3, 6, static_cast<long long>(value), tag, 0x80000000); }
+  template <::kwxml::Floating T>
+  void set_hiddenCount(T value) = delete;
   bool has_hiddenCount() const { return isSet(3, tag, 0x80000000); }
   void clear_hiddenCount() { deleteMember(3, tag, 0x80000000, false); }
 
@@ -104,6 +108,8 @@ public:
 
   long long first() const { return static_cast<long long>(getint64(0, tag, 0x80CED2B0)); }
   void set_first(long long value) { setint64(1, 0, static_cast<long long>(value), tag, 0x80CED2B0); }
+  template <::kwxml::Floating T>
+  void set_first(T value) = delete;
   bool has_first() const { return isSet(1, tag, 0x80CED2B0); }
   void clear_first() { deleteMember(1, tag, 0x80CED2B0, false); }
 };

@@ -110,6 +110,8 @@ public:
 
   int seconds() const { return static_cast<int>(getint64(6, tag, 0x806D4A7F)); }
   void set_seconds(int value) { setint64(3, 6, static_cast<long long>(value), tag, 0x806D4A7F); }
+  template <::kwxml::Floating T>
+  void set_seconds(T value) = delete;
   bool has_seconds() const { return isSet(3, tag, 0x806D4A7F); }
   void clear_seconds() { deleteMember(3, tag, 0x806D4A7F, false); }
 
