@@ -193,10 +193,25 @@ struct Output::Open
   Open(const Open&) = delete;
   Open& operator=(const Open&) = delete;
 
+  /// A name beside its place, if it has none: a file can take another's place only from a name.
+  bool giveName()
+  {
+    const std::string from = pathOf(file.get());
+    for (int i = 0; temporary.empty(); ++i) {
+      const std::string to = place + "." + std::to_string(::getpid()) + "." + std::to_string(i);
+      if (::linkat(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        temporary = to;
+      } else if (errno != EEXIST) {
+        return false;
+      }
+    }
+    return true;
+  }
+
   Descriptor file;
   std::string name;       ///< as diagnostics name it
-  std::string temporary;  ///< its name until it takes its place; empty for what is written as it stands
-  std::string place;
+  std::string place;      ///< where it goes in the end; empty for what is written as it stands
+  std::string temporary;  ///< its name while it has one and is not in its place
   mode_t mode = 0;
   std::unique_ptr<Descriptor> spool{};  ///< content that is copied to `file` in the end
   std::string path{};
@@ -232,13 +247,19 @@ Output::Output(const std::string& file) : file_(file)
   if (error) {
     failed("cannot write", file, error.value());
   }
-  std::string name = place + ".XXXXXX";
-  open_ = std::make_unique<Open>(::mkostemp(name.data(), O_CLOEXEC));
+  // Without a name, so that nothing is left where the program is killed; not every file system has such
+  // files.
+  const std::string folder = std::filesystem::path(place).parent_path().string();
+  open_ = std::make_unique<Open>(::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (open_->file.get() < 0) {
-    failed("cannot write", file, errno);
+    std::string name = place + ".XXXXXX";
+    open_ = std::make_unique<Open>(::mkostemp(name.data(), O_CLOEXEC));
+    if (open_->file.get() < 0) {
+      failed("cannot write", file, errno);
+    }
+    open_->temporary = name;
   }
   open_->name = file;
-  open_->temporary = name;
   open_->place = place;
   open_->mode = exists ? known.st_mode & 0777 : 0666 & ~mask;
 }
@@ -255,7 +276,7 @@ void Output::append(std::string_view bytes)
 const std::string& Output::path()
 {
   if (open_->path.empty()) {
-    if (open_->temporary.empty()) {
+    if (open_->place.empty()) {
       open_->spool = std::make_unique<Descriptor>(namelessFile());
     }
     open_->path = pathOf(open_->spool != nullptr ? open_->spool->get() : open_->file.get());
@@ -271,9 +292,10 @@ void Output::commit()
     }
     readAll(open_->spool->get(), "a temporary file", [this](std::string_view piece) { append(piece); });
   }
-  if (!open_->temporary.empty()) {
+  if (!open_->place.empty()) {
     if (::fchmod(open_->file.get(), open_->mode) != 0 || ::fsync(open_->file.get()) != 0 ||
-        !open_->file.close() || ::rename(open_->temporary.c_str(), open_->place.c_str()) != 0) {
+        !open_->giveName() || !open_->file.close() ||
+        ::rename(open_->temporary.c_str(), open_->place.c_str()) != 0) {
       failed("cannot write", open_->name, errno);
     }
     open_->temporary.clear();
