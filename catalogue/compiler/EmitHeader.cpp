@@ -216,7 +216,7 @@ private:
       const std::string type = Tag::type == FIELD_STRING ? "string" : "wstring";
       return object("::std::" + type, call("get" + type + "_const"), call("set" + type, "value"),
                     call("get" + type + "ByRef")) +
-             refused("NullPointer");
+             refused("NoText");
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
                     call("setbstringobject", "value"), call("getbstringobjectByRef"));

@@ -215,6 +215,9 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
     log().logError(function, "Messages nest deeper than [%d]", maxMessageNesting);
     return false;
   }
+  if (std::min(end, bodyEnd_) < wire::keySize) {
+    return !in_.failed();  // no room for a key
+  }
   ++call_.depth;
   const std::uint64_t outerEnd = std::exchange(bodyEnd_, std::min(end, bodyEnd_));
   const std::uint32_t outerCount = std::exchange(pendingCount_, 0);
@@ -225,9 +228,9 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   unsigned char* const bits = MessageAccess::bits(message);
   const std::uint64_t leastQuickKey = call_.trace ? ~std::uint64_t{0} : leastKey;
   std::size_t hint = 0;
-  bool good = true;
   Cursor in = in_;  // in registers, but while others read
-  const char* const lastKey = bodyEnd_ >= wire::keySize ? in.from(bodyEnd_ - wire::keySize) : nullptr;
+  const char* const lastKey = in.from(bodyEnd_ - wire::keySize);
+  bool good = true;
   while (good && in.at() <= lastKey) {
     const std::uint64_t keyPosition = in.position();
     const auto key = in.fixedInside<std::uint32_t>();

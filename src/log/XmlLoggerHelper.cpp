@@ -260,7 +260,8 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   if (buffer != nullptr) {
     record->buffer = std::make_unique<BinaryBuffer>();
     // Memory of the caller that a message was written to has no length of its own.
-    record->buffer->deepCopyBuffer(buffer->data(), buffer->capacity(), false);
+    const bool lent = buffer->external() && buffer->length() == 0;
+    record->buffer->deepCopyBuffer(buffer->data(), lent ? buffer->capacity() : buffer->length(), false);
   }
   hand(pool, std::move(record));
 }

@@ -2,6 +2,7 @@
 
 #include <kwxml/model/MessageInternal.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace kwxml {
@@ -50,17 +51,23 @@ ClassPlan::ClassPlan(const _ClassDef& cls, bool eager)
       untyped.resize((static_cast<std::size_t>(cls.numberOfFields) + 63) / 64);
       untyped[fields.size() / 64] |= std::uint64_t{1} << fields.size() % 64;
     }
-    fields.push_back({wire::fieldKey(def), def.slot, wire::kindOf(def.type), def.slot >= inlineCount});
-    const OwningField owner{&def, def.slot, static_cast<std::int16_t>(&def - cls.fields),
-                            def.slot >= inlineCount, def.type == FIELD_STRING};
+    // What has no value has no slot either, whatever its record says.
+    const bool stored = fieldTypeInfo(def.type).storage != Storage::None;
+    const std::int16_t slot = stored ? def.slot : std::int16_t{0};
+    const bool onHeap = stored && slot >= inlineCount;
+    const OwningField owner{&def, slot, static_cast<std::int16_t>(&def - cls.fields), onHeap,
+                            def.type == FIELD_STRING};
     if (contains(stringSlots | objectTypes, def.type)) {
       owners.push_back(owner);
     }
     if (contains(alwaysConstructed, def.type)) {
       constructed.push_back(owner);
     }
+    fields.push_back({wire::fieldKey(def), slot, wire::kindOf(def.type), onHeap});
   }
   fields.push_back({0, 0, wire::Kind::Other, false});
+  std::stable_partition(constructed.begin(), constructed.end(),
+                        [](const OwningField& field) { return contains(stringSlots, field.def->type); });
 }
 
 const ClassPlan& makePlan(unsigned system, unsigned classIndex)

@@ -39,7 +39,8 @@ struct ClassPlan
   /// One for each field record, and one more whose key 0 is no field's.
   std::vector<FieldPlan> fields;
   /// In the order of the records. Those whose values exist in every message, set or not, come in
-  /// `constructed` too.
+  /// `constructed` too, strings first: those cannot fail, and a message whose construction fails ends them
+  /// all.
   std::vector<OwningField> owners;
   std::vector<OwningField> constructed;
   /// The records of type 0, one bit each, 64 a number; empty where there are none.

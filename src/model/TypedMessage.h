@@ -23,9 +23,9 @@ inline constexpr bool isWrapper =
     sizeof(Wrapper) == sizeof(YMMessageBase) &&
     !std::is_polymorphic_v<Wrapper> && std::is_base_of_v<YMMessageBase, Wrapper>;
 
-/// What no text can be made of, although it converts to one.
+/// What no text can be made of, although a null pointer, and a 0 for one, converts to one.
 template <class T>
-concept NullPointer = std::is_null_pointer_v<T>;
+concept NoText = std::is_null_pointer_v<T> || std::is_integral_v<T>;
 /// What a whole number can be made of, but loses its fraction.
 template <class T>
 concept Floating = std::is_floating_point_v<T>;

@@ -495,7 +495,7 @@ private:
                    unsigned long tag, unsigned int hash);
 
   unsigned long tagId_ = 0;
-  YMMessageBuffer buffer_;
+  YMMessageBuffer buffer_{YMMessageBuffer::NotZeroed()};
   const _ClassDef* class_ = nullptr;
   std::string* serializedXml_ = nullptr;
   std::string* lastSerializedXml_ = nullptr;

@@ -15,7 +15,7 @@ public:
   /// Slots that the inline area has room for; a bitset kept inline shares the room.
   static constexpr short inlineSlots = 25;
 
-  YMMessageBuffer() noexcept = default;
+  YMMessageBuffer() noexcept : inline_{} {}
   /// A zeroed layout of the same shape: no value is copied. A copy of an external buffer shares its storage.
   YMMessageBuffer(const YMMessageBuffer& other);
   YMMessageBuffer& operator=(const YMMessageBuffer& other);
@@ -71,6 +71,13 @@ public:
   void takeOver(YMMessageBuffer& other) noexcept;
 
 private:
+  friend class YMMessageBase;
+  /// For a message, which reads no slot before init().
+  struct NotZeroed
+  {
+  };
+  explicit YMMessageBuffer(NotZeroed) noexcept {}
+
   std::size_t bitBytes() const noexcept { return static_cast<std::size_t>(bitCount_) / 8 + 1; }
   void layOut(short inlineCount, short slotCount, short bitCount);
   void release() noexcept;

@@ -90,6 +90,22 @@ TEST(BinaryReader, HeadersThatDoNotFit)
   }
 }
 
+TEST(BinaryReader, NothingAndClassesWithoutValues)
+{
+  YMMessageBase m = allTypes();
+  BinaryStream none(nullptr, 0);
+  EXPECT_TRUE(BinarySerializer::unserializeBinaryRecur(m, none, 0, 2, nullptr, false));
+  EXPECT_EQ(bodyHex(m), "");
+  // An enumeration is a class as well, whose records have no slots.
+  YMMessageBase color = make("Demo_Color");
+  const FieldDef& first = color.getClass()->fields[0];
+  std::string key;
+  for (int shift = 0; shift < 32; shift += 8) {
+    key += static_cast<char>((first.hash << 3 | 7) >> shift);
+  }
+  EXPECT_EQ(decode(color, header(color) + key), 0);
+}
+
 TEST(BinaryReader, BodiesThatFailSayWhy)
 {
   const std::string overrun =

@@ -51,7 +51,7 @@ public:
   const ::std::string& title() const { return getstring_const(1, 1, tag, 0x80942258); }
   void set_title(const ::std::string& value) { setstring(1, 1, value, tag, 0x80942258); }
   ::std::string& mutable_title() { return getstringByRef(1, 1, tag, 0x80942258); }
-  template <::kwxml::NullPointer T>
+  template <::kwxml::NoText T>
   void set_title(T value) = delete;
   bool has_title() const { return isSet(1, tag, 0x80942258); }
   void clear_title() { deleteMember(1, tag, 0x80942258, false); }
@@ -101,7 +101,7 @@ public:
   const ::std::string& second() const { return getstring_const(0, 2, tag, 0x80FB4474); }
   void set_second(const ::std::string& value) { setstring(0, 2, value, tag, 0x80FB4474); }
   ::std::string& mutable_second() { return getstringByRef(0, 2, tag, 0x80FB4474); }
-  template <::kwxml::NullPointer T>
+  template <::kwxml::NoText T>
   void set_second(T value) = delete;
   bool has_second() const { return isSet(0, tag, 0x80FB4474); }
   void clear_second() { deleteMember(0, tag, 0x80FB4474, false); }

@@ -97,7 +97,7 @@ public:
   const ::std::string& text() const { return getstring_const(1, 1, tag, 0x8036452D); }
   void set_text(const ::std::string& value) { setstring(1, 1, value, tag, 0x8036452D); }
   ::std::string& mutable_text() { return getstringByRef(1, 1, tag, 0x8036452D); }
-  template <::kwxml::NullPointer T>
+  template <::kwxml::NoText T>
   void set_text(T value) = delete;
   bool has_text() const { return isSet(1, tag, 0x8036452D); }
   void clear_text() { deleteMember(1, tag, 0x8036452D, false); }
