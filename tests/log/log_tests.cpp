@@ -2,6 +2,7 @@
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/log/LogXml.h>
 #include <kwxml/log/XmlBinaryLogger.h>
 #include <kwxml/log/XmlLoggerHelper.h>
@@ -198,6 +199,7 @@ struct LastWords
 /// Writes lines until the process ends: 30, and one by a static object.
 [[noreturn]] void logUntilTheEnd()
 {
+  XMLDebug::getInstance();  // what is made first ends last
   static const LastWords lastWords;
   static std::atomic<int> written = 0;
   new LogCapture(1);  // its end would be the log's
