@@ -202,7 +202,8 @@ struct LastWords
   XMLDebug::getInstance();  // what is made first ends last
   static const LastWords lastWords;
   static std::atomic<int> written = 0;
-  new LogCapture(1);  // its end would be the log's
+  static const LogCapture* const level = new LogCapture(1);  // its end would be the log's
+  EXPECT_TRUE(level->lines().empty());
   kwxml::setLogSink([](const kwxml::LogRecord& record) {
     ++written;
     if (record.text.starts_with("last")) {
