@@ -68,7 +68,8 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
   // written aside first.
   char small[smallBody];
-  const bool wasSmall = message.GetCachedSize() <= smallBody;  // when it was last written; 0 when it was not
+  // The size of last time tells large ones; any other number costs time only.
+  const bool wasSmall = message.GetCachedSize() <= smallBody;
   const char* const smallEnd = measuredAsWritten && wasSmall && !call.trace
                                    ? kwxml::writeBodyWithin(message, small, std::end(small), call)
                                    : nullptr;
