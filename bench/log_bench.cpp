@@ -34,12 +34,10 @@ double processorNanoseconds()
   return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
 }
 
-/// What one call costs the thread, in the best of many short series. `between` follows each series,
-/// unmeasured.
+/// What one call costs the thread, in the best of many series. `between` follows each series, unmeasured.
 template <class Body, class Between>
-double nanoseconds(Body body, Between between)
+double nanoseconds(int calls, Body body, Between between)
 {
-  constexpr int calls = 16;  // fewer than the pool has threads: nothing is refused
   double best = std::numeric_limits<double>::infinity();
   for (int series = 0; series < 400; ++series) {
     const double begin = processorNanoseconds();
@@ -52,26 +50,33 @@ double nanoseconds(Body body, Between between)
   return best;
 }
 
+template <class Body>
+double nanoseconds(Body body)
+{
+  return nanoseconds(1000, body, [] {});
+}
+
 void printCost(const char* document, YMMessageBase message)
 {
+  constexpr int burst = 16;  // fewer than the pool has threads: nothing is refused
   XmlBinaryLogger logger;
   logger.initialize();
   const auto drain = [] { XmlLoggerHelper::getXmlLoggerInstance()->drain(); };
-  const double line = nanoseconds([&] { logger.Debug("bench", "request %d: %bxml_kw", &message, 7); }, drain);
-  const double encode = nanoseconds(
-      [&] {
-        BinaryBuffer out;
-        BinarySerializer::serialize(message, out);
-      },
-      drain);
+  const double clock = nanoseconds(
+      burst, [] {}, drain);
+  const double line = nanoseconds(
+                          burst, [&] { logger.Debug("bench", "request %d: %bxml_kw", &message, 7); }, drain) -
+                      clock;
+  const double encode = nanoseconds([&] {
+    BinaryBuffer out;
+    BinarySerializer::serialize(message, out);
+  });
   // A line keeps the function's name and its text.
-  const double kept = 2 * nanoseconds(
-                              [] {
-                                char* text = new char[32];
-                                benchmark::DoNotOptimize(text);
-                                delete[] text;
-                              },
-                              drain);
+  const double kept = 2 * nanoseconds([] {
+                        char* text = new char[32];
+                        benchmark::DoNotOptimize(text);
+                        delete[] text;
+                      });
   constexpr double limit = 1.3;
   const double ratio = (line - kept) / encode;
   std::printf("%-24s %9.0f ns %9.0f ns %12.2f %12.2f %s\n", document, line, encode, ratio, limit,

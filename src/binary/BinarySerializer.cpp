@@ -40,12 +40,32 @@ kwxml::EncodeCall encodeCall(int version, const BinarySerializerParameters* para
 /// A body of up to about so many bytes is written by one walk, on the stack.
 constexpr std::size_t smallBody = std::size_t{16} << 10;
 
+/// Memory that is kept for messages to come has some to spare: a body that fills it to the last bytes is not
+/// written by one walk.
+std::uint64_t roomFor(std::uint64_t size)
+{
+  return size + size / 4 + 512;
+}
+
 /// The largest body: sizes travel in 32 bits.
 constexpr std::uint64_t maxBody = std::numeric_limits<std::uint32_t>::max() - wire::headerSize;
 
 }  // namespace
 
 // ---- Writing
+
+namespace {
+
+/// With `reuse` an owned buffer keeps its memory where it is large enough.
+unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
+                          const BinarySerializerParameters* parameters, bool reuse);
+
+}  // namespace
+
+unsigned long kwxml::serializeReusing(YMMessageBase& message, BinaryBuffer& buffer)
+{
+  return serializeTo(message, buffer, wire::defaultVersion, nullptr, true);
+}
 
 unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer)
 {
@@ -60,18 +80,30 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
 unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version,
                                           const BinarySerializerParameters* parameters)
 {
+  return serializeTo(message, buffer, version, parameters, false);
+}
+
+namespace {
+
+unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
+                          const BinarySerializerParameters* parameters, bool reuse)
+{
   constexpr const char* function = "BinarySerializer::serialize";
   const int logLevel = log().getDebugLevel();
   kwxml::EncodeCall call = encodeCall(version, parameters, logLevel);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;
-  // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
-  // written aside first.
-  char small[smallBody];
   // The size of last time tells large ones; any other number costs time only.
-  const bool wasSmall = message.GetCachedSize() <= smallBody;
+  const std::uint64_t lastSize = message.GetCachedSize();
+  // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
+  // written aside first, but for memory that may be used as it is.
+  char aside[smallBody];
+  const bool inPlace = reuse && buffer.capacity() >= roomFor(lastSize) + wire::headerSize;
+  char* const small = inPlace ? buffer.data() + wire::headerSize : aside;
+  char* const smallRoom = inPlace ? buffer.data() + buffer.capacity() : std::end(aside);
+  const bool wasSmall = inPlace || lastSize <= smallBody;
   const char* const smallEnd = measuredAsWritten && wasSmall && !call.trace
-                                   ? kwxml::writeBodyWithin(message, small, std::end(small), call)
+                                   ? kwxml::writeBodyWithin(message, small, smallRoom, call)
                                    : nullptr;
   const std::uint64_t size = smallEnd != nullptr ? static_cast<std::uint64_t>(smallEnd - small)
                              : call.tooDeep      ? 0
@@ -94,8 +126,11 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
       return 0;
     }
   } else {
-    buffer.SetWriteBuffer(nullptr, 0, false);
-    if (!buffer.resizeBuffer(required)) {
+    const bool grows = required > buffer.capacity();
+    if (!reuse || grows) {
+      buffer.SetWriteBuffer(nullptr, 0, false);
+    }
+    if ((reuse && grows && !buffer.resizeBuffer(roomFor(required))) || !buffer.resizeBuffer(required)) {
       log().logError(function, "Unable to create a buffer of required size : [%d]",
                      static_cast<int>(required));
       return 0;
@@ -111,7 +146,9 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   out.WriteInt32(call.version);
   out.WriteUInt32(static_cast<std::uint32_t>(message.getTagID()));
   if (smallEnd != nullptr) {
-    std::memcpy(buffer.data() + wire::headerSize, small, size);
+    if (!inPlace) {
+      std::memcpy(buffer.data() + wire::headerSize, small, size);
+    }
   } else if (measuredAsWritten) {
     [[maybe_unused]] const char* end =
         kwxml::writeBody(message, buffer.data() + wire::headerSize, buffer.data(), call);
@@ -127,6 +164,8 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
   }
   return buffer.length();
 }
+
+}  // namespace
 
 unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message, int version,
                                                           const BinarySerializerParameters* parameters)

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+class BinaryBuffer;
 class YMMessageBase;
 
 namespace kwxml {
@@ -45,5 +46,10 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call);
 char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call);
 /// Writes the body into a stream that may end before it does.
 void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call);
+
+/// BinarySerializer::serialize() for who writes many messages: the memory that the buffer owns (never the
+/// caller's) stays where it is large enough, so that its capacity may be more than its length. 0 on failure;
+/// the length is anything then.
+unsigned long serializeReusing(YMMessageBase& message, BinaryBuffer& buffer);
 
 }  // namespace kwxml

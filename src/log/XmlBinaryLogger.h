@@ -6,8 +6,16 @@
 //   logger.initialize();
 //   logger.DebugLvl("Backup::start", 10, "request %d: %bxml_kw", &message, number);
 //
-// The compiler checks no formats here: to it "%b" is a conversion of a number.
+// To compilers "%b" is a conversion of a number, so they would warn of every placeholder and of the arguments
+// behind it. Who writes it as "%%bxml_kw", which logs the same, may define KWXML_CHECK_LOG_FORMATS before
+// including this and have formats checked against their arguments.
 #pragma once
+
+#ifdef KWXML_CHECK_LOG_FORMATS
+#define KWXML_LOG_FORMAT(at, arguments) [[gnu::format(printf, at, arguments)]]
+#else
+#define KWXML_LOG_FORMAT(at, arguments)
+#endif
 
 class BinaryBuffer;
 class KwThreadPool;
@@ -23,16 +31,24 @@ public:
   int initialize();
 
   /// A line at level 0, which is always written.
+  KWXML_LOG_FORMAT(3, 5)
   void Debug(const char* function, const char* format, YMMessageBase* message, ...);
+  KWXML_LOG_FORMAT(3, 5)
   void Debug(const char* function, const char* format, BinaryBuffer* buffer, ...);
+  KWXML_LOG_FORMAT(4, 6)
   void DebugLvl(const char* function, int level, const char* format, YMMessageBase* message, ...);
+  KWXML_LOG_FORMAT(4, 6)
   void DebugLvl(const char* function, int level, const char* format, BinaryBuffer* buffer, ...);
   /// With a reference that the log shows.
+  KWXML_LOG_FORMAT(5, 7)
   void DebugLvl(const char* function, int level, int reference, const char* format, YMMessageBase* message,
                 ...);
+  KWXML_LOG_FORMAT(5, 7)
   void DebugLvl(const char* function, int level, int reference, const char* format, BinaryBuffer* buffer,
                 ...);
 
 private:
   KwThreadPool* pool_ = nullptr;
 };
+
+#undef KWXML_LOG_FORMAT

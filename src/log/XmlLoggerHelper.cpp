@@ -1,6 +1,7 @@
 #include <kwxml/log/XmlLoggerHelper.h>
 
 #include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -11,9 +12,13 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <iterator>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -25,15 +30,39 @@ namespace {
 
 constinit KwCriticalSectionH poolSection;
 
-/// A line's longest text, with its terminating zero.
-constexpr std::size_t lineSize = 4096;
+/// A line's longest text.
+constexpr std::size_t longestLine = 4095;
 
 constexpr std::string_view placeholder = "%bxml_kw";
 constexpr const char* frame = "   ";
 
-/// Stands for the placeholder while a line is formatted; a text may have it too.
+/// Stands for the placeholder while the C library formats a line; a text may have it too.
 constexpr char mark = '\x01';
 constexpr char otherMark = '\x02';
+
+/// The length of the placeholder that a format begins with, 0 without one. "%%bxml_kw" counts as one.
+std::size_t placeholderLength(std::string_view format)
+{
+  const std::size_t escape = format.starts_with("%%") ? 1 : 0;
+  return format.substr(escape).starts_with(placeholder) ? placeholder.size() + escape : 0;
+}
+
+/// A copy of a caller's arguments, to be taken one by one.
+struct Arguments
+{
+  explicit Arguments(va_list given) { va_copy(list, given); }
+  ~Arguments() { va_end(list); }
+  Arguments(const Arguments&) = delete;
+  Arguments& operator=(const Arguments&) = delete;
+
+  template <class T>
+  T next()
+  {
+    return va_arg(list, T);
+  }
+
+  va_list list;
+};
 
 /// A format that the C library understands.
 struct Format
@@ -50,9 +79,7 @@ Format split(std::string_view format)
   result.all.reserve(format.size());
   for (std::size_t i = 0; i < format.size();) {
     const std::string_view rest = format.substr(i);
-    const bool escaped = rest.starts_with("%%");
-    const std::string_view behind = escaped ? rest.substr(1) : rest;
-    if (behind.starts_with(placeholder)) {
+    if (const std::size_t length = placeholderLength(rest)) {
       if (!result.hasPlaceholder) {
         result.hasPlaceholder = true;
         result.prefix = result.all.size();
@@ -60,9 +87,9 @@ Format split(std::string_view format)
       } else {
         (result.all += '%') += placeholder;
       }
-      i += placeholder.size() + (escaped ? 1 : 0);
+      i += length;
     } else {
-      const std::size_t count = escaped ? 2 : 1;
+      const std::size_t count = rest.starts_with("%%") ? 2 : 1;
       result.all += rest.substr(0, count);
       i += count;
     }
@@ -70,15 +97,16 @@ Format split(std::string_view format)
   return result;
 }
 
-/// The formatted text, at most `limit` bytes of it; nothing where the C library cannot format the arguments.
-std::optional<std::string> formatted(const std::string& format, va_list args, std::size_t limit)
+/// The formatted text, at most longestLine bytes of it; nothing where the C library cannot format the
+/// arguments.
+std::optional<std::string> formatted(const std::string& format, va_list args)
 {
-  char line[lineSize];
-  const int length = std::vsnprintf(line, limit + 1, format.c_str(), args);
+  char line[longestLine + 1];
+  const int length = std::vsnprintf(line, sizeof line, format.c_str(), args);
   if (length < 0) {
     return std::nullopt;
   }
-  return std::string(line, std::min(static_cast<std::size_t>(length), limit));
+  return std::string(line, std::min(static_cast<std::size_t>(length), longestLine));
 }
 
 /// Takes the begun character off the end of a text that has been cut.
@@ -100,74 +128,168 @@ void cutBetweenCharacters(std::string& text)
   }
 }
 
-/// A formatted text and where in it the placeholder stood, at its end where that has been cut off.
-struct Line
-{
-  std::string text;
-  std::size_t at = 0;
-};
+/// Where in a text the placeholder stood: messageContainer::noXml when it stood nowhere.
+using Place = std::size_t;
+constexpr Place noPlace = messageContainer::noXml;
 
 /// The front part of a format cannot be formatted alone, for arguments may be used by their numbers. So a
 /// mark stands in the placeholder's place.
-std::optional<Line> formattedAround(const Format& format, va_list args, std::size_t limit)
+Place formatMarked(std::string& text, const Format& format, va_list args)
 {
-  va_list again;
-  va_copy(again, args);
-  std::optional<std::string> text = formatted(format.all, args, limit);
-  if (!text) {
-    va_end(again);
-    return std::nullopt;
+  Arguments again(args);
+  std::optional<std::string> all = formatted(format.all, args);
+  if (!all) {
+    constexpr std::string_view why = "(arguments not formatted) ";
+    text.assign(why).append(format.all);
+    if (format.hasPlaceholder) {
+      text.erase(why.size() + format.prefix, 1);
+    }
+    return format.hasPlaceholder ? why.size() + format.prefix : noPlace;
   }
-  Line line{std::move(*text), 0};
-  line.at = line.text.find(mark);
-  const bool alone = line.at != std::string::npos && line.text.find(mark, line.at + 1) == std::string::npos;
-  if (!alone || line.text.size() == limit) {
-    // Texts have the mark too, or the only one to be seen is theirs. The place is where a formatting with
-    // another mark differs.
-    std::string marked = format.all;
-    marked[format.prefix] = otherMark;
-    const std::string other = formatted(marked, again, limit).value_or(line.text);
-    line.at = static_cast<std::size_t>(
-        std::mismatch(line.text.begin(), line.text.end(), other.begin(), other.end()).first -
-        line.text.begin());
+  text = std::move(*all);
+  Place at = noPlace;
+  if (format.hasPlaceholder) {
+    at = text.find(mark);
+    const bool alone = at != std::string::npos && text.find(mark, at + 1) == std::string::npos;
+    if (!alone || text.size() == longestLine) {
+      // Texts have the mark too, or the only one to be seen is theirs. The place is where a formatting with
+      // another mark differs.
+      std::string marked = format.all;
+      marked[format.prefix] = otherMark;
+      const std::string other = formatted(marked, again.list).value_or(text);
+      at = static_cast<Place>(std::mismatch(text.begin(), text.end(), other.begin(), other.end()).first -
+                              text.begin());
+    }
+    if (at < text.size()) {
+      text.erase(at, 1);
+    }
   }
-  va_end(again);
-  if (line.at < line.text.size()) {
-    line.text.erase(line.at, 1);
+  return at;
+}
+
+/// Appends the decimal number that a conversion with so many "l" stands for.
+template <class Int, class Long, class LongLong>
+void appendNumber(std::string& text, int longs, Arguments& args)
+{
+  char digits[24];
+  char* const end = longs == 0   ? std::to_chars(digits, std::end(digits), args.next<Int>()).ptr
+                    : longs == 1 ? std::to_chars(digits, std::end(digits), args.next<Long>()).ptr
+                                 : std::to_chars(digits, std::end(digits), args.next<LongLong>()).ptr;
+  text.append(digits, end);
+}
+
+/// Formats what nearly all formats consist of: whole decimal numbers, texts, percent signs. Nothing where
+/// there is anything else. Several times as fast as the C library, which would take the largest share of a
+/// line's time.
+std::optional<Place> formatPlain(std::string& text, const char* format, Arguments&& args)
+{
+  Place at = noPlace;
+  while (*format != '\0') {
+    const char* const next = strchrnul(format, '%');
+    text.append(format, next);
+    if (*next == '\0') {
+      break;
+    }
+    if (const std::size_t length = placeholderLength(next)) {
+      if (at == noPlace) {
+        at = text.size();
+      } else {
+        text += placeholder;
+      }
+      format = next + length;
+      continue;
+    }
+    format = next + 1;
+    int longs = 0;
+    for (; *format == 'l' && longs < 2; ++format) {
+      ++longs;
+    }
+    const char conversion = *format++;
+    if (conversion == 'd' || conversion == 'i') {
+      appendNumber<int, long, long long>(text, longs, args);
+    } else if (conversion == 'u') {
+      appendNumber<unsigned, unsigned long, unsigned long long>(text, longs, args);
+    } else if (conversion == 's' && longs == 0) {
+      const char* const given = args.next<const char*>();
+      if (given == nullptr) {
+        return std::nullopt;
+      }
+      text.append(given, strnlen(given, longestLine));
+    } else if (conversion == '%' && longs == 0) {
+      text += '%';
+    } else {
+      return std::nullopt;
+    }
+    if (text.size() > longestLine) {
+      text.resize(longestLine);
+      break;  // nothing behind it is seen
+    }
   }
-  return line;
+  return at;
 }
 
 /// The line's text, and where the XML stands in it.
 void formatLine(messageContainer& record, const char* format, va_list args)
 {
-  constexpr std::size_t limit = lineSize - 1;
-  Format parts = split(format != nullptr ? format : "");
-  std::optional<Line> line;
-  if (parts.hasPlaceholder) {
-    line = formattedAround(parts, args, limit);
-  } else if (std::optional<std::string> text = formatted(parts.all, args, limit)) {
-    line = Line{std::move(*text), 0};
-  }
-  if (!line) {
-    constexpr std::string_view why = "(arguments not formatted) ";
-    if (parts.hasPlaceholder) {
-      parts.all.erase(parts.prefix, 1);
-    }
-    line = Line{std::string(why) + parts.all, why.size() + parts.prefix};
-  }
+  std::string& text = record.text;
+  text.clear();
+  format = format != nullptr ? format : "";
+  const std::optional<Place> place = formatPlain(text, format, Arguments(args));
+  Place at = place ? *place : formatMarked(text, split(format), args);
   // The placeholder counts as it stands in the format.
-  const bool showsXml = parts.hasPlaceholder && line->at + placeholder.size() <= limit;
-  const std::size_t longest = showsXml ? limit - placeholder.size() : limit;
-  record.text = std::move(line->text);
-  if (record.text.size() >= longest) {
-    record.text.resize(longest);
-    cutBetweenCharacters(record.text);
+  if (at != noPlace && at + placeholder.size() > longestLine) {
+    text.resize(std::min(at, text.size()));
+    at = noPlace;
   }
-  if (showsXml) {
-    record.xmlAt = std::min(line->at, record.text.size());
+  const std::size_t longest = at != noPlace ? longestLine - placeholder.size() : longestLine;
+  if (text.size() >= longest) {
+    text.resize(longest);
+    cutBetweenCharacters(text);
   }
+  record.xmlAt = at;
 }
+
+/// The records that wait for lines. Whoever finds it in use does without: nobody waits here, not even for a
+/// thread that a fork has left behind.
+class IdleRecords
+{
+public:
+  /// A record of no line; null when there is none.
+  std::unique_ptr<messageContainer> take()
+  {
+    if (!enter()) {
+      return nullptr;
+    }
+    std::unique_ptr<messageContainer> record(count_ > 0 ? records_[--count_] : nullptr);
+    leave();
+    return record;
+  }
+
+  void give(std::unique_ptr<messageContainer> record)
+  {
+    const bool large = record->buffer.capacity() > largest || record->function.capacity() > largest ||
+                       record->text.capacity() > largest;
+    if (large || !enter()) {
+      return;
+    }
+    if (count_ < records_.size()) {
+      records_[count_++] = record.release();
+    }
+    leave();
+  }
+
+private:
+  static constexpr std::size_t largest = std::size_t{64} << 10;
+
+  bool enter() { return !busy_.test_and_set(std::memory_order_acquire); }
+  void leave() { busy_.clear(std::memory_order_release); }
+
+  std::atomic_flag busy_;
+  std::size_t count_ = 0;
+  std::array<messageContainer*, 40> records_{};  // as many as the pool's threads and places
+};
+
+constinit IdleRecords idleRecords;
 
 /// Set when the process ends: what is logged from then on (by destructors of static objects) is written at
 /// once, for nobody would wait for it.
@@ -182,11 +304,20 @@ void drainAtExit()
   }
 }
 
+/// Keeps the memory.
+void empty(BinaryBuffer& buffer)
+{
+  static_cast<void>(buffer.resizeBuffer(0));
+}
+
 /// The line without its XML: everything that only the caller knows.
 std::unique_ptr<messageContainer> makeRecord(const char* function, int level, long long reference,
                                              const char* format, va_list args)
 {
-  auto record = std::make_unique<messageContainer>();
+  std::unique_ptr<messageContainer> record = idleRecords.take();
+  if (record == nullptr) {
+    record = std::make_unique<messageContainer>();
+  }
   record->threadId = static_cast<unsigned int>(pthread_self());
   record->function = function != nullptr ? function : "";
   record->reference = reference;
@@ -244,8 +375,9 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   }
   auto record = makeRecord(function, level, reference, format, args);
   if (message != nullptr) {
-    record->buffer = std::make_unique<BinaryBuffer>();
-    XMLEncoder().SerializeBinary(*message, *record->buffer);
+    if (kwxml::serializeReusing(*message, record->buffer) == 0) {
+      empty(record->buffer);
+    }
   }
   hand(pool, std::move(record));
 }
@@ -258,10 +390,12 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   }
   auto record = makeRecord(function, level, reference, format, args);
   if (buffer != nullptr) {
-    record->buffer = std::make_unique<BinaryBuffer>();
     // Memory of the caller that a message was written to has no length of its own.
     const bool lent = buffer->external() && buffer->length() == 0;
-    record->buffer->deepCopyBuffer(buffer->data(), lent ? buffer->capacity() : buffer->length(), false);
+    const unsigned long length = lent ? buffer->capacity() : buffer->length();
+    if (length != 0 && record->buffer.resizeBuffer(length)) {
+      std::memcpy(record->buffer.data(), buffer->data(), length);
+    }
   }
   hand(pool, std::move(record));
 }
@@ -272,12 +406,12 @@ namespace {
 std::string xmlOf(messageContainer& record)
 {
   std::string xml;
-  if (record.buffer == nullptr || record.buffer->length() == 0) {
+  if (record.buffer.length() == 0) {
     return xml;
   }
   try {
     XMLSerializer::initialize();
-    record.message.reset(XMLDecoder().UnserializeBinary(*record.buffer));
+    record.message.reset(XMLDecoder().UnserializeBinary(record.buffer));
     if (record.message != nullptr && XMLEncoder().serialize(*record.message, xml) != 0) {
       xml.clear();
     }
@@ -297,11 +431,15 @@ int XmlLoggerHelper::writeThroughTreadPool(void* work)
   if (record == nullptr) {
     return 1;
   }
-  std::string line = std::move(record->text);
+  const std::string* line = &record->text;
+  std::string withXml;
   if (record->xmlAt != messageContainer::noXml) {
-    line.insert(record->xmlAt, frame + xmlOf(*record) + frame);
+    withXml = xmlOf(*record);
+    withXml.insert(0, frame).insert(0, record->text, 0, record->xmlAt);
+    withXml.append(frame).append(record->text, record->xmlAt);
+    line = &withXml;
   }
-  event.DebugLvl(record->function.c_str(), record->level, record->reference, "%s", line.c_str());
+  event.DebugLvl(record->function.c_str(), record->level, record->reference, "%s", line->c_str());
   return 0;
 }
 
@@ -313,5 +451,9 @@ void* XmlLoggerHelper::writeThroughThreadPoolFunc(void* record)
 
 void XmlLoggerHelper::deAllocateMessageContainer(messageContainer* record)
 {
-  delete record;
+  if (record != nullptr) {
+    empty(record->buffer);
+    record->message.reset();
+    idleRecords.give(std::unique_ptr<messageContainer>(record));
+  }
 }

@@ -2,6 +2,7 @@
 // line, a worker turns the bytes into XML and writes.
 #pragma once
 
+#include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/platform/EvEvent.h>
 #include <kwxml/platform/KwThreadPool.h>
 
@@ -11,10 +12,10 @@
 #include <memory>
 #include <string>
 
-class BinaryBuffer;
 class YMMessageBase;
 
-/// One line on its way to the log. Owns everything in it.
+/// One line on its way to the log. Owns everything in it. Some records wait, with their memory, for lines to
+/// come: what one thread takes and another frees is slow to come back.
 struct messageContainer
 {
   std::uint64_t reserved = 0;
@@ -22,7 +23,7 @@ struct messageContainer
   std::string function;
   long long reference = 0;
   int level = 0;
-  std::unique_ptr<BinaryBuffer> buffer;    ///< the bytes of the message; null for a line without one
+  BinaryBuffer buffer;                     ///< the bytes of the message; none for a line without one
   std::unique_ptr<YMMessageBase> message;  ///< what the worker makes of them
   std::string text;                        ///< the formatted line, without its placeholder
   std::size_t xmlAt = noXml;               ///< where the message's XML stands in it
@@ -73,5 +74,6 @@ public:
   static int writeThroughTreadPool(void* record);
   /// The same as work of a pool; returns null.
   static void* writeThroughThreadPoolFunc(void* record);
+  /// Frees the record, or keeps it for another line: at most 40 records of at most 64 KB.
   static void deAllocateMessageContainer(messageContainer* record);
 };

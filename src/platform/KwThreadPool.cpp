@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -28,6 +27,18 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kNoPromise{1};
 
 constexpr size_t kThreadNameLength = 15;  // what the kernel keeps
+
+// Which process this is: one more in each forked child. To ask the system each time would cost more than the
+// rest of giving work.
+constinit std::atomic<unsigned> generation = 1;
+
+// False without memory for it.
+bool countForks()
+{
+  static const bool counted =
+      pthread_atfork(nullptr, nullptr, [] { generation.fetch_add(1, std::memory_order_relaxed); }) == 0;
+  return counted;
+}
 
 // The pool that the running thread belongs to, null for a thread of the program's.
 const void*& poolOfThisThread()
@@ -65,9 +76,9 @@ struct KwThreadPool::Impl
     void* argument;
   };
 
-  // The process whose threads these are, 0 before initThreadPool. Looked at before the mutex is touched: in a
-  // forked child the mutex may be held by a thread that does not exist there.
-  std::atomic<pid_t> process = 0;
+  // The process whose threads these are (its generation), 0 before initThreadPool. Looked at before the mutex
+  // is touched: in a forked child the mutex may be held by a thread that does not exist there.
+  std::atomic<unsigned> process = 0;
 
   mutable std::mutex mutex;
   std::condition_variable workOrEnd;  // for the threads
@@ -92,10 +103,30 @@ struct KwThreadPool::Impl
   // all, and no caller of doWork ever waits for a thread's end.
   std::optional<pthread_t> lastEnded;
 
-  bool usable() const { return process.load(std::memory_order_acquire) == getpid(); }
+  // What getCurrentAvailableThreadCount gives, for it is asked before each work: kept with each change.
+  std::atomic<int> available = 0;
+  // Threads that could not be started are not to be promised now; looked at under the mutex.
+  std::atomic<bool> noPromise = false;
+
+  bool usable() const
+  {
+    return process.load(std::memory_order_acquire) == generation.load(std::memory_order_relaxed);
+  }
   size_t freeThreads() const { return living - running.size(); }
 
+  // See getCurrentAvailableThreadCount.
+  size_t availableOf(size_t threads) const
+  {
+    const size_t taken = running.size() + queue.size();
+    return threads - std::min(threads, taken);
+  }
+  void publishAvailable()
+  {
+    available.store(static_cast<int>(availableOf(maxThreads)), std::memory_order_relaxed);
+  }
+
   void addThread();
+  void threadRefused();
   void wakeOne();
   static void* threadMain(void* pool);
   void serve();
@@ -110,15 +141,21 @@ void KwThreadPool::Impl::addThread()
   try {
     running.reserve(living + 1);
   } catch (const std::bad_alloc&) {
-    promiseAgain = Clock::now() + kNoPromise;
+    threadRefused();
     return;
   }
   pthread_t thread;
   if (startThread(&threadMain, this, thread)) {
     ++living;
   } else {
-    promiseAgain = Clock::now() + kNoPromise;
+    threadRefused();
   }
+}
+
+void KwThreadPool::Impl::threadRefused()
+{
+  promiseAgain = Clock::now() + kNoPromise;
+  noPromise.store(true, std::memory_order_relaxed);
 }
 
 void KwThreadPool::Impl::wakeOne()
@@ -157,6 +194,7 @@ void KwThreadPool::Impl::serve()
     lock.lock();
     *std::find(running.begin(), running.end(), item.id) = running.back();
     running.pop_back();
+    publishAvailable();
     if (drainers > 0) {
       progress.notify_all();
     }
@@ -250,7 +288,7 @@ int KwThreadPool::initThreadPool(const char* name, int idleSeconds, int minThrea
                                  int maxQueued)
 {
   if (!name || idleSeconds < 0 || minThreads < 0 || maxThreads < 1 || minThreads > maxThreads ||
-      maxQueued < 0 || impl_->process.load(std::memory_order_acquire) != 0) {
+      maxQueued < 0 || impl_->process.load(std::memory_order_acquire) != 0 || !countForks()) {
     return -1;
   }
   std::lock_guard lock(impl_->mutex);
@@ -259,7 +297,8 @@ int KwThreadPool::initThreadPool(const char* name, int idleSeconds, int minThrea
   impl_->minThreads = static_cast<size_t>(minThreads);
   impl_->maxThreads = static_cast<size_t>(maxThreads);
   impl_->maxQueued = static_cast<size_t>(maxQueued);
-  impl_->process.store(getpid(), std::memory_order_release);
+  impl_->publishAvailable();
+  impl_->process.store(generation.load(), std::memory_order_release);
   return 0;
 }
 
@@ -268,10 +307,13 @@ int KwThreadPool::getCurrentAvailableThreadCount() const
   if (!impl_->usable()) {
     return 0;
   }
-  std::lock_guard lock(impl_->mutex);
-  const size_t known = Clock::now() < impl_->promiseAgain ? impl_->living : impl_->maxThreads;
-  const size_t threads = known - impl_->running.size();
-  return static_cast<int>(threads - std::min(threads, impl_->queue.size()));
+  if (!impl_->noPromise.load(std::memory_order_relaxed)) {
+    return impl_->available.load(std::memory_order_relaxed);
+  }
+  const std::lock_guard lock(impl_->mutex);
+  const bool still = Clock::now() < impl_->promiseAgain;
+  impl_->noPromise.store(still, std::memory_order_relaxed);
+  return static_cast<int>(impl_->availableOf(still ? impl_->living : impl_->maxThreads));
 }
 
 unsigned long KwThreadPool::doWork(Work work, void* argument)
@@ -295,6 +337,7 @@ unsigned long KwThreadPool::doWork(Work work, void* argument)
   } catch (const std::bad_alloc&) {
     return kRefused;
   }
+  impl_->publishAvailable();
   impl_->wakeOne();
   return ++impl_->lastId;
 }

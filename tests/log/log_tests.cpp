@@ -16,7 +16,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <map>
 #include <set>
 #include <thread>
@@ -87,6 +89,38 @@ TEST(MessageLog, TheXmlStandsWhereThePlaceholderStood)
   }
 }
 
+namespace {
+
+template <class... Args>
+void expectAsTheCLibraryHasIt(const char* format, Args... args)
+{
+  char expected[256];
+  std::snprintf(expected, sizeof expected, format, args...);
+  LogCapture log;
+  XmlBinaryLogger().Debug("f", format, static_cast<YMMessageBase*>(nullptr), args...);
+  EXPECT_EQ(only(log).text, expected) << format;
+}
+
+}  // namespace
+
+TEST(MessageLog, ArgumentsReadAsTheCLibraryHasThem)
+{
+  constexpr int least = std::numeric_limits<int>::min();
+  constexpr long long leastLong = std::numeric_limits<long long>::min();
+  const char* const none = nullptr;
+  expectAsTheCLibraryHasIt("%d %i %u", least, 0, ~0u);
+  expectAsTheCLibraryHasIt("%ld|%lu|%lld|%llu%%", 1L, ~0UL, leastLong, ~0ULL);
+  expectAsTheCLibraryHasIt("%s%s %d", "", "text", 1);
+  // What is told apart late: everything before it is formatted anew.
+  expectAsTheCLibraryHasIt("%d %s %ld %5d|%-4s|%.2s", 1, "a", 2L, 3, "b", "cde");
+  expectAsTheCLibraryHasIt("%s %d %x %c %zu %hhd %.3f %p", "a", 1, 255u, 'c', sizeof least, 300, 1.5,
+                           static_cast<const void*>(none));
+  expectAsTheCLibraryHasIt("%d %s", 1, none);
+  expectAsTheCLibraryHasIt("%d %ls", 1, L"wide");
+  expectAsTheCLibraryHasIt("%2$s %1$d", 1, "a");
+  expectAsTheCLibraryHasIt("%d %*d", 1, 4, 2);
+}
+
 TEST(MessageLog, BytesInTheCallersMemoryAreItsCapacity)
 {
   YMMessageBase m = leaf(7, "x");
@@ -108,6 +142,9 @@ TEST(MessageLog, BytesThatDoNotDecodeGiveAnEmptyXml)
   XmlBinaryLogger().Debug("f", "[%bxml_kw]", &garbage);
   EXPECT_TRUE(log.has("f", "[      ]"));
   EXPECT_GT(log.lines().size(), 1u) << "and why";
+  YMMessageBase deep = nodeChain(65);
+  XmlBinaryLogger().Debug("f", "<%bxml_kw>", &deep);
+  EXPECT_TRUE(log.has("f", "<      >")) << "nor does what cannot be encoded";
 }
 
 TEST(MessageLog, LongLinesAreCutBetweenCharacters)
@@ -125,9 +162,19 @@ TEST(MessageLog, LongLinesAreCutBetweenCharacters)
     const auto last = static_cast<unsigned char>(line.back());
     EXPECT_TRUE(last < 0x80 || line.ends_with("\xE2\x82\xAC") || line.ends_with("\xC3\xA9")) << ascii;
   }
-  LogCapture log;
-  logger.Debug("f", "%s%bxml_kw", &m, std::string(4090, 'a').c_str());
-  EXPECT_EQ(only(log).text, std::string(4090, 'a')) << "no room for the placeholder, no XML";
+  // The placeholder counts as it stands, whatever formats the line.
+  const std::string frame = "   ";
+  for (std::size_t length = 4080; length < 4100; ++length) {
+    const std::string text(length, 'a');
+    const std::string expected = length <= 4087
+                                     ? text + frame + xmlOf(m) + frame + std::string(4087 - length, 'b')
+                                     : text.substr(0, 4095);
+    for (const char* format : {"%s%bxml_kw%s", "%1$s%bxml_kw%2$s"}) {
+      LogCapture log;
+      logger.Debug("f", format, &m, text.c_str(), std::string(100, 'b').c_str());
+      EXPECT_EQ(only(log).text, expected) << length << format;
+    }
+  }
 }
 
 TEST(MessageLog, ALineAboveTheLevelAllocatesNothing)
