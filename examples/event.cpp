@@ -1,0 +1,36 @@
+// Sends an event as a message and logs it: the log line, with the message in it, goes to standard output.
+// Then the event as its receiver has it.
+#include <catalogue/Common.h>
+#include <kwxml/KwXMLMsgsBase.h>
+#include <kwxml/platform/LogSink.h>
+
+#include <iostream>
+
+int main()
+{
+  EvMessageContainer event;
+  event.setMessageId(4711);
+  event.arguments().AddArgument("db-1", ArgumentInfo::kString);
+  event.arguments().AddArgument(92, ArgumentInfo::kInt);
+  Common::EventMessage message;
+  setEvMessageContainerToXML(event, message);
+
+  // The log of the settings' directory has the line too, when there is one.
+  kwxml::setLogSink([](const kwxml::LogRecord& line) { std::cout << line.text << "\n"; });
+  XmlBinaryLogger logger;
+  logger.initialize();
+  logger.Debug("event", "%s sends %bxml_kw", &message, "backup");
+  XmlLoggerHelper::getXmlLoggerInstance()->drain();  // the line is a worker's
+  kwxml::setLogSink({});
+
+  EvMessageContainer received;
+  if (!getEvMessageContainerFromXML(message, received)) {
+    return 1;
+  }
+  std::cout << received.getMessageId() << ":";
+  for (const ArgumentInfo::Argument& argument : received.arguments()) {
+    std::cout << " " << argument.as<std::string>();
+  }
+  std::cout << "\n";
+  return 0;
+}
