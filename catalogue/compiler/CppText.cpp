@@ -27,65 +27,9 @@ constexpr std::string_view keywords[] = {
     "xor_eq",
 };
 
-// Macros that the headers of generated code bring and isMacroFamily() does not know; and the names that
-// generated code itself uses where a class's name stands.
-constexpr std::string_view takenNames[] = {
-    "BUFSIZ",
-    "BYTE_ORDER",
-    "L_ctermid",
-    "L_cuserid",
-    "L_tmpnam",
-    "NFDBITS",
-    "NULL",
-    "P_tmpdir",
-    "WCONTINUED",
-    "WEOF",
-    "WEXITED",
-    "WEXITSTATUS",
-    "WIFCONTINUED",
-    "WIFEXITED",
-    "WIFSIGNALED",
-    "WIFSTOPPED",
-    "WNOHANG",
-    "WNOWAIT",
-    "WSTOPPED",
-    "WSTOPSIG",
-    "WTERMSIG",
-    "WUNTRACED",
-    "alloca",
-    "assert",
-    "be16toh",
-    "be32toh",
-    "be64toh",
-    "classIndex",
-    "errno",
-    "htobe16",
-    "htobe32",
-    "htobe64",
-    "htole16",
-    "htole32",
-    "htole64",
-    "le16toh",
-    "le32toh",
-    "le64toh",
-    "linux",
-    "major",
-    "minor",
-    "offsetof",
-    "stderr",
-    "stdin",
-    "stdout",
-    "systemIndex",
-    "tag",
-    "unix",
-    "va_arg",
-    "va_copy",
-    "va_end",
-    "va_start",
-    "RegisterSubsystem",
-    "YMMessageBase",
-    "nameOf",
-    "valueOf",
+// Names that generated code itself uses where a class's name stands.
+constexpr std::string_view ownNames[] = {
+    "RegisterSubsystem", "YMMessageBase", "classIndex", "nameOf", "systemIndex", "tag", "valueOf",
 };
 
 template <std::size_t N>
@@ -111,7 +55,8 @@ bool containsWord(std::string_view words, std::string_view name)
 /// The whole form, because which of its names are taken differs between systems.
 bool isMacroFamily(std::string_view name)
 {
-  constexpr std::string_view beginnings[] = {"EXIT_", "FD_", "LC_", "RENAME_", "SEEK_"};
+  constexpr std::string_view beginnings[] = {"CLOCK_",   "CLONE_",  "EXIT_",  "FD_",  "LC_",
+                                             "PTHREAD_", "RENAME_", "SCHED_", "SEEK_"};
   constexpr std::string_view ends[] = {"_BIT", "_ENDIAN", "_MAX", "_MIN", "_WIDTH"};
   const auto isUpperOrDigit = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
   const bool errorNumber =
@@ -126,7 +71,8 @@ bool isMacroFamily(std::string_view name)
 
 bool isTaken(std::string_view name)
 {
-  return contains(keywords, name) || contains(takenNames, name) || isMacroFamily(name);
+  return contains(keywords, name) || contains(ownNames, name) || containsWord(macroNames, name) ||
+         isMacroFamily(name);
 }
 
 }  // namespace

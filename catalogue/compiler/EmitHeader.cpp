@@ -303,7 +303,7 @@ std::string wrapper(const Class& cls)
                     ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
                     ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n  " + name +
                     "() : ::YMMessageBase(systemIndex, classIndex) {}\n";
-  std::set<std::string> names = {name};
+  std::set<std::string> names = {name, "List"};  // and the accessors' template parameter
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     std::string base = cppName(cls.fields[i].name);
     const auto taken = [&names](const std::string& candidate) {

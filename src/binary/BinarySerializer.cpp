@@ -98,7 +98,8 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
   // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
   // written aside first, but for memory that may be used as it is.
   char aside[smallBody];
-  const bool inPlace = reuse && buffer.capacity() >= roomFor(lastSize) + wire::headerSize;
+  const bool inPlace =
+      reuse && !buffer.external() && buffer.capacity() >= roomFor(lastSize) + wire::headerSize;
   char* const small = inPlace ? buffer.data() + wire::headerSize : aside;
   char* const smallRoom = inPlace ? buffer.data() + buffer.capacity() : std::end(aside);
   const bool wasSmall = inPlace || lastSize <= smallBody;

@@ -47,9 +47,8 @@ char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall&
 /// Writes the body into a stream that may end before it does.
 void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call);
 
-/// BinarySerializer::serialize() for who writes many messages: the memory that the buffer owns (never the
-/// caller's) stays where it is large enough, so that its capacity may be more than its length. 0 on failure;
-/// the length is anything then.
+/// BinarySerializer::serialize() for who writes many messages: memory that the buffer owns stays where it is
+/// large enough, so that its capacity may be more than its length. 0 on failure; the length is anything then.
 unsigned long serializeReusing(YMMessageBase& message, BinaryBuffer& buffer);
 
 }  // namespace kwxml

@@ -246,7 +246,7 @@ void formatLine(messageContainer& record, const char* format, va_list args)
     text.resize(longest);
     cutBetweenCharacters(text);
   }
-  record.xmlAt = at;
+  record.xmlAt = at != noPlace ? std::min(at, text.size()) : noPlace;  // the cut may have passed it
 }
 
 /// The records that wait for lines. Whoever finds it in use does without: nobody waits here, not even for a
@@ -267,9 +267,9 @@ public:
 
   void give(std::unique_ptr<messageContainer> record)
   {
-    const bool large = record->buffer.capacity() > largest || record->function.capacity() > largest ||
-                       record->text.capacity() > largest;
-    if (large || !enter()) {
+    const std::size_t size =
+        record->buffer.capacity() + record->function.capacity() + record->text.capacity();
+    if (size > largest || !enter()) {
       return;
     }
     if (count_ < records_.size()) {
@@ -304,10 +304,12 @@ void drainAtExit()
   }
 }
 
-/// Keeps the memory.
+/// Keeps the memory that is its own.
 void empty(BinaryBuffer& buffer)
 {
-  static_cast<void>(buffer.resizeBuffer(0));
+  if (!buffer.resizeBuffer(0)) {
+    buffer.SetWriteBuffer(nullptr, 0, false);
+  }
 }
 
 /// The line without its XML: everything that only the caller knows.
@@ -360,6 +362,7 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
     made->initThreadPool("XmlLoggerHelper", 300, 20, 20, 20);
     event.get();
     XMLSerializer::initialize();
+    XMLDebug::getInstance();  // workers write to it until the drain: what is made first ends last
     pool = made.release();
     std::atexit(drainAtExit);
     xmlLoggerInstance.store(pool, std::memory_order_release);
@@ -434,9 +437,10 @@ int XmlLoggerHelper::writeThroughTreadPool(void* work)
   const std::string* line = &record->text;
   std::string withXml;
   if (record->xmlAt != messageContainer::noXml) {
+    const std::size_t at = std::min(record->xmlAt, record->text.size());
     withXml = xmlOf(*record);
-    withXml.insert(0, frame).insert(0, record->text, 0, record->xmlAt);
-    withXml.append(frame).append(record->text, record->xmlAt);
+    withXml.insert(0, frame).insert(0, record->text, 0, at);
+    withXml.append(frame).append(record->text, at);
     line = &withXml;
   }
   event.DebugLvl(record->function.c_str(), record->level, record->reference, "%s", line->c_str());

@@ -32,12 +32,14 @@ constexpr size_t kThreadNameLength = 15;  // what the kernel keeps
 // rest of giving work.
 constinit std::atomic<unsigned> generation = 1;
 
-// False without memory for it.
-bool countForks()
+// Set when forks are counted; without memory for that when the library was loaded there are no pools. From
+// the load on, because a child's handlers run in the order of their registration: those of others may log.
+constinit bool countsForks = false;
+
+[[gnu::constructor]] void countForks()
 {
-  static const bool counted =
+  countsForks =
       pthread_atfork(nullptr, nullptr, [] { generation.fetch_add(1, std::memory_order_relaxed); }) == 0;
-  return counted;
 }
 
 // The pool that the running thread belongs to, null for a thread of the program's.
@@ -288,7 +290,7 @@ int KwThreadPool::initThreadPool(const char* name, int idleSeconds, int minThrea
                                  int maxQueued)
 {
   if (!name || idleSeconds < 0 || minThreads < 0 || maxThreads < 1 || minThreads > maxThreads ||
-      maxQueued < 0 || impl_->process.load(std::memory_order_acquire) != 0 || !countForks()) {
+      maxQueued < 0 || impl_->process.load(std::memory_order_acquire) != 0 || !countsForks) {
     return -1;
   }
   std::lock_guard lock(impl_->mutex);

@@ -12,8 +12,8 @@
 //
 // Fork: threads do not exist in a child. There the pools of the parent have no thread available and refuse
 // all work, so that a caller who asks first does the work itself; what was waiting at the fork is done in the
-// parent only. Destroying such a pool in the child gives up its memory. A pool whose initThreadPool is called
-// in the child is a usable one.
+// parent only. What works hold at the fork, such as locks, stays held in the child. Destroying such a pool in
+// the child gives up its memory. A pool whose initThreadPool is called in the child is a usable one.
 //
 // Every function but initThreadPool and the destructor may be called from any thread.
 #pragma once
@@ -36,8 +36,8 @@ public:
   /// To be called once, before all else. `name` (copied) is what tools show for the threads, cut after 15
   /// bytes. `idleSeconds`: after that long without work a thread above `minThreads` ends. `maxThreads`: at
   /// least 1. `maxQueued`: work beyond it, when all threads are busy, is refused. Returns 0; -1, with nothing
-  /// changed, for a null name, negative numbers, minThreads above maxThreads, no threads at all, or a pool
-  /// that is initialised already.
+  /// changed, for a null name, negative numbers, minThreads above maxThreads, no threads at all, a pool that
+  /// is initialised already, or in a process that could not watch its forks (no memory at its start).
   int initThreadPool(const char* name, int idleSeconds, int minThreads, int maxThreads, int maxQueued);
 
   /// Threads that are free or could still be started, less the work that waits for one; never below 0. For a

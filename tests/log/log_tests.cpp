@@ -162,6 +162,12 @@ TEST(MessageLog, LongLinesAreCutBetweenCharacters)
     const auto last = static_cast<unsigned char>(line.back());
     EXPECT_TRUE(last < 0x80 || line.ends_with("\xE2\x82\xAC") || line.ends_with("\xC3\xA9")) << ascii;
   }
+  // The cut takes the begun character in front of the placeholder too.
+  for (const char* format : {"%s%bxml_kw%s", "%1$s%bxml_kw%2$s"}) {
+    LogCapture log;
+    logger.Debug("f", format, &m, (std::string(4086, 'a') + '\xC3').c_str(), "\xA9 tail");
+    EXPECT_EQ(only(log).text, std::string(4086, 'a') + "   " + xmlOf(m) + "   ");
+  }
   // The placeholder counts as it stands, whatever formats the line.
   const std::string frame = "   ";
   for (std::size_t length = 4080; length < 4100; ++length) {
@@ -272,6 +278,57 @@ TEST(MessageLogDeathTest, LinesThatWaitAtTheEndOfTheProcessAreWritten)
 {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   EXPECT_EXIT(logUntilTheEnd(), testing::ExitedWithCode(0), "31 lines, the last <last   .*number=\"31\"");
+}
+
+namespace {
+
+/// The first use of the library is a line that waits when the process ends, and is one of an error too.
+[[noreturn]] void logGarbageUntilTheEnd()
+{
+  static std::atomic<int> written = 0;
+  kwxml::setLogSink([](const kwxml::LogRecord& record) {
+    written += record.text == "line       " ? 1 : 0;
+    if (written == 18) {
+      std::fprintf(stderr, "all lines\n");
+    }
+  });
+  XmlBinaryLogger logger;
+  logger.initialize();
+  for (int i = 0; i < 18; ++i) {
+    BinaryBuffer garbage;
+    garbage.deepCopyBuffer("garbage!garbage!", 16, false);
+    logger.Debug("f", "line %bxml_kw", &garbage);
+  }
+  std::exit(0);
+}
+
+}  // namespace
+
+TEST(MessageLogDeathTest, ErrorsOfWorkersAreLoggedUntilTheEnd)
+{
+  testing::FLAGS_gtest_death_test_style = "threadsafe";
+  EXPECT_EXIT(logGarbageUntilTheEnd(), testing::ExitedWithCode(0), "all lines");
+}
+
+TEST(MessageLog, ARecordOfTheCallersOwn)
+{
+  YMMessageBase m = leaf(7, "secret");
+  BinaryBuffer bytes;
+  ASSERT_NE(XMLEncoder().SerializeBinary(m, bytes), 0);
+  LogCapture log;
+  // Records are used again, but not the memory that they were lent.
+  auto* record = new messageContainer;
+  record->buffer.SetReadBuffer(bytes.data(), bytes.length(), true);
+  record->text = "x";
+  record->xmlAt = 5;
+  EXPECT_EQ(XmlLoggerHelper::writeThroughTreadPool(record), 0);
+  XmlBinaryLogger().Debug("f", "%bxml_kw", static_cast<YMMessageBase*>(nullptr));
+  YMMessageBase other = leaf(8, "other");
+  XmlBinaryLogger().Debug("f", "%bxml_kw", &other);
+  ASSERT_EQ(log.lines().size(), 3u);
+  EXPECT_EQ(log.lines()[0].text, "x   " + xmlOf(m) + "   ");
+  EXPECT_EQ(log.lines()[1].text, "      ");
+  EXPECT_EQ(log.lines()[2].text, "   " + xmlOf(other) + "   ");
 }
 
 TEST(MessageLog, TheRecordOfNothing)

@@ -45,17 +45,24 @@ void logMessage(const Options& options, LibraryLog& log)
   MessageInput input(options.inputFile, options.from, log);
   input.open(ReadOptions());
   const auto message = onlyMessage(input, "log");
+  const int errors = log.errors();
   std::string lines;
-  setLogLevel(options.level);
-  setLogSink([&lines](const LogRecord& record) {
-    lines += "[" + std::to_string(record.level) + "] " + (record.function != nullptr ? record.function : "") +
-             " " + std::string(record.text) + "\n";
-  });
-  XmlBinaryLogger logger;
-  logger.initialize();
-  logger.DebugLvl(options.function.c_str(), options.level, options.format.c_str(), message.get());
-  XmlLoggerHelper::getXmlLoggerInstance()->drain();
-  setLogSink({});
+  {
+    constexpr int reference = 1;  // the library's own lines have none
+    const LibraryLog::OwnLines own(log, options.level, reference, [&lines](const LogRecord& record) {
+      lines += "[" + std::to_string(record.level) + "] ";
+      lines += record.function;
+      ((lines += ' ') += record.text) += '\n';
+    });
+    XmlBinaryLogger logger;
+    logger.initialize();
+    logger.DebugLvl(options.function.c_str(), options.level, reference, options.format.c_str(),
+                    message.get());
+    XmlLoggerHelper::getXmlLoggerInstance()->drain();
+  }
+  if (log.errors() != errors) {
+    throw Failure(exitData, "the message does not stand in the log as it is; nothing is written");
+  }
   writeOutput(options.outputFile, lines);
 }
 

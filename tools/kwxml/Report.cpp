@@ -5,7 +5,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace kwxml::tool {
 
@@ -57,7 +59,7 @@ void report(std::string_view text)
   std::fwrite(line.data(), 1, line.size(), stderr);  // nowhere is left to report a failure to
 }
 
-LibraryLog::LibraryLog(int level)
+LibraryLog::LibraryLog(int level) : level_(level)
 {
   // Without a focus the library's log is silent; settings of the tool are those of this name.
   const char* focus = KWPI_Focus::getFocus();
@@ -65,43 +67,49 @@ LibraryLog::LibraryLog(int level)
     KWPI_Focus::setFocus("kwxml");
   }
   setLogLevel(level);
-  setLogSink([this, level](const LogRecord& record) {
-    if (silent_ || std::string_view(record.log) == "XMLMessage") {
-      return;  // the library's second log has every line of the first
+  setLogSink([this](const LogRecord& record) { show(record); });
+}
+
+void LibraryLog::show(const LogRecord& record)
+{
+  if (take_ && record.reference == ownReference_) {
+    return take_(record);
+  }
+  if (silent_ || record.level > level_ || std::string_view(record.log) == "XMLMessage") {
+    return;  // the library's second log has every line of the first
+  }
+  if (record.level == 0) {
+    // A message of the old way is written whole, and an object that it does not have earns it this line.
+    errors_ += record.text == "[Please check]" ? 0 : 1;
+    for (const int type : {3, 4, 5, 9, 10}) {
+      wantedKey_ = wantedKey_ ||
+                   record.text == "Password Decryption Handler Not Found for Type " + std::to_string(type);
     }
-    if (record.level == 0) {
-      // A message of the old way is written whole, and an object that it does not have earns it this line.
-      errors_ += record.text == "[Please check]" ? 0 : 1;
-      for (const int type : {3, 4, 5, 9, 10}) {
-        wantedKey_ = wantedKey_ ||
-                     record.text == "Password Decryption Handler Not Found for Type " + std::to_string(type);
+    constexpr std::string_view before = "Unable to construct object out of tag : [";
+    if (record.text.starts_with(before) && record.text.ends_with("]")) {
+      unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);
+    }
+  }
+  std::string text(record.text);
+  if (hidesDocuments_) {
+    for (const std::string_view before : {"XML: [", "XML : [", "Received xml for unserialization : ["}) {
+      if (const auto at = text.find(before); at != std::string::npos) {
+        text.replace(at + before.size(), std::string::npos, "...]");
       }
-      constexpr std::string_view before = "Unable to construct object out of tag : [";
-      if (record.text.starts_with(before) && record.text.ends_with("]")) {
-        unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);
-      }
     }
-    std::string text(record.text);
-    if (hidesDocuments_) {
-      for (const std::string_view before : {"XML: [", "XML : [", "Received xml for unserialization : ["}) {
-        if (const auto at = text.find(before); at != std::string::npos) {
-          text.replace(at + before.size(), std::string::npos, "...]");
-        }
-      }
-    }
-    if (level == 0) {
-      constexpr std::size_t longest = 400;
-      report(oneLine(text, longest));
-    } else {
-      std::string line = "[";
-      line += std::to_string(record.level);
-      line += "] ";
-      line += record.function != nullptr ? record.function : "";
-      line += ": ";
-      line += text;
-      report(line);
-    }
-  });
+  }
+  if (level_ == 0) {
+    constexpr std::size_t longest = 400;
+    report(oneLine(text, longest));
+  } else {
+    std::string line = "[";
+    line += std::to_string(record.level);
+    line += "] ";
+    line += record.function != nullptr ? record.function : "";
+    line += ": ";
+    line += text;
+    report(line);
+  }
 }
 
 void LibraryLog::error(std::string_view text)
@@ -113,6 +121,21 @@ void LibraryLog::error(std::string_view text)
 LibraryLog::~LibraryLog()
 {
   setLogSink({});
+}
+
+LibraryLog::OwnLines::OwnLines(LibraryLog& log, int level, long long reference,
+                               std::function<void(const LogRecord&)> take)
+    : log_(log)
+{
+  log_.ownReference_ = reference;
+  log_.take_ = std::move(take);
+  setLogLevel(std::max(level, log_.level_));
+}
+
+LibraryLog::OwnLines::~OwnLines()
+{
+  log_.take_ = nullptr;
+  setLogLevel(log_.level_);
 }
 
 }  // namespace kwxml::tool

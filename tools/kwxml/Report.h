@@ -1,8 +1,13 @@
 // Diagnostics: one line each on standard error, whatever the text holds.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+
+namespace kwxml {
+struct LogRecord;
+}
 
 namespace kwxml::tool {
 
@@ -47,12 +52,31 @@ public:
   int errors() const { return errors_; }
   /// True when the library left out a password of a type that it could have decrypted with a key.
   bool wantedKey() const { return wantedKey_; }
+  /// While it lives lines up to a level are logged, and those with one reference are the tool's own: they go
+  /// to `take` alone. What else is logged above the level of the log is not shown.
+  class OwnLines
+  {
+  public:
+    OwnLines(LibraryLog& log, int level, long long reference, std::function<void(const LogRecord&)> take);
+    ~OwnLines();
+    OwnLines(const OwnLines&) = delete;
+    OwnLines& operator=(const OwnLines&) = delete;
+
+  private:
+    LibraryLog& log_;
+  };
+
   /// From now on lines that quote a whole document show the rest alone: passwords are in it.
   void hideDocuments() { hidesDocuments_ = true; }
   /// The root element that the library could not make a message of; empty when it met none.
   const std::string& unknownRoot() const { return unknownRoot_; }
 
 private:
+  void show(const LogRecord& record);
+
+  const int level_;
+  std::function<void(const LogRecord&)> take_;
+  long long ownReference_ = 0;
   int errors_ = 0;
   bool wantedKey_ = false;
   bool hidesDocuments_ = false;
