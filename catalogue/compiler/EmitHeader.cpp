@@ -109,13 +109,13 @@ std::string enumeration(const Class& cls)
 class Accessors
 {
 public:
-  Accessors(const Field& field, std::size_t number, std::string name)
+  Accessors(const Field& field, std::size_t number, std::string name, const std::string& tag)
       : field_(field),
         name_(std::move(name)),
         number_(std::to_string(number)),
         slot_(std::to_string(field.slot)),
         place_(number_ + ", " + slot_),
-        key_("tag, " + hexadecimal(field.recordHash() | anyPlace))
+        key_(tag + ", " + hexadecimal(field.recordHash() | anyPlace))
   {
   }
 
@@ -297,9 +297,10 @@ private:
 std::string wrapper(const Class& cls)
 {
   const std::string name = cppName(cls.name);
+  // As a number in each accessor: to look up a name thousands of times is most of what a compiler does here.
+  const std::string tag = hexadecimal(tagId(cls), 8) + "UL";
   std::string out = "\nclass " + name +
-                    " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " +
-                    hexadecimal(tagId(cls), 8) +
+                    " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " + tag +
                     ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
                     ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n  " + name +
                     "() : ::YMMessageBase(systemIndex, classIndex) {}\n";
@@ -320,7 +321,7 @@ std::string wrapper(const Class& cls)
     for (const char* prefix : {"", "set_", "mutable_", "has_", "clear_"}) {
       names.insert(prefix + base);
     }
-    out += Accessors(cls.fields[i], i, base).text();
+    out += Accessors(cls.fields[i], i, base, tag).text();
   }
   return out + "};\n";
 }

@@ -36,55 +36,55 @@ class Late;
 class First : public ::YMMessageBase
 {
 public:
-  static constexpr unsigned long tag = 0x1F000300;
+  static constexpr unsigned long tag = 0x1F000300UL;
   static constexpr int systemIndex = 31;
   static constexpr int classIndex = 0;
   First() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  int count() const { return static_cast<int>(getint64(0, tag, 0x80A7510F)); }
-  void set_count(int value) { setint64(0, 0, static_cast<long long>(value), tag, 0x80A7510F); }
+  int count() const { return static_cast<int>(getint64(0, 0x1F000300UL, 0x80A7510F)); }
+  void set_count(int value) { setint64(0, 0, static_cast<long long>(value), 0x1F000300UL, 0x80A7510F); }
   template <::kwxml::Floating T>
   void set_count(T value) = delete;
-  bool has_count() const { return isSet(0, tag, 0x80A7510F); }
-  void clear_count() { deleteMember(0, tag, 0x80A7510F, false); }
+  bool has_count() const { return isSet(0, 0x1F000300UL, 0x80A7510F); }
+  void clear_count() { deleteMember(0, 0x1F000300UL, 0x80A7510F, false); }
 
-  const ::std::string& title() const { return getstring_const(1, 1, tag, 0x80942258); }
-  void set_title(const ::std::string& value) { setstring(1, 1, value, tag, 0x80942258); }
-  ::std::string& mutable_title() { return getstringByRef(1, 1, tag, 0x80942258); }
+  const ::std::string& title() const { return getstring_const(1, 1, 0x1F000300UL, 0x80942258); }
+  void set_title(const ::std::string& value) { setstring(1, 1, value, 0x1F000300UL, 0x80942258); }
+  ::std::string& mutable_title() { return getstringByRef(1, 1, 0x1F000300UL, 0x80942258); }
   template <::kwxml::NoText T>
   void set_title(T value) = delete;
-  bool has_title() const { return isSet(1, tag, 0x80942258); }
-  void clear_title() { deleteMember(1, tag, 0x80942258, false); }
+  bool has_title() const { return isSet(1, 0x1F000300UL, 0x80942258); }
+  void clear_title() { deleteMember(1, 0x1F000300UL, 0x80942258, false); }
 
-  ::Beta::Shade shade() const { return static_cast<::Beta::Shade>(getint64(5, tag, 0x80854E2D)); }
-  void set_shade(::Beta::Shade value) { setint64(2, 5, static_cast<long long>(value), tag, 0x80854E2D); }
-  bool has_shade() const { return isSet(2, tag, 0x80854E2D); }
-  void clear_shade() { deleteMember(2, tag, 0x80854E2D, false); }
+  ::Beta::Shade shade() const { return static_cast<::Beta::Shade>(getint64(5, 0x1F000300UL, 0x80854E2D)); }
+  void set_shade(::Beta::Shade value) { setint64(2, 5, static_cast<long long>(value), 0x1F000300UL, 0x80854E2D); }
+  bool has_shade() const { return isSet(2, 0x1F000300UL, 0x80854E2D); }
+  void clear_shade() { deleteMember(2, 0x1F000300UL, 0x80854E2D, false); }
 
-  long hiddenCount() const { return static_cast<long>(getint64(6, tag, 0x80000000)); }
-  void set_hiddenCount(long value) { setint64(3, 6, static_cast<long long>(value), tag, 0x80000000); }
+  long hiddenCount() const { return static_cast<long>(getint64(6, 0x1F000300UL, 0x80000000)); }
+  void set_hiddenCount(long value) { setint64(3, 6, static_cast<long long>(value), 0x1F000300UL, 0x80000000); }
   template <::kwxml::Floating T>
   void set_hiddenCount(T value) = delete;
-  bool has_hiddenCount() const { return isSet(3, tag, 0x80000000); }
-  void clear_hiddenCount() { deleteMember(3, tag, 0x80000000, false); }
+  bool has_hiddenCount() const { return isSet(3, 0x1F000300UL, 0x80000000); }
+  void clear_hiddenCount() { deleteMember(3, 0x1F000300UL, 0x80000000, false); }
 
-  const ::std::vector<unsigned int>& shades() const { return ::kwxml::orEmpty(getlistuint_const(4, 7, tag, 0x802477E6)); }
-  void set_shades(const ::std::vector<unsigned int>& value) { setlistuint(4, 7, &value, tag, 0x802477E6); }
-  ::std::vector<unsigned int>& mutable_shades() { return ::kwxml::orScratch(getlistuint(4, 7, tag, 0x802477E6, true)); }
-  bool has_shades() const { return isSet(4, tag, 0x802477E6); }
-  void clear_shades() { deleteMember(4, tag, 0x802477E6, false); }
+  const ::std::vector<unsigned int>& shades() const { return ::kwxml::orEmpty(getlistuint_const(4, 7, 0x1F000300UL, 0x802477E6)); }
+  void set_shades(const ::std::vector<unsigned int>& value) { setlistuint(4, 7, &value, 0x1F000300UL, 0x802477E6); }
+  ::std::vector<unsigned int>& mutable_shades() { return ::kwxml::orScratch(getlistuint(4, 7, 0x1F000300UL, 0x802477E6, true)); }
+  bool has_shades() const { return isSet(4, 0x1F000300UL, 0x802477E6); }
+  void clear_shades() { deleteMember(4, 0x1F000300UL, 0x802477E6, false); }
 
-  const ::std::map<::YMMessageBase, ::YMMessageBase>& parts() const { return ::kwxml::orEmpty(getMapObjectAndObject_const(5, 8, tag, 0x80581AE0)); }
-  void set_parts(const ::std::map<::YMMessageBase, ::YMMessageBase>& value) { setMapObjectAndObject(5, 8, &value, tag, 0x80581AE0); }
-  ::std::map<::YMMessageBase, ::YMMessageBase>& mutable_parts() { return ::kwxml::orScratch(getMapObjectAndObject(5, 8, tag, 0x80581AE0, true)); }
-  bool has_parts() const { return isSet(5, tag, 0x80581AE0); }
-  void clear_parts() { deleteMember(5, tag, 0x80581AE0, false); }
+  const ::std::map<::YMMessageBase, ::YMMessageBase>& parts() const { return ::kwxml::orEmpty(getMapObjectAndObject_const(5, 8, 0x1F000300UL, 0x80581AE0)); }
+  void set_parts(const ::std::map<::YMMessageBase, ::YMMessageBase>& value) { setMapObjectAndObject(5, 8, &value, 0x1F000300UL, 0x80581AE0); }
+  ::std::map<::YMMessageBase, ::YMMessageBase>& mutable_parts() { return ::kwxml::orScratch(getMapObjectAndObject(5, 8, 0x1F000300UL, 0x80581AE0, true)); }
+  bool has_parts() const { return isSet(5, 0x1F000300UL, 0x80581AE0); }
+  void clear_parts() { deleteMember(5, 0x1F000300UL, 0x80581AE0, false); }
 };
 
 class Empty : public ::YMMessageBase
 {
 public:
-  static constexpr unsigned long tag = 0x1F000100;
+  static constexpr unsigned long tag = 0x1F000100UL;
   static constexpr int systemIndex = 31;
   static constexpr int classIndex = 1;
   Empty() : ::YMMessageBase(systemIndex, classIndex) {}
@@ -93,25 +93,25 @@ public:
 class Late : public ::YMMessageBase
 {
 public:
-  static constexpr unsigned long tag = 0x1F000200;
+  static constexpr unsigned long tag = 0x1F000200UL;
   static constexpr int systemIndex = 31;
   static constexpr int classIndex = 4;
   Late() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  const ::std::string& second() const { return getstring_const(0, 2, tag, 0x80FB4474); }
-  void set_second(const ::std::string& value) { setstring(0, 2, value, tag, 0x80FB4474); }
-  ::std::string& mutable_second() { return getstringByRef(0, 2, tag, 0x80FB4474); }
+  const ::std::string& second() const { return getstring_const(0, 2, 0x1F000200UL, 0x80FB4474); }
+  void set_second(const ::std::string& value) { setstring(0, 2, value, 0x1F000200UL, 0x80FB4474); }
+  ::std::string& mutable_second() { return getstringByRef(0, 2, 0x1F000200UL, 0x80FB4474); }
   template <::kwxml::NoText T>
   void set_second(T value) = delete;
-  bool has_second() const { return isSet(0, tag, 0x80FB4474); }
-  void clear_second() { deleteMember(0, tag, 0x80FB4474, false); }
+  bool has_second() const { return isSet(0, 0x1F000200UL, 0x80FB4474); }
+  void clear_second() { deleteMember(0, 0x1F000200UL, 0x80FB4474, false); }
 
-  long long first() const { return static_cast<long long>(getint64(0, tag, 0x80CED2B0)); }
-  void set_first(long long value) { setint64(1, 0, static_cast<long long>(value), tag, 0x80CED2B0); }
+  long long first() const { return static_cast<long long>(getint64(0, 0x1F000200UL, 0x80CED2B0)); }
+  void set_first(long long value) { setint64(1, 0, static_cast<long long>(value), 0x1F000200UL, 0x80CED2B0); }
   template <::kwxml::Floating T>
   void set_first(T value) = delete;
-  bool has_first() const { return isSet(1, tag, 0x80CED2B0); }
-  void clear_first() { deleteMember(1, tag, 0x80CED2B0, false); }
+  bool has_first() const { return isSet(1, 0x1F000200UL, 0x80CED2B0); }
+  void clear_first() { deleteMember(1, 0x1F000200UL, 0x80CED2B0, false); }
 };
 
 /// Does nothing; a call forces the system's tables to be linked.
