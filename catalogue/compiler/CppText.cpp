@@ -55,14 +55,16 @@ bool containsWord(std::string_view words, std::string_view name)
 /// The whole form, because which of its names are taken differs between systems.
 bool isMacroFamily(std::string_view name)
 {
-  constexpr std::string_view beginnings[] = {"CLOCK_",   "CLONE_",  "EXIT_",  "FD_",  "LC_",
-                                             "PTHREAD_", "RENAME_", "SCHED_", "SEEK_"};
+  constexpr std::string_view beginnings[] = {"ATOMIC_", "CLOCK_",   "CLONE_",  "CLOSE_RANGE_", "EXIT_", "FD_",
+                                             "LC_",     "PTHREAD_", "RENAME_", "SCHED_",       "SEEK_"};
   constexpr std::string_view ends[] = {"_BIT", "_ENDIAN", "_MAX", "_MIN", "_WIDTH"};
   const auto isUpperOrDigit = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
   const bool errorNumber =
       name.size() > 1 && name[0] == 'E' && std::all_of(name.begin(), name.end(), isUpperOrDigit);
+  // System calls; SYS_ERROR is none.
+  const bool call = name.size() > 4 && name.starts_with("SYS_") && !isUpperOrDigit(name[4]);
   const bool integerConstant = (name.starts_with("INT") || name.starts_with("UINT")) && name.ends_with("_C");
-  return errorNumber || integerConstant ||
+  return errorNumber || integerConstant || call ||
          std::any_of(std::begin(beginnings), std::end(beginnings),
                      [&](std::string_view beginning) { return name.starts_with(beginning); }) ||
          std::any_of(std::begin(ends), std::end(ends),

@@ -59,7 +59,7 @@ constexpr const char* explanation = R"(
 //
 // Names: a character that no C++ name has becomes "_", a digit at the front gets a "_" before it. A field, class or
 // enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
-// own class, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
+// own class, is List, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
 //
 // A message of another class, or of a class of the same name in another catalogue, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
@@ -297,7 +297,7 @@ private:
 std::string wrapper(const Class& cls)
 {
   const std::string name = cppName(cls.name);
-  // As a number in each accessor: to look up a name thousands of times is most of what a compiler does here.
+  // As a number in each accessor: to look up a name thousands of times takes compilers long.
   const std::string tag = hexadecimal(tagId(cls), 8) + "UL";
   std::string out = "\nclass " + name +
                     " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " + tag +

@@ -4,6 +4,7 @@
 #include <kwxml/platform/KWPlatformInfo.h>
 
 char XMLDebug::sysName[1025];
+constinit std::atomic<bool> XMLDebug::ended = false;
 
 XMLDebug* XMLDebug::getInstance()
 {
@@ -27,6 +28,7 @@ XMLDebug::XMLDebug()
 
 XMLDebug::~XMLDebug()
 {
+  ended = true;
   // Before the process's log, which is declared after it.
   messageLog.reset();
 }
@@ -42,6 +44,9 @@ bool XMLDebug::checkRegistry() const
 
 void XMLDebug::write(int level, const char* function, const char* format, va_list args) const
 {
+  if (ended) {
+    return;
+  }
   // Each log gets arguments of its own: a log may use up what it is given.
   if (processLog) {
     va_list copy;

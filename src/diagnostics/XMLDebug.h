@@ -6,11 +6,13 @@
 // instance: it writes nothing. Focus and setting are sampled once, when the instance is made.
 //
 // Levels: 0 errors; 10 event arguments; 15 and more field by field in the binary form; 25 and more whole
-// messages as XML. The instance is read-only once made: any thread may log.
+// messages as XML. The instance is read-only once made: any thread may log. What objects log that end after
+// it, when the process does, is not written.
 #pragma once
 
 #include <kwxml/platform/EvDebug.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <memory>
 #include <string>
@@ -38,7 +40,7 @@ public:
 
   /// The level to test before trace text is built: that of the process's log, or -1 for a silent instance, so
   /// that no text is built which nobody would see.
-  int getDebugLevel() const { return processLog ? processLog->getDebugLevel() : -1; }
+  int getDebugLevel() const { return processLog && !ended ? processLog->getDebugLevel() : -1; }
 
   /// Whether the platform settings ask for the log "XMLMessage". Reads the settings anew.
   bool checkRegistry() const;
@@ -51,6 +53,9 @@ private:
   ~XMLDebug();
   [[gnu::format(printf, 4, 0)]] void write(int level, const char* function, const char* format,
                                            va_list args) const;
+
+  // Outside the instance, since it is asked when that has ended: static objects that are older end later.
+  static std::atomic<bool> ended;
 
   std::string name;                     // function name of lines that have none
   int defaultLevel = 1;                 // level of traces that have none

@@ -27,7 +27,8 @@ class YMMessageBase;
 class XmlBinaryLogger
 {
 public:
-  /// Takes the process's pool, which is made at its first use. Always 0.
+  /// Takes the process's pool, which is made at its first use; the process has its focus (KWPI_Focus) by
+  /// then. Always 0.
   int initialize();
 
   /// A line at level 0, which is always written.

@@ -73,7 +73,7 @@ class MessageIterator
 public:
   // That of any random access iterator; <iterator> would take a tenth of a wrapper header's compile time.
   using iterator_category = std::vector<YMMessageBase>::iterator::iterator_category;
-  using value_type = Wrapper;
+  using value_type = std::remove_cv_t<Wrapper>;
   using difference_type = std::ptrdiff_t;
   using pointer = Wrapper*;
   using reference = Wrapper&;

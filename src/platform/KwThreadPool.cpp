@@ -34,9 +34,10 @@ constinit std::atomic<unsigned> generation = 1;
 
 // Set when forks are counted; without memory for that when the library was loaded there are no pools. From
 // the load on, because a child's handlers run in the order of their registration: those of others may log.
+// Before all static objects, which may have pools.
 constinit bool countsForks = false;
 
-[[gnu::constructor]] void countForks()
+[[gnu::constructor(101)]] void countForks()
 {
   countsForks =
       pthread_atfork(nullptr, nullptr, [] { generation.fetch_add(1, std::memory_order_relaxed); }) == 0;

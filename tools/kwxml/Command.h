@@ -44,6 +44,9 @@ struct Session
 CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description,
                      const std::string& more, std::string& outputFile);
 
+/// The check of an option that takes a level: empty, or what is wrong with it.
+std::string notNegative(std::string& value);
+
 void addCatalogueCommands(CLI::App& app, Session& session);
 void addConvertCommand(CLI::App& app, Session& session);
 void addDiffCommand(CLI::App& app, Session& session);

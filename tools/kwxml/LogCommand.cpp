@@ -46,24 +46,23 @@ void logMessage(const Options& options, LibraryLog& log)
   input.open(ReadOptions());
   const auto message = onlyMessage(input, "log");
   const int errors = log.errors();
-  std::string lines;
+  std::string line;
   {
-    constexpr int reference = 1;  // the library's own lines have none
-    const LibraryLog::OwnLines own(log, options.level, reference, [&lines](const LogRecord& record) {
-      lines += "[" + std::to_string(record.level) + "] ";
-      lines += record.function;
-      ((lines += ' ') += record.text) += '\n';
+    const LibraryLog::OwnLines own(log, options.level, options.function, [&line](const LogRecord& record) {
+      // The last one: the library may have traced at this level and under this name before.
+      line =
+          "[" + std::to_string(record.level) + "] " + record.function + " " + std::string(record.text) + "\n";
     });
     XmlBinaryLogger logger;
     logger.initialize();
-    logger.DebugLvl(options.function.c_str(), options.level, reference, options.format.c_str(),
-                    message.get());
+    logger.DebugLvl(options.function.c_str(), options.level, options.format.c_str(), message.get());
     XmlLoggerHelper::getXmlLoggerInstance()->drain();
   }
-  if (log.errors() != errors) {
-    throw Failure(exitData, "the message does not stand in the log as it is; nothing is written");
+  if (const std::string why = losses(log, errors, input.name(), "logging", "nothing is written");
+      !why.empty()) {
+    throw Failure(exitData, why);
   }
-  writeOutput(options.outputFile, lines);
+  writeOutput(options.outputFile, line);
 }
 
 }  // namespace
@@ -87,7 +86,7 @@ void addLogCommand(CLI::App& app, Session& session)
   command.add_option("--function", options->function, "Function that the line names (default: kwxml)")
       ->type_name("NAME");
   command.add_option("--level", options->level, "Level of the line (default: 0)")
-      ->check(CLI::NonNegativeNumber)
+      ->check(CLI::Validator(notNegative, ""))
       ->type_name("N");
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { logMessage(*options, log); }; });

@@ -72,7 +72,7 @@ LibraryLog::LibraryLog(int level) : level_(level)
 
 void LibraryLog::show(const LogRecord& record)
 {
-  if (take_ && record.reference == ownReference_) {
+  if (take_ && record.level == ownLevel_ && record.function != nullptr && record.function == ownFunction_) {
     return take_(record);
   }
   if (silent_ || record.level > level_ || std::string_view(record.log) == "XMLMessage") {
@@ -123,11 +123,12 @@ LibraryLog::~LibraryLog()
   setLogSink({});
 }
 
-LibraryLog::OwnLines::OwnLines(LibraryLog& log, int level, long long reference,
+LibraryLog::OwnLines::OwnLines(LibraryLog& log, int level, const std::string& function,
                                std::function<void(const LogRecord&)> take)
     : log_(log)
 {
-  log_.ownReference_ = reference;
+  log_.ownLevel_ = level;
+  log_.ownFunction_ = function;
   log_.take_ = std::move(take);
   setLogLevel(std::max(level, log_.level_));
 }

@@ -52,12 +52,14 @@ public:
   int errors() const { return errors_; }
   /// True when the library left out a password of a type that it could have decrypted with a key.
   bool wantedKey() const { return wantedKey_; }
-  /// While it lives lines up to a level are logged, and those with one reference are the tool's own: they go
-  /// to `take` alone. What else is logged above the level of the log is not shown.
+  /// While it lives lines up to a level are logged, and those of just that level and one function are the
+  /// tool's own: they go to `take` alone. What else is logged above the level of the log is not shown. It
+  /// must not end while others log.
   class OwnLines
   {
   public:
-    OwnLines(LibraryLog& log, int level, long long reference, std::function<void(const LogRecord&)> take);
+    OwnLines(LibraryLog& log, int level, const std::string& function,
+             std::function<void(const LogRecord&)> take);
     ~OwnLines();
     OwnLines(const OwnLines&) = delete;
     OwnLines& operator=(const OwnLines&) = delete;
@@ -76,7 +78,8 @@ private:
 
   const int level_;
   std::function<void(const LogRecord&)> take_;
-  long long ownReference_ = 0;
+  int ownLevel_ = 0;
+  std::string ownFunction_;
   int errors_ = 0;
   bool wantedKey_ = false;
   bool hidesDocuments_ = false;

@@ -22,8 +22,6 @@ CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& 
   return command;
 }
 
-namespace {
-
 std::string notNegative(std::string& value)
 {
   int number = 0;
@@ -33,6 +31,8 @@ std::string notNegative(std::string& value)
              ? std::string()
              : "takes a number from 0 to 2147483647, not '" + value + "'";
 }
+
+namespace {
 
 /// CLI11's own words, but for what has a nearest name.
 std::string explain(const CLI::App& app, const CLI::ParseError& error)

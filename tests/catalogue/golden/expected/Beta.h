@@ -14,7 +14,7 @@
 //
 // Names: a character that no C++ name has becomes "_", a digit at the front gets a "_" before it. A field, class or
 // enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
-// own class, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
+// own class, is List, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
 //
 // A message of another class, or of a class of the same name in another catalogue, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
