@@ -56,15 +56,17 @@ constexpr std::uint64_t maxBody = std::numeric_limits<std::uint32_t>::max() - wi
 
 namespace {
 
-/// With `reuse` an owned buffer keeps its memory where it is large enough.
+/// With `reuse` an owned buffer keeps its memory where it is large enough. A template, so that others do not
+/// pay for it.
+template <bool reuse>
 unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
-                          const BinarySerializerParameters* parameters, bool reuse);
+                          const BinarySerializerParameters* parameters);
 
 }  // namespace
 
 unsigned long kwxml::serializeReusing(YMMessageBase& message, BinaryBuffer& buffer)
 {
-  return serializeTo(message, buffer, wire::defaultVersion, nullptr, true);
+  return serializeTo<true>(message, buffer, wire::defaultVersion, nullptr);
 }
 
 unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer)
@@ -80,13 +82,14 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
 unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version,
                                           const BinarySerializerParameters* parameters)
 {
-  return serializeTo(message, buffer, version, parameters, false);
+  return serializeTo<false>(message, buffer, version, parameters);
 }
 
 namespace {
 
+template <bool reuse>
 unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
-                          const BinarySerializerParameters* parameters, bool reuse)
+                          const BinarySerializerParameters* parameters)
 {
   constexpr const char* function = "BinarySerializer::serialize";
   const int logLevel = log().getDebugLevel();
