@@ -267,8 +267,8 @@ public:
 
   void give(std::unique_ptr<messageContainer> record)
   {
-    const std::size_t size =
-        record->buffer.capacity() + record->function.capacity() + record->text.capacity();
+    const std::size_t bytes = record->buffer != nullptr ? record->buffer->capacity() : 0;
+    const std::size_t size = bytes + record->function.capacity() + record->text.capacity();
     if (size > largest || !enter()) {
       return;
     }
@@ -319,6 +319,9 @@ std::unique_ptr<messageContainer> makeRecord(const char* function, int level, lo
   std::unique_ptr<messageContainer> record = idleRecords.take();
   if (record == nullptr) {
     record = std::make_unique<messageContainer>();
+  }
+  if (record->buffer == nullptr) {
+    record->buffer = std::make_unique<BinaryBuffer>();
   }
   record->threadId = static_cast<unsigned int>(pthread_self());
   record->function = function != nullptr ? function : "";
@@ -378,8 +381,8 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   }
   auto record = makeRecord(function, level, reference, format, args);
   if (message != nullptr) {
-    if (kwxml::serializeReusing(*message, record->buffer) == 0) {
-      empty(record->buffer);
+    if (kwxml::serializeReusing(*message, *record->buffer) == 0) {
+      empty(*record->buffer);
     }
   }
   hand(pool, std::move(record));
@@ -396,8 +399,8 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
     // Memory of the caller that a message was written to has no length of its own.
     const bool lent = buffer->external() && buffer->length() == 0;
     const unsigned long length = lent ? buffer->capacity() : buffer->length();
-    if (length != 0 && record->buffer.resizeBuffer(length)) {
-      std::memcpy(record->buffer.data(), buffer->data(), length);
+    if (length != 0 && record->buffer->resizeBuffer(length)) {
+      std::memcpy(record->buffer->data(), buffer->data(), length);
     }
   }
   hand(pool, std::move(record));
@@ -409,12 +412,12 @@ namespace {
 std::string xmlOf(messageContainer& record)
 {
   std::string xml;
-  if (record.buffer.length() == 0) {
+  if (record.buffer == nullptr || record.buffer->length() == 0) {
     return xml;
   }
   try {
     XMLSerializer::initialize();
-    record.message.reset(XMLDecoder().UnserializeBinary(record.buffer));
+    record.message.reset(XMLDecoder().UnserializeBinary(*record.buffer));
     if (record.message != nullptr && XMLEncoder().serialize(*record.message, xml) != 0) {
       xml.clear();
     }
@@ -456,7 +459,9 @@ void* XmlLoggerHelper::writeThroughThreadPoolFunc(void* record)
 void XmlLoggerHelper::deAllocateMessageContainer(messageContainer* record)
 {
   if (record != nullptr) {
-    empty(record->buffer);
+    if (record->buffer != nullptr) {
+      empty(*record->buffer);
+    }
     record->message.reset();
     idleRecords.give(std::unique_ptr<messageContainer>(record));
   }

@@ -23,7 +23,7 @@ struct messageContainer
   std::string function;
   long long reference = 0;
   int level = 0;
-  BinaryBuffer buffer;                     ///< the bytes of the message; none for a line without one
+  std::unique_ptr<BinaryBuffer> buffer;    ///< the bytes of the message; null or empty without one
   std::unique_ptr<YMMessageBase> message;  ///< what the worker makes of them
   std::string text;                        ///< the formatted line, without its placeholder
   std::size_t xmlAt = noXml;               ///< where the message's XML stands in it

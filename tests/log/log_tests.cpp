@@ -330,7 +330,8 @@ TEST(MessageLog, ARecordOfTheCallersOwn)
   LogCapture log;
   // Records are used again, but not the memory that they were lent.
   auto* record = new messageContainer;
-  record->buffer.SetReadBuffer(bytes.data(), bytes.length(), true);
+  record->buffer = std::make_unique<BinaryBuffer>();
+  record->buffer->SetReadBuffer(bytes.data(), bytes.length(), true);
   record->text = "x";
   record->xmlAt = 5;
   EXPECT_EQ(XmlLoggerHelper::writeThroughTreadPool(record), 0);
