@@ -51,20 +51,28 @@ bool containsWord(std::string_view words, std::string_view name)
   return false;
 }
 
-/// Whether the name has a form in which the C library's headers define macros (EIO, INT_MAX, SEEK_SET ...).
-/// The whole form, because which of its names are taken differs between systems.
+/// Whether the name has a form in which the C library's headers define macros (EIO, INT_MAX, SIGINT, PRId64
+/// ...). The whole form, as C and POSIX reserve it, because which of its names are taken differs between
+/// systems.
 bool isMacroFamily(std::string_view name)
 {
-  constexpr std::string_view beginnings[] = {"ATOMIC_", "CLOCK_",   "CLONE_",  "CLOSE_RANGE_", "EXIT_", "FD_",
-                                             "LC_",     "PTHREAD_", "RENAME_", "SCHED_",       "SEEK_"};
+  constexpr std::string_view beginnings[] = {
+      "ATOMIC_", "BUS_",  "CLD_",     "CLOCK_", "CLONE_",   "CLOSE_RANGE_", "DBL_",    "EXIT_", "FD_",
+      "FE_",     "FLT_",  "FP_",      "FPE_",   "HUGE_VAL", "ILL_",         "ITIMER_", "LC_",   "LDBL_",
+      "M_",      "POLL_", "PTHREAD_", "REG_",   "RENAME_",  "SA_",          "SCHED_",  "SEEK_", "SEGV_",
+      "SI_",     "SIG_",  "SNAN",     "SS_",    "TRAP_",    "sa_",          "si_",     "sigev_"};
   constexpr std::string_view ends[] = {"_BIT", "_ENDIAN", "_MAX", "_MIN", "_WIDTH"};
-  const auto isUpperOrDigit = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'); };
+  const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
+  const auto isUpperOrDigit = [&](char c) { return isUpper(c) || (c >= '0' && c <= '9'); };
   const bool errorNumber =
       name.size() > 1 && name[0] == 'E' && std::all_of(name.begin(), name.end(), isUpperOrDigit);
   // System calls; SYS_ERROR is none.
   const bool call = name.size() > 4 && name.starts_with("SYS_") && !isUpperOrDigit(name[4]);
   const bool integerConstant = (name.starts_with("INT") || name.starts_with("UINT")) && name.ends_with("_C");
-  return errorNumber || integerConstant || call ||
+  const bool signal = name.size() > 3 && name.starts_with("SIG") && isUpper(name[3]);
+  const bool format = name.size() > 3 && (name.starts_with("PRI") || name.starts_with("SCN")) &&
+                      (name[3] == 'X' || (name[3] >= 'a' && name[3] <= 'z'));
+  return errorNumber || integerConstant || call || signal || format ||
          std::any_of(std::begin(beginnings), std::end(beginnings),
                      [&](std::string_view beginning) { return name.starts_with(beginning); }) ||
          std::any_of(std::begin(ends), std::end(ends),

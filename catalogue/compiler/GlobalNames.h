@@ -28,25 +28,31 @@ inline constexpr std::string_view libraryNames =
     "pushEventArgumentXML recurseAndFillDummyValues setEvMessageArgumentsToXML "
     "setEvMessageContainerToXML skipValidation spaceDelimiter std writeXDate xercesc ";
 
-/// Macros that this library's headers bring and that have no form of their own.
+/// Macros that this library's headers and those of the C and C++ standards bring and that have no form of their
+/// own.
 inline constexpr std::string_view macroNames =
     "ADJ_ESTERROR ADJ_FREQUENCY ADJ_MAXERROR ADJ_MICRO ADJ_NANO ADJ_OFFSET ADJ_OFFSET_SINGLESHOT "
     "ADJ_OFFSET_SS_READ ADJ_SETOFFSET ADJ_STATUS ADJ_TAI ADJ_TICK ADJ_TIMECONST BUFSIZ BYTE_ORDER "
-    "CLOCKS_PER_SEC CPU_ALLOC CPU_ALLOC_SIZE CPU_AND CPU_AND_S CPU_CLR CPU_CLR_S CPU_COUNT "
-    "CPU_COUNT_S CPU_EQUAL CPU_EQUAL_S CPU_FREE CPU_ISSET CPU_ISSET_S CPU_OR CPU_OR_S CPU_SET "
-    "CPU_SETSIZE CPU_SET_S CPU_XOR CPU_XOR_S CPU_ZERO CPU_ZERO_S CSIGNAL F_LOCK F_OK F_TEST F_TLOCK "
-    "F_ULOCK L_INCR L_SET L_XTND L_ctermid L_cuserid L_tmpnam MAX_CANON MAX_INPUT MOD_CLKA MOD_CLKB "
-    "MOD_ESTERROR MOD_FREQUENCY MOD_MAXERROR MOD_MICRO MOD_NANO MOD_OFFSET MOD_STATUS MOD_TAI "
-    "MOD_TIMECONST NFDBITS NL_ARGMAX NL_LANGMAX NL_MSGMAX NL_NMAX NL_SETMAX NL_TEXTMAX NULL NZERO "
-    "PIPE_BUF P_tmpdir R_OK STA_CLK STA_CLOCKERR STA_DEL STA_FLL STA_FREQHOLD STA_INS STA_MODE "
-    "STA_NANO STA_PLL STA_PPSERROR STA_PPSFREQ STA_PPSJITTER STA_PPSSIGNAL STA_PPSTIME STA_PPSWANDER "
-    "STA_RONLY STA_UNSYNC STDERR_FILENO STDIN_FILENO STDOUT_FILENO TEMP_FAILURE_RETRY TIMER_ABSTIME "
-    "TIME_UTC WCONTINUED WEOF WEXITED WEXITSTATUS WIFCONTINUED WIFEXITED WIFSIGNALED WIFSTOPPED "
-    "WNOHANG WNOWAIT WSTOPPED WSTOPSIG WTERMSIG WUNTRACED W_OK X_OK alloca assert be16toh be32toh "
-    "be64toh errno htobe16 htobe32 htobe64 htole16 htole32 htole64 le16toh le32toh le64toh linux "
-    "major minor offsetof pthread_cleanup_pop pthread_cleanup_pop_restore_np pthread_cleanup_push "
-    "pthread_cleanup_push_defer_np sched_priority stderr stdin stdout strdupa strndupa unix va_arg "
-    "va_copy va_end va_start ";
+    "CLOCKS_PER_SEC CMPLX CMPLXF CMPLXF128 CMPLXF32 CMPLXF32X CMPLXF64 CMPLXF64X CMPLXL CPU_ALLOC "
+    "CPU_ALLOC_SIZE CPU_AND CPU_AND_S CPU_CLR CPU_CLR_S CPU_COUNT CPU_COUNT_S CPU_EQUAL CPU_EQUAL_S "
+    "CPU_FREE CPU_ISSET CPU_ISSET_S CPU_OR CPU_OR_S CPU_SET CPU_SETSIZE CPU_SET_S CPU_XOR CPU_XOR_S "
+    "CPU_ZERO CPU_ZERO_S CSIGNAL DECIMAL_DIG F_LOCK F_OK F_TEST F_TLOCK F_ULOCK I INFINITY L_INCR L_SET "
+    "L_XTND L_ctermid L_cuserid L_tmpnam MATH_ERREXCEPT MATH_ERRNO MAXFLOAT MAX_CANON MAX_INPUT "
+    "MINSIGSTKSZ MOD_CLKA MOD_CLKB MOD_ESTERROR MOD_FREQUENCY MOD_MAXERROR MOD_MICRO MOD_NANO MOD_OFFSET "
+    "MOD_STATUS MOD_TAI MOD_TIMECONST NAN NFDBITS NGREG NL_ARGMAX NL_LANGMAX NL_MSGMAX NL_NMAX NL_SETMAX "
+    "NL_TEXTMAX NSIG NULL NZERO ONCE_FLAG_INIT PIPE_BUF P_tmpdir R_OK SEM_FAILED STA_CLK STA_CLOCKERR "
+    "STA_DEL STA_FLL STA_FREQHOLD STA_INS STA_MODE STA_NANO STA_PLL STA_PPSERROR STA_PPSFREQ "
+    "STA_PPSJITTER STA_PPSSIGNAL STA_PPSTIME STA_PPSWANDER STA_RONLY STA_UNSYNC STDERR_FILENO "
+    "STDIN_FILENO STDOUT_FILENO TEMP_FAILURE_RETRY TIMER_ABSTIME TIMESPEC_TO_TIMEVAL TIMEVAL_TO_TIMESPEC "
+    "TIME_UTC TSS_DTOR_ITERATIONS WCONTINUED WEOF WEXITED WEXITSTATUS WIFCONTINUED WIFEXITED WIFSIGNALED "
+    "WIFSTOPPED WNOHANG WNOWAIT WSTOPPED WSTOPSIG WTERMSIG WUNTRACED W_OK X_OK alloca assert "
+    "assert_perror be16toh be32toh be64toh errno htobe16 htobe32 htobe64 htole16 htole32 htole64 "
+    "isalnum_l isalpha_l isascii isascii_l isblank_l iscntrl_l isdigit_l isgraph_l islower_l isprint_l "
+    "ispunct_l isspace_l issubnormal isupper_l isxdigit_l le16toh le32toh le64toh linux major "
+    "math_errhandling minor noreturn offsetof pthread_cleanup_pop pthread_cleanup_pop_restore_np "
+    "pthread_cleanup_push pthread_cleanup_push_defer_np sched_priority setjmp sigmask sigsetjmp stderr "
+    "stdin stdout strdupa strndupa timeradd timerclear timercmp timerisset timersub toascii toascii_l "
+    "unix va_arg va_copy va_end va_start ";
 
 /// Functions, variables and types of the C library; the variants for types of a fixed width are left out.
 inline constexpr std::string_view cLibraryNames =
@@ -144,7 +150,7 @@ inline constexpr std::string_view messageMembers =
     "getliststring_const getlistuint getlistuint_const getlistulong getlistulong_const getlistulonglong "
     "getlistulonglong_const getlistwstring getlistwstring_const getpstringobject getpstringobjectByRef "
     "getpstringobject_const getstring getstringByRef getstring_const getwstring getwstringByRef "
-    "getwstring_const hash initialize isCDATABufferSet isOldWay isSerialized isSet messages null of or "
+    "getwstring_const hash ifOwn initialize isCDATABufferSet isOldWay isSerialized isSet messages null of or "
     "reset resetCDATABuffer setBit setCDATABuffer setDefaults setEveryPrimitiveBitset setField "
     "setLastErrorEnglishA setLastErrorEnglishStrA setLastErrorEnglishStrW setLastErrorEnglishW "
     "setLastSerializedXMLString setMapInt64AndInt64 setMapInt64AndObject setMapInt64AndString "
