@@ -63,7 +63,7 @@ constexpr const char* explanation = R"(
 //
 // A message of another class, or of a class of the same name in another catalogue, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
-// nested message throws KwException where the message has no such field.
+// nested message throws KwException where the message has no such field, or no message in it.
 )";
 
 /// `wanted`, with as many "_" behind it as make it new among `names`.
@@ -112,10 +112,12 @@ public:
   Accessors(const Field& field, std::size_t number, std::string name, const std::string& tag)
       : field_(field),
         name_(std::move(name)),
-        number_(std::to_string(number)),
-        slot_(std::to_string(field.slot)),
-        place_(number_ + ", " + slot_),
-        key_(tag + ", " + hexadecimal(field.recordHash() | anyPlace))
+        // A getter of a scalar is called with its slot alone; of the others the field number is held against
+        // the class.
+        number_("ifOwn(" + std::to_string(number) + ", " + tag + ")"),
+        slot_("ifOwn(" + std::to_string(field.slot) + ", " + tag + ")"),
+        place_(number_ + ", " + std::to_string(field.slot)),
+        key_(tag + ", " + hexadecimal(field.recordHash()))
   {
   }
 
@@ -186,13 +188,15 @@ private:
   std::string message() const
   {
     const std::string wrapper = qualified(*field_.reference);
-    const std::string made = "getObjectAccessor(true, true, " + place_ + ", " + key_ + ", " +
+    const std::string address = "(*this, " + place_ + ", " + key_;
+    const std::string made = "::kwxml::mutableNestedMessage" + address + ", " +
                              std::to_string(field_.reference->system->index) + ", " +
                              std::to_string(field_.reference->index) + ")";
     return getter("const " + wrapper + "*", "isSet(" + number_ + ", " + key_ + ") ? static_cast<const " +
-                                                wrapper + "*>(" + call("getObject_const") + ") : nullptr") +
-           setter("const " + wrapper + "&", "setObjectAccessor(&value, " + place_ + ", " + key_ + ")") +
-           changer(wrapper + "&", "*static_cast<" + wrapper + "*>(static_cast<void*>(" + made + "))");
+                                                wrapper + "*>(::kwxml::nestedMessage" + address +
+                                                ")) : nullptr") +
+           setter("const " + wrapper + "&", "::kwxml::setNestedMessage" + address + ", &value)") +
+           changer(wrapper + "&", "*static_cast<" + wrapper + "*>(" + made + ")");
   }
 
   template <class Tag>
@@ -219,12 +223,14 @@ private:
              refused("NoText");
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
-                    call("setbstringobject", "value"), call("getbstringobjectByRef"));
+                    call("setbstringobject", "value"), call("getbstringobjectByRef")) +
+             refused("NoText");
     } else if constexpr (PasswordString<Tag>) {
       return object("::pstring", "::kwxml::orEmpty(" + call("getpstringobject_const") + ")",
                     call("setpstringobject",
                          "value, static_cast<::Annotation::PasswordEncryptType>(value.getEncryptionType())"),
-                    call("getpstringobjectByRef"));
+                    call("getpstringobjectByRef")) +
+             refused("NoText");
     } else if constexpr (MessageValue<Tag>) {
       return message();
     } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {

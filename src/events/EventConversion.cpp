@@ -54,10 +54,7 @@ XMLDebug& log()
 /// The address of a field by its name alone, whatever the class.
 struct Name
 {
-  consteval Name(const char* name)
-      : hash(kwxml::nameHash(name, std::char_traits<char>::length(name)) | kwxml::anyPlace)
-  {
-  }
+  consteval Name(const char* name) : hash(kwxml::nameHash(name, std::char_traits<char>::length(name))) {}
   unsigned int hash;
 };
 constexpr unsigned long noTag = 0;

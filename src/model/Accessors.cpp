@@ -8,6 +8,7 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/NumberText.h>
+#include <kwxml/model/TypedMessage.h>
 #include <kwxml/platform/KwException.h>
 
 #include <charconv>
@@ -35,17 +36,25 @@ std::string schemaOf(const YMMessageBase& m)
   return schema;
 }
 
+/// The field whose value a slot belongs to, be it the value's first slot or a later one; null when it belongs
+/// to none.
+const FieldDef* ownerOf(const _ClassDef& cls, short slot)
+{
+  for (const FieldDef& def : cls) {
+    const FieldTypeInfo& type = fieldTypeInfo(def.type);
+    if (slot >= def.slot && slot < def.slot + type.slots && type.storage != Storage::None) {
+      return &def;
+    }
+  }
+  return nullptr;
+}
+
 /// True when a value of one of `types` may be reached through `slot`: a field's own first slot, or, for
 /// scalars, a slot that no field uses.
 bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
 {
-  for (const FieldDef& def : cls) {
-    const int width = fieldTypeInfo(def.type).slots;
-    if (slot >= def.slot && slot < def.slot + width && fieldTypeInfo(def.type).storage != Storage::None) {
-      return def.slot == slot && contains(types, def.type);
-    }
-  }
-  return (types & scalarTypes) != 0;
+  const FieldDef* owner = ownerOf(cls, slot);
+  return owner != nullptr ? owner->slot == slot && contains(types, owner->type) : (types & scalarTypes) != 0;
 }
 
 }  // namespace
@@ -74,15 +83,14 @@ void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature
   XMLDebug::getInstance()->logError(
       shortName(signature).c_str(),
       "Message [%s] with TagID : [%u] does not contain field : [%u]. Message Received : [%u]",
-      m.getTagName().c_str(), static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash) & ~anyPlace,
+      m.getTagName().c_str(), static_cast<unsigned>(m.tagId_), static_cast<unsigned>(hash),
       static_cast<unsigned>(tag));
 }
 
 bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
                                 TypeSet types)
 {
-  if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount() &&
-      !isByNameAlone(m, address.tag, address.hash)) {
+  if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount()) {
     logInvalidField(m, signature, address.field);
     return false;
   }
@@ -94,7 +102,7 @@ bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, F
     logInvalidSlot(m, signature, address.slot);
     return false;
   }
-  const FieldDef* def = findField(*m.class_, address.hash & ~anyPlace);
+  const FieldDef* def = findField(*m.class_, address.hash);
   if (def == nullptr ||
       !contains(types, def->type)) {  // the same name with a value of another kind is another field
     logUnknownHash(m, signature, address.tag, address.hash);
@@ -127,7 +135,7 @@ bool resolveBit(const YMMessageBase& m, const char* signature, kwxml::FieldAddre
 
 bool YMMessageBase::isSetSlow(const char* signature, short field, unsigned long tag, unsigned long hash) const
 {
-  kwxml::FieldAddress a{field, 0, tag, static_cast<unsigned int>(hash)};
+  kwxml::FieldAddress a{field, 0, tag, hash};
   return resolveBit(*this, signature, a) && buffer_.bit(a.field);
 }
 
@@ -191,14 +199,14 @@ void YMMessageBase::wipeBitset()
 long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned long tag,
                                      unsigned int hash) const
 {
-  if (static_cast<unsigned short>(slot) >= buffer_.slotCount() && !Access::isByNameAlone(*this, tag, hash)) {
+  if (static_cast<unsigned short>(slot) >= buffer_.slotCount()) {
     Access::logInvalidSlot(*this, signature, slot);
     return 0;
   }
   if (tag == tagId_) {
     return buffer_[slot];
   }
-  const FieldDef* def = kwxml::findField(*class_, hash & ~kwxml::anyPlace);
+  const FieldDef* def = kwxml::findField(*class_, hash);
   if (def == nullptr || !kwxml::contains(kwxml::scalarTypes, def->type)) {
     Access::logUnknownHash(*this, signature, tag, hash);
     return 0;
@@ -215,23 +223,19 @@ void YMMessageBase::setSlotSlow(const char* signature, short field, short slot, 
   if (!Access::resolve(*this, signature, a, kwxml::scalarTypes | (isInteger ? texts : 0))) {
     return;
   }
-  const FieldDef* def = &class_->fields[a.field];
-  if (a.slot != def->slot) {  // a trusted slot of another field
-    for (const FieldDef& other : *class_) {
-      def = other.slot == a.slot && kwxml::fieldTypeInfo(other.type).storage != kwxml::Storage::None ? &other
-                                                                                                     : def;
-    }
-  }
-  if (a.slot != def->slot || kwxml::contains(kwxml::scalarTypes, def->type)) {
+  // The slot's owner decides, not the field: with the own tag the caller's slot is trusted, and a field
+  // without storage names one that belongs to another field or to none.
+  const FieldDef* owner = kwxml::ownerOf(*class_, a.slot);
+  if (owner == nullptr || kwxml::contains(kwxml::scalarTypes, owner->type)) {
     buffer_[a.slot] = value;
   } else {
     char digits[24];
     const std::string text(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-    if (def->type == FIELD_STRING) {
+    if (owner->type == FIELD_STRING) {
       Access::inPlace<std::string>(*this, a.slot) = text;
-    } else if (def->type == FIELD_WSTRING) {
+    } else if (owner->type == FIELD_WSTRING) {
       Access::inPlace<std::wstring>(*this, a.slot).assign(text.begin(), text.end());
-    } else if (def->type == FIELD_PSTRING) {
+    } else if (owner->type == FIELD_PSTRING) {
       auto*& password = Access::pointer<pstring>(*this, a.slot);
       delete std::exchange(password, new pstring(text));
     } else {
@@ -416,6 +420,11 @@ namespace {
 
 constexpr const char* getObjectSignature =
     "void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)";
+constexpr const char* getConstObjectSignature =
+    "const void* YMMessageBase::getObject_const(short int, short int, long unsigned int, unsigned int) const";
+constexpr const char* setObjectSignature =
+    "void YMMessageBase::setObject(short int, short int, const void*, bool, long unsigned int, unsigned int, "
+    "bool)";
 
 /// What getObject may hand out as a pointer-sized slot: objects, and scalars, whose bytes own nothing.
 constexpr kwxml::TypeSet oneSlotTypes = kwxml::objectTypes | kwxml::scalarTypes;
@@ -433,9 +442,7 @@ void throwUnknownObject(const YMMessageBase& m, unsigned long tag, unsigned int 
 void*& YMMessageBase::getObject(short field, short slot, unsigned long tag, unsigned int hash)
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  if (Access::resolve(
-          *this, "void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)", a,
-          oneSlotTypes)) {
+  if (Access::resolve(*this, getObjectSignature, a, oneSlotTypes)) {
     return Access::pointer<void>(*this, a.slot);
   }
   if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
@@ -448,10 +455,7 @@ const void* YMMessageBase::getObject_const(short field, short slot, unsigned lon
                                            unsigned int hash) const
 {
   kwxml::FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(*this,
-                         "const void* YMMessageBase::getObject_const(short int, short int, long unsigned "
-                         "int, unsigned int) const",
-                         a, oneSlotTypes)
+  return Access::resolve(*this, getConstObjectSignature, a, oneSlotTypes)
              ? Access::pointer<void>(*this, a.slot)
              : nullptr;
 }
@@ -459,25 +463,24 @@ const void* YMMessageBase::getObject_const(short field, short slot, unsigned lon
 void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership,
                               unsigned long tag, unsigned int hash, bool markSet)
 {
-  kwxml::FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(*this,
-                       "void YMMessageBase::setObject(short int, short int, const void*, bool, long unsigned "
-                       "int, unsigned int, bool)",
-                       a, kwxml::objectTypes)) {
+  Access::setObject(*this, {field, slot, tag, hash}, kwxml::objectTypes, value, takeOwnership, markSet);
+}
+
+void kwxml::MessageAccess::setObject(YMMessageBase& m, FieldAddress a, TypeSet types, const void* value,
+                                     bool takeOwnership, bool markSet)
+{
+  if (!resolve(m, setObjectSignature, a, types)) {
     return;
   }
-  const FieldDef& def = class_->fields[a.field];
-  if (def.slot != a.slot || !kwxml::contains(kwxml::objectTypes, def.type)) {
-    Access::logInvalidSlot(*this,
-                           "void YMMessageBase::setObject(short int, short int, const void*, bool, long "
-                           "unsigned int, unsigned int, bool)",
-                           a.slot);  // the value's type is the field's, not the slot's
+  const FieldDef& def = m.class_->fields[a.field];
+  if (def.slot != a.slot || !contains(types, def.type)) {
+    logInvalidSlot(m, setObjectSignature, a.slot);  // the value's type is the field's, not the slot's
     return;
   }
-  kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
-    if constexpr (kwxml::ObjectValue<Tag>) {
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ObjectValue<Tag>) {
       using Value = typename Tag::Value;
-      auto*& stored = Access::pointer<Value>(*this, a.slot);
+      auto*& stored = pointer<Value>(m, a.slot);
       const auto* given = static_cast<const Value*>(value);
       if (given == stored && given != nullptr) {
         return;  // the same object again
@@ -486,10 +489,48 @@ void YMMessageBase::setObject(short field, short slot, const void* value, bool t
       delete std::exchange(stored, next);
     }
   });
-  buffer_.clearBit(a.field);
+  m.buffer_.clearBit(a.field);
   if (markSet) {
-    buffer_.setBit(a.field);
+    m.buffer_.setBit(a.field);
   }
+}
+
+YMMessageBase* kwxml::MessageAccess::nestedMessage(YMMessageBase& m, const FieldAddress& a, bool create,
+                                                   bool markSet, int system, int classIndex)
+{
+  auto*& message = pointer<YMMessageBase>(m, a.slot);
+  if (message == nullptr && (create || markSet)) {
+    message = new YMMessageBase(system, classIndex);
+  }
+  if (message != nullptr && markSet) {
+    m.buffer_.setBit(a.field);
+  }
+  return message;
+}
+
+const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
+                                 unsigned int hash)
+{
+  FieldAddress a{field, slot, tag, hash};
+  return Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)
+             ? Access::pointer<YMMessageBase>(message, a.slot)
+             : nullptr;
+}
+
+void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                             unsigned int hash, const void* value)
+{
+  Access::setObject(message, {field, slot, tag, hash}, typesHolding<YMMessageBase>, value, false, true);
+}
+
+void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                                  unsigned int hash, int system, int classIndex)
+{
+  FieldAddress a{field, slot, tag, hash};
+  if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
+    throwUnknownObject(message, tag, hash);
+  }
+  return Access::nestedMessage(message, a, true, true, system, classIndex);
 }
 
 YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot,
@@ -503,14 +544,7 @@ YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short
     }
     return nullptr;
   }
-  auto*& message = Access::pointer<YMMessageBase>(*this, a.slot);
-  if (message == nullptr && (create || markSet)) {
-    message = new YMMessageBase(system, classIndex);
-  }
-  if (message != nullptr && markSet) {
-    buffer_.setBit(a.field);
-  }
-  return message;
+  return Access::nestedMessage(*this, a, create, markSet, system, classIndex);
 }
 
 void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag,

@@ -226,8 +226,7 @@ void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool
 void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long hash, bool destroying)
 {
   const FieldDef* def = nullptr;
-  if (static_cast<unsigned short>(field) >= buffer_.bitCount() &&
-      !Access::isByNameAlone(*this, tag, static_cast<unsigned>(hash))) {
+  if (static_cast<unsigned short>(field) >= buffer_.bitCount()) {
     Access::logInvalidField(
         *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)",
         field);
@@ -235,8 +234,7 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
   }
   if (tag == tagId_) {
     def = &class_->fields[field];
-  } else if (def = kwxml::findField(*class_, static_cast<std::uint32_t>(hash) & ~kwxml::anyPlace);
-             def == nullptr) {
+  } else if (def = kwxml::findField(*class_, hash); def == nullptr) {
     Access::logUnknownHash(
         *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)", tag,
         hash);

@@ -56,7 +56,7 @@ struct FieldAddress
   short field;
   short slot;
   unsigned long tag;
-  unsigned int hash;
+  unsigned long hash;  ///< compared as it is: stored hashes have 32 bits, so a wider one names no field
 };
 
 /// The slots of one message, held apart from it: a walk that writes bytes elsewhere would read the layout
@@ -208,13 +208,15 @@ struct MessageAccess
     }
     return resolveSlow(m, signature, address, types);
   }
-  /// Whether the caller's place does not count, nor its bounds.
-  static bool isByNameAlone(const YMMessageBase& m, unsigned long tag, unsigned int hash)
-  {
-    return m.class_ != nullptr && tag != m.tagId_ && (hash & anyPlace) != 0;
-  }
   static bool resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
                           TypeSet types);
+
+  /// What setObject() does, for a field of one of `types`.
+  static void setObject(YMMessageBase& m, FieldAddress a, TypeSet types, const void* value,
+                        bool takeOwnership, bool markSet);
+  /// What getObjectAccessor() does, at a resolved address.
+  static YMMessageBase* nestedMessage(YMMessageBase& m, const FieldAddress& a, bool create, bool markSet,
+                                      int system, int classIndex);
 
   static void logInvalidField(const YMMessageBase& m, const char* signature, int field);
   static void logInvalidSlot(const YMMessageBase& m, const char* signature, int slot);

@@ -29,7 +29,7 @@ const _ClassDef* findClass(unsigned system, unsigned classIndex)
              : nullptr;
 }
 
-const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash)
+const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash)
 {
   for (const FieldDef& def : cls) {
     if (def.hash == hash) {

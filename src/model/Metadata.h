@@ -199,7 +199,7 @@ inline PackedReference packedReference(const FieldDef& field, int which = 0)
 const _ClassDef* findClass(unsigned system, unsigned classIndex);
 
 /// First record of an ordinary class whose stored hash is `hash`; null when there is none.
-const FieldDef* findField(const _ClassDef& cls, std::uint32_t hash);
+const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash);
 
 /// Irregular sets, kept exactly as the product's encodings have them.
 bool isPrimitiveType(unsigned type);

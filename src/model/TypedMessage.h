@@ -61,6 +61,22 @@ T& orScratch(T* value)
   return value != nullptr ? *value : scratch = T();
 }
 
+/// The accessors of a nested message: those of YMMessageBase, but only for a field that holds a message in
+/// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
+/// because a wrapper's header need not have the other wrapper's class; all are of messages.
+///
+/// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
+const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
+                          unsigned int hash);
+/// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
+/// message.
+void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
+                      const void* value);
+/// The message in the field, made as one of (system, classIndex) when it is missing, and marked set. Throws
+/// KwException (after one log line) when the field can hold none.
+void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                           unsigned int hash, int system, int classIndex);
+
 /// Name of an enumerator of the enumeration at a class index; an empty text when there is none.
 const char* enumeratorName(int system, int classIndex, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.

@@ -35,11 +35,6 @@ struct MessageAccess;
 
 /// Systems and tag of the processing-instruction class, which the library reaches by tag in any catalogue.
 inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
-
-/// Added to the name hash that an accessor is called with: on a foreign tag the hash alone counts. Otherwise
-/// field number and slot are held against the bounds of the message's own class first, and a class with fewer
-/// fields than the caller knows refuses them. Wrappers call so.
-inline constexpr unsigned int anyPlace = 1U << 31;
 }  // namespace kwxml
 
 class YMMessageBase
@@ -447,6 +442,12 @@ public:
   /// Byte length of the message's binary body, kept for the binary encoder.
   void SetCachedSize(unsigned int size) noexcept { cachedSize_ = size; }
   unsigned int GetCachedSize() const noexcept { return cachedSize_; }
+
+protected:
+  /// A field number or slot as a wrapper knows it, or 0 on a message of another tag: there the name's hash
+  /// alone says which field is meant, and the place would only be held against bounds that it was not made
+  /// for.
+  short ifOwn(short place, unsigned long tag) const noexcept { return tag == tagId_ ? place : short{0}; }
 
 private:
   friend struct kwxml::MessageAccess;

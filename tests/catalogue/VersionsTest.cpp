@@ -2,10 +2,12 @@
 // of the other: fields are found by their names, wherever they are.
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/platform/KwException.h>
 
 #include VERSION
 
 #include "support/LogCapture.h"
+#include "support/Messages.h"
 
 #include <gtest/gtest.h>
 
@@ -56,6 +58,76 @@ TEST(Versions, AFieldThatTheOtherVersionLacksReadsAsUnset)
 #endif
   EXPECT_TRUE(item == before);
   EXPECT_GE(log.lines().size(), 4u) << "each access says so";
+}
+
+/// A message in which every field is set, as the tables that are linked have it.
+template <class Wrapper>
+Wrapper filled()
+{
+  Wrapper message;
+  kwxml::test::fillAll(message, 1);
+  return message;
+}
+
+/// What the wrapper takes for a message is none in the message: not read, not replaced, not made.
+#define EXPECT_NO_MESSAGE(m, x)    \
+  EXPECT_EQ(m.x(), nullptr) << #x; \
+  m.set_##x(Evolving::Item());     \
+  EXPECT_THROW(m.mutable_##x().has_name(), KwException) << #x
+
+TEST(Versions, AMessageIsNotMadeOfWhatIsNone)
+{
+  kwxml::test::LogCapture log;
+  auto mixed = filled<Evolving::Mixed>();
+  auto same = filled<Evolving::SameId>();
+  const YMMessageBase mixedBefore = mixed;
+  const YMMessageBase sameBefore = same;
+#ifdef HAS_DROPPED  // the wrappers of the first version
+  EXPECT_NO_MESSAGE(mixed, item);
+  EXPECT_NO_MESSAGE(same, item);
+  EXPECT_NO_MESSAGE(same, last);
+#else
+  EXPECT_NO_MESSAGE(mixed, number);
+  EXPECT_NO_MESSAGE(mixed, texts);
+  EXPECT_NO_MESSAGE(mixed, map);
+  EXPECT_NO_MESSAGE(mixed, bytes);
+  EXPECT_NO_MESSAGE(mixed, secret);
+  EXPECT_NO_MESSAGE(mixed, items);
+  EXPECT_NO_MESSAGE(mixed, beyond);
+  EXPECT_NO_MESSAGE(same, number);
+#endif
+  EXPECT_TRUE(mixed == mixedBefore && same == sameBefore);
+  EXPECT_FALSE(log.lines().empty());
+  for (const auto& line : log.lines()) {
+    EXPECT_TRUE(line.text.starts_with("Invalid member access.") || line.text.starts_with("Message [Evolving"))
+        << line.text;
+  }
+}
+
+TEST(Versions, TheExceptionNamesTheField)
+{
+  Evolving::Item gone;
+  const YMMessageBase taken(std::move(gone));
+  Evolving::Mixed moved;
+  const YMMessageBase other(std::move(moved));
+  auto& foreign = kwxml::as<Evolving::Mixed>(gone);
+#ifdef HAS_DROPPED
+  const auto access = [](Evolving::Mixed& m) { m.mutable_item(); };
+  constexpr std::string_view name = "item";
+#else
+  const auto access = [](Evolving::Mixed& m) { m.mutable_beyond(); };
+  constexpr std::string_view name = "beyond";
+#endif
+  for (Evolving::Mixed* m : {&foreign, &moved}) {
+    try {
+      access(*m);
+      ADD_FAILURE() << "no exception";
+    } catch (const KwException& e) {
+      const std::string hash = std::to_string(kwxml::nameHash(name.data(), name.size()));
+      EXPECT_NE(std::string(e.what()).find("given field :[" + hash + "]"), std::string::npos) << e.what();
+    }
+    EXPECT_FALSE(m->has_number());
+  }
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "support/Messages.h"
 
 #include <kwxml/platform/KwException.h>
+#include <kwxml/traverse/MsgFieldContext.h>
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@ using namespace kwxml::test;
 namespace {
 
 constexpr unsigned long statusTag = 0x010003F0;
+constexpr unsigned long noTag = 0x7E000001;
 constexpr unsigned int codeHash = 0x9CB015;
 constexpr unsigned int messageHash = 0xB7ECDF;
 
@@ -177,6 +179,57 @@ TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
   const FieldDef& wide = field(all, "wstringValue");
   all.setint64(wide.fieldNumber, wide.slot, 42, all.getTagID(), wide.hash);
   EXPECT_EQ(all.getwstring_const(wide.fieldNumber, wide.slot, all.getTagID(), wide.hash), L"42");
+}
+
+TEST(Accessors, FieldsWithoutStorageHoldNumbersAtMost)
+{
+  LogCapture log;
+  YMMessageBase m = make("Types_AllTypes");
+  fillAll(m, 1);
+  const YMMessageBase before = m;
+  for (const char* name : {"utf16Value", "noneValue"}) {
+    const FieldDef& def = field(m, name);
+    MsgFieldContext context(FieldDefTraverseInfo(def), &m);
+    m.setint64(def.fieldNumber, def.slot, 0x5A5A5A5A5A5A, m.getTagID(), def.hash);
+    context.replaceValue(7);
+    context.replaceValue(1.5);
+    context.replaceValue(1.5F);
+    context.replaceValue(8);
+    m.setint64(def.fieldNumber, def.slot, 9, noTag, def.hash);  // by its name it is no number
+  }
+  const FieldDef& utf16 = field(m, "utf16Value");
+  EXPECT_TRUE(isSet(m, "utf16Value"));
+  m.unsetField(utf16.fieldNumber, m.getTagID(), utf16.hash);
+  EXPECT_TRUE(m == before);
+}
+
+TEST(Accessors, HashesAreComparedAsAWhole)
+{
+  YMMessageBase m = make("Demo_Status");
+  setInt(m, "errorCode", 7);
+  const FieldDef& def = field(m, "errorCode");
+  const YMMessageBase before = m;
+  LogCapture log;
+  for (const unsigned long bit : {24, 31, 32, 63}) {
+    const unsigned long hash = def.hash | 1UL << bit;
+    EXPECT_FALSE(m.isSet(0, noTag, hash)) << bit;
+    m.deleteMember(0, noTag, hash, false);
+    if (bit < 32) {
+      const auto narrow = static_cast<unsigned>(hash);
+      EXPECT_EQ(m.getint64(0, noTag, narrow), 0);
+      m.setint64(0, 0, 8, noTag, narrow);
+      m.unsetField(0, noTag, narrow);
+      EXPECT_THROW(m.getObject(0, 0, noTag, narrow), KwException);
+      EXPECT_THROW(m.getObjectAccessor(true, true, 0, 0, noTag, narrow, 1, 0), KwException);
+      m.setint64(99, 0, 8, noTag, narrow);  // field numbers keep their bounds
+    }
+  }
+  EXPECT_TRUE(m == before);
+  EXPECT_TRUE(log.has("YMMessageBase::setint64",
+                      "Message [Demo_Status] with TagID : [16778224] does not contain field : [" +
+                          std::to_string(def.hash | 1U << 31) + "]. Message Received : [" +
+                          std::to_string(noTag) + "]"));
+  EXPECT_TRUE(log.lines().back().text.starts_with("Message [Demo_Status]")) << log.lines().back().text;
 }
 
 TEST(Accessors, MarkingFollowsTheMemberTable)

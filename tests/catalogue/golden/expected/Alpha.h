@@ -18,7 +18,7 @@
 //
 // A message of another class, or of a class of the same name in another catalogue, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
-// nested message throws KwException where the message has no such field.
+// nested message throws KwException where the message has no such field, or no message in it.
 #pragma once
 
 #include <kwxml/model/TypedMessage.h>
@@ -41,44 +41,44 @@ public:
   static constexpr int classIndex = 0;
   First() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  int count() const { return static_cast<int>(getint64(0, 0x1F000300UL, 0x80A7510F)); }
-  void set_count(int value) { setint64(0, 0, static_cast<long long>(value), 0x1F000300UL, 0x80A7510F); }
+  int count() const { return static_cast<int>(getint64(ifOwn(0, 0x1F000300UL), 0x1F000300UL, 0xA7510F)); }
+  void set_count(int value) { setint64(ifOwn(0, 0x1F000300UL), 0, static_cast<long long>(value), 0x1F000300UL, 0xA7510F); }
   template <::kwxml::Floating T>
   void set_count(T value) = delete;
-  bool has_count() const { return isSet(0, 0x1F000300UL, 0x80A7510F); }
-  void clear_count() { deleteMember(0, 0x1F000300UL, 0x80A7510F, false); }
+  bool has_count() const { return isSet(ifOwn(0, 0x1F000300UL), 0x1F000300UL, 0xA7510F); }
+  void clear_count() { deleteMember(ifOwn(0, 0x1F000300UL), 0x1F000300UL, 0xA7510F, false); }
 
-  const ::std::string& title() const { return getstring_const(1, 1, 0x1F000300UL, 0x80942258); }
-  void set_title(const ::std::string& value) { setstring(1, 1, value, 0x1F000300UL, 0x80942258); }
-  ::std::string& mutable_title() { return getstringByRef(1, 1, 0x1F000300UL, 0x80942258); }
+  const ::std::string& title() const { return getstring_const(ifOwn(1, 0x1F000300UL), 1, 0x1F000300UL, 0x942258); }
+  void set_title(const ::std::string& value) { setstring(ifOwn(1, 0x1F000300UL), 1, value, 0x1F000300UL, 0x942258); }
+  ::std::string& mutable_title() { return getstringByRef(ifOwn(1, 0x1F000300UL), 1, 0x1F000300UL, 0x942258); }
   template <::kwxml::NoText T>
   void set_title(T value) = delete;
-  bool has_title() const { return isSet(1, 0x1F000300UL, 0x80942258); }
-  void clear_title() { deleteMember(1, 0x1F000300UL, 0x80942258, false); }
+  bool has_title() const { return isSet(ifOwn(1, 0x1F000300UL), 0x1F000300UL, 0x942258); }
+  void clear_title() { deleteMember(ifOwn(1, 0x1F000300UL), 0x1F000300UL, 0x942258, false); }
 
-  ::Beta::Shade shade() const { return static_cast<::Beta::Shade>(getint64(5, 0x1F000300UL, 0x80854E2D)); }
-  void set_shade(::Beta::Shade value) { setint64(2, 5, static_cast<long long>(value), 0x1F000300UL, 0x80854E2D); }
-  bool has_shade() const { return isSet(2, 0x1F000300UL, 0x80854E2D); }
-  void clear_shade() { deleteMember(2, 0x1F000300UL, 0x80854E2D, false); }
+  ::Beta::Shade shade() const { return static_cast<::Beta::Shade>(getint64(ifOwn(5, 0x1F000300UL), 0x1F000300UL, 0x854E2D)); }
+  void set_shade(::Beta::Shade value) { setint64(ifOwn(2, 0x1F000300UL), 5, static_cast<long long>(value), 0x1F000300UL, 0x854E2D); }
+  bool has_shade() const { return isSet(ifOwn(2, 0x1F000300UL), 0x1F000300UL, 0x854E2D); }
+  void clear_shade() { deleteMember(ifOwn(2, 0x1F000300UL), 0x1F000300UL, 0x854E2D, false); }
 
-  long hiddenCount() const { return static_cast<long>(getint64(6, 0x1F000300UL, 0x80000000)); }
-  void set_hiddenCount(long value) { setint64(3, 6, static_cast<long long>(value), 0x1F000300UL, 0x80000000); }
+  long hiddenCount() const { return static_cast<long>(getint64(ifOwn(6, 0x1F000300UL), 0x1F000300UL, 0x0)); }
+  void set_hiddenCount(long value) { setint64(ifOwn(3, 0x1F000300UL), 6, static_cast<long long>(value), 0x1F000300UL, 0x0); }
   template <::kwxml::Floating T>
   void set_hiddenCount(T value) = delete;
-  bool has_hiddenCount() const { return isSet(3, 0x1F000300UL, 0x80000000); }
-  void clear_hiddenCount() { deleteMember(3, 0x1F000300UL, 0x80000000, false); }
+  bool has_hiddenCount() const { return isSet(ifOwn(3, 0x1F000300UL), 0x1F000300UL, 0x0); }
+  void clear_hiddenCount() { deleteMember(ifOwn(3, 0x1F000300UL), 0x1F000300UL, 0x0, false); }
 
-  const ::std::vector<unsigned int>& shades() const { return ::kwxml::orEmpty(getlistuint_const(4, 7, 0x1F000300UL, 0x802477E6)); }
-  void set_shades(const ::std::vector<unsigned int>& value) { setlistuint(4, 7, &value, 0x1F000300UL, 0x802477E6); }
-  ::std::vector<unsigned int>& mutable_shades() { return ::kwxml::orScratch(getlistuint(4, 7, 0x1F000300UL, 0x802477E6, true)); }
-  bool has_shades() const { return isSet(4, 0x1F000300UL, 0x802477E6); }
-  void clear_shades() { deleteMember(4, 0x1F000300UL, 0x802477E6, false); }
+  const ::std::vector<unsigned int>& shades() const { return ::kwxml::orEmpty(getlistuint_const(ifOwn(4, 0x1F000300UL), 7, 0x1F000300UL, 0x2477E6)); }
+  void set_shades(const ::std::vector<unsigned int>& value) { setlistuint(ifOwn(4, 0x1F000300UL), 7, &value, 0x1F000300UL, 0x2477E6); }
+  ::std::vector<unsigned int>& mutable_shades() { return ::kwxml::orScratch(getlistuint(ifOwn(4, 0x1F000300UL), 7, 0x1F000300UL, 0x2477E6, true)); }
+  bool has_shades() const { return isSet(ifOwn(4, 0x1F000300UL), 0x1F000300UL, 0x2477E6); }
+  void clear_shades() { deleteMember(ifOwn(4, 0x1F000300UL), 0x1F000300UL, 0x2477E6, false); }
 
-  const ::std::map<::YMMessageBase, ::YMMessageBase>& parts() const { return ::kwxml::orEmpty(getMapObjectAndObject_const(5, 8, 0x1F000300UL, 0x80581AE0)); }
-  void set_parts(const ::std::map<::YMMessageBase, ::YMMessageBase>& value) { setMapObjectAndObject(5, 8, &value, 0x1F000300UL, 0x80581AE0); }
-  ::std::map<::YMMessageBase, ::YMMessageBase>& mutable_parts() { return ::kwxml::orScratch(getMapObjectAndObject(5, 8, 0x1F000300UL, 0x80581AE0, true)); }
-  bool has_parts() const { return isSet(5, 0x1F000300UL, 0x80581AE0); }
-  void clear_parts() { deleteMember(5, 0x1F000300UL, 0x80581AE0, false); }
+  const ::std::map<::YMMessageBase, ::YMMessageBase>& parts() const { return ::kwxml::orEmpty(getMapObjectAndObject_const(ifOwn(5, 0x1F000300UL), 8, 0x1F000300UL, 0x581AE0)); }
+  void set_parts(const ::std::map<::YMMessageBase, ::YMMessageBase>& value) { setMapObjectAndObject(ifOwn(5, 0x1F000300UL), 8, &value, 0x1F000300UL, 0x581AE0); }
+  ::std::map<::YMMessageBase, ::YMMessageBase>& mutable_parts() { return ::kwxml::orScratch(getMapObjectAndObject(ifOwn(5, 0x1F000300UL), 8, 0x1F000300UL, 0x581AE0, true)); }
+  bool has_parts() const { return isSet(ifOwn(5, 0x1F000300UL), 0x1F000300UL, 0x581AE0); }
+  void clear_parts() { deleteMember(ifOwn(5, 0x1F000300UL), 0x1F000300UL, 0x581AE0, false); }
 };
 
 class Empty : public ::YMMessageBase
@@ -98,20 +98,20 @@ public:
   static constexpr int classIndex = 4;
   Late() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  const ::std::string& second() const { return getstring_const(0, 2, 0x1F000200UL, 0x80FB4474); }
-  void set_second(const ::std::string& value) { setstring(0, 2, value, 0x1F000200UL, 0x80FB4474); }
-  ::std::string& mutable_second() { return getstringByRef(0, 2, 0x1F000200UL, 0x80FB4474); }
+  const ::std::string& second() const { return getstring_const(ifOwn(0, 0x1F000200UL), 2, 0x1F000200UL, 0xFB4474); }
+  void set_second(const ::std::string& value) { setstring(ifOwn(0, 0x1F000200UL), 2, value, 0x1F000200UL, 0xFB4474); }
+  ::std::string& mutable_second() { return getstringByRef(ifOwn(0, 0x1F000200UL), 2, 0x1F000200UL, 0xFB4474); }
   template <::kwxml::NoText T>
   void set_second(T value) = delete;
-  bool has_second() const { return isSet(0, 0x1F000200UL, 0x80FB4474); }
-  void clear_second() { deleteMember(0, 0x1F000200UL, 0x80FB4474, false); }
+  bool has_second() const { return isSet(ifOwn(0, 0x1F000200UL), 0x1F000200UL, 0xFB4474); }
+  void clear_second() { deleteMember(ifOwn(0, 0x1F000200UL), 0x1F000200UL, 0xFB4474, false); }
 
-  long long first() const { return static_cast<long long>(getint64(0, 0x1F000200UL, 0x80CED2B0)); }
-  void set_first(long long value) { setint64(1, 0, static_cast<long long>(value), 0x1F000200UL, 0x80CED2B0); }
+  long long first() const { return static_cast<long long>(getint64(ifOwn(0, 0x1F000200UL), 0x1F000200UL, 0xCED2B0)); }
+  void set_first(long long value) { setint64(ifOwn(1, 0x1F000200UL), 0, static_cast<long long>(value), 0x1F000200UL, 0xCED2B0); }
   template <::kwxml::Floating T>
   void set_first(T value) = delete;
-  bool has_first() const { return isSet(1, 0x1F000200UL, 0x80CED2B0); }
-  void clear_first() { deleteMember(1, 0x1F000200UL, 0x80CED2B0, false); }
+  bool has_first() const { return isSet(ifOwn(1, 0x1F000200UL), 0x1F000200UL, 0xCED2B0); }
+  void clear_first() { deleteMember(ifOwn(1, 0x1F000200UL), 0x1F000200UL, 0xCED2B0, false); }
 };
 
 /// Does nothing; a call forces the system's tables to be linked.

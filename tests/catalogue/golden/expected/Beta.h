@@ -18,7 +18,7 @@
 //
 // A message of another class, or of a class of the same name in another catalogue, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
-// nested message throws KwException where the message has no such field.
+// nested message throws KwException where the message has no such field, or no message in it.
 #pragma once
 
 #include <kwxml/model/TypedMessage.h>
@@ -64,20 +64,20 @@ public:
   static constexpr int classIndex = 1;
   class_() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  const ::Beta::Inner* inner() const { return isSet(0, 0x0C000011UL, 0x80FB4E56) ? static_cast<const ::Beta::Inner*>(getObject_const(0, 0, 0x0C000011UL, 0x80FB4E56)) : nullptr; }
-  void set_inner(const ::Beta::Inner& value) { setObjectAccessor(&value, 0, 0, 0x0C000011UL, 0x80FB4E56); }
-  ::Beta::Inner& mutable_inner() { return *static_cast<::Beta::Inner*>(static_cast<void*>(getObjectAccessor(true, true, 0, 0, 0x0C000011UL, 0x80FB4E56, 12, 2))); }
-  bool has_inner() const { return isSet(0, 0x0C000011UL, 0x80FB4E56); }
-  void clear_inner() { deleteMember(0, 0x0C000011UL, 0x80FB4E56, false); }
+  const ::Beta::Inner* inner() const { return isSet(ifOwn(0, 0x0C000011UL), 0x0C000011UL, 0xFB4E56) ? static_cast<const ::Beta::Inner*>(::kwxml::nestedMessage(*this, ifOwn(0, 0x0C000011UL), 0, 0x0C000011UL, 0xFB4E56)) : nullptr; }
+  void set_inner(const ::Beta::Inner& value) { ::kwxml::setNestedMessage(*this, ifOwn(0, 0x0C000011UL), 0, 0x0C000011UL, 0xFB4E56, &value); }
+  ::Beta::Inner& mutable_inner() { return *static_cast<::Beta::Inner*>(::kwxml::mutableNestedMessage(*this, ifOwn(0, 0x0C000011UL), 0, 0x0C000011UL, 0xFB4E56, 12, 2)); }
+  bool has_inner() const { return isSet(ifOwn(0, 0x0C000011UL), 0x0C000011UL, 0xFB4E56); }
+  void clear_inner() { deleteMember(ifOwn(0, 0x0C000011UL), 0x0C000011UL, 0xFB4E56, false); }
 
   template <class List = ::kwxml::ConstMessageList<::Beta::Inner>>
-  List inners() const { return getlistobject_const(1, 1, 0x0C000011UL, 0x806E7CDD); }
+  List inners() const { return getlistobject_const(ifOwn(1, 0x0C000011UL), 1, 0x0C000011UL, 0x6E7CDD); }
   template <class List = ::kwxml::ConstMessageList<::Beta::Inner>>
-  void set_inners(const ::std::type_identity_t<List>& value) { setlistobject(1, 1, &value.messages(), 0x0C000011UL, 0x806E7CDD); }
+  void set_inners(const ::std::type_identity_t<List>& value) { setlistobject(ifOwn(1, 0x0C000011UL), 1, &value.messages(), 0x0C000011UL, 0x6E7CDD); }
   template <class List = ::kwxml::MessageList<::Beta::Inner>>
-  List mutable_inners() { return getlistobject(1, 1, 0x0C000011UL, 0x806E7CDD, true); }
-  bool has_inners() const { return isSet(1, 0x0C000011UL, 0x806E7CDD); }
-  void clear_inners() { deleteMember(1, 0x0C000011UL, 0x806E7CDD, false); }
+  List mutable_inners() { return getlistobject(ifOwn(1, 0x0C000011UL), 1, 0x0C000011UL, 0x6E7CDD, true); }
+  bool has_inners() const { return isSet(ifOwn(1, 0x0C000011UL), 0x0C000011UL, 0x6E7CDD); }
+  void clear_inners() { deleteMember(ifOwn(1, 0x0C000011UL), 0x0C000011UL, 0x6E7CDD, false); }
 };
 
 class Inner : public ::YMMessageBase
@@ -88,38 +88,40 @@ public:
   static constexpr int classIndex = 2;
   Inner() : ::YMMessageBase(systemIndex, classIndex) {}
 
-  const ::pstring& secret() const { return ::kwxml::orEmpty(getpstringobject_const(0, 0, 0x0C000011UL, 0x80FB4EB0)); }
-  void set_secret(const ::pstring& value) { setpstringobject(0, 0, value, static_cast<::Annotation::PasswordEncryptType>(value.getEncryptionType()), 0x0C000011UL, 0x80FB4EB0); }
-  ::pstring& mutable_secret() { return getpstringobjectByRef(0, 0, 0x0C000011UL, 0x80FB4EB0); }
-  bool has_secret() const { return isSet(0, 0x0C000011UL, 0x80FB4EB0); }
-  void clear_secret() { deleteMember(0, 0x0C000011UL, 0x80FB4EB0, false); }
+  const ::pstring& secret() const { return ::kwxml::orEmpty(getpstringobject_const(ifOwn(0, 0x0C000011UL), 0, 0x0C000011UL, 0xFB4EB0)); }
+  void set_secret(const ::pstring& value) { setpstringobject(ifOwn(0, 0x0C000011UL), 0, value, static_cast<::Annotation::PasswordEncryptType>(value.getEncryptionType()), 0x0C000011UL, 0xFB4EB0); }
+  ::pstring& mutable_secret() { return getpstringobjectByRef(ifOwn(0, 0x0C000011UL), 0, 0x0C000011UL, 0xFB4EB0); }
+  template <::kwxml::NoText T>
+  void set_secret(T value) = delete;
+  bool has_secret() const { return isSet(ifOwn(0, 0x0C000011UL), 0x0C000011UL, 0xFB4EB0); }
+  void clear_secret() { deleteMember(ifOwn(0, 0x0C000011UL), 0x0C000011UL, 0xFB4EB0, false); }
 
-  const ::std::string& text() const { return getstring_const(1, 1, 0x0C000011UL, 0x8036452D); }
-  void set_text(const ::std::string& value) { setstring(1, 1, value, 0x0C000011UL, 0x8036452D); }
-  ::std::string& mutable_text() { return getstringByRef(1, 1, 0x0C000011UL, 0x8036452D); }
+  const ::std::string& text() const { return getstring_const(ifOwn(1, 0x0C000011UL), 1, 0x0C000011UL, 0x36452D); }
+  void set_text(const ::std::string& value) { setstring(ifOwn(1, 0x0C000011UL), 1, value, 0x0C000011UL, 0x36452D); }
+  ::std::string& mutable_text() { return getstringByRef(ifOwn(1, 0x0C000011UL), 1, 0x0C000011UL, 0x36452D); }
   template <::kwxml::NoText T>
   void set_text(T value) = delete;
-  bool has_text() const { return isSet(1, 0x0C000011UL, 0x8036452D); }
-  void clear_text() { deleteMember(1, 0x0C000011UL, 0x8036452D, false); }
+  bool has_text() const { return isSet(ifOwn(1, 0x0C000011UL), 0x0C000011UL, 0x36452D); }
+  void clear_text() { deleteMember(ifOwn(1, 0x0C000011UL), 0x0C000011UL, 0x36452D, false); }
 
-  const ::std::vector<int>& numbers() const { return ::kwxml::orEmpty(getlistint_const(2, 5, 0x0C000011UL, 0x80C28E4A)); }
-  void set_numbers(const ::std::vector<int>& value) { setlistint(2, 5, &value, 0x0C000011UL, 0x80C28E4A); }
-  ::std::vector<int>& mutable_numbers() { return ::kwxml::orScratch(getlistint(2, 5, 0x0C000011UL, 0x80C28E4A, true)); }
-  bool has_numbers() const { return isSet(2, 0x0C000011UL, 0x80C28E4A); }
-  void clear_numbers() { deleteMember(2, 0x0C000011UL, 0x80C28E4A, false); }
+  const ::std::vector<int>& numbers() const { return ::kwxml::orEmpty(getlistint_const(ifOwn(2, 0x0C000011UL), 5, 0x0C000011UL, 0xC28E4A)); }
+  void set_numbers(const ::std::vector<int>& value) { setlistint(ifOwn(2, 0x0C000011UL), 5, &value, 0x0C000011UL, 0xC28E4A); }
+  ::std::vector<int>& mutable_numbers() { return ::kwxml::orScratch(getlistint(ifOwn(2, 0x0C000011UL), 5, 0x0C000011UL, 0xC28E4A, true)); }
+  bool has_numbers() const { return isSet(ifOwn(2, 0x0C000011UL), 0x0C000011UL, 0xC28E4A); }
+  void clear_numbers() { deleteMember(ifOwn(2, 0x0C000011UL), 0x0C000011UL, 0xC28E4A, false); }
 
-  int seconds() const { return static_cast<int>(getint64(6, 0x0C000011UL, 0x806D4A7F)); }
-  void set_seconds(int value) { setint64(3, 6, static_cast<long long>(value), 0x0C000011UL, 0x806D4A7F); }
+  int seconds() const { return static_cast<int>(getint64(ifOwn(6, 0x0C000011UL), 0x0C000011UL, 0x6D4A7F)); }
+  void set_seconds(int value) { setint64(ifOwn(3, 0x0C000011UL), 6, static_cast<long long>(value), 0x0C000011UL, 0x6D4A7F); }
   template <::kwxml::Floating T>
   void set_seconds(T value) = delete;
-  bool has_seconds() const { return isSet(3, 0x0C000011UL, 0x806D4A7F); }
-  void clear_seconds() { deleteMember(3, 0x0C000011UL, 0x806D4A7F, false); }
+  bool has_seconds() const { return isSet(ifOwn(3, 0x0C000011UL), 0x0C000011UL, 0x6D4A7F); }
+  void clear_seconds() { deleteMember(ifOwn(3, 0x0C000011UL), 0x0C000011UL, 0x6D4A7F, false); }
 
-  const ::Alpha::Late* marked() const { return isSet(4, 0x0C000011UL, 0x808C942C) ? static_cast<const ::Alpha::Late*>(getObject_const(4, 7, 0x0C000011UL, 0x808C942C)) : nullptr; }
-  void set_marked(const ::Alpha::Late& value) { setObjectAccessor(&value, 4, 7, 0x0C000011UL, 0x808C942C); }
-  ::Alpha::Late& mutable_marked() { return *static_cast<::Alpha::Late*>(static_cast<void*>(getObjectAccessor(true, true, 4, 7, 0x0C000011UL, 0x808C942C, 31, 4))); }
-  bool has_marked() const { return isSet(4, 0x0C000011UL, 0x808C942C); }
-  void clear_marked() { deleteMember(4, 0x0C000011UL, 0x808C942C, false); }
+  const ::Alpha::Late* marked() const { return isSet(ifOwn(4, 0x0C000011UL), 0x0C000011UL, 0x8C942C) ? static_cast<const ::Alpha::Late*>(::kwxml::nestedMessage(*this, ifOwn(4, 0x0C000011UL), 7, 0x0C000011UL, 0x8C942C)) : nullptr; }
+  void set_marked(const ::Alpha::Late& value) { ::kwxml::setNestedMessage(*this, ifOwn(4, 0x0C000011UL), 7, 0x0C000011UL, 0x8C942C, &value); }
+  ::Alpha::Late& mutable_marked() { return *static_cast<::Alpha::Late*>(::kwxml::mutableNestedMessage(*this, ifOwn(4, 0x0C000011UL), 7, 0x0C000011UL, 0x8C942C, 31, 4)); }
+  bool has_marked() const { return isSet(ifOwn(4, 0x0C000011UL), 0x0C000011UL, 0x8C942C); }
+  void clear_marked() { deleteMember(ifOwn(4, 0x0C000011UL), 0x0C000011UL, 0x8C942C, false); }
 };
 
 /// Does nothing; a call forces the system's tables to be linked.
