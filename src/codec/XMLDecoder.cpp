@@ -108,8 +108,9 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
     return true;
   }
   KwXMLContextInfo context;
-  if (XMLSerializer(EncodingFlags(), &context).unserialize(**out, xml) !=
-      0) {  // logs what is wrong with the text
+  if (XMLSerializer(EncodingFlags(), &context).unserialize(**out, xml) != 0) {
+    // What is wrong with the text, which may hold secrets, stands in the reader's own lines.
+    log().logError(function, "Unable to read the given xml into an object of type : [%s]", tagName.c_str());
     delete *out;
     *out = nullptr;
     return false;

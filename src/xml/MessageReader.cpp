@@ -156,7 +156,7 @@ MessageReader::~MessageReader()
 YMMessageBase* MessageReader::take()
 {
   ownsRoot_ = false;
-  return std::exchange(root_, nullptr);
+  return root_;
 }
 
 // ---- Start tags

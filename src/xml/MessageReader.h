@@ -3,7 +3,8 @@
 //
 // A document's elements are tracked by frames, one per open element, so that an end tag always ends what its
 // start tag began, whatever the text between them held. Messages under construction are owned by the message
-// above them, a map entry's key and value by the entry's state, and the root by the reader until take().
+// above them, a map entry's key and value by the entry's state, and the root by the reader until take(): a
+// root that nobody took, as after a document that broke off, ends with the reader.
 #pragma once
 
 #include <kwxml/annotation/AnnotationRecord.h>
@@ -61,7 +62,7 @@ public:
   bool started() const { return started_; }
   /// The root message, null before its start tag; still the reader's, or the target of readInto().
   YMMessageBase* root() const { return root_; }
-  /// Hands the root message to the caller, who owns it then.
+  /// Hands the root message to the caller, who owns it then. Later calls give the same one again.
   YMMessageBase* take();
 
 private:

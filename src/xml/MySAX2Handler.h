@@ -39,8 +39,10 @@ public:
   /// Refuses declarations of elements as well; see GuardedReader.
   void refuseElementDeclarations(bool refuse) { refusesElements_ = refuse; }
 
-  /// The root message; null before its start tag. The handler's until takeMessage().
+  /// The root message to look at; null before its start tag. The handler's until takeMessage().
   YMMessageBase* getMessage() const;
+  /// The same, handed to the caller, who owns it from then on, also while it is still being read. Later calls
+  /// give the same pointer.
   YMMessageBase* takeMessage();
 
   bool processAttributes(const xercesc::Attributes& attributes);

@@ -281,6 +281,24 @@ TEST(Reader, PeeksAtTheTagWithoutReadingTheRest)
   EXPECT_TRUE(log.has(outer, "[Received empty xml]"));
 }
 
+TEST(Reader, TheMessageOfAHandlerIsTheCallers)
+{
+  LogCapture log;
+  for (const char* text : {"<Demo_Status errorCode='1'/>", "<Demo_Status errorCode='1'><broken>"}) {
+    std::unique_ptr<YMMessageBase> message;
+    {
+      MySAX2Handler handler;
+      XMLSerializer().parserHelper(&handler, text);
+      message.reset(XMLSerializer::getSAXHandlerMessageObject(handler));
+      EXPECT_EQ(XMLSerializer::getSAXHandlerMessageObject(handler), message.get()) << "again the same";
+    }
+    ASSERT_NE(message, nullptr);
+    EXPECT_EQ(getInt(*message, "errorCode"), 1);
+  }
+  MySAX2Handler unasked;  // what nobody asks for is not leaked
+  XMLSerializer().parserHelper(&unasked, "<Shop_Ledger><totals><__mapKey__ val='a'/>");
+}
+
 TEST(Reader, HandlersReadOneDocumentAndSurviveMisuse)
 {
   LogCapture log(25);
@@ -316,8 +334,13 @@ TEST(Reader, CreatesObjectsByName)
   EXPECT_TRUE(XMLDecoder::CreateObjByName("Demo_Status", &out, "<later", false));
   EXPECT_STREQ(out->getSerializedXMLString(), "<later");
   delete out;
-  EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", &out, "<broken", true));
-  EXPECT_EQ(out, nullptr);
+  for (const char* text : {"<broken", "<Demo_Item/>", ""}) {
+    log.clear();
+    EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", &out, text, true));
+    EXPECT_EQ(out, nullptr);
+    EXPECT_TRUE(log.has(function, "Unable to read the given xml into an object of type : [Demo_Status]"))
+        << text;
+  }
   EXPECT_FALSE(XMLDecoder::CreateObjByName("", &out, nullptr, true));
   EXPECT_FALSE(XMLDecoder::CreateObjByName("Nowhere_X", &out, nullptr, true));
   EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_X_Y", &out, nullptr, true));
