@@ -54,8 +54,6 @@ bool guarded(const char* function, const char* format, const char* name, Operati
   }
 }
 
-constexpr const char* tagFailure = "Exception occurred while constructing tag : [%s]";
-
 xercesc::DOMElement* child(xercesc::DOMDocument* document, xercesc::DOMElement* parent, const char* name)
 {
   xercesc::DOMElement* element = document->createElement(DomName(name));

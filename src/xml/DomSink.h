@@ -21,6 +21,9 @@ namespace kwxml {
 class DomSink final : public XmlSink
 {
 public:
+  /// The line about a tag that cannot be written; its argument is the tag's name.
+  static constexpr const char tagFailure[] = "Exception occurred while constructing tag : [%s]";
+
   DomSink(xercesc::DOMDocument* document, xercesc::DOMElement* parent) : document_(document), current_(parent)
   {
   }

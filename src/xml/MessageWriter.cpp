@@ -448,7 +448,15 @@ void MessageWriter::putItem(bool cdata)
 
 void parseStringForCDATAEndAndReplace(std::string& text)
 {
-  for (auto at = text.find("]]>"); at != std::string::npos; at = text.find("]]>", at + 6)) {
-    text.replace(at, 3, "]]]]>>");
+  auto at = text.find("]]>");
+  if (at == std::string::npos) {
+    return;
   }
+  std::string out;
+  std::size_t copied = 0;
+  for (; at != std::string::npos; at = text.find("]]>", copied)) {
+    out.append(text, copied, at - copied).append("]]]]>>");
+    copied = at + 3;
+  }
+  text = out.append(text, copied);
 }

@@ -80,7 +80,7 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
   std::string text;  // `out` may be a string of the message itself
   try {
     written = serializeXMLRecur(message, document, document->getDocumentElement(), topLevelPasswordMode) &&
-              DumpDOMDocumentToStringUTF8(text, document, elementOnly);
+              dumpDocument(text, document, elementOnly);
   } catch (...) {  // no memory, in one library's words or the other's, or a listener's exception
     log().logError(function, "[%s]", "Error Writing Xml to String");
   }
@@ -113,13 +113,18 @@ bool XMLSerializer::serializeXMLRecur(YMMessageBase& message, xercesc::DOMDocume
 
 namespace {
 
-/// The public DOM operations are those of the sink, standing on one element.
+/// The public DOM operations are those of the sink, standing on one element. The sink is made for values that
+/// XML allows; the DOM would take any, and its writer does not end on some of them.
 template <class Operation>
 void onElement(const char* function, xercesc::DOMDocument* document, xercesc::DOMElement* element,
-               Operation operation)
+               const char* name, const char16_t* value, Operation operation)
 {
   if (document == nullptr || element == nullptr) {
     log().logError(function, "[%s]", "Received NULL document");
+    return;
+  }
+  if (value == nullptr || !kwxml::isXmlText(value)) {
+    log().logError(function, kwxml::DomSink::tagFailure, name != nullptr ? name : "");
     return;
   }
   kwxml::DomSink sink(document, element);
@@ -131,7 +136,7 @@ void onElement(const char* function, xercesc::DOMDocument* document, xercesc::DO
 void XMLSerializer::writeNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* element,
                                    const char* name, const char16_t* value)
 {
-  onElement("XMLSerializer::writeNodeToXML", document, element, [&](kwxml::DomSink& sink) {
+  onElement("XMLSerializer::writeNodeToXML", document, element, name, value, [&](kwxml::DomSink& sink) {
     flags_.valuesAsElements ? sink.textElement(name, value) : sink.attribute(name, value);
   });
 }
@@ -139,7 +144,7 @@ void XMLSerializer::writeNodeToXML(xercesc::DOMDocument* document, xercesc::DOME
 void XMLSerializer::writeListNodeToXML(xercesc::DOMDocument* document, xercesc::DOMElement* item,
                                        const char* name, const char16_t* value)
 {
-  onElement("XMLSerializer::writeListNodeToXML", document, item, [&](kwxml::DomSink& sink) {
+  onElement("XMLSerializer::writeListNodeToXML", document, item, name, value, [&](kwxml::DomSink& sink) {
     flags_.valuesAsElements ? sink.text(name, value) : sink.itemAttribute(name, value);
   });
 }
@@ -147,14 +152,14 @@ void XMLSerializer::writeListNodeToXML(xercesc::DOMDocument* document, xercesc::
 void XMLSerializer::writeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* element,
                                  const char* name, const char16_t* value)
 {
-  onElement("XMLSerializer::writeAsCDATA", document, element,
+  onElement("XMLSerializer::writeAsCDATA", document, element, name, value,
             [&](kwxml::DomSink& sink) { sink.cdataElement(name, value); });
 }
 
 void XMLSerializer::writeListNodeAsCDATA(xercesc::DOMDocument* document, xercesc::DOMElement* item,
                                          const char* name, const char16_t* value)
 {
-  onElement("XMLSerializer::writeListNodeAsCDATA", document, item,
+  onElement("XMLSerializer::writeListNodeAsCDATA", document, item, name, value,
             [&](kwxml::DomSink& sink) { sink.cdata(name, value); });
 }
 
@@ -190,6 +195,36 @@ xercesc::DOMLSSerializer* XMLSerializer::DOMCreateAWriterUTF16()
   return DOMCreateAWriterUTF8();
 }
 
+namespace {
+
+/// Whether XML allows all texts and attribute values of a document.
+bool holdsXmlText(const xercesc::DOMDocument& document)
+{
+  const auto allowed = [](const xercesc::DOMNode& node) {
+    const XMLCh* value = node.getNodeValue();
+    return value == nullptr || kwxml::isXmlText(value);
+  };
+  for (const xercesc::DOMNode* node = &document; node != nullptr;) {
+    if (!allowed(*node)) {
+      return false;
+    }
+    const xercesc::DOMNamedNodeMap* attributes = node->getAttributes();
+    for (XMLSize_t i = 0; attributes != nullptr && i < attributes->getLength(); ++i) {
+      if (!allowed(*attributes->item(i))) {
+        return false;
+      }
+    }
+    const xercesc::DOMNode* next = node->getFirstChild();
+    for (; next == nullptr && node != nullptr; node = node->getParentNode()) {
+      next = node->getNextSibling();
+    }
+    node = next;
+  }
+  return true;
+}
+
+}  // namespace
+
 bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDocument* document,
                                                 bool elementOnly)
 {
@@ -199,6 +234,16 @@ bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDo
     log().logError(function, "[%s]", "Received NULL document");
     return false;
   }
+  if (!holdsXmlText(*document)) {  // the DOM's writer would write it, or never end
+    log().logError(function, "[%s]", "Error Writing Xml to String");
+    return false;
+  }
+  return dumpDocument(out, document, elementOnly);
+}
+
+bool XMLSerializer::dumpDocument(std::string& out, xercesc::DOMDocument* document, bool elementOnly)
+{
+  constexpr const char* function = "XMLSerializer::DumpDOMDocumentToStringUTF8";
   const Released<xercesc::DOMLSSerializer> writer(DOMCreateAWriterUTF8());
   const Released<xercesc::DOMLSOutput> output(domImplementation()->createLSOutput());
   xercesc::MemBufFormatTarget target(1023);
@@ -369,7 +414,7 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
 
 YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)
 {
-  return handler.getMessage();
+  return handler.takeMessage();
 }
 
 template <class Parse>

@@ -98,7 +98,8 @@ public:
   /// The same for wide text, which must consist of Unicode code points; `validate` switches validation
   /// against grammars that the process has made known (none is ever fetched).
   int parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate);
-  /// The message that a handler has built; the handler's until taken.
+  /// The message that a handler has built, whole or not, handed to the caller, who owns it; null when there
+  /// is none. A message that nobody asks for ends with its handler.
   static YMMessageBase* getSAXHandlerMessageObject(MySAX2Handler& handler);
 
   /// Tag name and tag of the message in a text, of which only the beginning is parsed. False, with both
@@ -109,6 +110,7 @@ public:
                                      unsigned int& tag);
 
 private:
+  bool dumpDocument(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
   template <class Parse>
   int unserializeWith(YMMessageBase& message, bool merge, Parse parse);
 

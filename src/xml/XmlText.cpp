@@ -66,6 +66,20 @@ std::u16string toUtf16(const char* text)
   return wide.length() == 0 ? std::u16string() : std::u16string(wide.c_str(), wide.c_str() + wide.length());
 }
 
+bool isXmlText(std::u16string_view text)
+{
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t c = text[i];
+    if (isLead(c) && i + 1 < text.size() && isTrail(text[i + 1])) {
+      ++i;
+    } else if ((c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r') || isLead(c) || isTrail(c) ||
+               c > 0xFFFD) {
+      return false;
+    }
+  }
+  return true;
+}
+
 std::uint32_t nameHash(std::u16string_view name)
 {
   std::uint32_t h = 0;

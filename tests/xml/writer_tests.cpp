@@ -196,6 +196,9 @@ TEST(Writer, CdataSectionsHoldTheirOwnEnd)
   std::string text = "]]>x]]>";
   parseStringForCDATAEndAndReplace(text);
   EXPECT_EQ(text, "]]]]>>x]]]]>>");
+  text = "]]]>]>]]>";
+  parseStringForCDATAEndAndReplace(text);
+  EXPECT_EQ(text, "]]]]]>>]>]]]]>>");
 }
 
 TEST(Writer, PasswordsAreMaskedOrNeedAnAlgorithm)
@@ -433,6 +436,32 @@ TEST(Writer, DomOperationsStandAlone)
     ASSERT_NE(made, nullptr);
     made->release();
   }
+  log.clear();
+  int refused = 0;
+  const char16_t* const values[] = {u"\xD800", u"a\xDC00", u"\xDC00\xD800", u"\x1", u"\xFFFE", nullptr};
+  for (const char16_t* value : values) {
+    serializer.writeNodeToXML(document, root, "bad", value);
+    serializer.writeAsCDATA(document, root, "bad", value);
+    serializer.writeListNodeToXML(document, root, "bad", value);
+    serializer.writeListNodeAsCDATA(document, root, "bad", value);
+    XMLSerializer().writeNodeToXML(document, root, "bad", value);
+    refused += 5;
+  }
+  EXPECT_EQ(log.texts(), std::vector<std::string>(static_cast<std::size_t>(refused),
+                                                  "Exception occurred while constructing tag : [bad]"));
+  // Nor is it written when it came into the document by other ways.
+  xercesc::DOMDocument* foreign = dom->createDocument(nullptr, u"root", nullptr);
+  foreign->getDocumentElement()->appendChild(foreign->createElement(u"first"));
+  xercesc::DOMElement* last = foreign->createElement(u"last");
+  foreign->getDocumentElement()->appendChild(last);
+  EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
+  last->setAttribute(u"a", u"\x1");
+  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
+  last->removeAttribute(u"a");
+  last->appendChild(foreign->createCDATASection(u"\xD800"));
+  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
+  EXPECT_TRUE(log.has("XMLSerializer::DumpDOMDocumentToStringUTF8", "[Error Writing Xml to String]"));
+  foreign->release();
   EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, document, true));
   EXPECT_EQ(out,
             "<root><value>1</value><text><![CDATA[<c>]]></text><map a=\"2\"><__mapKey__>k</__mapKey__>"
