@@ -70,8 +70,6 @@ private:
   template <class T>
   bool readMapPart(YMMessageBase& message, const FieldDef& def, T& part, const char* format);
 
-  /// Whether there is a class at the reference before the field's name, and budget for a message of it.
-  bool canBuild(const PackedReference& reference);
   /// Size and body of a message that has just been built, or is read anew.
   bool readNested(YMMessageBase& owner, YMMessageBase& nested);
 
@@ -80,6 +78,12 @@ private:
   std::uint64_t bodyEnd_;           ///< of the body that is being read
   std::uint32_t pendingCount_ = 0;  ///< what the last collection marker of this body announced
 };
+
+/// Whether there is a class at the reference before a field's name.
+bool hasClass(const PackedReference& reference)
+{
+  return findClass(reference.system, reference.classIndex) != nullptr;
+}
 
 /// Keys below carry the hash 0, which is no field's.
 constexpr std::uint32_t leastKey = 1 << 3;
@@ -259,14 +263,6 @@ std::string BodyReader::bytes(const Text& text) const
   return call_.version > 1 && base64Decode(raw, decoded) ? decoded : raw;
 }
 
-bool BodyReader::canBuild(const PackedReference& reference)
-{
-  const _ClassDef* cls = findClass(reference.system, reference.classIndex);
-  return cls != nullptr &&
-         takeFromBudget(*cls, XML_KWMessage_MessageSystemChooser::msgSysStruct[reference.system].eager == 1,
-                        call_);
-}
-
 bool BodyReader::readNested(YMMessageBase& owner, YMMessageBase& nested)
 {
   const std::uint32_t size = in_.varint();
@@ -414,7 +410,7 @@ bool BodyReader::readObject(YMMessageBase& message, const FieldDef& def)
     return false;
   }
   if (nested == nullptr) {
-    nested = canBuild(reference) ? new (std::nothrow) YMMessageBase(static_cast<int>(reference.system),
+    nested = hasClass(reference) ? new (std::nothrow) YMMessageBase(static_cast<int>(reference.system),
                                                                     static_cast<int>(reference.classIndex))
                                  : nullptr;
     if (nested == nullptr) {
@@ -441,8 +437,7 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
   constexpr std::size_t smallest = wire::keySize + 1;
   const std::uint32_t count = pendingCount_;
   list.clear();
-  list.reserve(std::min(
-      {static_cast<std::uint64_t>(count), in_.left() / smallest + 1, call_.budget / sizeof(YMMessageBase)}));
+  list.reserve(std::min<std::uint64_t>(count, in_.left() / smallest + 1));
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i > 0) {
       in_.pass(wire::keySize);  // the key again, whatever it is
@@ -450,7 +445,7 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
     if (in_.failed()) {
       return false;
     }
-    if (!canBuild(reference)) {
+    if (!hasClass(reference)) {
       log().logError(function, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
       return false;
@@ -545,7 +540,7 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
     if constexpr (objectValues) {
       const auto make = [&](int which) -> std::optional<YMMessageBase> {
         const PackedReference reference = packedReference(def, which);
-        if (reference.system == 0 || !canBuild(reference)) {
+        if (reference.system == 0 || !hasClass(reference)) {
           log().logError(function, "Error constructing map object : [%s]", def.getName());
           return std::nullopt;
         }
@@ -580,39 +575,7 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
 
 #undef KWXML_OVERRUN
 
-/// Bytes that a new message of the class occupies. One of an old-way system comes with its nested messages.
-std::uint64_t constructionCost(const _ClassDef& cls, bool eager, int depth)
-{
-  std::uint64_t cost = sizeof(YMMessageBase) + static_cast<std::uint64_t>(cls.numberOfSlots) * 8 +
-                       static_cast<std::uint64_t>(cls.numberOfFields) / 8;
-  if (eager && depth < maxMessageNesting) {
-    for (const FieldDef& def : cls) {
-      if (def.type != FIELD_OBJECT) {
-        continue;
-      }
-      const PackedReference reference = packedReference(def);
-      if (const _ClassDef* nested = findClass(reference.system, reference.classIndex)) {
-        cost += constructionCost(
-            *nested, XML_KWMessage_MessageSystemChooser::msgSysStruct[reference.system].eager == 1,
-            depth + 1);
-      }
-    }
-  }
-  return cost;
-}
-
 }  // namespace
-
-bool takeFromBudget(const _ClassDef& cls, bool eager, DecodeCall& call)
-{
-  const std::uint64_t cost = constructionCost(cls, eager, 1);
-  if (cost > call.budget) {
-    log().logError(function, "Messages take more memory than a buffer of that size may ask for");
-    return false;
-  }
-  call.budget -= cost;
-  return true;
-}
 
 bool readBody(YMMessageBase& message, BinaryStream& in, std::uint64_t end, DecodeCall& call)
 {

@@ -206,8 +206,7 @@ bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStre
                                               int version, KwXMLContextInfo* context, bool flag)
 {
   static_cast<void>(flag);  // construction of nested messages knows no choice
-  kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel,
-                         kwxml::decodeBudget(in.remaining())};
+  kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel};
   try {
     return kwxml::readBody(message, in, end, call);
   } catch (const std::exception& error) {  // no memory

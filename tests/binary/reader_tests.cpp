@@ -426,19 +426,6 @@ TEST(BinaryWriter, NestingIsBoundedBothWays)
   });
 }
 
-TEST(BinaryReader, MemoryIsInProportionToTheBytes)
-{
-  // A list of empty messages of a class with thousands of slots, five bytes each.
-  YMMessageBase m = make("Types_WideHolder");
-  std::string body = fromHex(expand("M C0 84 3D wides.2 00"));
-  for (int i = 1; i < 50000; ++i) {
-    body += fromHex(expand("wides.2 00"));
-  }
-  LogCapture log;
-  EXPECT_EQ(decode(m, header(m) + body), -1);
-  EXPECT_EQ(log.lines().front().text, "Messages take more memory than a buffer of that size may ask for");
-}
-
 TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
 {
   TempDirectory directory;
