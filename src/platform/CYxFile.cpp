@@ -206,6 +206,13 @@ bool CYxFile::IsEOF() const
   return position < 0 || position >= status.st_size;
 }
 
+bool CYxFile::OthersMayWrite() const
+{
+  struct stat status;
+  return fd_ < 0 || fstat(fd_, &status) != 0 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
+         (status.st_uid != geteuid() && status.st_uid != 0);
+}
+
 bool CYxFile::Flush(CYxError* error)
 {
   int result;

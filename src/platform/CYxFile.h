@@ -58,6 +58,9 @@ public:
   /// Whether the position is at or behind the end. For what has no positions (a pipe): whether a read found
   /// the end. True for a file that is not open.
   bool IsEOF() const;
+  /// Whether another user than this process's and root may have changed the file: by its owner or by the
+  /// permissions of its group and of others. True for a file that is not open.
+  [[nodiscard]] bool OthersMayWrite() const;
   /// Hands everything written to the storage device.
   [[nodiscard]] bool Flush(CYxError* error = nullptr);
 

@@ -28,7 +28,7 @@ void reportOnce(const std::string& path, const std::string& problem)
   kwxml::reportOnceToStderr("settings file " + path + ": " + problem);
 }
 
-std::optional<std::string> readFile(const std::string& path, std::string& problem)
+std::optional<std::string> readFile(const std::string& path, std::string& problem, bool& trusted)
 {
   CYxError error;
   CYxFile file(path.c_str(), CYxFile::Mode::Read, &error);
@@ -43,6 +43,7 @@ std::optional<std::string> readFile(const std::string& path, std::string& proble
     problem = error.AsString();
     return std::nullopt;
   }
+  trusted = !file.OthersMayWrite();
   content.resize(static_cast<size_t>(count));
   return content;
 }
@@ -141,7 +142,7 @@ KWPlatformInfo::KWPlatformInfo()
     return;
   }
   std::string problem;
-  const std::optional<std::string> content = readFile(path, problem);
+  const std::optional<std::string> content = readFile(path, problem, trusted_);
   if (!content) {
     reportOnce(path, problem);
     return;

@@ -33,9 +33,14 @@ public:
   /// Non-zero when the setting exists (an empty value included), which is then stored; otherwise 0.
   int getString(const char* section, const char* key, std::string& text) const;
 
+  /// Whether nobody but the process's user and root may have written the settings: what decides whose key is
+  /// used is taken from no others. True without settings.
+  bool isTrusted() const { return trusted_; }
+
 private:
   const std::string* find(const char* section, const char* key) const;
 
   std::map<std::string, std::map<std::string, std::string>> sections_;
   std::string focus_;
+  bool trusted_ = true;
 };

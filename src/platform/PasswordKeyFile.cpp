@@ -152,7 +152,9 @@ bool loadPasswordKey(PasswordKey& key)
   if (!settings.getString("Password", "keyfile", path)) {
     return false;
   }
-  const std::string problem = readKeyFile(path, key);
+  const std::string problem =
+      settings.isTrusted() ? readKeyFile(path, key)
+                           : "refused, because others may write the settings that name it (use chmod go-w)";
   if (!problem.empty()) {
     reportOnceToStderr("password key file " + path + ": " + problem);
     return false;

@@ -36,7 +36,14 @@ void create(const std::string& file)
   if (!createKeyFile(file, error)) {
     throw Failure(exitData, error);
   }
-  writeText("", "[Password]\nkeyfile = " + path);
+  try {
+    writeText("", "[Password]\nkeyfile = " + path);
+  } catch (...) {
+    // A key that no settings name is of no use, and stands in the way of the next try.
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+    throw;
+  }
 }
 
 }  // namespace
