@@ -28,8 +28,8 @@ inline constexpr std::string_view libraryNames =
     "pushEventArgumentXML recurseAndFillDummyValues setEvMessageArgumentsToXML "
     "setEvMessageContainerToXML skipValidation spaceDelimiter std writeXDate xercesc ";
 
-/// Macros that this library's headers and those of the C and C++ standards bring and that have no form of their
-/// own.
+/// Macros that this library's headers and those of the C and C++ standards bring and that have no form of
+/// their own.
 inline constexpr std::string_view macroNames =
     "ADJ_ESTERROR ADJ_FREQUENCY ADJ_MAXERROR ADJ_MICRO ADJ_NANO ADJ_OFFSET ADJ_OFFSET_SINGLESHOT "
     "ADJ_OFFSET_SS_READ ADJ_SETOFFSET ADJ_STATUS ADJ_TAI ADJ_TICK ADJ_TIMECONST BUFSIZ BYTE_ORDER "

@@ -3,6 +3,7 @@
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/NumberText.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/Rendering.h>
 #include <kwxml/xml/Dates.h>
 
@@ -103,28 +104,15 @@ std::string HTMLFieldContext::shown(std::string_view text) const
   }
   std::string escaped;
   escaped.reserve(text.size());
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&#39;";
-        break;
-      default: {
-        const bool control = (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n') || c == 0x7F;
-        control ? escaped += "&#xFFFD;" : escaped += c;
-      }
-    }
+  while (!text.empty()) {
+    const std::string_view entity = text[0] == '&'    ? "&amp;"
+                                    : text[0] == '<'  ? "&lt;"
+                                    : text[0] == '>'  ? "&gt;"
+                                    : text[0] == '"'  ? "&quot;"
+                                    : text[0] == '\'' ? "&#39;"
+                                                      : "";
+    escaped += entity;
+    text.remove_prefix(entity.empty() ? appendShownCharacter(escaped, text) : 1);
   }
   return escaped;
 }

@@ -27,7 +27,8 @@ namespace kwxml {
 class HTMLFieldContext : public KwXMLRenderContext
 {
 public:
-  /// Escapes &, <, >, both quotes and control characters in names and values from now on; off at first.
+  /// Escapes &, <, >, both quotes and what would be obeyed (line ends, control characters, direction marks:
+  /// shown as \n, \xNN) in names and values from now on; off at first.
   void setEscaping(bool on) noexcept { escaping_ = on; }
 
   void writeHeader(std::string name) override;     ///< nothing

@@ -1,6 +1,7 @@
 #include <kwxml/traverse/MessageDiff.h>
 
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/Rendering.h>
 
 #include <bit>
@@ -27,96 +28,12 @@ void appendNumber(std::string& out, Number value, auto... how)
   out.append(digits, std::to_chars(digits, std::end(digits), value, how...).ptr);
 }
 
-constexpr char hexDigits[] = "0123456789ABCDEF";
-
-void appendEscapedByte(std::string& out, char byte)
-{
-  const auto value = static_cast<unsigned char>(byte);
-  out += "\\x";
-  out += hexDigits[value >> 4];
-  out += hexDigits[value & 0xF];
-}
-
-constexpr bool isCharacter(std::uint32_t value)
-{
-  return value < 0x110000 && (value < 0xD800 || value > 0xDFFF);
-}
-
-/// Bytes of the character that the text begins with; 0 when these are no well-formed UTF-8.
-std::size_t characterLength(std::string_view text, std::uint32_t& character)
-{
-  const auto byte = [&](std::size_t i) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[i]));
-  };
-  constexpr std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  const std::uint32_t first = byte(0);
-  const std::size_t length = first < 0x80             ? 1
-                             : (first & 0xE0) == 0xC0 ? 2
-                             : (first & 0xF0) == 0xE0 ? 3
-                             : (first & 0xF8) == 0xF0 ? 4
-                                                      : 0;
-  if (length == 0 || text.size() < length) {
-    return 0;
-  }
-  character = length == 1 ? first : first & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) {
-      return 0;
-    }
-    character = character << 6 | (byte(i) & 0x3F);
-  }
-  return character >= smallest[length] && isCharacter(character) ? length : 0;
-}
-
-void appendEscaped(std::string& out, std::string_view text)
-{
-  while (!text.empty()) {
-    std::uint32_t character = 0;
-    const std::size_t length = characterLength(text, character);
-    const std::size_t taken = length == 0 ? 1 : length;
-    constexpr std::string_view special = "\"\\\n\r\t";
-    if (const auto at = special.find(text[0]); at != std::string_view::npos) {
-      out += '\\';
-      out += "\"\\nrt"[at];
-    } else if (length == 0 || character < 0x20 || (character >= 0x7F && character < 0xA0) ||
-               character == 0x2028 || character == 0x2029) {
-      for (const char byte : text.substr(0, taken)) {
-        appendEscapedByte(out, byte);
-      }
-    } else {
-      out += text.substr(0, taken);
-    }
-    text.remove_prefix(taken);
-  }
-}
-
-void appendCharacter(std::string& out, std::uint32_t c)
-{
-  char bytes[4];
-  const auto continuation = [c](int shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-  std::size_t length = 0;
-  if (c < 0x80) {
-    bytes[length++] = static_cast<char>(c);
-  } else if (c < 0x800) {
-    bytes[length++] = static_cast<char>(0xC0 | c >> 6);
-    bytes[length++] = continuation(0);
-  } else if (c < 0x10000) {
-    bytes[length++] = static_cast<char>(0xE0 | c >> 12);
-    bytes[length++] = continuation(6);
-    bytes[length++] = continuation(0);
-  } else {
-    bytes[length++] = static_cast<char>(0xF0 | c >> 18);
-    bytes[length++] = continuation(12);
-    bytes[length++] = continuation(6);
-    bytes[length++] = continuation(0);
-  }
-  appendEscaped(out, std::string_view(bytes, length));
-}
+constexpr std::string_view quotedCharacters = "\"\\";
 
 void appendString(std::string& out, const std::string& text)
 {
   out += '"';
-  appendEscaped(out, text);
+  appendShown(out, text, quotedCharacters);
   out += '"';
 }
 
@@ -125,14 +42,7 @@ void appendString(std::string& out, const std::wstring& text)
   static_assert(sizeof(wchar_t) == 4, "an element of a wide string is a character");
   out += '"';
   for (const wchar_t element : text) {
-    const auto value = static_cast<std::uint32_t>(element);
-    if (isCharacter(value)) {
-      appendCharacter(out, value);
-    } else {
-      out += "\\u{";
-      appendNumber(out, value, 16);
-      out += '}';
-    }
+    appendShownCharacter(out, static_cast<std::uint32_t>(element), quotedCharacters);
   }
   out += '"';
 }

@@ -28,8 +28,9 @@ namespace kwxml {
 ///   truth values         "true", "false"; another number that stands for true: "true(2)"
 ///   enumerations         "RED(1)"; "7" when no enumerator has the value
 ///   strings              in double quotes, UTF-8. Escaped are quotes, backslashes, \n, \r and \t; as \xNN
-///                        (two digits) each byte of other control characters, of line separators and of what
-///                        is no UTF-8; as \u{N} elements of wide strings that are no characters
+///                        (two digits) each byte of other control characters, of line separators, direction
+///                        marks and what is no UTF-8; as \u{N} elements of wide strings that are no
+///                        characters
 ///   bytes, passwords     "****", whatever they hold, and so is every value in a field with the annotation
 ///                        Password
 ///   messages             "{}" when no field is set, "null" for a field that is set without a message, "(no

@@ -236,21 +236,23 @@ TEST(Inspect, NoPasswordIsShown)
 TEST(Inspect, TellsTheFormsApart)
 {
   const std::string message = header(make("Demo_Status"));
+  constexpr std::optional<InspectForm> none;
   const struct
   {
     std::string bytes;
-    InspectForm form;
+    std::optional<InspectForm> form;
   } rows[] = {
       {message, InspectForm::Binary},
       {"\0\0\0\x08"s + message, InspectForm::Records},
-      {"\0\0\0\x09"s + message, InspectForm::Binary},  // does not fit
+      {"\0\0\0\x09"s + message, none},  // does not fit
       {"\0\0\0\x08"s + message + "x", InspectForm::Records},
-      {"\0\0\0\x08"s + "\2\0\0\0" + message, InspectForm::Binary},
+      {"\0\0\0\x08"s + "\2\0\0\0" + message, none},
       {"1\0\0\0"s, InspectForm::Batch},
-      {"1\0\0"s, InspectForm::Binary},
-      {"", InspectForm::Binary},
+      {"1\0\0"s, none},
+      {message.substr(0, 7), none},
+      {"", none},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(guessInspectForm(row.bytes), row.form) << toHex(row.bytes);
+    EXPECT_EQ(guessInspectForm(row.bytes, row.bytes.size()), row.form) << toHex(row.bytes);
   }
 }

@@ -372,9 +372,11 @@ TEST(Summary, HidesPasswordsEverywhereAndReportFieldsInHtml)
 TEST(Summary, NamesAndValuesAreNoMarkupWhenEscaped)
 {
   YMMessageBase m = report();
-  setText(m, "title", std::string("<script>alert(\"1\")</script>&'\x01\x7F\0 \xC3\xA9", 35));
+  setText(m, "title",
+          std::string("<script>alert(\"1\")</script>&'\x01\x7F\0 \xC3\xA9\nprice: 1\xE2\x80\xAE", 47));
   const std::string escaped =
-      "&lt;script&gt;alert(&quot;1&quot;)&lt;/script&gt;&amp;&#39;&#xFFFD;&#xFFFD;&#xFFFD; \xC3\xA9";
+      "&lt;script&gt;alert(&quot;1&quot;)&lt;/script&gt;&amp;&#39;\\x01\\x7F\\x00 \xC3\xA9\\nprice: "
+      "1\\xE2\\x80\\xAE";
   const Rendered r = render(m, true);
   for (const std::string& text : {r.html, r.collapsible, r.gui}) {
     EXPECT_NE(text.find(escaped), std::string::npos) << text;

@@ -2,6 +2,7 @@
 #include "Command.h"
 #include "Messages.h"
 #include "Names.h"
+#include "Report.h"
 
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/traverse/XmlTraverse.h>
@@ -46,7 +47,11 @@ void dummy(const Options& options, LibraryLog& log)
     throw Failure(exitData, options.tag + " is an enumeration, not a message");
   }
   YMMessageBase* filled = &message;
-  if (createXMLObjectWithDummyValues(filled) != 0) {
+  const auto fill = [&] {
+    const LibraryLog::Silence silence(log);  // what follows says it better
+    return createXMLObjectWithDummyValues(filled);
+  };
+  if (fill() != 0) {
     throw Failure(exitData, message.getTagName() + " cannot be filled: it holds itself, or too much");
   }
   EnumerationMender mender;

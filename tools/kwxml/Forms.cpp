@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Files.h"
+#include "Inspect.h"
 #include "Names.h"
 #include "Report.h"
 #include "SummaryForms.h"
@@ -20,14 +21,32 @@ namespace {
 
 // ---- XML: one message
 
+/// Looks past the zero bytes of UTF-16.
 bool looksLikeXml(std::string_view head, unsigned long long)
 {
-  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-  if (head.starts_with(byteOrderMark)) {
-    head.remove_prefix(byteOrderMark.size());
+  for (const std::string_view mark : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
+    if (head.starts_with(mark)) {
+      head.remove_prefix(mark.size());
+      break;
+    }
   }
-  const auto start = head.find_first_not_of(" \t\r\n");
-  return start != std::string_view::npos && head[start] == '<';
+  constexpr std::string_view blanks(" \t\r\n\0", 5);
+  const auto first = head.find_first_not_of(blanks);
+  const auto second =
+      first == std::string_view::npos ? first : head.find_first_not_of(std::string_view("\0", 1), first + 1);
+  if (second == std::string_view::npos || head[first] != '<') {
+    return false;
+  }
+  const auto c = static_cast<unsigned char>(head[second]);
+  return c >= 0x80 || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '?' || c == '!' || c == '_' ||
+         c == ':';
+}
+
+/// The binary forms are told apart as for inspect, which explains what convert reads.
+template <InspectForm Form>
+bool looksLike(std::string_view head, unsigned long long size)
+{
+  return guessInspectForm(head, size) == Form;
 }
 
 /// The context of a read that leaves passwords alone, or one that changes nothing.
@@ -110,23 +129,6 @@ private:
 
 // ---- Binary: one message
 
-std::uint32_t fixed32(std::string_view bytes, bool bigEndian)
-{
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    value |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i]))
-             << (bigEndian ? 24 - 8 * i : 8 * i);
-  }
-  return value;
-}
-
-/// Whether the bytes begin with a version word that says that it is one, and the tag of a class.
-bool looksLikeBinary(std::string_view head, unsigned long long)
-{
-  return head.size() >= 8 && (fixed32(head, false) & 0xFFFF0000) == 0x10000 &&
-         YMMessageBase::GetClassDef(static_cast<unsigned long>(fixed32(head.substr(4), false))) != nullptr;
-}
-
 class BinarySource final : public SingleSource
 {
   using SingleSource::SingleSource;
@@ -204,17 +206,6 @@ private:
 };
 
 // ---- Files of messages
-
-bool looksLikeRecords(std::string_view head, unsigned long long size)
-{
-  return head.size() >= 12 && fixed32(head, true) >= 8 && fixed32(head, true) <= size - 4 &&
-         looksLikeBinary(head.substr(4), 0);
-}
-
-bool looksLikeBatch(std::string_view head, unsigned long long)
-{
-  return head.starts_with(std::string_view("1\0\0\0", 4));
-}
 
 /// A file of messages, by the library's handler.
 class FileSource : public MessageSource
@@ -392,9 +383,11 @@ std::span<const Form> forms()
 {
   static constexpr Form table[] = {
       {"xml", looksLikeXml, singleSource<XmlSource>, xmlSink, false, true},
-      {"binary", looksLikeBinary, singleSource<BinarySource>, binarySink<BinarySink>, false, true},
-      {"records", looksLikeRecords, fileSource<RecordsSource>, binarySink<RecordsSink>, true, true},
-      {"batch", looksLikeBatch, fileSource<BatchSource>, binarySink<BatchSink>, true, true},
+      {"binary", looksLike<InspectForm::Binary>, singleSource<BinarySource>, binarySink<BinarySink>, false,
+       true},
+      {"records", looksLike<InspectForm::Records>, fileSource<RecordsSource>, binarySink<RecordsSink>, true,
+       true},
+      {"batch", looksLike<InspectForm::Batch>, fileSource<BatchSource>, binarySink<BatchSink>, true, true},
       {"text", nullptr, nullptr, textSink, false, false},
       {"html", nullptr, nullptr, htmlSink, false, false},
       {"gui", nullptr, nullptr, guiSink, false, false},
@@ -420,7 +413,7 @@ const Form& guessForm(const Input& input)
       return form;
     }
   }
-  return *findForm("xml");
+  return *findForm(head.find('\0') == std::string::npos ? "xml" : "binary");
 }
 
 std::vector<std::string> formNames(bool readable)

@@ -85,7 +85,8 @@ struct Form
 std::span<const Form> forms();
 /// The form of that name; null when there is none.
 const Form* findForm(std::string_view name);
-/// The form that the input looks like; XML when it looks like none, since its reader says best what is wrong.
+/// The form that the input looks like. When it looks like none, the one whose reader says best what is wrong:
+/// XML for a text, the binary form for what holds a zero byte.
 const Form& guessForm(const Input& input);
 /// The names of the forms that can be read, or of those that can be written.
 std::vector<std::string> formNames(bool readable);

@@ -1,10 +1,11 @@
 #include "Inspect.h"
 
 #include <kwxml/annotation/AnnotationRecord.h>
-#include <kwxml/binary/BinaryReader.h>
+#include <kwxml/binary/BinaryStream.h>
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/xml/Base64.h>
 
 #include <algorithm>
@@ -37,52 +38,13 @@ std::string counted(std::uint64_t number, const char* one)
   return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
 }
 
-/// Length of the printable UTF-8 character that the text begins with; 0 when it begins with none. Line and
-/// paragraph separators and what steers the direction of text would make one line look like another.
-std::size_t printable(std::string_view text)
-{
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  if (byte(0) < 0x80) {
-    return byte(0) >= 0x20 && byte(0) != 0x7F ? 1 : 0;
-  }
-  const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
-  if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length) {
-    return 0;
-  }
-  std::uint32_t c = byte(0) & (0x7Fu >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) {
-      return 0;
-    }
-    c = c << 6 | (byte(i) & 0x3F);
-  }
-  constexpr std::uint32_t smallest[] = {0x80, 0x800, 0x10000};
-  const bool isCharacter = c >= smallest[length - 2] && c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
-  const bool steers = c < 0xA0 || (c >= 0x200E && c <= 0x200F) || (c >= 0x2028 && c <= 0x202E) ||
-                      (c >= 0x2066 && c <= 0x2069) || c == 0xFEFF;
-  return isCharacter && !steers ? length : 0;
-}
-
-/// In quotes, everything that is not printable escaped.
+/// In quotes, as people are shown it, and not more than is good for a line.
 std::string quoted(std::string_view text)
 {
   const std::size_t size = text.size();
   std::string out = "\"";
   while (!text.empty() && size - text.size() < longestShown) {
-    std::size_t length = printable(text);
-    if (text[0] == '"' || text[0] == '\\') {
-      out += '\\';
-    }
-    if (length != 0) {
-      out += text.substr(0, length);
-    } else {
-      length = 1;
-      const char* const named = std::strchr("\nn\rr\tt", text[0]);
-      char code[8];
-      std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(text[0]));
-      out += text[0] != '\0' && named != nullptr ? std::string{'\\', named[1]} : code;
-    }
-    text.remove_prefix(length);
+    text.remove_prefix(appendShownCharacter(out, text, "\"\\"));
   }
   return out + "\"" + (text.empty() ? "" : "..+" + std::to_string(text.size()));
 }
@@ -342,16 +304,15 @@ private:
       cls_ = findClass(system_, static_cast<unsigned>(index));
     }
     show("tag " + hex(tag, 8) + (cls_ != nullptr ? " " + tagName(system_, *cls_) : ", no class"));
-    call_.budget = decodeBudget(in_.remaining());
     return cls_ != nullptr || fail("no class has this tag");
   }
 
   bool body(const _ClassDef& cls, unsigned system, std::uint64_t end)
   {
-    if (call_.depth >= maxMessageNesting) {
+    if (nesting_ >= maxMessageNesting) {
       return fail("messages nest deeper than " + std::to_string(maxMessageNesting));
     }
-    ++call_.depth;
+    ++nesting_;
     Body body{cls, end};
     if (XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1) {
       makeNested(body);
@@ -365,7 +326,7 @@ private:
         return false;
       }
     }
-    --call_.depth;
+    --nesting_;
     return true;
   }
 
@@ -472,7 +433,7 @@ private:
       if (body.made.empty()) {
         body.made.resize(static_cast<std::size_t>(body.cls.numberOfFields));
       }
-      if (!body.made[position] && !canBuild(packedReference(def))) {
+      if (!body.made[position] && !hasClass(packedReference(def))) {
         return false;
       }
       body.made[position] = true;
@@ -531,7 +492,7 @@ private:
         show("next element");
       }
       if constexpr (objects) {
-        if (!canBuild(packedReference(def)) || !nested(body, def, 0, label(i))) {
+        if (!hasClass(packedReference(def)) || !nested(body, def, 0, label(i))) {
           return false;
         }
       } else if (!(std::is_same_v<Item, std::string> ? stringValue(label(i)) : byteString(label(i)))) {
@@ -573,8 +534,8 @@ private:
         return fail("the bytes end before an entry");
       }
       if constexpr (std::is_same_v<Mapped, YMMessageBase>) {
-        if (!canBuild(packedReference(def, objectKeys ? 1 : 0)) ||
-            (objectKeys && !canBuild(packedReference(def)))) {
+        if (!hasClass(packedReference(def, objectKeys ? 1 : 0)) ||
+            (objectKeys && !hasClass(packedReference(def)))) {
           return false;
         }
       }
@@ -604,19 +565,13 @@ private:
   }
 
   /// Whether the reader would build a message of the class.
-  bool canBuild(const PackedReference& reference)
+  bool hasClass(const PackedReference& reference)
   {
-    const _ClassDef* cls =
-        reference.system != 0 ? findClass(reference.system, reference.classIndex) : nullptr;
-    if (cls == nullptr) {
-      return fail("the class of the nested message is missing from the catalogue");
-    }
-    const bool eager = XML_KWMessage_MessageSystemChooser::msgSysStruct[reference.system].eager == 1;
-    return takeFromBudget(*cls, eager, call_) ||
-           fail("the messages take more memory than so many bytes may ask for");
+    return (reference.system != 0 && findClass(reference.system, reference.classIndex) != nullptr) ||
+           fail("the class of the nested message is missing from the catalogue");
   }
 
-  /// Size and body of a message whose class canBuild() has found, or that has been there from the start.
+  /// Size and body of a message whose class hasClass() has found, or that has been there from the start.
   bool nested(const Body& outer, const FieldDef& def, int which, const std::string& label)
   {
     const PackedReference reference = packedReference(def, which);
@@ -652,13 +607,13 @@ private:
   const std::size_t offset_;
   const Show& show_;
   std::size_t shown_ = 0;  ///< the bytes before it are in lines
-  int depth_ = 0;
+  int depth_ = 0;          ///< of the lines
+  int nesting_ = 0;        ///< of the messages
   bool secret_ = false;
   std::string reason_;
   int version_ = 0;
   unsigned system_ = 0;
   const _ClassDef* cls_ = nullptr;
-  DecodeCall call_{.version = 0, .context = nullptr, .trace = false, .budget = 0};
 };
 
 // ---- Files of messages
@@ -778,20 +733,21 @@ bool inspect(std::string_view bytes, InspectForm form, const std::function<void(
   return false;
 }
 
-InspectForm guessInspectForm(std::string_view bytes)
+std::optional<InspectForm> guessInspectForm(std::string_view head, std::uint64_t size)
 {
-  if (bytes.starts_with(std::string_view("1\0\0\0", prefixSize))) {
+  if (head.starts_with(std::string_view("1\0\0\0", prefixSize))) {
     return InspectForm::Batch;
   }
-  if (bytes.size() >= prefixSize + wire::headerSize) {
-    // The upper half of a version word is 1: of a message alone no length is taken for one.
-    const std::uint32_t length = bigEndian(bytes);
-    const bool versionWord = bytes[prefixSize + 2] == 1 && bytes[prefixSize + 3] == 0;
-    if (length >= wire::headerSize && length <= bytes.size() - prefixSize && versionWord) {
+  const auto isVersionWord = [head](std::size_t at) {
+    return head.size() >= at + wire::headerSize && head[at + 2] == 1 && head[at + 3] == 0;
+  };
+  if (isVersionWord(prefixSize)) {
+    const std::uint32_t length = bigEndian(head);
+    if (length >= wire::headerSize && length <= size - prefixSize) {
       return InspectForm::Records;
     }
   }
-  return InspectForm::Binary;
+  return isVersionWord(0) ? std::optional(InspectForm::Binary) : std::nullopt;
 }
 
 std::string toText(const InspectLine& line)

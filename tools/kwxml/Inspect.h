@@ -6,7 +6,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -34,8 +36,10 @@ struct InspectLine
 /// Throws what `show` throws. Thread-safe. May log what the library's limits have to say.
 bool inspect(std::string_view bytes, InspectForm form, const std::function<void(const InspectLine&)>& show);
 
-/// The form that the bytes look like; Binary when they look like none.
-InspectForm guessInspectForm(std::string_view bytes);
+/// The form that an input of `size` bytes looks like that begins with `head` (all of it, or at least 12
+/// bytes); none when it looks like none. The upper half of a version word is 1: it tells a message from the
+/// length before one.
+std::optional<InspectForm> guessInspectForm(std::string_view head, std::uint64_t size);
 
 /// Offset, bytes in hexadecimal (many are cut, secret ones only counted) and text, with a line end.
 std::string toText(const InspectLine& line);

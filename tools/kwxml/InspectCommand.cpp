@@ -1,6 +1,7 @@
 // The command that explains the bytes of binary messages: inspect.
 #include "Command.h"
 #include "Files.h"
+#include "Forms.h"
 #include "Inspect.h"
 #include "Report.h"
 
@@ -31,37 +32,16 @@ std::string refuseForm(const std::string& name)
   return formNamed(name) ? std::string() : "unknown form '" + name + "', known: binary, records, batch";
 }
 
-/// Looks past the zero bytes of UTF-16.
-bool isXml(std::string_view bytes)
-{
-  for (const std::string_view mark : {"\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}) {
-    if (bytes.starts_with(mark)) {
-      bytes.remove_prefix(mark.size());
-      break;
-    }
-  }
-  constexpr std::string_view blanks(" \t\r\n\0", 5);
-  const auto first = bytes.find_first_not_of(blanks);
-  const auto second =
-      first == std::string_view::npos ? first : bytes.find_first_not_of(std::string_view("\0", 1), first + 1);
-  if (second == std::string_view::npos || bytes[first] != '<') {
-    return false;
-  }
-  const auto c = static_cast<unsigned char>(bytes[second]);
-  return c >= 0x80 || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '?' || c == '!' || c == '_' ||
-         c == ':';
-}
-
 void run(const Options& options, LibraryLog& log)
 {
   const std::string name = inputName(options.inputFile);
   const std::string bytes = readInput(options.inputFile);
   std::optional<InspectForm> form = formNamed(options.from);
   if (!form) {
-    if (isXml(bytes)) {
+    if (findForm("xml")->looksLike(bytes, bytes.size())) {
       throw Failure(exitData, name + " is XML: only the binary forms are explained");
     }
-    form = guessInspectForm(bytes);
+    form = guessInspectForm(bytes, bytes.size()).value_or(InspectForm::Binary);
   }
   const LibraryLog::Silence silence(log);  // the lines say what is wrong
   Output output(options.outputFile);

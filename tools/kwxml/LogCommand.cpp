@@ -6,6 +6,7 @@
 #include <kwxml/log/XmlBinaryLogger.h>
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/platform/LogSink.h>
+#include <kwxml/text/ShownText.h>
 
 namespace kwxml::tool {
 
@@ -50,8 +51,7 @@ void logMessage(const Options& options, LibraryLog& log)
   {
     const LibraryLog::OwnLines own(log, options.level, options.function, [&line](const LogRecord& record) {
       // The last one: the library may have traced at this level and under this name before.
-      line =
-          "[" + std::to_string(record.level) + "] " + record.function + " " + std::string(record.text) + "\n";
+      line = "[" + std::to_string(record.level) + "] " + record.function + " " + shown(record.text) + "\n";
     });
     XmlBinaryLogger logger;
     logger.initialize();

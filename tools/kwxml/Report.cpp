@@ -2,6 +2,8 @@
 
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/LogSink.h>
+#include <kwxml/text/ShownText.h>
+#include <kwxml/text/Utf8.h>
 
 #include <unistd.h>
 
@@ -13,23 +15,15 @@ namespace kwxml::tool {
 
 std::string oneLine(std::string_view text, std::size_t limit)
 {
-  const bool cut = limit != 0 && text.size() > limit;
-  if (cut) {
-    while (limit > 0 &&
-           (static_cast<unsigned char>(text[limit]) & 0xC0) == 0x80) {  // inside a UTF-8 character
-      --limit;
-    }
-    text = text.substr(0, limit);
-  }
-  std::string line(text);
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const auto byte = static_cast<unsigned char>(line[i]);
-    if (byte == '\n' || byte == '\r' || byte == '\t') {
-      line[i] = ' ';
-    } else if (byte < 0x20 || byte == 0x7F) {
-      line[i] = '?';
-    } else if (byte == 0xC2 && i + 1 < line.size() && static_cast<unsigned char>(line[i + 1]) < 0xA0) {
-      line.replace(i, 2, "?");  // U+0080 to U+009F, the second set of control characters
+  std::string line;
+  std::size_t left = limit == 0 ? text.size() : utf8Cut(text, limit);
+  const bool cut = left < text.size();
+  for (text = text.substr(0, left); !text.empty();) {
+    if (text[0] == '\n' || text[0] == '\r' || text[0] == '\t') {
+      line += ' ';
+      text.remove_prefix(1);
+    } else {
+      text.remove_prefix(appendShownCharacter(line, text));
     }
   }
   return cut ? line + "..." : line;

@@ -11,9 +11,9 @@ struct LogRecord;
 
 namespace kwxml::tool {
 
-/// Text from outside as part of one line: line ends become blanks, other control characters "?" (they could
-/// steer the terminal). Longer than `limit` bytes it is cut between two characters and ends with "..."; 0 is
-/// no limit.
+/// Text from outside as part of one line: line ends and tabs become blanks, and what else could steer a
+/// terminal is shown as what it is. Longer than `limit` bytes it is cut between two characters and ends with
+/// "..."; 0 is no limit.
 std::string oneLine(std::string_view text, std::size_t limit);
 
 /// Writes "kwxml: " and the text as one line on standard error, in place of the progress that stands there.

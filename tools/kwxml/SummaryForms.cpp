@@ -4,6 +4,7 @@
 #include "Files.h"
 #include "Report.h"
 
+#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
 
@@ -87,7 +88,7 @@ class TextSink final : public SummarySink
   {
     std::ostringstream stream;
     const int result = KwXMLSummary::getKwSummaryInfo(&message, stream, KwXMLFormatOptions());
-    text = oneLine(stream.str(), 0);  // what a message holds must not steer a terminal
+    text = shown(stream.str());  // what a message holds must not steer a terminal
     return result == 0;
   }
 };

@@ -5,9 +5,9 @@
 #include "Report.h"
 
 #include <kwxml/metadata/XMLMetaData.h>
+#include <kwxml/text/ShownText.h>
 
 #include <charconv>
-#include <optional>
 
 namespace kwxml::tool {
 
@@ -15,52 +15,12 @@ namespace {
 
 constexpr char separator = '\t';
 
-/// The characters that would end a column or a line, as they are written.
-struct Escape
-{
-  char character;
-  char letter;
-};
-constexpr Escape escapes[] = {{'\t', 't'}, {'\n', 'n'}, {'\r', 'r'}, {'\\', '\\'}};
+/// Columns hold neither tabs nor line ends, and backslashes stand for themselves behind another.
+constexpr std::string_view quotedCharacters = "\\";
 
 std::string escaped(std::string_view text)
 {
-  std::string result;
-  for (const char c : text) {
-    char letter = 0;
-    for (const Escape& escape : escapes) {
-      letter = c == escape.character ? escape.letter : letter;
-    }
-    if (letter != 0) {
-      result += '\\';
-    }
-    result += letter != 0 ? letter : c;
-  }
-  return result;
-}
-
-/// Empty for a text with a backslash that begins no escape.
-std::optional<std::string> unescaped(std::string_view text)
-{
-  std::string result;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\') {
-      result += text[i];
-      continue;
-    }
-    const char letter = ++i < text.size() ? text[i] : '\0';
-    bool known = false;
-    for (const Escape& escape : escapes) {
-      if (letter == escape.letter) {
-        result += escape.character;
-        known = true;
-      }
-    }
-    if (!known) {
-      return std::nullopt;
-    }
-  }
-  return result;
+  return shown(text, quotedCharacters);
 }
 
 std::string flagsOf(const XPathMetaData& record)
@@ -162,12 +122,10 @@ XPathMetaData parseLine(std::string_view line, const std::string& where)
   if (number.ec != std::errc() || number.ptr != id.data() + id.size() || record.id < 0) {
     throw Failure(exitData, where + "'" + oneLine(id, 64) + "' is no XPath ID");
   }
-  auto value = unescaped(columns[2]);
-  if (!value) {
-    throw Failure(exitData, where + "a backslash stands before t, n, r or another backslash");
+  if (!unquoteShown(columns[2], record.value, quotedCharacters)) {
+    throw Failure(exitData, where + "a backslash begins \\t, \\n, \\r, \\xNN or \\\\");
   }
   record.xpath = columns[1];
-  record.value = std::move(*value);
   return record;
 }
 
@@ -243,11 +201,10 @@ void addXPathCommand(CLI::App& app, Session& session)
       "A line for each value, with five columns separated by tabs: ID, XPath, value, application type, and "
       "flags\n"
       "(list: an element of a list; single: the value exists once; or -). In values \\t stands for a tab, "
-      "\\n "
-      "for a\n"
-      "line end, \\r for a carriage return and \\\\ for a backslash. Bytes and passwords are base64 (so a "
-      "password can be read), truth values 1 and 0, "
-      "and\n"
+      "\\n for\n"
+      "a line end, \\r for a carriage return, \\\\ for a backslash, and \\xNN for a byte of a character that "
+      "a terminal\n"
+      "would obey. Bytes and passwords are base64 (so a password can be read), truth values 1 and 0, and\n"
       "enumerations numbers. Values of the outermost message and in lists of messages have no line.\n\n"
       "Example:\n  kwxml xpath get stock.xml | cut -f 2,3",
       getOptions->outputFile);

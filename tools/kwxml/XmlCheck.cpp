@@ -17,7 +17,9 @@
 #include <xercesc/util/XMLUni.hpp>
 
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <optional>
@@ -44,13 +46,16 @@ bool isInteger(std::string_view text)
   return !text.empty() && result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
+/// Whether the text is a number of the type, as the reader's C library has it (hexadecimal ones too). A
+/// number beyond the type's range would be read as an infinity that nobody wrote.
+template <class Number>
 bool isReal(const std::string& text)
 {
-  double number = 0;  // a number out of range is infinite, as the reader has it
-  const char* begin = text.c_str() + (text.starts_with('+') ? 1 : 0);
-  const char* end = text.c_str() + text.size();
-  const auto result = std::from_chars(begin, end, number);
-  return begin != end && result.ec != std::errc::invalid_argument && result.ptr == end;
+  char* end = nullptr;
+  const double number = std::strtod(text.c_str(), &end);
+  const std::size_t sign = text.find_first_not_of("+-");
+  const bool named = sign != std::string::npos && std::strchr("iInN", text[sign]) != nullptr;
+  return end != text.c_str() && *end == '\0' && (named || std::isfinite(static_cast<Number>(number)));
 }
 
 bool isTimestamp(const FieldDef& field, const std::string& text)
@@ -118,10 +123,11 @@ bool isRight(const FieldDef& field, FieldDataType type, const std::string& text)
     case FIELD_LIST_ULONGLONG:
       return isInteger<unsigned long long>(text) || isInteger<long long>(text);
     case FIELD_DOUBLE:
+    case FIELD_LIST_DOUBLE:
+      return isReal<double>(text);
     case FIELD_FLOAT:
     case FIELD_LIST_FLOAT:
-    case FIELD_LIST_DOUBLE:
-      return isReal(text);
+      return isReal<float>(text);
     default:
       return hasTextForm(type);
   }
