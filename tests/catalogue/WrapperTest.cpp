@@ -169,7 +169,7 @@ TEST(Wrappers, NoAccessorHidesAMemberOfTheMessage)
 {
   // The compiler of catalogues knows the members by a list of its own.
   std::stringstream header;
-  header << std::ifstream(KWXML_SOURCE_DIR "/src/model/YMMessageBase.h").rdbuf();
+  header << std::ifstream(KWXML_SOURCE_DIR "/src/kwxml/model/YMMessageBase.h").rdbuf();
   const std::string all = header.str();
   const std::size_t begin = all.find("\nclass YMMessageBase");
   const std::string text = all.substr(begin, all.find("\nprivate:", begin) - begin);
