@@ -6,7 +6,7 @@
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/model/MessageInternal.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 #include <algorithm>
 #include <cstring>

@@ -28,7 +28,6 @@ constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
 constexpr std::size_t maxConstructedObjects = 10000;
 
 // The one class that an eager message never builds when it is made.
-constexpr std::uint32_t processingInstructionTag = 0x12454EA9;
 
 class Checker
 {

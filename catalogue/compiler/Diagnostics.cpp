@@ -1,5 +1,7 @@
 #include "Diagnostics.h"
 
+#include <kwxml/text/Utf8.h>
+
 #include <algorithm>
 #include <ostream>
 #include <tuple>
@@ -13,14 +15,8 @@ constexpr std::size_t maxQuoted = 80;
 /// At most maxQuoted bytes of the text, not ending within a character, and "..." when that is not all.
 std::string shortened(const std::string& text)
 {
-  if (text.size() <= maxQuoted) {
-    return text;
-  }
-  std::size_t end = maxQuoted;
-  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
-    --end;
-  }
-  return text.substr(0, end) + "...";
+  const std::size_t end = utf8Cut(text, maxQuoted);
+  return end == text.size() ? text : text.substr(0, end) + "...";
 }
 
 }  // namespace

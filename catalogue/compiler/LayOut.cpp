@@ -1,6 +1,8 @@
 // Class indices and slots.
 #include "Stages.h"
 
+#include <kwxml/model/YMMessageBuffer.h>
+
 #include <algorithm>
 #include <limits>
 
@@ -10,8 +12,8 @@ namespace {
 constexpr int maxSlots = std::numeric_limits<std::int16_t>::max();
 constexpr int maxClasses = std::numeric_limits<std::int16_t>::max();
 
-// A class below this many slots lies in the message itself, its is-set bits right behind the slots.
-constexpr int inlineSlots = 25;
+// What a class of few slots has in the message itself, its is-set bits right behind the slots.
+constexpr int inlineSlots = YMMessageBuffer::inlineSlots;
 constexpr int inlineBytes = inlineSlots * 8;
 
 /// Positions of the elements, with room for records without a name before an explicit index.

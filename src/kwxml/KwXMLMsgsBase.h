@@ -24,6 +24,8 @@
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/KwException.h>
+#include <kwxml/text/Base64.h>
+#include <kwxml/text/Dates.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
 #include <kwxml/traverse/FieldText.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
@@ -31,8 +33,6 @@
 #include <kwxml/traverse/MessageDiff.h>
 #include <kwxml/traverse/XmlTraverse.h>
 #include <kwxml/traverse/XmlUtils.h>
-#include <kwxml/xml/Base64.h>
-#include <kwxml/xml/Dates.h>
 #include <kwxml/xml/InvalidChars.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializationSupport.h>

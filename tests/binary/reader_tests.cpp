@@ -10,7 +10,7 @@
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/platform/PasswordKeyFile.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 #include <gtest/gtest.h>
 

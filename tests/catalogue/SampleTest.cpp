@@ -238,8 +238,7 @@ const _ClassDef* referenced(const FieldDef& field, int which)
 {
   const kwxml::PackedReference reference = kwxml::packedReference(field, which);
   if (reference.system >= Chooser::numberOfSystems ||
-      reference.classIndex >=
-          static_cast<unsigned>(row(static_cast<int>(reference.system)).numberOfClasses)) {
+      reference.classIndex >= row(reference.system).numberOfClasses) {
     return nullptr;
   }
   return &row(static_cast<int>(reference.system)).classes[reference.classIndex];

@@ -2,9 +2,9 @@
 // must hold for hostile bytes, in any locale of the process, and from many threads.
 #include "support/LogCapture.h"
 
-#include <kwxml/model/NumberText.h>
-#include <kwxml/xml/Base64.h>
-#include <kwxml/xml/Dates.h>
+#include <kwxml/text/Base64.h>
+#include <kwxml/text/Dates.h>
+#include <kwxml/text/NumberText.h>
 #include <kwxml/xml/InvalidChars.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XercesRuntime.h>

@@ -22,7 +22,7 @@ struct EnumerationMender final : XmlTraverseHandler
       return;
     }
     const auto reference = kwxml::packedReference(def);
-    const _ClassDef* cls = kwxml::findClass(reference.system, reference.classIndex);
+    const _ClassDef* cls = kwxml::findClass(reference);
     YMMessageBase& message = *field.getMessage();
     const auto value = static_cast<int>(message.getint64(def.slot, message.getTagID(), def.hash));
     if (cls != nullptr && cls->isEnum() && !FieldDef::isValidEnumValue(def, value)) {

@@ -5,8 +5,8 @@
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/text/Base64.h>
 #include <kwxml/text/ShownText.h>
-#include <kwxml/xml/Base64.h>
 
 #include <algorithm>
 #include <bit>
@@ -93,7 +93,7 @@ std::string numberText(FieldDataType type, const FieldDef& def, T value)
     }
     if (type == FIELD_ENUM) {
       const PackedReference reference = packedReference(def);
-      const _ClassDef* cls = findClass(reference.system, reference.classIndex);
+      const _ClassDef* cls = findClass(reference);
       for (const FieldDef* record = cls != nullptr ? cls->begin() : nullptr;
            cls != nullptr && record != cls->end(); ++record) {
         if (record->hash == static_cast<std::uint32_t>(value)) {
@@ -314,7 +314,7 @@ private:
     }
     ++nesting_;
     Body body{cls, end};
-    if (XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1) {
+    if (isEager(system)) {
       makeNested(body);
     }
     while (in_.position() + wire::keySize <= end) {
@@ -338,9 +338,8 @@ private:
       const FieldDef& def = body.cls.fields[i];
       if (def.type == FIELD_OBJECT) {
         const PackedReference reference = packedReference(def);
-        const _ClassDef* cls = findClass(reference.system, reference.classIndex);
-        body.made[i] = cls != nullptr && (static_cast<unsigned long>(reference.system) << 24 |
-                                          cls->classId) != processingInstructionTag;
+        const _ClassDef* cls = findClass(reference);
+        body.made[i] = cls != nullptr && tagOf(reference.system, *cls) != processingInstructionTag;
       }
     }
   }
@@ -567,7 +566,7 @@ private:
   /// Whether the reader would build a message of the class.
   bool hasClass(const PackedReference& reference)
   {
-    return (reference.system != 0 && findClass(reference.system, reference.classIndex) != nullptr) ||
+    return (reference.system != 0 && findClass(reference) != nullptr) ||
            fail("the class of the nested message is missing from the catalogue");
   }
 
@@ -575,8 +574,7 @@ private:
   bool nested(const Body& outer, const FieldDef& def, int which, const std::string& label)
   {
     const PackedReference reference = packedReference(def, which);
-    const _ClassDef* cls =
-        reference.system != 0 ? findClass(reference.system, reference.classIndex) : nullptr;
+    const _ClassDef* cls = reference.system != 0 ? findClass(reference) : nullptr;
     if (cls == nullptr) {
       return fail("the class of the nested message is missing from the catalogue");
     }

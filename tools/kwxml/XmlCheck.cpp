@@ -4,7 +4,7 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/YMMessageBase.h>
-#include <kwxml/xml/Dates.h>
+#include <kwxml/text/Dates.h>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXException.hpp>
@@ -156,7 +156,7 @@ std::optional<int> enumNumber(FieldDataType type, std::string_view text)
 const _ClassDef* referencedClass(const FieldDef& field, int which)
 {
   const PackedReference reference = packedReference(field, which);
-  return findClass(reference.system, reference.classIndex);
+  return findClass(reference);
 }
 
 std::string_view trimmed(std::string_view text)

@@ -6,7 +6,7 @@
 
 #include <kwxml/binary/BinaryStream.h>
 #include <kwxml/binary/BinaryWriter.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 #include <cstdint>
 #include <cstring>

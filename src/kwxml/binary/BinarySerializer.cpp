@@ -4,9 +4,8 @@
 #include <kwxml/binary/BinaryReader.h>
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/binary/WireFormat.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/YMMessageBase.h>
-#include <kwxml/xml/XMLSerializer.h>
 
 #include <cassert>
 #include <cstring>
@@ -14,18 +13,16 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <span>
 
 namespace wire = kwxml::wire;
+
+using kwxml::log;
 
 namespace {
 
 constexpr int traceLevel = 15;
 constexpr int wholeLevel = 25;
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 const EncodingFlags defaultFlags;
 
@@ -87,72 +84,100 @@ unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& 
 
 namespace {
 
+constexpr const char* serializeFunction = "BinarySerializer::serialize";
+
+/// A body that may have been written already, while its size was found out.
+struct Body
+{
+  std::uint64_t size;
+  const char* written;  ///< null when it is still to be written
+};
+
+/// The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
+/// written to `aside` first, but for memory that may be used as it is (`room`).
+Body writeOrMeasure(YMMessageBase& message, std::span<char> aside, std::span<char> room, bool oneWalk,
+                    kwxml::EncodeCall& call)
+{
+  // The size of last time tells large ones; any other number costs time only.
+  const bool wasSmall = !room.empty() || message.GetCachedSize() <= smallBody;
+  const std::span<char> to = room.empty() ? aside : room;
+  const char* const end = oneWalk && wasSmall && !call.trace
+                              ? kwxml::writeBodyWithin(message, to.data(), to.data() + to.size(), call)
+                              : nullptr;
+  if (end != nullptr) {
+    return {static_cast<std::uint64_t>(end - to.data()), to.data()};
+  }
+  return {call.tooDeep ? 0 : kwxml::measureBody(message, call), nullptr};
+}
+
+/// Room for a message in the buffer; false, logged, when there is none.
+template <bool reuse>
+bool makeRoom(BinaryBuffer& buffer, std::uint64_t required)
+{
+  const auto fail = [required] {
+    log().logError(serializeFunction, "Unable to create a buffer of required size : [%d]",
+                   static_cast<int>(required));
+    return false;
+  };
+  if (required > maxBody + wire::headerSize) {
+    return fail();
+  }
+  if (buffer.external()) {
+    if (required > buffer.capacity()) {
+      log().logError(serializeFunction,
+                     "Size of buffer provided : [%d] is not sufficient. Size required : [%d]",
+                     static_cast<int>(buffer.capacity()), static_cast<int>(required));
+      return false;
+    }
+    return true;
+  }
+  const bool grows = required > buffer.capacity();
+  if (!reuse || grows) {
+    buffer.SetWriteBuffer(nullptr, 0, false);
+  }
+  return (!(reuse && grows) || buffer.resizeBuffer(roomFor(required))) && buffer.resizeBuffer(required)
+             ? true
+             : fail();
+}
+
 template <bool reuse>
 unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
                           const BinarySerializerParameters* parameters)
 {
-  constexpr const char* function = "BinarySerializer::serialize";
   const int logLevel = log().getDebugLevel();
   kwxml::EncodeCall call = encodeCall(version, parameters, logLevel);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;
-  // The size of last time tells large ones; any other number costs time only.
-  const std::uint64_t lastSize = message.GetCachedSize();
-  // The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
-  // written aside first, but for memory that may be used as it is.
   char aside[smallBody];
-  const bool inPlace =
-      reuse && !buffer.external() && buffer.capacity() >= roomFor(lastSize) + wire::headerSize;
-  char* const small = inPlace ? buffer.data() + wire::headerSize : aside;
-  char* const smallRoom = inPlace ? buffer.data() + buffer.capacity() : std::end(aside);
-  const bool wasSmall = inPlace || lastSize <= smallBody;
-  const char* const smallEnd = measuredAsWritten && wasSmall && !call.trace
-                                   ? kwxml::writeBodyWithin(message, small, smallRoom, call)
-                                   : nullptr;
-  const std::uint64_t size = smallEnd != nullptr ? static_cast<std::uint64_t>(smallEnd - small)
-                             : call.tooDeep      ? 0
-                                                 : kwxml::measureBody(message, call);
-  const std::uint64_t required = size + wire::headerSize;
+  std::span<char> room;
+  if (reuse && !buffer.external() &&
+      buffer.capacity() >= roomFor(message.GetCachedSize()) + wire::headerSize) {
+    room = {buffer.data() + wire::headerSize, buffer.capacity() - wire::headerSize};
+  }
+  const Body body = writeOrMeasure(message, aside, room, measuredAsWritten, call);
+  const std::uint64_t required = body.size + wire::headerSize;
   if (call.tooDeep) {
     return 0;  // logged
   }
   if (call.trace) {
-    log().debug(function, traceLevel, "Required buffer size is %d", static_cast<int>(required));
+    log().debug(serializeFunction, traceLevel, "Required buffer size is %d", static_cast<int>(required));
   }
-  if (size > maxBody) {
-    log().logError(function, "Unable to create a buffer of required size : [%d]", static_cast<int>(required));
+  if (!makeRoom<reuse>(buffer, required)) {
     return 0;
   }
-  if (buffer.external()) {
-    if (required > buffer.capacity()) {
-      log().logError(function, "Size of buffer provided : [%d] is not sufficient. Size required : [%d]",
-                     static_cast<int>(buffer.capacity()), static_cast<int>(required));
-      return 0;
-    }
-  } else {
-    const bool grows = required > buffer.capacity();
-    if (!reuse || grows) {
-      buffer.SetWriteBuffer(nullptr, 0, false);
-    }
-    if ((reuse && grows && !buffer.resizeBuffer(roomFor(required))) || !buffer.resizeBuffer(required)) {
-      log().logError(function, "Unable to create a buffer of required size : [%d]",
-                     static_cast<int>(required));
-      return 0;
-    }
-    if (!measuredAsWritten) {
-      std::memset(buffer.data(), 0,
-                  required);  // what has no room is not written, and leaves its place as it is
-    }
+  if (!measuredAsWritten && !buffer.external()) {
+    // What has no room is not written, and leaves its place as it is.
+    std::memset(buffer.data(), 0, required);
   }
   // The body is told a version that is always above 1, whatever was asked for.
   call.version = static_cast<int>(static_cast<std::uint32_t>(version) | wire::versionFlag);
   BinaryStream out(buffer.data(), buffer.capacity());
   out.WriteInt32(call.version);
   out.WriteUInt32(static_cast<std::uint32_t>(message.getTagID()));
-  if (smallEnd != nullptr) {
-    if (!inPlace) {
-      std::memcpy(buffer.data() + wire::headerSize, small, size);
-    }
+  if (body.written == aside) {
+    std::memcpy(buffer.data() + wire::headerSize, aside, body.size);
+  } else if (body.written != nullptr) {
+    // in its place already
   } else if (measuredAsWritten) {
     [[maybe_unused]] const char* end =
         kwxml::writeBody(message, buffer.data() + wire::headerSize, buffer.data(), call);
@@ -160,11 +185,8 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
   } else {
     kwxml::writeBody(message, out, call);
   }
-  if (logLevel >= wholeLevel) {
-    std::string xml;
-    if (XMLSerializer().serialize(message, xml) == 0) {
-      log().debug(function, wholeLevel, "[%s]", xml.c_str());
-    }
+  if (std::string xml; logLevel >= wholeLevel && kwxml::traceXml(message, xml)) {
+    log().debug(serializeFunction, wholeLevel, "[%s]", xml.c_str());
   }
   return buffer.length();
 }

@@ -1,12 +1,8 @@
 #include <kwxml/binary/BinaryWriter.h>
 
-#include <kwxml/annotation/AnnotationRecord.h>
-#include <kwxml/binary/BinaryOutputs.h>
-#include <kwxml/binary/WireFormat.h>
-#include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/model/Limits.h>
-#include <kwxml/model/MessageInternal.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/binary/BinaryParts.h>
+#include <kwxml/diagnostics/Log.h>
+#include <kwxml/text/Base64.h>
 
 #include <bit>
 
@@ -14,209 +10,8 @@ namespace kwxml {
 
 namespace {
 
-using wire::NumberForm;
-
-constexpr const char* function = "BinarySerializer::serializeBinaryRecursive";
-
 using wire::Kind;
-
-const std::string& stringAt(const long long* slot)
-{
-  return *std::launder(reinterpret_cast<const std::string*>(slot));
-}
-
-/// A text as lists and maps write it: up to its first zero byte.
-std::size_t cutLength(const std::string& text)
-{
-  return __builtin_strlen(text.c_str());
-}
-
-std::uint32_t low32(long long value)
-{
-  return static_cast<std::uint32_t>(value);
-}
-
-template <NumberForm Form, class Number>
-std::size_t numberSize(Number value)
-{
-  if constexpr (Form == NumberForm::Zigzag) {
-    return varintSize(zigzag(static_cast<std::int32_t>(value)));
-  } else if constexpr (Form == NumberForm::Varint) {
-    return varintSize(static_cast<std::uint32_t>(value));
-  } else {
-    return wire::smallest(Form);
-  }
-}
-
-/// The bytes of all elements of a list of numbers. A sum of comparisons, which the compiler vectorizes.
-template <class Number>
-std::uint64_t elementsSize(const std::vector<Number>& list)
-{
-  constexpr NumberForm form = wire::elementForm<Number>;
-  if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
-    return list.size() * wire::smallest(form);
-  } else {
-    std::uint64_t total = list.size();
-    constexpr std::size_t block = 4096;  // its sum fits 32 bits
-    for (std::size_t begin = 0; begin < list.size(); begin += block) {
-      const std::size_t end = std::min(list.size(), begin + block);
-      std::uint32_t more = 0;
-      for (std::size_t i = begin; i < end; ++i) {
-        const auto bits = static_cast<std::uint32_t>(list[i]);
-        const std::uint32_t v = form == NumberForm::Zigzag ? zigzag(static_cast<std::int32_t>(bits)) : bits;
-        more += (v >= 1U << 7) + (v >= 1U << 14) + (v >= 1U << 21) + (v >= 1U << 28);
-      }
-      total += more;
-    }
-    return total;
-  }
-}
-
-/// The bytes of a length and what it counts.
-std::uint64_t delimited(std::uint64_t length)
-{
-  return varintSize(low32(static_cast<long long>(length))) + length;
-}
-
-/// What is written of a password: nothing but the key without an annotation, nothing at all when it is
-/// refused.
-struct PasswordText
-{
-  enum Kind
-  {
-    NoAnnotation,
-    Refused,
-    Written
-  } kind;
-  std::string text;
-};
-
-PasswordText passwordText(const FieldDef& def, const pstring* value, const EncodeCall& call)
-{
-  const AnnotationRecord annotations(def.annotations);
-  if (!annotations.present()) {
-    return {PasswordText::NoAnnotation, {}};
-  }
-  static const pstring none;
-  const pstring& password = value != nullptr ? *value : none;
-  const int type = annotations.passwordType();
-  if (type == Annotation::UNKNOWN || call.version < 2) {
-    return {PasswordText::Written, password.text()};
-  }
-  PasswordText result{PasswordText::Written, {}};
-  if (encryptPassword(call.passwords, type, password, result.text) == passwordHandlerMissing) {
-    return {PasswordText::Refused, {}};
-  }
-  return result;
-}
-
-/// False, with one error line, when the message is nested too deep.
-bool enter(EncodeCall& call)
-{
-  if (++call.depth <= maxMessageNesting && !call.tooDeep) {
-    return true;
-  }
-  if (!call.tooDeep) {
-    XMLDebug::getInstance()->logError(function, "Messages nest deeper than [%d]", maxMessageNesting);
-    call.tooDeep = true;
-  }
-  return false;
-}
-
-// ---- Measuring
-
-template <class T>
-std::uint64_t measureMapPart(T& part, EncodeCall& call)
-{
-  if constexpr (std::is_same_v<T, YMMessageBase>) {
-    return delimited(measureBody(part, call));
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return delimited(cutLength(part));
-  } else {
-    return 8;
-  }
-}
-
-/// Keys of maps are constant, yet a message among them keeps its size.
-template <class T>
-T& mutableKey(const T& key)
-{
-  return const_cast<T&>(key);
-}
-
-template <class Map>
-std::uint64_t measureMapBody(Map& map, EncodeCall& call)
-{
-  std::uint64_t size = 2;
-  for (auto& [key, value] : map) {
-    size += measureMapPart(mutableKey(key), call) + measureMapPart(value, call);
-  }
-  return size;
-}
-
-// Functions of their own for each type keep a level of nesting small on the stack.
-
-template <class Tag>
-[[gnu::noinline]] std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def,
-                                             EncodeCall& call)
-{
-  using Value = typename Tag::Value;
-  constexpr std::uint64_t key = wire::keySize;
-  const short slot = def.slot;
-  if constexpr (Tag::type == FIELD_ULONGLONG) {
-    return key + 8;
-  } else if constexpr (ByteString<Tag>) {
-    const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
-    const std::size_t size = value != nullptr ? value->size() : 0;
-    return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
-  } else if constexpr (PasswordString<Tag>) {
-    PasswordText password =
-        passwordText(def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
-    const std::size_t size = password.text.size();
-    if (call.keepPasswords && password.kind != PasswordText::NoAnnotation) {
-      call.passwordTexts.push_back(
-          password.kind == PasswordText::Written ? std::optional(std::move(password.text)) : std::nullopt);
-    }
-    return password.kind == PasswordText::Refused        ? 0
-           : password.kind == PasswordText::NoAnnotation ? key
-                                                         : key + delimited(size);
-  } else if constexpr (MessageValue<Tag>) {
-    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
-    return value != nullptr ? key + delimited(measureBody(*value, call)) : 0;
-  } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
-    Value* list = MessageAccess::pointer<Value>(message, slot);
-    const std::size_t count = list != nullptr ? list->size() : 0;
-    std::uint64_t size = key + varintSize(low32(static_cast<long long>(count)));
-    if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
-      return size + key + delimited(list != nullptr ? elementsSize(*list) : 0);
-    } else {
-      for (std::size_t i = 0; i < count; ++i) {
-        auto& item = (*list)[i];
-        if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-          size += key + delimited(measureBody(item, call));
-        } else if constexpr (Tag::type == FIELD_LIST_STRING) {
-          size += key + delimited(cutLength(item));
-        } else {
-          size += key + delimited(call.version > 1 ? base64EncodedLength(item.size()) : item.size());
-        }
-      }
-      return size;
-    }
-  } else if constexpr (MapValue<Tag>) {
-    Value* map = MessageAccess::pointer<Value>(message, slot);
-    return key + varintSize(map != nullptr ? low32(static_cast<long long>(map->size())) : 0) + key +
-           delimited(map != nullptr ? measureMapBody(*map, call) : 2);
-  } else {
-    return key;
-  }
-}
-
-[[gnu::noinline]] std::uint64_t measureOther(YMMessageBase& message, const FieldDef& def, EncodeCall& call)
-{
-  return visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
-}
-
-// ---- Writing
+using wire::NumberForm;
 
 template <class Out>
 Out writeFields(YMMessageBase& message, Out out, EncodeCall& call);
@@ -420,12 +215,11 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
   switch (password.kind) {
     case PasswordText::NoAnnotation:
       out.fixed(wire::fieldKey(def));
-      XMLDebug::getInstance()->logError(function, "No Password annotation found on member : %s",
-                                        def.getName());
+      log().logError(writerFunction, "No Password annotation found on member : %s", def.getName());
       break;
     case PasswordText::Refused:  // not even its key: a reader would take the next key for the value
-      XMLDebug::getInstance()->logError(
-          function, "Password Handler Not Found while serializing pstring field [%s]", def.getName());
+      log().logError(writerFunction, "Password Handler Not Found while serializing pstring field [%s]",
+                     def.getName());
       break;
     case PasswordText::Written:
       out.fixed(wire::fieldKey(def));
@@ -524,14 +318,14 @@ template <class Out>
 
 void traceField(const YMMessageBase& message, const FieldDef& def, std::uint64_t position)
 {
-  XMLDebug::getInstance()->debug(function, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
-                                 message.getClass()->name, def.getName(), static_cast<int>(position));
+  log().debug(writerFunction, 15, "Writing field [%s]:[%s] at buffer position : [%d]",
+              message.getClass()->name, def.getName(), static_cast<int>(position));
 }
 
 template <class Out>
 Out writeFields(YMMessageBase& message, Out out, EncodeCall& call)
 {
-  if (enter(call) && message.getClass() != nullptr) {
+  if (enterMessage(call) && message.getClass() != nullptr) {
     const Slots slots = MessageAccess::slots(message);
     const bool trace = call.trace;
     const FieldDef* const fields = message.getClass()->fields;
@@ -606,7 +400,7 @@ BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call)
   if (out.failed()) {
     return out;
   }
-  if (enter(call) && message.getClass() != nullptr) {
+  if (enterMessage(call) && message.getClass() != nullptr) {
     out = writeBoundedFields(message, out, call);
   }
   --call.depth;
@@ -617,39 +411,6 @@ BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call)
 }
 
 }  // namespace
-
-std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
-{
-  std::uint64_t size = 0;
-  if (enter(call) && message.getClass() != nullptr) {
-    const Slots slots = MessageAccess::slots(message);
-    const FieldDef* const fields = message.getClass()->fields;
-    MessageAccess::forEachSetPlan(
-        message, [&](const FieldPlan& plan, std::size_t position) __attribute__((always_inline)) {
-          const Kind kind = plan.kind;
-          if (kind == Kind::Other) {
-            size += measureOther(message, fields[position], call);
-            return;
-          }
-          size += wire::keySize;
-          const long long* const value = &slots[plan];
-          if (kind == Kind::Zigzag) {
-            size += varintSize(zigzag(static_cast<std::int32_t>(low32(*value))));
-          } else if (kind == Kind::Varint) {
-            size += varintSize(low32(*value));
-          } else if (kind == Kind::Fixed8) {
-            size += 8;
-          } else if (kind == Kind::String) {
-            size += delimited(stringAt(value).size());
-          } else {
-            size += 4;
-          }
-        });
-  }
-  --call.depth;
-  message.SetCachedSize(low32(static_cast<long long>(size)));
-  return size;
-}
 
 char* writeBodyWithin(YMMessageBase& message, char* to, char* end, EncodeCall& call)
 {

@@ -4,8 +4,8 @@
 // to a buffer of just their size. Larger ones are measured by a walk and written by another.
 #pragma once
 
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/binary/BinaryStream.h>
-#include <kwxml/xml/PasswordFields.h>
 
 #include <cstdint>
 #include <optional>
@@ -50,5 +50,8 @@ void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call);
 /// BinarySerializer::serialize() for who writes many messages: memory that the buffer owns stays where it is
 /// large enough, so that its capacity may be more than its length. 0 on failure; the length is anything then.
 unsigned long serializeReusing(YMMessageBase& message, BinaryBuffer& buffer);
+
+/// The message as XML, for a trace; false without one. Defined by the room that knows both forms.
+bool traceXml(YMMessageBase& message, std::string& xml);
 
 }  // namespace kwxml

@@ -1,7 +1,7 @@
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
 
 #include <kwxml/binary/BinarySerializer.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/platform/CYxCRC64.h>
 #include <kwxml/platform/CYxFile.h>
 
@@ -12,16 +12,13 @@
 #include <cstring>
 #include <memory>
 
+using kwxml::log;
+
 namespace {
 
 constexpr std::size_t prefixSize = 4;
 constexpr unsigned long batchVersion = 1;
 constexpr const char* writeError = "Failed to Dump Binary Into File, error=%s";
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 bool usable(const CYxFile* file)
 {

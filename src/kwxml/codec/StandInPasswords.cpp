@@ -6,7 +6,7 @@
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KWPassword.h>
 #include <kwxml/platform/KWPlatformInfo.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 namespace kwxml {
 

@@ -2,23 +2,16 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/binary/BinarySerializer.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/MessageInternal.h>
-#include <kwxml/xml/PasswordFields.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <span>
 
-namespace {
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
-
-}  // namespace
+using kwxml::log;
 
 XMLDecoder& XMLDecoder::getXMLDecoderObject()
 {
@@ -120,7 +113,7 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
 
 std::string XMLDecoder::getEnumString(const _ClassDef& enumeration, int value)
 {
-  const FieldDef* found = kwxml::findField(enumeration, static_cast<std::uint32_t>(value));
+  const FieldDef* found = kwxml::findEnumerator(&enumeration, value);
   return found != nullptr ? found->getName() : "";
 }
 

@@ -1,6 +1,7 @@
 #include <kwxml/codec/XMLEncoder.h>
 
 #include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/XMLSerializer.h>
 
@@ -22,4 +23,9 @@ unsigned long XMLEncoder::SerializeBinary(YMMessageBase& message, BinaryBuffer& 
 bool XMLEncoder::registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm)
 {
   return XMLDecoder::registerPasswordEncAlgo(type, algorithm);
+}
+
+bool kwxml::traceXml(YMMessageBase& message, std::string& xml)
+{
+  return XMLSerializer().serialize(message, xml) == 0;
 }

@@ -1,6 +1,6 @@
 #include <kwxml/events/EventConversion.h>
 
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/EvMessageContainer.h>
@@ -29,6 +29,8 @@ class EventMessage : public YMMessageBase
 
 }  // namespace Common
 
+using kwxml::log;
+
 namespace {
 
 /// The class of arguments: system 20 and its ID.
@@ -45,11 +47,6 @@ enum Type : int
   typeUnsignedLong = 5,
   typeUnsignedLongLong = 6,
 };
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 /// The address of a field by its name alone, whatever the class.
 struct Name

@@ -34,7 +34,7 @@ std::unique_ptr<YMMessageBase> Filler::create(const FieldDef& def)
 {
   const auto reference = kwxml::packedReference(def);
   auto system = static_cast<short>(reference.system);
-  auto index = static_cast<int>(reference.classIndex);
+  auto index = reference.classIndex;
   return std::unique_ptr<YMMessageBase>(YMMessageBase::createObjectFromIndices(system, index));
 }
 

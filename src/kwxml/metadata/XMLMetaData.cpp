@@ -2,13 +2,13 @@
 
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
-#include <kwxml/model/NumberText.h>
+#include <kwxml/text/Base64.h>
+#include <kwxml/text/NumberText.h>
 #include <kwxml/traverse/FieldText.h>
 #include <kwxml/traverse/MsgFieldContext.h>
-#include <kwxml/xml/Base64.h>
 
 #include <algorithm>
 #include <charconv>
@@ -21,6 +21,8 @@
 
 using kwxml::MessageAccess;
 
+using kwxml::log;
+
 namespace {
 
 constexpr const char* getFunction = "XMLMetaData::getXpathMetaData";
@@ -30,11 +32,6 @@ constexpr const char* setHelperFunction = "XMLMetaData::setXpathMetaDataHelper";
 
 /// Application types are told from other types by their range.
 constexpr int firstAppType = 10000;
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 bool isList(FieldDataType type)
 {
@@ -243,7 +240,7 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
     if (held == nullptr) {
       const auto reference = kwxml::packedReference(def);
       auto system = static_cast<short>(reference.system);
-      auto classIndex = static_cast<int>(reference.classIndex);
+      auto classIndex = reference.classIndex;
       held = YMMessageBase::createObjectFromIndices(system, classIndex);
     }
     if (held != nullptr) {
@@ -254,7 +251,7 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
   if (def.type == FIELD_LIST_OBJECT) {
     const auto reference = kwxml::packedReference(def);
     auto system = static_cast<short>(reference.system);
-    auto classIndex = static_cast<int>(reference.classIndex);
+    auto classIndex = reference.classIndex;
     const std::unique_ptr<YMMessageBase> element(YMMessageBase::createObjectFromIndices(system, classIndex));
     if (setValue(element.get(), path, level + 1, value) != 0) {
       return 1;

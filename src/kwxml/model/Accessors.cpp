@@ -1,19 +1,16 @@
-// The typed accessors: each is the shared rule of MessageAccess for its value kind, under its own name in log
-// lines.
+// The accessors of bits and scalars, and the rules of all: each accessor is a shared rule for its value kind,
+// under its own name in log lines. Those of strings, nested messages and collections have files of their own.
 //
 // Log lines about a wrong field number quote the accessor's full signature as log readers know it, whatever
 // compiler built the library; lines about an unknown hash quote the short name, taken from the signature.
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/model/MessageInternal.h>
-#include <kwxml/model/NumberText.h>
-#include <kwxml/model/TypedMessage.h>
-#include <kwxml/platform/KwException.h>
+#include <kwxml/model/AccessorRules.h>
 
 #include <charconv>
 
-using Access = kwxml::MessageAccess;
+using Access = kwxml::AccessorRules;
 
 namespace kwxml {
 
@@ -59,7 +56,7 @@ bool slotHolds(const _ClassDef& cls, short slot, TypeSet types)
 
 }  // namespace
 
-void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signature, int field)
+void AccessorRules::logInvalidField(const YMMessageBase& m, const char* signature, int field)
 {
   XMLDebug::getInstance()->logError(
       signature,
@@ -68,7 +65,7 @@ void MessageAccess::logInvalidField(const YMMessageBase& m, const char* signatur
       field, schemaOf(m).c_str());
 }
 
-void MessageAccess::logInvalidSlot(const YMMessageBase& m, const char* signature, int slot)
+void AccessorRules::logInvalidSlot(const YMMessageBase& m, const char* signature, int slot)
 {
   XMLDebug::getInstance()->logError(
       signature,
@@ -77,7 +74,7 @@ void MessageAccess::logInvalidSlot(const YMMessageBase& m, const char* signature
       slot, schemaOf(m).c_str());
 }
 
-void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag,
+void AccessorRules::logUnknownHash(const YMMessageBase& m, const char* signature, unsigned long tag,
                                    unsigned long hash)
 {
   XMLDebug::getInstance()->logError(
@@ -87,7 +84,7 @@ void MessageAccess::logUnknownHash(const YMMessageBase& m, const char* signature
       static_cast<unsigned>(tag));
 }
 
-bool MessageAccess::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
+bool AccessorRules::resolveSlow(const YMMessageBase& m, const char* signature, FieldAddress& address,
                                 TypeSet types)
 {
   if (static_cast<unsigned short>(address.field) >= m.buffer_.bitCount()) {
@@ -257,298 +254,4 @@ XML_INT64& YMMessageBase::getint64ByRef(short field, short slot, unsigned long t
   }
   buffer_.setBit(a.field);
   return buffer_[a.slot];
-}
-
-// ---- Strings
-
-std::string& YMMessageBase::getstring(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::string<std::string>(
-      *this, "std::string& YMMessageBase::getstring(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash}, false);
-}
-
-const std::string& YMMessageBase::getstring_const(short field, short slot, unsigned long tag,
-                                                  unsigned int hash) const
-{
-  return Access::string<std::string>(*this,
-                                     "const std::string& YMMessageBase::getstring_const(short int, short "
-                                     "int, long unsigned int, unsigned int) const",
-                                     {field, slot, tag, hash});
-}
-
-std::string& YMMessageBase::getstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::string<std::string>(
-      *this,
-      "std::string& YMMessageBase::getstringByRef(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash}, true);
-}
-
-void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag,
-                              unsigned int hash)
-{
-  if (auto* text = Access::markedString<std::string>(
-          *this,
-          "void YMMessageBase::setstring(short int, short int, const std::string&, long "
-          "unsigned int, unsigned int)",
-          {field, slot, tag, hash})) {
-    *text = value;
-  }
-}
-
-std::wstring& YMMessageBase::getwstring(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::string<std::wstring>(
-      *this, "std::wstring& YMMessageBase::getwstring(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash}, false);
-}
-
-const std::wstring& YMMessageBase::getwstring_const(short field, short slot, unsigned long tag,
-                                                    unsigned int hash) const
-{
-  return Access::string<std::wstring>(*this,
-                                      "const std::wstring& YMMessageBase::getwstring_const(short int, short "
-                                      "int, long unsigned int, unsigned int) const",
-                                      {field, slot, tag, hash});
-}
-
-std::wstring& YMMessageBase::getwstringByRef(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::string<std::wstring>(
-      *this,
-      "std::wstring& YMMessageBase::getwstringByRef(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash}, true);
-}
-
-void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag,
-                               unsigned int hash)
-{
-  if (auto* text = Access::markedString<std::wstring>(
-          *this,
-          "void YMMessageBase::setwstring(short int, short int, const std::wstring&, "
-          "long unsigned int, unsigned int)",
-          {field, slot, tag, hash})) {
-    *text = value;
-  }
-}
-
-bstring*& YMMessageBase::getbstringobject(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::objectRef<bstring>(
-      *this,
-      "bstring*& YMMessageBase::getbstringobject(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash});
-}
-
-const bstring* YMMessageBase::getbstringobject_const(short field, short slot, unsigned long tag,
-                                                     unsigned int hash) const
-{
-  return Access::object<bstring>(*this,
-                                 "const bstring* YMMessageBase::getbstringobject_const(short int, short int, "
-                                 "long unsigned int, unsigned int) const",
-                                 {field, slot, tag, hash});
-}
-
-bstring& YMMessageBase::getbstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  bstring* value = Access::markedObject<bstring>(
-      *this,
-      "bstring& YMMessageBase::getbstringobjectByRef(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash});
-  return value != nullptr ? *value : Access::emptyValue<bstring>();
-}
-
-void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag,
-                                     unsigned int hash)
-{
-  bstring* target = Access::markedObject<bstring>(*this,
-                                                  "void YMMessageBase::setbstringobject(short int, short "
-                                                  "int, const bstring&, long unsigned int, unsigned int)",
-                                                  {field, slot, tag, hash});
-  if (auto* password = dynamic_cast<pstring*>(target)) {
-    *password = value;  // a plain text again
-  } else if (target != nullptr) {
-    *target = value;
-  }
-}
-
-pstring*& YMMessageBase::getpstringobject(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  return Access::objectRef<pstring>(
-      *this,
-      "pstring*& YMMessageBase::getpstringobject(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash});
-}
-
-const pstring* YMMessageBase::getpstringobject_const(short field, short slot, unsigned long tag,
-                                                     unsigned int hash) const
-{
-  return Access::object<pstring>(*this,
-                                 "const pstring* YMMessageBase::getpstringobject_const(short int, short int, "
-                                 "long unsigned int, unsigned int) const",
-                                 {field, slot, tag, hash});
-}
-
-pstring& YMMessageBase::getpstringobjectByRef(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  pstring* value = Access::markedObject<pstring>(
-      *this,
-      "pstring& YMMessageBase::getpstringobjectByRef(short int, short int, long unsigned int, unsigned int)",
-      {field, slot, tag, hash});
-  return value != nullptr ? *value : Access::emptyValue<pstring>();
-}
-
-void YMMessageBase::setpstringobject(short field, short slot, const pstring& value,
-                                     Annotation::PasswordEncryptType type, unsigned long tag,
-                                     unsigned int hash)
-{
-  pstring* target = Access::markedObject<pstring>(
-      *this,
-      "void YMMessageBase::setpstringobject(short int, short int, const pstring&, "
-      "Annotation::PasswordEncryptType, long unsigned int, unsigned int)",
-      {field, slot, tag, hash});
-  if (target != nullptr) {  // a secret that has no place is kept nowhere
-    *target = value;
-    target->setEncryptionType(type);
-  }
-}
-
-// ---- Nested messages
-
-namespace {
-
-constexpr const char* getObjectSignature =
-    "void*& YMMessageBase::getObject(short int, short int, long unsigned int, unsigned int)";
-constexpr const char* getConstObjectSignature =
-    "const void* YMMessageBase::getObject_const(short int, short int, long unsigned int, unsigned int) const";
-constexpr const char* setObjectSignature =
-    "void YMMessageBase::setObject(short int, short int, const void*, bool, long unsigned int, unsigned int, "
-    "bool)";
-
-/// What getObject may hand out as a pointer-sized slot: objects, and scalars, whose bytes own nothing.
-constexpr kwxml::TypeSet oneSlotTypes = kwxml::objectTypes | kwxml::scalarTypes;
-
-void throwUnknownObject(const YMMessageBase& m, unsigned long tag, unsigned int hash)
-{
-  throw KwException("YMMessageBase::getObject", "KwXML does not recognize given field :[" +
-                                                    std::to_string(hash) + "] in Message [" + m.getTagName() +
-                                                    "] :[" + std::to_string(m.getTagID()) +
-                                                    "]. Message received : [" + std::to_string(tag) + "]");
-}
-
-}  // namespace
-
-void*& YMMessageBase::getObject(short field, short slot, unsigned long tag, unsigned int hash)
-{
-  kwxml::FieldAddress a{field, slot, tag, hash};
-  if (Access::resolve(*this, getObjectSignature, a, oneSlotTypes)) {
-    return Access::pointer<void>(*this, a.slot);
-  }
-  if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
-    throwUnknownObject(*this, tag, hash);
-  }
-  return Access::nullPointer<void>();
-}
-
-const void* YMMessageBase::getObject_const(short field, short slot, unsigned long tag,
-                                           unsigned int hash) const
-{
-  kwxml::FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(*this, getConstObjectSignature, a, oneSlotTypes)
-             ? Access::pointer<void>(*this, a.slot)
-             : nullptr;
-}
-
-void YMMessageBase::setObject(short field, short slot, const void* value, bool takeOwnership,
-                              unsigned long tag, unsigned int hash, bool markSet)
-{
-  Access::setObject(*this, {field, slot, tag, hash}, kwxml::objectTypes, value, takeOwnership, markSet);
-}
-
-void kwxml::MessageAccess::setObject(YMMessageBase& m, FieldAddress a, TypeSet types, const void* value,
-                                     bool takeOwnership, bool markSet)
-{
-  if (!resolve(m, setObjectSignature, a, types)) {
-    return;
-  }
-  const FieldDef& def = m.class_->fields[a.field];
-  if (def.slot != a.slot || !contains(types, def.type)) {
-    logInvalidSlot(m, setObjectSignature, a.slot);  // the value's type is the field's, not the slot's
-    return;
-  }
-  visitFieldType(def.type, [&]<class Tag>(Tag) {
-    if constexpr (ObjectValue<Tag>) {
-      using Value = typename Tag::Value;
-      auto*& stored = pointer<Value>(m, a.slot);
-      const auto* given = static_cast<const Value*>(value);
-      if (given == stored && given != nullptr) {
-        return;  // the same object again
-      }
-      auto* next = takeOwnership || given == nullptr ? const_cast<Value*>(given) : new Value(*given);
-      delete std::exchange(stored, next);
-    }
-  });
-  m.buffer_.clearBit(a.field);
-  if (markSet) {
-    m.buffer_.setBit(a.field);
-  }
-}
-
-YMMessageBase* kwxml::MessageAccess::nestedMessage(YMMessageBase& m, const FieldAddress& a, bool create,
-                                                   bool markSet, int system, int classIndex)
-{
-  auto*& message = pointer<YMMessageBase>(m, a.slot);
-  if (message == nullptr && (create || markSet)) {
-    message = new YMMessageBase(system, classIndex);
-  }
-  if (message != nullptr && markSet) {
-    m.buffer_.setBit(a.field);
-  }
-  return message;
-}
-
-const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                                 unsigned int hash)
-{
-  FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)
-             ? Access::pointer<YMMessageBase>(message, a.slot)
-             : nullptr;
-}
-
-void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                             unsigned int hash, const void* value)
-{
-  Access::setObject(message, {field, slot, tag, hash}, typesHolding<YMMessageBase>, value, false, true);
-}
-
-void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                                  unsigned int hash, int system, int classIndex)
-{
-  FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
-    throwUnknownObject(message, tag, hash);
-  }
-  return Access::nestedMessage(message, a, true, true, system, classIndex);
-}
-
-YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot,
-                                                unsigned long tag, unsigned int hash, int system,
-                                                int classIndex)
-{
-  kwxml::FieldAddress a{field, slot, tag, hash};
-  if (!Access::resolve(*this, getObjectSignature, a, kwxml::typesHolding<YMMessageBase>)) {
-    if (static_cast<unsigned short>(field) < getNumberOfFields() && tag != tagId_) {
-      throwUnknownObject(*this, tag, hash);
-    }
-    return nullptr;
-  }
-  return Access::nestedMessage(*this, a, create, markSet, system, classIndex);
-}
-
-void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag,
-                                      unsigned int hash)
-{
-  setObject(field, slot, value, false, tag, hash, true);
 }

@@ -3,7 +3,8 @@
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/AccessorRules.h>
+#include <kwxml/model/MessageLife.h>
 
 #include <algorithm>
 
@@ -36,7 +37,7 @@ template <class Value>
 
 }  // namespace
 
-void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
+void kwxml::MessageLife::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
   visitFieldType(def.type, [&]<class Tag>(Tag) {
     using Value = typename Tag::Value;
@@ -51,7 +52,7 @@ void kwxml::MessageAccess::copyValue(YMMessageBase& to, const YMMessageBase& fro
   mark(to, def);
 }
 
-void kwxml::MessageAccess::constructCopy(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
+void kwxml::MessageLife::constructCopy(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
   constructNothing(to, def);
   visitFieldType(def.type, [&]<class Tag>(Tag) {
@@ -64,7 +65,7 @@ void kwxml::MessageAccess::constructCopy(YMMessageBase& to, const YMMessageBase&
   });
 }
 
-void kwxml::MessageAccess::constructEmpty(YMMessageBase& to, const FieldDef& def)
+void kwxml::MessageLife::constructEmpty(YMMessageBase& to, const FieldDef& def)
 {
   constructNothing(to, def);
   if (def.type == FIELD_BSTRING) {
@@ -74,7 +75,7 @@ void kwxml::MessageAccess::constructEmpty(YMMessageBase& to, const FieldDef& def
   }
 }
 
-void kwxml::MessageAccess::constructNothing(YMMessageBase& to, const FieldDef& def) noexcept
+void kwxml::MessageLife::constructNothing(YMMessageBase& to, const FieldDef& def) noexcept
 {
   long long& slot = to.buffer_[def.slot];
   if (def.type == FIELD_STRING) {
@@ -197,7 +198,7 @@ bool kwxml::MessageAccess::appendElement(YMMessageBase& m, const FieldDef& def, 
 
 // ---- Deletion
 
-void kwxml::MessageAccess::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept
+void kwxml::MessageLife::dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept
 {
   visitFieldType(def.type, [&]<class Tag>(Tag) {
     using Value = typename Tag::Value;
@@ -227,7 +228,7 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
 {
   const FieldDef* def = nullptr;
   if (static_cast<unsigned short>(field) >= buffer_.bitCount()) {
-    Access::logInvalidField(
+    kwxml::AccessorRules::logInvalidField(
         *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)",
         field);
     return;
@@ -235,12 +236,12 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
   if (tag == tagId_) {
     def = &class_->fields[field];
   } else if (def = kwxml::findField(*class_, hash); def == nullptr) {
-    Access::logUnknownHash(
+    kwxml::AccessorRules::logUnknownHash(
         *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)", tag,
         hash);
     return;
   }
-  Access::dropValue(*this, *def, destroying);
+  kwxml::MessageLife::dropValue(*this, *def, destroying);
   if (destroying && kwxml::fieldTypeInfo(def->type).slots == 4) {
     // The slots must stay a valid string as long as the message lives.
     if (def->type == FIELD_STRING) {

@@ -1,11 +1,11 @@
-// Life of a message: creation, storage layout, defaults, reset, destruction, moves, and its cached texts.
+// Life of a message: construction, storage layout, copies, moves, assignment and destruction.
 #include <kwxml/model/YMMessageBase.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/ClassPlan.h>
-#include <kwxml/model/MessageInternal.h>
-#include <kwxml/model/NumberText.h>
+#include <kwxml/model/MessageLife.h>
 #include <kwxml/platform/KwException.h>
+#include <kwxml/text/NumberText.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -13,35 +13,29 @@
 
 using kwxml::MessageAccess;
 
-struct YMMessageBase::CdataBuffer
-{
-  cdata text;
-  bool set = false;
-};
-
 // ---- Construction
 
 YMMessageBase::YMMessageBase(int system, int classIndex) : YMMessageBase()
 {
-  MessageAccess::construct(*this, system, classIndex, false, nullptr, 0);
+  kwxml::MessageLife::construct(*this, system, classIndex, false, nullptr, 0);
 }
 
 YMMessageBase::YMMessageBase(int system, int classIndex, long long* buffer, int sizeInBytes) : YMMessageBase()
 {
-  MessageAccess::construct(*this, system, classIndex, true, buffer, sizeInBytes);
+  kwxml::MessageLife::construct(*this, system, classIndex, true, buffer, sizeInBytes);
 }
 
 void YMMessageBase::initialize(int system, int classIndex, bool external, long long* buffer, int size)
 {
-  MessageAccess::destroyValues(*this);
-  MessageAccess::destroyCaches(*this);
-  MessageAccess::construct(*this, system, classIndex, external, buffer, size);
+  kwxml::MessageLife::destroyValues(*this);
+  kwxml::MessageLife::destroyCaches(*this);
+  kwxml::MessageLife::construct(*this, system, classIndex, external, buffer, size);
 }
 
-void kwxml::MessageAccess::construct(YMMessageBase& m, int system, int classIndex, bool external,
-                                     long long* buffer, int size)
+void kwxml::MessageLife::construct(YMMessageBase& m, int system, int classIndex, bool external,
+                                   long long* buffer, int size)
 {
-  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  const _ClassDef* cls = findClass(system, classIndex);
   if (cls == nullptr) {
     return;  // indices come from look-ups; others give a message without a class
   }
@@ -62,7 +56,7 @@ void kwxml::MessageAccess::construct(YMMessageBase& m, int system, int classInde
   m.system_ = system;
   m.classIndex_ = classIndex;
   m.class_ = cls;
-  m.tagId_ = static_cast<unsigned long>(system) << 24 | cls->classId;
+  m.tagId_ = tagOf(system, *cls);
 
   const Slots slotsOf(m.buffer_);
   for (const OwningField& field : plan.constructed) {
@@ -76,7 +70,7 @@ void kwxml::MessageAccess::construct(YMMessageBase& m, int system, int classInde
     return;
   }
   m.setDefaults(-1);
-  if (XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1) {
+  if (kwxml::isEager(system)) {
     m.constructSubObjects();
     m.setEveryPrimitiveBitset(true);
   }
@@ -84,9 +78,9 @@ void kwxml::MessageAccess::construct(YMMessageBase& m, int system, int classInde
 
 YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
 {
-  MessageAccess::copyValues(*this, source);
+  kwxml::MessageLife::copyValues(*this, source);
   serialized_ = source.serialized_;
-  if (!MessageAccess::hasCaches(source)) [[likely]] {
+  if (!kwxml::MessageLife::hasCaches(source)) [[likely]] {
     return;
   }
   const char* function = "YMMessageBase::YMMessageBase(copy)";
@@ -109,7 +103,7 @@ YMMessageBase::YMMessageBase(const YMMessageBase& source) : YMMessageBase()
 
 /// Gives `to`, which has no class, the class of `from` in storage of its own, and copies of the fields that
 /// are set.
-void kwxml::MessageAccess::copyValues(YMMessageBase& to, const YMMessageBase& from)
+void kwxml::MessageLife::copyValues(YMMessageBase& to, const YMMessageBase& from)
 {
   const _ClassDef* const cls = from.class_;
   if (cls == nullptr) {
@@ -158,7 +152,7 @@ void kwxml::MessageAccess::copyValues(YMMessageBase& to, const YMMessageBase& fr
 
 YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
 {
-  MessageAccess::takeOver(*this, source);
+  kwxml::MessageLife::takeOver(*this, source);
 }
 
 YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source)
@@ -170,9 +164,9 @@ YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source)
   if (this != &source) {
     // The source may be a part of this message: it is taken out before the rest is destroyed.
     YMMessageBase taken(std::move(source));
-    MessageAccess::destroyValues(*this);
-    MessageAccess::destroyCaches(*this);
-    MessageAccess::takeOver(*this, taken);
+    kwxml::MessageLife::destroyValues(*this);
+    kwxml::MessageLife::destroyCaches(*this);
+    kwxml::MessageLife::takeOver(*this, taken);
   }
   return *this;
 }
@@ -188,7 +182,7 @@ void endValues(YMMessageBase& m) noexcept
     if (field.isString) [[likely]] {
       std::destroy_at(&slots.object<std::string>(field));
     } else {
-      MessageAccess::dropValue(m, *field.def, true);
+      kwxml::MessageLife::dropValue(m, *field.def, true);
     }
   }
 }
@@ -197,7 +191,7 @@ void endValues(YMMessageBase& m) noexcept
 
 }  // namespace kwxml
 
-bool kwxml::MessageAccess::hasCaches(const YMMessageBase& m) noexcept
+bool kwxml::MessageLife::hasCaches(const YMMessageBase& m) noexcept
 {
   return m.serializedXml_ != nullptr || m.lastSerializedXml_ != nullptr ||
          m.m_SerializedXMLUTF16 != nullptr || m.cdataBuffer_ != nullptr || m.m_wsLastErrorEnglish != nullptr;
@@ -205,15 +199,15 @@ bool kwxml::MessageAccess::hasCaches(const YMMessageBase& m) noexcept
 
 YMMessageBase::~YMMessageBase()
 {
-  if (MessageAccess::hasCaches(*this)) [[unlikely]] {
-    MessageAccess::destroyCaches(*this);
+  if (kwxml::MessageLife::hasCaches(*this)) [[unlikely]] {
+    kwxml::MessageLife::destroyCaches(*this);
   }
   if (class_ != nullptr) {
     kwxml::endValues(*this);
   }
 }
 
-void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
+void kwxml::MessageLife::destroyCaches(YMMessageBase& m) noexcept
 {
   m.cachedSize_ = 0;
   m.serialized_ = false;
@@ -232,7 +226,7 @@ void kwxml::MessageAccess::destroyCaches(YMMessageBase& m) noexcept
   m.m_wsLastErrorEnglish = nullptr;
 }
 
-void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
+void kwxml::MessageLife::destroyValues(YMMessageBase& m) noexcept
 {
   if (m.class_ == nullptr) {
     return;  // without a class there are no values, and everything below is as it should be
@@ -246,7 +240,7 @@ void kwxml::MessageAccess::destroyValues(YMMessageBase& m) noexcept
 }
 
 /// Values, class and indices change owner; `to` holds none before.
-void kwxml::MessageAccess::takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept
+void kwxml::MessageLife::takeOverValues(YMMessageBase& to, YMMessageBase& from) noexcept
 {
   const bool external = from.buffer_.isExternal();
   to.buffer_.takeOver(from.buffer_);
@@ -272,7 +266,7 @@ void kwxml::MessageAccess::takeOverValues(YMMessageBase& to, YMMessageBase& from
   to.classIndex_ = std::exchange(from.classIndex_, 0);
 }
 
-void kwxml::MessageAccess::takeOver(YMMessageBase& to, YMMessageBase& from) noexcept
+void kwxml::MessageLife::takeOver(YMMessageBase& to, YMMessageBase& from) noexcept
 {
   takeOverValues(to, from);
   to.serializedXml_ = std::exchange(from.serializedXml_, nullptr);
@@ -301,7 +295,7 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
   }
   // The source may be a part of this message, so its values are copied before this message's are destroyed.
   YMMessageBase copy;
-  MessageAccess::copyValues(copy, source);
+  kwxml::MessageLife::copyValues(copy, source);
   const auto copyText = [](std::string*& to, const std::string* from) {
     std::string* text = from != nullptr ? new std::string(*from) : nullptr;
     delete to;
@@ -319,331 +313,12 @@ YMMessageBase& YMMessageBase::operator=(const YMMessageBase& source)
     wipeBitset();
     for (const FieldDef& def : *class_) {
       if (MessageAccess::isSet(copy, def)) {
-        MessageAccess::copyValue(*this, copy, def);
+        kwxml::MessageLife::copyValue(*this, copy, def);
       }
     }
   } else {
-    MessageAccess::destroyValues(*this);
-    MessageAccess::takeOverValues(*this, copy);
+    kwxml::MessageLife::destroyValues(*this);
+    kwxml::MessageLife::takeOverValues(*this, copy);
   }
   return *this;
-}
-
-// ---- Factories
-
-YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
-{
-  short system = 0;
-  int index = 0;
-  if (!getIndicesFromTagID(system, index, tag)) {
-    XMLDebug::getInstance()->logError("YMMessageBase::createObject",
-                                      "TagId : [%lu] could not be resolved to a message.", tag);
-    return nullptr;
-  }
-  return new (std::nothrow) YMMessageBase(system, index);
-}
-
-YMMessageBase* YMMessageBase::createObjectFromIndices(short& system, int& classIndex)
-{
-  if (kwxml::findClass(static_cast<unsigned short>(system), static_cast<unsigned>(classIndex)) == nullptr) {
-    return nullptr;
-  }
-  return new (std::nothrow) YMMessageBase(system, classIndex);
-}
-
-YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packed, bool)
-{
-  if (packed == nullptr) {
-    return nullptr;
-  }
-  const auto reference = kwxml::PackedReference::read(packed);
-  if (kwxml::findClass(reference.system, reference.classIndex) == nullptr) {
-    XMLDebug::getInstance()->logError(
-        "YMMessageBase::createObjectFromClassID",
-        "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]",
-        static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
-    return nullptr;
-  }
-  return new (std::nothrow)
-      YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
-}
-
-YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
-{
-  constexpr const char* function = "YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo";
-  if (packed == nullptr) {
-    return nullptr;
-  }
-  const auto reference = kwxml::PackedReference::read(packed);
-  const auto system = static_cast<int>(reference.system);
-  const auto classIndex = static_cast<int>(reference.classIndex);
-  if (system >= XML_KWMessage_MessageSystemChooser::numberOfSystems) {
-    XMLDebug::getInstance()->logError(
-        function, "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", system,
-        classIndex);
-    return nullptr;
-  }
-  unsigned long tag = 0;
-  if (classIndex > INT16_MAX ||
-      !getTagIDFromIndices(static_cast<short>(system), static_cast<short>(classIndex), tag)) {
-    XMLDebug::getInstance()->logError(
-        function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
-    return nullptr;
-  }
-  return tag == kwxml::processingInstructionTag ? nullptr
-                                                : new (std::nothrow) YMMessageBase(system, classIndex);
-}
-
-int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
-                                   YMMessageBase*& out, bool parseNow, std::string& errorText)
-{
-  return ConstructObject(system << 24 | classId, xml, out, parseNow, errorText);
-}
-
-// ---- Defaults and reset
-
-void YMMessageBase::setDefaults(short onlyField)
-{
-  if (class_ == nullptr || class_->defaultsIndex == -1) {
-    return;
-  }
-  const kwxml::DefaultValue* entry =
-      XML_KWMessage_MessageSystemChooser::msgSysStruct[system_].defaults + class_->defaultsIndex;
-  for (short i = 0; i < class_->numberOfFields; ++i) {
-    const FieldDef& def = class_->fields[i];
-    if (entry->fieldNumber == kwxml::DefaultValue::noField || entry->fieldNumber != def.fieldNumber) {
-      continue;
-    }
-    const char* text = entry++->text;
-    if (def.hash == 0 || (onlyField != -1 && onlyField != i)) {
-      continue;
-    }
-    kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
-      if constexpr (Tag::type == FIELD_BOOL) {
-        setint64(i, def.slot, kwxml::asciiEqualsIgnoreCase(text, "true") ? 1 : 0, tagId_, def.hash);
-      } else if constexpr (kwxml::IntegerSlot<Tag>) {
-        setint64(i, def.slot, kwxml_atoll(text), tagId_, def.hash);
-      } else if constexpr (Tag::type == FIELD_STRING) {
-        setstring(i, def.slot, text, tagId_, def.hash);
-      } else if constexpr (Tag::type == FIELD_DOUBLE) {
-        setdouble(i, def.slot, kwxml::parseDouble(text), tagId_, def.hash);
-      } else if constexpr (Tag::type == FIELD_FLOAT) {
-        setfloat(i, def.slot, static_cast<float>(kwxml::parseDouble(text)), tagId_, def.hash);
-      } else if constexpr (Tag::type == FIELD_BSTRING) {
-        setbstringobject(i, def.slot, bstring(text), tagId_, def.hash);
-      }  // other types have no defaults
-    });
-  }
-}
-
-void YMMessageBase::constructSubObjects()
-{
-  if (class_ == nullptr) {
-    return;
-  }
-  for (const FieldDef& def : *class_) {
-    if (def.hash == 0) {
-      continue;
-    }
-    kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
-      if constexpr (kwxml::ListValue<Tag>) {
-        auto*& list = MessageAccess::pointer<typename Tag::Value>(*this, def.slot);
-        if (list == nullptr) {
-          list = new typename Tag::Value;
-        }
-        MessageAccess::mark(*this, def);
-      } else if constexpr (kwxml::MessageValue<Tag>) {
-        YMMessageBase* message =
-            createFromClassIDIfNotProcessingInstructionInfo(reinterpret_cast<const unsigned long*>(def.name));
-        if (message != nullptr) {
-          delete std::exchange(MessageAccess::pointer<YMMessageBase>(*this, def.slot), message);
-          MessageAccess::mark(*this, def);
-        }
-      }
-    });
-  }
-}
-
-void YMMessageBase::reset() noexcept
-{
-  if (class_ == nullptr) {
-    return;
-  }
-  for (const FieldDef& def : *class_) {
-    MessageAccess::dropValue(*this, def, false);
-  }
-  buffer_.wipeBits();
-  setDefaults(-1);
-  if (isOldWay(tagId_)) {
-    constructSubObjects();
-    setEveryPrimitiveBitset(true);
-  } else {
-    setEveryPrimitiveBitset(false);
-  }
-}
-
-// ---- Processing-instruction info
-
-namespace {
-
-/// The record of field 0 where it holds the processing-instruction message; null otherwise.
-const FieldDef* processingInstructionField(const YMMessageBase& message)
-{
-  const _ClassDef* cls = message.getClass();
-  const int system = message.getSubsysID();
-  if (cls == nullptr || system == 18 || system == 27 || cls->numberOfFields == 0 ||
-      cls->fields[0].type != FIELD_OBJECT) {
-    return nullptr;
-  }
-  const auto reference = kwxml::packedReference(cls->fields[0]);
-  const _ClassDef* field = kwxml::findClass(reference.system, reference.classIndex);
-  const bool same = field != nullptr && (static_cast<unsigned long>(reference.system) << 24 |
-                                         field->classId) == kwxml::processingInstructionTag;
-  return same ? &cls->fields[0] : nullptr;
-}
-
-}  // namespace
-
-KwEntities::ProcessingInstructionInfo*& YMMessageBase::getProcessinginstructioninfo(bool create)
-{
-  using Info = KwEntities::ProcessingInstructionInfo;
-  const FieldDef* def = processingInstructionField(*this);
-  if (def == nullptr || (!MessageAccess::isSet(*this, *def) && !create)) {
-    return MessageAccess::nullPointer<Info>();
-  }
-  auto*& info = MessageAccess::pointer<YMMessageBase>(*this, def->slot);
-  if (!MessageAccess::isSet(*this, *def)) {
-    const auto reference = kwxml::packedReference(*def);
-    delete std::exchange(
-        info, new YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex)));
-    MessageAccess::mark(*this, *def);
-  }
-  // A wrapper derives from the message class alone and adds nothing, so the pointer is the same.
-  return MessageAccess::pointer<Info>(*this, def->slot);
-}
-
-void YMMessageBase::setProcessinginstructioninfo(KwEntities::ProcessingInstructionInfo* info)
-{
-  const FieldDef* def = processingInstructionField(*this);
-  if (def == nullptr) {
-    XMLDebug::getInstance()->logError("YMMessageBase::setProcessinginstructioninfo",
-                                      "Calling this function on message [%s] is not valid",
-                                      getTagName().c_str());
-    return;
-  }
-  if (info == nullptr) {
-    deleteMember(def->fieldNumber, tagId_, def->hash, false);
-    return;
-  }
-  const auto& source = *reinterpret_cast<const YMMessageBase*>(info);
-  auto*& slot = MessageAccess::pointer<YMMessageBase>(*this, def->slot);
-  if (slot != nullptr) {
-    *slot = source;
-  } else {
-    slot = new YMMessageBase(source);
-  }
-  MessageAccess::mark(*this, *def);
-}
-
-// ---- Cached texts
-
-std::string& YMMessageBase::getSerializedXMLStringRef()
-{
-  if (serializedXml_ == nullptr) {
-    serializedXml_ = new std::string;
-  }
-  return *serializedXml_;
-}
-
-void YMMessageBase::setSerializedXMLString(const std::string& text, bool markSerialized)
-{
-  getSerializedXMLStringRef() = text;
-  serialized_ = serialized_ || markSerialized;
-}
-
-void YMMessageBase::setLastSerializedXMLString(const std::string& text)
-{
-  if (lastSerializedXml_ == nullptr) {
-    lastSerializedXml_ = new std::string;
-  }
-  *lastSerializedXml_ = text;
-}
-
-void YMMessageBase::clearSerializedXMLString()
-{
-  if (serializedXml_ != nullptr) {
-    serializedXml_->clear();
-  }
-  serialized_ = false;
-}
-
-void YMMessageBase::setCDATABuffer(const std::string& text)
-{
-  if (cdataBuffer_ == nullptr) {
-    cdataBuffer_ = new CdataBuffer;
-  }
-  cdataBuffer_->text = cdata(text);
-  cdataBuffer_->set = true;
-}
-
-void YMMessageBase::resetCDATABuffer()
-{
-  if (cdataBuffer_ != nullptr) {
-    cdataBuffer_->text = cdata();
-    cdataBuffer_->set = false;
-  }
-}
-
-bool YMMessageBase::isCDATABufferSet() const noexcept
-{
-  return cdataBuffer_ != nullptr && cdataBuffer_->set;
-}
-
-std::string YMMessageBase::getCDATABuffer() const
-{
-  return cdataBuffer_ != nullptr ? static_cast<const std::string&>(cdataBuffer_->text.text()) : std::string();
-}
-
-const unsigned short* YMMessageBase::getLastErrorEnglishW() const
-{
-  return m_wsLastErrorEnglish != nullptr ? m_wsLastErrorEnglish->c_str() : nullptr;
-}
-
-XMLChstring YMMessageBase::getLastErrorEnglishStrW() const
-{
-  return m_wsLastErrorEnglish != nullptr ? *m_wsLastErrorEnglish : XMLChstring();
-}
-
-void YMMessageBase::setLastErrorEnglishA(const char* format, ...)
-{
-  char discarded[8192];
-  va_list args;
-  va_start(args, format);
-  (void)std::vsnprintf(discarded, sizeof discarded, format, args);
-  va_end(args);
-}
-
-namespace {
-
-cdata& deprecatedCdata(const char* function)
-{
-  XMLDebug::getInstance()->logError(function, "[%s]", "This is a deprecated function");
-  return MessageAccess::emptyValue<cdata>();
-}
-
-}  // namespace
-
-cdata& YMMessageBase::getcdataobject(short, short, unsigned long, unsigned int)
-{
-  return deprecatedCdata("YMMessageBase::getcdataobject");
-}
-
-const cdata& YMMessageBase::getcdataobject_const(short, short, unsigned long, unsigned int) const
-{
-  return deprecatedCdata("YMMessageBase::getcdataobject_const");
-}
-
-void YMMessageBase::setcdataobject(short, short, const cdata&, unsigned long, unsigned int)
-{
-  XMLDebug::getInstance()->logError("YMMessageBase::setcdataobject", "This function is deprecated");
 }

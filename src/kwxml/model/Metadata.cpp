@@ -21,12 +21,10 @@ const MessageSystemRow& row(unsigned system)
 
 namespace kwxml {
 
-const _ClassDef* findClass(unsigned system, unsigned classIndex)
+const _ClassDef* findClass(int system, int classIndex)
 {
-  const MessageSystemRow& r = row(system);
-  return static_cast<int>(classIndex) >= 0 && static_cast<int>(classIndex) < r.numberOfClasses
-             ? &r.classes[classIndex]
-             : nullptr;
+  const MessageSystemRow& r = row(static_cast<unsigned>(system));
+  return classIndex >= 0 && classIndex < r.numberOfClasses ? &r.classes[classIndex] : nullptr;
 }
 
 const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash)
@@ -57,15 +55,14 @@ bool isPrimitiveType(unsigned type)
 
 const char* enumeratorName(int system, int classIndex, int value)
 {
-  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
-  const FieldDef* found =
-      cls != nullptr && cls->isEnum() ? findField(*cls, static_cast<std::uint32_t>(value)) : nullptr;
+  const _ClassDef* cls = findClass(system, classIndex);
+  const FieldDef* found = cls != nullptr && cls->isEnum() ? findEnumerator(cls, value) : nullptr;
   return found != nullptr ? found->getName() : "";
 }
 
 bool enumeratorValue(int system, int classIndex, const std::string& name, int& value)
 {
-  const _ClassDef* cls = findClass(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  const _ClassDef* cls = findClass(system, classIndex);
   if (cls == nullptr || !cls->isEnum()) {
     return false;
   }
@@ -114,14 +111,14 @@ bool FieldDef::isValidEnumValue(const FieldDef& field, int value)
     return false;
   }
   const auto reference = kwxml::packedReference(field);
-  const _ClassDef* cls = YMMessageBase::GetClassDef(static_cast<short>(reference.system),
-                                                    static_cast<int>(reference.classIndex));
+  const _ClassDef* cls =
+      YMMessageBase::GetClassDef(static_cast<short>(reference.system), reference.classIndex);
   if (cls == nullptr) {
     XMLDebug::getInstance()->logError("static bool FieldDef::isValidEnumValue(const FieldDef&, int)",
                                       "Error identifying [%s]:[%d] as an enum ", field.getName(), value);
     return false;
   }
-  return kwxml::findField(*cls, static_cast<std::uint32_t>(value)) != nullptr;
+  return kwxml::findEnumerator(cls, value) != nullptr;
 }
 
 const void* FieldDef::getFieldAddrResolved(const YMMessageBase& message) const
@@ -197,19 +194,17 @@ bool YMMessageBase::getIndicesFromTagID(short& system, int& index, unsigned long
 bool YMMessageBase::getTagIDFromIndices(short system, short index, unsigned long& tag)
 {
   const auto number = static_cast<unsigned short>(system);
-  const _ClassDef* cls = index < 0 ? nullptr : kwxml::findClass(number, static_cast<unsigned>(index));
+  const _ClassDef* cls = kwxml::findClass(number, index);
   if (cls == nullptr) {
     return false;
   }
-  tag = static_cast<unsigned long>(number) << 24 | cls->classId;
+  tag = kwxml::tagOf(number, *cls);
   return true;
 }
 
 const _ClassDef* YMMessageBase::GetClassDef(short system, int index)
 {
-  const _ClassDef* cls = system >= 1 && index >= 0
-                             ? kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index))
-                             : nullptr;
+  const _ClassDef* cls = system >= 1 && index >= 0 ? kwxml::findClass(system, index) : nullptr;
   if (cls == nullptr) {
     XMLDebug::getInstance()->logError(
         "YMMessageBase::GetClassDef",
@@ -234,18 +229,16 @@ const _ClassDef* YMMessageBase::GetClassDef(const YMMessageBase* message)
 namespace {
 
 /// The two public forms differ in one capital of their log text.
-const _ClassDef* classOfReference(const void* packed, const char* format)
+const _ClassDef* classOfReference(const void* packed, const char* subsystems)
 {
   const auto reference = kwxml::PackedReference::read(packed);
-  if (reference.system < static_cast<unsigned>(systemCount)) {
-    return kwxml::findClass(reference.system, reference.classIndex);
+  if (reference.system < systemCount) {
+    return kwxml::findClass(reference);
   }
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-  XMLDebug::getInstance()->logError("YMMessageBase::GetClassDefFromPtrToClassID", format,
-                                    static_cast<int>(reference.system),
-                                    static_cast<int>(reference.classIndex), systemCount);
-#pragma GCC diagnostic pop
+  XMLDebug::getInstance()->logError(
+      "YMMessageBase::GetClassDefFromPtrToClassID",
+      "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_%s : [%d]", reference.system,
+      reference.classIndex, subsystems, systemCount);
   return nullptr;
 }
 
@@ -256,9 +249,7 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const FieldDef& field)
   if (field.name == nullptr || FieldDef::packedReferences(field.type) == 0) {
     return nullptr;  // the name of such a field is no reference
   }
-  return classOfReference(
-      field.name,
-      "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_subsystems : [%d]");
+  return classOfReference(field.name, "subsystems");
 }
 
 const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* packed)
@@ -266,8 +257,7 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* pack
   if (packed == nullptr) {
     return nullptr;
   }
-  return classOfReference(
-      packed, "Error retrieving metadata with msgSysIndex : [%d], msgIndex : [%d]. Total_Subsystems : [%d]");
+  return classOfReference(packed, "Subsystems");
 }
 
 std::string YMMessageBase::getTagName() const
@@ -291,7 +281,7 @@ std::string YMMessageBase::getTagNameFromTagID(unsigned long tag)
   if (!getIndicesFromTagID(system, index, tag)) {
     return {};
   }
-  const _ClassDef* cls = kwxml::findClass(static_cast<unsigned>(system), static_cast<unsigned>(index));
+  const _ClassDef* cls = kwxml::findClass(system, index);
   const char* systemName = row(static_cast<unsigned>(system)).name;
   if (cls == nullptr || systemName == nullptr) {
     return {};
@@ -338,7 +328,7 @@ const char* YMMessageBase::getEnumString(short system, const char* enumName, int
     if (cls.name == nullptr || std::strcmp(cls.name, enumName) != 0) {
       continue;
     }
-    if (const FieldDef* def = kwxml::findField(cls, static_cast<std::uint32_t>(value))) {
+    if (const FieldDef* def = kwxml::findEnumerator(&cls, value)) {
       return def->name;
     }
   }

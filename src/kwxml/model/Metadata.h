@@ -180,12 +180,12 @@ static_assert(nameHash("errorCode", 9) == 0x9CB015 && nameHash("\xC3", 1) == 0xF
 /// A packed class reference as it stands before a field's name.
 struct PackedReference
 {
-  unsigned system;
-  unsigned classIndex;
+  int system;
+  int classIndex;
   static PackedReference read(const void* fourBytes)
   {
     const auto* b = static_cast<const unsigned char*>(fourBytes);
-    return {b[0], static_cast<unsigned>(b[1]) << 16 | static_cast<unsigned>(b[2]) << 8 | b[3]};
+    return {b[0], b[1] << 16 | b[2] << 8 | b[3]};
   }
 };
 
@@ -196,10 +196,39 @@ inline PackedReference packedReference(const FieldDef& field, int which = 0)
 }
 
 /// Class record at an index of a system; null when either is out of range. Logs nothing.
-const _ClassDef* findClass(unsigned system, unsigned classIndex);
+const _ClassDef* findClass(int system, int classIndex);
+inline const _ClassDef* findClass(const PackedReference& reference)
+{
+  return findClass(reference.system, reference.classIndex);
+}
+
+/// The tag identifier of a class of a system.
+constexpr unsigned long tagOf(int system, const _ClassDef& cls)
+{
+  return static_cast<unsigned long>(system) << 24 | cls.classId;
+}
+
+/// Whether messages of a system, which is one of the registry's, build their nested messages when they are
+/// made.
+inline bool isEager(int system)
+{
+  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1;
+}
+
+/// The tag of the processing-instruction class, which the library reaches by it in any catalogue.
+inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
 
 /// First record of an ordinary class whose stored hash is `hash`; null when there is none.
 const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash);
+
+/// The enumerator of a number; null when there is none, and without a class.
+inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long value)
+{
+  const auto number = static_cast<std::int32_t>(value);
+  return enumeration != nullptr && number == value
+             ? findField(*enumeration, static_cast<std::uint32_t>(number))
+             : nullptr;
+}
 
 /// Irregular sets, kept exactly as the product's encodings have them.
 bool isPrimitiveType(unsigned type);

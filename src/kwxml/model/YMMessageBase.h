@@ -32,9 +32,8 @@ class ProcessingInstructionInfo;
 
 namespace kwxml {
 struct MessageAccess;
-
-/// Systems and tag of the processing-instruction class, which the library reaches by tag in any catalogue.
-inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
+struct AccessorRules;
+struct MessageLife;
 }  // namespace kwxml
 
 class YMMessageBase
@@ -273,126 +272,14 @@ public:
   // does neither and may return null. A setter stores a copy (an empty collection for a null pointer) and
   // marks the field set. Lists of enumerations and of bools are lists of uint.
 
-  std::vector<int>*& getlistint(short field, short slot, unsigned long tag, unsigned int hash, bool markSet);
-  const std::vector<int>* getlistint_const(short field, short slot, unsigned long tag,
-                                           unsigned int hash) const;
-  void setlistint(short field, short slot, const std::vector<int>* values, unsigned long tag,
-                  unsigned int hash);
-  std::vector<unsigned int>*& getlistuint(short field, short slot, unsigned long tag, unsigned int hash,
-                                          bool markSet);
-  const std::vector<unsigned int>* getlistuint_const(short field, short slot, unsigned long tag,
-                                                     unsigned int hash) const;
-  void setlistuint(short field, short slot, const std::vector<unsigned int>* values, unsigned long tag,
-                   unsigned int hash);
-  std::vector<long>*& getlistlong(short field, short slot, unsigned long tag, unsigned int hash,
-                                  bool markSet);
-  const std::vector<long>* getlistlong_const(short field, short slot, unsigned long tag,
-                                             unsigned int hash) const;
-  void setlistlong(short field, short slot, const std::vector<long>* values, unsigned long tag,
-                   unsigned int hash);
-  std::vector<unsigned long>*& getlistulong(short field, short slot, unsigned long tag, unsigned int hash,
-                                            bool markSet);
-  const std::vector<unsigned long>* getlistulong_const(short field, short slot, unsigned long tag,
-                                                       unsigned int hash) const;
-  void setlistulong(short field, short slot, const std::vector<unsigned long>* values, unsigned long tag,
-                    unsigned int hash);
-  std::vector<long long>*& getlistlonglong(short field, short slot, unsigned long tag, unsigned int hash,
-                                           bool markSet);
-  const std::vector<long long>* getlistlonglong_const(short field, short slot, unsigned long tag,
-                                                      unsigned int hash) const;
-  void setlistlonglong(short field, short slot, const std::vector<long long>* values, unsigned long tag,
-                       unsigned int hash);
-  std::vector<unsigned long long>*& getlistulonglong(short field, short slot, unsigned long tag,
-                                                     unsigned int hash, bool markSet);
-  const std::vector<unsigned long long>* getlistulonglong_const(short field, short slot, unsigned long tag,
-                                                                unsigned int hash) const;
-  void setlistulonglong(short field, short slot, const std::vector<unsigned long long>* values,
-                        unsigned long tag, unsigned int hash);
-  std::vector<float>*& getlistfloat(short field, short slot, unsigned long tag, unsigned int hash,
-                                    bool markSet);
-  const std::vector<float>* getlistfloat_const(short field, short slot, unsigned long tag,
-                                               unsigned int hash) const;
-  void setlistfloat(short field, short slot, const std::vector<float>* values, unsigned long tag,
-                    unsigned int hash);
-  std::vector<double>*& getlistdouble(short field, short slot, unsigned long tag, unsigned int hash,
-                                      bool markSet);
-  const std::vector<double>* getlistdouble_const(short field, short slot, unsigned long tag,
-                                                 unsigned int hash) const;
-  void setlistdouble(short field, short slot, const std::vector<double>* values, unsigned long tag,
-                     unsigned int hash);
-  std::vector<std::string>*& getliststring(short field, short slot, unsigned long tag, unsigned int hash,
-                                           bool markSet);
-  const std::vector<std::string>* getliststring_const(short field, short slot, unsigned long tag,
-                                                      unsigned int hash) const;
-  void setliststring(short field, short slot, const std::vector<std::string>* values, unsigned long tag,
-                     unsigned int hash);
-  std::vector<std::wstring>*& getlistwstring(short field, short slot, unsigned long tag, unsigned int hash,
-                                             bool markSet);
-  const std::vector<std::wstring>* getlistwstring_const(short field, short slot, unsigned long tag,
-                                                        unsigned int hash) const;
-  void setlistwstring(short field, short slot, const std::vector<std::wstring>* values, unsigned long tag,
-                      unsigned int hash);
-  std::vector<bstring>*& getlistbstring(short field, short slot, unsigned long tag, unsigned int hash,
-                                        bool markSet);
-  const std::vector<bstring>* getlistbstring_const(short field, short slot, unsigned long tag,
-                                                   unsigned int hash) const;
-  void setlistbstring(short field, short slot, const std::vector<bstring>* values, unsigned long tag,
-                      unsigned int hash);
-  std::vector<YMMessageBase>*& getlistobject(short field, short slot, unsigned long tag, unsigned int hash,
-                                             bool markSet);
-  const std::vector<YMMessageBase>* getlistobject_const(short field, short slot, unsigned long tag,
-                                                        unsigned int hash) const;
-  void setlistobject(short field, short slot, const std::vector<YMMessageBase>* values, unsigned long tag,
-                     unsigned int hash);
-
-  std::map<long long, long long>*& getMapInt64AndInt64(short field, short slot, unsigned long tag,
-                                                       unsigned int hash, bool markSet);
-  const std::map<long long, long long>* getMapInt64AndInt64_const(short field, short slot, unsigned long tag,
-                                                                  unsigned int hash) const;
-  void setMapInt64AndInt64(short field, short slot, const std::map<long long, long long>* values,
-                           unsigned long tag, unsigned int hash);
-  std::map<long long, std::string>*& getMapInt64AndString(short field, short slot, unsigned long tag,
-                                                          unsigned int hash, bool markSet);
-  const std::map<long long, std::string>* getMapInt64AndString_const(short field, short slot,
-                                                                     unsigned long tag,
-                                                                     unsigned int hash) const;
-  void setMapInt64AndString(short field, short slot, const std::map<long long, std::string>* values,
-                            unsigned long tag, unsigned int hash);
-  std::map<long long, YMMessageBase>*& getMapInt64AndObject(short field, short slot, unsigned long tag,
-                                                            unsigned int hash, bool markSet);
-  const std::map<long long, YMMessageBase>* getMapInt64AndObject_const(short field, short slot,
-                                                                       unsigned long tag,
-                                                                       unsigned int hash) const;
-  void setMapInt64AndObject(short field, short slot, const std::map<long long, YMMessageBase>* values,
-                            unsigned long tag, unsigned int hash);
-  std::map<std::string, long long>*& getMapStringAndInt64(short field, short slot, unsigned long tag,
-                                                          unsigned int hash, bool markSet);
-  const std::map<std::string, long long>* getMapStringAndInt64_const(short field, short slot,
-                                                                     unsigned long tag,
-                                                                     unsigned int hash) const;
-  void setMapStringAndInt64(short field, short slot, const std::map<std::string, long long>* values,
-                            unsigned long tag, unsigned int hash);
-  std::map<std::string, std::string>*& getMapStringAndString(short field, short slot, unsigned long tag,
-                                                             unsigned int hash, bool markSet);
-  const std::map<std::string, std::string>* getMapStringAndString_const(short field, short slot,
-                                                                        unsigned long tag,
-                                                                        unsigned int hash) const;
-  void setMapStringAndString(short field, short slot, const std::map<std::string, std::string>* values,
-                             unsigned long tag, unsigned int hash);
-  std::map<std::string, YMMessageBase>*& getMapStringAndObject(short field, short slot, unsigned long tag,
-                                                               unsigned int hash, bool markSet);
-  const std::map<std::string, YMMessageBase>* getMapStringAndObject_const(short field, short slot,
-                                                                          unsigned long tag,
-                                                                          unsigned int hash) const;
-  void setMapStringAndObject(short field, short slot, const std::map<std::string, YMMessageBase>* values,
-                             unsigned long tag, unsigned int hash);
-  std::map<YMMessageBase, YMMessageBase>*& getMapObjectAndObject(short field, short slot, unsigned long tag,
-                                                                 unsigned int hash, bool markSet);
-  const std::map<YMMessageBase, YMMessageBase>* getMapObjectAndObject_const(short field, short slot,
-                                                                            unsigned long tag,
-                                                                            unsigned int hash) const;
-  void setMapObjectAndObject(short field, short slot, const std::map<YMMessageBase, YMMessageBase>* values,
-                             unsigned long tag, unsigned int hash);
+  /// What each family of the rows has: getlistint(), getlistint_const(), setlistint() and so on.
+#define KWXML_COLLECTION(family, text, ...)                                                               \
+  __VA_ARGS__*& get##family(short field, short slot, unsigned long tag, unsigned int hash, bool markSet); \
+  const __VA_ARGS__* get##family##_const(short field, short slot, unsigned long tag, unsigned int hash)   \
+      const;                                                                                              \
+  void set##family(short field, short slot, const __VA_ARGS__* values, unsigned long tag, unsigned int hash);
+#include <kwxml/model/CollectionAccessors.def>
+#undef KWXML_COLLECTION
 
   // ---- Whole messages
 
@@ -400,7 +287,10 @@ public:
   /// lists numerically.
   bool operator==(const YMMessageBase& other) const;
   /// Always false: a map keyed by messages holds at most one entry.
-  bool operator<(const YMMessageBase&) const { return false; }
+  bool operator<(const YMMessageBase&) const
+  {
+    return false;
+  }
   /// Clears the field's bit and drops its value: strings are emptied, collections and nested messages
   /// destroyed, scalars zeroed. With `destroying` the value objects themselves end.
   void deleteMember(short field, unsigned long tag, unsigned long hash, bool destroying);
@@ -413,17 +303,32 @@ public:
 
   // ---- Cached texts
 
-  const char* getSerializedXMLString() const { return serializedXml_ ? serializedXml_->c_str() : ""; }
+  const char* getSerializedXMLString() const
+  {
+    return serializedXml_ ? serializedXml_->c_str() : "";
+  }
   std::string& getSerializedXMLStringRef();
   void setSerializedXMLString(const std::string& text, bool markSerialized);
   void setLastSerializedXMLString(const std::string& text);
   void clearSerializedXMLString();
-  bool isSerialized() const noexcept { return serialized_; }
-  void setSerialized() noexcept { serialized_ = true; }
+  bool isSerialized() const noexcept
+  {
+    return serialized_;
+  }
+  void setSerialized() noexcept
+  {
+    serialized_ = true;
+  }
   /// Always null.
-  const unsigned short* getSerializedXMLStringUTF16() const noexcept { return nullptr; }
+  const unsigned short* getSerializedXMLStringUTF16() const noexcept
+  {
+    return nullptr;
+  }
   /// Kept for callers of the interface: always false, and without effect.
-  bool getXmlWriteFlag() const noexcept { return false; }
+  bool getXmlWriteFlag() const noexcept
+  {
+    return false;
+  }
   void setXmlWriteFlag(bool) noexcept {}
 
   void setCDATABuffer(const std::string& text);
@@ -440,17 +345,28 @@ public:
   void setLastErrorEnglishStrW(const XMLChstring&) {}
 
   /// Byte length of the message's binary body, kept for the binary encoder.
-  void SetCachedSize(unsigned int size) noexcept { cachedSize_ = size; }
-  unsigned int GetCachedSize() const noexcept { return cachedSize_; }
+  void SetCachedSize(unsigned int size) noexcept
+  {
+    cachedSize_ = size;
+  }
+  unsigned int GetCachedSize() const noexcept
+  {
+    return cachedSize_;
+  }
 
 protected:
   /// A field number or slot as a wrapper knows it, or 0 on a message of another tag: there the name's hash
   /// alone says which field is meant, and the place would only be held against bounds that it was not made
   /// for.
-  short ifOwn(short place, unsigned long tag) const noexcept { return tag == tagId_ ? place : short{0}; }
+  short ifOwn(short place, unsigned long tag) const noexcept
+  {
+    return tag == tagId_ ? place : short{0};
+  }
 
 private:
   friend struct kwxml::MessageAccess;
+  friend struct kwxml::AccessorRules;
+  friend struct kwxml::MessageLife;
   struct CdataBuffer;
 
   /// One-slot values in place, one bit per type: 1..7, 10, 11, 12, 41 and 42.

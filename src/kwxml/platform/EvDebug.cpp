@@ -2,14 +2,11 @@
 
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KWPlatformInfo.h>
+#include <kwxml/platform/LogFile.h>
 #include <kwxml/platform/LogSink.h>
 #include <kwxml/platform/PlatformInternal.h>
 
 #include <errno.h>  // program_invocation_short_name
-#include <fcntl.h>
-#include <spdlog/details/log_msg.h>
-#include <spdlog/pattern_formatter.h>
-#include <spdlog/sinks/rotating_file_sink.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -36,7 +33,9 @@ struct EvDebugAccess
 
 namespace {
 
+using kwxml::LogFile;
 using kwxml::reportToStderr;
+using kwxml::sharedLogFile;
 
 constexpr unsigned kDefaultSizeMb = 10;
 constexpr unsigned kMaxSizeMb = 1 << 20;
@@ -134,92 +133,6 @@ void giveToSink(const kwxml::LogRecord& record)
     reportToStderr("log %s: the sink failed", record.log);
   }
   insideSink = false;
-}
-
-// One rotating file, shared by the logs that write to it. Opened by the first line.
-class LogFile
-{
-public:
-  LogFile(std::string path, unsigned sizeMb, unsigned files)
-      : path_(std::move(path)), sizeMb_(sizeMb), files_(files)
-  {
-  }
-
-  void setLimits(unsigned sizeMb, unsigned files)
-  {
-    std::lock_guard lock(mutex_);
-    if (sizeMb != sizeMb_ || files != files_) {
-      sizeMb_ = sizeMb;
-      files_ = files;
-      sink_.reset();  // the next line opens it again
-    }
-  }
-
-  void write(int level, const std::string& line)
-  {
-    std::lock_guard lock(mutex_);
-    if (broken_ || (!sink_ && !open())) {
-      return;
-    }
-    const std::string levelText = std::to_string(level);
-    try {
-      sink_->log(spdlog::details::log_msg(levelText, spdlog::level::info, line));
-      sink_->flush();  // a log that lacks its last lines is of no use after a crash
-      failing_ = false;
-    } catch (const std::exception& failure) {
-      sink_.reset();  // it may have lost its file; the next line opens it again
-      if (!std::exchange(failing_, true)) {
-        reportToStderr("log file %s: %s", path_.c_str(), failure.what());
-      }
-    }
-  }
-
-private:
-  bool open()
-  {
-    try {
-      spdlog::file_event_handlers events;
-      // Programs that this process starts have no business with its log.
-      events.after_open = [](const std::string&, std::FILE* file) {
-        fcntl(fileno(file), F_SETFD, FD_CLOEXEC);
-      };
-      sink_ = std::make_unique<spdlog::sinks::rotating_file_sink_st>(path_, size_t{sizeMb_} << 20, files_,
-                                                                     false, events);
-      sink_->set_formatter(
-          std::make_unique<spdlog::pattern_formatter>("%Y-%m-%dT%H:%M:%S.%e%z [%n] %P/%t %v"));
-      return true;
-    } catch (const std::exception& failure) {
-      reportToStderr("log file %s: %s", path_.c_str(), failure.what());
-      sink_.reset();
-      broken_ = true;  // every further try would cost its line a wait
-      return false;
-    }
-  }
-
-  const std::string path_;
-  std::mutex mutex_;
-  unsigned sizeMb_;
-  unsigned files_;
-  std::unique_ptr<spdlog::sinks::rotating_file_sink_st> sink_;
-  bool broken_ = false;
-  bool failing_ = false;  // the last line failed, and that is reported
-};
-
-// Two sinks on one file would rotate it away from under each other.
-std::shared_ptr<LogFile> sharedLogFile(const std::string& path, unsigned sizeMb, unsigned files)
-{
-  static std::mutex& mutex = *new std::mutex;
-  static auto& all = *new std::map<std::string, std::weak_ptr<LogFile>>;
-  std::lock_guard lock(mutex);
-  std::weak_ptr<LogFile>& known = all[path];
-  std::shared_ptr<LogFile> file = known.lock();
-  if (file) {
-    file->setLimits(sizeMb, files);
-  } else {
-    file = std::make_shared<LogFile>(path, sizeMb, files);
-    known = file;
-  }
-  return file;
 }
 
 // Names come from settings and the environment: no path may be hidden in one.

@@ -1,4 +1,4 @@
-// UTF-8: one character at a time, forwards; what a character does to the text around it. Not installed.
+// UTF-8 and UTF-16 a character at a time; what a character does to the text around it. Not installed.
 #pragma once
 
 #include <cstddef>
@@ -79,6 +79,48 @@ constexpr std::size_t utf8Cut(std::string_view text, std::size_t limit) noexcept
     --limit;
   }
   return limit;
+}
+
+/// The length of a text that was cut anywhere, without the bytes of a character that the cut has begun.
+constexpr std::size_t utf8WithoutBegun(std::string_view text) noexcept
+{
+  std::size_t lead = text.size();
+  for (int i = 0; i < 4 && lead > 0; ++i) {
+    const auto byte = static_cast<unsigned char>(text[--lead]);
+    if (byte < 0x80) {
+      break;
+    }
+    if (byte >= 0xC0) {
+      const std::size_t size = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : 2;
+      return lead + size > text.size() ? lead : text.size();
+    }
+  }
+  return text.size();
+}
+
+/// The halves of a character beyond 16 bits in UTF-16.
+constexpr bool isLeadSurrogate(std::uint32_t unit) noexcept
+{
+  return (unit & 0xFFFFFC00) == 0xD800;
+}
+constexpr bool isTrailSurrogate(std::uint32_t unit) noexcept
+{
+  return (unit & 0xFFFFFC00) == 0xDC00;
+}
+constexpr std::uint32_t joinSurrogates(std::uint32_t lead, std::uint32_t trail) noexcept
+{
+  return 0x10000 + ((lead - 0xD800) << 10) + (trail - 0xDC00);
+}
+/// Calls `put(char16_t)` for each unit of a character.
+template <class Put>
+constexpr void putUtf16(std::uint32_t character, Put put)
+{
+  if (character < 0x10000) {
+    put(static_cast<char16_t>(character));
+  } else {
+    put(static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10)));
+    put(static_cast<char16_t>(0xDC00 + ((character - 0x10000) & 0x3FF)));
+  }
 }
 
 /// The control characters of both sets: a terminal obeys them.

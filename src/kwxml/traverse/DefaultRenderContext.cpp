@@ -1,6 +1,6 @@
 #include <kwxml/traverse/DefaultRenderContext.h>
 
-#include <kwxml/model/NumberText.h>
+#include <kwxml/text/NumberText.h>
 #include <kwxml/traverse/Rendering.h>
 
 void DefaultRenderContext::startHeader(std::string)

@@ -1,9 +1,9 @@
 #include <kwxml/traverse/FieldText.h>
 
 #include <kwxml/model/FieldTypes.h>
-#include <kwxml/model/NumberText.h>
 #include <kwxml/model/StringTypes.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
+#include <kwxml/text/NumberText.h>
 
 #include <cstring>
 

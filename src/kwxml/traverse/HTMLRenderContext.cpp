@@ -2,10 +2,10 @@
 
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
-#include <kwxml/model/NumberText.h>
+#include <kwxml/text/Dates.h>
+#include <kwxml/text/NumberText.h>
 #include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/Rendering.h>
-#include <kwxml/xml/Dates.h>
 
 #include <atomic>
 #include <cstdint>

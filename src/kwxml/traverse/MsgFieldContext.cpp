@@ -3,12 +3,13 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/AccessorRules.h>
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 
+using kwxml::AccessorRules;
 using kwxml::MessageAccess;
 
 /// Nearly always the record that the context was made from.
@@ -86,7 +87,7 @@ bool MsgFieldContext::append(const T& value, Types... types)
   modified_ = true;
   const FieldDataType taken[] = {types...};
   if (std::find(std::begin(taken), std::end(taken), field_.type) != std::end(taken)) {
-    auto*& list = MessageAccess::collection<std::vector<T>>(
+    auto*& list = AccessorRules::collection<std::vector<T>>(
         *message_, "MsgFieldContext::replaceValue",
         {field_.fieldNumber, field_.slot, message_->getTagID(), field_.hash}, true);
     if (list != nullptr) {

@@ -50,7 +50,7 @@ std::string enumeratorText(const _ClassDef* enumeration, int value)
 {
   const std::string name = enumeration != nullptr ? XMLDecoder::getEnumString(*enumeration, value) : "";
   if (!name.empty()) {
-    const FieldDef* enumerator = findField(*enumeration, static_cast<std::uint32_t>(value));
+    const FieldDef* enumerator = findEnumerator(enumeration, value);
     Annotation::Text text;
     if (enumerator != nullptr && XMLDecoder::getTextAnnotation(*enumerator, text)) {
       return text.text;
@@ -84,7 +84,7 @@ std::string enumText(const MsgFieldContext& field)
   }
   const YMMessageBase& message = *field.getMessage();
   const auto reference = packedReference(def);
-  const _ClassDef* enumeration = findClass(reference.system, reference.classIndex);
+  const _ClassDef* enumeration = findClass(reference);
   if (enumeration != nullptr && !enumeration->isEnum()) {
     enumeration = nullptr;
   }

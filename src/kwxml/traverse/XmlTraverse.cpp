@@ -3,7 +3,7 @@
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -19,12 +19,9 @@ void XmlTraverseHandler::endSubObject(MsgFieldContext&) {}
 void XmlTraverseHandler::endTraverse(std::string) {}
 void XmlTraverse::visit(MsgFieldContext&) {}
 
-namespace {
+using kwxml::log;
 
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
+namespace {
 
 /// The class name of a tag name: what follows its first "_".
 std::string traverseName(const YMMessageBase& message)
@@ -64,6 +61,7 @@ struct XmlTraverse::Walk
   bool message(YMMessageBase& holder, const _ClassDef& cls, const FieldDefTraverseInfo* parent);
   bool field(YMMessageBase& holder, const FieldDef& def, const FieldDefTraverseInfo* parent);
   bool list(YMMessageBase& holder, MsgFieldContext& context);
+  bool missingItem(YMMessageBase& holder, MsgFieldContext& context);
   bool object(YMMessageBase& holder, MsgFieldContext& context);
   /// The walk of a message in a field, with what surrounds it. `find` gives the message, or null: it is asked
   /// when the visitor has been told, who may have taken it away.
@@ -145,7 +143,7 @@ bool XmlTraverse::Walk::field(YMMessageBase& holder, const FieldDef& def, const 
 const _ClassDef* XmlTraverse::Walk::referenced(const FieldDef& def)
 {
   const auto reference = kwxml::packedReference(def);
-  return kwxml::findClass(reference.system, reference.classIndex);
+  return kwxml::findClass(reference);
 }
 
 std::unique_ptr<YMMessageBase> XmlTraverse::Walk::create(const FieldDef& def)
@@ -162,7 +160,7 @@ std::unique_ptr<YMMessageBase> XmlTraverse::Walk::create(const FieldDef& def)
   }
   const auto reference = kwxml::packedReference(def);
   auto system = static_cast<short>(reference.system);
-  auto index = static_cast<int>(reference.classIndex);
+  auto index = reference.classIndex;
   std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromIndices(system, index));
   if (made != nullptr) {
     ++owner.created_;
@@ -224,9 +222,13 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
     }
     return false;
   }
-  if (!flags.createMissing) {
-    return false;
-  }
+  return flags.createMissing && missingItem(holder, context);
+}
+
+/// Shows an item that an empty list does not have; true when it is kept.
+bool XmlTraverse::Walk::missingItem(YMMessageBase& holder, MsgFieldContext& context)
+{
+  const FieldDef& def = context.getField();
   const _ClassDef* cls = referenced(def);
   if (cls == nullptr) {
     log().logError(function(), "[%s]", "Could not retrieve metadata for specified object");
@@ -239,10 +241,11 @@ bool XmlTraverse::Walk::list(YMMessageBase& holder, MsgFieldContext& context)
   if (made == nullptr) {
     return false;
   }
-  if (!nested(context, [&] { return made.get(); }) || !flags.keepCreated || !ofMessages) {
+  if (!nested(context, [&] { return made.get(); }) || !flags.keepCreated || def.type != FIELD_LIST_OBJECT) {
     return false;
   }
-  Messages*& list = MessageAccess::pointer<Messages>(holder, def.slot);
+  using Messages = std::vector<YMMessageBase>;
+  auto*& list = MessageAccess::pointer<Messages>(holder, def.slot);
   if (list == nullptr) {
     list = new Messages;
   }

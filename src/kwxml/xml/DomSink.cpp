@@ -1,6 +1,6 @@
 #include <kwxml/xml/DomSink.h>
 
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/xml/XmlText.h>
 
 #include <xercesc/dom/DOM.hpp>
@@ -38,19 +38,15 @@ private:
   std::u16string long_;
 };
 
-/// Runs one operation on the document; a DOM exception is logged under the operation's public name.
+/// Runs one operation on the document; a DOM exception is logged under the operation's public name, as a
+/// failure of the tag.
 template <class Operation>
-bool guarded(const char* function, const char* format, const char* name, Operation operation)
+void guarded(const char* function, const char* name, Operation operation)
 {
   try {
     operation();
-    return true;
   } catch (const xercesc::DOMException&) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    XMLDebug::getInstance()->logError(function, format, name != nullptr ? name : "");
-#pragma GCC diagnostic pop
-    return false;
+    log().logError(function, DomSink::tagFailure, name != nullptr ? name : "");
   }
 }
 
@@ -110,30 +106,33 @@ bool DomSink::constructMapElements(xercesc::DOMDocument* document, xercesc::DOME
                                    xercesc::DOMElement*& value, const char* name)
 {
   entry = key = value = nullptr;
-  return guarded("XMLSerializer::constructMapElements", "Error constructing map object [%s].", name, [&] {
-    xercesc::DOMElement* made = document->createElement(DomName(name));
-    try {
-      key = child(document, made, "__mapKey__");
-      value = child(document, made, "__mapValue__");
-      parent->appendChild(made);
-    } catch (const xercesc::DOMException&) {
-      key = value = nullptr;
-      made->release();
-      throw;
-    }
+  xercesc::DOMElement* made = nullptr;
+  try {
+    made = document->createElement(DomName(name));
+    key = child(document, made, "__mapKey__");
+    value = child(document, made, "__mapValue__");
+    parent->appendChild(made);
     entry = made;
-  });
+    return true;
+  } catch (const xercesc::DOMException&) {
+    key = value = nullptr;
+    if (made != nullptr) {
+      made->release();
+    }
+    log().logError("XMLSerializer::constructMapElements", "Error constructing map object [%s].",
+                   name != nullptr ? name : "");
+    return false;
+  }
 }
 
 void DomSink::attribute(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeNodeToXML", tagFailure, name,
-          [&] { current_->setAttribute(DomName(name), value); });
+  guarded("XMLSerializer::writeNodeToXML", name, [&] { current_->setAttribute(DomName(name), value); });
 }
 
 void DomSink::textElement(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeNodeToXML", tagFailure, name, [&] {
+  guarded("XMLSerializer::writeNodeToXML", name, [&] {
     xercesc::DOMElement* element = child(document_, current_, name);
     element->appendChild(document_->createTextNode(value));
   });
@@ -141,7 +140,7 @@ void DomSink::textElement(const char* name, const char16_t* value)
 
 void DomSink::cdataElement(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeAsCDATA", tagFailure, name, [&] {
+  guarded("XMLSerializer::writeAsCDATA", name, [&] {
     xercesc::DOMElement* element = child(document_, current_, name);
     element->appendChild(document_->createCDATASection(value));
   });
@@ -149,19 +148,18 @@ void DomSink::cdataElement(const char* name, const char16_t* value)
 
 void DomSink::itemAttribute(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeToXML", tagFailure, name,
-          [&] { current_->setAttribute(DomName(name), value); });
+  guarded("XMLSerializer::writeListNodeToXML", name, [&] { current_->setAttribute(DomName(name), value); });
 }
 
 void DomSink::text(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeToXML", tagFailure, name,
+  guarded("XMLSerializer::writeListNodeToXML", name,
           [&] { current_->appendChild(document_->createTextNode(value)); });
 }
 
 void DomSink::cdata(const char* name, const char16_t* value)
 {
-  guarded("XMLSerializer::writeListNodeAsCDATA", tagFailure, name,
+  guarded("XMLSerializer::writeListNodeAsCDATA", name,
           [&] { current_->appendChild(document_->createCDATASection(value)); });
 }
 

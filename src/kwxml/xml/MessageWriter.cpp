@@ -1,12 +1,12 @@
 #include <kwxml/xml/MessageWriter.h>
 
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
-#include <kwxml/model/NumberText.h>
-#include <kwxml/xml/Base64.h>
-#include <kwxml/xml/Dates.h>
-#include <kwxml/xml/PasswordFields.h>
+#include <kwxml/text/Base64.h>
+#include <kwxml/text/Dates.h>
+#include <kwxml/text/NumberText.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -160,9 +160,8 @@ template <class Tag>
     putScalar(field);
   } else if constexpr (ByteString<Tag>) {
     if (const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot)) {
-      if (base64(value->text())) {
-        putScalar(field);
-      }
+      base64(value->text());
+      putScalar(field);
     }
   } else if constexpr (PasswordString<Tag>) {
     const pstring* value = MessageAccess::pointer<pstring>(std::as_const(message), slot);
@@ -216,10 +215,7 @@ void MessageWriter::writeList(const Field& field, const typename Tag::Value& lis
       if constexpr (Tag::type == FIELD_LIST_STRING) {
         field.cdata ? utf8(cdataText(item)) : utf8(item);
       } else if constexpr (Tag::type == FIELD_LIST_BSTRING) {
-        if (!base64(item.text())) {
-          sink_.close();
-          continue;
-        }
+        base64(item.text());
       } else if constexpr (std::is_floating_point_v<std::decay_t<decltype(item)>>) {
         number(static_cast<double>(item));
       } else if constexpr (std::is_signed_v<std::decay_t<decltype(item)>>) {
@@ -269,178 +265,6 @@ void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int p
     sink_.mapValue();
     writeMapPart(value, passwordMode);
     sink_.closeMapEntry();
-  }
-}
-
-// ---- Texts
-
-bool MessageWriter::integerText(const Field& field, long long value)
-{
-  constexpr int secondsPerDay = 86400;
-  if (!flags_.readableForm || !field.annotations.present()) {
-    number(value);
-    return true;
-  }
-  if (field.annotations.isTimeOfDay()) {
-    if (value > secondsPerDay || value < INT_MIN) {
-      XMLDebug::getInstance()->logError(function, "Invalid time in seconds [%d]",
-                                        static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX)));
-      return false;
-    }
-    char clock[80];
-    const auto seconds = static_cast<int>(value);
-    ascii({clock, static_cast<std::size_t>(std::snprintf(clock, sizeof clock, "%02d:%02d:%02d",
-                                                         seconds / 3600, seconds / 60 % 60, seconds % 60))});
-    return true;
-  }
-  const int dateForm = field.annotations.dateForm();
-  if (dateForm == 0) {
-    number(value);
-    return true;
-  }
-  if (value == 0) {
-    return false;
-  }
-  char date[504];
-  // Timestamps are 32-bit seconds; a larger value has no date and is not shown as another one.
-  if (value != static_cast<int>(value) ||
-      !writeXDate(static_cast<int>(value), static_cast<Annotation::DateType>(dateForm), date)) {
-    XMLDebug::getInstance()->logError(function, "[%s]", "Unable to convert timestamp to date");
-    return false;
-  }
-  ascii(date);
-  return true;
-}
-
-bool MessageWriter::enumText(const Field& field, long long value)
-{
-  if (!flags_.readableForm && !flags_.enumsAsNames) {
-    number(value);
-    return true;
-  }
-  const _ClassDef* cls = YMMessageBase::GetClassDefFromClassID(field.def);
-  const FieldDef* enumerator = cls != nullptr && value == static_cast<int>(value)
-                                   ? findField(*cls, static_cast<std::uint32_t>(value))
-                                   : nullptr;
-  if (enumerator == nullptr) {
-    XMLDebug::getInstance()->logError(function, "Field [%s] does not accept value [%lld]", field.name(),
-                                      value);
-    return false;
-  }
-  utf8(enumerator->getName());
-  return true;
-}
-
-bool MessageWriter::passwordText(const Field& field, const pstring& value, int passwordMode)
-{
-  if (!field.annotations.present()) {
-    XMLDebug::getInstance()->logError(function, "There are no annotations specified on this field : [%s]",
-                                      field.name());
-    return false;
-  }
-  const int type = field.annotations.passwordType();
-  if (type == 0) {
-    XMLDebug::getInstance()->logError(function, "Password annotation is not specified on this field : [%s]",
-                                      field.name());
-    return false;
-  }
-  if (flags_.maskPasswords) {
-    ascii("*******");
-    return true;
-  }
-  if (passwordMode <= 1) {
-    return base64(value.text());
-  }
-  std::string text;
-  if (encryptPassword({flags_, context_}, type, value, text) == passwordHandlerMissing) {
-    XMLDebug::getInstance()->logError(
-        function, "Password Handler Not Found while serializing bstring field [%s]", field.name());
-    return false;
-  }
-  utf8(text);
-  return true;
-}
-
-void MessageWriter::ascii(std::string_view text)
-{
-  buffer_.resize(text.size());
-  std::copy(text.begin(), text.end(), buffer_.begin());
-  text_ = buffer_.c_str();
-}
-
-void MessageWriter::number(long long value)
-{
-  NumberBuffer digits;
-  ascii(formatInteger(value, digits));
-}
-
-void MessageWriter::number(unsigned long long value)
-{
-  NumberBuffer digits;
-  ascii(formatUnsigned(value, digits));
-}
-
-void MessageWriter::number(double value)
-{
-  NumberBuffer digits;
-  ascii(formatDouble(value, digits));
-}
-
-void MessageWriter::utf8(const std::string& value)
-{
-  // ASCII without forbidden control characters, as nearly every text is, needs no transcoder and no escaper:
-  // widened while that is found out.
-  bool plain = true;
-  buffer_.resize(value.size());
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    const auto c = static_cast<unsigned char>(value[i]);
-    plain &= (c >= 0x20 && c < 0x80) || c == '\t' || c == '\n' || c == '\r';
-    buffer_[i] = c;
-  }
-  if (plain) {
-    text_ = buffer_.c_str();
-    return;
-  }
-  XMLChstring wide;
-  if (!XMLEncXStr::convertUTF8ToUTF16(value, wide)) {
-    XMLEncXStr::convertUnformattedToUTF16(value, wide);
-  }
-  text_ = wide.length() == 0 ? u"" : toXmlCh(escaper_.encodeInvalidChars(wide.c_str(), wide.length()));
-  if (text_ == toXmlCh(wide.c_str())) {  // nothing to escape: the text outlives `wide` in the buffer
-    buffer_.assign(text_, wide.length());
-    text_ = buffer_.c_str();
-  }
-}
-
-bool MessageWriter::base64(const std::string& bytes)
-{
-  std::string text;
-  if (!base64Encode(bytes, text)) {
-    return false;  // logged
-  }
-  utf8(text);
-  return true;
-}
-
-void MessageWriter::putScalar(const Field& field)
-{
-  if (field.cdata) {
-    sink_.cdataElement(field.name(), text_);
-  } else if (flags_.valuesAsElements) {
-    sink_.textElement(field.name(), text_);
-  } else {
-    sink_.attribute(field.name(), text_);
-  }
-}
-
-void MessageWriter::putItem(bool cdata)
-{
-  if (cdata) {
-    sink_.cdata("val", text_);
-  } else if (flags_.valuesAsElements) {
-    sink_.text("val", text_);
-  } else {
-    sink_.itemAttribute("val", text_);
   }
 }
 

@@ -65,7 +65,7 @@ private:
   void number(double value);
   void ascii(std::string_view text);
   void utf8(const std::string& value);
-  [[nodiscard]] bool base64(const std::string& bytes);
+  void base64(const std::string& bytes);
 
   /// Puts text_ where a scalar, or an item of a list, belongs.
   void putScalar(const Field& field);

@@ -1,6 +1,7 @@
 #include <kwxml/xml/Transcoding.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/text/Utf8.h>
 #include <kwxml/xml/XercesRuntime.h>
 #include <kwxml/xml/XmlCh.h>
 
@@ -52,15 +53,6 @@ std::size_t countUtf16(const std::string& text) noexcept
   return units;
 }
 
-constexpr bool isHighSurrogate(unsigned short unit)
-{
-  return (unit & 0xFC00) == 0xD800;
-}
-constexpr bool isLowSurrogate(unsigned short unit)
-{
-  return (unit & 0xFC00) == 0xDC00;
-}
-
 /// The bytes that a UTF-16 text takes in UTF-8; nothing when a surrogate has no partner. The XML library's
 /// transcoder does not look for those: it would write them out as bytes that are not UTF-8.
 std::optional<std::size_t> countUtf8(const unsigned short* text, std::size_t length) noexcept
@@ -68,13 +60,13 @@ std::optional<std::size_t> countUtf8(const unsigned short* text, std::size_t len
   std::size_t bytes = 0;
   for (std::size_t i = 0; i < length; ++i) {
     const unsigned short unit = text[i];
-    if (isHighSurrogate(unit)) {
-      if (i + 1 == length || !isLowSurrogate(text[i + 1])) {
+    if (kwxml::isLeadSurrogate(unit)) {
+      if (i + 1 == length || !kwxml::isTrailSurrogate(text[i + 1])) {
         return std::nullopt;
       }
       bytes += 4;
       ++i;
-    } else if (isLowSurrogate(unit)) {
+    } else if (kwxml::isTrailSurrogate(unit)) {
       return std::nullopt;
     } else {
       bytes += unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
@@ -219,13 +211,7 @@ bool XMLEncXStr::convertUnformattedToUTF16(const std::string& in, XMLChstring& o
   std::string utf8;
   utf8.reserve(2 * length);
   for (std::size_t i = 0; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(in[i]);
-    if (byte < 0x80) {
-      utf8 += static_cast<char>(byte);
-    } else {
-      utf8 += static_cast<char>(0xC0 | (byte >> 6));
-      utf8 += static_cast<char>(0x80 | (byte & 0x3F));
-    }
+    kwxml::putUtf8(static_cast<unsigned char>(in[i]), [&utf8](char byte) { utf8 += byte; });
   }
   XMLDebug::getInstance()->debug("XMLEncXStr::convertUnformattedToUTF16", 0,
                                  "Translated ASCII-8 to UTF-8. Input length [%zu]. Output length [%zu].",

@@ -1,32 +1,21 @@
 #include <kwxml/xml/XMLSerializer.h>
 
-#include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/platform/CYxFile.h>
-#include <kwxml/platform/KwException.h>
 #include <kwxml/xml/DomSink.h>
-#include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageWriter.h>
-#include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XercesRuntime.h>
 #include <kwxml/xml/XmlText.h>
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/framework/XMLPScanToken.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include <memory>
 
-bool skipValidation = false;
+using kwxml::log;
 
 namespace {
-
-constexpr int notWellFormed = 4;
-constexpr int parseFailed = 5;
 
 template <class T>
 struct Release
@@ -35,11 +24,6 @@ struct Release
 };
 template <class T>
 using Released = std::unique_ptr<T, Release<T>>;
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 xercesc::DOMImplementation* domImplementation()
 {
@@ -293,285 +277,4 @@ int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)
     return 1;
   }
   return 0;
-}
-
-// ---- Reading
-
-namespace {
-
-constexpr const char16_t* sourceName = u"unknown";
-
-/// The wide text as UTF-16; false when it holds something that is no code point.
-bool toUtf16(const wchar_t* text, std::u16string& out)
-{
-  for (; *text != 0; ++text) {
-    const auto c = static_cast<std::uint32_t>(*text);
-    if (c < 0x10000) {
-      out += static_cast<char16_t>(c);
-    } else if (c < 0x110000) {
-      out += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-      out += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-    } else {
-      return false;
-    }
-  }
-  return true;
-}
-
-/// An input source over UTF-16 units, whatever encoding the text itself declares.
-std::unique_ptr<xercesc::MemBufInputSource> wideSource(const std::u16string& text)
-{
-  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
-                                                             text.size() * sizeof(char16_t), sourceName);
-  source->setEncoding(xercesc::XMLUni::fgUTF16LEncodingString);
-  source->setCopyBufToStream(false);
-  return source;
-}
-
-std::unique_ptr<xercesc::MemBufInputSource> narrowSource(const std::string& text)
-{
-  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
-                                                             text.size(), sourceName);
-  source->setCopyBufToStream(false);
-  return source;
-}
-
-}  // namespace
-
-int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
-{
-  constexpr const char* function = "XMLSerializer::parserHelper";
-  if (!initialize()) {
-    log().logError(function, "[%s]", "Error initializing xerces library");
-    return parseFailed;
-  }
-  if (log().getDebugLevel() > 24) {
-    log().debug(function, 25, "Received xml for unserialization : [%s]", xml.c_str());
-  }
-  if (handler == nullptr) {
-    log().logError(function, "[%s]", "Received NULL handler");
-    return parseFailed;
-  }
-  handler->setContextInfo(context_);
-  handler->setEncodingFlags(flags_);
-  kwxml::ParserMemory memory;
-  try {
-    const auto source = narrowSource(xml);
-    kwxml::GuardedReader reader(memory, *handler);
-    reader.readNarrow(skipValidation);
-    reader->parse(*source);
-  } catch (const xercesc::XMLException& e) {
-    log().logError(function, "XMLException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
-                   xml.c_str());
-    return parseFailed;
-  } catch (const xercesc::SAXParseException& e) {
-    log().logError(function, "SAXParseException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
-                   xml.c_str());
-    return notWellFormed;
-  } catch (...) {
-    log().logError(function, "Unknown Exception!\nXML : [%s]", xml.c_str());
-    return parseFailed;
-  }
-  return 0;
-}
-
-int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate)
-{
-  constexpr const char* function = "XMLSerializer::parserHelperWideChar";
-  if (!initialize()) {
-    log().logError(function, "[%s]", "Error initializing xerces library");
-    return parseFailed;
-  }
-  if (handler == nullptr || xml == nullptr) {
-    log().logError(function, "[%s]", handler == nullptr ? "Received NULL handler" : "Received NULL string");
-    return parseFailed;
-  }
-  handler->setContextInfo(context_);
-  handler->setEncodingFlags(flags_);
-  kwxml::ParserMemory memory;
-  try {
-    std::u16string text;
-    if (!toUtf16(xml, text)) {
-      log().logError(function, "XMLException : [%s]", "The text holds a value that is no Unicode code point");
-      return parseFailed;
-    }
-    const auto source = wideSource(text);
-    kwxml::GuardedReader reader(memory, *handler);
-    reader.readWide(validate);
-    reader->parse(*source);
-  } catch (const xercesc::XMLException& e) {
-    log().logError(function, "XMLException : [%s]", kwxml::toUtf8(e.getMessage()).c_str());
-    return parseFailed;
-  } catch (const xercesc::SAXParseException& e) {
-    log().logError(function, "SAXParseException: %s", kwxml::toUtf8(e.getMessage()).c_str());
-    return notWellFormed;  // as for narrow text
-  } catch (...) {
-    log().logError(function, "[%s]", "Unknown Exception!");
-    return parseFailed;
-  }
-  return 0;
-}
-
-YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)
-{
-  return handler.takeMessage();
-}
-
-template <class Parse>
-int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse parse)
-{
-  MySAX2Handler handler;
-  YMMessageBase merged;
-  if (merge) {
-    merged = message;
-    handler.setTargetMessage(&merged);
-  }
-  const int result = parse(handler);
-  if (result != 0) {
-    return result;
-  }
-  if (merge) {
-    message = std::move(merged);
-    return 0;
-  }
-  const std::unique_ptr<YMMessageBase> read(handler.takeMessage());
-  if (read == nullptr) {
-    return parseFailed;
-  }
-  try {
-    if (message.getClass() == read->getClass() && !kwxml::MessageAccess::buffer(message).isExternal()) {
-      message = std::move(*read);
-    } else {
-      message = *read;  // keeps the caller's storage, and refuses another class
-    }
-  } catch (const KwException&) {
-    return parseFailed;
-  }
-  return 0;
-}
-
-int XMLSerializer::unserialize(YMMessageBase& message, const std::string& xml, bool merge)
-{
-  return unserializeWith(message, merge, [&](MySAX2Handler& handler) { return parserHelper(&handler, xml); });
-}
-
-int XMLSerializer::unserialize(YMMessageBase& message, const wchar_t* xml, bool merge)
-{
-  return unserializeWith(message, merge,
-                         [&](MySAX2Handler& handler) { return parserHelperWideChar(&handler, xml, false); });
-}
-
-YMMessageBase* XMLSerializer::unserialize(const std::string& xml)
-{
-  MySAX2Handler handler;
-  return parserHelper(&handler, xml) == 0 ? handler.takeMessage() : nullptr;
-}
-
-// ---- Peeking
-
-bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
-                                           unsigned int& tag)
-{
-  constexpr const char* function = "XMLSerializer::_GetTagAndTagIDFromXML";
-  tagName.clear();
-  tag = 0;
-  MySAX2Handler handler;
-  bool started = false;
-  kwxml::ParserMemory memory;
-  try {
-    kwxml::GuardedReader reader(memory, handler);
-    reader.readNarrow(skipValidation);
-    xercesc::XMLPScanToken token;
-    started = source != nullptr && reader->parseFirst(*source, token);
-    if (started) {
-      while (handler.getMessage() == nullptr && reader->parseNext(token)) {
-      }
-      reader->parseReset(token);
-    }
-  } catch (...) {  // what went wrong shows in what was read
-  }
-  const YMMessageBase* message = handler.getMessage();
-  if (message == nullptr) {
-    log().logError(
-        function, "[%s]",
-        started ? "Unable to retrieve tag for given xml" : "Unable to retrieve token for given xml");
-    return false;
-  }
-  tagName = message->getTagName();
-  tag = static_cast<unsigned int>(message->getTagID());
-  return true;
-}
-
-namespace {
-
-template <class Text, class MakeSource>
-bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsigned int& tag,
-          const char* function, MakeSource makeSource)
-{
-  std::string found;  // `tagName` may be the text itself
-  unsigned int foundTag = 0;
-  if (xml.empty()) {
-    log().debug(function, 10, "[%s]", "Received empty xml");
-  } else if (!XMLSerializer::initialize()) {
-    log().logError(function, "[%s]", "Error initializing xerces library");
-  } else {
-    const auto source = makeSource();
-    if (source == nullptr || !XMLSerializer::_GetTagAndTagIDFromXML(source.get(), found, foundTag)) {
-      log().logError(function, "Error retrieving tag for given xml : [%s]", shown.c_str());
-    }
-  }
-  tagName = std::move(found);
-  tag = foundTag;
-  return tag != 0;
-}
-
-}  // namespace
-
-bool XMLSerializer::GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName, unsigned int& tag)
-{
-  return peek(xml, xml, tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(string)",
-              [&] { return narrowSource(xml); });
-}
-
-bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName, unsigned int& tag)
-{
-  std::u16string text;
-  const bool valid = toUtf16(xml.c_str(), text);
-  return peek(xml, kwxml::toUtf8(text), tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(wstring)",
-              [&] { return valid ? wideSource(text) : nullptr; });
-}
-
-// ---- Members of the message that need XML
-
-void YMMessageBase::Initialize()
-{
-  XMLSerializer::initialize();
-}
-
-int YMMessageBase::ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,
-                                   std::string& errorText)
-{
-  out = createObject(tag);
-  if (out == nullptr) {
-    errorText = "Unable to construct object with tagID : [" + std::to_string(tag) + "]";
-    return 1;
-  }
-  if (!parseNow) {
-    if (xml != nullptr) {
-      out->setSerializedXMLString(xml, false);
-    }
-    return 0;
-  }
-  if (xml == nullptr) {
-    errorText = "Received NULL string for unserialization";
-  } else {
-    KwXMLContextInfo context;
-    if (XMLSerializer(EncodingFlags(), &context).unserialize(*out, xml) == 0) {
-      return 0;
-    }
-    errorText = "Unserialization failed for given xml : [" + std::string(xml) + "]";
-  }
-  delete out;
-  out = nullptr;
-  return 1;
 }

@@ -1,49 +1,26 @@
 #include <kwxml/xml/XmlText.h>
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/text/Utf8.h>
 #include <kwxml/xml/Transcoding.h>
 
 namespace kwxml {
 
 namespace {
 
-constexpr bool isLead(char16_t c)
-{
-  return c >= 0xD800 && c < 0xDC00;
-}
-constexpr bool isTrail(char16_t c)
-{
-  return c >= 0xDC00 && c < 0xE000;
-}
-
 /// Calls `put(char)` for each UTF-8 byte of the text.
 template <class Put>
 void forEachUtf8Byte(std::u16string_view text, Put put)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
-    char32_t c = text[i];
+    const char16_t c = text[i];
     if (c < 0x80) {
       put(static_cast<char>(c));
-      continue;
-    }
-    if (isLead(text[i]) && i + 1 < text.size() && isTrail(text[i + 1])) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
-    } else if (isLead(text[i]) || isTrail(text[i])) {
-      put('?');
-      continue;
-    }
-    if (c < 0x800) {
-      put(static_cast<char>(0xC0 | c >> 6));
+    } else if (isLeadSurrogate(c) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
+      putUtf8(joinSurrogates(c, text[++i]), put);
     } else {
-      if (c < 0x10000) {
-        put(static_cast<char>(0xE0 | c >> 12));
-      } else {
-        put(static_cast<char>(0xF0 | c >> 18));
-        put(static_cast<char>(0x80 | (c >> 12 & 0x3F)));
-      }
-      put(static_cast<char>(0x80 | (c >> 6 & 0x3F)));
+      putUtf8(isCharacter(c) ? c : U'?', put);
     }
-    put(static_cast<char>(0x80 | (c & 0x3F)));
   }
 }
 
@@ -70,10 +47,9 @@ bool isXmlText(std::u16string_view text)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char16_t c = text[i];
-    if (isLead(c) && i + 1 < text.size() && isTrail(text[i + 1])) {
+    if (isLeadSurrogate(c) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
       ++i;
-    } else if ((c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r') || isLead(c) || isTrail(c) ||
-               c > 0xFFFD) {
+    } else if ((c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r') || !isCharacter(c) || c > 0xFFFD) {
       return false;
     }
   }

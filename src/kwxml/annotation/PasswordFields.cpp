@@ -1,22 +1,17 @@
-#include <kwxml/xml/PasswordFields.h>
+#include <kwxml/annotation/PasswordFields.h>
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/Metadata.h>
 #include <kwxml/model/SecretBuffer.h>
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 namespace kwxml {
 
 namespace {
 
 constexpr int remarkLevel = 10;
-
-XMLDebug& log()
-{
-  return *XMLDebug::getInstance();
-}
 
 PasswordAlgorithm algorithmFor(PasswordDirection direction, int type)
 {

@@ -1,4 +1,4 @@
-#include <kwxml/model/NumberText.h>
+#include <kwxml/text/NumberText.h>
 
 #include <locale.h>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include <kwxml/xml/Base64.h>
+#include <kwxml/text/Base64.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
 

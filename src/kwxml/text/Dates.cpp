@@ -1,7 +1,7 @@
-#include <kwxml/xml/Dates.h>
+#include <kwxml/text/Dates.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
-#include <kwxml/model/NumberText.h>
+#include <kwxml/text/NumberText.h>
 
 #include <algorithm>
 #include <climits>

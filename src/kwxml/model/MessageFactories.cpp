@@ -1,0 +1,139 @@
+// New messages by tag, indices or packed reference, and the processing-instruction message.
+#include <kwxml/model/YMMessageBase.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/AccessorRules.h>
+
+#include <memory>
+
+using kwxml::MessageAccess;
+
+YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
+{
+  short system = 0;
+  int index = 0;
+  if (!getIndicesFromTagID(system, index, tag)) {
+    XMLDebug::getInstance()->logError("YMMessageBase::createObject",
+                                      "TagId : [%lu] could not be resolved to a message.", tag);
+    return nullptr;
+  }
+  return new (std::nothrow) YMMessageBase(system, index);
+}
+
+YMMessageBase* YMMessageBase::createObjectFromIndices(short& system, int& classIndex)
+{
+  if (kwxml::findClass(static_cast<unsigned short>(system), classIndex) == nullptr) {
+    return nullptr;
+  }
+  return new (std::nothrow) YMMessageBase(system, classIndex);
+}
+
+YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packed, bool)
+{
+  if (packed == nullptr) {
+    return nullptr;
+  }
+  const auto reference = kwxml::PackedReference::read(packed);
+  if (kwxml::findClass(reference) == nullptr) {
+    XMLDebug::getInstance()->logError(
+        "YMMessageBase::createObjectFromClassID",
+        "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", reference.system,
+        reference.classIndex);
+    return nullptr;
+  }
+  return new (std::nothrow) YMMessageBase(reference.system, reference.classIndex);
+}
+
+YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
+{
+  constexpr const char* function = "YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo";
+  if (packed == nullptr) {
+    return nullptr;
+  }
+  const auto reference = kwxml::PackedReference::read(packed);
+  const auto system = reference.system;
+  const auto classIndex = reference.classIndex;
+  if (system >= XML_KWMessage_MessageSystemChooser::numberOfSystems) {
+    XMLDebug::getInstance()->logError(
+        function, "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", system,
+        classIndex);
+    return nullptr;
+  }
+  unsigned long tag = 0;
+  if (classIndex > INT16_MAX ||
+      !getTagIDFromIndices(static_cast<short>(system), static_cast<short>(classIndex), tag)) {
+    XMLDebug::getInstance()->logError(
+        function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
+    return nullptr;
+  }
+  return tag == kwxml::processingInstructionTag ? nullptr
+                                                : new (std::nothrow) YMMessageBase(system, classIndex);
+}
+
+int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
+                                   YMMessageBase*& out, bool parseNow, std::string& errorText)
+{
+  return ConstructObject(system << 24 | classId, xml, out, parseNow, errorText);
+}
+
+// ---- Processing-instruction info
+
+namespace {
+
+/// The record of field 0 where it holds the processing-instruction message; null otherwise.
+const FieldDef* processingInstructionField(const YMMessageBase& message)
+{
+  const _ClassDef* cls = message.getClass();
+  const int system = message.getSubsysID();
+  if (cls == nullptr || system == 18 || system == 27 || cls->numberOfFields == 0 ||
+      cls->fields[0].type != FIELD_OBJECT) {
+    return nullptr;
+  }
+  const auto reference = kwxml::packedReference(cls->fields[0]);
+  const _ClassDef* field = kwxml::findClass(reference);
+  const bool same =
+      field != nullptr && kwxml::tagOf(reference.system, *field) == kwxml::processingInstructionTag;
+  return same ? &cls->fields[0] : nullptr;
+}
+
+}  // namespace
+
+KwEntities::ProcessingInstructionInfo*& YMMessageBase::getProcessinginstructioninfo(bool create)
+{
+  using Info = KwEntities::ProcessingInstructionInfo;
+  const FieldDef* def = processingInstructionField(*this);
+  if (def == nullptr || (!MessageAccess::isSet(*this, *def) && !create)) {
+    return kwxml::AccessorRules::nullPointer<Info>();
+  }
+  auto*& info = MessageAccess::pointer<YMMessageBase>(*this, def->slot);
+  if (!MessageAccess::isSet(*this, *def)) {
+    const auto reference = kwxml::packedReference(*def);
+    delete std::exchange(info, new YMMessageBase(reference.system, reference.classIndex));
+    MessageAccess::mark(*this, *def);
+  }
+  // A wrapper derives from the message class alone and adds nothing, so the pointer is the same.
+  return MessageAccess::pointer<Info>(*this, def->slot);
+}
+
+void YMMessageBase::setProcessinginstructioninfo(KwEntities::ProcessingInstructionInfo* info)
+{
+  const FieldDef* def = processingInstructionField(*this);
+  if (def == nullptr) {
+    XMLDebug::getInstance()->logError("YMMessageBase::setProcessinginstructioninfo",
+                                      "Calling this function on message [%s] is not valid",
+                                      getTagName().c_str());
+    return;
+  }
+  if (info == nullptr) {
+    deleteMember(def->fieldNumber, tagId_, def->hash, false);
+    return;
+  }
+  const auto& source = *reinterpret_cast<const YMMessageBase*>(info);
+  auto*& slot = MessageAccess::pointer<YMMessageBase>(*this, def->slot);
+  if (slot != nullptr) {
+    *slot = source;
+  } else {
+    slot = new YMMessageBase(source);
+  }
+  MessageAccess::mark(*this, *def);
+}
