@@ -4,6 +4,7 @@
 #include "Report.h"
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/xml/RootName.h>
 
 #include <algorithm>
 #include <charconv>
@@ -107,11 +108,11 @@ std::vector<std::string> tagNames()
 std::vector<std::string> rootNames()
 {
   std::vector<std::string> names;
-  forEachClass([&](int, int, const MessageSystemRow& row, const _ClassDef& cls) {
+  forEachClass([&](int system, int, const MessageSystemRow& row, const _ClassDef& cls) {
     if (!cls.isEnum()) {
       names.push_back(std::string(row.name) + "_" + cls.name);
-      if (std::string_view(row.name) == "MonitoringHost") {  // goes by another name in XML
-        names.push_back(std::string("SystemMonitoring_") + cls.name);
+      if (std::string root = rootElementName(system, cls); root != names.back()) {
+        names.push_back(std::move(root));
       }
     }
   });

@@ -1,6 +1,5 @@
 #include <kwxml/traverse/DefaultRenderContext.h>
 
-#include <kwxml/text/NumberText.h>
 #include <kwxml/traverse/Rendering.h>
 
 void DefaultRenderContext::startHeader(std::string)
@@ -46,59 +45,6 @@ void DefaultRenderContext::writeEnum(MsgFieldContext& field)
   }
 }
 
-void DefaultRenderContext::writeAttribute(std::string name, int value)
-{
-  writeAttribute(std::move(name), static_cast<long long>(value));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, unsigned int value)
-{
-  writeAttribute(std::move(name), static_cast<unsigned long>(value));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, long value)
-{
-  writeAttribute(std::move(name), static_cast<long long>(value));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, unsigned long value)
-{
-  kwxml::NumberBuffer buffer;
-  writeAttribute(std::move(name), std::string(kwxml::formatUnsigned(value, buffer)));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, long long value)
-{
-  kwxml::NumberBuffer buffer;
-  writeAttribute(std::move(name), std::string(kwxml::formatInteger(value, buffer)));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, float value)
-{
-  writeAttribute(std::move(name), static_cast<double>(value));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, double value)
-{
-  kwxml::NumberBuffer buffer;
-  writeAttribute(std::move(name), std::string(kwxml::formatDouble(value, buffer)));
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, bool value)
-{
-  writeAttribute(std::move(name), value ? "true" : "false");
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, std::string value)
-{
-  write(name, ":[", value + "]");
-}
-
-void DefaultRenderContext::writeAttribute(std::string name, const char* value)
-{
-  writeAttribute(std::move(name), std::string(value != nullptr ? value : ""));
-}
-
 void DefaultRenderContext::writeAttribute(std::string name, const pstring&)
 {
   writeAttribute(std::move(name), "****");
@@ -107,4 +53,9 @@ void DefaultRenderContext::writeAttribute(std::string name, const pstring&)
 void DefaultRenderContext::writeAttribute(std::string name, bstring value)
 {
   writeAttribute(std::move(name), value.text());
+}
+
+void DefaultRenderContext::addToOutPut(std::string_view name, std::string_view value)
+{
+  write(name, ":[", std::string(value) + "]");
 }

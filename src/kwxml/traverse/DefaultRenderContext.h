@@ -2,19 +2,18 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
-#include <kwxml/traverse/KwXMLRenderContext.h>
+#include <kwxml/traverse/ValueTextContext.h>
 
 #include <sstream>
 #include <string>
 
-/// Writes into a stream of the caller, which outlives the context. Numbers have no thousands separators and
-/// no precision of the stream's: they are the same in every process. Passwords are never written: neither
+/// Writes into a stream of the caller, which outlives the context. Passwords are never written: neither
 /// password fields nor fields with the annotation Password.
-class DefaultRenderContext : public KwXMLRenderContext
+class DefaultRenderContext : public kwxml::ValueTextContext
 {
 public:
   DefaultRenderContext(std::ostringstream& stream, const ContextFormatOpts& options)
-      : KwXMLRenderContext(options), stream_(stream)
+      : ValueTextContext(options), stream_(stream)
   {
   }
 
@@ -34,16 +33,7 @@ public:
   /// separated by commas.
   void writeEnum(MsgFieldContext& field) override;
 
-  void writeAttribute(std::string name, int value);
-  void writeAttribute(std::string name, unsigned int value);
-  void writeAttribute(std::string name, long value);
-  void writeAttribute(std::string name, unsigned long value);
-  void writeAttribute(std::string name, long long value);
-  void writeAttribute(std::string name, float value);
-  void writeAttribute(std::string name, double value);
-  void writeAttribute(std::string name, bool value);
-  void writeAttribute(std::string name, std::string value);
-  void writeAttribute(std::string name, const char* value);
+  using ValueTextContext::writeAttribute;
   void writeAttribute(std::string name, bstring value);
   /// Never its text: "****".
   void writeAttribute(std::string name, const pstring& value);
@@ -52,6 +42,7 @@ public:
   void DumpToString(std::string& out) const { out = stream_.str(); }
 
 private:
+  void addToOutPut(std::string_view name, std::string_view value) override;
   void write(std::string_view name, std::string_view before, std::string_view value);
 
   std::ostringstream& stream_;

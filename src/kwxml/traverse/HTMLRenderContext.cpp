@@ -173,59 +173,6 @@ void HTMLFieldContext::writeEnum(MsgFieldContext& field)
   }
 }
 
-void HTMLFieldContext::writeAttribute(std::string name, int value)
-{
-  writeAttribute(std::move(name), static_cast<long long>(value));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, unsigned int value)
-{
-  writeAttribute(std::move(name), static_cast<unsigned long>(value));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, long value)
-{
-  writeAttribute(std::move(name), static_cast<long long>(value));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, unsigned long value)
-{
-  NumberBuffer buffer;
-  addToOutPut(name, formatUnsigned(value, buffer));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, long long value)
-{
-  NumberBuffer buffer;
-  addToOutPut(name, formatInteger(value, buffer));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, float value)
-{
-  writeAttribute(std::move(name), static_cast<double>(value));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, double value)
-{
-  NumberBuffer buffer;
-  addToOutPut(name, formatDouble(value, buffer));
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, bool value)
-{
-  addToOutPut(name, value ? "True" : "False");
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, std::string value)
-{
-  addToOutPut(name, value);
-}
-
-void HTMLFieldContext::writeAttribute(std::string name, const char* value)
-{
-  addToOutPut(name, value != nullptr ? value : "");
-}
-
 void HTMLFieldContext::writeAttribute(std::string name, bstring)
 {
   addToOutPut(name, "****");

@@ -12,7 +12,7 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
-#include <kwxml/traverse/KwXMLRenderContext.h>
+#include <kwxml/traverse/ValueTextContext.h>
 
 #include <string>
 #include <string_view>
@@ -24,7 +24,7 @@ inline constexpr std::string_view spaceDelimiter = "&nbsp;&nbsp;&nbsp;&nbsp;&nbs
 namespace kwxml {
 
 /// What both contexts share: which fields are shown, and their values as text.
-class HTMLFieldContext : public KwXMLRenderContext
+class HTMLFieldContext : public ValueTextContext
 {
 public:
   /// Escapes &, <, >, both quotes and what would be obeyed (line ends, control characters, direction marks:
@@ -40,24 +40,15 @@ public:
   /// The enumerator's annotation Text, else its name.
   void writeEnum(MsgFieldContext& field) override;
 
-  void writeAttribute(std::string name, int value);
-  void writeAttribute(std::string name, unsigned int value);
-  void writeAttribute(std::string name, long value);
-  void writeAttribute(std::string name, unsigned long value);
-  void writeAttribute(std::string name, long long value);
-  void writeAttribute(std::string name, float value);
-  void writeAttribute(std::string name, double value);
-  void writeAttribute(std::string name, bool value);
-  void writeAttribute(std::string name, std::string value);
-  void writeAttribute(std::string name, const char* value);
+  using ValueTextContext::writeAttribute;
   /// The value is never shown: "****" stands for it.
   void writeAttribute(std::string name, bstring value);
 
 protected:
-  using KwXMLRenderContext::KwXMLRenderContext;
+  using ValueTextContext::ValueTextContext;
   ~HTMLFieldContext() = default;
 
-  virtual void addToOutPut(std::string_view name, std::string_view value) = 0;
+  const char* truthText(bool value) const final { return value ? "True" : "False"; }
   /// A name or a value as it goes out.
   std::string shown(std::string_view text) const;
   /// A text that stands in an identifier of the page.

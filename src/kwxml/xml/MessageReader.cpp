@@ -7,6 +7,7 @@
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
+#include <kwxml/xml/RootName.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XmlCh.h>
 #include <kwxml/xml/XmlText.h>
@@ -115,16 +116,9 @@ bool MessageReader::startRoot(std::u16string_view name, XmlAttributes attributes
 {
   started_ = true;
   const std::string tagName = toUtf8(name);
-  const auto split = tagName.find('_');
-  std::string systemName = tagName.substr(0, split);
-  if (systemName == "SystemMonitoring") {
-    systemName = "MonitoringHost";
-  }
   short system = 0;
   int index = 0;
-  const bool found = split != std::string::npos &&
-                     YMMessageBase::getMessageSystemIndexFromName(systemName.c_str(), system) &&
-                     YMMessageBase::getMessageIndexFromName(tagName.c_str() + split + 1, system, index);
+  const bool found = findRoot(tagName, system, index);
   if (!found || (target_ != nullptr && target_->getClass() != findClass(system, index))) {
     log().logError(startFunction, "Unable to construct object out of tag : [%s]", tagName.c_str());
     return false;

@@ -32,17 +32,6 @@ std::string cdataText(std::string text)
 
 }  // namespace
 
-std::string rootElementName(const YMMessageBase& message)
-{
-  constexpr int monitoringSystem = 119;
-  if (message.getSubsysID() == monitoringSystem &&
-      XMLSerializationSupport::checkIfSystemMonitoringMessage(message.getTagID() & 0xFFFFFF)) {
-    const _ClassDef* cls = message.getClass();
-    return std::string("SystemMonitoring_") + cls->name;
-  }
-  return message.getTagName();
-}
-
 MessageWriter::MessageWriter(XmlSink& sink, const EncodingFlags& flags,
                              const XMLSerializationSupport& listeners, KwXMLContextInfo* context)
     : sink_(sink),

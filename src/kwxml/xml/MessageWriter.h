@@ -16,10 +16,6 @@ class XMLSerializationSupport;
 
 namespace kwxml {
 
-/// The element name of a message's document: system, "_", class; the monitoring messages have a system name
-/// of their own in XML.
-std::string rootElementName(const YMMessageBase& message);
-
 class MessageWriter
 {
 public:

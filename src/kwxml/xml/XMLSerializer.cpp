@@ -4,6 +4,7 @@
 #include <kwxml/platform/CYxFile.h>
 #include <kwxml/xml/DomSink.h>
 #include <kwxml/xml/MessageWriter.h>
+#include <kwxml/xml/RootName.h>
 #include <kwxml/xml/XercesRuntime.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -39,6 +40,18 @@ bool XMLSerializer::initialize()
 
 // ---- Writing
 
+namespace {
+
+/// Empty, which is no name, for a message without a class.
+std::u16string rootOf(const YMMessageBase& message)
+{
+  const _ClassDef* cls = message.getClass();
+  return cls != nullptr ? kwxml::toUtf16(kwxml::rootElementName(message.getSubsysID(), *cls).c_str())
+                        : std::u16string();
+}
+
+}  // namespace
+
 int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::serialize";
@@ -49,7 +62,7 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
   }
   xercesc::DOMDocument* document = nullptr;
   try {
-    const std::u16string root = kwxml::toUtf16(kwxml::rootElementName(message).c_str());
+    const std::u16string root = rootOf(message);
     document = domImplementation()->createDocument(nullptr, root.c_str(), nullptr);
   } catch (...) {  // a name that is none, or no memory
     document = nullptr;

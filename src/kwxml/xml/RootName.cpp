@@ -1,0 +1,36 @@
+#include <kwxml/xml/RootName.h>
+
+#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/xml/XMLSerializationSupport.h>
+
+namespace kwxml {
+
+namespace {
+
+constexpr int monitoringSystem = 119;
+constexpr const char* monitoringName = "MonitoringHost";
+constexpr const char* monitoringRoot = "SystemMonitoring";
+
+}  // namespace
+
+std::string rootElementName(int system, const _ClassDef& cls)
+{
+  const bool renamed =
+      system == monitoringSystem && XMLSerializationSupport::checkIfSystemMonitoringMessage(cls.classId);
+  const char* name = renamed ? monitoringRoot : XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
+  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
+}
+
+bool findRoot(const std::string& name, short& system, int& classIndex)
+{
+  const auto split = name.find('_');
+  std::string systemName = name.substr(0, split);
+  if (systemName == monitoringRoot) {
+    systemName = monitoringName;
+  }
+  return split != std::string::npos &&
+         YMMessageBase::getMessageSystemIndexFromName(systemName.c_str(), system) &&
+         YMMessageBase::getMessageIndexFromName(name.c_str() + split + 1, system, classIndex);
+}
+
+}  // namespace kwxml

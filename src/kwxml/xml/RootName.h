@@ -1,0 +1,18 @@
+// The names of root elements: the tag names of messages, but for some of one system. Not installed.
+#pragma once
+
+#include <kwxml/model/Metadata.h>
+
+#include <string>
+
+namespace kwxml {
+
+/// The name of the root element of a message of a class: system, "_" and class. Twelve classes of the system
+/// "MonitoringHost" go by the system name "SystemMonitoring".
+std::string rootElementName(int system, const _ClassDef& cls);
+
+/// The class whose messages have a root element of that name; false when there is none. All classes of
+/// "MonitoringHost" are found under both of its names.
+[[nodiscard]] bool findRoot(const std::string& name, short& system, int& classIndex);
+
+}  // namespace kwxml
