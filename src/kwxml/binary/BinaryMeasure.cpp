@@ -3,7 +3,6 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/diagnostics/Log.h>
-#include <kwxml/model/Limits.h>
 #include <kwxml/text/Base64.h>
 
 namespace kwxml {
@@ -27,11 +26,8 @@ PasswordText passwordText(const FieldDef& def, const pstring* value, const Encod
   return result;
 }
 
-bool enterMessage(EncodeCall& call)
+bool refuseDepth(EncodeCall& call)
 {
-  if (++call.depth <= maxMessageNesting && !call.tooDeep) {
-    return true;
-  }
   if (!call.tooDeep) {
     log().logError(writerFunction, "Messages nest deeper than [%d]", maxMessageNesting);
     call.tooDeep = true;

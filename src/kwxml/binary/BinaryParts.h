@@ -4,6 +4,7 @@
 #include <kwxml/binary/BinaryOutputs.h>
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/binary/WireFormat.h>
+#include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 
 namespace kwxml {
@@ -91,8 +92,14 @@ T& mutableKey(const T& key)
   return const_cast<T&>(key);
 }
 
+/// Logs, once for each call, that messages nest too deep; false.
+bool refuseDepth(EncodeCall& call);
+
 /// False, with one error line, when the message is nested too deep. The caller takes a level off the call's
 /// depth afterwards, in both cases.
-[[nodiscard]] bool enterMessage(EncodeCall& call);
+[[nodiscard]] inline bool enterMessage(EncodeCall& call)
+{
+  return (++call.depth <= maxMessageNesting && !call.tooDeep) || refuseDepth(call);
+}
 
 }  // namespace kwxml
