@@ -27,6 +27,12 @@ void progress(unsigned long long records, unsigned long long position, unsigned 
   }
 }
 
+std::string leftOut(const MessageInput& input, unsigned long long count)
+{
+  return input.name() + ": " + std::to_string(count) + " of " + std::to_string(input.records()) +
+         (input.records() == 1 ? " record" : " records") + " left out";
+}
+
 void convert(const Options& options, LibraryLog& log)
 {
   MessageInput input(options.inputFile, options.from, log);
@@ -88,9 +94,7 @@ void convert(const Options& options, LibraryLog& log)
     throw Failure(exitData, end);
   }
   if (bad > 0) {
-    throw Failure(exitData, input.name() + ": " + std::to_string(bad) + " of " +
-                                std::to_string(input.records()) +
-                                (input.records() == 1 ? " record" : " records") + " left out");
+    throw Failure(exitData, leftOut(input, bad));
   }
 }
 
