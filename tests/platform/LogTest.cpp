@@ -16,13 +16,20 @@ using kwxml::setLogLevel;
 using kwxml::setLogSink;
 using kwxml::test::TempDirectory;
 
-EvDebugSettings into(const TempDirectory& directory, const char* name)
+class EvDebugFiles : public testing::Test
 {
-  EvDebugSettings settings;
-  settings.directory = directory.path();
-  settings.name = name;
-  return settings;
-}
+protected:
+  EvDebugSettings into(const std::string& name, const std::string& path) const
+  {
+    EvDebugSettings settings;
+    settings.directory = path;
+    settings.name = name;
+    return settings;
+  }
+  EvDebugSettings into(const std::string& name) const { return into(name, directory.path()); }
+
+  const TempDirectory directory;
+};
 
 // What a line of a file says after timestamp, level and thread. The expression sees the head alone: it would
 // follow a long line by recursion.
@@ -39,10 +46,9 @@ std::string saidIn(const std::string& line)
   return parts[1].str() + " " + line.substr(static_cast<size_t>(parts.length(0)));
 }
 
-TEST(EvDebug, LinesCarryLevelFunctionReferenceAndText)
+TEST_F(EvDebugFiles, LinesCarryLevelFunctionReferenceAndText)
 {
-  const TempDirectory directory;
-  EvDebug log(into(directory, "../lay out"));
+  EvDebug log(into("../lay out"));
   setLogLevel(15);
   EXPECT_EQ(directory.fileCount(), 0u) << "no line, no file";
   log.DebugLvl("Room::function", 15, 0, "%s %d", "text", 7);
@@ -61,10 +67,9 @@ TEST(EvDebug, LinesCarryLevelFunctionReferenceAndText)
   EXPECT_EQ(directory.fileCount(), 1u);
 }
 
-TEST(EvDebug, RotatesAtTheSizeSet)
+TEST_F(EvDebugFiles, RotatesAtTheSizeSet)
 {
-  const TempDirectory directory;
-  EvDebugSettings settings = into(directory, "rotating");
+  EvDebugSettings settings = into("rotating");
   settings.files = 2;
   EvDebug log(settings);
   log.setLogFileSize(1);
@@ -84,16 +89,15 @@ TEST(EvDebug, RotatesAtTheSizeSet)
   EXPECT_LE(last, 25);
 }
 
-TEST(EvDebug, ManyThreadsAndLogsOnOneFileWriteEveryLineWholeAndOnce)
+TEST_F(EvDebugFiles, ManyThreadsAndLogsOnOneFileWriteEveryLineWholeAndOnce)
 {
   constexpr int kThreads = 16;
   constexpr int kLines = 2000;
-  const TempDirectory directory;
-  EvDebug one(into(directory, "shared"));
-  EvEvent two(into(directory, "shared"));
+  EvDebug one(into("shared"));
+  EvEvent two(into("shared"));
   int toSink = 0;
   setLogSink([&](const LogRecord&) { ++toSink; });  // calls are serialised, so this needs no lock
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (int i = 0; i < kLines; ++i) {
@@ -101,9 +105,7 @@ TEST(EvDebug, ManyThreadsAndLogsOnOneFileWriteEveryLineWholeAndOnce)
       }
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.clear();  // all are done
   setLogSink({});
   EXPECT_EQ(toSink, kThreads * kLines);
   int next[kThreads] = {};
@@ -120,9 +122,8 @@ TEST(EvDebug, ManyThreadsAndLogsOnOneFileWriteEveryLineWholeAndOnce)
   }
 }
 
-TEST(EvDebug, IdentifiersNameTheLogAndOwnLevelsStay)
+TEST_F(EvDebugFiles, IdentifiersNameTheLogAndOwnLevelsStay)
 {
-  const TempDirectory directory;
   const int id = EvDebug::getLogId("TestMessage");
   EXPECT_EQ(EvDebug::getLogId("TestMessage"), id);
   EXPECT_NE(EvDebug::getLogId("Other"), id);
@@ -142,9 +143,8 @@ TEST(EvDebug, IdentifiersNameTheLogAndOwnLevelsStay)
   EXPECT_EQ(directory.lines("TestMessage.log").size(), 1u);
 }
 
-TEST(EvDebug, WithoutADirectoryThereIsNoFile)
+TEST_F(EvDebugFiles, WithoutADirectoryThereIsNoFile)
 {
-  const TempDirectory directory;
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(directory.path());
   EvDebug log;
@@ -155,29 +155,21 @@ TEST(EvDebug, WithoutADirectoryThereIsNoFile)
   EXPECT_EQ(directory.fileCount(), 0u);
 }
 
-TEST(EvDebug, FilesThatCannotBeWrittenAreReportedOnce)
+TEST_F(EvDebugFiles, FilesThatCannotBeWrittenAreReportedOnce)
 {
-  const TempDirectory directory;
-  EvDebugSettings settings = into(directory, "x");
-  settings.directory = directory.write("plain", "not a directory");
-  EvDebug unopened(settings);
-  testing::internal::CaptureStderr();
-  unopened.DebugLvl("f", 0, 0, "lost");
-  unopened.DebugLvl("f", 0, 0, "lost");
-  std::string report = testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(
-      std::regex_match(report, std::regex("KwPlatform: log file .*/plain/x.log: .*Not a directory\n")))
-      << report;
-
   std::filesystem::create_symlink("/dev/full", directory / "full.log");
-  EvDebug full(into(directory, "full"));
-  testing::internal::CaptureStderr();
-  full.DebugLvl("f", 0, 0, "lost");
-  full.DebugLvl("f", 0, 0, "lost");
-  report = testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(
-      std::regex_match(report, std::regex("KwPlatform: log file .*/full.log: .*No space left on device\n")))
-      << report;
+  const std::pair<EvDebugSettings, const char*> cases[] = {
+      {into("x", directory.write("plain", "not a directory")), "/plain/x.log: .*Not a directory\n"},
+      {into("full"), "/full.log: .*No space left on device\n"},
+  };
+  for (const auto& [settings, problem] : cases) {
+    EvDebug log(settings);
+    testing::internal::CaptureStderr();
+    log.DebugLvl("f", 0, 0, "lost");
+    log.DebugLvl("f", 0, 0, "lost");
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(std::regex_match(said, std::regex(std::string("KwPlatform: log file .*") + problem))) << said;
+  }
 }
 
 TEST(LogSink, GetsLinesWholeAndMayLogThrowAndReplaceItself)
