@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <future>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "platform/TempDirectory.h"
 
@@ -59,23 +61,17 @@ TEST(CYxFile, WritesSeeksAndReadsBack)
 
 TEST(CYxFile, ErrorsHaveTheSystemsTexts)
 {
-  const struct
-  {
-    const char* path;
-    Mode mode;
-    const char* text;
-  } refused[] = {
+  const std::tuple<const char*, Mode, const char*> refused[] = {
       {"/nonexistent-directory/file", Mode::Truncate, "No such file or directory"},
       {"/nonexistent-directory/file", Mode::Read, "No such file or directory"},
       {"/", Mode::Read, "Is a directory"},
       {"/dev/null/file", Mode::Update, "Not a directory"},
       {nullptr, Mode::Read, "Invalid argument"},
   };
-  for (const auto& each : refused) {
+  for (const auto& [path, mode, text] : refused) {
     CYxError error;
-    CYxFile file(each.path, each.mode, &error);
-    EXPECT_FALSE(file.IsValid());
-    EXPECT_STREQ(error.AsString(), each.text) << (each.path ? each.path : "null");
+    EXPECT_FALSE(CYxFile(path, mode, &error).IsValid());
+    EXPECT_STREQ(error.AsString(), text) << (path ? path : "null");
   }
 
   CYxError error;
@@ -171,14 +167,8 @@ TEST(KwCriticalSectionH, ExcludesOthersUntilTheLastLeave)
 {
   static constinit KwCriticalSectionH section;
   const auto othersMayEnter = [] {
-    bool entered = false;
-    std::thread([&] {
-      entered = section.tryEnter();
-      if (entered) {
-        section.leave();
-      }
-    }).join();
-    return entered;
+    const auto enter = [] { return section.tryEnter() && (section.leave(), true); };
+    return std::async(std::launch::async, enter).get();
   };
   section.enter();
   section.enter();

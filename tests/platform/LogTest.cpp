@@ -4,6 +4,7 @@
 #include <kwxml/platform/LogSink.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <regex>
 #include <thread>
 
@@ -19,13 +20,7 @@ using kwxml::test::TempDirectory;
 class EvDebugFiles : public testing::Test
 {
 protected:
-  EvDebugSettings into(const char* name) const
-  {
-    EvDebugSettings settings;
-    settings.directory = directory.path();
-    settings.name = name;
-    return settings;
-  }
+  EvDebugSettings into(const char* name) const { return {.directory = directory.path(), .name = name}; }
   const TempDirectory directory;
 };
 
@@ -67,9 +62,7 @@ TEST_F(EvDebugFiles, LinesCarryLevelFunctionReferenceAndText)
 
 TEST_F(EvDebugFiles, RotatesAtTheSizeSet)
 {
-  EvDebugSettings settings = into("rotating");
-  settings.files = 2;
-  EvDebug log(settings);
+  EvDebug log({.files = 2, .directory = directory.path(), .name = "rotating"});
   log.setLogFileSize(1);
   const std::string text(100000, 'x');
   for (int i = 0; i < 45; ++i) {  // four megabytes and a half
@@ -115,9 +108,7 @@ TEST_F(EvDebugFiles, ManyThreadsAndLogsOnOneFileWriteEveryLineWholeAndOnce)
     ++next[t];
     ASSERT_TRUE(line.ends_with(":" + std::string(size_t(i % 300), 'y'))) << line;
   }
-  for (const int count : next) {
-    EXPECT_EQ(count, kLines);
-  }
+  EXPECT_EQ(std::count(next, next + kThreads, kLines), kThreads);
 }
 
 TEST_F(EvDebugFiles, IdentifiersNameTheLogAndOwnLevelsStay)
@@ -128,9 +119,7 @@ TEST_F(EvDebugFiles, IdentifiersNameTheLogAndOwnLevelsStay)
   EXPECT_EQ(EvDebug::getLogId(""), -1);
   EXPECT_EQ(EvDebug::getLogId(nullptr), -1);
 
-  EvDebugSettings settings;
-  settings.level = 3;
-  EvDebug log(settings);
+  EvDebug log({.level = 3, .directory = "", .name = ""});
   EXPECT_EQ(log.initialize(-1, 0, 0, ""), -1);
   EXPECT_EQ(log.initialize(1000000, 0, 0, ""), -1);
   EXPECT_EQ(log.initialize(id, 0, 0, directory.path().c_str()), 0);
@@ -156,9 +145,7 @@ TEST_F(EvDebugFiles, WithoutADirectoryThereIsNoFile)
 TEST(LogSink, GetsLinesWholeAndMayLogThrowAndReplaceItself)
 {
   EvDebug log;
-  EvDebugSettings quiet;
-  quiet.toSink = 0;
-  EvDebug unheard(quiet);
+  EvDebug unheard({.toSink = 0, .directory = "", .name = ""});
   std::vector<std::string> got;
   setLogSink([&](const LogRecord& record) {
     got.push_back(std::to_string(record.level) + std::string(record.function) + std::string(record.text));

@@ -14,6 +14,7 @@
 #include <functional>
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "platform/TempDirectory.h"
 #include "support/SmallStack.h"
@@ -300,21 +301,17 @@ TEST_F(Password, OthersKeysAndNamesWithZeroBytesAreRefused)
 // The message library's password values, with this library behind them.
 TEST_F(Password, ValuesOfMessagesAreReadAndConverted)
 {
-  const struct
-  {
-    int generation;
-    int type;
-    const char* plain;
-  } cases[] = {{1, Annotation::KWPASSWORD_ENCRYPTION_VER1, kSecret},
-               {2, Annotation::KWPASSWORD_ENCRYPTION_VER2, ""},  // never given out
-               {3, Annotation::KWPASSWORD_ENCRYPTION_VER3, kSecret},
-               {5, Annotation::KWPASSWORD_ENCRYPTION_VER5, ""}};
-  for (const auto& each : cases) {
-    const pstring value(encrypt(each.generation, kSecret).value_or(""), each.type);
-    EXPECT_EQ(value.getPlainPassword().text(), each.plain) << each.generation;
+  const std::tuple<int, int, const char*> cases[] = {
+      {1, Annotation::KWPASSWORD_ENCRYPTION_VER1, kSecret},
+      {2, Annotation::KWPASSWORD_ENCRYPTION_VER2, ""},  // never given out
+      {3, Annotation::KWPASSWORD_ENCRYPTION_VER3, kSecret},
+      {5, Annotation::KWPASSWORD_ENCRYPTION_VER5, ""}};
+  for (const auto& [generation, type, plain] : cases) {
+    const pstring value(encrypt(generation, kSecret).value_or(""), type);
+    EXPECT_EQ(value.getPlainPassword().text(), plain) << generation;
     const pstring newest = value.getV8Password();
     EXPECT_EQ(newest.getEncryptionType(), Annotation::KWPASSWORD_ENCRYPTION_VER8);
-    EXPECT_EQ(decrypt(newest.text()), kSecret) << each.generation;
+    EXPECT_EQ(decrypt(newest.text()), kSecret) << generation;
   }
   // 511 bytes are the longest that a value gives out.
   for (const size_t size : {511u, 512u}) {

@@ -48,6 +48,17 @@ unsigned long give(KwThreadPool& pool, Task& task)
   return pool.doWork(runTask, &task);
 }
 
+// Work that waits until the gate is open.
+struct Gated
+{
+  std::latch gate{1};
+  std::atomic<int> done = 0;
+  Task task = [this] {
+    gate.wait();
+    ++done;
+  };
+};
+
 bool eventually(const std::function<bool()>& condition)
 {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -81,21 +92,16 @@ TEST(KwThreadPool, RefusesArgumentsThatMakeNoSense)
 TEST(KwThreadPool, TakesAsMuchAsThreadsAndQueueHold)
 {
   for (const auto& [threads, queued] : {std::pair{1, 0}, {1, 2}, {3, 0}, {3, 2}}) {
-    std::atomic<int> done = 0;
-    std::latch gate(1);
-    Task task = [&] {
-      gate.wait();
-      ++done;
-    };
+    Gated works;
     Pool pool(60, 0, threads, queued);
     for (int i = 0; i < threads + queued; ++i) {
       EXPECT_EQ(pool.getCurrentAvailableThreadCount(), std::max(threads - i, 0));
-      EXPECT_EQ(give(pool, task), static_cast<unsigned long>(i) + 1);
+      EXPECT_EQ(give(pool, works.task), static_cast<unsigned long>(i) + 1);
     }
-    EXPECT_EQ(give(pool, task), kRefused);
-    gate.count_down();
+    EXPECT_EQ(give(pool, works.task), kRefused);
+    works.gate.count_down();
     pool.drain();
-    EXPECT_EQ(done, threads + queued);
+    EXPECT_EQ(works.done, threads + queued);
     EXPECT_EQ(pool.getCurrentAvailableThreadCount(), threads);
   }
 }
@@ -264,42 +270,36 @@ private:
 
 TEST(KwThreadPool, LivesWithThreadsThatCannotBeStarted)
 {
-  std::atomic<int> done = 0;
-  std::latch gate(1);
-  Task task = [&] {
-    gate.wait();
-    ++done;
-  };
+  Gated works;
   Pool none(60, 4, 4, 4);
   Pool one(60, 4, 4, 1);
-  ASSERT_NE(give(one, task), kRefused);
+  ASSERT_NE(give(one, works.task), kRefused);
   {
     NoThreads noThreads;
-    EXPECT_EQ(give(none, task), kRefused);
-    EXPECT_NE(give(one, task), kRefused);  // waits for the thread that exists
-    EXPECT_EQ(give(one, task), kRefused);
+    EXPECT_EQ(give(none, works.task), kRefused);
+    EXPECT_NE(give(one, works.task), kRefused);  // waits for the thread that exists
+    EXPECT_EQ(give(one, works.task), kRefused);
   }
-  gate.count_down();
+  works.gate.count_down();
   one.drain();
-  EXPECT_EQ(done, 2);
-  EXPECT_NE(give(none, task), kRefused);
+  EXPECT_EQ(works.done, 2);
+  EXPECT_NE(give(none, works.task), kRefused);
   none.drain();
-  EXPECT_EQ(done, 3);
+  EXPECT_EQ(works.done, 3);
 }
 
 TEST(KwThreadPool, HasNoThreadsInAForkedChild)
 {
-  std::latch gate(1);
-  Task task = [&] { gate.wait(); };
+  Gated works;
   auto pool = std::make_unique<Pool>(60, 1, 2, 2);
   for (int i = 0; i < 3; ++i) {
-    ASSERT_NE(give(*pool, task), kRefused);
+    ASSERT_NE(give(*pool, works.task), kRefused);
   }
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     alarm(60);  // against a child that waits for threads of its parent
-    bool right = pool->getCurrentAvailableThreadCount() == 0 && give(*pool, task) == kRefused &&
+    bool right = pool->getCurrentAvailableThreadCount() == 0 && give(*pool, works.task) == kRefused &&
                  pool->initThreadPool("pool", 60, 1, 2, 2) == -1;
     pool->drain();
     pool.reset();
@@ -310,33 +310,23 @@ TEST(KwThreadPool, HasNoThreadsInAForkedChild)
   int status = -1;
   EXPECT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
-  gate.count_down();
+  works.gate.count_down();
 }
-
-KwThreadPool* poolOfTheProcess;
-std::atomic<bool> exiting;
-std::atomic<int> doneAtExit;
 
 TEST(KwThreadPoolProcess, DrainAtExitLosesNothing)
 {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        poolOfTheProcess = new Pool(60, 2, 2, 50);
-        std::atexit([] { std::cerr << doneAtExit << " done\n"; });
+        static Pool& pool = *new Pool(60, 2, 2, 50);
+        static Gated& works = *new Gated;
+        std::atexit([] { std::cerr << works.done << " done\n"; });
         std::atexit([] {
-          exiting = true;
-          exiting.notify_all();
-          poolOfTheProcess->drain();
+          works.gate.count_down();
+          pool.drain();
         });
         for (int i = 0; i < 50; ++i) {
-          poolOfTheProcess->doWork(
-              [](void*) -> void* {
-                exiting.wait(false);
-                ++doneAtExit;
-                return nullptr;
-              },
-              nullptr);
+          give(pool, works.task);
         }
         std::exit(0);
       },
