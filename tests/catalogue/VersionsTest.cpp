@@ -60,15 +60,6 @@ TEST(Versions, AFieldThatTheOtherVersionLacksReadsAsUnset)
   EXPECT_GE(log.lines().size(), 4u) << "each access says so";
 }
 
-/// A message in which every field is set, as the tables that are linked have it.
-template <class Wrapper>
-Wrapper filled()
-{
-  Wrapper message;
-  kwxml::test::fillAll(message, 1);
-  return message;
-}
-
 /// What the wrapper takes for a message is none in the message: not read, not replaced, not made.
 #define EXPECT_NO_MESSAGE(m, x)    \
   EXPECT_EQ(m.x(), nullptr) << #x; \
@@ -78,8 +69,10 @@ Wrapper filled()
 TEST(Versions, AMessageIsNotMadeOfWhatIsNone)
 {
   kwxml::test::LogCapture log;
-  auto mixed = filled<Evolving::Mixed>();
-  auto same = filled<Evolving::SameId>();
+  Evolving::Mixed mixed;
+  Evolving::SameId same;
+  kwxml::test::fillAll(mixed, 1);
+  kwxml::test::fillAll(same, 1);
   const YMMessageBase mixedBefore = mixed;
   const YMMessageBase sameBefore = same;
 #ifdef HAS_DROPPED  // the wrappers of the first version

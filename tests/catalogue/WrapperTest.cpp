@@ -4,16 +4,12 @@
 #include <catalogue/Shop.h>
 #include <catalogue/Types.h>
 
-#include "../../catalogue/compiler/GlobalNames.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
-#include <regex>
-#include <sstream>
 
 namespace {
 
@@ -163,27 +159,6 @@ TEST(Wrappers, NamesThatAreTakenGetAnUnderscore)
   EXPECT_FALSE(m.has_reset_() || m.has_class_() || m.has_tag_() || m.has_Names_() || m.has_x() ||
                m.has_has_x_());
   EXPECT_EQ(m.getTagID(), Types::Names::tag);
-}
-
-TEST(Wrappers, NoAccessorHidesAMemberOfTheMessage)
-{
-  // The compiler of catalogues knows the members by a list of its own.
-  std::stringstream header;
-  header << std::ifstream(KWXML_SOURCE_DIR "/src/kwxml/model/YMMessageBase.h").rdbuf();
-  const std::string all = header.str();
-  const std::size_t begin = all.find("\nclass YMMessageBase");
-  const std::string text = all.substr(begin, all.find("\nprivate:", begin) - begin);
-  const std::string members = " " + std::string(kwxml::catalogue::messageMembers);
-  const std::regex member("\\n  (?! )[^/\\n(]*?(\\w+)\\(");
-  int found = 0;
-  for (std::sregex_iterator i(text.begin(), text.end(), member), end; i != end; ++i) {
-    const std::string name = (*i)[1];
-    if (name != "YMMessageBase" && name != "__attribute__" && name != "static_assert" && name != "format") {
-      EXPECT_NE(members.find(" " + name + " "), std::string::npos) << name;
-      ++found;
-    }
-  }
-  EXPECT_GT(found, 150);
 }
 
 }  // namespace

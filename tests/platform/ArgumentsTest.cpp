@@ -5,32 +5,31 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
+
+using Argument = ArgumentInfo::Argument;
 
 TEST(ArgumentInfo, KeepsTypesValuesKindsAndOrder)
 {
   ArgumentInfo info;
   EXPECT_EQ(info.NoOfArgs(), 0);
-  info.AddArgument(INT_MIN, ArgumentInfo::kInt);
-  info.AddArgument(UINT_MAX, ArgumentInfo::kUnsignedInt);
-  info.AddArgument(LONG_MIN, ArgumentInfo::kLong);
-  info.AddArgument(ULONG_MAX, ArgumentInfo::kUnsignedLong);
-  info.AddArgument(LLONG_MIN, ArgumentInfo::kLongLong);
-  info.AddArgument(ULLONG_MAX, ArgumentInfo::kUnsignedLongLong);
-  info.AddArgument(std::string("a\0b", 3), ArgumentInfo::kString);
-  info.AddArgument("literal", 99);
-  info.AddArgument(static_cast<const char*>(nullptr), -1);
-  const std::vector<ArgumentInfo::Argument> expected = {{5, INT_MIN},
-                                                        {6, UINT_MAX},
-                                                        {7, LONG_MIN},
-                                                        {8, ULONG_MAX},
-                                                        {9, LLONG_MIN},
-                                                        {10, ULLONG_MAX},
-                                                        {11, std::string("a\0b", 3)},
-                                                        {99, std::string("literal")},
-                                                        {-1, std::string()}};
+  std::vector<Argument> expected;
+  const auto add = [&](const auto& value, int kind, const Argument& argument) {
+    info.AddArgument(value, kind);
+    expected.push_back(argument);
+  };
+  add(INT_MIN, ArgumentInfo::kInt, {5, INT_MIN});
+  add(UINT_MAX, ArgumentInfo::kUnsignedInt, {6, UINT_MAX});
+  add(LONG_MIN, ArgumentInfo::kLong, {7, LONG_MIN});
+  add(ULONG_MAX, ArgumentInfo::kUnsignedLong, {8, ULONG_MAX});
+  add(LLONG_MIN, ArgumentInfo::kLongLong, {9, LLONG_MIN});
+  add(ULLONG_MAX, ArgumentInfo::kUnsignedLongLong, {10, ULLONG_MAX});
+  add(std::string("a\0b", 3), ArgumentInfo::kString, {11, std::string("a\0b", 3)});
+  add("literal", 99, {99, std::string("literal")});
+  add(static_cast<const char*>(nullptr), -1, {-1, std::string()});
   EXPECT_EQ(info.NoOfArgs(), 9);
   EXPECT_EQ(info.arguments(), expected);
   EXPECT_EQ(std::vector(info.begin(), info.end()), expected);
@@ -41,29 +40,26 @@ TEST(ArgumentInfo, KeepsTypesValuesKindsAndOrder)
 
 TEST(ArgumentInfo, ReadsAnyValueAsAnyType)
 {
-  struct Case
-  {
-    ArgumentInfo::Argument argument;
-    int asInt;
-    unsigned long long asUnsigned;
-    std::string asText;
-  };
-  const Case cases[] = {
+  const std::tuple<Argument, int, unsigned long long, std::string> cases[] = {
       {{ArgumentInfo::kString, -1}, -1, ULLONG_MAX, "-1"},
       {{ArgumentInfo::kInt, UINT_MAX}, -1, UINT_MAX, "4294967295"},
       {{ArgumentInfo::kInt, ULLONG_MAX}, -1, ULLONG_MAX, "18446744073709551615"},
       {{0, INT64_C(0x1'0000'0007)}, 7, 0x1'0000'0007, "4294967303"},
       {{ArgumentInfo::kLong, std::string("12")}, 0, 0, "12"},
   };
-  for (const Case& each : cases) {
-    EXPECT_EQ(each.argument.as<int>(), each.asInt) << each.asText;
-    EXPECT_EQ(each.argument.as<unsigned long long>(), each.asUnsigned) << each.asText;
-    EXPECT_EQ(each.argument.as<std::string>(), each.asText);
+  for (const auto& [argument, asInt, asUnsigned, asText] : cases) {
+    EXPECT_EQ(argument.as<int>(), asInt) << asText;
+    EXPECT_EQ(argument.as<unsigned long long>(), asUnsigned) << asText;
+    EXPECT_EQ(argument.as<std::string>(), asText);
   }
 }
 
 TEST(EvMessageContainer, IsAValueThatStartsEmpty)
 {
+  const auto parts = [](const EvMessageContainer& event) {
+    return std::tuple(event.getMessageId(), event.getSeverity(), event.getCategory(),
+                      event.arguments().NoOfArgs());
+  };
   EvMessageContainer event;
   event.setMessageId(-3);
   event.setSeverity(4);
@@ -72,13 +68,8 @@ TEST(EvMessageContainer, IsAValueThatStartsEmpty)
   const EvMessageContainer copy = event;
   EXPECT_EQ(copy, event);
   event = EvMessageContainer();
-  EXPECT_EQ(event.getMessageId(), 0);
-  EXPECT_EQ(event.getSeverity(), 0);
-  EXPECT_EQ(event.getCategory(), 0);
-  EXPECT_EQ(event.arguments().NoOfArgs(), 0);
-  EXPECT_EQ(copy.getMessageId(), -3);
-  EXPECT_EQ(copy.getSeverity(), 4);
-  EXPECT_EQ(copy.getCategory(), 5);
+  EXPECT_EQ(parts(event), std::tuple(0, 0, 0, 0));
+  EXPECT_EQ(parts(copy), std::tuple(-3, 4, 5, 1));
   EXPECT_EQ(copy.arguments().arguments().at(0).as<std::string>(), "text");
 }
 

@@ -7,25 +7,24 @@
 #include <kwxml/platform/KwException.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <future>
 #include <random>
 #include <thread>
-#include <vector>
+#include <tuple>
+
+#include "platform/TempDirectory.h"
 
 namespace {
 
 using Mode = CYxFile::Mode;
 using Origin = CYxFile::Origin;
 
-std::string tempPath(const std::string& name)
-{
-  return testing::TempDir() + "kwxml_file_" + std::to_string(getpid()) + "_" + name;
-}
-
 TEST(CYxFile, WritesSeeksAndReadsBack)
 {
-  const std::string path = tempPath("roundtrip");
+  const kwxml::test::TempDirectory directory;
+  const std::string path = directory / "file";
   CYxError error;
   CYxFile file(path.c_str(), Mode::Truncate, &error);
   ASSERT_TRUE(file.IsValid()) << error.AsString();
@@ -58,28 +57,21 @@ TEST(CYxFile, WritesSeeksAndReadsBack)
   ASSERT_TRUE(moved.Open(path.c_str(), Mode::Truncate, &error));
   EXPECT_FALSE(error.IsError()) << "success clears the error";
   EXPECT_EQ(moved.Size(), 0);
-  unlink(path.c_str());
 }
 
 TEST(CYxFile, ErrorsHaveTheSystemsTexts)
 {
-  const struct
-  {
-    const char* path;
-    Mode mode;
-    const char* text;
-  } refused[] = {
+  const std::tuple<const char*, Mode, const char*> refused[] = {
       {"/nonexistent-directory/file", Mode::Truncate, "No such file or directory"},
       {"/nonexistent-directory/file", Mode::Read, "No such file or directory"},
       {"/", Mode::Read, "Is a directory"},
       {"/dev/null/file", Mode::Update, "Not a directory"},
       {nullptr, Mode::Read, "Invalid argument"},
   };
-  for (const auto& each : refused) {
+  for (const auto& [path, mode, text] : refused) {
     CYxError error;
-    CYxFile file(each.path, each.mode, &error);
-    EXPECT_FALSE(file.IsValid());
-    EXPECT_STREQ(error.AsString(), each.text) << (each.path ? each.path : "null");
+    EXPECT_FALSE(CYxFile(path, mode, &error).IsValid());
+    EXPECT_STREQ(error.AsString(), text) << (path ? path : "null");
   }
 
   CYxError error;
@@ -129,11 +121,8 @@ TEST(CYxCRC64, CheckValueAndAnyDivisionIntoCalls)
   crc.UpdateCRC64("123456789", 9);
   EXPECT_EQ(crc.value(), 0x995DC9BBDF1939FAu);
 
-  std::mt19937 random(64);
   std::vector<unsigned char> bytes(1000);
-  for (unsigned char& byte : bytes) {
-    byte = static_cast<unsigned char>(random());
-  }
+  std::generate(bytes.begin(), bytes.end(), std::mt19937(64));
   // Bit by bit, as the definition has it.
   uint64_t expected = ~uint64_t{0};
   for (const unsigned char byte : bytes) {
@@ -169,26 +158,17 @@ TEST(FXString, FormatsAnyLengthAndItself)
 
 TEST(KwException, CarriesFunctionAndText)
 {
-  try {
-    throw KwException("YMMessageBase::getObject", "does not exist");
-  } catch (const std::exception& caught) {
-    EXPECT_STREQ(caught.what(), "does not exist");
-    EXPECT_EQ(dynamic_cast<const KwException&>(caught).getFunction(), "YMMessageBase::getObject");
-  }
+  const KwException thrown("YMMessageBase::getObject", "does not exist");
+  EXPECT_STREQ(static_cast<const std::exception&>(thrown).what(), "does not exist");
+  EXPECT_EQ(thrown.getFunction(), "YMMessageBase::getObject");
 }
 
 TEST(KwCriticalSectionH, ExcludesOthersUntilTheLastLeave)
 {
   static constinit KwCriticalSectionH section;
   const auto othersMayEnter = [] {
-    bool entered = false;
-    std::thread([&] {
-      entered = section.tryEnter();
-      if (entered) {
-        section.leave();
-      }
-    }).join();
-    return entered;
+    const auto enter = [] { return section.tryEnter() && (section.leave(), true); };
+    return std::async(std::launch::async, enter).get();
   };
   section.enter();
   section.enter();
@@ -198,7 +178,7 @@ TEST(KwCriticalSectionH, ExcludesOthersUntilTheLastLeave)
   EXPECT_TRUE(othersMayEnter());
 
   long sum = 0;
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < 5000; ++i) {
@@ -208,9 +188,7 @@ TEST(KwCriticalSectionH, ExcludesOthersUntilTheLastLeave)
       }
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.clear();  // all are done
   EXPECT_EQ(sum, 8 * 5000);
 }
 

@@ -35,10 +35,29 @@ void* runTask(void* task)
   return nullptr;
 }
 
+struct Pool : KwThreadPool
+{
+  Pool(int idleSeconds, int least, int most, int queued, const char* name = "pool")
+  {
+    EXPECT_EQ(initThreadPool(name, idleSeconds, least, most, queued), 0);
+  }
+};
+
 unsigned long give(KwThreadPool& pool, Task& task)
 {
   return pool.doWork(runTask, &task);
 }
+
+// Work that waits until the gate is open.
+struct Gated
+{
+  std::latch gate{1};
+  std::atomic<int> done = 0;
+  Task task = [this] {
+    gate.wait();
+    ++done;
+  };
+};
 
 bool eventually(const std::function<bool()>& condition)
 {
@@ -73,22 +92,16 @@ TEST(KwThreadPool, RefusesArgumentsThatMakeNoSense)
 TEST(KwThreadPool, TakesAsMuchAsThreadsAndQueueHold)
 {
   for (const auto& [threads, queued] : {std::pair{1, 0}, {1, 2}, {3, 0}, {3, 2}}) {
-    std::atomic<int> done = 0;
-    std::latch gate(1);
-    Task task = [&] {
-      gate.wait();
-      ++done;
-    };
-    KwThreadPool pool;
-    ASSERT_EQ(pool.initThreadPool("pool", 60, 0, threads, queued), 0);
+    Gated works;
+    Pool pool(60, 0, threads, queued);
     for (int i = 0; i < threads + queued; ++i) {
       EXPECT_EQ(pool.getCurrentAvailableThreadCount(), std::max(threads - i, 0));
-      EXPECT_EQ(give(pool, task), static_cast<unsigned long>(i) + 1);
+      EXPECT_EQ(give(pool, works.task), static_cast<unsigned long>(i) + 1);
     }
-    EXPECT_EQ(give(pool, task), kRefused);
-    gate.count_down();
+    EXPECT_EQ(give(pool, works.task), kRefused);
+    works.gate.count_down();
     pool.drain();
-    EXPECT_EQ(done, threads + queued);
+    EXPECT_EQ(works.done, threads + queued);
     EXPECT_EQ(pool.getCurrentAvailableThreadCount(), threads);
   }
 }
@@ -97,34 +110,26 @@ TEST(KwThreadPool, RunsEachWorkOnce)
 {
   constexpr size_t kGivers = 16;
   constexpr size_t kEach = 10000;
-  KwThreadPool pool;
-  ASSERT_EQ(pool.initThreadPool("pool", 0, 1, 4, 8), 0);
+  Pool pool(0, 1, 4, 8);
   std::vector<std::atomic<int>> runs(kGivers * kEach);
-  std::vector<std::vector<unsigned long>> ids(kGivers);
-  std::vector<std::thread> givers;
+  std::vector<unsigned long> ids(runs.size());
+  std::vector<std::jthread> givers;
+  const auto count = [](void* run) -> void* {
+    ++*static_cast<std::atomic<int>*>(run);
+    return nullptr;
+  };
   for (size_t giver = 0; giver < kGivers; ++giver) {
     givers.emplace_back([&, giver] {
-      for (size_t i = 0; i < kEach; ++i) {
-        const auto count = [](void* run) -> void* {
-          ++*static_cast<std::atomic<int>*>(run);
-          return nullptr;
-        };
-        unsigned long id;
-        while ((id = pool.doWork(count, &runs[giver * kEach + i])) == kRefused) {
+      for (size_t i = giver * kEach; i < (giver + 1) * kEach; ++i) {
+        while ((ids[i] = pool.doWork(count, &runs[i])) == kRefused) {
           std::this_thread::yield();
         }
-        ids[giver].push_back(id);
       }
     });
   }
-  for (std::thread& giver : givers) {
-    giver.join();
-  }
+  givers.clear();  // all has been given
   pool.drain();
-  std::set<unsigned long> distinct;
-  for (const auto& some : ids) {
-    distinct.insert(some.begin(), some.end());
-  }
+  const std::set<unsigned long> distinct(ids.begin(), ids.end());
   EXPECT_EQ(distinct.size(), runs.size());
   EXPECT_TRUE(std::all_of(runs.begin(), runs.end(), [](const auto& run) { return run == 1; }));
 }
@@ -151,8 +156,7 @@ TEST(KwThreadPool, EndsIdleThreadsAboveTheMinimum)
     };
     Task another = [] {};
     {
-      KwThreadPool pool;
-      ASSERT_EQ(pool.initThreadPool("pool", 0, least, 4, 0), 0);
+      Pool pool(0, least, 4, 0);
       for (int i = 0; i < 4; ++i) {
         ASSERT_NE(give(pool, task), kRefused);
       }
@@ -172,8 +176,7 @@ TEST(KwThreadPool, DestructorWaitsForTakenWorkAndRefusesMore)
 {
   std::atomic<unsigned long> taken = 0;
   std::atomic<unsigned long> done = 0;
-  auto pool = std::make_unique<KwThreadPool>();
-  ASSERT_EQ(pool->initThreadPool("pool", 60, 0, 2, INT_MAX), 0);
+  auto pool = std::make_unique<Pool>(60, 0, 2, INT_MAX);
   Task count = [&] { ++done; };
   Task giveUntilRefused = [&, it = pool.get()] {
     EXPECT_TRUE(eventually([&] { return give(*it, count) == kRefused || (++taken, false); }));
@@ -187,8 +190,7 @@ TEST(KwThreadPool, DrainReturnsThoughWorkKeepsComing)
 {
   std::atomic<bool> stop = false;
   Task chain;  // outlives the pool, whose destructor waits for it
-  KwThreadPool pool;
-  ASSERT_EQ(pool.initThreadPool("pool", 60, 2, 2, 8), 0);
+  Pool pool(60, 2, 2, 8);
   chain = [&] {
     pool.drain();  // one of the pool's own threads does not wait
     if (!stop) {
@@ -211,8 +213,7 @@ TEST(KwThreadPool, GoesOnAfterWorkThatThrows)
                   [] { throw std::runtime_error(std::string(5000, 'x')); }, [&] { ++done; }};
   testing::internal::CaptureStderr();
   {
-    KwThreadPool pool;
-    ASSERT_EQ(pool.initThreadPool("thrower", 60, 1, 1, 8), 0);
+    Pool pool(60, 1, 1, 8, "thrower");
     for (Task& task : tasks) {
       ASSERT_NE(give(pool, task), kRefused);
     }
@@ -231,8 +232,7 @@ TEST(KwThreadPool, ThreadsHaveTheNameAndLeaveSignalsToTheProgram)
     pthread_getname_np(pthread_self(), name, sizeof name);
     pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
   };
-  KwThreadPool pool;
-  ASSERT_EQ(pool.initThreadPool("a name beyond 15 bytes", 60, 1, 1, 1), 0);
+  Pool pool(60, 1, 1, 1, "a name beyond 15 bytes");
   ASSERT_NE(give(pool, look), kRefused);
   pool.drain();
   EXPECT_STREQ(name, "a name beyond 1");
@@ -270,45 +270,36 @@ private:
 
 TEST(KwThreadPool, LivesWithThreadsThatCannotBeStarted)
 {
-  std::atomic<int> done = 0;
-  std::latch gate(1);
-  Task task = [&] {
-    gate.wait();
-    ++done;
-  };
-  KwThreadPool none;
-  KwThreadPool one;
-  ASSERT_EQ(none.initThreadPool("none", 60, 4, 4, 4), 0);
-  ASSERT_EQ(one.initThreadPool("one", 60, 4, 4, 1), 0);
-  ASSERT_NE(give(one, task), kRefused);
+  Gated works;
+  Pool none(60, 4, 4, 4);
+  Pool one(60, 4, 4, 1);
+  ASSERT_NE(give(one, works.task), kRefused);
   {
     NoThreads noThreads;
-    EXPECT_EQ(give(none, task), kRefused);
-    EXPECT_NE(give(one, task), kRefused);  // waits for the thread that exists
-    EXPECT_EQ(give(one, task), kRefused);
+    EXPECT_EQ(give(none, works.task), kRefused);
+    EXPECT_NE(give(one, works.task), kRefused);  // waits for the thread that exists
+    EXPECT_EQ(give(one, works.task), kRefused);
   }
-  gate.count_down();
+  works.gate.count_down();
   one.drain();
-  EXPECT_EQ(done, 2);
-  EXPECT_NE(give(none, task), kRefused);
+  EXPECT_EQ(works.done, 2);
+  EXPECT_NE(give(none, works.task), kRefused);
   none.drain();
-  EXPECT_EQ(done, 3);
+  EXPECT_EQ(works.done, 3);
 }
 
 TEST(KwThreadPool, HasNoThreadsInAForkedChild)
 {
-  std::latch gate(1);
-  Task task = [&] { gate.wait(); };
-  auto pool = std::make_unique<KwThreadPool>();
-  ASSERT_EQ(pool->initThreadPool("pool", 60, 1, 2, 2), 0);
+  Gated works;
+  auto pool = std::make_unique<Pool>(60, 1, 2, 2);
   for (int i = 0; i < 3; ++i) {
-    ASSERT_NE(give(*pool, task), kRefused);
+    ASSERT_NE(give(*pool, works.task), kRefused);
   }
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     alarm(60);  // against a child that waits for threads of its parent
-    bool right = pool->getCurrentAvailableThreadCount() == 0 && give(*pool, task) == kRefused &&
+    bool right = pool->getCurrentAvailableThreadCount() == 0 && give(*pool, works.task) == kRefused &&
                  pool->initThreadPool("pool", 60, 1, 2, 2) == -1;
     pool->drain();
     pool.reset();
@@ -319,34 +310,23 @@ TEST(KwThreadPool, HasNoThreadsInAForkedChild)
   int status = -1;
   EXPECT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
-  gate.count_down();
+  works.gate.count_down();
 }
-
-KwThreadPool* poolOfTheProcess;
-std::atomic<bool> exiting;
-std::atomic<int> doneAtExit;
 
 TEST(KwThreadPoolProcess, DrainAtExitLosesNothing)
 {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
-        poolOfTheProcess = new KwThreadPool;
-        poolOfTheProcess->initThreadPool("pool", 60, 2, 2, 50);
-        std::atexit([] { std::cerr << doneAtExit << " done\n"; });
+        static Pool& pool = *new Pool(60, 2, 2, 50);
+        static Gated& works = *new Gated;
+        std::atexit([] { std::cerr << works.done << " done\n"; });
         std::atexit([] {
-          exiting = true;
-          exiting.notify_all();
-          poolOfTheProcess->drain();
+          works.gate.count_down();
+          pool.drain();
         });
         for (int i = 0; i < 50; ++i) {
-          poolOfTheProcess->doWork(
-              [](void*) -> void* {
-                exiting.wait(false);
-                ++doneAtExit;
-                return nullptr;
-              },
-              nullptr);
+          give(pool, works.task);
         }
         std::exit(0);
       },

@@ -17,11 +17,9 @@ class TempDirectory
 public:
   TempDirectory()
   {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kwxml_test_XXXXXX").string();
-    if (!mkdtemp(pattern.data())) {
+    if (!mkdtemp(path_.data())) {
       throw std::runtime_error("no temporary directory");
     }
-    path_ = pattern;
   }
   ~TempDirectory()
   {
@@ -59,7 +57,7 @@ public:
   }
 
 private:
-  std::string path_;
+  std::string path_ = (std::filesystem::temp_directory_path() / "kwxml_test_XXXXXX").string();
 };
 
 }  // namespace kwxml::test

@@ -4,6 +4,8 @@
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/LogSink.h>
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 
 namespace kwxml::test {
@@ -33,20 +35,14 @@ LogCapture::~LogCapture()
 std::vector<std::string> LogCapture::texts() const
 {
   std::vector<std::string> result;
-  for (const LogLine& line : lines_) {
-    result.push_back(line.text);
-  }
+  std::ranges::transform(lines_, std::back_inserter(result), &LogLine::text);
   return result;
 }
 
 bool LogCapture::has(const std::string& function, const std::string& text) const
 {
-  for (const LogLine& line : lines_) {
-    if (line.function == function && line.text == text) {
-      return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(
+      lines_, [&](const LogLine& line) { return line.function == function && line.text == text; });
 }
 
 }  // namespace kwxml::test

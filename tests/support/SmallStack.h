@@ -2,9 +2,11 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace kwxml::test {
 
-void onSmallStack(const std::function<void()>& function);
+/// Returns what the stack holds when the function is done.
+std::string onSmallStack(const std::function<void()>& function);
 
 }  // namespace kwxml::test
