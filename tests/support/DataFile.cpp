@@ -63,6 +63,7 @@ void expectCases(const std::string& path, const std::function<std::string(const 
     }
     const std::string before = line.substr(0, at);
     input += before.substr(0, before.find_last_not_of(' ') + 1);
+    input.erase(input.find_last_not_of('\n') + 1);
     std::string expected = outputOf(line);
     while ((more = static_cast<bool>(std::getline(file, line))) && isContinuation(line)) {
       expected += outputOf(line);

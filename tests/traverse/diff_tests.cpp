@@ -1,6 +1,7 @@
 // What is reported of two messages that differ: each value once, under its path, with its text; and nothing
 // of two that are equal.
 #include "support/AllocationCounter.h"
+#include "support/DataFile.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -51,21 +52,19 @@ std::vector<Difference> differences(const YMMessageBase& left, const YMMessageBa
 }
 
 /// "- path|left", "+ path|right", "~ path|left|right"
-std::vector<std::string> lines(const std::vector<Difference>& found)
+std::string lines(const std::vector<Difference>& found)
 {
-  std::vector<std::string> texts;
+  std::string text;
   for (const Difference& one : found) {
-    texts.push_back(one.kind == Kind::OnlyLeft    ? "- " + one.path + "|" + one.left + one.right
-                    : one.kind == Kind::OnlyRight ? "+ " + one.path + "|" + one.left + one.right
-                                                  : "~ " + one.path + "|" + one.left + "|" + one.right);
+    const bool changed = one.kind == Kind::Changed;
+    text += changed ? "~ " : one.kind == Kind::OnlyLeft ? "- " : "+ ";
+    text += one.path + "|" + one.left + (changed ? "|" : "") + one.right + "\n";
   }
-  return texts;
+  return text;
 }
 
-using Lines = std::vector<std::string>;
-
 /// Both ways: what the sides say of each other must agree, and say nothing only when the messages are equal.
-Lines diff(const YMMessageBase& left, const YMMessageBase& right)
+std::string diff(const YMMessageBase& left, const YMMessageBase& right)
 {
   const std::vector<Difference> found = differences(left, right);
   std::vector<Difference> mirrored = differences(right, left);
@@ -102,6 +101,13 @@ Value& object(YMMessageBase& message, const std::string& name)
   return *value;
 }
 
+std::wstring& wide(YMMessageBase& message, const std::string& name)
+{
+  const FieldDef& def = field(message, name);
+  MessageAccess::mark(message, def);
+  return MessageAccess::inPlace<std::wstring>(message, def.slot);
+}
+
 template <class Float>
 void setFloat(YMMessageBase& message, const std::string& name, Float value)
 {
@@ -115,85 +121,14 @@ void setFloat(YMMessageBase& message, const std::string& name, Float value)
 
 }  // namespace
 
-TEST(MessageDiff, EachTypeHasItsPathAndText)
+TEST(MessageDiff, EachValueHasItsPathAndText)
 {
-  struct Case
-  {
-    const char* left;  // within Types_AllTypes: attributes, elements
-    const char* right;
-    Lines expected;
-  };
-  const Case cases[] = {
-      {" intValue='5'>", " intValue='-7'>", {"~ intValue|5|-7"}},
-      {" uintValue='4294967295'>", ">", {"- uintValue|4294967295"}},
-      {" longValue='-9000000000' ulongValue='1'>",
-       " ulongValue='2'>",
-       {"- longValue|-9000000000", "~ ulongValue|1|2"}},
-      {" longlongValue='-9223372036854775808'>",
-       " ulonglongValue='-1'>",
-       {"- longlongValue|-9223372036854775808", "+ ulonglongValue|18446744073709551615"}},
-      {" boolValue='true'>", " boolValue='false'>", {"~ boolValue|true|false"}},
-      {" stringValue=''>", ">", {"- stringValue|\"\""}},
-      {" stringValue='a&quot;b\\c&#10;&#13;&#9;d'>",
-       " stringValue='&#xE9;&#x1F600;&#x9B;&#x2028;&#x7F;'>",
-       {"~ "
-        "stringValue|\"a\\\"b\\\\c\\n\\r\\td\"|\"\xC3\xA9\xF0\x9F\x98\x80\\xC2\\x9B\\xE2\\x80\\xA8\\x7F\""}},
-      {" doubleValue='0.1' floatValue='0.1'>",
-       " doubleValue='1e300' floatValue='-2.5'>",
-       {"~ doubleValue|0.1|1e+300", "~ floatValue|0.1|-2.5"}},
-      {" bstringValue='YQ=='>", " bstringValue='Yg=='>", {"~ bstringValue|****|****"}},
-      {" pstringValue='a'>", ">", {"- pstringValue|****"}},
-      {" time32Value='86400' time64Value='1'>",
-       " time64Value='2'>",
-       {"- time32Value|86400", "~ time64Value|1|2"}},
-      {" enumValue='5'>", " enumValue='0'>", {"~ enumValue|MIDDLE(5)|LOW(0)"}},
-      {" enumValue='100'>", " enumValue='6'>", {"~ enumValue|HIGH(100)|6"}},
-      {"><intList val='1'/><intList val='2'/>",
-       "><intList val='1'/><intList val='3'/><intList val='4'/>",
-       {"~ intList[1]|2|3", "+ intList[2]|4"}},
-      {"><ulonglongList val='18446744073709551615'/>",
-       "><uintList val='1'/>",
-       {"+ uintList[0]|1", "- ulonglongList[0]|18446744073709551615"}},
-      {"><stringList val='a'/>", "><stringList val='A'/>", {"~ stringList[0]|\"a\"|\"A\""}},
-      {"><bstringList val='YQ=='/><bstringList val='Yg=='/>",
-       "><bstringList val='Yw=='/>",
-       {"~ bstringList[0]|****|****", "- bstringList[1]|****"}},
-      {"><boolList val='1'/><enumList val='-3'/>",
-       "><boolList val='0'/><enumList val='7'/>",
-       {"~ boolList[0]|true|false", "~ enumList[0]|BELOW(-3)|7"}},
-      {"><floatList val='0.1'/><doubleList val='0.1'/>",
-       "><floatList val='0.2'/><doubleList val='-0'/>",
-       {"~ floatList[0]|0.1|0.2", "~ doubleList[0]|0.1|-0"}},
-      {"><objectValue number='1' text='x'/>",
-       "><objectValue number='2'/>",
-       {"~ objectValue.number|1|2", "- objectValue.text|\"x\""}},
-      {"><objectValue number='1' text='x'/>", ">", {"- objectValue.number|1", "- objectValue.text|\"x\""}},
-      {"><objectList number='1'/>",
-       "><objectList number='1'/><objectList number='3'/><objectList/>",
-       {"+ objectList[1].number|3", "+ objectList[2]|{}"}},
-      {"><longlongLonglongMap><__mapKey__ val='-7'/><__mapValue__ val='1'/></longlongLonglongMap>"
-       "<longlongLonglongMap><__mapKey__ val='8'/><__mapValue__ val='1'/></longlongLonglongMap>",
-       "><longlongLonglongMap><__mapKey__ val='8'/><__mapValue__ val='2'/></longlongLonglongMap>",
-       {"- longlongLonglongMap[-7]|1", "~ longlongLonglongMap[8]|1|2"}},
-      {"><stringStringMap><__mapKey__ val='a &quot;b'/><__mapValue__ val='x'/></stringStringMap>",
-       "><stringStringMap><__mapKey__ val='a &quot;b'/><__mapValue__ val='y'/></stringStringMap>"
-       "<stringStringMap><__mapKey__ val='&#9;'/><__mapValue__ val=''/></stringStringMap>",
-       {"+ stringStringMap[\"\\t\"]|\"\"", "~ stringStringMap[\"a \\\"b\"]|\"x\"|\"y\""}},
-      {"><longlongObjectMap><__mapKey__ val='1'/><__mapValue__ number='1'/></longlongObjectMap>",
-       "><longlongObjectMap><__mapKey__ val='1'/><__mapValue__ text='t'/></longlongObjectMap>",
-       {"- longlongObjectMap[1].number|1", "+ longlongObjectMap[1].text|\"t\""}},
-      {"><objectObjectMap><__mapKey__ key='a'/><__mapValue__ number='1'/></objectObjectMap>",
-       "><objectObjectMap><__mapKey__ key='b'/><__mapValue__ number='2'/></objectObjectMap>",
-       {"~ objectObjectMap[0].key.key|\"a\"|\"b\"", "~ objectObjectMap[0].value.number|1|2"}},
-  };
-  for (const Case& one : cases) {
-    const auto message = [](const std::string& content) {
-      return read("<Types_AllTypes" + content + "</Types_AllTypes>");
-    };
-    const YMMessageBase left = message(one.left);
-    EXPECT_EQ(diff(left, message(one.right)), one.expected) << one.left;
-    EXPECT_EQ(diff(left, left), Lines()) << one.left;
-  }
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/diff.cases", [](const std::string& input) {
+    const auto second = input.find("\n<");
+    const YMMessageBase left = read(input.substr(0, second));
+    EXPECT_EQ(diff(left, left), "") << input;
+    return diff(left, read(input.substr(second)));
+  });
 }
 
 /// Values that compare in ways of their own, and texts that tell them apart nevertheless.
@@ -215,25 +150,33 @@ TEST(MessageDiff, ValuesThatLookAlike)
   setText(right, "stringValue", std::string("\0\xC0\x80", 3));
   object<std::vector<double>>(left, "doubleList") = {0.0, std::numeric_limits<double>::infinity()};
   object<std::vector<double>>(right, "doubleList") = {-0.0, -std::numeric_limits<double>::infinity()};
-  MessageAccess::inPlace<std::wstring>(left, field(left, "wstringValue").slot) = L"\u00E9\u20AC\U0001F600\t";
-  MessageAccess::mark(left, field(left, "wstringValue"));
+  wide(left, "wstringValue") = L"\u00E9\u20AC\U0001F600\t";
   object<std::vector<std::wstring>>(left, "wstringList") = {std::wstring(1, static_cast<wchar_t>(0xD800))};
   object<std::vector<std::wstring>>(right, "wstringList") = {L"\\u{d800}"};
   EXPECT_EQ(diff(left, right),
-            (Lines{"~ uintValue|-1|4294967295", "~ boolValue|true|true(2)",
-                   "~ stringValue|\"\\xC3\"|\"\\x00\\xC0\\x80\"",
-                   "- wstringValue|\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\\t\"", "~ doubleValue|0|-0",
-                   "~ floatValue|nan(0x7fc00000)|nan(0xffc00000)", "~ enumValue|MIDDLE(5)|4294967301",
-                   "~ wstringList[0]|\"\\u{d800}\"|\"\\\\u{d800}\"", "~ doubleList[1]|inf|-inf"}));
+            "~ uintValue|-1|4294967295\n"
+            "~ boolValue|true|true(2)\n"
+            "~ stringValue|\"\\xC3\"|\"\\x00\\xC0\\x80\"\n"
+            "- wstringValue|\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\\t\"\n"
+            "~ doubleValue|0|-0\n"
+            "~ floatValue|nan(0x7fc00000)|nan(0xffc00000)\n"
+            "~ enumValue|MIDDLE(5)|4294967301\n"
+            "~ wstringList[0]|\"\\u{d800}\"|\"\\\\u{d800}\"\n"
+            "~ doubleList[1]|inf|-inf\n");
 
   YMMessageBase floats = make("Types_AllTypes");
   setInt(floats, "floatValue", 0x3FC00000);
   YMMessageBase rest = make("Types_AllTypes");
   setInt(rest, "floatValue", 0x13FC00000);
-  EXPECT_EQ(diff(floats, rest), (Lines{"~ floatValue|1.5|1.5(0x13fc00000)"}));
+  EXPECT_EQ(diff(floats, rest), "~ floatValue|1.5|1.5(0x13fc00000)\n");
   // In a list not a number equals nothing, not even itself.
   object<std::vector<float>>(floats, "floatList") = {std::numeric_limits<float>::quiet_NaN()};
-  EXPECT_EQ(diff(floats, floats), (Lines{"~ floatList[0]|nan(0x7fc00000)|nan(0x7fc00000)"}));
+  EXPECT_EQ(diff(floats, floats), "~ floatList[0]|nan(0x7fc00000)|nan(0x7fc00000)\n");
+  YMMessageBase vault = make("Secrets_Vault");
+  wide(vault, "wide") = L"hunter2";
+  YMMessageBase other = make("Secrets_Vault");
+  wide(other, "wide") = L"swordfish";
+  EXPECT_EQ(diff(vault, other) + diff(vault, make("Secrets_Vault")), "~ wide|****|****\n- wide|****\n");
 }
 
 TEST(MessageDiff, WhatIsSetWithoutAValue)
@@ -243,15 +186,16 @@ TEST(MessageDiff, WhatIsSetWithoutAValue)
   for (const char* name : {"bstringValue", "utf16Value", "objectValue", "intList", "stringObjectMap"}) {
     MessageAccess::mark(marked, field(marked, name));
   }
-  EXPECT_EQ(diff(marked, nothing), (Lines{"- bstringValue|****", "- utf16Value|(set)", "- objectValue|null",
-                                          "- intList|[]", "- stringObjectMap|{}"}));
+  EXPECT_EQ(
+      diff(marked, nothing),
+      "- bstringValue|****\n- utf16Value|(set)\n- objectValue|null\n- intList|[]\n- stringObjectMap|{}\n");
   YMMessageBase made = marked;
   object<std::vector<int>>(made, "intList");
   object<bstring>(made, "bstringValue");
-  EXPECT_EQ(diff(marked, made), Lines()) << "what was never made is empty";
+  EXPECT_EQ(diff(marked, made), "") << "what was never made is empty";
   object<YMMessageBase>(made, "objectValue") = make("Types_Leaf");
   object<std::vector<int>>(made, "intList") = {1};
-  EXPECT_EQ(diff(marked, made), (Lines{"+ objectValue|{}", "+ intList[0]|1"}));
+  EXPECT_EQ(diff(marked, made), "+ objectValue|{}\n+ intList[0]|1\n");
 
   // Hidden fields do not count: neither by themselves nor by the bit that others have of them.
   const auto onlyLeft = [](const char* tagName, const char* name) {
@@ -259,62 +203,24 @@ TEST(MessageDiff, WhatIsSetWithoutAValue)
     setInt(left, name, 5);
     return diff(left, make(tagName));
   };
-  EXPECT_EQ(onlyLeft("Types_Hidden", "secret"), Lines());
-  EXPECT_EQ(onlyLeft("Secrets_Untyped", "unseen"), (Lines{"- nothing|(set)"}));
-  EXPECT_EQ(onlyLeft("Types_AllTypes", "intValue"), (Lines{"- intValue|5"})) << "noneValue has its bit";
+  EXPECT_EQ(onlyLeft("Types_Hidden", "secret"), "");
+  EXPECT_EQ(onlyLeft("Secrets_Untyped", "unseen"), "- nothing|(set)\n");
+  EXPECT_EQ(onlyLeft("Types_AllTypes", "intValue"), "- intValue|5\n") << "noneValue has its bit";
 }
 
 TEST(MessageDiff, MessagesOfDifferentClasses)
 {
   const YMMessageBase leaf = make("Types_Leaf");
   const YMMessageBase none;
-  EXPECT_EQ(diff(leaf, make("Demo_Status")), (Lines{"~ |Types_Leaf|Demo_Status"}));
-  EXPECT_EQ(diff(leaf, none), (Lines{"~ |Types_Leaf|(no class)"}));
-  EXPECT_EQ(diff(none, none), (Lines{"~ |(no class)|(no class)"}));
+  EXPECT_EQ(diff(leaf, none), "~ |Types_Leaf|(no class)\n");
+  EXPECT_EQ(diff(none, none), "~ |(no class)|(no class)\n");
   YMMessageBase left = make("Types_AllTypes");
   YMMessageBase right = make("Types_AllTypes");
   object<std::vector<YMMessageBase>>(left, "objectList") = {leaf, leaf, none};
   object<std::vector<YMMessageBase>>(right, "objectList") = {leaf, make("Types_KeyLeaf")};
   EXPECT_EQ(diff(left, right),
-            (Lines{"~ objectList[1]|Types_Leaf|Types_KeyLeaf", "- objectList[2]|(no class)"}));
-}
-
-TEST(MessageDiff, SecretsStaySecret)
-{
-  const auto vault = [](const std::string& secret) {
-    YMMessageBase m = make("Secrets_Vault");
-    YMMessageBase inner = make("Secrets_Inner");
-    setText(inner, "name", secret);
-    object<pstring>(inner, "password") = secret;
-    object<std::map<std::string, std::string>>(inner, "pairs") = {{secret, secret}};
-    setText(m, "text", secret);
-    object<std::map<std::string, YMMessageBase>>(m, "inner") = {{secret, inner}};
-    setInt(m, "pin", static_cast<long long>(nameHash(secret.data(), secret.size())));
-    object<std::vector<std::string>>(m, "list") = {secret, ""};
-    object<std::map<std::string, std::string>>(m, "words") = {{"a", ""}, {secret, secret}, {"z", ""}};
-    object<std::map<long long, long long>>(m, "numbers") = {{4711, static_cast<long long>(secret.size())}};
-    MessageAccess::inPlace<std::wstring>(m, field(m, "wide").slot) =
-        std::wstring(secret.begin(), secret.end());
-    MessageAccess::mark(m, field(m, "wide"));
-    return m;
-  };
-  EXPECT_EQ(diff(vault("hunter2"), vault("swordfish")),
-            (Lines{"~ text|****|****", "~ wide|****|****", "~ pin|****|****", "~ list[0]|****|****",
-                   "- words[#1]|****", "+ words[#2]|****", "~ numbers[#0]|****|****", "- inner[#0].name|****",
-                   "- inner[#0].pairs[#0]|****", "- inner[#0].password|****", "+ inner[#1].name|****",
-                   "+ inner[#1].pairs[#0]|****", "+ inner[#1].password|****"}));
-  for (const std::string& line : diff(vault("hunter2"), make("Secrets_Vault"))) {
-    EXPECT_EQ(line.find("hunter"), std::string::npos) << line;
-  }
-
-  // Beside them everything shows.
-  YMMessageBase left = make("Secrets_Vault");
-  YMMessageBase right = make("Secrets_Vault");
-  YMMessageBase inner = make("Secrets_Inner");
-  setText(inner, "name", "plain");
-  object<pstring>(inner, "password") = "hunter2";
-  object<std::map<std::string, YMMessageBase>>(left, "open") = {{"key", inner}};
-  EXPECT_EQ(diff(left, right), (Lines{"- open[\"key\"].name|\"plain\"", "- open[\"key\"].password|****"}));
+            "~ objectList[1]|Types_Leaf|Types_KeyLeaf\n"
+            "- objectList[2]|(no class)\n");
 }
 
 // ---- Against equality
@@ -415,7 +321,7 @@ TEST(MessageDiff, SaysNothingExactlyWhenMessagesAreEqual)
         mutation.message(left);
         YMMessageBase right = left;
         mutation.message(right);
-        const Lines found = diff(left, right);  // holds it against operator==
+        const std::string found = diff(left, right);  // holds it against operator==
         for (const Difference& one : differences(left, right)) {
           EXPECT_TRUE(one.kind != Kind::Changed || one.left != one.right || one.left == "****") << one.path;
           EXPECT_EQ((one.path + one.left + one.right).find_first_of("\n\t"), std::string::npos);
