@@ -6,8 +6,8 @@
 //   input                    => output
 //                            => a second line of output
 //
-// The last line of a longer input has the first line of the output behind it. With KWXML_UPDATE=1 the files
-// are written anew, with what comes out.
+// An input may have several lines; its output stands behind or below the last one. With KWXML_UPDATE=1 the
+// files are written anew, with what comes out.
 #pragma once
 
 #include <functional>
