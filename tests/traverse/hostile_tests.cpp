@@ -1,5 +1,5 @@
 // Walks and renderings where something is against them: visitors that change what is walked, fields that
-// share a hash, secrets below a field, dates beyond the calendar, and passwords that pass through a text.
+// share a hash, secrets below a field, and passwords that pass through a text.
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
@@ -110,20 +110,6 @@ TEST(Hostile, SecretsBelowAFieldAreLeftOut)
   EXPECT_EQ(plain, "name:[canary],name:[canary],after:[shown]") << "plain text hides passwords alone";
   EXPECT_EQ(text.substr(plain.size()).find("canary"), std::string::npos) << text;
   EXPECT_EQ(text.find("secret"), std::string::npos) << text;
-}
-
-TEST(Hostile, TimesBeyondTheCalendar)
-{
-  setenv("TZ", "UTC0", 1);
-  tzset();
-  YMMessageBase m = make("Types_Annotated");
-  for (const long long time : {67768036191676799LL, 67767976233532799LL, 67768036191676800LL,
-                               -67768040609740800LL, -67768040609740801LL}) {
-    setInt(m, "dateTime", time);
-    EXPECT_NE(summaries(m).find("dateTime"), std::string::npos) << time;
-  }
-  setInt(m, "dateTime", 67768036191676799LL);
-  EXPECT_NE(summaries(m).find("2147485547-12-31 23:59:59"), std::string::npos);
 }
 
 TEST(Hostile, AListOfOneEmptyTextIsShown)
