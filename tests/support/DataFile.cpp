@@ -1,11 +1,16 @@
 #include "support/DataFile.h"
 
+#include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/codec/XMLEncoder.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <sstream>
+#include <stdexcept>
 
 namespace kwxml::test {
 
@@ -91,6 +96,19 @@ void expectGolden(const std::string& path, const std::string& actual)
   std::ifstream file(path);
   const std::string golden((std::istreambuf_iterator<char>(file)), {});
   EXPECT_EQ(actual + "\n", golden) << path;
+}
+
+YMMessageBase fromXml(const std::string& xml)
+{
+  const std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(xml));
+  return message != nullptr ? *message : throw std::invalid_argument(xml);
+}
+
+std::string toXml(YMMessageBase& message)
+{
+  std::string xml;
+  EXPECT_EQ(XMLEncoder().serialize(message, xml, true), 0);
+  return xml;
 }
 
 Settings::Settings(const std::string& input)

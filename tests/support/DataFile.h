@@ -10,6 +10,8 @@
 // files are written anew, with what comes out.
 #pragma once
 
+#include <kwxml/model/YMMessageBase.h>
+
 #include <functional>
 #include <map>
 #include <string>
@@ -22,6 +24,11 @@ void expectCases(const std::string& path, const std::function<std::string(const 
 
 /// The whole file, but for its last line end.
 void expectGolden(const std::string& path, const std::string& actual);
+
+/// The message that an input has as XML. Throws when there is none in it.
+YMMessageBase fromXml(const std::string& xml);
+/// The element of a message alone.
+std::string toXml(YMMessageBase& message);
 
 /// The settings of an input "open a=b text=all the rest": "open" has an empty value, and text goes on to the
 /// end.

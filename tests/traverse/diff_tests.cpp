@@ -6,7 +6,6 @@
 #include "support/Messages.h"
 #include "support/SmallStack.h"
 
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/MessageDiff.h>
@@ -15,7 +14,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 #include <random>
 
 using namespace kwxml;
@@ -79,15 +77,6 @@ std::string diff(const YMMessageBase& left, const YMMessageBase& right)
   return lines(found);
 }
 
-YMMessageBase read(const std::string& xml)
-{
-  const std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(xml, nullptr));
-  if (message == nullptr) {
-    throw std::invalid_argument(xml);
-  }
-  return *message;
-}
-
 /// The value of a list, map or message in a field, made when there is none.
 template <class Value>
 Value& object(YMMessageBase& message, const std::string& name)
@@ -125,9 +114,9 @@ TEST(MessageDiff, EachValueHasItsPathAndText)
 {
   expectCases(KWXML_SOURCE_DIR "/tests/traverse/diff.cases", [](const std::string& input) {
     const auto second = input.find("\n<");
-    const YMMessageBase left = read(input.substr(0, second));
+    const YMMessageBase left = fromXml(input.substr(0, second));
     EXPECT_EQ(diff(left, left), "") << input;
-    return diff(left, read(input.substr(second)));
+    return diff(left, fromXml(input.substr(second)));
   });
 }
 

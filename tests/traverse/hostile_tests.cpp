@@ -8,7 +8,7 @@
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
 
-#include "support/LogCapture.h"
+#include "support/DataFile.h"
 #include "support/Messages.h"
 
 #include <gtest/gtest.h>
@@ -87,24 +87,17 @@ TEST(Hostile, FieldsThatShareAHashKeepTheirLists)
   EXPECT_NE(text.find("Aa[1,2],BB[]"), std::string::npos) << text;
   const std::string word = "w";
   ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "BB", &word));
-  YMMessageBase leaf = make("Types_Leaf");
+  const YMMessageBase leaf = make("Types_Leaf");
   ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "CC", &leaf));
   YMMessageBase into = make("Secrets_Twins");
-  EXPECT_TRUE(XmlTraverse().merge(m, into));
-  EXPECT_TRUE(into == m);
+  EXPECT_TRUE(XmlTraverse().merge(m, into) && into == m);
 }
 
 TEST(Hostile, SecretsBelowAFieldAreLeftOut)
 {
-  YMMessageBase m = make("Secrets_Nested");
-  YMMessageBase inner = make("Secrets_Inner");
-  setText(inner, "name", "canary");
-  for (const char* name : {"secret", "hidden", "suppressed"}) {
-    const FieldDef& def = field(m, name);
-    m.setObject(def.fieldNumber, def.slot, new YMMessageBase(inner), true, m.getTagID(), def.hash, true);
-  }
-  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "secrets", &inner));
-  setText(m, "after", "shown");
+  YMMessageBase m = fromXml(
+      "<Secrets_Nested after='shown'><secret name='canary'/><hidden name='canary'/>"
+      "<suppressed name='canary'/><secrets name='canary'/></Secrets_Nested>");
   const std::string text = summaries(m);
   const std::string plain = text.substr(0, text.find('\n'));
   EXPECT_EQ(plain, "name:[canary],name:[canary],after:[shown]") << "plain text hides passwords alone";
@@ -128,9 +121,8 @@ TEST(Hostile, PasswordsPassThroughATextAsTheyWere)
   {
     void visit(MsgFieldContext&) override {}
   } nobody;
-  const std::string before =
+  std::string xml =
       "<Types_Annotated password3=\"bm90IGEga2V5\" password9=\"c2VjcmV0\" password6=\"as it is\"/>";
-  std::string xml = before;
   KwXMLContextInfo context;
   XmlTraverse().traverse(xml, nobody, false, false, &context);
   for (const char* part :

@@ -1,9 +1,9 @@
 // What a merge copies, appends and leaves alone, for every field type.
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/XmlTraverse.h>
 
+#include "support/DataFile.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -75,23 +75,33 @@ TEST(Merge, EveryTypeIsReplacedAppendedOrLeftAlone)
   EXPECT_EQ(log.lines(), std::vector<LogLine>());
 }
 
-TEST(Merge, ListsOfTheTargetComeFirst)
+TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
 {
-  YMMessageBase from = make("Types_AllTypes");
-  YMMessageBase into = make("Types_AllTypes");
-  for (const int value : {1, 2}) {
-    XMLDecoder::InsertIntoList(&from, "intList", &value);
-  }
-  const int three = 3;
-  XMLDecoder::InsertIntoList(&into, "intList", &three);
-  merge(from, into);
-  const FieldDef& def = field(into, "intList");
-  EXPECT_EQ(*into.getlistint_const(def.fieldNumber, def.slot, into.getTagID(), def.hash),
-            (std::vector<int>{3, 1, 2}));
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/merge.cases", [](const std::string& input) {
+    LogCapture log(10);
+    const auto line = input.find('\n');
+    YMMessageBase from = fromXml(input.substr(0, line));
+    YMMessageBase into = fromXml(input.substr(line + 1));
+    log.clear();
+    const std::string before = toXml(into);
+    const bool merged = merge(from, into);
+    std::string answer = merged ? toXml(into) + "\n" : "refused\n";
+    EXPECT_TRUE(merged || toXml(into) == before);
+    for (const LogLine& one : log.lines()) {
+      answer += std::to_string(one.level) + " " + one.function + ": " + one.text + "\n";
+    }
+    return answer;
+  });
   YMMessageBase twice = only("objectList", 1);
   fill(twice, field(twice, "stringList"), 1);
   EXPECT_TRUE(merge(twice, twice)) << "with itself";
   EXPECT_EQ(elements(twice, "objectList") + elements(twice, "stringList"), 12u);
+
+  const LogCapture log(10);
+  YMMessageBase leaf = make("Types_Leaf");
+  YMMessageBase none;
+  EXPECT_FALSE(merge(none, leaf) || merge(leaf, none) || merge(none, none));
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
 }
 
 TEST(Merge, PasswordsKeepTheirScheme)
@@ -104,40 +114,6 @@ TEST(Merge, PasswordsKeepTheirScheme)
   merge(from, into);
   const pstring* merged = into.getpstringobject_const(def.fieldNumber, def.slot, into.getTagID(), def.hash);
   EXPECT_EQ(merged->text() + std::to_string(merged->getEncryptionType()), "p9");
-}
-
-TEST(Merge, NestedMessagesMergeAndOtherClassesAreRefused)
-{
-  YMMessageBase from = make("Types_Node");
-  YMMessageBase into = nodeChain(2);
-  YMMessageBase child = make("Types_Node");
-  setText(child, "label", "other");
-  const FieldDef& def = field(from, "child");
-  const auto setChild = [&](YMMessageBase& m, const YMMessageBase& value) {
-    m.setObject(def.fieldNumber, def.slot, new YMMessageBase(value), true, m.getTagID(), def.hash, true);
-  };
-  setChild(child, nodeChain(1));
-  setChild(from, child);
-  {
-    LogCapture log(10);
-    EXPECT_TRUE(merge(from, into));
-    const std::string line = "Merging Objects [" + std::to_string(from.getTagID()) + "] and [" +
-                             std::to_string(from.getTagID()) + "]";
-    const LogLine expected{10, "KwXmlMessageProcessor::merge", line};
-    EXPECT_EQ(log.lines(), (std::vector<LogLine>{expected, expected}));
-  }
-  YMMessageBase* merged = kwxml::MessageAccess::pointer<YMMessageBase>(into, def.slot);
-  EXPECT_EQ(getText(into, "label") + getText(*merged, "label"), "levelother");
-  EXPECT_TRUE(isSet(*merged, "child")) << "a copy where there was none";
-
-  LogCapture log(10);
-  YMMessageBase leaf = make("Types_Leaf");
-  YMMessageBase other = make("Types_KeyLeaf");
-  YMMessageBase none;
-  EXPECT_FALSE(merge(leaf, other) || merge(none, leaf) || merge(leaf, none) || merge(none, none));
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
-  YMMessageBase noFields = make("Types_Empty");
-  EXPECT_TRUE(merge(noFields, noFields));
 }
 
 TEST(Merge, StopsAtTheNestingLimit)

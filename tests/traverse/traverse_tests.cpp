@@ -16,7 +16,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 
 using namespace kwxml::test;
 
@@ -97,17 +96,16 @@ TEST(Walk, ShowsMakesAndKeeps)
     LogCapture log;
     const auto line = input.find('\n');
     const Settings settings(input.substr(0, line));
-    const std::unique_ptr<YMMessageBase> m(XMLDecoder().unSerialize(input.substr(line + 1)));
-    const std::string trace = walk(*m, settings.has("order"), settings.has("create"), settings.has("keep"),
-                                   settings.text("change"));
-    for (const FieldDef& def : *m->getClass()) {  // nothing is held that is not set
+    YMMessageBase m = fromXml(input.substr(line + 1));
+    const std::string trace =
+        walk(m, settings.has("order"), settings.has("create"), settings.has("keep"), settings.text("change"));
+    for (const FieldDef& def : *m.getClass()) {  // nothing is held that is not set
       if (def.type == FIELD_OBJECT) {
-        const auto* held = kwxml::MessageAccess::pointer<YMMessageBase>(std::as_const(*m), def.slot);
-        EXPECT_EQ(held != nullptr, isSet(*m, def.getName())) << def.getName();
+        const auto* held = kwxml::MessageAccess::pointer<YMMessageBase>(std::as_const(m), def.slot);
+        EXPECT_EQ(held != nullptr, isSet(m, def.getName())) << def.getName();
       }
     }
-    std::string after;
-    EXPECT_EQ(XMLEncoder().serialize(*m, after, false), 0);
+    const std::string after = toXml(m);
     EXPECT_EQ(log.lines(), std::vector<LogLine>());
     return trace + after + "\n";
   });
@@ -277,12 +275,9 @@ TEST(FieldContext, ReplacesValuesByTheKindOfField)
   replaced("stringValue", "s");
   replaced("bstringValue", bstring("b"), false);
   replaced("bstringValue", bstring("c"), true);
-  std::string xml;
-  EXPECT_EQ(XMLEncoder().serialize(m, xml, false), 0);
-  EXPECT_TRUE(xml.ends_with(
-      R"(<Types_AllTypes boolValue="true" bstringValue="Yw==&#xA;" doubleValue="2.5" enumValue="100" )"
-      R"(floatValue="1.5" intValue="-5" stringValue="s" ulonglongValue="6"/>)"))
-      << xml;
+  EXPECT_EQ(toXml(m),
+            R"(<Types_AllTypes boolValue="true" bstringValue="Yw==&#xA;" doubleValue="2.5" enumValue="100" )"
+            R"(floatValue="1.5" intValue="-5" stringValue="s" ulonglongValue="6"/>)");
   replaced("pstringValue", pstring("p", Annotation::BASE64));
   const FieldDef& password = field(m, "pstringValue");
   const pstring* kept =
