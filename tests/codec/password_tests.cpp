@@ -176,15 +176,6 @@ std::string shown(const pstring& value)
   return std::to_string(value.getEncryptionType()) + ":" + shown(value.text());
 }
 
-std::string shown(const std::vector<LogLine>& lines)
-{
-  std::string all;
-  for (const LogLine& line : lines) {
-    all += std::to_string(line.level) + " " + line.function + ": " + line.text + "\n";
-  }
-  return all;
-}
-
 /// The value of a password field with its type.
 std::string password(const YMMessageBase& m, const std::string& fieldName)
 {
@@ -268,7 +259,7 @@ TEST_F(Passwords, RegistriesHaveElevenSlotsEach)
     EXPECT_EQ(XMLDecoder::registerPasswordDecAlgo(number, decrypt<2>), done);
     EXPECT_EQ(XMLDecoder::GetRegisteredPasswordEncAlgo(number), done ? encrypt<2> : nullptr);
     EXPECT_EQ(XMLDecoder::GetRegisteredPasswordDecAlgo(number), done ? decrypt<2> : nullptr);
-    return (done ? "" : "refused\n") + shown(log.lines());
+    return (done ? "" : "refused\n") + toText(log);
   });
 }
 
@@ -326,7 +317,7 @@ TEST_F(Passwords, AreReadByTheTypesOfFieldAndContext)
           value == "unset" && !one.text.empty());
       std::string now = value + "\n";
       for (const LogLine& line : log.lines()) {
-        now += line.function == decryptFunction ? shown(std::vector<LogLine>{line}) : "";
+        now += line.function == decryptFunction ? std::to_string(line.level) + " " + line.text + "\n" : "";
       }
       answer += answer == now ? "" : now;
     };
@@ -379,8 +370,7 @@ TEST_F(Passwords, OneReceivedPasswordIsProcessedInPlace)
       EXPECT_EQ(result == 0 ? seen.reEncrypt : reEncrypt, reEncrypt ? 1 : 0);
       EXPECT_EQ(one.context.getParam("reEncrypt"), nullptr);
       EXPECT_TRUE(result == 0 || value.text() == one.text);
-      const std::string now =
-          (result == 0 ? value.text() : std::to_string(result)) + "\n" + shown(log.lines());
+      const std::string now = (result == 0 ? value.text() : std::to_string(result)) + "\n" + toText(log);
       EXPECT_TRUE(answer.empty() || answer == now) << now;
       answer = now;
     }
@@ -427,7 +417,7 @@ std::string everything(YMMessageBase& m, const EncodingFlags& flags)
   EXPECT_EQ(XMLEncoder(flags, &context).serialize(m, xml), 0);
   (void)read(xml, &context);
   (void)read(xml.substr(0, xml.size() - 2), &context);
-  return xml + "\n" + context.getErrorDetails() + shown(log.lines());
+  return xml + "\n" + context.getErrorDetails() + toText(log);
 }
 
 /// The forms: plain, elements, readable, masked; then every target, with and without keepPasswordForm.
@@ -563,7 +553,7 @@ TEST_F(StandInPasswords, ValuesInMemoryAreOfTheirTypeOrRefused)
     std::string xml;
     EXPECT_EQ(XMLEncoder().serialize(m, xml), 0);
     EXPECT_NE(xml.find("marked=\"1\""), std::string::npos);
-    const std::string written = shown(log.lines());
+    const std::string written = toText(log);
     return password(*read(xml), fieldName) + "\n" + written;
   });
 }
@@ -589,5 +579,5 @@ TEST_F(StandInPasswords, DamageAndForeignKeysLeaveTheFieldUnset)
   EXPECT_EQ(of(3, text), "unset") << "a text of another generation";
   newKey();
   EXPECT_EQ(of(5, text), "unset") << "a text of another key";
-  EXPECT_EQ(shown(log.lines()).find("secret"), std::string::npos);
+  EXPECT_EQ(toText(log).find("secret"), std::string::npos);
 }

@@ -4,8 +4,10 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
+#include "support/DataFile.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 
@@ -13,6 +15,7 @@
 
 #include <limits>
 #include <random>
+#include <sstream>
 
 using namespace kwxml::test;
 
@@ -34,15 +37,7 @@ YMMessageBase& child(YMMessageBase& m, const char* name)
 
 YMMessageBase stock()
 {
-  YMMessageBase m = make("Inventory_Stock");
-  setText(child(m, "article"), "title", "Hammer");
-  setInt(child(m, "article"), "number", 4711);
-  for (const int code : {3, -8, 5}) {
-    XMLDecoder::InsertIntoList(&child(m, "article"), "codes", &code);
-  }
-  setText(child(child(m, "location"), "site"), "name", "North");
-  setText(child(m, "notes"), "text", "not marked");
-  return m;
+  return fromXml(R"(<Inventory_Stock><article number="4711" title="Hammer"/></Inventory_Stock>)");
 }
 
 std::vector<XPathMetaData> get(YMMessageBase& m, bool all = true)
@@ -52,12 +47,12 @@ std::vector<XPathMetaData> get(YMMessageBase& m, bool all = true)
   return records;
 }
 
-std::vector<std::string> lines(const std::vector<XPathMetaData>& records)
+std::string lines(const std::vector<XPathMetaData>& records)
 {
-  std::vector<std::string> result;
+  std::string result;
   for (const XPathMetaData& r : records) {
-    result.push_back(std::to_string(r.id) + " " + r.xpath + " " + r.value + " " + std::to_string(r.appType) +
-                     (r.isList ? " list" : "") + (r.singleInstanced ? " single" : ""));
+    result += std::to_string(r.id) + " " + r.xpath + " " + r.value + " " + std::to_string(r.appType) +
+              (r.isList ? " list" : "") + (r.singleInstanced ? " single" : "") + "\n";
   }
   return result;
 }
@@ -87,24 +82,12 @@ bool hasText(FieldDataType type)
 
 TEST(XPathGet, CollectsValuesBelowTheOutermostMessage)
 {
-  LogCapture log;
-  YMMessageBase m = stock();
-  setText(m, "remark", "of the outermost message");
-  const std::vector<std::string> marked = {
-      "310 article[1]/@number 4711 10008 single", "300 article[1]/@title Hammer 10001",
-      "321 article[1]/codes 3 10007 list",        "321 article[1]/codes -8 10007 list",
-      "321 article[1]/codes 5 10007 list",        "402 location[1]/site[1]/@name North 10001"};
-  EXPECT_EQ(lines(get(m, false)), marked);
-  std::vector<std::string> all = marked;
-  all.emplace_back("500 notes[1]/@text not marked 10001");
-  EXPECT_EQ(lines(get(m)), all);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
-
-  LogCapture trace(25);
-  YMMessageBase movement = make("Inventory_Movement");
-  XMLDecoder::InsertIntoList(&m, "movements", &movement);
-  get(m);
-  EXPECT_EQ(trace.lines(), std::vector<LogLine>()) << "at the top lists of messages are not looked at";
+  expectCases(KWXML_SOURCE_DIR "/tests/metadata/get.cases", [](const std::string& input) {
+    const auto line = input.find('\n');
+    YMMessageBase m = fromXml(input.substr(line + 1));
+    const LogCapture log(25);
+    return lines(get(m, input.substr(0, line) == "all")) + toText(log);
+  });
 }
 
 TEST(XPathGet, FailsWithoutTablesAndWithoutAClass)
@@ -162,37 +145,29 @@ TEST(XPathGet, PassesOverListsOfMessagesAndWhatItCannotWalk)
   EXPECT_EQ(records.size(), 0u);
 }
 
-TEST(XPathSet, MakesWhatIsOnTheWayAndAddsToLists)
+TEST(XPathSet, MakesWhatIsOnTheWayUpToTheFirstValueThatDoesNotFit)
+{
+  expectCases(KWXML_SOURCE_DIR "/tests/metadata/set.cases", [](const std::string& input) {
+    std::vector<XPathMetaData> records;
+    std::istringstream rows(input);
+    for (std::string row; std::getline(rows, row);) {
+      records.push_back(record(std::stoi(row), row.substr(row.find(' ') + 1)));
+    }
+    const LogCapture log(15);
+    YMMessageBase m = make("Inventory_Stock");
+    const int result = set(m, records);
+    const std::string logged = toText(log);
+    return std::to_string(result) + " " + toXml(m) + "\n" + logged;
+  });
+}
+
+TEST(XPathSet, FailsWithoutTablesAndWithoutAClass)
 {
   LogCapture log;
   YMMessageBase m = make("Inventory_Stock");
-  EXPECT_EQ(set(m, {record(402, "South"), record(600, "7"), record(999999, "?"), record(601, "ada"),
-                    record(321, "1"), record(321, "2")}),
-            0);
-  EXPECT_EQ(log.lines(), (std::vector<LogLine>{{0, "XMLMetaData::setXpathMetaData",
-                                                "No MetaData exists for XPath ID :[999999]"}}));
-  EXPECT_EQ(lines(get(m)), (std::vector<std::string>{"321 article[1]/codes 1 10007 list",
-                                                     "321 article[1]/codes 2 10007 list",
-                                                     "402 location[1]/site[1]/@name South 10001"}));
-  std::vector<void*> movements;
-  XMLDecoder::ReadFromList(&m, "movements", &movements);
-  ASSERT_EQ(movements.size(), 2u) << "an element for each record";
-  EXPECT_EQ(getInt(*static_cast<YMMessageBase*>(movements[0]), "quantity"), 7);
-  EXPECT_EQ(getText(*static_cast<YMMessageBase*>(movements[1]), "by"), "ada");
-  EXPECT_EQ(set(m, {}), 0);
-}
-
-TEST(XPathSet, StopsAtTheFirstValueThatDoesNotFit)
-{
-  LogCapture log(15);
-  YMMessageBase m = make("Inventory_Stock");
-  EXPECT_EQ(set(m, {record(300, "before"), record(310, "x"), record(402, "after")}), 1);
-  EXPECT_EQ(lines(get(m)), std::vector<std::string>{"300 article[1]/@title before 10001"});
-  EXPECT_TRUE(log.has("XMLMetaData::setXpathMetaDataHelper",
-                      "Unable to set value for Message [Inventory_Article] : Field [number] value :[x]"));
-  log.clear();
   YMMessageBase none;
   YMMessageBase* nothing = nullptr;
+  EXPECT_EQ(set(m, {}), 0);
   EXPECT_EQ(XMLMetaData().setXpathMetaData(nothing, {}, inventory), 1);
   EXPECT_EQ(set(m, {record(300, "x")}, 1), 1);
   EXPECT_EQ(set(none, {record(300, "x")}), 1);
@@ -267,52 +242,18 @@ TEST(XPathRoundTrip, WhatHasNoWayBackIsRefused)
 
 TEST(XPathValues, TextsThatFitAndThatDoNot)
 {
-  YMMessageBase m = make("Inventory_Cells");
-  const struct
-  {
-    const char* field;
-    std::vector<std::string> good;
-    std::vector<std::string> bad;
-  } rows[] = {
-      {"intCell",
-       {"-2147483648", "2147483647", "007"},
-       {"", " 1", "1 ", "+1", "2147483648", "1.0", "x", "0x1"}},
-      {"uintCell", {"4294967295"}, {"-1", "4294967296"}},
-      {"longCell", {"-9223372036854775808"}, {"9223372036854775808"}},
-      {"ulongCell", {"18446744073709551615"}, {"-1", "18446744073709551616"}},
-      {"longlongCell", {"9223372036854775807"}, {"9223372036854775808"}},
-      {"time32Cell", {"-1"}, {"3000000000"}},
-      {"time64Cell", {"3000000000"}, {"now"}},
-      {"boolCell", {"true", "TRUE", "1", "0", "false", "False"}, {"", "yes", "2", "tru"}},
-      {"enumCell", {"-1", "2", "4294967295"}, {"TOOL", "4294967296", "-2147483649"}},
-      {"doubleCell", {"1e308", "-inf", "nan", ".5"}, {"", "1e309", "1,5", "1 "}},
-      {"floatCell", {"3e38"}, {"1e39", "one"}},
-      {"boolCells", {"true"}, {"ja"}},
-      {"uintCells", {"4294967295"}, {"-1"}},
-      {"enumCells", {"-1"}, {"TOOL"}},
-      {"stringCell", {"", "any\ttext\n"}, {}},
-      {"wstringCell", {}, {"text"}},
-      {"ulonglongCell", {}, {"1"}},
-  };
-  for (const auto& row : rows) {
-    MsgFieldContext f(field(m, row.field), &m);
-    for (const std::string& text : row.bad) {
-      EXPECT_FALSE(XMLMetaData::replaceValuefromString(f, text)) << row.field << " [" << text << "]";
-    }
-    EXPECT_FALSE(f.isModified() || isSet(m, row.field)) << row.field;
-    for (const std::string& text : row.good) {
-      EXPECT_TRUE(XMLMetaData::replaceValuefromString(f, text)) << row.field << " [" << text << "]";
-    }
-  }
-  // Base64 as getting writes it is undone; what only looks like it is a text.
-  const FieldDef& def = field(m, "bstringCell");
-  for (const auto& [text, bytes] :
-       {std::pair("AQL/\n", "\x01\x02\xFF"), std::pair("AQL/", "AQL/"), std::pair("AQL/ \n", "AQL/ \n"),
-        std::pair("", ""), std::pair("\n", "\n")}) {
-    MsgFieldContext f(def, &m);
-    EXPECT_TRUE(XMLMetaData::replaceValuefromString(f, text));
-    EXPECT_EQ(m.getbstringobject_const(def.fieldNumber, def.slot, m.getTagID(), def.hash)->text(), bytes);
-  }
+  expectCases(KWXML_SOURCE_DIR "/tests/metadata/values.cases", [](const std::string& line) {
+    const auto quote = line.find(" \"");
+    const std::string name = line.substr(0, quote);
+    std::string text;
+    EXPECT_TRUE(kwxml::unquoteShown(line.substr(quote + 2, line.size() - quote - 3), text, "\\"));
+    YMMessageBase m = make("Inventory_Cells");
+    MsgFieldContext f(field(m, name), &m);
+    const bool taken = XMLMetaData::replaceValuefromString(f, text);
+    EXPECT_EQ(f.isModified(), taken);
+    EXPECT_EQ(isSet(m, name), taken);
+    return (taken ? toXml(m) : "refused") + "\n";
+  });
 }
 
 TEST(XPathLookUps, ByTextByIdAndByTheMark)

@@ -111,6 +111,15 @@ std::string toXml(YMMessageBase& message)
   return xml;
 }
 
+std::string toText(const LogCapture& log)
+{
+  std::ostringstream text;
+  for (const LogLine& line : log.lines()) {
+    text << line << "\n";
+  }
+  return text.str();
+}
+
 Settings::Settings(const std::string& input)
 {
   std::istringstream words(input);

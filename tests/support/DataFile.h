@@ -10,6 +10,8 @@
 // files are written anew, with what comes out.
 #pragma once
 
+#include "support/LogCapture.h"
+
 #include <kwxml/model/YMMessageBase.h>
 
 #include <functional>
@@ -29,6 +31,9 @@ void expectGolden(const std::string& path, const std::string& actual);
 YMMessageBase fromXml(const std::string& xml);
 /// The element of a message alone.
 std::string toXml(YMMessageBase& message);
+
+/// The lines of a log, each as "10 function: text".
+std::string toText(const LogCapture& log);
 
 /// The settings of an input "open a=b text=all the rest": "open" has an empty value, and text goes on to the
 /// end.

@@ -85,12 +85,9 @@ TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
     log.clear();
     const std::string before = toXml(into);
     const bool merged = merge(from, into);
-    std::string answer = merged ? toXml(into) + "\n" : "refused\n";
+    const std::string lines = toText(log);
     EXPECT_TRUE(merged || toXml(into) == before);
-    for (const LogLine& one : log.lines()) {
-      answer += std::to_string(one.level) + " " + one.function + ": " + one.text + "\n";
-    }
-    return answer;
+    return (merged ? toXml(into) + "\n" : "refused\n") + lines;
   });
   YMMessageBase twice = only("objectList", 1);
   fill(twice, field(twice, "stringList"), 1);
