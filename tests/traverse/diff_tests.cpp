@@ -12,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 #include <random>
 
@@ -337,41 +336,29 @@ TEST(MessageDiff, CostsNothingWhileNothingDiffers)
 
 TEST(MessageDiff, TheDeepestMessagesFitASmallStack)
 {
-  const auto chain = [](const char* through, const char* label) {
-    YMMessageBase inner = make("Types_Node");
-    setText(inner, "label", label);
-    for (int level = 1; level < maxMessageNesting; ++level) {
-      YMMessageBase outer = make("Types_Node");
-      const FieldDef& def = field(outer, through);
-      visitFieldType(def.type, [&]<class Tag>(Tag) {
-        using Value = typename Tag::Value;
-        if constexpr (MessageValue<Tag>) {
-          object<Value>(outer, through) = std::move(inner);
-        } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-          object<Value>(outer, through).push_back(std::move(inner));
-        } else if constexpr (MapValue<Tag> && Tag::info.mapValue == FIELD_OBJECT) {
-          object<Value>(outer, through).emplace(typename Value::key_type(), std::move(inner));
-        }
-      });
-      inner = std::move(outer);
-    }
-    return inner;
-  };
-  const std::pair<const char*, std::string> fields[] = {{"child", "child."},
-                                                        {"children", "children[0]."},
-                                                        {"byNumber", "byNumber[0]."},
-                                                        {"byName", "byName[\"\"]."},
-                                                        {"byNode", "byNode[0].value."}};
-  for (const auto& [through, step] : fields) {
-    const YMMessageBase left = chain(through, "left");
-    const YMMessageBase right = chain(through, "right");
+  // What stands around each message in the one above it, and its step in the path.
+  const std::string rows[][3] = {
+      {"<child>", "</child>", "child."},
+      {"<children>", "</children>", "children[0]."},
+      {"<byNumber><__mapKey__ val='0'/><__mapValue__>", "</__mapValue__></byNumber>", "byNumber[0]."},
+      {"<byName><__mapKey__ val=''/><__mapValue__>", "</__mapValue__></byName>", "byName[\"\"]."},
+      {"<byNode><__mapKey__/><__mapValue__>", "</__mapValue__></byNode>", "byNode[0].value."}};
+  for (const auto& [open, close, step] : rows) {
+    std::string begin;
+    std::string end;
     std::string path;
     for (int level = 1; level < maxMessageNesting; ++level) {
+      begin += open;
+      end += close;
       path += step;
     }
-    std::vector<Difference> found;
-    onSmallStack([&] { found = differences(left, right); });
-    const auto is = [&](const Difference& one) { return one.path == path + "label"; };
-    EXPECT_EQ(std::count_if(found.begin(), found.end(), is), 1) << through;
+    const auto chain = [&](const std::string& label) {
+      return fromXml("<Types_Node>" + begin + "<label>" + label + "</label>" + end + "</Types_Node>");
+    };
+    const YMMessageBase left = chain("left");
+    const YMMessageBase right = chain("right");
+    std::string found;
+    onSmallStack([&] { found = lines(differences(left, right)); });
+    EXPECT_EQ(found, "~ " + path + "label|\"left\"|\"right\"\n");
   }
 }

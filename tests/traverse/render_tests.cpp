@@ -291,6 +291,42 @@ TEST(Summary, NamesAndValuesAreNoMarkupWhenEscaped)
   EXPECT_TRUE(contains(render(m)[1], "<script>")) << "as it is, unless asked for";
 }
 
+TEST(Summary, FieldsThatShareAHashKeepTheirLists)
+{
+  YMMessageBase m = make("Secrets_Twins");
+  for (const int number : {1, 2}) {
+    ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "Aa", &number));
+  }
+  EXPECT_TRUE(contains(render(m)[0], "Aa[1,2],BB[]")) << render(m)[0];
+  const std::string word = "w";
+  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "BB", &word));
+  const YMMessageBase leaf = make("Types_Leaf");
+  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "CC", &leaf));
+  YMMessageBase into = make("Secrets_Twins");
+  EXPECT_TRUE(XmlTraverse().merge(m, into) && into == m);
+}
+
+TEST(Summary, SecretsBelowAFieldAreLeftOut)
+{
+  YMMessageBase m = fromXml(
+      "<Secrets_Nested after='shown'><secret name='canary'/><hidden name='canary'/>"
+      "<suppressed name='canary'/><secrets name='canary'/></Secrets_Nested>");
+  const auto rendered = render(m);
+  EXPECT_EQ(rendered[0], "name:[canary],name:[canary],after:[shown]") << "plain text hides passwords alone";
+  for (const std::string& html : {rendered[1], rendered[2], rendered[3]}) {
+    EXPECT_FALSE(contains(html, "canary") || contains(html, "secret")) << html;
+  }
+}
+
+TEST(Summary, AListOfOneEmptyTextIsShown)
+{
+  YMMessageBase m = make("Types_Report");
+  m.wipeBitset();
+  const unsigned unknown = 77;
+  XMLDecoder::InsertIntoList(&m, "levels", &unknown);
+  EXPECT_TRUE(contains(render(m)[1], "levels&nbsp;:&nbsp;()"));
+}
+
 TEST(Summary, ResultsOfTheFacade)
 {
   LogCapture log;

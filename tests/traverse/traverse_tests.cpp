@@ -1,8 +1,10 @@
-// The walk over messages: what visitors are shown in which order, what is made and kept, what is logged.
+// The walk over messages: what visitors are shown in which order, what is made and kept, what is logged; and
+// the merge of two messages.
 #include <kwxml/traverse/XmlTraverse.h>
 
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
@@ -152,6 +154,51 @@ TEST(Walk, TheStackHoldsTheClassesOfTheMomentAndEmptiesItself)
   EXPECT_EQ(stack.seen, "++");
 }
 
+namespace {
+
+/// Does something at the start of each nested message.
+struct Meddler final : XmlTraverseHandler
+{
+  using XmlTraverseHandler::XmlTraverseHandler;
+  std::function<void(MsgFieldContext&)> meddle;
+  int starts = 0;
+  int ends = 0;
+  void startSubObject(MsgFieldContext& f) override
+  {
+    ++starts;
+    meddle(f);
+  }
+  void visit(MsgFieldContext&) override {}
+  void endSubObject(MsgFieldContext&) override { ++ends; }
+};
+
+}  // namespace
+
+TEST(Walk, VisitorsMayTakeAwayWhatIsAboutToBeWalked)
+{
+  YMMessageBase leaf = make("Types_Leaf");
+  const std::function<void(MsgFieldContext&)> meddling[] = {
+      [](MsgFieldContext& f) { f.clearList(); },
+      [&leaf](MsgFieldContext& f) { f.replaceValue(&leaf); },
+      [](MsgFieldContext& f) {
+        f.getMessage()->deleteMember(f.getField().fieldNumber, f.getMessage()->getTagID(), f.getField().hash,
+                                     false);
+      },
+  };
+  for (const auto& meddle : meddling) {
+    for (const bool order : {false, true}) {
+      YMMessageBase m = make("Types_AllTypes");
+      fill(m, field(m, "objectList"), 1);
+      fill(m, field(m, "objectValue"), 1);
+      Meddler meddler(0, order);
+      meddler.meddle = meddle;
+      XmlTraverse().traverse(m, meddler, false, false);
+      EXPECT_EQ(meddler.starts, meddler.ends);
+      EXPECT_GE(meddler.starts, 2);
+    }
+  }
+}
+
 TEST(Walk, OrderedWalksHaveNoGuardButTheLimits)
 {
   // Two fields of its own class double the messages at each level: the number that a walk makes is bounded.
@@ -216,6 +263,23 @@ TEST(TextWalk, ReadsWalksAndWritesBack)
   XmlTraverse().traverse(kept, recorder, true, true, &info);
   EXPECT_EQ(kept, "<");
   EXPECT_EQ(recorder.trace, "");
+}
+
+TEST(TextWalk, PasswordsPassThroughATextAsTheyWere)
+{
+  kwxml::registerPasswordAlgorithms();
+  struct Nobody final : XmlTraverseHandler
+  {
+    void visit(MsgFieldContext&) override {}
+  } nobody;
+  std::string xml =
+      "<Types_Annotated password3=\"bm90IGEga2V5\" password9=\"c2VjcmV0\" password6=\"as it is\"/>";
+  KwXMLContextInfo context;
+  XmlTraverse().traverse(xml, nobody, false, false, &context);
+  for (const char* part :
+       {"password3=\"bm90IGEga2V5\"", "password9=\"c2VjcmV0\"", "password6=\"as it is\""}) {
+    EXPECT_NE(xml.find(part), std::string::npos) << xml;
+  }
 }
 
 TEST(FieldContext, ReplacesValuesByTheKindOfField)
@@ -367,4 +431,114 @@ TEST(Lists, AreReadAndFilledByName)
   EXPECT_EQ(log.lines().size(), 7u);
   EXPECT_EQ(log.lines()[0],
             (LogLine{0, "XMLDecoder::ReadFromList", "Message [Types_AllTypes] has no list field [nothing]"}));
+}
+
+namespace {
+
+bool merge(YMMessageBase& from, YMMessageBase& into)
+{
+  return XmlTraverse().merge(from, into);
+}
+
+/// A message with one field set.
+YMMessageBase only(const char* name, int variant)
+{
+  YMMessageBase m = make("Types_AllTypes");
+  m.wipeBitset();
+  fill(m, field(m, name), variant);
+  return m;
+}
+
+std::size_t elements(YMMessageBase& m, const char* name)
+{
+  std::vector<void*> out;
+  XMLDecoder::ReadFromList(&m, name, &out);
+  return out.size();
+}
+
+}  // namespace
+
+TEST(Merge, EveryTypeIsReplacedAppendedOrLeftAlone)
+{
+  LogCapture log;
+  YMMessageBase sample = make("Types_AllTypes");
+  for (const FieldDef& def : *sample.getClass()) {
+    if (kwxml::fieldTypeInfo(def.type).storage == kwxml::Storage::None) {
+      continue;
+    }
+    const char* name = def.getName();
+    const bool list = kwxml::fieldTypeInfo(def.type).element != FIELD_UNSET;
+    const bool left = FieldDef::isMapType(def.type) || def.type == FIELD_LIST_UINT ||
+                      def.type == FIELD_LIST_ENUM || def.type == FIELD_LIST_BOOL;
+    YMMessageBase from = only(name, 1);
+    const YMMessageBase source = from;
+
+    YMMessageBase empty = make("Types_AllTypes");
+    empty.wipeBitset();
+    const YMMessageBase untouched = empty;
+    EXPECT_TRUE(merge(from, empty));
+    EXPECT_TRUE(empty == (left ? untouched : source)) << name;
+    EXPECT_TRUE(from == source) << name;
+
+    YMMessageBase into = only(name, 2);
+    const YMMessageBase before = into;
+    EXPECT_TRUE(merge(from, into));
+    if (list && !left) {
+      EXPECT_EQ(elements(into, name), 6u) << name;
+    } else {
+      EXPECT_TRUE(into == (left ? before : source)) << name;
+    }
+    YMMessageBase nothing = make("Types_AllTypes");
+    nothing.wipeBitset();
+    EXPECT_TRUE(merge(nothing, into));
+    EXPECT_EQ(isSet(into, name), true) << name;
+  }
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
+{
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/merge.cases", [](const std::string& input) {
+    LogCapture log(10);
+    const auto line = input.find('\n');
+    YMMessageBase from = fromXml(input.substr(0, line));
+    YMMessageBase into = fromXml(input.substr(line + 1));
+    log.clear();
+    const std::string before = toXml(into);
+    const bool merged = merge(from, into);
+    const std::string lines = toText(log);
+    EXPECT_TRUE(merged || toXml(into) == before);
+    return (merged ? toXml(into) + "\n" : "refused\n") + lines;
+  });
+  YMMessageBase twice = only("objectList", 1);
+  fill(twice, field(twice, "stringList"), 1);
+  EXPECT_TRUE(merge(twice, twice)) << "with itself";
+  EXPECT_EQ(elements(twice, "objectList") + elements(twice, "stringList"), 12u);
+
+  const LogCapture log(10);
+  YMMessageBase leaf = make("Types_Leaf");
+  YMMessageBase none;
+  EXPECT_FALSE(merge(none, leaf) || merge(leaf, none) || merge(none, none));
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Merge, PasswordsKeepTheirScheme)
+{
+  YMMessageBase from = make("Types_AllTypes");
+  const FieldDef& def = field(from, "pstringValue");
+  from.setpstringobject(def.fieldNumber, def.slot, pstring("p"), Annotation::BASE64, from.getTagID(),
+                        def.hash);
+  YMMessageBase into = make("Types_AllTypes");
+  merge(from, into);
+  const pstring* merged = into.getpstringobject_const(def.fieldNumber, def.slot, into.getTagID(), def.hash);
+  EXPECT_EQ(merged->text() + std::to_string(merged->getEncryptionType()), "p9");
+}
+
+TEST(Merge, StopsAtTheNestingLimit)
+{
+  LogCapture log;
+  YMMessageBase a = nodeChain(kwxml::maxMessageNesting + 1);
+  YMMessageBase b = nodeChain(kwxml::maxMessageNesting + 1);
+  onSmallStack([&] { EXPECT_TRUE(merge(a, b)); });
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"Messages nest deeper than [64]"});
 }
