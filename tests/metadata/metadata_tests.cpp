@@ -1,4 +1,5 @@
-// Values by XPath ID: what is collected, what is stored, and what comes back.
+// Values by XPath ID (what is collected, what is stored, and what comes back), and placeholder values.
+#include <kwxml/metadata/DummyValues.h>
 #include <kwxml/metadata/XMLMetaData.h>
 
 #include <kwxml/codec/XMLDecoder.h>
@@ -10,6 +11,7 @@
 #include "support/DataFile.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
+#include "support/SmallStack.h"
 
 #include <gtest/gtest.h>
 
@@ -208,36 +210,13 @@ TEST(XPathRoundTrip, EveryTypeWithATextComesBack)
   }
 }
 
-TEST(XPathRoundTrip, WhatHasNoWayBackIsRefused)
+TEST(XPathGet, WideStringsHaveNoText)
 {
-  // Six digits are what a floating number's text has; the scheme of a password is not in its text; wide
-  // strings have no text; ulonglong has one, and no way back.
   YMMessageBase m = make("Inventory_Sheet");
-  YMMessageBase& cells = child(m, "cells");
-  const FieldDef& number = field(cells, "doubleCell");
-  cells.setdouble(number.fieldNumber, number.slot, 1.0 / 3, cells.getTagID(), number.hash);
-  const FieldDef& secret = field(cells, "pstringCell");
-  cells.setpstringobject(secret.fieldNumber, secret.slot, pstring("x"), Annotation::BASE64, cells.getTagID(),
-                         secret.hash);
-  YMMessageBase back = make("Inventory_Sheet");
-  ASSERT_EQ(set(back, get(m)), 0);
-  YMMessageBase& copied = child(back, "cells");
-  EXPECT_EQ(copied.getdouble(number.slot, copied.getTagID(), 0), 0.333333);
-  EXPECT_EQ(copied.getpstringobject_const(secret.fieldNumber, secret.slot, copied.getTagID(), secret.hash)
-                ->getEncryptionType(),
-            Annotation::PLAIN_TEXT);
-  for (const FieldDef& def : *cells.getClass()) {
-    if (hasText(def.type)) {
-      continue;
-    }
-    YMMessageBase one = make("Inventory_Sheet");
-    fill(child(one, "cells"), def, 1);
-    const auto records = get(one);
-    ASSERT_FALSE(records.empty()) << def.getName();
-    YMMessageBase empty = make("Inventory_Sheet");
-    EXPECT_EQ(set(empty, records), 1) << def.getName();
-    EXPECT_FALSE(isSet(child(empty, "cells"), def.getName()));
-  }
+  fill(child(m, "cells"), field(child(m, "cells"), "wstringCell"), 1);
+  EXPECT_EQ(lines(get(m)), "1008 cells[1]/@wstringCell  10001\n");
+  fill(child(m, "cells"), field(child(m, "cells"), "wstringCells"), 1);
+  EXPECT_EQ(get(m).size(), 1u + 3);
 }
 
 TEST(XPathValues, TextsThatFitAndThatDoNot)
@@ -311,4 +290,40 @@ TEST(XPathLookUps, ByTextByIdAndByTheMark)
     EXPECT_EQ(XMLMetaData::getAppType(static_cast<char>(type)), types[type]) << type;
   }
   EXPECT_EQ(XMLMetaData::getAppType(static_cast<char>(-1)), 0);
+}
+
+TEST(Dummy, EveryTypeGetsWhatItGets)
+{
+  LogCapture log;
+  YMMessageBase m = make("Types_AllTypes");
+  m.wipeBitset();
+  ASSERT_EQ(recurseAndFillDummyValues(&m), 0);
+  std::string set;
+  for (const FieldDef& def : *m.getClass()) {
+    set += isSet(m, def.getName()) ? def.getName() + std::string("\n") : "";
+  }
+  expectGolden(KWXML_SOURCE_DIR "/tests/metadata/dummy.txt", set + toXml(m));
+  YMMessageBase empty = make("Types_Empty");
+  EXPECT_EQ(recurseAndFillDummyValues(&empty), 0);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Dummy, NothingAndClassesWithoutEndFail)
+{
+  LogCapture log;
+  YMMessageBase none;
+  YMMessageBase* nothing = nullptr;
+  EXPECT_EQ(recurseAndFillDummyValues(nullptr) + recurseAndFillDummyValues(&none), 2);
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(createXMLObjectWithDummyValues(nothing), 1);
+  const LogLine failed{0, "createXMLObjectWithDummyValues",
+                       "recurseAndFillDummyValues() failed with Return Code[1]"};
+  EXPECT_EQ(log.lines(), std::vector<LogLine>{failed});
+  log.clear();
+  YMMessageBase node = make("Types_Node");
+  YMMessageBase* pointer = &node;
+  onSmallStack([&] { EXPECT_EQ(createXMLObjectWithDummyValues(pointer), 1); });
+  EXPECT_EQ(log.lines(), (std::vector<LogLine>{
+                             {0, "recurseAndFillDummyValues", "Messages nest deeper than [64]"}, failed}));
+  EXPECT_EQ(pointer, &node);
 }
