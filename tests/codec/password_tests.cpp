@@ -1,4 +1,5 @@
 // Passwords in messages: which algorithm serves which type, in both directions, and that no secret shows.
+#include "binary/Hex.h"
 #include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/LogCapture.h"
@@ -12,12 +13,11 @@
 #include <kwxml/platform/KWPassword.h>
 #include <kwxml/platform/PasswordKeyFile.h>
 #include <kwxml/xml/Base64.h>
-#include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <functional>
+#include <map>
 #include <memory>
 #include <stdexcept>
 
@@ -29,7 +29,6 @@ static_assert(offsetof(EncodingFlags, keepPasswordForm) == 17);
 namespace {
 
 constexpr int missing = kwxml::passwordHandlerMissing;
-constexpr const char* decryptFunction = "XMLDecoder::decryptPassword";
 
 PasswordEncryptType type(int number)
 {
@@ -196,7 +195,7 @@ std::string document(const std::string& fieldName, const std::string& text)
 }
 
 /// The value of a field from its received text; "nothing" without one.
-std::string received(const FieldDef& def, const std::string& text, KwXMLContextInfo* context = nullptr)
+std::string received(const FieldDef& def, const std::string& text, KwXMLContextInfo* context)
 {
   const std::u16string wide(text.begin(), text.end());
   auto* out = reinterpret_cast<pstring*>(1);
@@ -210,13 +209,13 @@ std::string received(const FieldDef& def, const std::string& text, KwXMLContextI
 /// One line of a file of cases: the transformation for all types but those that are named, and a call.
 struct Case : Settings
 {
-  explicit Case(const std::string& line) : Settings(line), text(Settings::text("text"))
+  explicit Case(const std::string& line)
+      : Settings(line), fieldName(name(number("field"))), text(Settings::text("text"))
   {
     registerTransformation();
     registerBoth(number("without", -1), nullptr, nullptr);
     registerBoth(number("fails", -1), fail, fail);
     registerBoth(number("throws", -1), throwUp, throwUp);
-    seen = Seen();
     flags.targetPasswordType = number("target");
     flags.keepPasswordForm = has("keep") ? 1 : 0;
     flags.passwordEncoderArg = 77;
@@ -230,19 +229,94 @@ struct Case : Settings
   }
   KwXMLContextInfo* given() { return has("context") ? &context : nullptr; }
 
+  std::string fieldName;
   std::string text;
   EncodingFlags flags;
   KwXMLContextInfo context;
   int session = 0;
 };
 
-void expectPasswords(const std::string& file, const std::function<std::string(Case&)>& answer)
+/// With a context and without.
+std::string write(Case& one)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/codec/" + file, [&](const std::string& line) {
-    SCOPED_TRACE(line);
-    Case one(line);
-    return answer(one);
-  });
+  std::string answer;
+  int other = 0;
+  one.context.addParam("passwordType", &other);  // a parameter of the caller's comes back
+  for (KwXMLContextInfo* given : {static_cast<KwXMLContextInfo*>(nullptr), &one.context}) {
+    seen = Seen();
+    pstring value(one.text, one.number("own", 1));
+    std::string out = "before";
+    const int result = XMLDecoder(one.flags, given).encryptPassword(one.number("field"), value, out);
+    EXPECT_EQ(value.text(), one.text);
+    EXPECT_EQ(result, out.empty() ? missing : 0);
+    EXPECT_TRUE(seen.calls == 0 || out.empty() || seen.encoderArg == 77);
+    EXPECT_TRUE(given == nullptr || seen.calls == 0 || (seen.context == given) == !out.empty());
+    EXPECT_EQ(one.context.getParam("passwordType"), &other);
+    EXPECT_EQ(one.context.getPasswordEncType(), one.number("context"));
+    const std::string now = (out.empty() ? "refused" : shown(out)) + " (calls " + std::to_string(seen.calls) +
+                            ", type " + std::to_string(seen.textType) + ", context " +
+                            std::to_string(seen.contextType) + ")\n";
+    answer += answer == now ? "" : now;
+  }
+  return answer;
+}
+
+/// In an attribute, and where that gives another value in an element and alone.
+std::string readByField(Case& one)
+{
+  const LogCapture log(10);
+  const auto attribute = read(document(one.fieldName, one.text), one.given());
+  EXPECT_EQ(getInt(*attribute, "marked"), 1);
+  const std::string logged = toText(log);
+  const std::string value = password(*attribute, one.fieldName);
+  const auto m = read("<Types_Annotated marked='1'><" + one.fieldName + ">" + one.text + "</" +
+                          one.fieldName + "></Types_Annotated>",
+                      one.given());
+  const std::string element = password(*m, one.fieldName);
+  EXPECT_EQ(getInt(*m, "marked"), 1);
+  EXPECT_EQ(log.has("MySAX2Handler::endElement",
+                    "Password Handler Not Found while serializing bstring field [" + one.fieldName + "]"),
+            element == "unset" && !one.text.empty());
+  const std::string alone = received(field(make("Types_Annotated"), one.fieldName), one.text, one.given());
+  EXPECT_EQ(alone, value == "unset" ? "nothing" : value);
+  return value + "\n" + logged + (element != value ? element + "\n" : "");
+}
+
+/// The field has another annotation record.
+std::string readByRecord(Case& one)
+{
+  const std::string record = fromHex(one.Settings::text("record"));
+  FieldDef def = field(make("Types_Annotated"), "plainPassword");
+  def.annotations = record.empty() ? nullptr : reinterpret_cast<const unsigned char*>(record.data());
+  const LogCapture log(10);
+  const std::string value = received(def, one.text, nullptr);
+  return value + "\n" + toText(log);
+}
+
+std::string process(Case& one)
+{
+  std::string answer;
+  for (const bool reEncrypt : {false, true}) {
+    const LogCapture log;
+    bstring value(one.text);
+    const int result = XMLDecoder(one.flags, one.given()).ProcessPasswordAnnotation(value, reEncrypt);
+    EXPECT_EQ(result == 0 ? seen.reEncrypt : reEncrypt, reEncrypt ? 1 : 0);
+    EXPECT_EQ(one.context.getParam("reEncrypt"), nullptr);
+    EXPECT_TRUE(result == 0 || value.text() == one.text);
+    const std::string now = (result == 0 ? value.text() : std::to_string(result)) + "\n" + toText(log);
+    answer += answer == now ? "" : now;
+  }
+  return answer;
+}
+
+std::string decryptText(Case& one)
+{
+  const LogCapture log;
+  bstring out("before");
+  const PasswordEncryptType own = type(one.number("own"));
+  const int result = DecryptPasswordString(bstring(one.text), out, own, one.given());
+  EXPECT_EQ(seen.context, one.given());
+  return std::to_string(result) + " " + out.text() + "\n" + toText(log);
 }
 
 }  // namespace
@@ -263,142 +337,26 @@ TEST_F(Passwords, RegistriesHaveElevenSlotsEach)
   });
 }
 
-TEST_F(Passwords, AreEncryptedForTheTarget)
+TEST_F(Passwords, AreServedByTheTypesOfFieldValueFlagsAndContext)
 {
-  expectPasswords("write.cases", [](Case& one) {
-    std::string answer;
-    int other = 0;
-    one.context.addParam("passwordType", &other);  // a parameter of the caller's comes back
-    for (KwXMLContextInfo* given : {static_cast<KwXMLContextInfo*>(nullptr), &one.context}) {
+  const std::map<std::string, std::string (*)(Case&)> calls = {{"write", write},
+                                                               {"read", readByField},
+                                                               {"record", readByRecord},
+                                                               {"process", process},
+                                                               {"decrypt", decryptText}};
+  for (const auto& [file, call] : calls) {
+    expectCases(KWXML_SOURCE_DIR "/tests/codec/" + file + ".cases", [call = call](const std::string& line) {
+      SCOPED_TRACE(line);
       seen = Seen();
-      pstring value(one.text, one.number("own", 1));
-      std::string out = "before";
-      const int result = XMLDecoder(one.flags, given).encryptPassword(one.number("field"), value, out);
-      EXPECT_EQ(value.text(), one.text);
-      EXPECT_EQ(result, out.empty() ? missing : 0);
-      EXPECT_TRUE(seen.calls == 0 || out.empty() || seen.encoderArg == 77);
-      EXPECT_TRUE(seen.calls == 0 || out.empty() || given == nullptr || seen.context == given);
-      EXPECT_EQ(one.context.getParam("passwordType"), &other);
-      const std::string now = (out.empty() ? "refused" : shown(out)) +
-                              (seen.textType != -1 ? " told " + std::to_string(seen.textType) : "") + "\n";
-      EXPECT_TRUE(answer.empty() || answer == now) << now;
-      answer = now;
-    }
-    return answer;
-  });
-}
-
-TEST_F(Passwords, TheTypeOfTheValueReachesItsDecryption)
-{
-  Case one("without=3 context=9 session");
-  pstring value(sealed(2, "secret"), 2);
-  std::string out;
-  EXPECT_EQ(XMLDecoder(&one.context).encryptPassword(3, value, out), missing) << "decrypted, yet not written";
-  EXPECT_EQ(out, "");
-  EXPECT_EQ(seen.calls, 1);
-  EXPECT_NE(seen.context, &one.context);
-  EXPECT_EQ(seen.contextType, 2);
-  EXPECT_EQ(one.context.getPasswordEncType(), 9);
-}
-
-TEST_F(Passwords, AreReadByTheTypesOfFieldAndContext)
-{
-  expectPasswords("read.cases", [](Case& one) {
-    const std::string fieldName = name(one.number("field"));
-    LogCapture log(10);
-    std::string answer;
-    const auto add = [&](const std::string& xml, const char* function) {
-      log.clear();
-      const auto m = read(xml, one.given());
-      const std::string value = password(*m, fieldName);
-      EXPECT_EQ(getInt(*m, "marked"), 1);
-      EXPECT_EQ(
-          log.has(function, "Password Handler Not Found while serializing bstring field [" + fieldName + "]"),
-          value == "unset" && !one.text.empty());
-      std::string now = value + "\n";
-      for (const LogLine& line : log.lines()) {
-        now += line.function == decryptFunction ? std::to_string(line.level) + " " + line.text + "\n" : "";
-      }
-      answer += answer == now ? "" : now;
-    };
-    add(document(fieldName, one.text), "MySAZ2Handler::processAttributes");
-    const std::string alone = received(field(make("Types_Annotated"), fieldName), one.text, one.given());
-    EXPECT_EQ(alone, answer.starts_with("unset") ? "nothing" : answer.substr(0, answer.find('\n')));
-    add("<Types_Annotated marked='1'><" + fieldName + ">" + one.text + "</" + fieldName +
-            "></Types_Annotated>",
-        "MySAX2Handler::endElement");
-    return answer;
-  });
-}
-
-TEST_F(Passwords, FieldsWithoutATypeOrWithAnUnknownOne)
-{
-  LogCapture log(10);
-  const YMMessageBase m = make("Types_Annotated");
-  FieldDef def = field(m, "plainPassword");
-  const LogLine plain{10, decryptFunction,
-                      "Encryption Type Not Found for Pstring Field plainPassword. Marking it As Plain "};
-  const std::pair<std::vector<unsigned char>, LogLine> rows[] = {
-      {{}, plain},
-      {{0, 2}, plain},
-      {{0, 0}, plain},
-      {{0, 5, 0x00, 0, 0}, plain},
-      {{0, 5, 0x0F, 0, 0}, plain},
-      {{0, 5, 0xC0, 0, 0}, {0, decryptFunction, "Password Decryption Handler Not Found for Type 12"}},
-      {{0, 5, 0xF0, 0, 0}, {0, decryptFunction, "Password Decryption Handler Not Found for Type 15"}},
-  };
-  for (const auto& [record, line] : rows) {
-    def.annotations = record.empty() ? nullptr : record.data();
-    log.clear();
-    EXPECT_EQ(received(def, "c2VjcmV0"), line == plain ? "1:c2VjcmV0" : "nothing");
-    EXPECT_EQ(log.lines(), std::vector<LogLine>{line});
+      Case one(line);
+      return call(one);
+    });
   }
+  FieldDef def = field(make("Types_Annotated"), "plainPassword");
   pstring* out = nullptr;
   EXPECT_FALSE(XMLDecoder().decryptPassword(def, nullptr, out));
   const unsigned short lone[] = {0xD800, 0};
   EXPECT_FALSE(XMLDecoder().decryptPassword(def, lone, out));
-}
-
-TEST_F(Passwords, OneReceivedPasswordIsProcessedInPlace)
-{
-  expectPasswords("process.cases", [](Case& one) {
-    std::string answer;
-    for (const bool reEncrypt : {false, true}) {
-      LogCapture log;
-      bstring value(one.text);
-      const int result = XMLDecoder(one.flags, one.given()).ProcessPasswordAnnotation(value, reEncrypt);
-      EXPECT_EQ(result == 0 ? seen.reEncrypt : reEncrypt, reEncrypt ? 1 : 0);
-      EXPECT_EQ(one.context.getParam("reEncrypt"), nullptr);
-      EXPECT_TRUE(result == 0 || value.text() == one.text);
-      const std::string now = (result == 0 ? value.text() : std::to_string(result)) + "\n" + toText(log);
-      EXPECT_TRUE(answer.empty() || answer == now) << now;
-      answer = now;
-    }
-    return answer;
-  });
-}
-
-TEST_F(Passwords, OneTextIsDecryptedByItsType)
-{
-  registerTransformation();
-  LogCapture log;
-  KwXMLContextInfo context;
-  bstring out("before");
-  for (KwXMLContextInfo* given : {&context, static_cast<KwXMLContextInfo*>(nullptr)}) {
-    EXPECT_EQ(DecryptPasswordString(bstring(sealed(3, "secret")), out, type(3), given), 0);
-    EXPECT_EQ(out.text(), "secret");
-    EXPECT_EQ(seen.context, given);
-  }
-  for (const int number : {0, 1, 6, 11, 12}) {
-    EXPECT_EQ(DecryptPasswordString(bstring("x"), out, type(number), nullptr), missing);
-    EXPECT_EQ(log.lines().back(),
-              (LogLine{0, "DecryptPasswordString",
-                       "Handler is not Registered for the encryption type:[" + std::to_string(number) + "][" +
-                           kwxml::passwordEncryptTypeName(number) + "]"}));
-  }
-  XMLDecoder::registerPasswordDecAlgo(type(3), throwUp);
-  EXPECT_EQ(DecryptPasswordString(bstring("x"), out, type(3), nullptr), missing);
-  EXPECT_EQ(out.text(), "secret");
 }
 
 // ---- Canary
