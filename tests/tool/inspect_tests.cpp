@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 using namespace kwxml;
 using namespace kwxml::test;
@@ -165,24 +166,12 @@ TEST(Inspect, NoPasswordIsShown)
 
 TEST(Inspect, TellsTheFormsApart)
 {
-  const std::string message = header(make("Demo_Status"));
-  constexpr std::optional<InspectForm> none;
-  const struct
-  {
-    std::string bytes;
-    std::optional<InspectForm> form;
-  } rows[] = {
-      {message, InspectForm::Binary},
-      {"\0\0\0\x08"s + message, InspectForm::Records},
-      {"\0\0\0\x09"s + message, none},  // does not fit
-      {"\0\0\0\x08"s + message + "x", InspectForm::Records},
-      {"\0\0\0\x08"s + "\2\0\0\0" + message, none},
-      {"1\0\0\0"s, InspectForm::Batch},
-      {"1\0\0"s, none},
-      {message.substr(0, 7), none},
-      {"", none},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(guessInspectForm(row.bytes, row.bytes.size()), row.form) << toHex(row.bytes);
-  }
+  const std::map<std::optional<InspectForm>, std::string> names = {{std::nullopt, "none"},
+                                                                   {InspectForm::Binary, "binary"},
+                                                                   {InspectForm::Records, "records"},
+                                                                   {InspectForm::Batch, "batch"}};
+  expectCases(KWXML_SOURCE_DIR "/tests/tool/forms.cases", [&names](const std::string& hex) {
+    const std::string bytes = fromHex(hex);
+    return names.at(guessInspectForm(bytes, bytes.size())) + "\n";
+  });
 }
