@@ -2,6 +2,7 @@
 //
 // The golden files show a message of every type in every rendering. KWXML_UPDATE=1 writes them anew.
 #include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
 #include <kwxml/traverse/FieldText.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
@@ -87,66 +88,64 @@ YMMessageBase report()
   return m;
 }
 
-/// Calls everything that contexts have, and adds the output to a golden text, in lines.
+/// One call of a context, as the cases have it, with the message of report().
 template <class Context>
-void callEverything(const std::string& title, Context& c, std::string& golden)
+void call(Context& c, YMMessageBase& m, const std::string& what, const std::string& name)
 {
-  YMMessageBase m = report();
-  MsgFieldContext leaf = shown(m, "leaf");
-  MsgFieldContext leaves = shown(m, "leaves");
-  MsgFieldContext owner = shown(m, "owner");
-  MsgFieldContext unset = shown(m, "kept");
-  MsgFieldContext level = shown(m, "level");
-  MsgFieldContext levels = shown(m, "levels");
-  c.startHeader("Name");
-  c.writeAttribute("name \t\r\n", 1);
-  c.writeAttribute("text", "x");
-  c.writeAttribute("empty", "");
-  c.writeAttribute("bytes", bstring("as they are"));
-  c.writeHeader("h");
-  c.writeSubHeader("h");
-  c.writeAttribute("u", 4294967295U);
-  c.writeAttribute("l", -1L);
-  c.writeAttribute("ul", 18446744073709551615UL);
-  c.writeAttribute("ll", -1234567LL);
-  c.writeAttribute("f", 0.5F);
-  c.writeAttribute("d", 1e20);
-  c.startSubHeader(leaf);
-  c.writeAttribute("n", -1);
-  c.startSubHeader(leaves);  // shows nothing and takes itself back
-  c.writeAttribute("", "");
-  c.endSubHeader(leaves);
-  c.startSubHeader(leaves);
-  c.writeAttribute("yes", true);
-  c.writeAttribute("no", false);
-  c.endSubHeader(leaves);
-  c.endSubHeader(leaf);
-  c.startSubHeader(leaf);
-  c.startSubHeader(leaves);
-  c.endSubHeader(leaves);
-  c.endSubHeader(leaf);
-  c.startSubHeader(owner);  // on one line
-  c.writeAttribute("a", 1);
-  c.writeAttribute("b", 2);
-  c.endSubHeader(owner);
-  c.writeEnum(unset);
-  c.writeAttribute(unset);
-  c.writeEnum(level);
-  c.writeAttribute(level);
-  c.writeList(levels);
-  c.writeEnum(levels);
-  c.endHeader("Name");
-  c.startHeader("Next");
-  c.writeAttribute("a", "");
-  golden += "[" + title + "]\n";
-  for (const char one : dump(c)) {
-    golden += one == '<' || one == ',' ? "\n" : "";
-    golden += one;
+  if (what == "values") {
+    c.writeAttribute("int \t\r\n", -1);
+    c.writeAttribute("unsigned", 4294967295U);
+    c.writeAttribute("long", -1L);
+    c.writeAttribute("unsigned long", 18446744073709551615UL);
+    c.writeAttribute("long long", -1234567LL);
+    c.writeAttribute("float", 0.5F);
+    c.writeAttribute("double", 1e20);
+    c.writeAttribute("yes", true);
+    c.writeAttribute("no", false);
+    c.writeAttribute("bytes", bstring("as they are"));
+    c.writeAttribute("empty", "");
+  } else if (what == "empty") {
+    c.writeAttribute(name, "");
+  } else if (what == "header") {
+    c.startHeader(name);
+    c.writeHeader("h");
+    c.writeSubHeader("h");
+    c.endHeader(name);
+  } else {
+    MsgFieldContext f = shown(m, name.c_str());
+    what == "start"  ? c.startSubHeader(f)
+    : what == "end"  ? c.endSubHeader(f)
+    : what == "enum" ? c.writeEnum(f)
+    : what == "list" ? c.writeList(f)
+                     : c.writeAttribute(f);
   }
-  golden += "\n";
 }
 
 }  // namespace
+
+TEST(Contexts, EveryCallInEveryRendering)
+{
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/contexts.cases", [](const std::string& script) {
+    YMMessageBase m = report();
+    std::ostringstream stream;
+    DefaultRenderContext plain(stream, ContextFormatOpts());
+    HTMLRenderContext html;
+    HTMLRenderContext opening(ContextFormatOpts(0, false, true));
+    HTMLGuiSummaryRenderContext compact;
+    HTMLRenderContext::CountOptions = 3;
+    const auto run = [&](auto& context) {
+      std::istringstream calls(script);
+      for (std::string what, name; calls >> what && std::getline(calls >> std::ws, name);) {
+        if constexpr (requires { context.setEscaping(true); }) {
+          context.setEscaping(what == "escaped");
+        }
+        call(context, m, what == "escaped" ? "header" : what, name == "-" ? "" : name);
+      }
+      return kwxml::shown(dump(context)) + "\n";
+    };
+    return run(plain) + run(html) + run(opening) + run(compact);
+  });
+}
 
 TEST(FieldText, OneTextForEachStoredValue)
 {
@@ -187,36 +186,6 @@ TEST(FieldText, OneTextForEachStoredValue)
   }
   std::setlocale(LC_ALL, "C");
   RecordProperty("locale", locale != nullptr ? locale : "none");
-}
-
-TEST(Contexts, EveryPieceInEveryRendering)
-{
-  std::string golden;
-  std::ostringstream stream;
-  DefaultRenderContext plain(stream, ContextFormatOpts());
-  callEverything("plain", plain, golden);
-  HTMLRenderContext::CountOptions = 3;
-  HTMLRenderContext html;
-  callEverything("HTML", html, golden);
-  HTMLRenderContext collapsible(ContextFormatOpts(0, false, true));
-  callEverything("HTML with blocks that open", collapsible, golden);
-  HTMLGuiSummaryRenderContext gui;
-  callEverything("compact HTML", gui, golden);
-  expectGolden(KWXML_SOURCE_DIR "/tests/traverse/golden/pieces.txt", golden);
-}
-
-TEST(Html, HeadersInBothForms)
-{
-  expectCases(KWXML_SOURCE_DIR "/tests/traverse/headers.cases", [](const std::string& line) {
-    const Settings settings(line);
-    HTMLRenderContext::CountOptions = 3;
-    HTMLRenderContext context(ContextFormatOpts(0, false, settings.has("opening")));
-    context.setEscaping(settings.has("escaping"));
-    context.startHeader(settings.text("text"));
-    context.endHeader(settings.text("text"));
-    EXPECT_EQ(HTMLRenderContext::CountOptions, settings.has("opening") ? 4 : 3);
-    return dump(context) + "\n";
-  });
 }
 
 TEST(Html, DatesAndDurations)
