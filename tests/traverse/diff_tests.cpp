@@ -225,31 +225,27 @@ private:
   {
     visitFieldType(def.type, [&]<class Tag>(Tag) {
       using Value = typename Tag::Value;
-      if constexpr (ObjectValue<Tag>) {
+      if constexpr (MessageValue<Tag> || ListValue<Tag> || MapValue<Tag>) {
         Value* value = MessageAccess::pointer<Value>(m, def.slot);
         if (value == nullptr) {
           return;
         }
         if constexpr (MessageValue<Tag>) {
           message(*value);
+        } else if (value->empty()) {
+          return;
+        } else if (below(2) == 0) {
+          value->erase(value->begin());
         } else if constexpr (ListValue<Tag>) {
-          if (below(2) == 0 && !value->empty()) {
-            value->pop_back();
-          } else if (!value->empty()) {
-            value->push_back(value->front());
-            if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-              message(value->back());
-            }
+          value->push_back(value->front());
+          if constexpr (Tag::type == FIELD_LIST_OBJECT) {
+            message(value->back());
           }
         } else if constexpr (MapValue<Tag>) {
-          if (below(2) == 0 && !value->empty()) {
-            value->erase(value->begin());
-          } else if (!value->empty()) {
-            if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
-              message(value->begin()->second);
-            } else {
-              value->begin()->second = typename Value::mapped_type();
-            }
+          if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
+            message(value->begin()->second);
+          } else {
+            value->begin()->second = typename Value::mapped_type();
           }
         }
       }

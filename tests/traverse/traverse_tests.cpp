@@ -217,11 +217,9 @@ TEST(Walk, DeepMessagesAreWalkedToTheLimit)
 TEST(TextWalk, ReadsWalksAndWritesBack)
 {
   LogCapture log;
-  std::string xml;
-  YMMessageBase m = make("Types_Leaf");
-  setText(m, "text", "old");
-  ASSERT_EQ(XMLEncoder().serialize(m, xml, false), 0);
-  const std::string before = xml;
+  const std::string before =
+      R"(<?xml version="1.0" encoding="UTF-8" standalone="no" ?><Types_Leaf text="old"/>)";
+  std::string xml = before;
   Recorder recorder(0, true);
   XmlTraverse().traverse(xml, recorder, false, false, nullptr);
   EXPECT_EQ(recorder.trace, "begin Leaf\nnumber\ntext set\nend Leaf\n");
@@ -372,13 +370,12 @@ TEST(Lists, AreReadAndFilledByName)
   EXPECT_EQ(*static_cast<unsigned long long*>(out[0]), 9u);
   EXPECT_EQ(log.lines().size(), 0u);
   const int one = 1;
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "nothing", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intValue", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(nullptr, "intList", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intList", nullptr));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intList", nullptr));
+  EXPECT_FALSE(
+      XMLDecoder::ReadFromList(&m, "nothing", &out) || XMLDecoder::ReadFromList(&m, "intValue", &out) ||
+      XMLDecoder::ReadFromList(nullptr, "intList", &out) || XMLDecoder::ReadFromList(&m, "intList", nullptr));
+  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one) ||
+               XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one) ||
+               XMLDecoder::InsertIntoList(&m, "intList", nullptr));
   EXPECT_EQ(log.lines().size(), 7u);
   EXPECT_EQ(log.lines()[0],
             (LogLine{0, "XMLDecoder::ReadFromList", "Message [Types_AllTypes] has no list field [nothing]"}));
