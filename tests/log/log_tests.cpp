@@ -20,7 +20,6 @@
 #include <cstdlib>
 #include <limits>
 #include <map>
-#include <set>
 #include <thread>
 
 using namespace kwxml::test;
@@ -42,7 +41,7 @@ std::string xmlOf(YMMessageBase& m)
   return xml;
 }
 
-const std::string frame = "   ";  // before the XML and behind it
+constexpr const char* frame = "   ";  // before the XML and behind it
 
 /// The only line that was logged.
 LogLine only(const LogCapture& log)
@@ -325,8 +324,9 @@ TEST(MessageLog, ARecordOfTheCallersOwn)
   XmlBinaryLogger().Debug("f", "%bxml_kw", static_cast<YMMessageBase*>(nullptr));
   YMMessageBase other = leaf(8, "other");
   XmlBinaryLogger().Debug("f", "%bxml_kw", &other);
-  EXPECT_EQ(log.texts(), (std::vector<std::string>{"x" + frame + xmlOf(m) + frame, frame + frame,
-                                                   frame + xmlOf(other) + frame}));
+  EXPECT_EQ(log.texts(),
+            (std::vector<std::string>{std::string("x") + frame + xmlOf(m) + frame, std::string(frame) + frame,
+                                      frame + xmlOf(other) + frame}));
   EXPECT_EQ(XmlLoggerHelper::writeThroughTreadPool(nullptr), 1);
   XmlLoggerHelper::deAllocateMessageContainer(nullptr);
   const KwThreadPool* pool = XmlLoggerHelper::getXmlLoggerInstance();

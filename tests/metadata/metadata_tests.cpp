@@ -2,7 +2,6 @@
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/metadata/XMLMetaData.h>
 
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/text/ShownText.h>
@@ -15,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <random>
 #include <sstream>
 

@@ -6,7 +6,6 @@
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 
