@@ -1,5 +1,6 @@
 // The explanation of bytes, beside what the library's reader makes of the same bytes.
 #include "binary/Bodies.h"
+#include "support/DataFile.h"
 #include "support/LogCapture.h"
 
 #include <Inspect.h>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 using namespace kwxml;
 using namespace kwxml::test;
@@ -80,16 +82,18 @@ std::string filled(const std::string& tag, bool irregular)
   return encode(m);
 }
 
-std::vector<std::string> explainBody(const std::string& body, const std::string& tag = "Types_AllTypes")
+std::string explainBody(const std::string& body, const std::string& tag = "Types_AllTypes")
 {
   LogCapture log;
   const std::string bytes = header(make(tag)) + fromHex(expand(body));
   const Explained result = explain(bytes);
   EXPECT_EQ(result.whole, isRead(bytes)) << body;
-  return {result.texts.begin() + 2, result.texts.end()};
+  std::string lines;
+  for (std::size_t i = 2; i < result.texts.size(); ++i) {  // behind the header's
+    lines += result.texts[i] + "\n";
+  }
+  return lines;
 }
-
-using Lines = std::vector<std::string>;
 
 }  // namespace
 
@@ -116,94 +120,21 @@ TEST(Inspect, AgreesWithTheReaderOnTruncatedAndAlteredBytes)
   }
 }
 
-TEST(Inspect, ShowsTheValueOfEveryType)
-{
-  const struct
-  {
-    const char* body;
-    Lines lines;  // without that of the key, which the first row shows
-  } rows[] = {
-      {"intValue.6 03", {"-2"}},
-      {"uintValue.0 FF FF FF FF 7F", {"4294967295"}},
-      {"longlongValue.1 FF FF FF FF FF FF FF FF", {"-1"}},
-      {"boolValue.0 01", {"true"}},
-      {"boolValue.0 05", {"5"}},
-      {"enumValue.0 05", {"-3 BELOW"}},
-      {"enumValue.0 02", {"1, no enumerator"}},
-      {"doubleValue.1 9A 99 99 99 99 99 B9 3F", {"0.1"}},
-      {"floatValue.5 00 00 80 7F", {"inf"}},
-      {"stringValue.2 0A 61 22 5C 0A 00 C3 A9 C2 85 FF", {"length 10", R"(  "a\"\\\n\x00é\xC2\x85\xFF")"}},
-      {"stringValue.2 00", {"length 0"}},
-      {"bstringValue.2 05 59 57 4A 6A 0A", {"length 5", "  5 bytes, base64 of 3 bytes"}},
-      {"bstringValue.2 03 2A 00 61",
-       {"length 3", "  3 bytes, read up to the zero byte behind 1, no base64: kept as it is"}},
-      {"pstringValue.2 02 68 69", {"length 2", "  password of 2 bytes, type 1"}},
-      {"wstringValue.2", {"no value travels"}},
-  };
-  for (const auto& row : rows) {
-    Lines lines = explainBody(row.body);
-    ASSERT_FALSE(lines.empty()) << row.body;
-    lines.erase(lines.begin());
-    Lines expected;
-    for (const std::string& line : row.lines) {
-      expected.push_back("  " + line);
-    }
-    EXPECT_EQ(lines, expected) << row.body;
-  }
-  EXPECT_EQ(
-      explainBody("intValue.6 03").front(), "intValue int (hash 0x" + [] {
-        char text[8];
-        std::snprintf(text, sizeof text, "%06X", nameHash("intValue", 8));
-        return std::string(text);
-      }() + ", zigzag)");
-}
-
 TEST(Inspect, GoesTheWayOfTheReader)
 {
-  const auto has = [](const Lines& lines, const std::string& text) {
-    return std::any_of(lines.begin(), lines.end(),
-                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
-  };
-  const struct
-  {
-    const char* body;
-    const char* line;
-  } rows[] = {
-      // The count is not used up; below: it is the body's own.
-      {"M 02 intList.2 02 02 04 uintList.2 02 01 02", "  [1] 2"},
-      {"M 02 stringList.2 01 61 01 02 03 04 01 62", "next element"},
-      {"longValue.7 02", "no encoding), read as zigzag"},
-      {"longValue.6 02 01 02 03", "too few bytes for a key: not read"},
-      {"longValue.6 02 0A 00 00 00", "unknown field (hash 0x000001, length-delimited)"},
-      {"08 00 00 00 AC 02", "  skipped: 300"},
-      {"0A 00 00 00 02 61 62", "    skipped: 2 bytes"},
-      {"0B 00 00 00", "code 3, which is none"},
-      {"objectValue.2 7F number.6 02", "Types_Leaf, size 127, cut to that of the message around"},
-      {"objectValue.2 02 longValue.6 02", "ends 2 bytes before its size"},
-      {"objectValue.2 05 text.2 02 61 62 longValue.6 02", "ends 2 bytes behind its size"},
-      {"objectValue.2 05 number.6 02 objectValue.2 05 number.6 04", "    2"},
-      {"M 01 longlongStringMap.2 00 01 02 07 00 00 00 00 00 00 00 01 61", "  [0] key 7"},
-      {"M 01 stringStringMap.2 00 01 02", "keys or values are not coded as those of the map"},
-      {"M FF FF FF FF 0F intList.2 00 02", "the bytes that are left cannot hold 4294967295 elements"},
-      {"M FF FF FF FF 0F stringStringMap.2 00 02 02 00 00", "the bytes end before an entry"},
-      {"M FF FF FF FF 0F stringList.2 00", "the bytes end within the key before an element"},
-      {"stringValue.2 09 61", "a string of 9 bytes where 1 is left"},
-      {"longlongValue.1 01 02 03", "the bytes end within a number"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_TRUE(has(explainBody(row.body), row.line)) << row.body << "\n"
-                                                      << testing::PrintToString(explainBody(row.body));
-  }
-  EXPECT_TRUE(has(explainBody("M 02 items.2 04 tags.2 00 00 00 00 00", "Shop_Order"), "      0 elements"));
-  EXPECT_TRUE(has(explainBody("plainPassword.2 02 68 69", "Types_Annotated"), "has no annotation"));
-
+  expectCases(KWXML_SOURCE_DIR "/tests/tool/inspect.cases", [](const std::string& line) {
+    const auto colon = line.find(':');
+    return colon == std::string::npos ? explainBody(line)
+                                      : explainBody(line.substr(colon + 1), line.substr(0, colon));
+  });
   // As deep as messages may nest, and one deeper.
   for (const int levels : {maxMessageNesting, maxMessageNesting + 1}) {
     std::string body;
     for (int i = 1; i < levels; ++i) {
       body += "child.2 FF FF FF 7F ";
     }
-    EXPECT_EQ(has(explainBody(body, "Types_Node"), "nest deeper than 64"), levels > maxMessageNesting);
+    const bool deeper = explainBody(body, "Types_Node").find("nest deeper than 64") != std::string::npos;
+    EXPECT_EQ(deeper, levels > maxMessageNesting);
   }
 }
 
@@ -235,24 +166,12 @@ TEST(Inspect, NoPasswordIsShown)
 
 TEST(Inspect, TellsTheFormsApart)
 {
-  const std::string message = header(make("Demo_Status"));
-  constexpr std::optional<InspectForm> none;
-  const struct
-  {
-    std::string bytes;
-    std::optional<InspectForm> form;
-  } rows[] = {
-      {message, InspectForm::Binary},
-      {"\0\0\0\x08"s + message, InspectForm::Records},
-      {"\0\0\0\x09"s + message, none},  // does not fit
-      {"\0\0\0\x08"s + message + "x", InspectForm::Records},
-      {"\0\0\0\x08"s + "\2\0\0\0" + message, none},
-      {"1\0\0\0"s, InspectForm::Batch},
-      {"1\0\0"s, none},
-      {message.substr(0, 7), none},
-      {"", none},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(guessInspectForm(row.bytes, row.bytes.size()), row.form) << toHex(row.bytes);
-  }
+  const std::map<std::optional<InspectForm>, std::string> names = {{std::nullopt, "none"},
+                                                                   {InspectForm::Binary, "binary"},
+                                                                   {InspectForm::Records, "records"},
+                                                                   {InspectForm::Batch, "batch"}};
+  expectCases(KWXML_SOURCE_DIR "/tests/tool/forms.cases", [&names](const std::string& hex) {
+    const std::string bytes = fromHex(hex);
+    return names.at(guessInspectForm(bytes, bytes.size())) + "\n";
+  });
 }

@@ -1,13 +1,15 @@
-// The walk over messages: what visitors are shown in which order, what is made and kept, what is logged.
+// The walk over messages: what visitors are shown in which order, what is made and kept, what is logged; and
+// the merge of two messages.
 #include <kwxml/traverse/XmlTraverse.h>
 
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 
+#include "support/DataFile.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -20,7 +22,7 @@ using namespace kwxml::test;
 
 namespace {
 
-/// Writes down what it is shown, and does what the test wants in each visit.
+/// Writes down what it is shown, and changes what it is told to.
 struct Recorder : XmlTraverseHandler
 {
   using XmlTraverseHandler::XmlTraverseHandler;
@@ -36,8 +38,10 @@ struct Recorder : XmlTraverseHandler
       path = up->getName() + ("." + path);
     }
     trace += path + (f.isValueSet() ? " set\n" : "\n");
-    if (onVisit) {
-      onVisit(f);
+    if (path == change) {
+      f.replaceValue(7);
+    } else if (change == "texts" && f.getField().type == FIELD_STRING) {
+      f.replaceValue(std::string("new"));
     }
   }
   void endSubObject(MsgFieldContext& f) override
@@ -47,44 +51,46 @@ struct Recorder : XmlTraverseHandler
   void endTraverse(std::string name) override { trace += "end " + name + "\n"; }
 
   std::string trace;
-  std::function<void(MsgFieldContext&)> onVisit;
+  std::string change;  ///< the path of a number, or "texts" for every text
 };
 
-std::string walk(YMMessageBase& m, bool order, bool create, bool keep,
-                 std::function<void(MsgFieldContext&)> onVisit = {})
+std::string walk(YMMessageBase& m, bool order, bool create, bool keep, const std::string& change = "")
 {
   Recorder recorder(0, order);
-  recorder.onVisit = std::move(onVisit);
+  recorder.change = change;
   XmlTraverse().traverse(m, recorder, create, keep);
   return recorder.trace;
 }
 
-int count(const std::string& text, const std::string& part)
+/// Counts what it is shown, and does what the test wants.
+struct Visitor final : XmlTraverseHandler
 {
-  int n = 0;
-  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-    ++n;
+  using XmlTraverseHandler::XmlTraverseHandler;
+  void startSubObject(MsgFieldContext& f) override
+  {
+    ++starts;
+    onStart(f);
   }
-  return n;
-}
+  void visit(MsgFieldContext& f) override
+  {
+    ++visits;
+    onVisit(f);
+  }
+  void endSubObject(MsgFieldContext&) override { ++ends; }
 
-YMMessageBase bareReport()
+  std::function<void(MsgFieldContext&)> onStart = [](MsgFieldContext&) {};
+  std::function<void(MsgFieldContext&)> onVisit = [](MsgFieldContext&) {};
+  int starts = 0;
+  int visits = 0;
+  int ends = 0;
+};
+
+/// Without its defaults.
+YMMessageBase bare(const std::string& tagName)
 {
-  YMMessageBase m = make("Types_Report");
+  YMMessageBase m = make(tagName);
   m.wipeBitset();
   return m;
-}
-
-void renameLabels(MsgFieldContext& f)
-{
-  if (f.getField().type == FIELD_STRING) {
-    f.replaceValue(std::string("new"));
-  }
-}
-
-void append(YMMessageBase& m, const char* list, const YMMessageBase& element)
-{
-  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, list, &element));
 }
 
 /// The context of a field outside a walk.
@@ -95,36 +101,28 @@ MsgFieldContext context(YMMessageBase& m, const char* name)
 
 }  // namespace
 
-TEST(Walk, ShowsFieldsInDeclarationOrderOrSimpleOnesFirst)
+TEST(Walk, ShowsMakesAndKeeps)
 {
-  YMMessageBase m = bareReport();
-  setText(m, "title", "t");
-  YMMessageBase leaf = make("Types_Leaf");
-  setInt(leaf, "number", 1);
-  append(m, "leaves", leaf);
-  append(m, "leaves", leaf);
-  const std::string head =
-      "begin Report\ntitle set\nlevel\nkept\nlevels\nnumbers\nsuppressedNumbers\nsecretWord\n"
-      "secretWords\nsecretLevel\n";
-  const std::string elements =
-      "start leaves\nleaves.number set\nleaves.text\nend leaves\n"
-      "start leaves\nleaves.number set\nleaves.text\nend leaves\n";
-  const std::string both = head + "owner\nleaf\nleaves set\n" + elements + "self\nreports\nend Report\n";
-  EXPECT_EQ(walk(m, false, false, false), both);
-  EXPECT_EQ(walk(m, true, false, false), both) << "its simple fields stand first already";
-
-  YMMessageBase all = make("Types_AllTypes");
-  const std::string trace = walk(all, true, false, false);
-  EXPECT_LT(trace.find("stringStringMap"), trace.find("objectValue")) << "a map of scalars is simple";
-  EXPECT_LT(trace.find("enumList"), trace.find("objectValue"));
-  EXPECT_LT(trace.find("stringStringMap"), trace.find("noneValue")) << "nothing is not";
-  EXPECT_EQ(count(trace, "\n"), 2 + all.getNumberOfFields());
-
-  YMMessageBase hidden = make("Types_Hidden");
-  const std::string shown = walk(hidden, false, false, false);
-  for (const FieldDef& def : *hidden.getClass()) {
-    EXPECT_EQ(count(shown, std::string("\n") + def.getName()) > 0, def.hash != 0) << def.getName();
-  }
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/walks.cases", [](const std::string& input) {
+    LogCapture log;
+    const auto line = input.find('\n');
+    const Settings settings(input.substr(0, line));
+    YMMessageBase m = fromXml(input.substr(line + 1));
+    const YMMessageBase before = m;
+    const std::string trace =
+        walk(m, settings.has("order"), settings.has("create"), settings.has("keep"), settings.text("change"));
+    for (const FieldDef& def : *m.getClass()) {  // nothing that was made is held and not set
+      if (def.type == FIELD_OBJECT && !isSet(m, def.getName())) {
+        const auto held = [&def](const YMMessageBase& one) {
+          return kwxml::MessageAccess::pointer<YMMessageBase>(one, def.slot) != nullptr;
+        };
+        EXPECT_EQ(held(m), held(before)) << def.getName();
+      }
+    }
+    const std::string after = toXml(m);
+    EXPECT_EQ(log.lines(), std::vector<LogLine>());
+    return trace + after + "\n";
+  });
 }
 
 TEST(Walk, WithoutAClassCallsNothing)
@@ -132,8 +130,9 @@ TEST(Walk, WithoutAClassCallsNothing)
   LogCapture log;
   YMMessageBase none;
   EXPECT_EQ(walk(none, false, true, true) + walk(none, true, true, true), "");
-  YMMessageBase m = bareReport();
-  append(m, "leaves", YMMessageBase());
+  YMMessageBase m = bare("Types_Report");
+  const YMMessageBase& element = none;
+  ASSERT_TRUE(XMLDecoder::InsertIntoList(&m, "leaves", &element));
   const std::string trace = walk(m, false, false, false);
   EXPECT_NE(trace.find("start leaves\nend leaves\n"), std::string::npos);
   walk(m, true, false, false);
@@ -143,67 +142,47 @@ TEST(Walk, WithoutAClassCallsNothing)
                 {0, "XmlTraverse::traverseByOrderHelper", "Error retrieving metadata for given object"}}));
 }
 
-TEST(Walk, MakesWhatIsMissingAndKeepsWhatWasModified)
-{
-  LogCapture log;
-  for (const bool keep : {false, true}) {
-    YMMessageBase m = bareReport();
-    const std::string trace = walk(m, false, true, keep, [](MsgFieldContext& f) {
-      if (f.getField().getName() == std::string("number") &&
-          f.getTRParent()->getName() == std::string("leaf")) {
-        f.replaceValue(7);
-      }
-    });
-    EXPECT_EQ(count(trace, "start leaf\n"), 1);
-    EXPECT_EQ(count(trace, "start leaves\n"), 1) << "one for an empty list";
-    EXPECT_EQ(count(trace, "start self\n") + count(trace, "start reports\n"), 0) << "its own class";
-    EXPECT_EQ(count(trace, "start owner\n"), 0) << "never the processing instructions";
-    EXPECT_EQ(isSet(m, "leaf"), keep);
-    EXPECT_FALSE(isSet(m, "leaves")) << "nothing in it was modified";
-    const auto* leaf = kwxml::MessageAccess::pointer<YMMessageBase>(std::as_const(m), field(m, "leaf").slot);
-    ASSERT_EQ(leaf != nullptr, keep);
-    EXPECT_EQ(keep ? getInt(*leaf, "number") : 7, 7);
-  }
-  // A made message that holds a modified one is kept, a list gets the one that was made, and what was there
-  // is not added to.
-  YMMessageBase order = make("Shop_Order");
-  order.wipeBitset();
-  walk(order, false, true, true, renameLabels);
-  std::vector<void*> items;
-  ASSERT_TRUE(XMLDecoder::ReadFromList(&order, "items", &items));
-  ASSERT_EQ(items.size(), 1u);
-  EXPECT_EQ(getText(*static_cast<YMMessageBase*>(items[0]), "name"), "new");
-  EXPECT_TRUE(isSet(order, "items") && isSet(order, "status"));
-  walk(order, false, true, true, renameLabels);
-  items.clear();
-  XMLDecoder::ReadFromList(&order, "items", &items);
-  EXPECT_EQ(items.size(), 1u);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
-}
-
 TEST(Walk, TheStackHoldsTheClassesOfTheMomentAndEmptiesItself)
 {
-  struct Stack : XmlTraverseHandler
-  {
-    XmlTraverse walk;
-    std::string seen;
-    void visit(MsgFieldContext& f) override
-    {
-      if (f.getField().getName() == std::string("text")) {
-        seen += walk.existsInProcessingStack("Leaf") && walk.existsInProcessingStack("Report") &&
-                        !walk.existsInProcessingStack("Types_Report")
-                    ? "+"
-                    : "-";
-        throw 1;
-      }
+  XmlTraverse walk;
+  Visitor visitor;
+  visitor.onVisit = [&walk](MsgFieldContext& f) {
+    if (f.getField().getName() == std::string("text")) {
+      EXPECT_TRUE(walk.existsInProcessingStack("Leaf") && walk.existsInProcessingStack("Report"));
+      EXPECT_FALSE(walk.existsInProcessingStack("Types_Report"));
+      throw 1;
     }
-  } stack;
-  YMMessageBase m = bareReport();
+  };
+  YMMessageBase m = bare("Types_Report");
   for (int i = 0; i < 2; ++i) {  // what a visitor throws leaves no names behind
-    EXPECT_THROW(stack.walk.traverse(m, stack, true, false), int);
-    EXPECT_FALSE(stack.walk.existsInProcessingStack("Report"));
+    EXPECT_THROW(walk.traverse(m, visitor, true, false), int);
+    EXPECT_FALSE(walk.existsInProcessingStack("Report"));
   }
-  EXPECT_EQ(stack.seen, "++");
+}
+
+TEST(Walk, VisitorsMayTakeAwayWhatIsAboutToBeWalked)
+{
+  YMMessageBase leaf = make("Types_Leaf");
+  const std::function<void(MsgFieldContext&)> meddling[] = {
+      [](MsgFieldContext& f) { f.clearList(); },
+      [&leaf](MsgFieldContext& f) { f.replaceValue(&leaf); },
+      [](MsgFieldContext& f) {
+        f.getMessage()->deleteMember(f.getField().fieldNumber, f.getMessage()->getTagID(), f.getField().hash,
+                                     false);
+      },
+  };
+  for (const auto& meddle : meddling) {
+    for (const bool order : {false, true}) {
+      YMMessageBase m = make("Types_AllTypes");
+      fill(m, field(m, "objectList"), 1);
+      fill(m, field(m, "objectValue"), 1);
+      Visitor meddler(0, order);
+      meddler.onStart = meddle;
+      XmlTraverse().traverse(m, meddler, false, false);
+      EXPECT_EQ(meddler.starts, meddler.ends);
+      EXPECT_GE(meddler.starts, 2);
+    }
+  }
 }
 
 TEST(Walk, OrderedWalksHaveNoGuardButTheLimits)
@@ -212,56 +191,42 @@ TEST(Walk, OrderedWalksHaveNoGuardButTheLimits)
   for (const auto& [tagName, text] : {std::pair("Types_Report", "A walk makes at most [65536] messages"),
                                       std::pair("Types_Node", "Messages nest deeper than [64]")}) {
     LogCapture log;
-    YMMessageBase m = make(tagName);
-    m.wipeBitset();
-    int visits = 0;
-    struct Counter : XmlTraverseHandler
-    {
-      int& visits;
-      explicit Counter(int& n) : XmlTraverseHandler(0, true), visits(n) {}
-      void visit(MsgFieldContext&) override { ++visits; }
-    } counter(visits);
+    YMMessageBase m = bare(tagName);
+    Visitor counter(0, true);
     onSmallStack([&] { XmlTraverse().traverse(m, counter, true, true); });
     EXPECT_TRUE(log.has("XmlTraverse::traverseByOrderHelper", text)) << tagName;
     EXPECT_LE(log.lines().size(), 2u);
-    EXPECT_LT(visits, 40 * kwxml::maxCreatedMessages);
+    EXPECT_LT(counter.visits, 40 * kwxml::maxCreatedMessages);
   }
-  // In an ordered walk a list of enumerators is looked into like one of messages; nothing comes of it.
-  YMMessageBase m = make("Types_AllTypes");
-  m.wipeBitset();
-  EXPECT_NE(walk(m, true, true, true).find("start enumList\n"), std::string::npos);
-  EXPECT_FALSE(isSet(m, "enumList"));
-  const int high = 100;
-  XMLDecoder::InsertIntoList(&m, "enumList", &high);
-  EXPECT_EQ(walk(m, true, true, true).find("start enumList\n"), std::string::npos);
 }
 
 TEST(Walk, DeepMessagesAreWalkedToTheLimit)
 {
-  LogCapture log;
-  YMMessageBase deepest = nodeChain(kwxml::maxMessageNesting);
-  YMMessageBase deeper = nodeChain(kwxml::maxMessageNesting + 1);
-  onSmallStack([&] {
-    EXPECT_EQ(count(walk(deepest, false, false, false), "label set"), kwxml::maxMessageNesting);
-    EXPECT_EQ(log.lines().size(), 0u);
-    EXPECT_EQ(count(walk(deeper, true, false, false), "label set"), kwxml::maxMessageNesting);
-  });
-  EXPECT_EQ(log.texts(), std::vector<std::string>{"Messages nest deeper than [64]"});
+  for (const int levels : {kwxml::maxMessageNesting, kwxml::maxMessageNesting + 1}) {
+    const bool deeper = levels > kwxml::maxMessageNesting;
+    LogCapture log;
+    YMMessageBase m = nodeChain(levels);
+    Visitor visitor(0, deeper);
+    int labels = 0;
+    visitor.onVisit = [&](MsgFieldContext& f) { labels += f.getField().type == FIELD_STRING ? 1 : 0; };
+    onSmallStack([&] { XmlTraverse().traverse(m, visitor, false, false); });
+    EXPECT_EQ(labels, kwxml::maxMessageNesting);
+    EXPECT_EQ(toText(log),
+              deeper ? "0 XmlTraverse::traverseByOrderHelper: Messages nest deeper than [64]\n" : "");
+  }
 }
 
 TEST(TextWalk, ReadsWalksAndWritesBack)
 {
   LogCapture log;
-  std::string xml;
-  YMMessageBase m = make("Types_Leaf");
-  setText(m, "text", "old");
-  ASSERT_EQ(XMLEncoder().serialize(m, xml, false), 0);
-  const std::string before = xml;
+  const std::string before =
+      R"(<?xml version="1.0" encoding="UTF-8" standalone="no" ?><Types_Leaf text="old"/>)";
+  std::string xml = before;
   Recorder recorder(0, true);
   XmlTraverse().traverse(xml, recorder, false, false, nullptr);
   EXPECT_EQ(recorder.trace, "begin Leaf\nnumber\ntext set\nend Leaf\n");
   EXPECT_EQ(xml, before);
-  recorder.onVisit = renameLabels;
+  recorder.change = "texts";
   KwXMLContextInfo info;
   XmlTraverse().traverse(xml, recorder, false, false, &info);
   EXPECT_EQ(info.getPasswordEncType(), Annotation::PASS_THROUGH);
@@ -280,48 +245,45 @@ TEST(TextWalk, ReadsWalksAndWritesBack)
   EXPECT_EQ(recorder.trace, "");
 }
 
+TEST(TextWalk, PasswordsPassThroughATextAsTheyWere)
+{
+  kwxml::registerPasswordAlgorithms();
+  const std::string before =
+      R"(<Types_Annotated password3="bm90IGEga2V5" password6="as it is" password9="c2VjcmV0"/>)";
+  std::string xml = before;
+  KwXMLContextInfo context;
+  Visitor nobody;
+  XmlTraverse().traverse(xml, nobody, false, false, &context);
+  EXPECT_TRUE(xml.ends_with(before)) << xml;
+}
+
 TEST(FieldContext, ReplacesValuesByTheKindOfField)
 {
-  // Each row: a field, what is given to it, and what it holds afterwards; "-" stays unset.
-  using Give = std::function<void(MsgFieldContext&)>;
-  const Give give[] = {
+  const std::function<void(MsgFieldContext&)> give[] = {
       [](auto& f) { f.replaceValue(-5); },   [](auto& f) { f.replaceValue(5U); },
       [](auto& f) { f.replaceValue(-6L); },  [](auto& f) { f.replaceValue(6UL); },
       [](auto& f) { f.replaceValue(-7LL); }, [](auto& f) { f.replaceValue(true); },
       [](auto& f) { f.replaceValue(1.5F); }, [](auto& f) { f.replaceValue(2.5); },
       [](auto& f) { f.replaceValue("s"); },  [](auto& f) { f.replaceValue(bstring("b"), true); },
   };
-  struct Row
-  {
-    const char* field;
-    std::vector<int> takes;  // the numbers of the values above that are appended
-  };
-  const Row rows[] = {{"intList", {0}},      {"enumList", {0, 1}},  {"uintList", {1}},    {"longList", {2}},
-                      {"ulongList", {3}},    {"longlongList", {4}}, {"boolList", {5}},    {"floatList", {6}},
-                      {"doubleList", {7}},   {"stringList", {8}},   {"bstringList", {9}}, {"wstringList", {}},
-                      {"ulonglongList", {}}, {"objectList", {}}};
-  for (const Row& row : rows) {
-    YMMessageBase m = make("Types_AllTypes");
-    for (std::size_t i = 0; i < std::size(give); ++i) {
-      std::vector<void*> before;
-      std::vector<void*> after;
-      XMLDecoder::ReadFromList(&m, row.field, &before);
-      MsgFieldContext f = context(m, row.field);
-      give[i](f);
-      XMLDecoder::ReadFromList(&m, row.field, &after);
-      const bool taken =
-          std::find(row.takes.begin(), row.takes.end(), static_cast<int>(i)) != row.takes.end();
-      EXPECT_EQ(after.size() - before.size(), taken ? 1u : 0u) << row.field << " " << i;
-      EXPECT_TRUE(f.isModified()) << row.field << " " << i;
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/replace.cases", [&give](const std::string& name) {
+    YMMessageBase m = bare("Types_AllTypes");
+    for (const auto& one : give) {
+      MsgFieldContext f = context(m, name.c_str());
+      one(f);
+      EXPECT_TRUE(f.isModified());
     }
-    EXPECT_EQ(isSet(m, row.field), !row.takes.empty()) << row.field;
-    MsgFieldContext f = context(m, row.field);
+    const std::string xml = toXml(m);
+    EXPECT_EQ(isSet(m, name), xml != "<Types_AllTypes/>");
+    MsgFieldContext f = context(m, name.c_str());
     f.replaceValue(pstring("p"));
     EXPECT_FALSE(f.isModified());
+    EXPECT_EQ(toXml(m), xml);
     f.clearList();
-    EXPECT_FALSE(isSet(m, row.field));
-  }
-  YMMessageBase m = make("Types_AllTypes");
+    EXPECT_FALSE(isSet(m, name));
+    return xml + "\n";
+  });
+  YMMessageBase m = bare("Types_AllTypes");
   const auto replaced = [&m](const char* name, auto... value) {
     MsgFieldContext f = context(m, name);
     f.replaceValue(value...);
@@ -336,23 +298,10 @@ TEST(FieldContext, ReplacesValuesByTheKindOfField)
   replaced("stringValue", "s");
   replaced("bstringValue", bstring("b"), false);
   replaced("bstringValue", bstring("c"), true);
-  replaced("pstringValue", pstring("p", Annotation::BASE64));
-  const unsigned long tag = m.getTagID();
-  EXPECT_EQ(getInt(m, "intValue"), -5);
-  EXPECT_EQ(getInt(m, "ulonglongValue"), 6);
-  EXPECT_EQ(getInt(m, "boolValue") + getInt(m, "enumValue"), 101);
-  EXPECT_EQ(m.getdouble(field(m, "doubleValue").slot, tag, 0), 2.5);
-  EXPECT_EQ(m.getfloat(field(m, "floatValue").slot, tag, 0), 1.5F);
-  EXPECT_EQ(getText(m, "stringValue"), "s");
-  const FieldDef& bytes = field(m, "bstringValue");
-  EXPECT_EQ(m.getbstringobject_const(bytes.fieldNumber, bytes.slot, tag, bytes.hash)->text(), "c");
-  const FieldDef& password = field(m, "pstringValue");
-  const pstring* kept = m.getpstringobject_const(password.fieldNumber, password.slot, tag, password.hash);
-  EXPECT_EQ(kept->text() + std::to_string(kept->getEncryptionType()), "p9");
-
-  MsgFieldContext number = context(m, "ulonglongValue");
-  number.clearList();
-  EXPECT_TRUE(isSet(m, "ulonglongValue")) << "a scalar is no list";
+  context(m, "ulonglongValue").clearList();  // a scalar is no list
+  EXPECT_EQ(toXml(m),
+            R"(<Types_AllTypes boolValue="true" bstringValue="Yw==&#xA;" doubleValue="2.5" enumValue="100" )"
+            R"(floatValue="1.5" intValue="-5" stringValue="s" ulonglongValue="6"/>)");
 }
 
 TEST(FieldContext, ReplacesNestedMessages)
@@ -391,7 +340,7 @@ TEST(FieldContext, ReplacesNestedMessages)
 TEST(FieldContext, AnnotationsAndDefaults)
 {
   LogCapture log;
-  YMMessageBase m = bareReport();
+  YMMessageBase m = bare("Types_Report");
   Annotation::CommandParam parameter;
   EXPECT_FALSE(context(m, "title").getAnnotation(parameter));
   EXPECT_TRUE(context(m, "level").getAnnotation(parameter));
@@ -423,14 +372,120 @@ TEST(Lists, AreReadAndFilledByName)
   EXPECT_EQ(*static_cast<unsigned long long*>(out[0]), 9u);
   EXPECT_EQ(log.lines().size(), 0u);
   const int one = 1;
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "nothing", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intValue", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(nullptr, "intList", &out));
-  EXPECT_FALSE(XMLDecoder::ReadFromList(&m, "intList", nullptr));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one));
-  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intList", nullptr));
+  EXPECT_FALSE(
+      XMLDecoder::ReadFromList(&m, "nothing", &out) || XMLDecoder::ReadFromList(&m, "intValue", &out) ||
+      XMLDecoder::ReadFromList(nullptr, "intList", &out) || XMLDecoder::ReadFromList(&m, "intList", nullptr));
+  EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one) ||
+               XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one) ||
+               XMLDecoder::InsertIntoList(&m, "intList", nullptr));
   EXPECT_EQ(log.lines().size(), 7u);
   EXPECT_EQ(log.lines()[0],
             (LogLine{0, "XMLDecoder::ReadFromList", "Message [Types_AllTypes] has no list field [nothing]"}));
+}
+
+namespace {
+
+bool merge(YMMessageBase& from, YMMessageBase& into)
+{
+  return XmlTraverse().merge(from, into);
+}
+
+/// A message with one field set.
+YMMessageBase only(const char* name, int variant)
+{
+  YMMessageBase m = bare("Types_AllTypes");
+  fill(m, field(m, name), variant);
+  return m;
+}
+
+std::size_t elements(YMMessageBase& m, const char* name)
+{
+  std::vector<void*> out;
+  XMLDecoder::ReadFromList(&m, name, &out);
+  return out.size();
+}
+
+}  // namespace
+
+TEST(Merge, EveryTypeIsReplacedAppendedOrLeftAlone)
+{
+  LogCapture log;
+  YMMessageBase sample = make("Types_AllTypes");
+  for (const FieldDef& def : *sample.getClass()) {
+    if (kwxml::fieldTypeInfo(def.type).storage == kwxml::Storage::None) {
+      continue;
+    }
+    const char* name = def.getName();
+    const bool list = kwxml::fieldTypeInfo(def.type).element != FIELD_UNSET;
+    const bool left = FieldDef::isMapType(def.type) || def.type == FIELD_LIST_UINT ||
+                      def.type == FIELD_LIST_ENUM || def.type == FIELD_LIST_BOOL;
+    YMMessageBase from = only(name, 1);
+    const YMMessageBase source = from;
+
+    YMMessageBase nothing = bare("Types_AllTypes");
+    YMMessageBase empty = nothing;
+    EXPECT_TRUE(merge(from, empty));
+    EXPECT_TRUE(empty == (left ? nothing : source) && from == source) << name;
+
+    YMMessageBase into = only(name, 2);
+    const YMMessageBase before = into;
+    EXPECT_TRUE(merge(from, into));
+    if (list && !left) {
+      EXPECT_EQ(elements(into, name), 6u) << name;
+    } else {
+      EXPECT_TRUE(into == (left ? before : source)) << name;
+    }
+    EXPECT_TRUE(merge(nothing, into) && isSet(into, name)) << name;
+  }
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
+{
+  expectCases(KWXML_SOURCE_DIR "/tests/traverse/merge.cases", [](const std::string& input) {
+    const auto line = input.find('\n');
+    YMMessageBase from = fromXml(input.substr(0, line));
+    YMMessageBase into = fromXml(input.substr(line + 1));
+    const std::string before = toXml(into);
+    const LogCapture log(10);
+    const bool merged = merge(from, into);
+    const std::string lines = toText(log);
+    EXPECT_TRUE(merged || toXml(into) == before);
+    return (merged ? toXml(into) + "\n" : "refused\n") + lines;
+  });
+  YMMessageBase twice = only("objectList", 1);
+  fill(twice, field(twice, "stringList"), 1);
+  EXPECT_TRUE(merge(twice, twice)) << "with itself";
+  EXPECT_EQ(elements(twice, "objectList") + elements(twice, "stringList"), 12u);
+
+  const LogCapture log(10);
+  YMMessageBase leaf = make("Types_Leaf");
+  YMMessageBase none;
+  EXPECT_FALSE(merge(none, leaf) || merge(leaf, none) || merge(none, none));
+  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+}
+
+TEST(Merge, PasswordsKeepTheirScheme)
+{
+  YMMessageBase from = make("Types_AllTypes");
+  MsgFieldContext f = context(from, "pstringValue");
+  f.replaceValue(pstring("p", Annotation::BASE64));
+  EXPECT_TRUE(f.isModified());
+  YMMessageBase into = make("Types_AllTypes");
+  merge(from, into);
+  const FieldDef& def = field(into, "pstringValue");
+  const pstring* merged = into.getpstringobject_const(def.fieldNumber, def.slot, into.getTagID(), def.hash);
+  EXPECT_EQ(merged->text() + std::to_string(merged->getEncryptionType()), "p9");
+}
+
+TEST(Merge, StopsAtTheNestingLimit)
+{
+  for (const int levels : {kwxml::maxMessageNesting, kwxml::maxMessageNesting + 1}) {
+    const LogCapture log;
+    YMMessageBase a = nodeChain(levels);
+    YMMessageBase b = nodeChain(levels);
+    onSmallStack([&] { EXPECT_TRUE(merge(a, b)); });
+    const std::string line = "0 KwXmlMessageProcessor::merge: Messages nest deeper than [64]\n";
+    EXPECT_EQ(toText(log), levels > kwxml::maxMessageNesting ? line : "");
+  }
 }
