@@ -193,10 +193,15 @@ Transcript::~Transcript()
   EXPECT_EQ(joined(noted_), joined(expected)) << place.file << ":" << place.begin;
 }
 
-void Transcript::note(const std::string& what, std::string_view text)
+void Transcript::note(const std::string& what)
 {
   takeLog();
-  noted_.push_back(what + ": " + shown(text));
+  noted_.push_back(what);
+}
+
+void Transcript::note(const std::string& what, std::string_view text)
+{
+  note(what + ": " + shown(text));
 }
 
 void Transcript::takeLog()

@@ -34,7 +34,7 @@ public:
   ~Transcript();
   void note(const std::string& what, std::string_view text);
   /// A remark that parts the log's lines.
-  void note(const std::string& what) { note(what, ""); }
+  void note(const std::string& what);
 
 private:
   void takeLog();

@@ -2,6 +2,7 @@
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
+#include "xml/Utf.h"
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/codec/XMLDecoder.h>
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 
@@ -115,26 +117,13 @@ TEST(RoundTrip, EveryCodePointInEveryPlace)
   m.wipeBitset();
   const FieldDef& plain = field(m, "command");
   const FieldDef& cdata = field(m, "cdataText");
-  const auto utf8 = [](char32_t c, std::string& out) {
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
-    } else if (c < 0x10000) {
-      out += {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 0x3F)),
-              static_cast<char>(0x80 | (c & 0x3F))};
-    } else {
-      out += {static_cast<char>(0xF0 | c >> 18), static_cast<char>(0x80 | (c >> 12 & 0x3F)),
-              static_cast<char>(0x80 | (c >> 6 & 0x3F)), static_cast<char>(0x80 | (c & 0x3F))};
-    }
-  };
   for (char32_t first = 0; first < 0x110000; first += 0x800) {
-    if (first >= 0xD800 && first < 0xE000) {
-      continue;  // surrogates have no UTF-8
+    if (isSurrogate(first)) {
+      continue;  // these have no UTF-8
     }
     std::string text = "x";
     for (char32_t c = first; c < first + 0x800; ++c) {
-      utf8(c, text);
+      appendUtf8(text, c);
     }
     m.setstring(plain.fieldNumber, plain.slot, text, m.getTagID(), plain.hash);
     m.setstring(cdata.fieldNumber, cdata.slot, text, m.getTagID(), cdata.hash);
@@ -144,9 +133,7 @@ TEST(RoundTrip, EveryCodePointInEveryPlace)
       ASSERT_EQ(getText(*back, "command"), text) << std::hex << static_cast<unsigned>(first);
       // XML reads a carriage return in a CDATA section as a new-line; nothing else changes there.
       std::string normalized = text;
-      for (auto at = normalized.find('\r'); at != std::string::npos; at = normalized.find('\r')) {
-        normalized[at] = '\n';
-      }
+      std::replace(normalized.begin(), normalized.end(), '\r', '\n');
       ASSERT_EQ(getText(*back, "cdataText"), normalized) << std::hex << static_cast<unsigned>(first);
       if (first != 0) {
         break;  // the forms differ only in how they treat characters of the first block
