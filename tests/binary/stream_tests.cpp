@@ -1,5 +1,6 @@
 // The numbers of the binary form, byte by byte, and the buffer that holds them.
 #include "binary/Hex.h"
+#include "support/Rows.h"
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/binary/BinaryStream.h>
@@ -8,113 +9,107 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
+#include <functional>
+#include <map>
+#include <sstream>
 
 using namespace kwxml::test;
 
 namespace {
 
-/// What one write operation leaves in a buffer of 16 bytes.
-template <class Write>
-std::string written(Write write)
+const std::string rows = "binary/stream.rows";
+
+template <class T>
+T number(const std::string& text)
+{
+  std::istringstream in(text);
+  T value{};
+  in >> value;
+  EXPECT_TRUE(in.eof() && !in.fail()) << text;
+  return value;
+}
+
+/// The bytes that writing a number leaves; measuring gives as many.
+template <class T>
+std::string written(unsigned long (BinaryStream::*write)(T) noexcept, const std::string& value)
 {
   char bytes[16];
   BinaryStream out(bytes, sizeof bytes);
-  const unsigned long n = write(out);
+  const unsigned long n = (out.*write)(number<T>(value));
   EXPECT_EQ(n, out.position());
   BinaryStream measure(nullptr, 0);
-  EXPECT_EQ(write(measure), n);
+  EXPECT_EQ((measure.*write)(number<T>(value)), n);
   EXPECT_EQ(measure.position(), n);
   return toHex({bytes, n});
 }
 
-/// The value that one read operation gives, and how many bytes it took.
-template <class T, class Read>
-std::pair<T, unsigned long> reads(const std::string& hex, Read read)
+/// The number that reading gives, and how many bytes it took.
+template <class T>
+std::string read(unsigned long (BinaryStream::*read)(T&) noexcept, const std::string& hex)
 {
   std::string bytes = fromHex(hex);
   BinaryStream in(bytes.data(), bytes.size());
   T value{};
   const unsigned long n = (in.*read)(value);
   EXPECT_TRUE(in.overrun() || n == in.position());
-  return {value, in.overrun() ? ~0UL : n};
+  std::ostringstream text;
+  text << value << (in.overrun() ? ", overrun" : ", " + std::to_string(n) + " bytes");
+  return text.str();
+}
+
+struct Kind
+{
+  std::function<std::string(const std::string&)> write, read;
+};
+
+template <class T>
+Kind kind(unsigned long (BinaryStream::*write)(T) noexcept, unsigned long (BinaryStream::*reads)(T&) noexcept)
+{
+  return {[=](const std::string& value) { return written(write, value); },
+          [=](const std::string& hex) { return read(reads, hex); }};
+}
+
+const std::map<std::string, Kind>& kinds()
+{
+  using Stream = BinaryStream;
+  static const std::map<std::string, Kind> all = {
+      {"variable", kind(&Stream::WriteVarInt, &Stream::ReadVarInt)},
+      {"zigzag", kind(&Stream::WriteSVarInt, &Stream::ReadSVarInt)},
+      {"int32", kind(&Stream::WriteInt32, &Stream::ReadInt32)},
+      {"uint32", kind(&Stream::WriteUInt32, &Stream::ReadUInt32)},
+      {"int64", kind(&Stream::WriteInt64, &Stream::ReadInt64)},
+      {"double", kind(&Stream::WriteDouble, &Stream::ReadDouble)},
+      {"float", kind(&Stream::WriteFloat, &Stream::ReadFloat)},
+  };
+  return all;
 }
 
 }  // namespace
 
-TEST(BinaryStream, VariableLengthIntegers)
+TEST(BinaryStream, NumbersBothWays)
 {
-  const struct
-  {
-    unsigned int value;
-    const char* bytes;
-  } rows[] = {
-      {0, "00"},
-      {1, "01"},
-      {127, "7F"},
-      {128, "80 01"},
-      {300, "AC 02"},
-      {16383, "FF 7F"},
-      {16384, "80 80 01"},
-      {2097151, "FF FF 7F"},
-      {2097152, "80 80 80 01"},
-      {268435455, "FF FF FF 7F"},
-      {268435456, "80 80 80 80 01"},
-      {0xFFFFFFFF, "FF FF FF FF 0F"},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(written([&](BinaryStream& s) { return s.WriteVarInt(row.value); }), row.bytes);
-    EXPECT_EQ(BinaryStream::SizeNeededForVarint32(row.value), fromHex(row.bytes).size());
-    EXPECT_EQ(reads<unsigned>(row.bytes, &BinaryStream::ReadVarInt),
-              std::make_pair(row.value, fromHex(row.bytes).size()));
-  }
-  const struct
-  {
-    int value;
-    const char* bytes;
-  } zigzags[] = {{0, "00"},
-                 {-1, "01"},
-                 {1, "02"},
-                 {-2, "03"},
-                 {2, "04"},
-                 {-64, "7F"},
-                 {64, "80 01"},
-                 {std::numeric_limits<int>::max(), "FE FF FF FF 0F"},
-                 {std::numeric_limits<int>::min(), "FF FF FF FF 0F"}};
-  for (const auto& row : zigzags) {
-    EXPECT_EQ(written([&](BinaryStream& s) { return s.WriteSVarInt(row.value); }), row.bytes);
-    EXPECT_EQ(BinaryStream::SizeNeededForSVarint32(row.value), fromHex(row.bytes).size());
-    EXPECT_EQ(reads<int>(row.bytes, &BinaryStream::ReadSVarInt),
-              std::make_pair(row.value, fromHex(row.bytes).size()));
-  }
-  // Overlong: five bytes are taken, and of the fifth the low four bits.
-  EXPECT_EQ(reads<unsigned>("FF FF FF FF 7F", &BinaryStream::ReadVarInt), std::make_pair(0xFFFFFFFFu, 5ul));
-  EXPECT_EQ(reads<unsigned>("FF FF FF FF FF 01", &BinaryStream::ReadVarInt),
-            std::make_pair(0xFFFFFFFFu, 5ul));
-  EXPECT_EQ(reads<unsigned>("80 80 80 80 10", &BinaryStream::ReadVarInt), std::make_pair(0u, 5ul));
-  EXPECT_EQ(reads<unsigned>("80 00", &BinaryStream::ReadVarInt), std::make_pair(0u, 2ul));
-  for (const char* cut : {"", "80", "FF FF FF FF"}) {
-    EXPECT_EQ(reads<unsigned>(cut, &BinaryStream::ReadVarInt), std::make_pair(0u, ~0ul)) << cut;
-  }
+  expectRows(rows, "numbers", [](const Lines& cells) -> Lines {
+    const Kind& kind = kinds().at(cells[0]);
+    const std::string hex = kind.write(cells[1]);
+    const std::string size = std::to_string(fromHex(hex).size());
+    EXPECT_EQ(kind.read(hex), cells[1] + ", " + size + " bytes");
+    if (cells[0] == "variable") {
+      EXPECT_EQ(std::to_string(BinaryStream::SizeNeededForVarint32(number<unsigned>(cells[1]))), size);
+    } else if (cells[0] == "zigzag") {
+      EXPECT_EQ(std::to_string(BinaryStream::SizeNeededForSVarint32(number<int>(cells[1]))), size);
+    }
+    return {hex};
+  });
+  expectRows(rows, "odd numbers",
+             [](const Lines& cells) -> Lines { return {kinds().at(cells[0]).read(cells[1])}; });
 }
 
-TEST(BinaryStream, FixedNumbersAndBytes)
+TEST(BinaryStream, RawBytes)
 {
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt32(1); }), "01 00 00 00");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt32(-2); }), "FE FF FF FF");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteUInt32(0x7F7F7F78); }), "78 7F 7F 7F");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt64(-2); }), "FE FF FF FF FF FF FF FF");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteDouble(1.0); }), "00 00 00 00 00 00 F0 3F");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteFloat(-2.5F); }), "00 00 20 C0");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteRawBytes("a\0b", 3); }), "61 00 62");
-  EXPECT_EQ(reads<int>("FE FF FF FF", &BinaryStream::ReadInt32), std::make_pair(-2, 4ul));
-  EXPECT_EQ(reads<unsigned>("78 7F 7F 7F", &BinaryStream::ReadUInt32), std::make_pair(0x7F7F7F78u, 4ul));
-  EXPECT_EQ(reads<long long>("FE FF FF FF FF FF FF FF", &BinaryStream::ReadInt64), std::make_pair(-2ll, 8ul));
-  EXPECT_EQ(reads<double>("00 00 00 00 00 00 F0 3F", &BinaryStream::ReadDouble), std::make_pair(1.0, 8ul));
-  EXPECT_EQ(reads<float>("00 00 20 C0", &BinaryStream::ReadFloat), std::make_pair(-2.5F, 4ul));
-  // Cut short: zero, and the stream says so.
-  EXPECT_EQ(reads<int>("FE FF FF", &BinaryStream::ReadInt32), std::make_pair(0, ~0ul));
-  EXPECT_EQ(reads<double>("00 00 00 00 00 00 F0", &BinaryStream::ReadDouble), std::make_pair(0.0, ~0ul));
+  char written[3];
+  BinaryStream out(written, sizeof written);
+  EXPECT_EQ(out.WriteRawBytes("a\0b", 3), 3u);
+  EXPECT_EQ(toHex({written, 3}), "61 00 62");
   std::string three = "abc";
   BinaryStream in(three.data(), three.size());
   char bytes[4] = {1, 1, 1, 1};
