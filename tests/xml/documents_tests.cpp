@@ -1,26 +1,18 @@
 // Documents: what the reader makes of them, and what the writer makes of that in each of its forms.
-#include "support/Messages.h"
 #include "support/Rows.h"
+#include "xml/Documents.h"
 
-#include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
 
 using namespace kwxml::test;
 
 namespace {
 
 const std::string rows = "xml/documents.rows";
-
-std::unique_ptr<YMMessageBase> read(const std::string& xml)
-{
-  return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(xml));
-}
 
 void append(Lines& lines, const Lines& more)
 {
@@ -54,8 +46,7 @@ Lines readAndWritten(const Lines& cells)
   std::string plain;
   for (const auto& [name, flags] : forms()) {
     LogCapture writing;
-    std::string text;
-    EXPECT_EQ(XMLEncoder(flags).serialize(*message, text, true), 0);
+    const std::string text = write(*message, flags);
     if (text != (flags.readableForm != 0 ? "\n" + plain : plain)) {
       lines.push_back(name + ": " + shown(text));
     }

@@ -1,28 +1,16 @@
 // What the reader does beside what documents show: messages of the caller, handlers, objects by name.
-#include "support/Messages.h"
 #include "support/Rows.h"
+#include "xml/Documents.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 using namespace kwxml::test;
 
-namespace {
-
-const std::string logs = "xml/log.rows";
-
-std::unique_ptr<YMMessageBase> read(const std::string& xml)
-{
-  return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(xml));
-}
-
-}  // namespace
+static const std::string logs = "xml/log.rows";
 
 TEST(Reader, IntoAMessageOfTheCaller)
 {
@@ -97,21 +85,20 @@ TEST(Reader, HandlersReadOneDocumentAndSurviveMisuse)
 
 TEST(Reader, CreatesObjectsByName)
 {
+  expectRows("xml/documents.rows", "objects by name", [](const Lines& cells) {
+    LogCapture log;
+    YMMessageBase* out = nullptr;
+    const bool made =
+        XMLDecoder::CreateObjByName(cells[0].c_str(), &out, cells[1].c_str(), cells[2] == "now");
+    const std::unique_ptr<YMMessageBase> message(out);
+    EXPECT_EQ(made, message != nullptr);
+    Lines lines = taken(log);
+    if (made) {
+      lines.push_back(write(*message) + ", for later [" + message->getSerializedXMLString() + "]");
+    }
+    return lines;
+  });
   Transcript log(logs);
-  YMMessageBase* out = nullptr;
-  EXPECT_TRUE(XMLDecoder::CreateObjByName("Demo_Status", &out, "<Demo_Status errorCode='4'/>", true));
-  EXPECT_EQ(getInt(*out, "errorCode"), 4);
-  delete out;
-  EXPECT_TRUE(XMLDecoder::CreateObjByName("Demo_Status", &out, "<later", false));
-  EXPECT_STREQ(out->getSerializedXMLString(), "<later");
-  delete out;
-  for (const char* text : {"<broken", "<Demo_Item/>", ""}) {
-    EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", &out, text, true));
-    EXPECT_EQ(out, nullptr);
-  }
-  EXPECT_FALSE(XMLDecoder::CreateObjByName("", &out, nullptr, true));
-  EXPECT_FALSE(XMLDecoder::CreateObjByName("Nowhere_X", &out, nullptr, true));
-  EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_X_Y", &out, nullptr, true));
   EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", nullptr, nullptr, true));
   EXPECT_EQ(XMLDecoder::GetEnumString(0x01000013, 2), "GREEN");
   EXPECT_EQ(XMLDecoder::GetEnumString(0x01000013, 3), "");
@@ -119,24 +106,26 @@ TEST(Reader, CreatesObjectsByName)
   EXPECT_EQ(XMLDecoder::GetEnumString(&item, "color", 1), "RED");
   EXPECT_EQ(XMLDecoder::GetEnumString(&item, "nothing", 1), "");
   EXPECT_EQ(XMLDecoder::GetEnumString(0xC9000001, 1), "");
+  EXPECT_EQ(&XMLDecoder::getXMLDecoderObject(), &XMLDecoder::getXMLDecoderObject());
+}
+
+TEST(Reader, AnnotationsFlagsAndContexts)
+{
   std::vector<unsigned long> ids;
   const YMMessageBase annotated = make("Types_Annotated");
   EXPECT_FALSE(XMLDecoder::FillAnnotationIds(field(annotated, "marked"), ids));
   EXPECT_TRUE(XMLDecoder::FillAnnotationIds(field(annotated, "several"), ids));
   EXPECT_EQ(ids, (std::vector<unsigned long>{kwxml::nameHash("Text", 4), kwxml::nameHash("CommandParam", 12),
                                              kwxml::nameHash("Suppress", 8)}));
-  EXPECT_EQ(&XMLDecoder::getXMLDecoderObject(), &XMLDecoder::getXMLDecoderObject());
   const EncodingFlags flags;
   EXPECT_TRUE(flags.switch0 == 1 && flags.auxSwitchA == 0 && flags.auxSwitchB == 1 &&
               flags.passwordEncoderArg == -1 && flags.targetPasswordType == 0 && flags.maskPasswords == 0);
   KwXMLContextInfo context;
-  EXPECT_FALSE(context.hasError());
-  EXPECT_EQ(context.getPasswordEncType(), Annotation::UNKNOWN);
+  EXPECT_TRUE(!context.hasError() && context.getPasswordEncType() == Annotation::UNKNOWN);
   context.addParam("MessageInfo", &context);
-  EXPECT_EQ(context.getParam("MessageInfo"), &context);
+  EXPECT_TRUE(context.getParam("MessageInfo") == &context && context.getParam("") == nullptr);
   context.setError(1, "a");
   context.setError(2, "b");
   EXPECT_EQ(context.getErrorDetails(), "a\nb\n");
   EXPECT_EQ(context.getErrorCodes(), (std::vector<int>{1, 2}));
-  EXPECT_EQ(context.getParam(""), nullptr);
 }

@@ -1,9 +1,8 @@
 // What the writer does beside what documents show: passwords, listeners, failures, the DOM, files.
-#include "support/Messages.h"
 #include "support/Rows.h"
 #include "support/SmallStack.h"
+#include "xml/Documents.h"
 
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/platform/CYxFile.h>
 #include <kwxml/xml/MessageWriter.h>
@@ -21,13 +20,6 @@ using namespace kwxml::test;
 namespace {
 
 const std::string logs = "xml/log.rows";
-
-std::string xml(YMMessageBase& message, const EncodingFlags& flags = EncodingFlags())
-{
-  std::string out;
-  EXPECT_EQ(XMLEncoder(flags).serialize(message, out, true), 0);
-  return out;
-}
 
 }  // namespace
 
@@ -64,11 +56,11 @@ TEST(Writer, PasswordsAreMaskedOrNeedAnAlgorithm)
     }
   }
   Transcript log(logs);
-  EXPECT_EQ(xml(m), "<Types_Annotated password1=\"canary\"/>")
+  EXPECT_EQ(write(m), "<Types_Annotated password1=\"canary\"/>")
       << "a plain value is written as it is, others never";
   EncodingFlags masked;
   masked.maskPasswords = 1;
-  const std::string hidden = xml(m, masked);
+  const std::string hidden = write(m, masked);
   EXPECT_EQ(hidden.find("canary"), std::string::npos);
   for (int i = 1; i <= 11; ++i) {
     EXPECT_NE(hidden.find("password" + std::to_string(i) + "=\"*******\""), std::string::npos) << i;
@@ -98,9 +90,8 @@ TEST(Writer, ListenersLeaveFieldsOut)
     data.result = std::string(data.field.getName()) == "number" ? XMLCB_SKIP_PROCESSING : 0;
     return true;
   };
-  YMMessageBase leaf = make("Types_Leaf");
-  setInt(leaf, "number", 1);
-  setText(leaf, "text", "t");
+  const auto message = read("<Types_Leaf number='1' text='t'/>");
+  YMMessageBase& leaf = *message;
   Transcript log(logs, 15);
   std::string out;
   XMLSerializer serializer;
@@ -116,14 +107,10 @@ TEST(Writer, ListenersLeaveFieldsOut)
   serializer.serialize(leaf, out, true);
   EXPECT_EQ(out, "<Types_Leaf number=\"1\" text=\"t\"/>");
 
-  YMMessageBase annotated = make("Types_Annotated");
-  annotated.wipeBitset();
-  setInt(annotated, "suppressed", 1);
-  setText(annotated, "several", "s");
-  setInt(annotated, "marked", 2);
+  const auto annotated = read("<Types_Annotated suppressed='1' several='s' marked='2'/>");
   XMLSerializer byAnnotation;
   byAnnotation.getXMLSerializationSupportObject().addListener(kwxml::nameHash("Suppress", 8), skip);
-  byAnnotation.serialize(annotated, out, true);
+  byAnnotation.serialize(*annotated, out, true);
   EXPECT_EQ(out, "<Types_Annotated marked=\"2\"/>");
 }
 
@@ -134,14 +121,12 @@ TEST(Writer, ListenerHelpers)
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "intValue")), 8);
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "stringValue")), 32);
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "noneValue")), 0);
-  YMMessageBase info = make("KwEntities_ProcessingInstructionInfo");
-  setText(info, "requestId", "7");
-  setText(info, "userName", "u");
+  const auto info = read("<KwEntities_ProcessingInstructionInfo requestId='7' userName='u'/>");
   XMLSerializer serializer;
-  serializer.getXMLSerializationSupportObject().addListener(info.getTagID(),
+  serializer.getXMLSerializationSupportObject().addListener(info->getTagID(),
                                                             XMLSerializationSupport::hideFields);
   std::string out;
-  serializer.serialize(info, out, true);
+  serializer.serialize(*info, out, true);
   EXPECT_EQ(out, "<KwEntities_ProcessingInstructionInfo requestId=\"7\"/>");
 }
 
@@ -213,7 +198,7 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
     const FieldDef& def = field(stock, name);
     stock.setField(def.fieldNumber, stock.getTagID(), def.hash);
   }
-  EXPECT_EQ(xml(stock), "<Inventory_Stock/>");
+  EXPECT_EQ(write(stock), "<Inventory_Stock/>");
 }
 
 TEST(Writer, DomOperationsStandAlone)
@@ -226,11 +211,16 @@ TEST(Writer, DomOperationsStandAlone)
   EncodingFlags elements;
   elements.valuesAsElements = 1;
   XMLSerializer serializer(elements);
+  const auto writeAll = [&](xercesc::DOMElement* parent, const char* name, const char16_t* text) {
+    serializer.writeNodeToXML(document, parent, name, text);
+    serializer.writeAsCDATA(document, parent, name, text);
+    serializer.writeListNodeToXML(document, parent, name, text);
+    serializer.writeListNodeAsCDATA(document, parent, name, text);
+    XMLSerializer().writeNodeToXML(document, parent, name, text);
+  };
   serializer.writeNodeToXML(document, root, "value", u"1");
   serializer.writeAsCDATA(document, root, "text", u"<c>");
-  xercesc::DOMElement* entry = nullptr;
-  xercesc::DOMElement* key = nullptr;
-  xercesc::DOMElement* value = nullptr;
+  xercesc::DOMElement *entry = nullptr, *key = nullptr, *value = nullptr;
   EXPECT_EQ(serializer.constructMapElements(document, root, entry, key, value, "map"), 1);
   serializer.writeListNodeToXML(document, key, "val", u"k");
   serializer.writeListNodeAsCDATA(document, value, "val", u"v");
@@ -238,9 +228,7 @@ TEST(Writer, DomOperationsStandAlone)
   serializer.writeNodeToXML(document, root, "no name", u"1");
   EXPECT_EQ(serializer.constructMapElements(document, root, entry, key, value, "<"), 0);
   xercesc::DOMDocument* other = dom->createDocument(nullptr, u"other", nullptr);
-  serializer.writeListNodeToXML(document, other->getDocumentElement(), "item", u"x");
-  serializer.writeListNodeAsCDATA(document, other->getDocumentElement(), "item", u"x");
-  serializer.writeAsCDATA(document, other->getDocumentElement(), "item", u"x");
+  writeAll(other->getDocumentElement(), "item", u"x");
   XMLSerializer().writeListNodeToXML(document, other->getDocumentElement(), "no name", u"x");
   serializer.writeNodeToXML(document, root, nullptr, u"x");
   other->release();
@@ -257,11 +245,7 @@ TEST(Writer, DomOperationsStandAlone)
   log.note("texts that XML does not allow");
   for (const char16_t* bad :
        {u"\xD800", u"a\xDC00", u"\xDC00\xD800", u"\x1", u"\xFFFE", static_cast<const char16_t*>(nullptr)}) {
-    serializer.writeNodeToXML(document, root, "bad", bad);
-    serializer.writeAsCDATA(document, root, "bad", bad);
-    serializer.writeListNodeToXML(document, root, "bad", bad);
-    serializer.writeListNodeAsCDATA(document, root, "bad", bad);
-    XMLSerializer().writeNodeToXML(document, root, "bad", bad);
+    writeAll(root, "bad", bad);
   }
   // Nor is it written when it came into the document by other ways.
   xercesc::DOMDocument* foreign = dom->createDocument(nullptr, u"root", nullptr);
