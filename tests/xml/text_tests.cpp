@@ -1,5 +1,6 @@
 // Text on its way between a message and a document: transcoding, escapes, base64, dates, numbers. All of it
 // must hold for hostile bytes, in any locale of the process, and from many threads.
+#include "platform/TempDirectory.h"
 #include "support/Rows.h"
 #include "xml/Utf.h"
 
@@ -11,27 +12,19 @@
 #include <kwxml/xml/XercesRuntime.h>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <algorithm>
 #include <bit>
 #include <cctype>
 #include <climits>
 #include <clocale>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <random>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLUTF8Transcoder.hpp>
 
@@ -341,14 +334,15 @@ TEST(Base64, KnownTexts)
 {
   expectRows(rows, "base64", [](const Lines& cells) -> Lines {
     std::string lines;
-    std::string bytes;
+    std::string bytes = "x";
     EXPECT_TRUE(base64Encode(cells[0], lines));
     EXPECT_TRUE(base64Decode(lines, bytes));
     EXPECT_EQ(bytes, cells[0]);
+    bytes = "x";
     EXPECT_TRUE(base64DecodeXmlCh(XMLChstring(lines.c_str()).c_str(), bytes));
     EXPECT_EQ(bytes, cells[0]);
     const std::string line = base64_encode(cells[0]);
-    EXPECT_EQ(lines, line + "\n");
+    EXPECT_EQ(lines, line.empty() ? "" : line + "\n");
     EXPECT_EQ(base64_decode(line), cells[0]);
     return {line};
   });
@@ -357,16 +351,6 @@ TEST(Base64, KnownTexts)
   EXPECT_EQ(text, std::string(60, 'A') + "\nAAAAAAA=\n");
   EXPECT_TRUE(base64Decode(" Zm\t9\r\nv\n", text));
   EXPECT_EQ(text, "foo");
-
-  EXPECT_TRUE(base64Encode("", text));
-  EXPECT_EQ(text, "");
-  text = "x";
-  EXPECT_TRUE(base64Decode("", text));
-  EXPECT_EQ(text, "");
-  text = "x";
-  EXPECT_TRUE(base64DecodeXmlCh(XMLChstring("").c_str(), text));
-  EXPECT_EQ(text, "");
-  EXPECT_EQ(base64_encode("") + base64_decode(""), "");
 }
 
 TEST(Base64, RandomBytesComeBack)
@@ -486,13 +470,7 @@ TEST_F(Dates, TheScannerReadsAsTheStandardOneDoes)
     int seconds = 0;
     ASSERT_EQ(processXDate(text.c_str(), seconds, Annotation::DATE_TIME), valid) << text;
     if (valid) {
-      std::tm expected{};
-      expected.tm_year = n[0] - 1900;
-      expected.tm_mon = n[1] - 1;
-      expected.tm_mday = n[2];
-      expected.tm_hour = n[3];
-      expected.tm_min = n[4];
-      expected.tm_sec = n[5];
+      std::tm expected{n[5], n[4], n[3], n[2], n[1] - 1, n[0] - 1900, 0, 0, 0, 0, nullptr};
       ASSERT_EQ(seconds, static_cast<int>(timegm(&expected))) << text;
     }
   }
@@ -541,15 +519,13 @@ class ForeignLocale : public testing::Test
 protected:
   void SetUp() override
   {
-    directory_ = std::filesystem::temp_directory_path() / ("kwxml_locale_" + std::to_string(getpid()));
-    std::filesystem::create_directories(directory_);
-    std::ofstream(directory_ / "comma.src")
-        << "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\n"
-           "grouping 3;3\nEND LC_NUMERIC\n";
-    const std::string command = "localedef -c -f ANSI_X3.4-1968 -i " + (directory_ / "comma.src").string() +
-                                " " + (directory_ / "xx_XX").string() + " >/dev/null 2>&1";
+    const std::string source = directory_.write(
+        "comma.src",
+        "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\nEND LC_NUMERIC\n");
+    const std::string command =
+        "localedef -c -f ANSI_X3.4-1968 -i " + source + " " + directory_ / "xx_XX" + " >/dev/null 2>&1";
     [[maybe_unused]] const int status = std::system(command.c_str());
-    setenv("LOCPATH", directory_.c_str(), 1);
+    setenv("LOCPATH", directory_.path().c_str(), 1);
     if (setlocale(LC_ALL, "xx_XX") == nullptr) {
       GTEST_SKIP() << "this machine cannot make a locale";
     }
@@ -561,11 +537,10 @@ protected:
   {
     setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
-    std::filesystem::remove_all(directory_);
   }
 
 private:
-  std::filesystem::path directory_;
+  TempDirectory directory_;
 };
 
 TEST_F(ForeignLocale, ChangesNothing)
