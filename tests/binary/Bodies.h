@@ -123,11 +123,4 @@ T& object(YMMessageBase& m, const std::string& name)
   return *value;
 }
 
-inline YMMessageBase leaf(int number)
-{
-  YMMessageBase m = make("Types_Leaf");
-  setInt(m, "number", number);
-  return m;
-}
-
 }  // namespace kwxml::test

@@ -31,7 +31,7 @@ TEST(LookUps, TypePredicatesAreTheirIrregularSets)
     }
     return text;
   };
-  expectRows("model/schemas.rows", "types",
+  expectRows("model/lookups.rows", "types",
              [&](const Lines& cells) -> Lines { return {described(std::stoi(cells[0]))}; });
   for (int number = 44; number < 256; ++number) {
     EXPECT_EQ(described(number), described(43)) << number;
@@ -41,85 +41,88 @@ TEST(LookUps, TypePredicatesAreTheirIrregularSets)
   EXPECT_STREQ(FieldDef::getFieldTypeName(FIELD_PSTRING), "bstring");
 }
 
-TEST(LookUps, TagsResolveBothWaysOrNotAtAll)
+namespace {
+
+std::string lookedUp(const Lines& cells)
 {
-  Transcript log(logs);
+  using M = YMMessageBase;
+  const auto number = [&](std::size_t i) { return std::stol(cells[i], nullptr, 0); };
   short system = 0;
-  int index = 0;
-  EXPECT_TRUE(YMMessageBase::getIndicesFromTagID(system, index, 0x010003F0));
-  EXPECT_EQ(system, 1);
-  EXPECT_EQ(index, 0);
-  for (const unsigned long tag :
-       {0x000003F0ul, 0xCE0003F0ul, 0xFF0003F0ul, 0xCD0003F0ul, 0x01000014ul, 0x01000000ul,
-        0x01FFFFFFul}) {  // no system, beyond the last, empty row, between two IDs, outside
-    EXPECT_FALSE(YMMessageBase::getIndicesFromTagID(system, index, tag)) << tag;
-    EXPECT_EQ(system, static_cast<short>(tag >> 24));
-    EXPECT_EQ(YMMessageBase::GetClassDef(tag), nullptr);
-    EXPECT_EQ(YMMessageBase::getTagNameFromTagID(tag), "");
+  int index = -1;
+  if (cells[0] == "system") {
+    return M::getMessageSystemIndexFromName(cells[1].c_str(), system) ? std::to_string(system) : "none";
   }
-  for (int s = 1; s < 206; ++s) {
+  auto tag = static_cast<unsigned long>(number(1));
+  if (cells[0] == "tag") {
+    const bool found = M::getIndicesFromTagID(system, index, tag);
+    EXPECT_EQ(M::GetClassDef(tag) != nullptr, found);
+    return M::getTagNameFromTagID(tag) + ", system " + std::to_string(system) + ", class " +
+           (found ? std::to_string(index) : "none");
+  }
+  if (cells[0] == "field") {
+    return std::to_string(M::getFieldNumberFromName(M::GetClassDef(tag), cells[2].c_str()));
+  }
+  system = static_cast<short>(tag);
+  if (cells[0] == "value") {
+    return M::getEnumString(system, cells[2].c_str(), static_cast<int>(number(3)));
+  }
+  if (cells[0] == "class") {
+    return M::getMessageIndexFromName(cells[2].c_str(), system, index) ? std::to_string(index) : "none";
+  }
+  index = static_cast<int>(number(2));
+  const _ClassDef* cls = M::GetClassDef(system, index);
+  const bool found = M::getTagIDFromIndices(system, static_cast<short>(index), tag);
+  return (cls != nullptr ? cls->name : "no class") + (found ? ", tag " + std::to_string(tag) : ", no tag");
+}
+
+}  // namespace
+
+TEST(LookUps, NamesTagsAndIndices)
+{
+  expectRows("model/lookups.rows", "look-ups", [](const Lines& cells) {
+    LogCapture log;
+    const std::string result = lookedUp(cells);
+    Lines lines = taken(log);
+    lines.insert(lines.begin(), result);
+    return lines;
+  });
+  short system = 0;
+  EXPECT_FALSE(YMMessageBase::getMessageSystemIndexFromName(nullptr, system));
+  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(nullptr, "x"), -1);
+}
+
+TEST(LookUps, EveryTagResolvesBothWays)
+{
+  for (short s = 1; s < 206; ++s) {
     const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[s];
     for (short i = 0; i < row.numberOfClasses; ++i) {
       unsigned long tag = 0;
-      ASSERT_TRUE(YMMessageBase::getTagIDFromIndices(static_cast<short>(s), i, tag));
+      ASSERT_TRUE(YMMessageBase::getTagIDFromIndices(s, i, tag));
       if (row.classes[i].name != nullptr) {
+        short system = 0;
+        int index = 0;
         ASSERT_TRUE(YMMessageBase::getIndicesFromTagID(system, index, tag)) << row.name << i;
-        EXPECT_EQ(system, s);
-        EXPECT_EQ(index, i);
+        EXPECT_TRUE(system == s && index == i) << tag;
         EXPECT_EQ(YMMessageBase::getTagNameFromTagID(tag), std::string(row.name) + "_" + row.classes[i].name);
       }
     }
   }
-  unsigned long tag = 0;
-  EXPECT_FALSE(YMMessageBase::getTagIDFromIndices(206, 0, tag));
-  EXPECT_FALSE(YMMessageBase::getTagIDFromIndices(-1, 0, tag));
-  EXPECT_FALSE(YMMessageBase::getTagIDFromIndices(1, -1, tag));
-  EXPECT_FALSE(YMMessageBase::getTagIDFromIndices(1, 3, tag));
-  for (const auto& [s, i] : {std::pair<short, int>{0, 0}, {206, 0}, {1, -1}, {1, 3}, {2, 70000}}) {
-    EXPECT_EQ(YMMessageBase::GetClassDef(s, i), nullptr);
-  }
 }
 
-TEST(LookUps, NamesAreExactAndEnumerationsAreSearchedByName)
+TEST(LookUps, EnumerationsOfFields)
 {
   Transcript log(logs);
-  short system = 0;
-  int index = 0;
-  EXPECT_TRUE(YMMessageBase::getMessageSystemIndexFromName("Shop", system));
-  EXPECT_EQ(system, 2);
-  EXPECT_FALSE(YMMessageBase::getMessageSystemIndexFromName("shop", system));
-  EXPECT_FALSE(YMMessageBase::getMessageSystemIndexFromName(nullptr, system));
-  EXPECT_FALSE(YMMessageBase::getMessageSystemIndexFromName("", system));
-  system = 2;
-  EXPECT_TRUE(YMMessageBase::getMessageIndexFromName("Ledger", system, index));
-  EXPECT_EQ(index, 1);
-  for (const short wrong : {short{-1}, short{206}, short{0}, short{205}}) {
-    system = wrong;
-    EXPECT_FALSE(YMMessageBase::getMessageIndexFromName("Ledger", system, index));
-  }
-  const _ClassDef* color = YMMessageBase::GetClassDef(0x01000013);
-  const _ClassDef* status = YMMessageBase::GetClassDef(0x010003F0);
-  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(color, "GREEN"), 1);
-  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(color, "green"), -1);
-  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(status, "errorMessage"), 1);
-  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(status, ""), -1);
-  EXPECT_EQ(YMMessageBase::getFieldNumberFromName(nullptr, "x"), -1);
-  EXPECT_STREQ(YMMessageBase::getEnumString(1, "Color", 2), "GREEN");
-  EXPECT_STREQ(YMMessageBase::getEnumString(60, "Level", -3), "BELOW");
-  EXPECT_STREQ(YMMessageBase::getEnumString(1, "Color", 3), "");
-  EXPECT_STREQ(YMMessageBase::getEnumString(206, "Color", 1), "");
-
   const YMMessageBase item = make("Demo_Item");
-  const FieldDef& field = kwxml::test::field(item, "color");
-  EXPECT_TRUE(FieldDef::isValidEnumValue(field, 2));
-  EXPECT_FALSE(FieldDef::isValidEnumValue(field, 0));
-  EXPECT_FALSE(FieldDef::isValidEnumValue(kwxml::test::field(item, "price"), 2));
-  FieldDef broken = field;
+  const FieldDef& color = field(item, "color");
+  EXPECT_TRUE(FieldDef::isValidEnumValue(color, 2));
+  EXPECT_FALSE(FieldDef::isValidEnumValue(color, 0));
+  EXPECT_FALSE(FieldDef::isValidEnumValue(field(item, "price"), 2));
+  FieldDef broken = color;
   broken.name =
       "\xCE\x00\x00\x01"
       "broken";
   EXPECT_FALSE(FieldDef::isValidEnumValue(broken, 2));
-  EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(field), color);
+  EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(color), YMMessageBase::GetClassDef(0x01000013));
   EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(broken), nullptr);
   EXPECT_EQ(YMMessageBase::GetClassDefFromClassID(reinterpret_cast<const unsigned long*>(broken.name)),
             nullptr);
@@ -147,7 +150,7 @@ TEST(LookUps, SchemaTexts)
   EXPECT_FALSE(YMMessageBase::getMessageSchemaString(0xC9000001ul, text, true, true));
   EXPECT_FALSE(YMMessageBase::getMessageSchemaString(text, 1, 77, true, true));
   EXPECT_EQ(text, "kept");
-  expectRows("model/schemas.rows", "schemas", [](const Lines& cells) {
+  expectRows("model/lookups.rows", "schemas", [](const Lines& cells) {
     const bool whole = cells.size() > 1;
     std::string schema;
     EXPECT_TRUE(YMMessageBase::getMessageSchemaString(make(cells[0]).getTagID(), schema, whole, whole));

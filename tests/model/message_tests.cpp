@@ -146,31 +146,28 @@ TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
 
 TEST(Values, CachedTextsFollowCopies)
 {
+  const auto texts = [](YMMessageBase& m) {
+    return std::string(m.getSerializedXMLString()) + (m.isSerialized() ? ", serialized" : "") +
+           (m.isCDATABufferSet() ? ", buffer " : "") + m.getCDATABuffer();
+  };
   YMMessageBase m = make("Demo_Status");
-  EXPECT_STREQ(m.getSerializedXMLString(), "");
+  EXPECT_EQ(texts(m), "");
   m.setSerializedXMLString("<a/>", false);
-  EXPECT_FALSE(m.isSerialized());
+  EXPECT_EQ(texts(m), "<a/>");
   m.setSerializedXMLString("<b/>", true);
   m.setLastSerializedXMLString("last");
   m.setCDATABuffer("cdata");
   YMMessageBase copy(m);
+  EXPECT_EQ(texts(copy), "<b/>, serialized, buffer cdata");
   YMMessageBase assigned = make("Demo_Status");
   assigned.setCDATABuffer("gone");
   assigned = m;
-  for (YMMessageBase* c : {&copy, &assigned}) {
-    EXPECT_STREQ(c->getSerializedXMLString(), "<b/>");
-    EXPECT_TRUE(c->isSerialized());
-    EXPECT_TRUE(c->isCDATABufferSet());
-    EXPECT_EQ(c->getCDATABuffer(), "cdata");
-  }
+  EXPECT_EQ(texts(assigned), "<b/>, serialized, buffer cdata");
   assigned = make("Demo_Status");
-  EXPECT_FALSE(assigned.isCDATABufferSet());
-  EXPECT_FALSE(assigned.isSerialized());
+  EXPECT_EQ(texts(assigned), "");
   copy.clearSerializedXMLString();
   copy.resetCDATABuffer();
-  EXPECT_FALSE(copy.isSerialized() || copy.isCDATABufferSet());
-  EXPECT_STREQ(copy.getSerializedXMLString(), "");
-  EXPECT_EQ(copy.getCDATABuffer(), "");
+  EXPECT_EQ(texts(copy), "");
   copy.setLastErrorEnglishA("%s", "kept by nobody");
   EXPECT_EQ(copy.getLastErrorEnglishW(), nullptr);
 }
@@ -275,25 +272,25 @@ TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
 TEST(Values, ObjectsAreMadeFromEveryKindOfReference)
 {
   Transcript log(logs);
+  const auto construct = [&log](unsigned long tag, const char* xml, bool now) {
+    YMMessageBase* out = nullptr;
+    std::string error;
+    const int result = YMMessageBase::ConstructObject(tag, xml, out, now, error);
+    const std::unique_ptr<YMMessageBase> made(out);
+    EXPECT_EQ(result, made == nullptr ? 1 : 0);
+    log.note("made", made != nullptr ? made->getTagName() + made->getSerializedXMLString() : error);
+  };
+  construct(0x010003F0, nullptr, false);
+  construct(0x010003F0, nullptr, true);
+  construct(0x010003F0, "<broken", true);
+  construct(0x010003F0, "<Demo_Item/>", true);
+  construct(0xC9123456, "<a/>", true);
   YMMessageBase* out = nullptr;
   std::string error;
-  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, nullptr, out, false, error), 0);
-  EXPECT_STREQ(out->getSerializedXMLString(), "");
-  delete out;
   EXPECT_EQ(YMMessageBase::constructObject(1, 0x3F0, "<later/>", out, false, error), 0);
-  EXPECT_STREQ(out->getSerializedXMLString(), "<later/>");
-  EXPECT_FALSE(out->isSerialized());
-  delete out;
-  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, nullptr, out, true, error), 1);
-  log.note("error", error);
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<broken", out, true, error), 1);
-  log.note("error", error);
-  EXPECT_EQ(YMMessageBase::ConstructObject(0x010003F0, "<Demo_Item/>", out, true, error), 1)
-      << "another class";
-  EXPECT_EQ(out, nullptr);
-  EXPECT_EQ(YMMessageBase::ConstructObject(0xC9123456, "<a/>", out, true, error), 1);
-  log.note("error", error);
+  const std::unique_ptr<YMMessageBase> later(out);
+  EXPECT_STREQ(later->getSerializedXMLString(), "<later/>");
+  EXPECT_FALSE(later->isSerialized());
 
   const unsigned long status = 0x00000001, beyond = 0x000000CE, missing = 0xFFFF0001, info = 0x4A000012;
   const std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromClassID(&status));
