@@ -54,7 +54,7 @@ TEST(BinaryReader, HeadersThatDoNotFit)
 TEST(BinaryReader, VersionWords)
 {
   // Version words: with the flag the low 16 bits, as a signed remainder; without it the whole word.
-  expectRows("binary/bodies.rows", "version words", [](const Lines& cells) -> Lines {
+  expectRows("binary/bodies.rows", "version words", [](const Lines& cells) {
     std::string bytes = fromHex(cells[0]) + "1234";
     BinaryStream in(bytes.data(), bytes.size());
     int version = 0;
@@ -63,7 +63,7 @@ TEST(BinaryReader, VersionWords)
     EXPECT_TRUE(BinarySerializer::getVersionAndTagIDFromBuffer(in, version, tag, flag));
     EXPECT_EQ(tag, 0x34333231);
     EXPECT_EQ(in.position(), 8u);
-    return {"version " + std::to_string(version) + ", flag " + std::to_string(flag)};
+    return "version " + std::to_string(version) + ", flag " + std::to_string(flag);
   });
 }
 

@@ -62,7 +62,7 @@ TEST(BinaryStream, NumbersBothWays)
       {"double", std::bind_front(run<double>, &Stream::WriteDouble, &Stream::ReadDouble)},
       {"float", std::bind_front(run<float>, &Stream::WriteFloat, &Stream::ReadFloat)},
   };
-  expectRows("binary/stream.rows", "numbers", [&](const Lines& cells) -> Lines {
+  expectRows("binary/stream.rows", "numbers", [&](const Lines& cells) {
     const std::string result = kinds.at(cells[0])(cells);
     const std::size_t size = fromHex(cells[1] == "read" ? "" : result).size();
     if (size != 0 && cells[0] == "variable") {
@@ -70,7 +70,7 @@ TEST(BinaryStream, NumbersBothWays)
     } else if (size != 0 && cells[0] == "zigzag") {
       EXPECT_EQ(Stream::SizeNeededForSVarint32(std::stoi(cells[1])), size);
     }
-    return {result};
+    return result;
   });
 }
 

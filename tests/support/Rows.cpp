@@ -134,7 +134,7 @@ std::string shown(std::string_view text)
 }
 
 void expectRows(const std::string& file, const std::string& section,
-                const std::function<Lines(const Lines& cells)>& run)
+                const std::function<Outcome(const Lines& cells)>& run, int level)
 {
   const Section place(file, section);
   Lines body;
@@ -155,10 +155,13 @@ void expectRows(const std::string& file, const std::string& section,
     for (; i + 1 < place.end && place.lines[i + 1].find(indent) == 0; ++i) {
       expected.push_back(place.lines[i + 1].substr(indent.size()));
     }
-    Lines got = run(cellsOf(std::string_view(line).substr(0, arrow)));
+    LogCapture log(level);
+    Lines got = run(cellsOf(std::string_view(line).substr(0, arrow))).lines;
     if (inLine && got.empty()) {
       got.emplace_back();
     }
+    const Lines logged = taken(log);
+    got.insert(got.end(), logged.begin(), logged.end());
     if (!updates()) {
       EXPECT_EQ(joined(got), joined(expected)) << place.file << ":" << number << ": " << line;
     }

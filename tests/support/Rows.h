@@ -21,9 +21,19 @@ using Lines = std::vector<std::string>;
 /// The text with escapes for all that a line cannot show.
 std::string shown(std::string_view text);
 
-/// Runs each row of a section of a file below the tests: its cells make the lines that the file has.
+/// What comes of a row: lines, one, or none.
+struct Outcome
+{
+  Outcome(Lines all) : lines(std::move(all)) {}
+  Outcome(const std::string& line) : lines(line.empty() ? 0 : 1, shown(line)) {}
+  Outcome(const char* line) : Outcome(std::string(line)) {}
+  Lines lines;
+};
+
+/// Runs each row of a section of a file below the tests: what comes of it, and what the library logs
+/// meanwhile up to a level, is what the file has.
 void expectRows(const std::string& file, const std::string& section,
-                const std::function<Lines(const Lines& cells)>& run);
+                const std::function<Outcome(const Lines& cells)>& run, int level = 0);
 
 /// All that a test notes and all that the library logs meanwhile, in order. At its end it is what the file
 /// has in the section with the test's name ("Suite.Name").

@@ -126,7 +126,7 @@ TEST(Transcoding, RefusesWhatIsNotUtf8)
         EXPECT_EQ(log.lines(), (std::vector<LogLine>{{0, "XMLEncXStr::convertUTF8ToUTF16", badUtf8}}));
       }
     }
-    return Lines();
+    return "";
   });
 }
 
@@ -168,7 +168,7 @@ TEST(Transcoding, RefusesUnpairedSurrogates)
       EXPECT_EQ(out, "kept");
       EXPECT_EQ(log.lines().size(), 1u);
     }
-    return Lines();
+    return "";
   });
 }
 
@@ -240,7 +240,7 @@ TEST(Transcoding, SharedTranscoderServesThreadsAndOutlivesOtherUsers)
 
 TEST(InvalidChars, WritesAndReadsEscapes)
 {
-  expectRows(rows, "escapes written", [](const Lines& cells) -> Lines {
+  expectRows(rows, "escapes written", [](const Lines& cells) {
     const Units text = unitsOf(cells[0]);
     XmlInvalidCharHandler handler;
     const unsigned short* escaped = handler.encodeInvalidChars(text.data(), text.size());
@@ -249,17 +249,17 @@ TEST(InvalidChars, WritesAndReadsEscapes)
     // The handler's own result is a valid input of its next call.
     const unsigned short* back = handler.decodeInvalidChars(escaped);
     EXPECT_EQ(Units(back, back + handler.resultLength()), text) << result;
-    return {shown(result)};
+    return result;
   });
 }
 
 TEST(InvalidChars, ReadsWhatOthersWrote)
 {
-  expectRows(rows, "escapes read", [](const Lines& cells) -> Lines {
+  expectRows(rows, "escapes read", [](const Lines& cells) {
     XmlInvalidCharHandler handler;
     const XMLChstring text(cells[0].c_str());
     const unsigned short* restored = handler.decodeInvalidChars(text.c_str());
-    return {shown(narrow(restored, handler.resultLength()))};
+    return narrow(restored, handler.resultLength());
   });
   XmlInvalidCharHandler handler;
   EXPECT_EQ(handler.decodeInvalidChars(nullptr), nullptr);
@@ -314,14 +314,14 @@ TEST(InvalidChars, EveryUnitAndRandomTextsComeBack)
 TEST(InvalidChars, FindsForbiddenCharactersInBothForms)
 {
   using Handler = XmlInvalidCharHandler;
-  expectRows(rows, "characters that XML forbids", [](const Lines& cells) -> Lines {
+  expectRows(rows, "characters that XML forbids", [](const Lines& cells) {
     XMLChstring units;
     EXPECT_TRUE(XMLEncXStr::convertUTF8ToUTF16(cells[0], units));
     const bool invalid = Handler::hasXmlInvalidChar(cells[0]);
     const bool control = Handler::hasControlChar(cells[0]);
     EXPECT_EQ(Handler::hasXmlInvalidChar(units), invalid);
     EXPECT_EQ(Handler::hasControlChar(units), control);
-    return {(invalid ? "forbidden"s : "allowed"s) + (control ? ", control" : "")};
+    return (invalid ? "forbidden"s : "allowed"s) + (control ? ", control" : "");
   });
   EXPECT_EQ(XmlInvalidCharHandler::convertToHexString(0xFFFE, 4), "FFFE");
   EXPECT_EQ(XmlInvalidCharHandler::convertToHexString(0, 4), "0");
@@ -332,7 +332,7 @@ TEST(InvalidChars, FindsForbiddenCharactersInBothForms)
 
 TEST(Base64, KnownTexts)
 {
-  expectRows(rows, "base64", [](const Lines& cells) -> Lines {
+  expectRows(rows, "base64", [](const Lines& cells) {
     std::string lines;
     std::string bytes = "x";
     EXPECT_TRUE(base64Encode(cells[0], lines));
@@ -344,7 +344,7 @@ TEST(Base64, KnownTexts)
     const std::string line = base64_encode(cells[0]);
     EXPECT_EQ(lines, line.empty() ? "" : line + "\n");
     EXPECT_EQ(base64_decode(line), cells[0]);
-    return {line};
+    return line;
   });
   std::string text;
   ASSERT_TRUE(base64Encode(std::string(50, '\0'), text));
@@ -383,7 +383,7 @@ TEST(Base64, RefusesDamagedTexts)
   };
   expectRows(rows, "damaged base64", [&](const Lines& cells) {
     refuse(cells[0]);
-    return Lines();
+    return "";
   });
   for (int byte = 1; byte < 256; ++byte) {
     if (std::isalnum(byte) == 0 && std::strchr("+/= \t\n\r", byte) == nullptr) {
@@ -427,10 +427,10 @@ const char centralEurope[] = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 TEST_F(Dates, WritesTimestampsAndDurations)
 {
-  expectRows(rows, "dates written", [](const Lines& cells) -> Lines {
+  expectRows(rows, "dates written", [](const Lines& cells) {
     setZone(cells.size() > 1 ? cells[1].c_str() : "UTC");
     const int seconds = std::stoi(cells[0]);
-    return {written(seconds, Annotation::DATE_TIME) + ", " + written(seconds, Annotation::DATE)};
+    return written(seconds, Annotation::DATE_TIME) + ", " + written(seconds, Annotation::DATE);
   });
   setZone("UTC");
   EXPECT_EQ(written(1600000000, static_cast<Annotation::DateType>(3)), "2020-09-13 12:26:40");
@@ -445,8 +445,8 @@ TEST_F(Dates, ReadsTimestamps)
     EXPECT_TRUE(done || seconds == 7);
     return done ? std::to_string(seconds) : "refused";
   };
-  expectRows(rows, "dates read", [&](const Lines& cells) -> Lines {
-    return {read(cells[0].c_str(), cells[1] == "date" ? Annotation::DATE : Annotation::DATE_TIME)};
+  expectRows(rows, "dates read", [&](const Lines& cells) {
+    return read(cells[0].c_str(), cells[1] == "date" ? Annotation::DATE : Annotation::DATE_TIME);
   });
   EXPECT_EQ(read(std::string(100000, '9').c_str(), Annotation::DATE), "refused");
   EXPECT_EQ(read(nullptr, Annotation::DATE), "refused");
@@ -495,13 +495,10 @@ TEST_F(Dates, TimestampsComeBackInAnyZone)
 TEST_F(Dates, ReadsTimesOfDay)
 {
   expectRows(rows, "times of day", [](const Lines& cells) {
-    LogCapture log;
     int seconds = 7;
     const bool read = processKWTime(cells[0].c_str(), seconds);
     EXPECT_TRUE(read || seconds == 7);
-    Lines lines = taken(log);
-    lines.insert(lines.begin(), read ? std::to_string(seconds) : "refused");
-    return lines;
+    return read ? std::to_string(seconds) : "refused";
   });
   const LogCapture log;
   int seconds = 7;
@@ -599,7 +596,7 @@ TEST(NumberText, ReadsTheNumberAtTheStart)
       {"int", [](const char* text) { return std::to_string(kwxml::parseInt(text)); }},
   };
   expectRows(rows, "numbers read",
-             [&](const Lines& cells) -> Lines { return {readers.at(cells[0])(cells[1].c_str())}; });
+             [&](const Lines& cells) { return readers.at(cells[0])(cells[1].c_str()); });
   EXPECT_EQ(kwxml::parseDouble(nullptr), 0.0);
   EXPECT_EQ(kwxml_atoll(nullptr), 0);
   EXPECT_TRUE(kwxml::asciiEqualsIgnoreCase("TrUe", "true"));
