@@ -5,23 +5,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 namespace kwxml::test {
 
 namespace {
 
 constexpr std::string_view indent = "    ";
-
-Lines readLines(const std::string& file)
-{
-  std::ifstream in(file);
-  Lines lines;
-  for (std::string line; std::getline(in, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
 
 bool isRemark(const std::string& line)
 {
@@ -30,43 +19,47 @@ bool isRemark(const std::string& line)
 
 bool updates()
 {
-  return std::getenv("KWXML_UPDATE") != nullptr;
+  const char* set = std::getenv("KWXML_UPDATE");
+  return set != nullptr && std::string_view(set) == "1";
 }
 
-/// Where a section's lines lie in a file; remarks at their end belong to the next section.
+std::string joined(const Lines& lines)
+{
+  std::string text;
+  for (const std::string& line : lines) {
+    text += line + '\n';
+  }
+  return text;
+}
+
+/// A section's lines in a file; remarks at their end belong to the next section.
 struct Section
 {
-  Section(const std::string& path, const std::string& name)
-      : file(KWXML_SOURCE_DIR "/tests/" + path), lines(readLines(file))
+  Section(const std::string& path, const std::string& name) : file(KWXML_SOURCE_DIR "/tests/" + path)
   {
     const std::string head = "[" + name + "]";
-    if (updates() && std::find(lines.begin(), lines.end(), head) == lines.end()) {
-      lines.insert(lines.end(), {"", head});
+    Lines* part = &before;
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) {
+      part = part == &body && line.starts_with('[') ? &after : part;
+      part->push_back(line);
+      part = part == &before && line == head ? &body : part;
     }
-    begin = static_cast<std::size_t>(std::find(lines.begin(), lines.end(), head) - lines.begin()) + 1;
-    found = begin <= lines.size();
-    begin = std::min(begin, lines.size());
-    for (end = begin; end < lines.size() && lines[end].find('[') != 0;) {
-      ++end;
+    if (part == &before && updates()) {
+      before.insert(before.end(), {"", head});
     }
-    while (end > begin && isRemark(lines[end - 1])) {
-      --end;
+    EXPECT_TRUE(part != &before || updates()) << "no section " << head << " in " << file;
+    for (; !body.empty() && isRemark(body.back()); body.pop_back()) {
+      after.insert(after.begin(), body.back());
     }
   }
-  void replace(const Lines& body) const
+  void replace(const Lines& lines) const
   {
-    std::ofstream out(file);
-    const auto put = [&out](const std::string& line) { out << line << '\n'; };
-    const auto at = lines.begin();
-    std::for_each(at, at + static_cast<std::ptrdiff_t>(begin), put);
-    std::for_each(body.begin(), body.end(), put);
-    std::for_each(at + static_cast<std::ptrdiff_t>(end), lines.end(), put);
+    std::ofstream(file) << joined(before) << joined(lines) << joined(after);
   }
 
   std::string file;
-  Lines lines;
-  std::size_t begin = 0, end = 0;
-  bool found = false;
+  Lines before, body, after;
 };
 
 std::string unescaped(std::string_view text)
@@ -104,15 +97,6 @@ Lines cellsOf(std::string_view text)
   return cells;
 }
 
-std::string joined(const Lines& lines)
-{
-  std::ostringstream out;
-  for (const std::string& line : lines) {
-    out << line << '\n';
-  }
-  return out.str();
-}
-
 }  // namespace
 
 std::string shown(std::string_view text)
@@ -137,23 +121,21 @@ void expectRows(const std::string& file, const std::string& section,
                 const std::function<Outcome(const Lines& cells)>& run, int level)
 {
   const Section place(file, section);
-  Lines body;
+  const Lines& lines = place.body;
+  Lines updated;
   int rows = 0;
-  for (std::size_t i = place.begin; i < place.end; ++i) {
-    const std::string& line = place.lines[i];
-    if (isRemark(line)) {
-      body.push_back(line);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    updated.push_back(lines[i]);
+    if (isRemark(lines[i])) {
       continue;
     }
-    const auto arrow = (line + " ").find(" => ");
+    const std::size_t at = i;
+    const std::string line = lines[at] + " ";
+    const auto arrow = line.find(" => ");
     const bool inLine = arrow != std::string::npos;
-    Lines expected;
-    if (inLine) {
-      expected.push_back(arrow + 4 < line.size() ? line.substr(arrow + 4) : "");
-    }
-    const std::size_t number = i + 1;
-    for (; i + 1 < place.end && place.lines[i + 1].find(indent) == 0; ++i) {
-      expected.push_back(place.lines[i + 1].substr(indent.size()));
+    Lines expected(inLine ? 1 : 0, inLine ? lines[at].substr(std::min(arrow + 4, lines[at].size())) : "");
+    for (; i + 1 < lines.size() && lines[i + 1].starts_with(indent); ++i) {
+      expected.push_back(lines[i + 1].substr(indent.size()));
     }
     LogCapture log(level);
     Lines got = run(cellsOf(std::string_view(line).substr(0, arrow))).lines;
@@ -163,17 +145,19 @@ void expectRows(const std::string& file, const std::string& section,
     const Lines logged = taken(log);
     got.insert(got.end(), logged.begin(), logged.end());
     if (!updates()) {
-      EXPECT_EQ(joined(got), joined(expected)) << place.file << ":" << number << ": " << line;
+      EXPECT_EQ(joined(got), joined(expected)) << place.file << ":" << place.before.size() + at + 1;
     }
-    body.push_back(inLine ? line.substr(0, arrow) + " =>" + (got[0].empty() ? "" : " " + got[0]) : line);
+    if (inLine) {
+      updated.back() = line.substr(0, arrow) + " =>" + (got[0].empty() ? "" : " " + got[0]);
+    }
     for (std::size_t k = inLine ? 1 : 0; k < got.size(); ++k) {
-      body.push_back(std::string(indent) + got[k]);
+      updated.push_back(std::string(indent) + got[k]);
     }
     ++rows;
   }
-  EXPECT_GT(rows, 0) << "no row in [" << section << "] of " << file;
+  EXPECT_GT(rows, 0) << "no row in [" << section << "] of " << place.file;
   if (updates()) {
-    place.replace(body);
+    place.replace(updated);
   }
 }
 
@@ -186,14 +170,9 @@ Transcript::~Transcript()
     place.replace(noted_);
     return;
   }
-  Lines expected;
-  for (std::size_t i = place.begin; i < place.end; ++i) {
-    if (!isRemark(place.lines[i])) {
-      expected.push_back(place.lines[i]);
-    }
-  }
-  EXPECT_TRUE(place.found) << file_;
-  EXPECT_EQ(joined(noted_), joined(expected)) << place.file << ":" << place.begin;
+  Lines expected = place.body;
+  std::erase_if(expected, isRemark);
+  EXPECT_EQ(joined(noted_), joined(expected)) << place.file << ":" << place.before.size();
 }
 
 void Transcript::note(const std::string& what)
@@ -209,9 +188,8 @@ void Transcript::note(const std::string& what, std::string_view text)
 
 void Transcript::takeLog()
 {
-  for (const std::string& line : taken(*this)) {
-    noted_.push_back(line);
-  }
+  const Lines lines = taken(*this);
+  noted_.insert(noted_.end(), lines.begin(), lines.end());
 }
 
 Lines taken(LogCapture& log)
