@@ -28,7 +28,6 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
   const YMMessageBase before(m);
   const unsigned long tag = statusTag;
   const std::vector<int> ints{1};
-  const std::map<std::string, std::string> map;
   m.setint64(2, 0, 1, tag, codeHash);
   m.setdouble(2, 0, 1, tag, codeHash);
   m.setstring(2, 0, "x", tag, codeHash);
@@ -136,7 +135,7 @@ TEST(Accessors, FieldsWithoutStorageHoldNumbersAtMost)
   const YMMessageBase before = m;
   for (const char* name : {"utf16Value", "noneValue"}) {
     const FieldDef& def = field(m, name);
-    MsgFieldContext context(FieldDefTraverseInfo(def), &m);
+    MsgFieldContext context(FieldDefTraverseInfo{def}, &m);
     m.setint64(def.fieldNumber, def.slot, 0x5A5A5A5A5A5A, m.getTagID(), def.hash);
     context.replaceValue(7);
     context.replaceValue(1.5);
