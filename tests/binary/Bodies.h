@@ -46,6 +46,26 @@ inline std::string expand(const std::string& text)
   return out;
 }
 
+/// The template of a hexadecimal text, with the keys of the sample classes.
+inline std::string folded(std::string hex)
+{
+  const auto replace = [&hex](const std::string& bytes, const std::string& word) {
+    for (auto at = hex.find(bytes); at != std::string::npos; at = hex.find(bytes, at)) {
+      hex.replace(at, bytes.size(), word);
+    }
+  };
+  replace("78 7F 7F 7F", "M");
+  for (const char* tagName : {"Types_AllTypes", "Types_Leaf", "Types_KeyLeaf"}) {
+    for (const FieldDef& def : *make(tagName).getClass()) {
+      for (char code = '0'; code < '8'; ++code) {
+        const std::string word = std::string(def.getName()) + "." + code;
+        replace(keyHex(word), word);
+      }
+    }
+  }
+  return hex;
+}
+
 inline std::string header(const YMMessageBase& m, int version = 2)
 {
   char head[8];
@@ -101,13 +121,6 @@ T& object(YMMessageBase& m, const std::string& name)
   }
   MessageAccess::mark(m, def);
   return *value;
-}
-
-inline YMMessageBase leaf(int number)
-{
-  YMMessageBase m = make("Types_Leaf");
-  setInt(m, "number", number);
-  return m;
 }
 
 }  // namespace kwxml::test

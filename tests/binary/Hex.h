@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -19,25 +20,17 @@ inline std::string toHex(std::string_view bytes)
   return text;
 }
 
-inline std::string fromHex(std::string_view text)
+inline std::string fromHex(const std::string& text)
 {
+  std::istringstream in(text);
   std::string bytes;
-  int half = -1;
-  for (const char c : text) {
-    if (c == ' ') {
-      continue;
+  for (unsigned byte = 0; in >> std::hex >> byte; bytes += static_cast<char>(byte)) {
+    if (byte > 0xFF) {
+      throw std::invalid_argument("more than a byte: " + text);
     }
-    const auto digit = std::string_view("0123456789ABCDEF").find(c);
-    if (digit == std::string_view::npos) {
-      throw std::invalid_argument("no hexadecimal digit: " + std::string(text));
-    }
-    const int value = static_cast<int>(digit);
-    if (half < 0) {
-      half = value;
-    } else {
-      bytes += static_cast<char>(half << 4 | value);
-      half = -1;
-    }
+  }
+  if (!in.eof()) {
+    throw std::invalid_argument("no hexadecimal digit: " + text);
   }
   return bytes;
 }

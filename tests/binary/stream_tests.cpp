@@ -1,5 +1,6 @@
 // The numbers of the binary form, byte by byte, and the buffer that holds them.
 #include "binary/Hex.h"
+#include "support/Rows.h"
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/binary/BinaryStream.h>
@@ -8,113 +9,77 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <limits>
+#include <functional>
+#include <map>
+#include <sstream>
 
 using namespace kwxml::test;
 
 namespace {
 
-/// What one write operation leaves in a buffer of 16 bytes.
-template <class Write>
-std::string written(Write write)
+/// A row of numbers: one that is written and read again gives its bytes; bytes that are read, their number.
+template <class T>
+std::string run(unsigned long (BinaryStream::*write)(T) noexcept,
+                unsigned long (BinaryStream::*read)(T&) noexcept, const Lines& cells)
 {
-  char bytes[16];
-  BinaryStream out(bytes, sizeof bytes);
-  const unsigned long n = write(out);
-  EXPECT_EQ(n, out.position());
-  BinaryStream measure(nullptr, 0);
-  EXPECT_EQ(write(measure), n);
-  EXPECT_EQ(measure.position(), n);
-  return toHex({bytes, n});
-}
-
-/// The value that one read operation gives, and how many bytes it took.
-template <class T, class Read>
-std::pair<T, unsigned long> reads(const std::string& hex, Read read)
-{
-  std::string bytes = fromHex(hex);
+  const bool reads = cells[1] == "read";
+  std::string bytes = reads ? fromHex(cells[2]) : std::string(16, '\0');
+  if (!reads) {
+    std::istringstream text(cells[1]);
+    T value{};
+    EXPECT_TRUE(text >> value);
+    BinaryStream out(bytes.data(), bytes.size());
+    const unsigned long n = (out.*write)(value);
+    BinaryStream measure(nullptr, 0);
+    EXPECT_EQ((measure.*write)(value), n);
+    EXPECT_TRUE(out.position() == n && measure.position() == n);
+    bytes.resize(n);
+  }
   BinaryStream in(bytes.data(), bytes.size());
   T value{};
   const unsigned long n = (in.*read)(value);
   EXPECT_TRUE(in.overrun() || n == in.position());
-  return {value, in.overrun() ? ~0UL : n};
+  std::ostringstream back;
+  back << value << ", " << (in.overrun() ? "overrun" : std::to_string(n) + " bytes");
+  if (reads) {
+    return back.str();
+  }
+  EXPECT_EQ(back.str(), cells[1] + ", " + std::to_string(bytes.size()) + " bytes");
+  return toHex(bytes);
 }
 
 }  // namespace
 
-TEST(BinaryStream, VariableLengthIntegers)
+TEST(BinaryStream, NumbersBothWays)
 {
-  const struct
-  {
-    unsigned int value;
-    const char* bytes;
-  } rows[] = {
-      {0, "00"},
-      {1, "01"},
-      {127, "7F"},
-      {128, "80 01"},
-      {300, "AC 02"},
-      {16383, "FF 7F"},
-      {16384, "80 80 01"},
-      {2097151, "FF FF 7F"},
-      {2097152, "80 80 80 01"},
-      {268435455, "FF FF FF 7F"},
-      {268435456, "80 80 80 80 01"},
-      {0xFFFFFFFF, "FF FF FF FF 0F"},
+  using Stream = BinaryStream;
+  const std::map<std::string, std::function<std::string(const Lines&)>> kinds = {
+      {"variable", std::bind_front(run<unsigned>, &Stream::WriteVarInt, &Stream::ReadVarInt)},
+      {"zigzag", std::bind_front(run<int>, &Stream::WriteSVarInt, &Stream::ReadSVarInt)},
+      {"int32", std::bind_front(run<int>, &Stream::WriteInt32, &Stream::ReadInt32)},
+      {"uint32", std::bind_front(run<unsigned>, &Stream::WriteUInt32, &Stream::ReadUInt32)},
+      {"int64", std::bind_front(run<long long>, &Stream::WriteInt64, &Stream::ReadInt64)},
+      {"double", std::bind_front(run<double>, &Stream::WriteDouble, &Stream::ReadDouble)},
+      {"float", std::bind_front(run<float>, &Stream::WriteFloat, &Stream::ReadFloat)},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(written([&](BinaryStream& s) { return s.WriteVarInt(row.value); }), row.bytes);
-    EXPECT_EQ(BinaryStream::SizeNeededForVarint32(row.value), fromHex(row.bytes).size());
-    EXPECT_EQ(reads<unsigned>(row.bytes, &BinaryStream::ReadVarInt),
-              std::make_pair(row.value, fromHex(row.bytes).size()));
-  }
-  const struct
-  {
-    int value;
-    const char* bytes;
-  } zigzags[] = {{0, "00"},
-                 {-1, "01"},
-                 {1, "02"},
-                 {-2, "03"},
-                 {2, "04"},
-                 {-64, "7F"},
-                 {64, "80 01"},
-                 {std::numeric_limits<int>::max(), "FE FF FF FF 0F"},
-                 {std::numeric_limits<int>::min(), "FF FF FF FF 0F"}};
-  for (const auto& row : zigzags) {
-    EXPECT_EQ(written([&](BinaryStream& s) { return s.WriteSVarInt(row.value); }), row.bytes);
-    EXPECT_EQ(BinaryStream::SizeNeededForSVarint32(row.value), fromHex(row.bytes).size());
-    EXPECT_EQ(reads<int>(row.bytes, &BinaryStream::ReadSVarInt),
-              std::make_pair(row.value, fromHex(row.bytes).size()));
-  }
-  // Overlong: five bytes are taken, and of the fifth the low four bits.
-  EXPECT_EQ(reads<unsigned>("FF FF FF FF 7F", &BinaryStream::ReadVarInt), std::make_pair(0xFFFFFFFFu, 5ul));
-  EXPECT_EQ(reads<unsigned>("FF FF FF FF FF 01", &BinaryStream::ReadVarInt),
-            std::make_pair(0xFFFFFFFFu, 5ul));
-  EXPECT_EQ(reads<unsigned>("80 80 80 80 10", &BinaryStream::ReadVarInt), std::make_pair(0u, 5ul));
-  EXPECT_EQ(reads<unsigned>("80 00", &BinaryStream::ReadVarInt), std::make_pair(0u, 2ul));
-  for (const char* cut : {"", "80", "FF FF FF FF"}) {
-    EXPECT_EQ(reads<unsigned>(cut, &BinaryStream::ReadVarInt), std::make_pair(0u, ~0ul)) << cut;
-  }
+  expectRows("binary/stream.rows", "numbers", [&](const Lines& cells) {
+    const std::string result = kinds.at(cells[0])(cells);
+    const std::size_t size = fromHex(cells[1] == "read" ? "" : result).size();
+    if (size != 0 && cells[0] == "variable") {
+      EXPECT_EQ(Stream::SizeNeededForVarint32(static_cast<unsigned>(std::stoul(cells[1]))), size);
+    } else if (size != 0 && cells[0] == "zigzag") {
+      EXPECT_EQ(Stream::SizeNeededForSVarint32(std::stoi(cells[1])), size);
+    }
+    return result;
+  });
 }
 
-TEST(BinaryStream, FixedNumbersAndBytes)
+TEST(BinaryStream, RawBytes)
 {
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt32(1); }), "01 00 00 00");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt32(-2); }), "FE FF FF FF");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteUInt32(0x7F7F7F78); }), "78 7F 7F 7F");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteInt64(-2); }), "FE FF FF FF FF FF FF FF");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteDouble(1.0); }), "00 00 00 00 00 00 F0 3F");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteFloat(-2.5F); }), "00 00 20 C0");
-  EXPECT_EQ(written([](BinaryStream& s) { return s.WriteRawBytes("a\0b", 3); }), "61 00 62");
-  EXPECT_EQ(reads<int>("FE FF FF FF", &BinaryStream::ReadInt32), std::make_pair(-2, 4ul));
-  EXPECT_EQ(reads<unsigned>("78 7F 7F 7F", &BinaryStream::ReadUInt32), std::make_pair(0x7F7F7F78u, 4ul));
-  EXPECT_EQ(reads<long long>("FE FF FF FF FF FF FF FF", &BinaryStream::ReadInt64), std::make_pair(-2ll, 8ul));
-  EXPECT_EQ(reads<double>("00 00 00 00 00 00 F0 3F", &BinaryStream::ReadDouble), std::make_pair(1.0, 8ul));
-  EXPECT_EQ(reads<float>("00 00 20 C0", &BinaryStream::ReadFloat), std::make_pair(-2.5F, 4ul));
-  // Cut short: zero, and the stream says so.
-  EXPECT_EQ(reads<int>("FE FF FF", &BinaryStream::ReadInt32), std::make_pair(0, ~0ul));
-  EXPECT_EQ(reads<double>("00 00 00 00 00 00 F0", &BinaryStream::ReadDouble), std::make_pair(0.0, ~0ul));
+  char written[3];
+  BinaryStream out(written, sizeof written);
+  EXPECT_EQ(out.WriteRawBytes("a\0b", 3), 3u);
+  EXPECT_EQ(toHex({written, 3}), "61 00 62");
   std::string three = "abc";
   BinaryStream in(three.data(), three.size());
   char bytes[4] = {1, 1, 1, 1};

@@ -55,26 +55,19 @@ TEST(Layout, EveryFieldKeepsItsOwnValue)
        {"Types_Slots24", "Types_Slots25", "Types_Straddle", "Types_Wide", "Types_ExplicitSlots"}) {
     YMMessageBase message = make(tagName);
     for (const FieldDef& def : *message.getClass()) {
-      if (def.type == FIELD_STRING) {
-        setText(message, def.getName(),
-                std::string("a long value that does not fit in place ") + def.getName());
-      } else if (def.type == FIELD_DOUBLE) {
-        message.setdouble(def.fieldNumber, def.slot, def.fieldNumber + 0.5, message.getTagID(), def.hash);
-      } else {
-        setInt(message, def.getName(), def.fieldNumber + 1000);
-      }
+      fill(message, def, def.fieldNumber + 1);
     }
     for (const FieldDef& def : *message.getClass()) {
-      SCOPED_TRACE(std::string(tagName) + "." + def.getName());
-      EXPECT_TRUE(isSet(message, def.getName()));
-      if (def.type == FIELD_STRING) {
-        EXPECT_EQ(getText(message, def.getName()),
-                  std::string("a long value that does not fit in place ") + def.getName());
-      } else if (def.type == FIELD_DOUBLE) {
-        EXPECT_EQ(message.getdouble(def.slot, message.getTagID(), def.hash), def.fieldNumber + 0.5);
-      } else {
-        EXPECT_EQ(getInt(message, def.getName()), def.fieldNumber + 1000);
+      YMMessageBase alone = make(tagName);
+      alone.wipeBitset();
+      fill(alone, def, def.fieldNumber + 1);
+      YMMessageBase rest(message);
+      for (const FieldDef& other : *message.getClass()) {
+        if (&other != &def) {
+          rest.deleteMember(other.fieldNumber, rest.getTagID(), other.hash, false);
+        }
       }
+      EXPECT_TRUE(rest == alone) << tagName << "." << def.getName();
     }
   }
 }
