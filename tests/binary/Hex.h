@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdio>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,17 +19,25 @@ inline std::string toHex(std::string_view bytes)
   return text;
 }
 
-inline std::string fromHex(const std::string& text)
+inline std::string fromHex(std::string_view text)
 {
-  std::istringstream in(text);
   std::string bytes;
-  for (unsigned byte = 0; in >> std::hex >> byte; bytes += static_cast<char>(byte)) {
-    if (byte > 0xFF) {
-      throw std::invalid_argument("more than a byte: " + text);
+  int half = -1;
+  for (const char c : text) {
+    if (c == ' ') {
+      continue;
     }
-  }
-  if (!in.eof()) {
-    throw std::invalid_argument("no hexadecimal digit: " + text);
+    const auto digit = std::string_view("0123456789ABCDEF").find(c);
+    if (digit == std::string_view::npos) {
+      throw std::invalid_argument("no hexadecimal digit: " + std::string(text));
+    }
+    const int value = static_cast<int>(digit);
+    if (half < 0) {
+      half = value;
+    } else {
+      bytes += static_cast<char>(half << 4 | value);
+      half = -1;
+    }
   }
   return bytes;
 }
