@@ -259,6 +259,12 @@ TEST(Writer, DomOperationsStandAlone)
   last->appendChild(foreign->createCDATASection(u"\xD800"));
   EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
   foreign->release();
+  foreign = dom->createDocument(u"\xD800", u"root", nullptr);
+  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
+  foreign->release();
+  foreign = dom->createDocument(nullptr, u"root", dom->createDocumentType(u"root", nullptr, u"\xDC00"));
+  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, false));
+  foreign->release();
   EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, document, true));
   EXPECT_EQ(out,
             "<root><value>1</value><text><![CDATA[<c>]]></text><map a=\"2\"><__mapKey__>k</__mapKey__>"

@@ -194,13 +194,18 @@ xercesc::DOMLSSerializer* XMLSerializer::DOMCreateAWriterUTF16()
 
 namespace {
 
-/// Whether XML allows all texts and attribute values of a document.
+/// Whether XML allows all texts of a document: values, names of namespaces, what a document type says.
 bool holdsXmlText(const xercesc::DOMDocument& document)
 {
-  const auto allowed = [](const xercesc::DOMNode& node) {
-    const XMLCh* value = node.getNodeValue();
-    return value == nullptr || kwxml::isXmlText(value);
+  const auto isText = [](const XMLCh* text) { return text == nullptr || kwxml::isXmlText(text); };
+  const auto allowed = [&isText](const xercesc::DOMNode& node) {
+    return isText(node.getNodeValue()) && isText(node.getNamespaceURI());
   };
+  const xercesc::DOMDocumentType* type = document.getDoctype();
+  if (type != nullptr &&
+      !(isText(type->getPublicId()) && isText(type->getSystemId()) && isText(type->getInternalSubset()))) {
+    return false;
+  }
   for (const xercesc::DOMNode* node = &document; node != nullptr;) {
     if (!allowed(*node)) {
       return false;
