@@ -221,7 +221,9 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
   constexpr std::size_t smallest = wire::keySize + 1;
   const std::uint32_t count = pendingCount_;
   list.clear();
-  list.reserve(std::min<std::uint64_t>(count, in_.left() / smallest + 1));
+  // Lists nest: each level could set memory apart for all the bytes that are left.
+  constexpr std::uint64_t mostAtOnce = 4096;
+  list.reserve(std::min<std::uint64_t>({count, in_.left() / smallest + 1, mostAtOnce}));
   for (std::uint32_t i = 0; i < count; ++i) {
     if (i > 0) {
       in_.pass(wire::keySize);  // the key again, whatever it is

@@ -3,6 +3,7 @@
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/log/XmlLoggerHelper.h>
+#include <kwxml/model/YMMessageBase.h>
 
 #include <array>
 #include <atomic>
