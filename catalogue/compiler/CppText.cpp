@@ -70,9 +70,10 @@ bool isMacroFamily(std::string_view name)
   const bool call = name.size() > 4 && name.starts_with("SYS_") && !isUpperOrDigit(name[4]);
   const bool integerConstant = (name.starts_with("INT") || name.starts_with("UINT")) && name.ends_with("_C");
   const bool signal = name.size() > 3 && name.starts_with("SIG") && isUpper(name[3]);
+  const bool floating = name.size() > 3 && name.starts_with("FLT") && name[3] >= '0' && name[3] <= '9';
   const bool format = name.size() > 3 && (name.starts_with("PRI") || name.starts_with("SCN")) &&
                       (name[3] == 'X' || (name[3] >= 'a' && name[3] <= 'z'));
-  return errorNumber || integerConstant || call || signal || format ||
+  return errorNumber || integerConstant || call || signal || floating || format ||
          std::any_of(std::begin(beginnings), std::end(beginnings),
                      [&](std::string_view beginning) { return name.starts_with(beginning); }) ||
          std::any_of(std::begin(ends), std::end(ends),

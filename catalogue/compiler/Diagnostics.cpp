@@ -1,5 +1,6 @@
 #include "Diagnostics.h"
 
+#include <kwxml/text/ShownText.h>
 #include <kwxml/text/Utf8.h>
 
 #include <algorithm>
@@ -19,6 +20,23 @@ std::string shortened(const std::string& text)
   return end == text.size() ? text : text.substr(0, end) + "...";
 }
 
+/// Text from outside as part of one line: control characters of ASCII are blanks, and what else a terminal
+/// would obey is shown as what it is.
+std::string oneLine(std::string_view text)
+{
+  std::string line;
+  while (!text.empty()) {
+    const auto c = static_cast<unsigned char>(text[0]);
+    if (c < 0x20 || c == 0x7F) {
+      line += ' ';
+      text.remove_prefix(1);
+    } else {
+      text.remove_prefix(appendShownCharacter(line, text));
+    }
+  }
+  return line;
+}
+
 }  // namespace
 
 std::uint32_t Diagnostics::addFile(std::string name)
@@ -29,9 +47,7 @@ std::uint32_t Diagnostics::addFile(std::string name)
 
 void Diagnostics::add(const Location& at, bool isError, std::string text)
 {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
-  entries_.push_back({at, isError, std::move(text)});
+  entries_.push_back({at, isError, oneLine(text)});
   errors_ += isError ? 1 : 0;
 }
 
@@ -46,7 +62,7 @@ void Diagnostics::print(std::ostream& out) const
     return std::tie(a->at.file, a->at.line, a->at.column) < std::tie(b->at.file, b->at.line, b->at.column);
   });
   for (const Entry* entry : sorted) {
-    out << files_[entry->at.file] << ':';
+    out << oneLine(files_[entry->at.file]) << ':';
     if (entry->at.line > 0) {
       out << entry->at.line << ':' << entry->at.column << ':';
     }

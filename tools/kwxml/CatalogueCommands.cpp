@@ -4,6 +4,7 @@
 #include "Names.h"
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/text/ShownText.h>
 
 #include <cstdio>
 #include <memory>
@@ -119,7 +120,7 @@ void addCatalogueCommands(CLI::App& app, Session& session)
         for (const std::string& name : options->names) {
           char hash[16];
           std::snprintf(hash, sizeof hash, "0x%06X ", nameHash(name.data(), name.size()));
-          text += hash + name + "\n";
+          text += hash + shown(name) + "\n";
         }
         writeOutput(options->outputFile, text);
       };

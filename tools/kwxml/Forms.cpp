@@ -407,7 +407,7 @@ const Form* findForm(std::string_view name)
 
 const Form& guessForm(const Input& input)
 {
-  const std::string head = input.head(4096);
+  const std::string head = input.head(guessedBytes);
   for (const Form& form : forms()) {
     if (form.source != nullptr && form.looksLike(head, input.size())) {
       return form;

@@ -85,6 +85,8 @@ struct Form
 std::span<const Form> forms();
 /// The form of that name; null when there is none.
 const Form* findForm(std::string_view name);
+/// What a form is guessed from: the beginning of the input.
+inline constexpr std::size_t guessedBytes = 4096;
 /// The form that the input looks like. When it looks like none, the one whose reader says best what is wrong:
 /// XML for a text, the binary form for what holds a zero byte.
 const Form& guessForm(const Input& input);

@@ -36,12 +36,13 @@ void run(const Options& options, LibraryLog& log)
 {
   const std::string name = inputName(options.inputFile);
   const std::string bytes = readInput(options.inputFile);
+  const std::string_view head = std::string_view(bytes).substr(0, guessedBytes);
   std::optional<InspectForm> form = formNamed(options.from);
   if (!form) {
-    if (findForm("xml")->looksLike(bytes, bytes.size())) {
+    if (findForm("xml")->looksLike(head, bytes.size())) {
       throw Failure(exitData, name + " is XML: only the binary forms are explained");
     }
-    form = guessInspectForm(bytes, bytes.size()).value_or(InspectForm::Binary);
+    form = guessInspectForm(head, bytes.size()).value_or(InspectForm::Binary);
   }
   const LibraryLog::Silence silence(log);  // the lines say what is wrong
   Output output(options.outputFile);

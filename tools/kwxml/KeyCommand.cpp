@@ -4,6 +4,7 @@
 
 #include <kwxml/platform/PasswordKeyFile.h>
 
+#include <csignal>
 #include <filesystem>
 #include <memory>
 
@@ -36,6 +37,8 @@ void create(const std::string& file)
   if (!createKeyFile(file, error)) {
     throw Failure(exitData, error);
   }
+  // A reader that has gone is an output that cannot be written, not the end of the process.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     writeText("", "[Password]\nkeyfile = " + path);
   } catch (...) {
@@ -61,7 +64,8 @@ void addKeyCommand(CLI::App& app, Session& session)
   command.footer(
       "An existing file is never overwritten. What is printed belongs in the settings, the INI file that the "
       "environment\n"
-      "variable KWXML_SETTINGS names. Who has the key file can read every password; who loses it can read "
+      "variable KWXML_SETTINGS names; nobody but its owner may be able to write that file. Who has the key "
+      "file can read every password; who loses it can read "
       "none.\n\n"
       "Example:\n  kwxml key create /etc/kwxml/password.key >> /etc/kwxml/settings.ini");
   command.add_option("FILE", *file, "The key file to create")->required()->type_name("");

@@ -51,7 +51,8 @@ void logMessage(const Options& options, LibraryLog& log)
   {
     const LibraryLog::OwnLines own(log, options.level, options.function, [&line](const LogRecord& record) {
       // The last one: the library may have traced at this level and under this name before.
-      line = "[" + std::to_string(record.level) + "] " + record.function + " " + shown(record.text) + "\n";
+      line = "[" + std::to_string(record.level) + "] " + shown(record.function) + " " + shown(record.text) +
+             "\n";
     });
     XmlBinaryLogger logger;
     logger.initialize();

@@ -5,7 +5,8 @@
 //     0123456789ABCDEF...          32 random bytes as 64 hexadecimal digits
 //
 // It is used only while it is a plain file (or a link to one) that belongs to the process's user or to root
-// and that group and others can neither read, write nor execute.
+// and that group and others can neither read, write nor execute. Nor is it used when another user than these
+// two could write the settings that name it.
 #pragma once
 
 #include <string>
