@@ -30,9 +30,19 @@ public:
       fs::create_directories(folder_ / fuzzer);
     }
     wordsOfBinary_ = {"\x02\0\1\0"s, "\1\0\1\0"s, number(wire::collectionMarker), "\xFF\xFF\xFF\xFF\x0F"s};
-    wordsOfXml_ = {"<",   ">",     "/>",        "</",    "=\"",    "\"",  "item",
-                   "key", "value", "<![CDATA[", "]]>",   "<!--",   "-->", "<!DOCTYPE",
-                   "&#",  ";",     "&amp;",     "<?xml", "xmlns:", "|",   "-9223372036854775808"};
+    wordsOfXml_ = {"<",         "\r\n",
+                   "\t",        "&#x1F600;",
+                   "&#10;",     "&apos;",
+                   ">",         "/>",
+                   "</",        "=\"",
+                   "\"",        "item",
+                   "key",       "value",
+                   "<![CDATA[", "]]>",
+                   "<!--",      "-->",
+                   "<!DOCTYPE", "&#",
+                   ";",         "&amp;",
+                   "<?xml",     "xmlns:",
+                   "|",         "-9223372036854775808"};
   }
 
   void addClass(int system, int index)

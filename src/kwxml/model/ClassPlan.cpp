@@ -3,6 +3,7 @@
 #include <kwxml/model/MessageInternal.h>
 
 #include <algorithm>
+#include <bit>
 #include <memory>
 
 namespace kwxml {
@@ -43,8 +44,20 @@ T* settle(std::atomic<T*>& place, Owner made)
 constinit std::array<std::atomic<PlanPlace*>, Registry::numberOfSystems> planPlaces{};
 
 ClassPlan::ClassPlan(const _ClassDef& cls, bool eager)
-    : inlineCount(inlineCountOf(cls)), plain(cls.defaultsIndex == -1 && !eager)
+    : inlineCount(inlineCountOf(cls)), plain(cls.defaultsIndex == -1 && !eager), records(cls.fields)
 {
+  const auto count = static_cast<std::uint32_t>(std::max<int>(cls.numberOfFields, 1));
+  byHash.resize(std::bit_ceil(2 * count));
+  hashShift = 32 - std::countr_zero(static_cast<std::uint32_t>(byHash.size()));
+  for (const FieldDef& def : cls) {
+    std::uint32_t at = placeOf(def.hash);
+    while (byHash[at] != 0 && records[byHash[at] - 1].hash != def.hash) {
+      at = (at + 1) & static_cast<std::uint32_t>(byHash.size() - 1);
+    }
+    if (byHash[at] == 0) {  // of equal hashes the first counts
+      byHash[at] = static_cast<std::uint16_t>(&def - records + 1);
+    }
+  }
   fields.reserve(static_cast<std::size_t>(cls.numberOfFields) + 1);
   for (const FieldDef& def : cls) {
     if (def.type == FIELD_UNSET) {

@@ -49,6 +49,28 @@ struct ClassPlan
   short inlineCount;
   /// An unset field of a new message is empty: no defaults, nothing that eager systems build.
   bool plain;
+
+  /// findField() in constant time.
+  const FieldDef* field(std::uint32_t hash) const
+  {
+    for (std::uint32_t at = placeOf(hash);; at = (at + 1) & static_cast<std::uint32_t>(byHash.size() - 1)) {
+      const std::uint16_t entry = byHash[at];
+      if (entry == 0) {
+        return nullptr;
+      }
+      if (records[entry - 1].hash == hash) {
+        return &records[entry - 1];
+      }
+    }
+  }
+
+private:
+  std::uint32_t placeOf(std::uint32_t hash) const { return hash * 0x9E3779B1U >> hashShift; }
+  /// Position + 1 of the first record with a hash, in the first free place from placeOf() on; at least half
+  /// of the places, a power of two, stay 0.
+  std::vector<std::uint16_t> byHash;
+  int hashShift;
+  const FieldDef* records;
 };
 
 /// For each system an array with one place for each of its classes, made with the first plan of the system.

@@ -12,8 +12,6 @@
 #include <kwxml/xml/XmlCh.h>
 #include <kwxml/xml/XmlText.h>
 
-#include <cstdlib>
-
 namespace kwxml {
 
 namespace {
@@ -23,26 +21,13 @@ constexpr const char* endFunction = "MySAX2Handler::endElement";
 constexpr const char* attributesFunction =
     "MySAZ2Handler::processAttributes";  // the name that log readers know
 
-constexpr std::u16string_view mapKeyName = u"__mapKey__";
-constexpr std::u16string_view mapValueName = u"__mapValue__";
-constexpr std::u16string_view itemAttribute = u"val";
+constexpr std::string_view mapKeyName = "__mapKey__";
+constexpr std::string_view mapValueName = "__mapValue__";
+constexpr std::string_view itemAttribute = "val";
 
 bool traces(int level)
 {
   return log().getDebugLevel() >= level;
-}
-
-/// nameHash() of a wide name.
-std::uint32_t hashOf(std::u16string_view name)
-{
-  std::uint32_t h = 0;
-  for (const char16_t c : name) {
-    if (c >= 0x80) [[unlikely]] {
-      return nameHash(name);
-    }
-    h = h * 31 + c;
-  }
-  return h & 0xFFFFFF;
 }
 
 /// The packed reference of a field's class, which = 1 for the value class of a map from message to message.
@@ -73,10 +58,11 @@ YMMessageBase* MessageReader::take()
 
 // ---- Start tags
 
-bool MessageReader::startElement(std::u16string_view name, XmlAttributes attributes)
+bool MessageReader::startElement(std::string_view name, XmlAttributes attributes)
 {
   if (frames_.size() >= static_cast<std::size_t>(maxElementNesting)) {
     log().logError(startFunction, "Elements nest deeper than [%d]", maxElementNesting);
+    tell(ProblemKind::TooDeep, {.text = name, .remark = "elements nest too deep"});
     return false;
   }
   if (frames_.empty()) {
@@ -84,17 +70,20 @@ bool MessageReader::startElement(std::u16string_view name, XmlAttributes attribu
   }
   if (skipping_) {
     if (traces(10)) {
-      log().debug(startFunction, 10, "Skipping element [%s]", toUtf8(name).c_str());
+      log().debug(startFunction, 10, "Skipping element [%s]", std::string(name).c_str());
     }
     frames_.push_back({Kind::Skipped});
     return true;
+  }
+  if (observer_ != nullptr && !text_.empty()) {
+    reportText(text_);  // the value is what stands behind the last element within
   }
   text_.clear();
   const bool isKey = name == mapKeyName;
   if (isKey || name == mapValueName) {
     return startMapPart(isKey, name, attributes);
   }
-  const FieldDef* def = findField(*current_->getClass(), hashOf(name));
+  const FieldDef* def = findField(name);
   if (def == nullptr) {
     startSkipping(name);
     return true;
@@ -102,25 +91,39 @@ bool MessageReader::startElement(std::u16string_view name, XmlAttributes attribu
   return startField(*def, name, attributes);
 }
 
-void MessageReader::startSkipping(std::u16string_view name)
+/// Only the hash of a name counts, and of fields with the same one the first.
+const FieldDef* MessageReader::findField(std::string_view name) const
+{
+  return MessageAccess::planOf(*current_).field(nameHash(name.data(), name.size()));
+}
+
+void MessageReader::setObserver(ReadObserver* observer, const XmlPlaces* places)
+{
+  observer_ = observer;
+  places_ = places;
+}
+
+void MessageReader::startSkipping(std::string_view name)
 {
   if (traces(10)) {
-    log().debug(startFunction, 10, "Skipping member : [%s]", toUtf8(name).c_str());
+    log().debug(startFunction, 10, "Skipping member : [%s]", std::string(name).c_str());
   }
+  tell(ProblemKind::ElementUnknown, {.text = name});
   skippedName_ = name;
   skipping_ = true;
   frames_.push_back({Kind::Skipped});
 }
 
-bool MessageReader::startRoot(std::u16string_view name, XmlAttributes attributes)
+bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
 {
   started_ = true;
-  const std::string tagName = toUtf8(name);
   short system = 0;
   int index = 0;
-  const bool found = findRoot(tagName, system, index);
+  const bool found = findRoot(name, system, index);
   if (!found || (target_ != nullptr && target_->getClass() != findClass(system, index))) {
-    log().logError(startFunction, "Unable to construct object out of tag : [%s]", tagName.c_str());
+    log().logError(startFunction, "Unable to construct object out of tag : [%s]", std::string(name).c_str());
+    tell(ProblemKind::ClassUnknown,
+         {.text = name, .remark = found ? "a message of another class is read into" : ""});
     return false;
   }
   if (target_ != nullptr) {
@@ -131,10 +134,12 @@ bool MessageReader::startRoot(std::u16string_view name, XmlAttributes attributes
     prepare(*root_);
   }
   current_ = root_;
+  given_.resize(observer_ != nullptr ? 1 : 0);
   messageDepth_ = 1;
   frames_.push_back({Kind::Message});
   if (!processAttributes(attributes)) {
-    log().logError(startFunction, "Error while parsing attributes for tag : [%s] ", tagName.c_str());
+    log().logError(startFunction, "Error while parsing attributes for tag : [%s] ",
+                   std::string(name).c_str());
   }
   return true;
 }
@@ -147,19 +152,24 @@ void MessageReader::prepare(YMMessageBase& message) const
   }
 }
 
-bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes)
+bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes,
+                                 bool isKey)
 {
   if (++messageDepth_ > maxMessageNesting) {
     log().logError(startFunction, "Messages nest deeper than [%d]", maxMessageNesting);
+    tell(ProblemKind::TooDeep, {.remark = "messages nest too deep"});
     return false;
   }
-  frames_.push_back({Kind::Message, def, current_});
+  frames_.push_back({Kind::Message, def, current_, isKey});
   current_ = message;
+  if (observer_ != nullptr) {
+    given_.emplace_back();
+  }
   processAttributes(attributes);  // what cannot be stored is logged and left unset
   return true;
 }
 
-bool MessageReader::startField(const FieldDef& def, std::u16string_view name, XmlAttributes attributes)
+bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAttributes attributes)
 {
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
     if constexpr (Tag::type == FIELD_LIST_OBJECT) {
@@ -189,38 +199,49 @@ bool MessageReader::startField(const FieldDef& def, std::u16string_view name, Xm
       } else if (target_ == nullptr) {
         prepare(*stored);
       }
+      checkGiven(def);
       MessageAccess::mark(*current_, def);
       return enterMessage(stored, &def, attributes);
     } else if constexpr (MapValue<Tag>) {
       entries_.emplace_back(&def);
       lastMapName_ = def.getName();
       frames_.push_back({Kind::MapEntry, &def});
-      return true;
-    } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
-      for (const XmlAttribute& attribute : attributes) {
-        if (attribute.name == itemAttribute) {
-          store(def, attribute.value, startFunction);
-          frames_.push_back({Kind::Done, &def});
-          return true;
-        }
-      }
-      frames_.push_back({Kind::Scalar, &def});
+      checkOthers(attributes, false);
       return true;
     } else {
-      frames_.push_back({Kind::Scalar, &def});
+      bool hasValue = false;
+      if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
+        for (const XmlAttribute& attribute : attributes) {
+          if (attribute.name == itemAttribute) {
+            attribute_ = &attribute;
+            store(def, attribute.value, startFunction);
+            attribute_ = nullptr;
+            hasValue = true;
+            break;
+          }
+        }
+      }
+      checkOthers(attributes, hasValue);
+      frames_.push_back({hasValue ? Kind::Done : Kind::Scalar, &def});
       return true;
     }
   });
 }
 
-bool MessageReader::startMapPart(bool isKey, std::u16string_view name, XmlAttributes attributes)
+bool MessageReader::startMapPart(bool isKey, std::string_view name, XmlAttributes attributes)
 {
   if (frames_.back().kind != Kind::MapEntry) {
+    tell(ProblemKind::ElementUnknown, {.text = name, .remark = "it stands outside of a map's entry"});
     frames_.push_back({Kind::StrayMapPart, nullptr, nullptr, isKey});
     return true;
   }
   const FieldDef& def = *frames_.back().def;
   Entry& entry = entries_.back();
+  if (observer_ != nullptr && (isKey ? entry.keySeen : entry.valueSeen)) {
+    tell(ProblemKind::EntryIncomplete,
+         {.field = &def,
+          .remark = isKey ? "an entry with more than one key" : "an entry with more than one value"});
+  }
   (isKey ? entry.keySeen : entry.valueSeen) = true;
   const FieldDataType partType =
       isKey ? FieldDef::getMapKeyType(def.type) : FieldDef::getMapValueType(def.type);
@@ -233,59 +254,79 @@ bool MessageReader::startMapPart(bool isKey, std::u16string_view name, XmlAttrib
       return true;
     }
     prepare(*holder);
-    return enterMessage(holder.get(), &def, attributes);
+    return enterMessage(holder.get(), &def, attributes, isKey);
   }
   frames_.push_back({Kind::MapPart, &def, nullptr, isKey});
   for (const XmlAttribute& attribute : attributes) {
     if (attribute.name == itemAttribute) {
+      attribute_ = &attribute;
       storeMapPart(entry, isKey, attribute.value);
+      attribute_ = nullptr;
       frames_.back().hasValue = true;
     }
   }
+  checkOthers(attributes, frames_.back().hasValue);
   return true;
 }
 
 bool MessageReader::processAttributes(XmlAttributes attributes)
 {
   bool stored = current_ != nullptr;
-  for (const auto& [name, value] : stored ? attributes : XmlAttributes()) {
-    const FieldDef* def = findField(*current_->getClass(), hashOf(name));
+  for (const XmlAttribute& attribute : stored ? attributes : XmlAttributes()) {
+    attribute_ = &attribute;
+    const FieldDef* def = findField(attribute.name);
     if (def == nullptr) {
       if (traces(15)) {
-        log().debug(attributesFunction, 15, "No such field : [%s] in message : [%s] ", toUtf8(name).c_str(),
-                    current_->getTagName().c_str());
+        log().debug(attributesFunction, 15, "No such field : [%s] in message : [%s] ",
+                    std::string(attribute.name).c_str(), current_->getTagName().c_str());
       }
+      tell(ProblemKind::AttributeUnknown, {.text = attribute.name});
     } else if (fieldTypeInfo(def->type).element == FIELD_UNSET) {  // an attribute holds no list
-      stored &= store(*def, value, attributesFunction);
-    }
+      stored &= store(*def, attribute.value, attributesFunction);
+    } else
+      tell(ProblemKind::NotOfType, {.field = def, .text = attribute.value});
   }
+  attribute_ = nullptr;
   return stored;
 }
 
 // ---- Text and end tags
 
-void MessageReader::characters(const char16_t* text, std::size_t length)
+bool MessageReader::usesText() const
 {
-  if (!skipping_ && !frames_.empty()) {
-    const Kind kind = frames_.back().kind;
-    if (kind == Kind::Scalar || kind == Kind::MapPart) {  // the text between other tags is layout
-      text_.append(text, length);
-    }
+  if (skipping_ || frames_.empty()) {
+    return false;
+  }
+  const Kind kind = frames_.back().kind;
+  return kind == Kind::Scalar || kind == Kind::MapPart || observer_ != nullptr;
+}
+
+void MessageReader::characters(std::string_view text)
+{
+  if (!usesText()) {
+    return;  // the text between other tags is layout
+  }
+  const Kind kind = frames_.back().kind;
+  if (kind == Kind::Scalar || kind == Kind::MapPart) {
+    text_.append(text);
+  } else {
+    reportText(text);
   }
 }
 
-void MessageReader::endElement(std::u16string_view name)
+void MessageReader::endElement(std::string_view name)
 {
   if (frames_.empty()) {
     return;  // no element is open
   }
   const Frame frame = frames_.back();
   frames_.pop_back();
+  inText_ = true;
   switch (frame.kind) {
     case Kind::Skipped:
       if (!skipping_) {
         if (traces(15)) {
-          log().debug(endFunction, 15, "Unidentified message : [%s]", toUtf8(name).c_str());
+          log().debug(endFunction, 15, "Unidentified message : [%s]", std::string(name).c_str());
         }
       } else if (name == skippedName_) {  // also an inner element of that name: the rule is that simple
         skipping_ = false;
@@ -294,6 +335,9 @@ void MessageReader::endElement(std::u16string_view name)
     case Kind::Message:
       current_ = frame.enclosing;
       --messageDepth_;
+      if (observer_ != nullptr) {
+        given_.pop_back();
+      }
       break;
     case Kind::Scalar:
       endScalar(frame);
@@ -318,6 +362,7 @@ void MessageReader::endElement(std::u16string_view name)
     case Kind::Done:
       break;
   }
+  inText_ = false;
   text_.clear();
 }
 
@@ -350,8 +395,13 @@ void MessageReader::processMapEnd(const FieldDef& field)
       if (!entry.keySeen || !entry.valueSeen ||
           (Tag::info.mapKey == FIELD_OBJECT && entry.objectKey == nullptr) ||
           (Tag::info.mapValue == FIELD_OBJECT && entry.objectValue == nullptr)) {
+        if (observer_ != nullptr) {
+          reportIncomplete(entry);
+        }
         return;
       }
+      const std::size_t before = map->size();
+      const std::string keyForObserver = observer_ != nullptr ? keyText(entry) : std::string();
       const auto insert = [&](auto&& key) {  // a writer puts the entries in the map's own order
         if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
           map->emplace_hint(map->end(), std::forward<decltype(key)>(key), std::move(*entry.objectValue));
@@ -367,6 +417,9 @@ void MessageReader::processMapEnd(const FieldDef& field)
         insert(std::move(entry.stringKey));
       } else {
         insert(entry.intKey);
+      }
+      if (map->size() == before) {
+        tell(ProblemKind::GivenTwice, {.field = &field, .text = keyForObserver});
       }
     }
   });

@@ -1,5 +1,6 @@
 // The rules that build a message from the elements, attributes and texts of its XML form. They know no XML
-// library: MySAX2Handler feeds them from a parser. Not installed.
+// library and work on UTF-8: a feed tells them of a document, be it MySAX2Handler behind the parser of
+// xerces-c or XmlScanner. Not installed.
 //
 // A document's elements are tracked by frames, one per open element, so that an end tag always ends what its
 // start tag began, whatever the text between them held. Messages under construction are owned by the message
@@ -10,6 +11,7 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/reading/ReadObserver.h>
 #include <kwxml/xml/InvalidChars.h>
 
 #include <cstddef>
@@ -23,13 +25,28 @@ class KwXMLContextInfo;
 
 namespace kwxml {
 
-/// An attribute of a start tag. The texts live as long as the call that gets them.
+/// An attribute of a start tag. The texts live as long as the call that gets them; `offset` is what the feed
+/// finds the value by in its document.
 struct XmlAttribute
 {
-  std::u16string_view name;
-  std::u16string_view value;
+  std::string_view name;
+  std::string_view value;
+  std::size_t offset = 0;
 };
 using XmlAttributes = std::span<const XmlAttribute>;
+
+/// Where in its document a feed is; asked only to tell of a problem.
+class XmlPlaces
+{
+public:
+  virtual ReadPlace ofAttribute(const XmlAttribute& attribute) const = 0;
+  virtual ReadPlace ofTag() const = 0;
+  /// Of the text that was told last.
+  virtual ReadPlace ofText() const = 0;
+
+protected:
+  ~XmlPlaces() = default;
+};
 
 class MessageReader
 {
@@ -47,10 +64,21 @@ public:
   /// Reads into a message of the caller instead of a new one: its fields stay unless the document sets them.
   void readInto(YMMessageBase* message) { target_ = message; }
 
+  /// Who is told of problems, and who knows where they are; both null (nobody is told) or neither. They
+  /// outlive the reading.
+  void setObserver(ReadObserver* observer, const XmlPlaces* places);
+  /// Whether it is the name of a class, or of a field of an open message.
+  bool knowsName(std::string_view name) const;
+  /// Values may hold halves of surrogate pairs, as three bytes each, which no UTF-8 has.
+  void expectSurrogates() { mayHoldSurrogates_ = true; }
+
   /// False ends the reading: the root cannot be made, or elements nest too deep (logged).
-  [[nodiscard]] bool startElement(std::u16string_view name, XmlAttributes attributes);
-  void characters(const char16_t* text, std::size_t length);
-  void endElement(std::u16string_view name);
+  [[nodiscard]] bool startElement(std::string_view name, XmlAttributes attributes);
+  /// A part of the text between two tags.
+  void characters(std::string_view text);
+  void endElement(std::string_view name);
+  /// Whether characters() would use what it is told.
+  bool usesText() const;
 
   /// Stores the attributes in the current message; false when one could not be processed.
   bool processAttributes(XmlAttributes attributes);
@@ -83,6 +111,7 @@ private:
     YMMessageBase* enclosing = nullptr;  ///< current message outside this element (Kind::Message)
     bool isKey = false;
     bool hasValue = false;
+    bool toldOfText = false;  ///< the observer knows that it holds text where none belongs
   };
   /// What one open map entry has read so far.
   struct Entry
@@ -99,24 +128,73 @@ private:
     std::unique_ptr<YMMessageBase> objectValue;
   };
 
-  bool startRoot(std::u16string_view name, XmlAttributes attributes);
-  bool startField(const FieldDef& def, std::u16string_view name, XmlAttributes attributes);
-  bool startMapPart(bool isKey, std::u16string_view name, XmlAttributes attributes);
-  bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes);
+  bool startRoot(std::string_view name, XmlAttributes attributes);
+  bool startField(const FieldDef& def, std::string_view name, XmlAttributes attributes);
+  bool startMapPart(bool isKey, std::string_view name, XmlAttributes attributes);
+  bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes,
+                    bool isKey = false);
   void prepare(YMMessageBase& message) const;
-  void startSkipping(std::u16string_view name);
+  void startSkipping(std::string_view name);
   void endScalar(const Frame& frame);
+  const FieldDef* findField(std::string_view name) const;
 
   /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list.
   /// False when the text is no such value (logged under `function`); the field is left as it was.
-  bool store(const FieldDef& def, std::u16string_view text, const char* function);
-  bool storeInteger(const FieldDef& def, std::u16string_view text, const char* function);
-  bool storeEnum(const FieldDef& def, std::u16string_view text, const char* function);
+  bool store(const FieldDef& def, std::string_view text, const char* function);
+  bool storeInteger(const FieldDef& def, std::string_view text, const char* function);
+  bool storeEnum(const FieldDef& def, std::string_view text, const char* function);
   template <class Tag>
-  bool appendItem(const FieldDef& def, std::u16string_view text);
-  void storeMapPart(Entry& entry, bool isKey, std::u16string_view text);
-  /// The text with its escapes undone, as UTF-8; false (logged) when it holds a lone surrogate.
-  bool unescape(std::u16string_view text, std::string& out);
+  bool appendItem(const FieldDef& def, std::string_view text);
+  void storeMapPart(Entry& entry, bool isKey, std::string_view text);
+  /// The text with its escapes undone, in UTF-8; false (logged) when it holds a lone surrogate.
+  bool unescape(std::string_view text, std::string& out);
+  bool unescapeBytes(std::string_view text, std::string& out);
+
+  // What an observer is told; see MessageReaderProblems.cpp. Without one each of these costs a look.
+  struct Met
+  {
+    const FieldDef* field = nullptr;
+    std::string_view text{};
+    std::string_view remark{};
+    FieldDataType type = FIELD_UNSET;  ///< unless it is the field's
+  };
+  void tell(ProblemKind kind, const Met& met)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      report(kind, met);
+    }
+  }
+  /// What a text would be read as must be what it says.
+  void checkFit(const FieldDef& def, FieldDataType type, std::string_view text)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      reportUnfit(def, type, text);
+    }
+  }
+  /// A field that is no collection keeps one value: of two the first is dropped.
+  void checkGiven(const FieldDef& def)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      reportGiven(def);
+    }
+  }
+  /// Attributes where only the one with a value counts, if any.
+  void checkOthers(XmlAttributes attributes, bool valueIsRead)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      reportOthers(attributes, valueIsRead);
+    }
+  }
+  void report(ProblemKind kind, const Met& met);
+  void reportUnfit(const FieldDef& def, FieldDataType type, std::string_view text);
+  void reportEnumerator(const FieldDef& def, std::string_view text);
+  void reportGiven(const FieldDef& def);
+  void reportOthers(XmlAttributes attributes, bool valueIsRead);
+  void reportText(std::string_view text);
+  void reportIncomplete(const Entry& entry);
+  void appendEntry(std::string& path, const Entry& entry, std::size_t frame) const;
+  static std::string keyText(const Entry& entry);
+  std::string pathTo(const FieldDef* field) const;
 
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;
@@ -131,9 +209,16 @@ private:
   bool keepDefaults_ = false;
   int messageDepth_ = 0;
   bool skipping_ = false;
-  std::u16string skippedName_;
-  std::u16string text_;
+  std::string skippedName_;
+  std::string text_;
   XmlInvalidCharHandler escaper_;
+  bool mayHoldSurrogates_ = false;
+
+  ReadObserver* observer_ = nullptr;
+  const XmlPlaces* places_ = nullptr;
+  const XmlAttribute* attribute_ = nullptr;  ///< the one that is being read
+  bool inText_ = false;                      ///< what is being read is the text before an end tag
+  std::vector<std::vector<bool>> given_;     ///< for each open message the fields that have their value
 };
 
 }  // namespace kwxml

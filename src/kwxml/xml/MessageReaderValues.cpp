@@ -21,73 +21,77 @@ namespace kwxml {
 
 namespace {
 
-/// Narrow form of a text that holds a number, a truth value or a name: what is not ASCII never matches any of
-/// them.
-std::string narrow(std::u16string_view text)
+/// A text that holds a date or a time, for those who read and log it: what is not ASCII is part of none.
+std::string narrow(std::string_view text)
 {
-  std::string out(text.size(), '\0');
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    out[i] = text[i] < 0x80 ? static_cast<char>(text[i]) : '?';
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) {
+      out += c;
+    } else if (byte >= 0xC0) {
+      out += byte < 0xF0 ? "?" : "??";  // as many as it has units in UTF-16
+    }
   }
   return out;
 }
 
 /// Reads a run of decimal digits at the front of `text` into `value` and drops it from the text; the count of
 /// digits.
-std::size_t readDigits(std::u16string_view& text, std::uint64_t& value)
+std::size_t readDigits(std::string_view& text, std::uint64_t& value)
 {
   std::size_t count = 0;
-  for (; count < text.size() && text[count] >= u'0' && text[count] <= u'9'; ++count) {
-    value = value * 10 + (text[count] - u'0');
+  for (; count < text.size() && text[count] >= '0' && text[count] <= '9'; ++count) {
+    value = value * 10 + (text[count] - '0');
   }
   text.remove_prefix(count);
   return count;
 }
 
-bool readMinus(std::u16string_view& text)
+bool readMinus(std::string_view& text)
 {
-  const bool negative = !text.empty() && text.front() == u'-';
+  const bool negative = !text.empty() && text.front() == '-';
   text.remove_prefix(negative ? 1 : 0);
   return negative;
 }
 
-/// parseInteger() of a wide text. Whatever does not look as the writer puts it goes there.
-long long integerOf(std::u16string_view text)
+/// parseInteger() of a text. Whatever does not look as the writer puts it goes there.
+long long integerOf(std::string_view text)
 {
   constexpr std::size_t safeDigits = 18;
-  std::u16string_view rest = text;
+  std::string_view rest = text;
   const bool negative = readMinus(rest);
   std::uint64_t value = 0;
   if (rest.size() > safeDigits || readDigits(rest, value) == 0 || !rest.empty()) {
-    return parseInteger(narrow(text).c_str());
+    return parseInteger(std::string(text).c_str());
   }
   return negative ? -static_cast<long long>(value) : static_cast<long long>(value);
 }
 
-unsigned long long unsignedOf(std::u16string_view text)
+unsigned long long unsignedOf(std::string_view text)
 {
   constexpr std::size_t safeDigits = 19;
-  std::u16string_view rest = text;
+  std::string_view rest = text;
   std::uint64_t value = 0;
   if (rest.size() > safeDigits || readDigits(rest, value) == 0 || !rest.empty()) {
-    return parseUnsigned(narrow(text).c_str());
+    return parseUnsigned(std::string(text).c_str());
   }
   return value;
 }
 
-/// parseDouble() of a wide text. A short plain decimal is the quotient of two integers that a double holds
+/// parseDouble() of a text. A short plain decimal is the quotient of two integers that a double holds
 /// exactly, and a division rounds as the conversion does; every other form goes there.
-double doubleOf(std::u16string_view text)
+double doubleOf(std::string_view text)
 {
   constexpr double powersOfTen[] = {1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                     1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   constexpr std::size_t exactDigits = std::size(powersOfTen) - 1;
-  std::u16string_view rest = text;
+  std::string_view rest = text;
   const bool negative = readMinus(rest);
   std::uint64_t digits = 0;
   std::size_t fraction = 0;
   if (rest.size() <= exactDigits && readDigits(rest, digits) != 0) {
-    if (!rest.empty() && rest.front() == u'.') {
+    if (!rest.empty() && rest.front() == '.') {
       rest.remove_prefix(1);
       fraction = readDigits(rest, digits);
     }
@@ -96,55 +100,70 @@ double doubleOf(std::u16string_view text)
       return negative ? -value : value;
     }
   }
-  return parseDouble(narrow(text).c_str());
+  return parseDouble(std::string(text).c_str());
 }
 
-long long truthOf(std::u16string_view text)
+long long truthOf(std::string_view text)
 {
-  const std::string word = narrow(text);
-  return asciiEqualsIgnoreCase(word, "false") ? 0 : asciiEqualsIgnoreCase(word, "true") ? 1 : integerOf(text);
+  return asciiEqualsIgnoreCase(text, "false") ? 0 : asciiEqualsIgnoreCase(text, "true") ? 1 : integerOf(text);
+}
+
+/// With "?" for halves of surrogate pairs.
+std::string withoutSurrogates(std::string_view text)
+{
+  return toUtf8(looseUtf16(text));
 }
 
 }  // namespace
 
-bool MessageReader::unescape(std::u16string_view text, std::string& out)
+bool MessageReader::unescape(std::string_view text, std::string& out)
 {
-  // Nearly every text is ASCII without escapes: copied while that is found out.
-  char16_t seen = 0;
-  out.resize(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    seen |= text[i];
-    out[i] = static_cast<char>(text[i]);
-  }
-  if (seen < 0x80 && (text.empty() || text.front() != u'|')) {
+  if ((text.empty() || text.front() != '|') && !mayHoldSurrogates_) [[likely]] {
+    out = text;
     return true;
   }
-  const unsigned short* units = escaper_.decodeInvalidChars(fromXmlCh(text.data()), text.size());
+  const std::u16string wide = looseUtf16(text);
+  const unsigned short* units = escaper_.decodeInvalidChars(fromXmlCh(wide.data()), wide.size());
   return XMLEncXStr::convertUTF16ToUTF8(units, units != nullptr ? escaper_.resultLength() : 0, out);
 }
 
-void MessageReader::storeMapPart(Entry& entry, bool isKey, std::u16string_view text)
+/// Escapes undone, then base64.
+bool MessageReader::unescapeBytes(std::string_view text, std::string& out)
+{
+  std::string encoded;
+  return unescape(text, encoded) && base64Decode(encoded, out);
+}
+
+void MessageReader::storeMapPart(Entry& entry, bool isKey, std::string_view text)
 {
   const FieldDataType type =
       isKey ? FieldDef::getMapKeyType(entry.def->type) : FieldDef::getMapValueType(entry.def->type);
   if (type == FIELD_STRING) {
     if (!unescape(text, isKey ? entry.stringKey : entry.stringValue)) {
       (isKey ? entry.keySeen : entry.valueSeen) = false;
+      tell(ProblemKind::NotOfType, {.field = entry.def, .type = type});
     }
   } else {
+    checkFit(*entry.def, type, text);
     (isKey ? entry.intKey : entry.intValue) = integerOf(text);
   }
 }
 
-bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, const char* function)
+bool MessageReader::storeInteger(const FieldDef& def, std::string_view text, const char* function)
 {
+  if (def.annotations == nullptr && observer_ == nullptr) [[likely]] {
+    MessageAccess::raw(*current_, def.slot) = integerOf(text);
+    MessageAccess::mark(*current_, def);
+    return true;
+  }
   const AnnotationRecord annotations(def.annotations);
   const int form = annotations.isTimeOfDay() ? 0 : annotations.dateForm();
   int seconds = 0;
   long long value = 0;
-  if (annotations.isTimeOfDay() && text.find(u':') != std::u16string_view::npos) {
+  if (annotations.isTimeOfDay() && text.find(':') != std::string_view::npos) {
     if (!processKWTime(narrow(text).c_str(), seconds)) {
       log().logError(function, "Error in KWTime representation");
+      tell(ProblemKind::NotOfType, {.field = &def, .text = text});
       return false;
     }
     value = seconds;
@@ -155,6 +174,7 @@ bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, 
     if (form != 0) {
       log().debug(function, 25, "Error in XDate representation");
     }
+    checkFit(def, def.type, text);
     value = integerOf(text);
   }
   MessageAccess::raw(*current_, def.slot) = value;
@@ -162,13 +182,16 @@ bool MessageReader::storeInteger(const FieldDef& def, std::u16string_view text, 
   return true;
 }
 
-bool MessageReader::storeEnum(const FieldDef& def, std::u16string_view text, const char* function)
+bool MessageReader::storeEnum(const FieldDef& def, std::string_view text, const char* function)
 {
   long long value = 0;
-  if (!text.empty() && text.front() >= u'0' && text.front() <= u'9') {
+  if (observer_ != nullptr) {
+    reportEnumerator(def, text);
+  }
+  if (!text.empty() && text.front() >= '0' && text.front() <= '9') {
     value = integerOf(text);
   } else {
-    const std::string name = toUtf8(text);
+    const std::string name = mayHoldSurrogates_ ? withoutSurrogates(text) : std::string(text);
     const _ClassDef* cls = YMMessageBase::GetClassDefFromClassID(def);
     if (cls == nullptr) {
       log().logError(function, "Error identifying %s as an enum value", name.c_str());
@@ -193,32 +216,41 @@ bool MessageReader::storeEnum(const FieldDef& def, std::u16string_view text, con
   return true;
 }
 
-bool MessageReader::store(const FieldDef& def, std::u16string_view text, const char* function)
+bool MessageReader::store(const FieldDef& def, std::string_view text, const char* function)
 {
   YMMessageBase& message = *current_;
   const unsigned long tag = message.getTagID();
+  checkGiven(def);
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
     if constexpr (Tag::type == FIELD_BOOL) {
+      checkFit(def, def.type, text);
       message.setint64(def.fieldNumber, def.slot, truthOf(text), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_ENUM) {
       return storeEnum(def, text, function);
     } else if constexpr (IntegerSlot<Tag>) {
       return storeInteger(def, text, function);
     } else if constexpr (Tag::type == FIELD_DOUBLE) {
+      checkFit(def, def.type, text);
       message.setdouble(def.fieldNumber, def.slot, doubleOf(text), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_FLOAT) {
+      checkFit(def, def.type, text);
       message.setfloat(def.fieldNumber, def.slot, static_cast<float>(doubleOf(text)), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_STRING) {
-      std::string value;
-      if (!unescape(text, value)) {
-        return false;
+      if ((text.empty() || text.front() != '|') && !mayHoldSurrogates_) [[likely]] {
+        MessageAccess::inPlace<std::string>(message, def.slot).assign(text);
+      } else {
+        std::string value;
+        if (!unescape(text, value)) {
+          tell(ProblemKind::NotOfType, {.field = &def});
+          return false;
+        }
+        MessageAccess::inPlace<std::string>(message, def.slot) = std::move(value);
       }
-      MessageAccess::inPlace<std::string>(message, def.slot) = std::move(value);
       MessageAccess::mark(message, def);
     } else if constexpr (ByteString<Tag>) {
-      std::string encoded;
       std::string bytes;
-      if (!unescape(text, encoded) || !base64Decode(encoded, bytes)) {
+      if (!unescapeBytes(text, bytes)) {
+        tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = "no base64"});
         return false;
       }
       message.setbstringobject(def.fieldNumber, def.slot, bstring(std::move(bytes)), tag, def.hash);
@@ -229,6 +261,7 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
       if (!password) {
         log().logError(function, "Password Handler Not Found while serializing bstring field [%s]",
                        def.getName());
+        tell(ProblemKind::PasswordUnreadable, {.field = &def, .remark = "the password cannot be decrypted"});
         return false;
       }
       message.setpstringobject(def.fieldNumber, def.slot, *password,
@@ -237,13 +270,15 @@ bool MessageReader::store(const FieldDef& def, std::u16string_view text, const c
     } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_OBJECT &&
                          Tag::type != FIELD_LIST_WSTRING) {
       return appendItem<Tag>(def, text);
-    }  // wide strings, maps and nested messages have no form as one text
+    } else {  // wide strings, maps and nested messages have no form as one text
+      tell(ProblemKind::NotOfType, {.field = &def, .text = text});
+    }
     return true;
   });
 }
 
 template <class Tag>
-bool MessageReader::appendItem(const FieldDef& def, std::u16string_view text)
+bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
 {
   using Item = typename Tag::Value::value_type;
   auto*& list = MessageAccess::pointer<typename Tag::Value>(*current_, def.slot);
@@ -256,16 +291,18 @@ bool MessageReader::appendItem(const FieldDef& def, std::u16string_view text)
   if constexpr (std::is_same_v<Item, std::string>) {
     if (!unescape(text, list->emplace_back())) {
       list->pop_back();
+      tell(ProblemKind::ItemUnreadable, {.field = &def});
       return false;
     }
   } else if constexpr (std::is_same_v<Item, bstring>) {
-    std::string encoded;
     std::string bytes;
-    if (!unescape(text, encoded) || !base64Decode(encoded, bytes)) {
+    if (!unescapeBytes(text, bytes)) {
+      tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text});
       return false;
     }
     list->emplace_back(std::move(bytes));
   } else {
+    checkFit(def, def.type, text);
     if constexpr (std::is_floating_point_v<Item>) {
       list->push_back(static_cast<Item>(doubleOf(text)));
     } else if constexpr (std::is_signed_v<Item>) {

@@ -9,23 +9,79 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 
+#include <string>
+#include <typeinfo>
 #include <vector>
 
-struct MySAX2Handler::Reader : kwxml::MessageReader
+/// Gives the rules UTF-8 in place of the parser's UTF-16.
+struct MySAX2Handler::Reader final : kwxml::MessageReader, kwxml::XmlPlaces
 {
-  /// The parser's attributes in the rules' terms, valid until the next call.
   kwxml::XmlAttributes collect(const xercesc::Attributes& attributes)
   {
     const XMLSize_t count = attributes.getLength();
-    collected_.clear();
+    texts_.clear();
+    ends_.clear();
     for (XMLSize_t i = 0; i < count; ++i) {
-      collected_.push_back({attributes.getQName(i), attributes.getValue(i)});
+      texts_ += kwxml::toUtf8(attributes.getQName(i));
+      ends_.push_back(texts_.size());
+      add(attributes.getValue(i), texts_);
+      ends_.push_back(texts_.size());
+    }
+    collected_.clear();
+    std::size_t begin = 0;
+    const auto next = [&](std::size_t i) {
+      const std::string_view text = std::string_view(texts_).substr(begin, ends_[i] - begin);
+      begin = ends_[i];
+      return text;
+    };
+    for (std::size_t i = 0; i < ends_.size(); i += 2) {
+      const std::string_view name = next(i);
+      collected_.push_back({name, next(i + 1)});
     }
     return collected_;
   }
 
+  /// The parser may part a text between the halves of a character.
+  void collectText(const XMLCh* chars, XMLSize_t length)
+  {
+    if (usesText()) {
+      text_.append(chars, length);
+    }
+  }
+  void tellText()
+  {
+    if (!text_.empty()) {
+      std::string text;
+      add(text_, text);
+      text_.clear();
+      characters(text);
+    }
+  }
+
+  kwxml::ReadPlace ofAttribute(const kwxml::XmlAttribute&) const override { return here(); }
+  kwxml::ReadPlace ofTag() const override { return here(); }
+  kwxml::ReadPlace ofText() const override { return here(); }
+
+  const xercesc::Locator* locator = nullptr;
+
 private:
+  void add(std::u16string_view text, std::string& out)
+  {
+    if (kwxml::appendLooseUtf8(out, text)) {
+      expectSurrogates();
+    }
+  }
+  kwxml::ReadPlace here() const
+  {
+    return locator != nullptr
+               ? kwxml::ReadPlace{.line = locator->getLineNumber(), .column = locator->getColumnNumber()}
+               : kwxml::ReadPlace();
+  }
+
+  std::string texts_;
+  std::vector<std::size_t> ends_;
   std::vector<kwxml::XmlAttribute> collected_;
+  std::u16string text_;
 };
 
 MySAX2Handler::MySAX2Handler() : reader_(std::make_unique<Reader>()) {}
@@ -50,6 +106,21 @@ void MySAX2Handler::setDefaultsWhileUnserialization()
 void MySAX2Handler::setTargetMessage(YMMessageBase* message)
 {
   reader_->readInto(message);
+}
+
+void MySAX2Handler::setObserver(kwxml::ReadObserver* observer)
+{
+  reader_->setObserver(observer, reader_.get());
+}
+
+kwxml::MessageReader* MySAX2Handler::rulesForAnotherFeed()
+{
+  return typeid(*this) == typeid(MySAX2Handler) && !reader_->started() ? reader_.get() : nullptr;
+}
+
+bool MySAX2Handler::knowsName(const std::string& name) const
+{
+  return reader_->knowsName(name);
 }
 
 YMMessageBase* MySAX2Handler::getMessage() const
@@ -83,31 +154,33 @@ void MySAX2Handler::startDocument()
 void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
                                  const xercesc::Attributes& attributes)
 {
-  if (!reader_->startElement(qname, reader_->collect(attributes))) {
+  reader_->tellText();
+  if (!reader_->startElement(kwxml::toUtf8(qname), reader_->collect(attributes))) {
     throw xercesc::SAXException(u"The document holds no readable message");  // the reader has logged why
   }
 }
 
 void MySAX2Handler::characters(const XMLCh* chars, XMLSize_t length)
 {
-  reader_->characters(chars, length);
+  reader_->collectText(chars, length);
 }
 
 void MySAX2Handler::endElement(const XMLCh*, const XMLCh*, const XMLCh* qname)
 {
-  reader_->endElement(qname);
+  reader_->tellText();
+  reader_->endElement(kwxml::toUtf8(qname));
 }
 
 void MySAX2Handler::setDocumentLocator(const xercesc::Locator* locator)
 {
-  locator_ = locator;
+  reader_->locator = locator;
 }
 
 void MySAX2Handler::refuse(const char* what, const XMLCh* name) const
 {
   const std::u16string text = kwxml::toUtf16(what) + name + u"' is refused";
-  if (locator_ != nullptr) {
-    throw xercesc::SAXParseException(text.c_str(), *locator_);
+  if (reader_->locator != nullptr) {
+    throw xercesc::SAXParseException(text.c_str(), *reader_->locator);
   }
   throw xercesc::SAXParseException(text.c_str(), u"", u"", 0, 0);
 }

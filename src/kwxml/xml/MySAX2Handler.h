@@ -8,13 +8,19 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/reading/ReadObserver.h>
 
 #include <xercesc/sax2/DefaultHandler.hpp>
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 class KwXMLContextInfo;
+
+namespace kwxml {
+class MessageReader;
+}
 
 class MySAX2Handler : public xercesc::DefaultHandler
 {
@@ -35,6 +41,16 @@ public:
   void setDefaultsWhileUnserialization();
   /// The document is read into this message of the caller, whose other fields stay as they are.
   void setTargetMessage(YMMessageBase* message);
+
+  /// Told of what reading bends or drops; null: nobody is. It stays the caller's and must outlive the parse.
+  void setObserver(kwxml::ReadObserver* observer);
+
+  /// The rules behind the handler, for another feed than the parser's events. Null when a document has been
+  /// begun, or when a derived class may want to see the events.
+  kwxml::MessageReader* rulesForAnotherFeed();
+
+  /// Whether it is the name of a class, or of a field of a message that is being read.
+  bool knowsName(const std::string& name) const;
 
   /// Refuses declarations of elements as well; see GuardedReader.
   void refuseElementDeclarations(bool refuse) { refusesElements_ = refuse; }
@@ -68,6 +84,5 @@ private:
   [[noreturn]] void refuse(const char* what, const XMLCh* name) const;
 
   std::unique_ptr<Reader> reader_;
-  const xercesc::Locator* locator_ = nullptr;
   bool refusesElements_ = false;
 };

@@ -16,6 +16,10 @@ class CYxFile;
 class KwXMLContextInfo;
 class MySAX2Handler;
 
+namespace kwxml {
+class ReadObserver;
+}
+
 /// When set, readers also switch off namespaces and schema processing. False by default; set before threads
 /// read.
 extern bool skipValidation;
@@ -83,6 +87,10 @@ public:
 
   // ---- Reading
 
+  /// Who is told of what reading bends or drops, and of why it ended; null, as at first: nobody. The observer
+  /// stays the caller's and must outlive the readings.
+  void setObserver(kwxml::ReadObserver* observer) { observer_ = observer; }
+
   /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with
   /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
   /// the message is as before, and the result is parserHelper()'s, or 5 when the text holds a message of
@@ -111,10 +119,19 @@ public:
 
 private:
   bool dumpDocument(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
+  enum class Failure
+  {
+    Parser,  ///< an exception of the XML library
+    Text,    ///< the text is not well-formed
+    Other,
+  };
+  template <class Parse, class Log>
+  int guarded(const MySAX2Handler& handler, Parse parse, Log log);
   template <class Parse>
   int unserializeWith(YMMessageBase& message, bool merge, Parse parse);
 
   XMLSerializationSupport listeners_;
+  kwxml::ReadObserver* observer_ = nullptr;
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;
 };

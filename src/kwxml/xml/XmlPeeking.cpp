@@ -3,7 +3,9 @@
 
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/xml/GuardedReader.h>
+#include <kwxml/xml/MessageReader.h>
 #include <kwxml/xml/MySAX2Handler.h>
+#include <kwxml/xml/XmlScanner.h>
 #include <kwxml/xml/XmlSources.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -13,10 +15,27 @@
 
 using kwxml::log;
 
+namespace {
+
+/// Name and tag of the root that has been read; false, with a line, when there is none.
+bool tell(const YMMessageBase* root, bool started, std::string& tagName, unsigned int& tag)
+{
+  if (root == nullptr) {
+    log().logError(
+        "XMLSerializer::_GetTagAndTagIDFromXML", "[%s]",
+        started ? "Unable to retrieve tag for given xml" : "Unable to retrieve token for given xml");
+    return false;
+  }
+  tagName = root->getTagName();
+  tag = static_cast<unsigned int>(root->getTagID());
+  return true;
+}
+
+}  // namespace
+
 bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
                                            unsigned int& tag)
 {
-  constexpr const char* function = "XMLSerializer::_GetTagAndTagIDFromXML";
   tagName.clear();
   tag = 0;
   MySAX2Handler handler;
@@ -34,35 +53,34 @@ bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, s
     }
   } catch (...) {  // what went wrong shows in what was read
   }
-  const YMMessageBase* message = handler.getMessage();
-  if (message == nullptr) {
-    log().logError(
-        function, "[%s]",
-        started ? "Unable to retrieve tag for given xml" : "Unable to retrieve token for given xml");
-    return false;
-  }
-  tagName = message->getTagName();
-  tag = static_cast<unsigned int>(message->getTagID());
-  return true;
+  return tell(handler.getMessage(), started, tagName, tag);
 }
 
 namespace {
 
-template <class Text, class MakeSource>
-bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsigned int& tag,
+/// `utf8` is the text as log lines show it, and as the scanner reads it unless something was lost on the way.
+template <class MakeSource>
+bool peek(bool isEmpty, const std::string& utf8, bool isWhole, std::string& tagName, unsigned int& tag,
           const char* function, MakeSource makeSource)
 {
   std::string found;  // `tagName` may be the text itself
   unsigned int foundTag = 0;
-  if (xml.empty()) {
+  const auto read = [&] {
+    kwxml::XmlScanner scanner(utf8);
+    if (isWhole && scanner.acceptsBeginning()) {
+      kwxml::MessageReader reader;
+      const bool isRead = scanner.tellRoot(reader);
+      return tell(isRead ? reader.root() : nullptr, true, found, foundTag);
+    }
+    const auto source = makeSource();
+    return source != nullptr && XMLSerializer::_GetTagAndTagIDFromXML(source.get(), found, foundTag);
+  };
+  if (isEmpty) {
     log().debug(function, 10, "[%s]", "Received empty xml");
   } else if (!XMLSerializer::initialize()) {
     log().logError(function, "[%s]", "Error initializing xerces library");
-  } else {
-    const auto source = makeSource();
-    if (source == nullptr || !XMLSerializer::_GetTagAndTagIDFromXML(source.get(), found, foundTag)) {
-      log().logError(function, "Error retrieving tag for given xml : [%s]", shown.c_str());
-    }
+  } else if (!read()) {
+    log().logError(function, "Error retrieving tag for given xml : [%s]", utf8.c_str());
   }
   tagName = std::move(found);
   tag = foundTag;
@@ -73,14 +91,15 @@ bool peek(const Text& xml, const std::string& shown, std::string& tagName, unsig
 
 bool XMLSerializer::GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName, unsigned int& tag)
 {
-  return peek(xml, xml, tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(string)",
+  return peek(xml.empty(), xml, true, tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(string)",
               [&] { return kwxml::narrowSource(xml); });
 }
 
 bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName, unsigned int& tag)
 {
   std::u16string text;
-  const bool valid = kwxml::toUtf16(xml.c_str(), text);
-  return peek(xml, kwxml::toUtf8(text), tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(wstring)",
-              [&] { return valid ? kwxml::wideSource(text) : nullptr; });
+  const bool isValid = kwxml::toUtf16(xml.c_str(), text);
+  return peek(xml.empty(), kwxml::toUtf8(text), isValid && !kwxml::hasLoneSurrogate(text), tagName, tag,
+              "XMLSerializer::GetTagAndTagIDFromXML(wstring)",
+              [&] { return isValid ? kwxml::wideSource(text) : nullptr; });
 }

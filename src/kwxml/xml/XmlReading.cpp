@@ -6,7 +6,9 @@
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/xml/GuardedReader.h>
+#include <kwxml/xml/MessageReader.h>
 #include <kwxml/xml/MySAX2Handler.h>
+#include <kwxml/xml/XmlScanner.h>
 #include <kwxml/xml/XmlSources.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -14,6 +16,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include <memory>
+#include <string_view>
 
 using kwxml::log;
 
@@ -24,7 +27,78 @@ namespace {
 constexpr int notWellFormed = 4;
 constexpr int parseFailed = 5;
 
+/// What the rules have told of themselves ends a parse by an exception of this type, and no other.
+using ReadingEnded = xercesc::SAXException;
+
+/// Reads the document by the scanner when that accepts it; false when the parser has to.
+bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, std::string_view xml)
+{
+  kwxml::MessageReader* reader = handler.rulesForAnotherFeed();
+  if (reader == nullptr) {
+    return false;
+  }
+  kwxml::XmlScanner scanner(xml);
+  if (!scanner.accepts()) {
+    return false;
+  }
+  reader->setObserver(observer, &scanner);
+  const bool whole = scanner.tell(*reader);
+  reader->setObserver(nullptr, nullptr);
+  if (!whole) {
+    throw ReadingEnded(u"The document holds no readable message");
+  }
+  return true;
+}
+
+/// The parser's words. What it quotes may be a part of a password that stands in the wrong place: only names
+/// that the messages being read have are shown.
+std::string wordsOf(const XMLCh* message, const MySAX2Handler& handler)
+{
+  const std::string text = kwxml::toUtf8(message);
+  std::string out;
+  std::size_t at = 0;
+  for (;;) {
+    const std::size_t open = text.find('\'', at);
+    const std::size_t close = open == std::string::npos ? open : text.find('\'', open + 1);
+    if (close == std::string::npos) {
+      return out + text.substr(at, open == std::string::npos ? open : open - at);
+    }
+    const std::string name = text.substr(open + 1, close - open - 1);
+    out += text.substr(at, open + 1 - at) + (name.size() < 2 || handler.knowsName(name) ? name : "...") + "'";
+    at = close + 1;
+  }
+}
+
 }  // namespace
+
+/// Runs a parse; what it throws becomes a result, after `log` has been told the kind of failure and its
+/// words.
+template <class Parse, class Log>
+int XMLSerializer::guarded(const MySAX2Handler& handler, Parse parse, Log log)
+{
+  const auto tell = [&](std::string_view words, kwxml::ReadPlace place = {}) {
+    if (observer_ != nullptr) {
+      observer_->met({.kind = kwxml::ProblemKind::NotWellFormed, .place = place, .remark = words});
+    }
+  };
+  try {
+    parse();
+    return 0;
+  } catch (const xercesc::XMLException& e) {
+    log(Failure::Parser, kwxml::toUtf8(e.getMessage()));
+    tell(wordsOf(e.getMessage(), handler));
+  } catch (const xercesc::SAXParseException& e) {
+    log(Failure::Text, kwxml::toUtf8(e.getMessage()));
+    tell(wordsOf(e.getMessage(), handler), {.line = e.getLineNumber(), .column = e.getColumnNumber()});
+    return notWellFormed;
+  } catch (const ReadingEnded&) {
+    log(Failure::Other, {});
+  } catch (...) {
+    log(Failure::Other, {});
+    tell("reading failed: memory ran out, or an observer failed");
+  }
+  return parseFailed;
+}
 
 int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
 {
@@ -42,25 +116,26 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
   }
   handler->setContextInfo(context_);
   handler->setEncodingFlags(flags_);
+  handler->setObserver(observer_);
   kwxml::ParserMemory memory;
-  try {
-    const auto source = kwxml::narrowSource(xml);
-    kwxml::GuardedReader reader(memory, *handler);
-    reader.readNarrow(skipValidation);
-    reader->parse(*source);
-  } catch (const xercesc::XMLException& e) {
-    log().logError(function, "XMLException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
-                   xml.c_str());
-    return parseFailed;
-  } catch (const xercesc::SAXParseException& e) {
-    log().logError(function, "SAXParseException: %s\nXML: [%s]", kwxml::toUtf8(e.getMessage()).c_str(),
-                   xml.c_str());
-    return notWellFormed;
-  } catch (...) {
-    log().logError(function, "Unknown Exception!\nXML : [%s]", xml.c_str());
-    return parseFailed;
-  }
-  return 0;
+  const auto parse = [&] {
+    if (!readByScanner(*handler, observer_, xml)) {
+      const auto source = kwxml::narrowSource(xml);
+      kwxml::GuardedReader reader(memory, *handler);
+      reader.readNarrow(skipValidation);
+      reader->parse(*source);
+    }
+  };
+  return guarded(*handler, parse, [&](Failure failure, const std::string& words) {
+    switch (failure) {
+      case Failure::Parser:
+        return log().logError(function, "XMLException: %s\nXML: [%s]", words.c_str(), xml.c_str());
+      case Failure::Text:
+        return log().logError(function, "SAXParseException: %s\nXML: [%s]", words.c_str(), xml.c_str());
+      case Failure::Other:
+        return log().logError(function, "Unknown Exception!\nXML : [%s]", xml.c_str());
+    }
+  });
 }
 
 int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate)
@@ -74,30 +149,38 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
     log().logError(function, "[%s]", handler == nullptr ? "Received NULL handler" : "Received NULL string");
     return parseFailed;
   }
-  handler->setContextInfo(context_);
-  handler->setEncodingFlags(flags_);
-  kwxml::ParserMemory memory;
-  try {
-    std::u16string text;
-    if (!kwxml::toUtf16(xml, text)) {
-      log().logError(function, "XMLException : [%s]", "The text holds a value that is no Unicode code point");
-      return parseFailed;
+  std::u16string text;
+  if (!kwxml::toUtf16(xml, text)) {
+    constexpr const char* words = "The text holds a value that is no Unicode code point";
+    log().logError(function, "XMLException : [%s]", words);
+    if (observer_ != nullptr) {
+      observer_->met({.kind = kwxml::ProblemKind::NotWellFormed, .remark = words});
     }
-    const auto source = kwxml::wideSource(text);
-    kwxml::GuardedReader reader(memory, *handler);
-    reader.readWide(validate);
-    reader->parse(*source);
-  } catch (const xercesc::XMLException& e) {
-    log().logError(function, "XMLException : [%s]", kwxml::toUtf8(e.getMessage()).c_str());
-    return parseFailed;
-  } catch (const xercesc::SAXParseException& e) {
-    log().logError(function, "SAXParseException: %s", kwxml::toUtf8(e.getMessage()).c_str());
-    return notWellFormed;  // as for narrow text
-  } catch (...) {
-    log().logError(function, "[%s]", "Unknown Exception!");
     return parseFailed;
   }
-  return 0;
+  handler->setContextInfo(context_);
+  handler->setEncodingFlags(flags_);
+  handler->setObserver(observer_);
+  kwxml::ParserMemory memory;
+  const auto parse = [&] {
+    std::string narrow;
+    if (validate || kwxml::appendLooseUtf8(narrow, text) || !readByScanner(*handler, observer_, narrow)) {
+      const auto source = kwxml::wideSource(text);
+      kwxml::GuardedReader reader(memory, *handler);
+      reader.readWide(validate);
+      reader->parse(*source);
+    }
+  };
+  return guarded(*handler, parse, [&](Failure failure, const std::string& words) {
+    switch (failure) {
+      case Failure::Parser:
+        return log().logError(function, "XMLException : [%s]", words.c_str());
+      case Failure::Text:
+        return log().logError(function, "SAXParseException: %s", words.c_str());
+      case Failure::Other:
+        return log().logError(function, "[%s]", "Unknown Exception!");
+    }
+  });
 }
 
 YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)

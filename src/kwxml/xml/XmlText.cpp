@@ -4,22 +4,22 @@
 #include <kwxml/text/Utf8.h>
 #include <kwxml/xml/Transcoding.h>
 
+#include <algorithm>
+
 namespace kwxml {
 
 namespace {
 
-/// Calls `put(char)` for each UTF-8 byte of the text.
+/// Calls `put(character)` for each character and each lone surrogate of the text.
 template <class Put>
-void forEachUtf8Byte(std::u16string_view text, Put put)
+void forEachCharacter(std::u16string_view text, Put put)
 {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char16_t c = text[i];
-    if (c < 0x80) {
-      put(static_cast<char>(c));
-    } else if (isLeadSurrogate(c) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
-      putUtf8(joinSurrogates(c, text[++i]), put);
+    if (isLeadSurrogate(c) && i + 1 < text.size() && isTrailSurrogate(text[i + 1])) {
+      put(joinSurrogates(c, text[++i]));
     } else {
-      putUtf8(isCharacter(c) ? c : U'?', put);
+      put(std::uint32_t{c});
     }
   }
 }
@@ -30,7 +30,45 @@ std::string toUtf8(std::u16string_view text)
 {
   std::string out;
   out.reserve(text.size());
-  forEachUtf8Byte(text, [&](char byte) { out += byte; });
+  forEachCharacter(
+      text, [&](std::uint32_t c) { putUtf8(isCharacter(c) ? c : U'?', [&](char byte) { out += byte; }); });
+  return out;
+}
+
+bool appendLooseUtf8(std::string& out, std::u16string_view text)
+{
+  bool hasSurrogate = false;
+  forEachCharacter(text, [&](std::uint32_t c) {
+    hasSurrogate = hasSurrogate || !isCharacter(c);
+    putUtf8(c, [&](char byte) { out += byte; });
+  });
+  return hasSurrogate;
+}
+
+bool hasLoneSurrogate(std::u16string_view text)
+{
+  bool has = false;
+  forEachCharacter(text, [&](std::uint32_t c) { has = has || !isCharacter(c); });
+  return has;
+}
+
+std::u16string looseUtf16(std::string_view text)
+{
+  std::u16string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    std::uint32_t c = 0;
+    std::size_t length = utf8Character(text, c);
+    if (length == 0) {  // a surrogate: nothing else that is no UTF-8 comes here
+      const auto bits = [&](std::size_t i) { return static_cast<std::uint32_t>(text[i]) & 0x3F; };
+      length = std::min<std::size_t>(text.size(), 3);
+      c = length == 3 ? 0xD000 | bits(1) << 6 | bits(2) : U'?';
+      out += static_cast<char16_t>(c);
+    } else {
+      putUtf16(c, [&out](char16_t unit) { out += unit; });
+    }
+    text.remove_prefix(length);
+  }
   return out;
 }
 
@@ -54,14 +92,6 @@ bool isXmlText(std::u16string_view text)
     }
   }
   return true;
-}
-
-std::uint32_t nameHash(std::u16string_view name)
-{
-  std::uint32_t h = 0;
-  forEachUtf8Byte(
-      name, [&](char byte) { h = h * 31 + static_cast<std::uint32_t>(static_cast<signed char>(byte)); });
-  return h & 0xFFFFFF;
 }
 
 }  // namespace kwxml

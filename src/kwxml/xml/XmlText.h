@@ -15,7 +15,10 @@ std::string toUtf8(std::u16string_view text);
 std::u16string toUtf16(const char* text);
 /// Whether XML allows each of the text's characters; a lone surrogate is none.
 bool isXmlText(std::u16string_view text);
-/// The hash of a name as field records hold it (over its UTF-8 bytes), without making the bytes.
-std::uint32_t nameHash(std::u16string_view name);
+/// UTF-8, but that a lone surrogate is kept as three bytes, which no UTF-8 has; true when there is one.
+bool appendLooseUtf8(std::string& out, std::u16string_view text);
+bool hasLoneSurrogate(std::u16string_view text);
+/// The inverse of appendLooseUtf8().
+std::u16string looseUtf16(std::string_view text);
 
 }  // namespace kwxml

@@ -1,0 +1,91 @@
+// Reads the documents that are written in practice without an XML library: UTF-8, elements, attributes,
+// texts, sections of characters, comments, references to characters and to the five entities that XML has.
+//
+// A document is checked as a whole before the first of its events is told, so that one which is not accepted
+// can be given to the parser of xerces-c as if nobody had looked at it. What is accepted is well-formed, and
+// xerces-c would tell the same of it. Left to xerces-c are other encodings, XML 1.1, document types,
+// processing instructions, names outside of ASCII or with a colon, attributes "xmlns", elements that nest
+// deeper than is read, and all that is not well-formed. Not installed.
+#pragma once
+
+#include <kwxml/model/Limits.h>
+#include <kwxml/xml/MessageReader.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kwxml {
+
+class XmlScanner final : public XmlPlaces
+{
+public:
+  /// The text must outlive the scanner.
+  explicit XmlScanner(std::string_view text) : begin_(text.data()), end_(text.data() + text.size()) {}
+
+  [[nodiscard]] bool accepts();
+  /// The same for what a parser sees that stops behind the start tag of the root.
+  [[nodiscard]] bool acceptsBeginning();
+
+  /// Tells the rules of an accepted document; false when they end the reading.
+  [[nodiscard]] bool tell(MessageReader& reader);
+  /// The start tag of the root alone.
+  [[nodiscard]] bool tellRoot(MessageReader& reader);
+
+  ReadPlace ofAttribute(const XmlAttribute& attribute) const override { return placeOf(attribute.offset); }
+  ReadPlace ofTag() const override { return placeOf(tag_); }
+  ReadPlace ofText() const override { return placeOf(text_); }
+
+private:
+  // Checking. Each goes on behind what it has checked, and is false for what is not accepted.
+  bool checkProlog(const char*& p);
+  bool checkDeclaration(const char*& p);
+  bool checkMiscellaneous(const char*& p);
+  bool checkStartTag(const char*& p);
+  bool checkContent(const char*& p);
+  bool checkEndTag(const char*& p);
+  bool checkSection(const char*& p);
+  bool checkComment(const char*& p);
+  bool checkReference(const char*& p);
+  bool checkCharacter(const char*& p);
+  bool checkValue(const char*& p);
+  bool checkNew(std::string_view name, std::uint32_t hash);
+
+  // Telling of what has been checked.
+  const char* skipProlog() const;
+  bool tellStartTag(const char*& p, MessageReader& reader, bool& isEmpty);
+  template <bool hasReferences>
+  void tellText(const char* p, const char* end, MessageReader& reader);
+
+  ReadPlace placeOf(std::size_t offset) const;
+  void advance(ReadPlace& place, std::size_t offset) const;
+
+  const char* const begin_;
+  const char* const end_;
+
+  std::string_view open_[maxElementNesting];  ///< names of the open elements
+  int depth_ = 0;
+
+  // The attributes of the tag that is checked: their names, and a table of positions + 1 in the first place
+  // that is free from that of the hash on. A place belongs to the tag whose number it has.
+  struct Seen
+  {
+    std::uint32_t tag = 0;
+    std::uint32_t position = 0;
+  };
+  std::vector<std::string_view> names_;
+  std::vector<std::uint32_t> hashes_;
+  std::vector<Seen> seen_;
+  std::uint32_t tagNumber_ = 0;
+
+  std::vector<XmlAttribute> attributes_;
+  std::vector<std::size_t> unresolved_;  ///< those whose text is not their value
+  std::string values_;                   ///< the values of these
+  std::size_t tag_ = 0;                  ///< offset of the tag that was told last
+  std::size_t text_ = 0;
+  mutable ReadPlace reached_{1, 1, 0};  ///< lines are counted from here
+  mutable ReadPlace atTag_{1, 1, 0};    ///< or from here, for what stands before it
+};
+
+}  // namespace kwxml
