@@ -3,7 +3,9 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 namespace kwxml::tool {
 
@@ -12,8 +14,9 @@ namespace {
 struct Options
 {
   std::string from;
-  std::string inputFile;
+  std::vector<std::string> inputFiles;
   std::string outputFile;
+  ReadChoices read;
   WriteChoices write;
 };
 
@@ -33,69 +36,118 @@ std::string leftOut(const MessageInput& input, unsigned long long count)
          (input.records() == 1 ? " record" : " records") + " left out";
 }
 
+/// One output with the messages of any number of inputs.
+class Conversion
+{
+public:
+  Conversion(const Options& options, LibraryLog& log)
+      : options_(options),
+        log_(log),
+        output_(options.outputFile),
+        sink_(findForm(options.write.to)->sink(output_, writeOptions(options.write), log))
+  {
+  }
+
+  void add(const std::string& file)
+  {
+    MessageInput input(file, options_.from, log_);
+    input.open(readOptions(options_.read, options_.write));
+    std::string end;
+    const unsigned long long bad = addAll(input, end);
+    records_ += input.records();
+    bad_ += bad;
+    if (!end.empty()) {
+      failures_.push_back(std::move(end));
+    }
+    if (bad > 0) {
+      failures_.push_back(leftOut(input, bad));
+    }
+  }
+
+  /// A former output stays when there is nothing to replace it with.
+  void finish()
+  {
+    showProgress({});
+    if (bad_ == 0 || bad_ < records_) {
+      sink_->finish();
+      output_.commit();
+    }
+    for (std::size_t i = 0; i + 1 < failures_.size(); ++i) {
+      report(failures_[i]);
+    }
+    if (!failures_.empty()) {
+      throw Failure(exitData, failures_.back());
+    }
+  }
+
+private:
+  /// Gives the number of records that were lost; `end`: why not all were read.
+  unsigned long long addAll(MessageInput& input, std::string& end)
+  {
+    const bool many = input.form().many;
+    const char* const consequence = many ? "it is left out" : "nothing is written";
+    unsigned long long bad = 0;
+    while (true) {
+      MessageInput::Record record;
+      try {
+        record = input.next(consequence);
+      } catch (const Failure& failure) {
+        if (!many || input.records() == 0) {
+          throw;
+        }
+        end = failure.what();  // what has been read is delivered
+        return bad;
+      }
+      if (record.end) {
+        return bad;
+      }
+      const std::string why =
+          record.message == nullptr ? record.why : write(*record.message, input, consequence);
+      if (!why.empty()) {
+        // A record that is lost does not lose the others; a single message is all there is.
+        if (!many) {
+          throw Failure(exitData, why);
+        }
+        report(why);
+        ++bad;
+      }
+      progress(input.records(), input.position(), input.size());
+    }
+  }
+  std::string write(YMMessageBase& message, const MessageInput& input, const char* consequence)
+  {
+    const int errors = log_.errors();
+    sink_->encode(message);
+    std::string why = losses(log_, errors, input.recordName(), "writing", consequence);
+    if (why.empty()) {
+      sink_->write();
+    }
+    return why;
+  }
+
+  const Options& options_;
+  LibraryLog& log_;
+  Output output_;
+  std::unique_ptr<MessageSink> sink_;
+  unsigned long long records_ = 0;
+  unsigned long long bad_ = 0;
+  std::vector<std::string> failures_;
+};
+
 void convert(const Options& options, LibraryLog& log)
 {
-  MessageInput input(options.inputFile, options.from, log);
-  const Form& from = input.form();
   refuseIdleOptions(options.write);
-  const ReadOptions read = readOptions(options.write);
-  if (read.passwordsAsReceived) {
-    log.hideDocuments();
+  if (std::count_if(options.inputFiles.begin(), options.inputFiles.end(), isStandard) > 1) {
+    throw Failure(exitUsage, "standard input is named more than once");
   }
-  input.open(read);
-  Output output(options.outputFile);
-  const auto sink = findForm(options.write.to)->sink(output, writeOptions(options.write), log);
-  const char* const consequence = from.many ? "it is left out" : "nothing is written";
-  unsigned long long bad = 0;
-  // A record that is lost does not lose the others; a single message is all there is.
-  const auto lost = [&](const std::string& why) {
-    if (!from.many) {
-      throw Failure(exitData, why);
-    }
-    report(why);
-    ++bad;
-  };
-  std::string end;
-  while (true) {
-    MessageInput::Record record;
-    try {
-      record = input.next(consequence);
-    } catch (const Failure& failure) {
-      if (!from.many || input.records() == 0) {
-        throw;
-      }
-      end = failure.what();  // what has been read is delivered
-      break;
-    }
-    if (record.end) {
-      break;
-    }
-    if (record.message == nullptr) {
-      lost(record.why);
-      continue;
-    }
-    const int errors = log.errors();
-    sink->encode(*record.message);
-    if (const std::string why = losses(log, errors, input.recordName(), "writing", consequence);
-        !why.empty()) {
-      lost(why);
-      continue;
-    }
-    sink->write();
-    progress(input.records(), input.position(), input.size());
+  Conversion conversion(options, log);
+  if (options.inputFiles.empty()) {
+    conversion.add("");
   }
-  showProgress({});
-  // A former output stays when there is nothing to replace it with.
-  if (bad == 0 || bad < input.records()) {
-    sink->finish();
-    output.commit();
+  for (const std::string& file : options.inputFiles) {
+    conversion.add(file);
   }
-  if (!end.empty()) {
-    throw Failure(exitData, end);
-  }
-  if (bad > 0) {
-    throw Failure(exitData, leftOut(input, bad));
-  }
+  conversion.finish();
 }
 
 }  // namespace
@@ -107,7 +159,9 @@ void addConvertCommand(CLI::App& app, Session& session)
       app, "convert", "Turns messages of one form into another.",
       "A field that cannot be read or written is an error: nothing is written "
       "then. Attributes and elements that\n"
-      "the class of the message does not have are passed over.\n\n"
+      "the class of the message does not have are passed over, with a warning. Several FILEs, and several "
+      "documents\n"
+      "one behind the other in a file, are read one by one.\n\n"
       "Passwords are decrypted and encrypted with the key file that the settings "
       "name. The settings are the INI\n"
       "file that the environment variable KWXML_SETTINGS names; kwxml key create "
@@ -117,11 +171,14 @@ void addConvertCommand(CLI::App& app, Session& session)
       "Example:\n  kwxml convert status.xml --readable\n"
       "  kwxml convert order.xml --elements --enum-names -o order-elements.xml\n"
       "  generate | kwxml convert --no-declaration > message.xml\n"
+      "  kwxml convert --to records monday/*.xml -o monday.dat\n"
       "  kwxml convert --to binary status.xml -o status.bin\n"
       "  kwxml convert --from records messages.dat --no-declaration",
       options->outputFile);
-  command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")->type_name("");
+  command.add_option("FILE", options->inputFiles, "The messages; - or nothing: standard input")
+      ->type_name("");
   addFromOption(command, options->from, "the input");
+  addReadOptions(command, options->read);
   addWriteOptions(command, options->write);
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { convert(*options, log); }; });

@@ -16,6 +16,7 @@ struct Options
   std::string left;
   std::string right;
   std::string outputFile;
+  ReadChoices read;
 };
 
 /// The lines of the output, handed on piece by piece.
@@ -121,10 +122,10 @@ ExitStatus diff(const Options& options, LibraryLog& log)
   if (isStandard(options.left) && isStandard(options.right)) {
     throw Failure(exitUsage, "A and B are both standard input");
   }
-  log.hideDocuments();
   Side left(options.left, options.from, log);
   Side right(options.right, options.from, log);
-  const ReadOptions how{.passwordsAsReceived = !isPasswordKeyConfigured()};
+  const ReadOptions how{.strictness = strictness(options.read),
+                        .passwordsAsReceived = !isPasswordKeyConfigured()};
   left.input().open(how);
   right.input().open(how);
   Output output(options.outputFile);
@@ -201,6 +202,7 @@ void addDiffCommand(CLI::App& app, Session& session)
       ->type_name("")
       ->required();
   addFromOption(command, options->from, "both inputs");
+  addReadOptions(command, options->read);
   command.callback([options, &session] {
     session.run = [options, &session](LibraryLog& log) { session.status = diff(*options, log); };
   });

@@ -3,10 +3,8 @@
 #include "Command.h"
 #include "Files.h"
 #include "Inspect.h"
-#include "Names.h"
 #include "Report.h"
 #include "SummaryForms.h"
-#include "XmlCheck.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinarySerializer.h>
@@ -14,12 +12,15 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/platform/CYxFile.h>
+#include <kwxml/xml/XmlScanner.h>
+
+#include <utility>
 
 namespace kwxml::tool {
 
 namespace {
 
-// ---- XML: one message
+// ---- XML
 
 /// Looks past the zero bytes of UTF-16.
 bool looksLikeXml(std::string_view head, unsigned long long)
@@ -59,51 +60,76 @@ KwXMLContextInfo contextFor(const ReadOptions& options)
   return context;
 }
 
-/// A form whose input is one message.
-class SingleSource : public MessageSource
+class XmlSource final : public MessageSource
 {
 public:
-  SingleSource(const Input& input, const ReadOptions& options, LibraryLog& log)
-      : input_(input), options_(options), log_(log)
+  XmlSource(const Input& input, const ReadOptions& options) : input_(input), options_(options) {}
+
+  /// Several documents may stand one behind the other, as the messages of other forms do.
+  Next next(ReadObserver& observer) override
   {
-  }
-  Next next() override
-  {
-    if (done_) {
+    if (first_) {
+      bytes_ = input_.all();
+    } else if (at_ == bytes_.size()) {
       return {.end = true};
     }
-    done_ = true;
-    return {.message = read(input_.all())};
+    first_ = false;
+    const std::size_t size = XmlScanner(std::string_view(bytes_).substr(at_)).firstDocument();
+    const bool isWhole = size == bytes_.size();
+    Place from = place_;
+    const std::string document = isWhole ? std::exchange(bytes_, {}) : bytes_.substr(at_, size);
+    at_ = isWhole ? 0 : at_ + size;
+    place_.pass(document, !isWhole);
+    InFile shifted(observer, from);
+    KwXMLContextInfo context = contextFor(options_);
+    std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(document, &context, &shifted));
+    if (message == nullptr) {
+      throw Failure(exitData, input_.name() + ": not a message in the form xml");
+    }
+    return {.message = std::move(message)};
   }
-
-protected:
-  virtual std::unique_ptr<YMMessageBase> read(const std::string& bytes) = 0;
-  const Input& input_;
-  const ReadOptions options_;
-  LibraryLog& log_;
 
 private:
-  bool done_ = false;
-};
-
-class XmlSource final : public SingleSource
-{
-  using SingleSource::SingleSource;
-  std::unique_ptr<YMMessageBase> read(const std::string& bytes) override
+  /// Where a document begins in its file.
+  struct Place
   {
-    KwXMLContextInfo context = contextFor(options_);
-    std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(bytes, &context));
-    if (message == nullptr) {
-      const std::string& root = log_.unknownRoot();
-      throw Failure(exitData, input_.name() + (root.empty() ? ": not a message in the form xml"
-                                                            : ": unknown message '" + oneLine(root, 128) +
-                                                                  "'" + didYouMean(root, rootNames())));
+    std::uint64_t line = 1;
+    std::uint64_t column = 1;
+    void pass(std::string_view text, bool isCounted)
+    {
+      for (std::size_t i = 0; isCounted && i < text.size(); ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        const bool ends = c == '\n' || (c == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
+        line += ends ? 1 : 0;
+        column = ends ? 1 : column + ((c & 0xC0) != 0x80 ? 1 : 0);
+      }
     }
-    for (const std::string& line : wrongValues(bytes, *message->getClass())) {
-      log_.error(line);
+  };
+  class InFile : public ReadObserver
+  {
+  public:
+    InFile(ReadObserver& observer, Place begin) : observer_(observer), begin_(begin) {}
+    void met(const Problem& problem) override
+    {
+      Problem shifted = problem;
+      if (shifted.place.line != 0) {
+        shifted.place.column += shifted.place.line == 1 ? begin_.column - 1 : 0;
+        shifted.place.line += begin_.line - 1;
+      }
+      observer_.met(shifted);
     }
-    return message;
-  }
+
+  private:
+    ReadObserver& observer_;
+    const Place begin_;
+  };
+
+  const Input& input_;
+  const ReadOptions options_;
+  bool first_ = true;
+  std::string bytes_;
+  std::size_t at_ = 0;
+  Place place_;
 };
 
 class XmlSink final : public MessageSink
@@ -129,20 +155,30 @@ private:
 
 // ---- Binary: one message
 
-class BinarySource final : public SingleSource
+class BinarySource final : public MessageSource
 {
-  using SingleSource::SingleSource;
-  std::unique_ptr<YMMessageBase> read(const std::string& bytes) override
+public:
+  BinarySource(const Input& input, const ReadOptions& options) : input_(input), options_(options) {}
+  Next next(ReadObserver& observer) override
   {
+    if (std::exchange(done_, true)) {
+      return {.end = true};
+    }
+    const std::string bytes = input_.all();
     KwXMLContextInfo context = contextFor(options_);
     BinaryBuffer buffer;
     buffer.SetReadBuffer(bytes.data(), bytes.size(), true);
-    std::unique_ptr<YMMessageBase> message(BinarySerializer::unserialize(buffer, &context, false));
+    std::unique_ptr<YMMessageBase> message(BinarySerializer::unserialize(buffer, &context, false, &observer));
     if (message == nullptr) {
       throw Failure(exitData, input_.name() + ": not a message in the form binary");
     }
-    return message;
+    return {.message = std::move(message)};
   }
+
+private:
+  const Input& input_;
+  const ReadOptions options_;
+  bool done_ = false;
 };
 
 /// A sink of a binary form. These have no place for some values of some types; who writes one that a reader
@@ -242,8 +278,9 @@ class RecordsSource final : public FileSource
 {
 public:
   using FileSource::FileSource;
-  Next next() override
+  Next next(ReadObserver& observer) override
   {
+    handler_.setObserver(&observer);
     ++number_;
     YMMessageBase* message = nullptr;
     switch (handler_.GetObjectFromFile(message)) {
@@ -263,8 +300,9 @@ class BatchSource final : public FileSource
 {
 public:
   using FileSource::FileSource;
-  Next next() override
+  Next next(ReadObserver& observer) override
   {
+    handler_.setObserver(&observer);
     if (number_ > 0 && file_.IsEOF()) {
       return {.end = true};
     }
@@ -273,7 +311,7 @@ public:
       if (handler_.readBinaryBufferFromFile(messages, 0) != YMMessageBaseFileHandler::Success) {
         throw Failure(exitData, name_ + ": not messages in the form batch");
       }
-      return next();
+      return next(observer);
     }
     const int result = handler_.readBinaryBufferFromFile(messages, 1);
     std::unique_ptr<YMMessageBase> message(messages.empty() ? nullptr : messages.front());
@@ -358,12 +396,7 @@ class BatchSink final : public FileSink
 };
 
 template <class Source>
-std::unique_ptr<MessageSource> singleSource(const Input& input, const ReadOptions& options, LibraryLog& log)
-{
-  return std::make_unique<Source>(input, options, log);
-}
-template <class Source>
-std::unique_ptr<MessageSource> fileSource(const Input& input, const ReadOptions& options, LibraryLog&)
+std::unique_ptr<MessageSource> sourceOf(const Input& input, const ReadOptions& options)
 {
   return std::make_unique<Source>(input, options);
 }
@@ -382,12 +415,12 @@ std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& opti
 std::span<const Form> forms()
 {
   static constexpr Form table[] = {
-      {"xml", looksLikeXml, singleSource<XmlSource>, xmlSink, false, true},
-      {"binary", looksLike<InspectForm::Binary>, singleSource<BinarySource>, binarySink<BinarySink>, false,
+      // What the binary forms are told by never stands in XML.
+      {"binary", looksLike<InspectForm::Binary>, sourceOf<BinarySource>, binarySink<BinarySink>, false, true},
+      {"records", looksLike<InspectForm::Records>, sourceOf<RecordsSource>, binarySink<RecordsSink>, true,
        true},
-      {"records", looksLike<InspectForm::Records>, fileSource<RecordsSource>, binarySink<RecordsSink>, true,
-       true},
-      {"batch", looksLike<InspectForm::Batch>, fileSource<BatchSource>, binarySink<BatchSink>, true, true},
+      {"batch", looksLike<InspectForm::Batch>, sourceOf<BatchSource>, binarySink<BatchSink>, true, true},
+      {"xml", looksLikeXml, sourceOf<XmlSource>, xmlSink, false, true},
       {"text", nullptr, nullptr, textSink, false, false},
       {"html", nullptr, nullptr, htmlSink, false, false},
       {"gui", nullptr, nullptr, guiSink, false, false},
@@ -405,15 +438,14 @@ const Form* findForm(std::string_view name)
   return nullptr;
 }
 
-const Form& guessForm(const Input& input)
+const Form& guessForm(std::string_view head, unsigned long long size)
 {
-  const std::string head = input.head(guessedBytes);
   for (const Form& form : forms()) {
-    if (form.source != nullptr && form.looksLike(head, input.size())) {
+    if (form.source != nullptr && form.looksLike(head, size)) {
       return form;
     }
   }
-  return *findForm(head.find('\0') == std::string::npos ? "xml" : "binary");
+  return *findForm(head.find('\0') == std::string_view::npos ? "xml" : "binary");
 }
 
 std::vector<std::string> formNames(bool readable)

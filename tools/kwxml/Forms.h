@@ -6,6 +6,7 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/reading/ReadObserver.h>
 
 #include <memory>
 #include <span>
@@ -27,9 +28,19 @@ struct WriteOptions
   int binaryVersion = 2;
 };
 
+/// What becomes of a message that is not just what its text or bytes say.
+enum class Strictness
+{
+  Usual,    ///< what differs between versions is a warning, the rest an error
+  Strict,   ///< all problems are errors
+  Lenient,  ///< what the library reads is taken, with warnings
+};
+
 /// How forms are read.
 struct ReadOptions
 {
+  Strictness strictness = Strictness::Usual;
+
   /// Password texts are kept as they stand, so that no key is needed; the values are good for masking only.
   bool passwordsAsReceived = false;
 };
@@ -46,9 +57,9 @@ public:
     std::unique_ptr<YMMessageBase>
         message{};  ///< null beside `end`: a record that is none, and was passed over
   };
-  /// Throws Failure (data) when nothing more can be read. What is wrong with single fields or records has
-  /// been shown and counted by the log.
-  virtual Next next() = 0;
+  /// Throws Failure (data) when nothing more can be read. The observer is told what is wrong with the
+  /// message.
+  virtual Next next(ReadObserver& observer) = 0;
   /// Bytes of the input that have been read, for progress.
   virtual unsigned long long position() const { return 0; }
 };
@@ -73,7 +84,7 @@ struct Form
   /// so is taken. Null where there is no source.
   bool (*looksLike)(std::string_view head, unsigned long long size);
   /// Null: it is only written.
-  std::unique_ptr<MessageSource> (*source)(const Input& input, const ReadOptions& options, LibraryLog& log);
+  std::unique_ptr<MessageSource> (*source)(const Input& input, const ReadOptions& options);
   /// Null: it is only read.
   std::unique_ptr<MessageSink> (*sink)(Output& output, const WriteOptions& options, LibraryLog& log);
   /// Whether it holds any number of messages, so that those before a failure are delivered.
@@ -87,9 +98,9 @@ std::span<const Form> forms();
 const Form* findForm(std::string_view name);
 /// What a form is guessed from: the beginning of the input.
 inline constexpr std::size_t guessedBytes = 4096;
-/// The form that the input looks like. When it looks like none, the one whose reader says best what is wrong:
-/// XML for a text, the binary form for what holds a zero byte.
-const Form& guessForm(const Input& input);
+/// The form that an input of `size` bytes looks like that begins with `head`. When it looks like none, the
+/// one whose reader says best what is wrong: XML for a text, the binary form for what holds a zero byte.
+const Form& guessForm(std::string_view head, unsigned long long size);
 /// The names of the forms that can be read, or of those that can be written.
 std::vector<std::string> formNames(bool readable);
 

@@ -39,10 +39,10 @@ void run(const Options& options, LibraryLog& log)
   const std::string_view head = std::string_view(bytes).substr(0, guessedBytes);
   std::optional<InspectForm> form = formNamed(options.from);
   if (!form) {
-    if (findForm("xml")->looksLike(head, bytes.size())) {
+    form = formNamed(guessForm(head, bytes.size()).name);
+    if (!form) {
       throw Failure(exitData, name + " is XML: only the binary forms are explained");
     }
-    form = guessInspectForm(head, bytes.size()).value_or(InspectForm::Binary);
   }
   const LibraryLog::Silence silence(log);  // the lines say what is wrong
   Output output(options.outputFile);

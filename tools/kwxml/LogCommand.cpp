@@ -21,6 +21,7 @@ struct Options
   std::string outputFile;
   std::string format = "%bxml_kw";
   std::string function = "kwxml";
+  ReadChoices read;
   int level = 0;
 };
 
@@ -44,7 +45,7 @@ void logMessage(const Options& options, LibraryLog& log)
 {
   refuseConversions(options.format);
   MessageInput input(options.inputFile, options.from, log);
-  input.open(ReadOptions());
+  input.open(ReadOptions{.strictness = strictness(options.read)});
   const auto message = onlyMessage(input, "log");
   const int errors = log.errors();
   std::string line;
@@ -82,6 +83,7 @@ void addLogCommand(CLI::App& app, Session& session)
                  options->outputFile);
   command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")->type_name("");
   addFromOption(command, options->from, "the input");
+  addReadOptions(command, options->read);
   command.add_option("--format", options->format, "Format of the line (default: %bxml_kw)")
       ->type_name("FORMAT");
   command.add_option("--function", options->function, "Function that the line names (default: kwxml)")

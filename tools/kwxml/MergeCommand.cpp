@@ -15,6 +15,7 @@ struct Options
   std::string source;
   std::string target;
   std::string outputFile;
+  ReadChoices read;
   WriteChoices write;
 };
 
@@ -26,10 +27,7 @@ void merge(const Options& options, LibraryLog& log)
     throw Failure(exitUsage, "FROM and INTO are both standard input");
   }
   refuseIdleOptions(options.write);
-  const ReadOptions read = readOptions(options.write);
-  if (read.passwordsAsReceived) {
-    log.hideDocuments();
-  }
+  const ReadOptions read = readOptions(options.read, options.write);
   MessageInput source(options.source, options.from, log);
   MessageInput target(options.target, options.from, log);
   source.open(read);
@@ -78,6 +76,7 @@ void addMergeCommand(CLI::App& app, Session& session)
       ->type_name("")
       ->required();
   addFromOption(command, options->from, "both inputs");
+  addReadOptions(command, options->read);
   addWriteOptions(command, options->write);
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { merge(*options, log); }; });

@@ -6,6 +6,8 @@
 
 #include <kwxml/codec/StandInPasswords.h>
 
+#include <optional>
+
 namespace kwxml::tool {
 
 namespace {
@@ -17,6 +19,11 @@ std::string joined(const std::vector<std::string>& names)
     text += (text.empty() ? "" : ", ") + name;
   }
   return text;
+}
+
+std::string counted(std::size_t number, const char* one)
+{
+  return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
 }
 
 /// Refuses a value that names no form.
@@ -46,6 +53,17 @@ void addFromOption(CLI::App& command, std::string& from, const std::string& what
                   "Form of " + what + " (" + joined(formNames(true)) + "); guessed when absent")
       ->check(formName(true))
       ->type_name("FORM");
+}
+
+void addReadOptions(CLI::App& command, ReadChoices& choices)
+{
+  const std::string reading = "What becomes of a message that is not just what its text or bytes say";
+  auto* strict =
+      command.add_flag("--strict", choices.strict, "Unknown names and other warnings are errors too");
+  strict->group(reading);
+  command.add_flag("--lenient", choices.lenient, "What the library reads is taken; problems are warnings")
+      ->group(reading)
+      ->excludes(strict);
 }
 
 void addWriteOptions(CLI::App& command, WriteChoices& choices)
@@ -96,9 +114,15 @@ WriteOptions writeOptions(const WriteChoices& choices)
   return how;
 }
 
-ReadOptions readOptions(const WriteChoices& choices)
+Strictness strictness(const ReadChoices& choices)
 {
-  return {.passwordsAsReceived = choices.maskPasswords || !findForm(choices.to)->hasPasswords};
+  return choices.strict ? Strictness::Strict : choices.lenient ? Strictness::Lenient : Strictness::Usual;
+}
+
+ReadOptions readOptions(const ReadChoices& reading, const WriteChoices& writing)
+{
+  return {.strictness = strictness(reading),
+          .passwordsAsReceived = writing.maskPasswords || !findForm(writing.to)->hasPasswords};
 }
 
 // ---- Messages
@@ -106,34 +130,75 @@ ReadOptions readOptions(const WriteChoices& choices)
 std::string losses(const LibraryLog& log, int before, const std::string& what, const char* doing,
                    const char* consequence)
 {
-  const int errors = log.errors() - before;
-  if (errors == 0) {
-    return std::string();
-  }
-  const bool wantsKey = log.wantedKey() && !isPasswordKeyConfigured();
-  return what + ": " + doing + " met " + std::to_string(errors) + (errors == 1 ? " error; " : " errors; ") +
-         consequence + (wantsKey ? " (no password key is configured: see kwxml convert --help)" : "");
+  const auto errors = static_cast<std::size_t>(log.errors() - before);
+  return errors == 0 ? std::string()
+                     : what + ": " + doing + " met " + counted(errors, "error") + "; " + consequence;
 }
 
 MessageInput::MessageInput(const std::string& file, const std::string& form, LibraryLog& log)
-    : log_(log), file_(file), form_(form.empty() ? guessForm(file_) : *findForm(form))
+    : log_(log),
+      file_(file),
+      form_(form.empty() ? guessForm(file_.head(guessedBytes), file_.size()) : *findForm(form))
 {
 }
 
 void MessageInput::open(const ReadOptions& options)
 {
-  source_ = form_.source(file_, options, log_);
+  options_ = options;
+  source_ = form_.source(file_, options);
+}
+
+/// The problems say all that the library's lines say, and better. Its traces are shown where they are wanted,
+/// unless they could show passwords.
+MessageSource::Next MessageInput::read(Problems& problems)
+{
+  std::optional<LibraryLog::Silence> silence;
+  if (log_.level() == 0 || options_.passwordsAsReceived) {
+    silence.emplace(log_);
+  }
+  return source_->next(problems);
+}
+
+/// Shows the problems; why they forbid to hand the message on, or nothing.
+std::string MessageInput::judge(const Problems& problems, bool isRead, const char* consequence) const
+{
+  const bool lenient = options_.strictness == Strictness::Lenient && isRead;
+  const bool strict = options_.strictness == Strictness::Strict;
+  for (const Problems::Entry& problem : problems.entries()) {
+    reportPlace(toText(problem, recordName(),
+                       lenient  ? Severity::Warning
+                       : strict ? Severity::Error
+                                : severityOf(problem.kind)));
+  }
+  if (problems.more() > 0) {
+    reportPlace(recordName() + ": and " + std::to_string(problems.more()) + " more");
+  }
+  const std::size_t errors = lenient ? 0 : strict ? problems.count() : problems.count(Severity::Error);
+  if (errors == 0) {
+    return std::string();
+  }
+  const bool wantsKey = problems.has(ProblemKind::PasswordUnreadable) && !isPasswordKeyConfigured();
+  return recordName() + ": reading met " + counted(errors, "error") + "; " + consequence +
+         (wantsKey ? " (no password key is configured: see kwxml convert --help)" : "");
 }
 
 MessageInput::Record MessageInput::next(const char* consequence)
 {
-  const int errors = log_.errors();
-  MessageSource::Next next = source_->next();
+  Problems problems;
+  MessageSource::Next next;
+  ++records_;
+  try {
+    next = read(problems);
+  } catch (const Failure&) {
+    judge(problems, false, consequence);
+    --records_;
+    throw;
+  }
   if (next.end) {
+    --records_;
     return {.end = true};
   }
-  ++records_;
-  std::string why = losses(log_, errors, recordName(), "reading", consequence);
+  std::string why = judge(problems, next.message != nullptr, consequence);
   if (why.empty() && next.message == nullptr) {
     why = recordName() + " cannot be read";
   }

@@ -5,6 +5,8 @@
 #include "Files.h"
 #include "Forms.h"
 
+#include <kwxml/reading/Problems.h>
+
 #include <CLI/CLI.hpp>
 
 #include <memory>
@@ -16,6 +18,16 @@ namespace kwxml::tool {
 
 /// The option --from: the form of what is read (`what`: "the input"), guessed when absent.
 void addFromOption(CLI::App& command, std::string& from, const std::string& what);
+
+/// What the command line says about how messages are read.
+struct ReadChoices
+{
+  bool strict = false;
+  bool lenient = false;
+};
+
+/// The options --strict and --lenient.
+void addReadOptions(CLI::App& command, ReadChoices& choices);
 
 /// What the command line says about the form that is written.
 struct WriteChoices
@@ -35,12 +47,13 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices);
 void refuseIdleOptions(const WriteChoices& choices);
 WriteOptions writeOptions(const WriteChoices& choices);
 /// How messages are read that are written so: where no password is shown none is decrypted.
-ReadOptions readOptions(const WriteChoices& choices);
+ReadOptions readOptions(const ReadChoices& reading, const WriteChoices& writing);
+Strictness strictness(const ReadChoices& choices);
 
 // ---- Messages
 
-/// The library goes on after a field that it cannot read or write, and says so; a message that has lost a
-/// field is not handed on. Why not, when the log has met errors since there were `before`; empty otherwise.
+/// The library goes on after a field that it cannot write, and says so; a message that has lost a field is
+/// not handed on. Why not, when the log has met errors since there were `before`; empty otherwise.
 /// `consequence` says what becomes of the message.
 std::string losses(const LibraryLog& log, int before, const std::string& what, const char* doing,
                    const char* consequence);
@@ -61,7 +74,7 @@ public:
     std::unique_ptr<YMMessageBase> message{};  ///< null beside `end`: it is lost
     std::string why{};                         ///< in that case
   };
-  /// Throws Failure (data) when nothing more can be read. `consequence` as for losses().
+  /// Shows what was met. Throws Failure (data) when nothing more can be read. `consequence` as for losses().
   Record next(const char* consequence);
   /// The number of the record that was last read, from 1 on.
   unsigned long long records() const { return records_; }
@@ -75,7 +88,11 @@ public:
   unsigned long long position() const { return source_->position(); }
 
 private:
+  MessageSource::Next read(Problems& problems);
+  std::string judge(const Problems& problems, bool isRead, const char* consequence) const;
+
   LibraryLog& log_;
+  ReadOptions options_;
   const Input file_;
   const Form& form_;
   std::unique_ptr<MessageSource> source_;

@@ -17,8 +17,6 @@ std::string didYouMean(std::string_view name, const std::vector<std::string>& ca
 std::vector<std::string> systemNames();
 /// Tag names ("System_Class") of all classes.
 std::vector<std::string> tagNames();
-/// The names that the root element of a message's XML can have.
-std::vector<std::string> rootNames();
 
 /// One class of the catalogue, by its place.
 struct ClassPlace

@@ -48,8 +48,13 @@ void showProgress(std::string_view text)
 
 void report(std::string_view text)
 {
+  reportPlace("kwxml: " + std::string(text));
+}
+
+void reportPlace(std::string_view text)
+{
   showProgress({});
-  const std::string line = "kwxml: " + oneLine(text, 0) + "\n";
+  const std::string line = oneLine(text, 0) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);  // nowhere is left to report a failure to
 }
 
@@ -75,23 +80,8 @@ void LibraryLog::show(const LogRecord& record)
   if (record.level == 0) {
     // A message of the old way is written whole, and an object that it does not have earns it this line.
     errors_ += record.text == "[Please check]" ? 0 : 1;
-    for (const int type : {3, 4, 5, 9, 10}) {
-      wantedKey_ = wantedKey_ ||
-                   record.text == "Password Decryption Handler Not Found for Type " + std::to_string(type);
-    }
-    constexpr std::string_view before = "Unable to construct object out of tag : [";
-    if (record.text.starts_with(before) && record.text.ends_with("]")) {
-      unknownRoot_ = record.text.substr(before.size(), record.text.size() - before.size() - 1);
-    }
   }
-  std::string text(record.text);
-  if (hidesDocuments_) {
-    for (const std::string_view before : {"XML: [", "XML : [", "Received xml for unserialization : ["}) {
-      if (const auto at = text.find(before); at != std::string::npos) {
-        text.replace(at + before.size(), std::string::npos, "...]");
-      }
-    }
-  }
+  const std::string text(record.text);
   if (level_ == 0) {
     constexpr std::size_t longest = 400;
     report(oneLine(text, longest));

@@ -18,6 +18,8 @@ std::string oneLine(std::string_view text, std::size_t limit);
 
 /// Writes "kwxml: " and the text as one line on standard error, in place of the progress that stands there.
 void report(std::string_view text);
+/// The same without "kwxml: ", for lines that begin with a place in a file.
+void reportPlace(std::string_view text);
 
 /// Shows how far long work has come, on a terminal; an empty text takes it away again.
 void showProgress(std::string_view text);
@@ -50,8 +52,6 @@ public:
   void error(std::string_view text);
   /// The number of errors since the log was made by which something was lost.
   int errors() const { return errors_; }
-  /// True when the library left out a password of a type that it could have decrypted with a key.
-  bool wantedKey() const { return wantedKey_; }
   /// While it lives lines up to a level are logged, and those of just that level and one function are the
   /// tool's own: they go to `take` alone. What else is logged above the level of the log is not shown. It
   /// must not end while others log.
@@ -68,10 +68,7 @@ public:
     LibraryLog& log_;
   };
 
-  /// From now on lines that quote a whole document show the rest alone: passwords are in it.
-  void hideDocuments() { hidesDocuments_ = true; }
-  /// The root element that the library could not make a message of; empty when it met none.
-  const std::string& unknownRoot() const { return unknownRoot_; }
+  int level() const { return level_; }
 
 private:
   void show(const LogRecord& record);
@@ -81,10 +78,7 @@ private:
   int ownLevel_ = 0;
   std::string ownFunction_;
   int errors_ = 0;
-  bool wantedKey_ = false;
-  bool hidesDocuments_ = false;
   bool silent_ = false;
-  std::string unknownRoot_;
 };
 
 }  // namespace kwxml::tool

@@ -5,6 +5,8 @@
 #include <kwxml/model/Limits.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <string>
 #include <utility>
 
 namespace kwxml {
@@ -41,6 +43,7 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   }
   if (call_.depth >= maxMessageNesting) {
     log().logError(readerFunction, "Messages nest deeper than [%d]", maxMessageNesting);
+    tellEnd(ProblemKind::TooDeep, nullptr, "messages nest too deep");
     return false;
   }
   if (std::min(end, bodyEnd_) < wire::keySize) {
@@ -67,6 +70,9 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
       ++hint;
     } else {
       position = key != wire::collectionMarker ? search(fields, count, key >> 3, hint) : count;
+      if (call_.problems != nullptr) [[unlikely]] {
+        checkKey(message, position < count ? &fields[position] : nullptr, key, keyPosition);
+      }
       if (position == count) {
         if (in.position() < bodyEnd_) {
           in_ = in;
@@ -113,7 +119,36 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   bodyEnd_ = outerEnd;
   pendingCount_ = outerCount;
   --call_.depth;
+  if (in_.failed()) {
+    tellEnd(ProblemKind::BufferCut, nullptr, "the bytes end within a value");
+  }
   return good && !in_.failed();
+}
+
+/// A key that does not stand where the last one's successor is expected.
+void BodyReader::checkKey(const YMMessageBase& message, const FieldDef* def, std::uint32_t key,
+                          std::uint64_t position)
+{
+  const std::uint32_t code = key & 7;
+  if (key == wire::collectionMarker) {
+    return;
+  }
+  if (def == nullptr) {
+    char hash[16];
+    std::snprintf(hash, sizeof hash, "0x%06X", key >> 3);
+    const std::string text = std::string("with the hash ") + hash + " (" + wireCodeName(code) + ")";
+    call_.problems->tell(ProblemKind::FieldUnknown, position, {.owner = message.getClass(), .text = text});
+    return;
+  }
+  const std::uint32_t own = fieldTypeInfo(def->type).wireCode;
+  if (code != own) {
+    const std::string remark = "coded as " + wireCodeName(code) + ", read as " + wireCodeName(own);
+    call_.problems->tell(ProblemKind::WireCodeOther, position, {.field = def, .remark = remark});
+  }
+  if (!call_.merges && contains(scalarTypes | stringSlots | typesHolding<bstring>, def->type) &&
+      MessageAccess::isSet(message, *def)) {
+    call_.problems->tell(ProblemKind::GivenTwice, position, {.field = def});
+  }
 }
 
 bool BodyReader::skipUnknown(std::uint32_t key)
@@ -147,6 +182,7 @@ bool BodyReader::skipUnknown(std::uint32_t key)
                        "CurrentPosition : [%d]",
                        static_cast<int>(size), static_cast<int>(in_.size()),
                        static_cast<int>(in_.position()));
+        tellEnd(ProblemKind::BufferCut, nullptr, "an unknown value is longer than the bytes that are left");
         return false;
       }
       in_.skip(size);

@@ -18,12 +18,17 @@ class YMMessageBase;
 
 namespace kwxml {
 
+class BinaryProblems;
+
 /// One call of the decoder.
 struct DecodeCall
 {
   int version;
   KwXMLContextInfo* context;
   bool trace;  ///< log each field
+  BinaryProblems* problems = nullptr;
+  bool merges =
+      false;  ///< fields may have been set before; an observer is not told of those that are set again
   int depth = 0;
 };
 

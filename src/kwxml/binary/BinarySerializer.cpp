@@ -1,6 +1,7 @@
 #include <kwxml/binary/BinarySerializer.h>
 
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/binary/BinaryProblems.h>
 #include <kwxml/binary/BinaryReader.h>
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/binary/WireFormat.h>
@@ -8,12 +9,16 @@
 #include <kwxml/model/YMMessageBase.h>
 
 #include <cassert>
+#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
+#include <string_view>
 
 namespace wire = kwxml::wire;
 
@@ -224,25 +229,63 @@ bool BinarySerializer::getVersionAndTagIDFromBuffer(BinaryStream& in, int& versi
   return true;
 }
 
-bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end,
-                                              int version, KwXMLContextInfo* context, bool flag)
+namespace {
+
+void tell(kwxml::ReadObserver* observer, kwxml::ProblemKind kind, std::uint64_t offset, std::string_view text,
+          std::string_view remark = {})
 {
-  static_cast<void>(flag);  // construction of nested messages knows no choice
+  if (observer != nullptr) {
+    observer->met({.kind = kind, .place = {.offset = offset}, .text = text, .remark = remark});
+  }
+}
+
+std::string hexadecimal(int tag)
+{
+  char text[16];
+  std::snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(tag));
+  return text;
+}
+
+/// The fields of an outermost message.
+bool readOutermost(YMMessageBase& message, BinaryStream& in, std::uint64_t end, int version,
+                   KwXMLContextInfo* context, bool merges, kwxml::ReadObserver* observer)
+{
   kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel};
+  std::optional<kwxml::BinaryProblems> problems;
+  if (observer != nullptr) {
+    call.problems = &problems.emplace(*observer);
+    call.merges = merges;
+  }
   try {
-    return kwxml::readBody(message, in, end, call);
+    const bool good = kwxml::readBody(message, in, end, call);
+    if (good && in.remaining() > 0) {
+      tell(observer, kwxml::ProblemKind::TrailingBytes, in.position(), {},
+           "bytes behind the last field, too few for a key");
+    }
+    return good;
   } catch (const std::exception& error) {  // no memory
     log().logError("BinarySerializer::unserializeBinaryRecur", "[%s]", error.what());
+    tell(observer, kwxml::ProblemKind::BufferCut, in.position(), {}, error.what());
     return false;
   }
 }
 
+}  // namespace
+
+bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end,
+                                              int version, KwXMLContextInfo* context, bool flag)
+{
+  static_cast<void>(flag);  // construction of nested messages knows no choice
+  return readOutermost(message, in, end, version, context, true, nullptr);
+}
+
 int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
-                                  bool merge)
+                                  bool merge, kwxml::ReadObserver* observer)
 {
   constexpr const char* function = "BinarySerializer::unserialize(obj, buffer, context)";
   if (buffer.data() == nullptr || buffer.capacity() == 0) {
     log().logError(function, "[%s]", "Buffer received for unserialization is not set");
+    tell(observer, kwxml::ProblemKind::BufferCut, 0, {}, "there are no bytes");
     return -1;
   }
   BinaryStream in(buffer.data(), buffer.length());
@@ -251,26 +294,30 @@ int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, 
   int hasFlag = 0;
   if (!getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
     log().logError(function, "[%s]", "Buffer does not contain necessary metadata");
+    tell(observer, kwxml::ProblemKind::BufferCut, 0, {}, "shorter than a header");
     return -1;
   }
   if (static_cast<unsigned long>(static_cast<long>(tag)) != message.getTagID()) {
     log().logError(function,
                    "Received object with tagID [%u] does not match with the received buffer with tagID [%u]",
                    static_cast<unsigned>(message.getTagID()), static_cast<unsigned>(tag));
+    tell(observer, kwxml::ProblemKind::ClassUnknown, sizeof version, hexadecimal(tag),
+         "a message of another class is read into");
     return -1;
   }
   if (!merge) {
     message.reset();
     message.wipeBitset();
   }
-  if (!unserializeBinaryRecur(message, in, buffer.length(), version, context, false)) {
+  if (!readOutermost(message, in, buffer.length(), version, context, merge, observer)) {
     log().logError(function, "Error unserializing from buffer on object [%s]", message.getTagName().c_str());
     return -1;
   }
   return 0;
 }
 
-YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag)
+YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag,
+                                             kwxml::ReadObserver* observer)
 {
   constexpr const char* function = "BinarySerializer::unserialize(buffer, context)";
   BinaryStream in(buffer.data(), buffer.length());
@@ -280,6 +327,7 @@ YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextI
   if (buffer.data() == nullptr || buffer.capacity() == 0 ||
       !getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
     log().logError(function, "[%s]", "Buffer received for unserialization is not set");
+    tell(observer, kwxml::ProblemKind::BufferCut, 0, {}, "shorter than a header");
     return nullptr;
   }
   std::unique_ptr<YMMessageBase> message(
@@ -287,10 +335,11 @@ YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextI
   if (message == nullptr || message->getClass() == nullptr) {
     log().logError(function, "Error identifying the object received. TagID = [%u]",
                    static_cast<unsigned>(tag));
+    tell(observer, kwxml::ProblemKind::ClassUnknown, sizeof version, hexadecimal(tag));
     return nullptr;
   }
   message->wipeBitset();
-  if (!unserializeBinaryRecur(*message, in, buffer.length(), version, context, flag)) {
+  if (!readOutermost(*message, in, buffer.length(), version, context, false, observer)) {
     log().logError(function, "Error unserializing from buffer on object [%s]", message->getTagName().c_str());
     return nullptr;
   }

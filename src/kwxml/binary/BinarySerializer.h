@@ -13,6 +13,10 @@ struct EncodingFlags;
 class KwXMLContextInfo;
 class YMMessageBase;
 
+namespace kwxml {
+class ReadObserver;
+}
+
 /// What the passwords of one call are encrypted with. With both null, or without parameters: default flags
 /// and no context. The caller's; they must outlive the call.
 struct BinarySerializerParameters
@@ -48,11 +52,13 @@ public:
   /// success; -1 otherwise: before the body nothing has changed, within the body the fields that were read
   /// stay. The header's tag is compared sign-extended, so that a message of a system above 127 is never the
   /// one that the header names: deliberate. `context` may be null; it concerns passwords.
+  /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is.
   static int unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context = nullptr,
-                         bool merge = false);
+                         bool merge = false, kwxml::ReadObserver* observer = nullptr);
   /// A new message of the class that the header names, the caller's; null on failure. `flag` is handed to
   /// YMMessageBase::createObject.
-  static YMMessageBase* unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag);
+  static YMMessageBase* unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag,
+                                    kwxml::ReadObserver* observer = nullptr);
   /// Reads fields up to the position `end`, or to the end of the stream if that comes first. False when
   /// something was wrong. Of the stream's position nothing can be said then. `flag` has no effect: nested
   /// messages are built in one way only.

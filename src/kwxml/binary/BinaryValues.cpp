@@ -16,6 +16,12 @@ namespace kwxml {
 
 using wire::NumberForm;
 
+namespace {
+
+constexpr std::string_view noClass = "the catalogue lacks the class of a nested message";
+
+}  // namespace
+
 bool BodyReader::overruns(const FieldDef& def, std::size_t size, const char* kind)
 {
   log().logError(
@@ -24,6 +30,11 @@ bool BodyReader::overruns(const FieldDef& def, std::size_t size, const char* kin
       ": [%d]. CurrentPosition : [%d]",
       kind, def.getName(), static_cast<int>(size), static_cast<int>(in_.size()),
       static_cast<int>(in_.position()));
+  if (call_.problems != nullptr) {
+    const std::string remark = std::string("a ") + kind + " of " + std::to_string(size) + " bytes where " +
+                               std::to_string(in_.left()) + " are left";
+    tellEnd(ProblemKind::BufferCut, &def, remark);
+  }
   return false;
 }
 
@@ -31,6 +42,7 @@ bool BodyReader::text(Text& out, const FieldDef& def, const char* kind)
 {
   out.size = in_.varint();
   if (in_.failed()) {
+    tellEnd(ProblemKind::BufferCut, &def, "the bytes end within a length");
     return false;
   }
   if (out.size > in_.left()) {
@@ -41,19 +53,34 @@ bool BodyReader::text(Text& out, const FieldDef& def, const char* kind)
   return true;
 }
 
-std::string BodyReader::bytes(const Text& text) const
+std::string BodyReader::bytes(const Text& text, const FieldDef& def)
 {
   std::string raw(text.data, strnlen(text.data, text.size));
-  std::string decoded;
-  return call_.version > 1 && base64Decode(raw, decoded) ? decoded : raw;
+  if (raw.size() < text.size) {
+    tell(ProblemKind::TextRescued, &def, "bytes are read up to the first zero among them");
+  }
+  if (std::string decoded; call_.version > 1) {
+    if (base64Decode(raw, decoded)) {
+      return decoded;
+    }
+    tell(ProblemKind::TextRescued, &def, "bytes that are no base64 are kept as they are");
+  }
+  return raw;
 }
 
-bool BodyReader::readNested(YMMessageBase& owner, YMMessageBase& nested)
+bool BodyReader::readNested(YMMessageBase& owner, YMMessageBase& nested, const FieldDef& def,
+                            std::uint32_t index, const char* part)
 {
   const std::uint32_t size = in_.varint();
   owner.SetCachedSize(size);
   nested.wipeBitset();
-  return readFields(nested, in_.position() + size);
+  if (call_.problems == nullptr) [[likely]] {
+    return readFields(nested, in_.position() + size);
+  }
+  call_.problems->enter(def, index, part);
+  const bool good = readFields(nested, in_.position() + size);
+  call_.problems->leave();
+  return good;
 }
 
 // ---- Values by type
@@ -70,7 +97,8 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
     if (!text(value, def, "bstring")) {
       return false;
     }
-    message.setbstringobject(def.fieldNumber, def.slot, bstring(bytes(value)), message.getTagID(), def.hash);
+    message.setbstringobject(def.fieldNumber, def.slot, bstring(bytes(value, def)), message.getTagID(),
+                             def.hash);
   } else if constexpr (PasswordString<Tag>) {
     return readPassword(message, def);
   } else if constexpr (MessageValue<Tag>) {
@@ -82,7 +110,7 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
     }
     MessageAccess::mark(message, def);
     if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
-      return readNumbers(*list);
+      return readNumbers(*list, def);
     } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
       return readObjects(message, def, *list);
     } else {
@@ -102,7 +130,7 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
         if constexpr (Tag::type == FIELD_LIST_STRING) {
           list->emplace_back(item.data, item.size);
         } else {
-          list->emplace_back(bytes(item));
+          list->emplace_back(bytes(item, def));
         }
       }
     }
@@ -113,12 +141,13 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
 }
 
 template <class Number>
-bool BodyReader::readNumbers(std::vector<Number>& list)
+bool BodyReader::readNumbers(std::vector<Number>& list, const FieldDef& def)
 {
   constexpr NumberForm form = wire::elementForm<Number>;
   in_.varint();  // the size of all elements: the count says it too
   const std::size_t count = pendingCount_;
   if (count > in_.left() / wire::smallest(form)) {
+    tellEnd(ProblemKind::BufferCut, &def, "the bytes that are left cannot hold so many elements");
     in_.pass(in_.left() + 1);
     return false;
   }
@@ -164,6 +193,7 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
   const AnnotationRecord annotations(def.annotations);
   if (!annotations.present()) {
     log().logError(readerFunction, "No Password annotation found on member : %s", def.getName());
+    tellEnd(ProblemKind::PasswordUnreadable, &def, "no annotation says how the password is protected");
     return false;
   }
   const std::string received(raw.data, raw.size);
@@ -174,6 +204,7 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
     if (!password) {
       log().logError(readerFunction, "Password Handler Not Found while serializing pstring field [%s]",
                      def.getName());
+      tell(ProblemKind::PasswordUnreadable, &def, "the password cannot be decrypted");
       return true;  // the field stays unset
     }
   } else {
@@ -191,6 +222,7 @@ bool BodyReader::readObject(YMMessageBase& message, const FieldDef& def)
   YMMessageBase*& nested = MessageAccess::pointer<YMMessageBase>(message, def.slot);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
+    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
     return false;
   }
   if (nested == nullptr) {
@@ -200,11 +232,12 @@ bool BodyReader::readObject(YMMessageBase& message, const FieldDef& def)
     if (nested == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
+      tellEnd(ProblemKind::ClassUnknown, &def, noClass);
       return false;
     }
   }
   MessageAccess::mark(message, def);
-  if (!readNested(message, *nested)) {
+  if (!readNested(message, *nested, def)) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
     return false;
   }
@@ -216,6 +249,7 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
   const PackedReference reference = packedReference(def);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
+    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
     return false;
   }
   constexpr std::size_t smallest = wire::keySize + 1;
@@ -234,10 +268,11 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
     if (findClass(reference) == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
+      tellEnd(ProblemKind::ClassUnknown, &def, noClass);
       return false;
     }
     YMMessageBase& item = list.emplace_back(reference.system, reference.classIndex);
-    if (!readNested(message, item)) {
+    if (!readNested(message, item, def, i)) {
       log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
       return false;
     }
@@ -247,10 +282,11 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
 
 /// A key or a value; `what` is its kind, or of a message what the line about it adds to the field.
 template <class T>
-bool BodyReader::readMapPart(YMMessageBase& message, const FieldDef& def, T& part, const char* what)
+bool BodyReader::readMapPart(YMMessageBase& message, const FieldDef& def, T& part, const char* what,
+                             std::uint32_t index, const char* role)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
-    if (readNested(message, part)) {
+    if (readNested(message, part, def, index, role)) {
       return true;
     }
     log().logError(readerFunction, "Error unserializing on field [%s]%s", def.getName(), what);
@@ -275,13 +311,15 @@ std::optional<YMMessageBase> BodyReader::makeMapPart(const FieldDef& def, int wh
   const PackedReference reference = packedReference(def, which);
   if (reference.system == 0 || findClass(reference) == nullptr) {
     log().logError(readerFunction, "Error constructing map object : [%s]", def.getName());
+    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
     return std::nullopt;
   }
   return std::optional<YMMessageBase>(std::in_place, reference.system, reference.classIndex);
 }
 
 template <class Tag>
-bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename Tag::Value& map)
+bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename Tag::Value& map,
+                           std::uint32_t index)
 {
   using Key = typename Tag::Value::key_type;
   using Value = typename Tag::Value::mapped_type;
@@ -293,11 +331,16 @@ bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename
                                   : std::is_same_v<Key, std::string> ? "map<string> (Value)"
                                                                      : "map<string> (value)";
   const auto read = [&](Key& key, Value& value) {
-    if (!readMapPart(message, def, key, ofKey) || !readMapPart(message, def, value, ofValue)) {
+    if (!readMapPart(message, def, key, ofKey, index, ".key") ||
+        !readMapPart(message, def, value, ofValue, index, ".value")) {
       return false;
     }
+    const std::size_t before = map.size();
     // A writer puts the entries in the map's own order.
     map.emplace_hint(map.end(), std::move(key), std::move(value));
+    if (map.size() == before) {
+      tell(ProblemKind::GivenTwice, &def, "a key is given more than once; its first value counts");
+    }
     return true;
   };
   if constexpr (objectValue) {
@@ -337,6 +380,7 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
                    "= [%d]\nValue type = [%d]; received value type = [%d] ",
                    def.getName(), ownKeyCode, static_cast<int>(keyCode), ownValueCode,
                    static_cast<int>(valueCode));
+    tellEnd(ProblemKind::BufferCut, &def, "keys or values are not coded as those of the map");
     return false;
   }
   Map*& map = MessageAccess::pointer<Map>(message, def.slot);
@@ -347,10 +391,11 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
   const std::uint32_t count = pendingCount_;
   for (std::uint32_t i = 0; i < count; ++i) {
     if (in_.left() == 0) {
+      tellEnd(ProblemKind::BufferCut, &def, "the bytes end before an entry");
       in_.pass(1);  // fails
       return false;
     }
-    if (!readEntry<Tag>(message, def, *map)) {
+    if (!readEntry<Tag>(message, def, *map, i)) {
       return false;
     }
   }

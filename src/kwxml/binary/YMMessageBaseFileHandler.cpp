@@ -4,6 +4,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/platform/CYxCRC64.h>
 #include <kwxml/platform/CYxFile.h>
+#include <kwxml/reading/ReadObserver.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -46,6 +47,38 @@ struct Freed
 };
 
 }  // namespace
+
+namespace {
+
+/// Tells of places in the file.
+class InFile : public kwxml::ReadObserver
+{
+public:
+  InFile(kwxml::ReadObserver& observer, std::uint64_t begin) : observer_(observer), begin_(begin) {}
+  void met(const kwxml::Problem& problem) override
+  {
+    kwxml::Problem shifted = problem;
+    shifted.place.offset += begin_;
+    observer_.met(shifted);
+  }
+
+private:
+  kwxml::ReadObserver& observer_;
+  std::uint64_t begin_;
+};
+
+}  // namespace
+
+/// The message of a record that ends where the file stands.
+YMMessageBase* YMMessageBaseFileHandler::decode(BinaryBuffer& buffer)
+{
+  if (observer_ == nullptr) {
+    return BinarySerializer::unserialize(buffer, context_, false);
+  }
+  const auto end = static_cast<std::uint64_t>(std::max(file_->Tell(), 0LL));
+  InFile observer(*observer_, end - std::min<std::uint64_t>(end, buffer.length()));
+  return BinarySerializer::unserialize(buffer, context_, false, &observer);
+}
 
 // ---- Single records
 
@@ -121,7 +154,7 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
   if (buffer_.data() == nullptr) {
     return NoMemory;  // a record without bytes, in a buffer that never had any
   }
-  message = BinarySerializer::unserialize(buffer_, context_, false);
+  message = decode(buffer_);
   return Success;
 }
 
@@ -214,7 +247,7 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase
     }
     BinaryBuffer buffer;
     buffer.SetReadBuffer(bytes.get(), static_cast<unsigned long>(read), true);
-    if (YMMessageBase* message = BinarySerializer::unserialize(buffer, context_, false)) {
+    if (YMMessageBase* message = decode(buffer)) {
       messages.push_back(message);
     }
   }

@@ -21,6 +21,10 @@ class CYxFile;
 class KwXMLContextInfo;
 class YMMessageBase;
 
+namespace kwxml {
+class ReadObserver;
+}
+
 class YMMessageBaseFileHandler
 {
 public:
@@ -42,6 +46,9 @@ public:
   void setCRC(CYxCRC64* crc) { crc_ = crc; }
   /// What passwords are read with; null, as it is at first: default flags and no context. The caller's.
   void setContext(KwXMLContextInfo* context) { context_ = context; }
+  /// Who is told of what reading messages drops or bends, with offsets in the file; null, as it is at first:
+  /// nobody. The caller's.
+  void setObserver(kwxml::ReadObserver* observer) { observer_ = observer; }
 
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
   int AddObjectToFile(YMMessageBase& message, unsigned int& written);
@@ -61,5 +68,8 @@ private:
   CYxFile* file_ = nullptr;
   BinaryBuffer buffer_;
   CYxCRC64* crc_ = nullptr;
+  YMMessageBase* decode(BinaryBuffer& buffer);
+
   KwXMLContextInfo* context_ = nullptr;
+  kwxml::ReadObserver* observer_ = nullptr;
 };

@@ -21,19 +21,33 @@ XMLDecoder& XMLDecoder::getXMLDecoderObject()
 
 // Reading always uses default flags: what a text means does not depend on how its reader writes.
 
-int XMLDecoder::unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context) const
+namespace {
+
+XMLSerializer reader(KwXMLContextInfo* context, kwxml::ReadObserver* observer)
 {
-  return XMLSerializer(EncodingFlags(), context).unserialize(message, xml);
+  XMLSerializer serializer(EncodingFlags(), context);
+  serializer.setObserver(observer);
+  return serializer;
 }
 
-int XMLDecoder::unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context) const
+}  // namespace
+
+int XMLDecoder::unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context,
+                            kwxml::ReadObserver* observer) const
 {
-  return XMLSerializer(EncodingFlags(), context).unserialize(message, xml);
+  return reader(context, observer).unserialize(message, xml);
 }
 
-YMMessageBase* XMLDecoder::unSerialize(const std::string& xml, KwXMLContextInfo* context) const
+int XMLDecoder::unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context,
+                            kwxml::ReadObserver* observer) const
 {
-  return XMLSerializer(EncodingFlags(), context).unserialize(xml);
+  return reader(context, observer).unserialize(message, xml);
+}
+
+YMMessageBase* XMLDecoder::unSerialize(const std::string& xml, KwXMLContextInfo* context,
+                                       kwxml::ReadObserver* observer) const
+{
+  return reader(context, observer).unserialize(xml);
 }
 
 int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const
@@ -41,10 +55,10 @@ int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) 
   return BinarySerializer::unserialize(message, buffer, context_, false);
 }
 
-int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer,
-                                  KwXMLContextInfo* context) const
+int XMLDecoder::UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                  kwxml::ReadObserver* observer) const
 {
-  return BinarySerializer::unserialize(message, buffer, context, false);
+  return BinarySerializer::unserialize(message, buffer, context, false, observer);
 }
 
 YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer) const
@@ -52,9 +66,10 @@ YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer) const
   return BinarySerializer::unserialize(buffer, context_, false);
 }
 
-YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context) const
+YMMessageBase* XMLDecoder::UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                             kwxml::ReadObserver* observer) const
 {
-  return BinarySerializer::unserialize(buffer, context, false);
+  return BinarySerializer::unserialize(buffer, context, false, observer);
 }
 
 bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml,

@@ -13,6 +13,10 @@
 class BinaryBuffer;
 class KwXMLContextInfo;
 
+namespace kwxml {
+class ReadObserver;
+}
+
 class XMLDecoder
 {
 public:
@@ -27,19 +31,26 @@ public:
 
   /// Makes `message` what the text says. 0 on success; otherwise the message is as before (4: not
   /// well-formed; 5: any other reason, a message of another class among them), and the reason is logged.
-  int unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context = nullptr) const;
-  int unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context = nullptr) const;
+  /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Of wide text
+  /// lines and columns are those that it has.
+  int unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context = nullptr,
+                  kwxml::ReadObserver* observer = nullptr) const;
+  int unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context = nullptr,
+                  kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the text, which the caller owns; null on failure.
-  YMMessageBase* unSerialize(const std::string& xml, KwXMLContextInfo* context = nullptr) const;
+  YMMessageBase* unSerialize(const std::string& xml, KwXMLContextInfo* context = nullptr,
+                             kwxml::ReadObserver* observer = nullptr) const;
 
   /// Reads a message's binary form into `message`, whose class the header must name; see
   /// BinarySerializer::unserialize. 0 on success, -1 on failure. Passwords are read with the facade's
   /// context, or with the one given.
   int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const;
-  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context) const;
+  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
+                        kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the buffer, which the caller owns; null on failure.
   YMMessageBase* UnserializeBinary(BinaryBuffer& buffer) const;
-  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context) const;
+  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                   kwxml::ReadObserver* observer = nullptr) const;
 
   /// Makes a message from a tag name ("Demo_Status") in `*out`, which the caller owns. With `xml`, the text
   /// is parsed into it at once (`parseNow`) or kept as its serialized text. False, with `*out` null, on

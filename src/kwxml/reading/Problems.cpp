@@ -93,6 +93,21 @@ std::string nearest(std::string_view name, const _ClassDef* cls)
   return search.question();
 }
 
+/// Among the names of messages, which tags have too.
+std::string nearestClass(std::string_view name)
+{
+  NearestName search(name);
+  for (const MessageSystemRow& row : XML_KWMessage_MessageSystemChooser::msgSysStruct) {
+    for (int i = 0; row.name != nullptr && i < row.numberOfClasses; ++i) {
+      const _ClassDef& cls = row.classes[i];
+      if (!cls.isEnum()) {
+        search.consider(std::string(row.name) + "_" + className(&cls));
+      }
+    }
+  }
+  return search.question();
+}
+
 }  // namespace
 
 const char* nameOf(ProblemKind kind)
@@ -119,7 +134,9 @@ std::string describe(const Problem& problem)
     case ProblemKind::TextRescued:
       return remark.empty() ? nameOf(problem.kind) : remark;
     case ProblemKind::ClassUnknown:
-      return "no class for " + quoted(problem) + (remark.empty() ? "" : " (" + remark + ")");
+      return remark.empty()         ? "unknown class " + quoted(problem) + nearestClass(problem.text)
+             : problem.text.empty() ? remark
+                                    : quoted(problem) + ": " + remark;
     case ProblemKind::NotOfType:
       return problem.text.empty() ? "no " + typeName(problem.type)
                                   : quoted(problem) + " is no " + typeName(problem.type);

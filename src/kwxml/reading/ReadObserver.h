@@ -5,25 +5,22 @@
 // messages and log lines are the same; without one nothing is spent.
 #pragma once
 
-#include <kwxml/model/FieldTypes.h>
+#include <kwxml/model/Metadata.h>
 
 #include <cstdint>
 #include <string>
 #include <string_view>
-
-struct FieldDef;
-struct _ClassDef;
 
 namespace kwxml {
 
 enum class ProblemKind : std::uint8_t
 {
   // The reading ended: there is no message, or not all of it.
-  NotWellFormed,  ///< the text is no XML document, or one that is refused
-  ClassUnknown,   ///< the catalogue has no class of that name or tag, or the target is of another
-  TooDeep,        ///< messages or elements nest deeper than is read
-  BufferCut,      ///< the bytes end, or make no sense, before the message does
-              // A value is not what the text or the bytes say.
+  NotWellFormed,       ///< the text is no XML document, or one that is refused
+  ClassUnknown,        ///< the catalogue has no class of that name or tag, or the target is of another
+  TooDeep,             ///< messages or elements nest deeper than is read
+  BufferCut,           ///< the bytes end, or make no sense, before the message does
+                       // A value is not what the text or the bytes say.
   NotOfType,           ///< the text is no value, or not as a whole, of the field's type
   OutOfRange,          ///< the text is a number that the type does not hold
   EnumeratorUnknown,   ///< the enumeration has no such name or number
@@ -33,13 +30,13 @@ enum class ProblemKind : std::uint8_t
   ItemUnreadable,      ///< a list's item was left out
   PasswordUnreadable,  ///< a password was left out: it is wrong, or there is nothing to decrypt it with
                        // The value is kept nearly, or belongs to another version.
-  PrecisionLost,     ///< the number has more digits than the type keeps
-  AttributeUnknown,  ///< the class has no field of that name
-  ElementUnknown,    ///< the same, with all that the element holds
-  FieldUnknown,      ///< the same in the binary form, which knows fields by the hash of their name
-  WireCodeOther,     ///< the bytes are coded unlike the field's type, and were read as the type's
-  TrailingBytes,     ///< bytes behind the last field
-  TextRescued,       ///< a text was no UTF-8 and was taken as Latin-1
+  PrecisionLost,       ///< the number has more digits than the type keeps
+  AttributeUnknown,    ///< the class has no field of that name
+  ElementUnknown,      ///< the same, with all that the element holds
+  FieldUnknown,        ///< the same in the binary form, which knows fields by the hash of their name
+  WireCodeOther,       ///< the bytes are coded unlike the field's type, and were read as the type's
+  TrailingBytes,       ///< bytes behind the last field
+  TextRescued,         ///< a text was no UTF-8 and was taken as Latin-1
 };
 
 enum class Severity : std::uint8_t

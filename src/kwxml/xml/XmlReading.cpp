@@ -216,6 +216,12 @@ int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse par
       message = *read;  // keeps the caller's storage, and refuses another class
     }
   } catch (const KwException&) {
+    if (observer_ != nullptr) {
+      const std::string name = read->getTagName();
+      observer_->met({.kind = kwxml::ProblemKind::ClassUnknown,
+                      .text = name,
+                      .remark = "a message of another class is read into"});
+    }
     return parseFailed;
   }
   return 0;

@@ -120,6 +120,18 @@ std::uint32_t reference(const char*& p, const char* end)
 bool XmlScanner::accepts()
 {
   const char* p = begin_;
+  return checkDocument(p) && p == end_;
+}
+
+std::size_t XmlScanner::firstDocument()
+{
+  const char* p = begin_;
+  return static_cast<std::size_t>((checkDocument(p) ? p : end_) - begin_);
+}
+
+bool XmlScanner::checkDocument(const char*& p)
+{
+  depth_ = 0;
   if (!checkProlog(p) || !checkStartTag(p)) {
     return false;
   }
@@ -128,7 +140,7 @@ bool XmlScanner::accepts()
       return false;
     }
   }
-  return checkMiscellaneous(p) && p == end_;
+  return checkMiscellaneous(p);
 }
 
 bool XmlScanner::acceptsBeginning()

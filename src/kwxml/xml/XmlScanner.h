@@ -28,6 +28,10 @@ public:
   /// The same for what a parser sees that stops behind the start tag of the root.
   [[nodiscard]] bool acceptsBeginning();
 
+  /// How many bytes of the text the first of several documents takes, with layout and comments behind it; all
+  /// of them when that one is not accepted.
+  [[nodiscard]] std::size_t firstDocument();
+
   /// Tells the rules of an accepted document; false when they end the reading.
   [[nodiscard]] bool tell(MessageReader& reader);
   /// The start tag of the root alone.
@@ -39,6 +43,7 @@ public:
 
 private:
   // Checking. Each goes on behind what it has checked, and is false for what is not accepted.
+  bool checkDocument(const char*& p);
   bool checkProlog(const char*& p);
   bool checkDeclaration(const char*& p);
   bool checkMiscellaneous(const char*& p);

@@ -1,0 +1,29 @@
+// A message that is just what its text or bytes say, or the reasons why there is none.
+#pragma once
+
+#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/reading/Problems.h>
+
+#include <memory>
+#include <string>
+
+class BinaryBuffer;
+class KwXMLContextInfo;
+
+namespace kwxml {
+
+struct ReadResult
+{
+  std::unique_ptr<YMMessageBase> message;  ///< null when there was any problem
+  Problems problems;
+  explicit operator bool() const { return message != nullptr; }
+};
+
+/// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; who wants to tell
+/// errors from warnings gives XMLDecoder an observer. The context (null: none) concerns passwords. Errors are
+/// logged as by XMLDecoder.
+[[nodiscard]] ReadResult readStrict(const std::string& xml, KwXMLContextInfo* context = nullptr);
+/// Reads the binary form.
+[[nodiscard]] ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context = nullptr);
+
+}  // namespace kwxml
