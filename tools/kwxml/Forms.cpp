@@ -14,6 +14,7 @@
 #include <kwxml/platform/CYxFile.h>
 #include <kwxml/xml/XmlScanner.h>
 
+#include <ranges>
 #include <utility>
 
 namespace kwxml::tool {
@@ -415,12 +416,11 @@ std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& opti
 std::span<const Form> forms()
 {
   static constexpr Form table[] = {
-      // What the binary forms are told by never stands in XML.
+      {"xml", looksLikeXml, sourceOf<XmlSource>, xmlSink, false, true},
       {"binary", looksLike<InspectForm::Binary>, sourceOf<BinarySource>, binarySink<BinarySink>, false, true},
       {"records", looksLike<InspectForm::Records>, sourceOf<RecordsSource>, binarySink<RecordsSink>, true,
        true},
       {"batch", looksLike<InspectForm::Batch>, sourceOf<BatchSource>, binarySink<BatchSink>, true, true},
-      {"xml", looksLikeXml, sourceOf<XmlSource>, xmlSink, false, true},
       {"text", nullptr, nullptr, textSink, false, false},
       {"html", nullptr, nullptr, htmlSink, false, false},
       {"gui", nullptr, nullptr, guiSink, false, false},
@@ -440,7 +440,8 @@ const Form* findForm(std::string_view name)
 
 const Form& guessForm(std::string_view head, unsigned long long size)
 {
-  for (const Form& form : forms()) {
+  // XML last: what the binary forms are told by never stands in it.
+  for (const Form& form : std::views::reverse(forms())) {
     if (form.source != nullptr && form.looksLike(head, size)) {
       return form;
     }

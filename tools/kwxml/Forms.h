@@ -98,8 +98,9 @@ std::span<const Form> forms();
 const Form* findForm(std::string_view name);
 /// What a form is guessed from: the beginning of the input.
 inline constexpr std::size_t guessedBytes = 4096;
-/// The form that an input of `size` bytes looks like that begins with `head`. When it looks like none, the
-/// one whose reader says best what is wrong: XML for a text, the binary form for what holds a zero byte.
+/// The form that an input of `size` bytes looks like that begins with `head`, to all commands. When it looks
+/// like none, the one whose reader says best what is wrong: XML for a text, the binary form for what holds a
+/// zero byte.
 const Form& guessForm(std::string_view head, unsigned long long size);
 /// The names of the forms that can be read, or of those that can be written.
 std::vector<std::string> formNames(bool readable);

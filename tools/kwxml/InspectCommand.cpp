@@ -41,7 +41,7 @@ void run(const Options& options, LibraryLog& log)
   if (!form) {
     form = formNamed(guessForm(head, bytes.size()).name);
     if (!form) {
-      throw Failure(exitData, name + " is XML: only the binary forms are explained");
+      throw Failure(exitData, name + " is in no binary form; --from binary explains it all the same");
     }
   }
   const LibraryLog::Silence silence(log);  // the lines say what is wrong

@@ -41,11 +41,16 @@ bool decryptValue(const PasswordSettings& settings, int type, bstring& text)
   return true;
 }
 
+bool hasSession(const PasswordSettings& settings, int type)
+{
+  return !isSessionPasswordType(type) ||
+         (settings.context != nullptr && settings.context->getParam(messageInfoParameter) != nullptr);
+}
+
 /// False, with an error line, where a session type lacks its session.
 bool hasSession(const PasswordSettings& settings, const char* function, int type)
 {
-  if (!isSessionPasswordType(type) ||
-      (settings.context != nullptr && settings.context->getParam(messageInfoParameter) != nullptr)) {
+  if (hasSession(settings, type)) {
     return true;
   }
   log().logError(function,
@@ -177,6 +182,17 @@ std::optional<pstring> decryptPassword(const PasswordSettings& settings, const F
                 field.getName());
   }
   return kept;
+}
+
+const char* passwordObstacle(const PasswordSettings& settings, const FieldDef& field)
+{
+  const int type = AnnotationRecord(field.annotations).passwordType();
+  if (!hasSession(settings, type)) {
+    return "needs a session, which is not there";
+  }
+  return algorithmFor(PasswordDirection::Decrypt, type) == nullptr
+             ? "cannot be decrypted: there is no algorithm, or no key, for its type"
+             : "is damaged, or protected with another key";
 }
 
 int processPassword(const PasswordSettings& settings, bstring& value, bool reEncrypt)

@@ -64,6 +64,9 @@ struct PasswordSettings
 [[nodiscard]] std::optional<pstring> decryptPassword(const PasswordSettings& settings, const FieldDef& field,
                                                      const std::string& received);
 
+/// Why decryptPassword() has given nothing, for people: words that follow "the password".
+const char* passwordObstacle(const PasswordSettings& settings, const FieldDef& field);
+
 /// Decrypts a received password (base64 undone) in place. The type is that of the context, or the flags'
 /// targetPasswordType where that is 0. 0; 1, or passwordHandlerMissing without an algorithm, with `value`
 /// unchanged (one error line).

@@ -193,7 +193,7 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
   const AnnotationRecord annotations(def.annotations);
   if (!annotations.present()) {
     log().logError(readerFunction, "No Password annotation found on member : %s", def.getName());
-    tellEnd(ProblemKind::PasswordUnreadable, &def, "no annotation says how the password is protected");
+    tellEnd(ProblemKind::PasswordUnreadable, &def, "has no annotation that says how it is protected");
     return false;
   }
   const std::string received(raw.data, raw.size);
@@ -204,7 +204,7 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
     if (!password) {
       log().logError(readerFunction, "Password Handler Not Found while serializing pstring field [%s]",
                      def.getName());
-      tell(ProblemKind::PasswordUnreadable, &def, "the password cannot be decrypted");
+      tell(ProblemKind::PasswordUnreadable, &def, passwordObstacle({flags, call_.context}, def));
       return true;  // the field stays unset
     }
   } else {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 
 using kwxml::log;
 
@@ -80,6 +81,16 @@ YMMessageBase* YMMessageBaseFileHandler::decode(BinaryBuffer& buffer)
   return BinarySerializer::unserialize(buffer, context_, false, &observer);
 }
 
+/// Why no record can be read where the file stands.
+void YMMessageBaseFileHandler::tell(std::string_view why) const
+{
+  if (observer_ != nullptr) {
+    observer_->met({.kind = kwxml::ProblemKind::BufferCut,
+                    .place = {.offset = static_cast<std::uint64_t>(std::max(file_->Tell(), 0LL))},
+                    .remark = why});
+  }
+}
+
 // ---- Single records
 
 int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message)
@@ -131,6 +142,7 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
   }
   unsigned char prefix[prefixSize];
   if (file_->Read(prefix, prefixSize) != static_cast<long long>(prefixSize)) {
+    tell("the file ends within the length of a record");
     return ReadFailed;
   }
   const unsigned long length = static_cast<std::uint32_t>(prefix[0]) << 24 |
@@ -147,6 +159,7 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
       return NoMemory;
     }
     if (file_->Read(buffer_.data() + have, piece) != static_cast<long long>(piece)) {
+      tell("a record of " + std::to_string(length) + " bytes, more than are left");
       return ReadFailed;
     }
     have += piece;
@@ -215,6 +228,7 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase
     const unsigned long version = readNumber(*file_);
     if (version != batchVersion) {
       log().logError(function, "Unknown Binary Buffer Version :[%u]", static_cast<unsigned>(version));
+      tell("a batch of version " + std::to_string(version) + "; the one that is read is 1");
       return UnknownVersion;
     }
   }
@@ -243,6 +257,7 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase
     }
     if (read < static_cast<long long>(length)) {  // a part could pass for a message with fewer fields
       log().logError(function, "Failed to Read from YxFile, error=%s", "the record is cut short");
+      tell("a record of " + std::to_string(length) + " bytes where " + std::to_string(read) + " are left");
       return ReadFailed;
     }
     BinaryBuffer buffer;

@@ -14,6 +14,7 @@
 
 #include <kwxml/binary/BinaryBuffer.h>
 
+#include <string_view>
 #include <vector>
 
 class CYxCRC64;
@@ -69,6 +70,7 @@ private:
   BinaryBuffer buffer_;
   CYxCRC64* crc_ = nullptr;
   YMMessageBase* decode(BinaryBuffer& buffer);
+  void tell(std::string_view why) const;
 
   KwXMLContextInfo* context_ = nullptr;
   kwxml::ReadObserver* observer_ = nullptr;

@@ -70,11 +70,18 @@ std::string quoted(const Problem& problem)
   return "'" + bounded(problem.text, longestQuote) + "'";
 }
 
-/// Some types have no name in a schema listing.
+bool hasValues(FieldDataType type)
+{
+  return fieldTypeInfo(type).storage != Storage::None || type == FIELD_INT64;  // a part of a map's entry
+}
+
+/// Of a type with values; some have no name in a schema listing.
 std::string typeName(FieldDataType type)
 {
-  const char* text = fieldTypeInfo(type).text;
-  return text != nullptr ? text : type == FIELD_INT64 ? "longlong" : "value of type " + std::to_string(type);
+  const FieldTypeInfo& info = fieldTypeInfo(type);
+  return info.text != nullptr          ? info.text
+         : info.element != FIELD_UNSET ? "list<" + typeName(info.element) + ">"
+                                       : "longlong";
 }
 
 std::string className(const _ClassDef* cls)
@@ -88,21 +95,6 @@ std::string nearest(std::string_view name, const _ClassDef* cls)
   if (cls != nullptr) {
     for (const FieldDef& def : *cls) {
       search.consider(def.getName());
-    }
-  }
-  return search.question();
-}
-
-/// Among the names of messages, which tags have too.
-std::string nearestClass(std::string_view name)
-{
-  NearestName search(name);
-  for (const MessageSystemRow& row : XML_KWMessage_MessageSystemChooser::msgSysStruct) {
-    for (int i = 0; row.name != nullptr && i < row.numberOfClasses; ++i) {
-      const _ClassDef& cls = row.classes[i];
-      if (!cls.isEnum()) {
-        search.consider(std::string(row.name) + "_" + className(&cls));
-      }
     }
   }
   return search.question();
@@ -128,18 +120,18 @@ std::string describe(const Problem& problem)
     case ProblemKind::TooDeep:
     case ProblemKind::BufferCut:
     case ProblemKind::EntryIncomplete:
-    case ProblemKind::PasswordUnreadable:
     case ProblemKind::WireCodeOther:
     case ProblemKind::TrailingBytes:
     case ProblemKind::TextRescued:
       return remark.empty() ? nameOf(problem.kind) : remark;
     case ProblemKind::ClassUnknown:
-      return remark.empty()         ? "unknown class " + quoted(problem) + nearestClass(problem.text)
-             : problem.text.empty() ? remark
-                                    : quoted(problem) + ": " + remark;
+      return remark.empty() ? "unknown class " + quoted(problem) : remark;
     case ProblemKind::NotOfType:
-      return problem.text.empty() ? "no " + typeName(problem.type)
-                                  : quoted(problem) + " is no " + typeName(problem.type);
+      if (!remark.empty()) {
+        return (problem.text.empty() ? "" : quoted(problem) + ": ") + remark;
+      }
+      return hasValues(problem.type) ? quoted(problem) + " is no " + typeName(problem.type)
+                                     : quoted(problem) + " is given for a field without values";
     case ProblemKind::OutOfRange:
       return quoted(problem) + " is out of the range of " + typeName(problem.type) +
              (remark.empty() ? "" : ": " + remark);
@@ -156,6 +148,8 @@ std::string describe(const Problem& problem)
                                   : "text " + quoted(problem) + " where no value stands";
     case ProblemKind::ItemUnreadable:
       return problem.text.empty() ? "an item cannot be read" : "an item cannot be read: " + quoted(problem);
+    case ProblemKind::PasswordUnreadable:
+      return "the password " + (remark.empty() ? "cannot be read" : remark);
     case ProblemKind::PrecisionLost:
       return quoted(problem) + " has more digits than a " + typeName(problem.type) + " keeps";
     case ProblemKind::AttributeUnknown:

@@ -122,8 +122,10 @@ bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
   const bool found = findRoot(name, system, index);
   if (!found || (target_ != nullptr && target_->getClass() != findClass(system, index))) {
     log().logError(startFunction, "Unable to construct object out of tag : [%s]", std::string(name).c_str());
-    tell(ProblemKind::ClassUnknown,
-         {.text = name, .remark = found ? "a message of another class is read into" : ""});
+    if (observer_ != nullptr) {
+      const std::string why = found ? "a message of another class is read into" : describeUnknownRoot(name);
+      tell(ProblemKind::ClassUnknown, {.text = name, .remark = why});
+    }
     return false;
   }
   if (target_ != nullptr) {
@@ -206,7 +208,7 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
       entries_.emplace_back(&def);
       lastMapName_ = def.getName();
       frames_.push_back({Kind::MapEntry, &def});
-      checkOthers(attributes, false);
+      checkOthers(def, attributes, false);
       return true;
     } else {
       bool hasValue = false;
@@ -221,7 +223,7 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
           }
         }
       }
-      checkOthers(attributes, hasValue);
+      checkOthers(def, attributes, hasValue);
       frames_.push_back({hasValue ? Kind::Done : Kind::Scalar, &def});
       return true;
     }
@@ -265,7 +267,7 @@ bool MessageReader::startMapPart(bool isKey, std::string_view name, XmlAttribute
       frames_.back().hasValue = true;
     }
   }
-  checkOthers(attributes, frames_.back().hasValue);
+  checkOthers(def, attributes, frames_.back().hasValue);
   return true;
 }
 
@@ -320,7 +322,6 @@ void MessageReader::endElement(std::string_view name)
     return;  // no element is open
   }
   const Frame frame = frames_.back();
-  frames_.pop_back();
   inText_ = true;
   switch (frame.kind) {
     case Kind::Skipped:
@@ -345,6 +346,8 @@ void MessageReader::endElement(std::string_view name)
     case Kind::MapPart:
       if (!frame.hasValue) {
         storeMapPart(entries_.back(), frame.isKey, text_);
+      } else if (observer_ != nullptr) {
+        reportText(text_);
       }
       break;
     case Kind::MapEntry:
@@ -363,6 +366,7 @@ void MessageReader::endElement(std::string_view name)
       break;
   }
   inText_ = false;
+  frames_.pop_back();
   text_.clear();
 }
 

@@ -179,17 +179,17 @@ private:
     }
   }
   /// Attributes where only the one with a value counts, if any.
-  void checkOthers(XmlAttributes attributes, bool valueIsRead)
+  void checkOthers(const FieldDef& def, XmlAttributes attributes, bool valueIsRead)
   {
     if (observer_ != nullptr) [[unlikely]] {
-      reportOthers(attributes, valueIsRead);
+      reportOthers(def, attributes, valueIsRead);
     }
   }
   void report(ProblemKind kind, const Met& met);
   void reportUnfit(const FieldDef& def, FieldDataType type, std::string_view text);
   void reportEnumerator(const FieldDef& def, std::string_view text);
   void reportGiven(const FieldDef& def);
-  void reportOthers(XmlAttributes attributes, bool valueIsRead);
+  void reportOthers(const FieldDef& def, XmlAttributes attributes, bool valueIsRead);
   void reportText(std::string_view text);
   void reportIncomplete(const Entry& entry);
   void appendEntry(std::string& path, const Entry& entry, std::size_t frame) const;

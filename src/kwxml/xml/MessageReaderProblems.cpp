@@ -146,9 +146,12 @@ void MessageReader::report(ProblemKind kind, const Met& met)
 void MessageReader::reportUnfit(const FieldDef& def, FieldDataType type, std::string_view text)
 {
   const std::string_view value = withoutBlanks(text);
-  switch (fitOf(type, text)) {
+  const TextFit fit = fitOf(type, text);
+  const FieldDataType element = fieldTypeInfo(type).element;
+  type = element != FIELD_UNSET ? element : type;
+  switch (fit) {
     case TextFit::Whole:
-      if (type == FIELD_LIST_ENUM) {
+      if (def.type == FIELD_LIST_ENUM) {
         reportEnumerator(def, text);
       }
       break;
@@ -158,7 +161,7 @@ void MessageReader::reportUnfit(const FieldDef& def, FieldDataType type, std::st
     case TextFit::OutOfRange:
       tell(ProblemKind::OutOfRange, {.field = &def,
                                      .text = value,
-                                     .remark = (type == FIELD_ULONG || type == FIELD_ULONGLONG) &&
+                                     .remark = (def.type == FIELD_ULONG || def.type == FIELD_ULONGLONG) &&
                                                        fitOf(FIELD_LIST_ULONGLONG, value) == TextFit::Whole
                                                    ? "the greatest value that is kept is 9223372036854775807"
                                                    : "",
@@ -213,14 +216,20 @@ void MessageReader::reportGiven(const FieldDef& def)
   given[position] = true;
 }
 
-void MessageReader::reportOthers(XmlAttributes attributes, bool valueIsRead)
+void MessageReader::reportOthers(const FieldDef& def, XmlAttributes attributes, bool valueIsRead)
 {
   for (const XmlAttribute& attribute : attributes) {
-    if (!std::exchange(valueIsRead, valueIsRead && attribute.name != "val")) {
-      attribute_ = &attribute;
-      tell(ProblemKind::AttributeUnknown, {.text = attribute.name});
-      attribute_ = nullptr;
+    const bool isValue = attribute.name == "val";
+    if (isValue && valueIsRead) {
+      continue;
     }
+    attribute_ = &attribute;
+    if (isValue) {
+      tell(ProblemKind::StrayText, {.field = &def, .text = attribute.value});
+    } else {
+      tell(ProblemKind::AttributeUnknown, {.text = attribute.name});
+    }
+    attribute_ = nullptr;
   }
 }
 

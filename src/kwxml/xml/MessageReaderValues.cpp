@@ -261,7 +261,8 @@ bool MessageReader::store(const FieldDef& def, std::string_view text, const char
       if (!password) {
         log().logError(function, "Password Handler Not Found while serializing bstring field [%s]",
                        def.getName());
-        tell(ProblemKind::PasswordUnreadable, {.field = &def, .remark = "the password cannot be decrypted"});
+        tell(ProblemKind::PasswordUnreadable,
+             {.field = &def, .remark = passwordObstacle({flags_, context_}, def)});
         return false;
       }
       message.setpstringobject(def.fieldNumber, def.slot, *password,

@@ -1,6 +1,9 @@
 #include <kwxml/xml/RootName.h>
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/text/NearestName.h>
+#include <kwxml/text/ShownText.h>
+#include <kwxml/text/Utf8.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 
 #include <array>
@@ -35,6 +38,23 @@ std::string rootElementName(int system, const _ClassDef& cls)
       system == monitoringSystem && XMLSerializationSupport::checkIfSystemMonitoringMessage(cls.classId);
   const char* name = renamed ? monitoringRoot : XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
   return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
+}
+
+std::string describeUnknownRoot(std::string_view name)
+{
+  NearestName nearest(name);
+  for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+    const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+    for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
+      const _ClassDef& cls = row.classes[index];
+      if (cls.name != nullptr && !cls.isEnum()) {
+        nearest.consider(std::string(row.name) + "_" + cls.name);
+        nearest.consider(rootElementName(system, cls));
+      }
+    }
+  }
+  return "unknown class '" + shown(name.substr(0, utf8Cut(name, longestTypedName))) +
+         (name.size() > longestTypedName ? "..." : "") + "'" + nearest.question();
 }
 
 bool findRoot(std::string_view name, short& system, int& classIndex)

@@ -17,4 +17,7 @@ std::string rootElementName(int system, const _ClassDef& cls);
 /// Thread-safe.
 [[nodiscard]] bool findRoot(std::string_view name, short& system, int& classIndex);
 
+/// A sentence for people about a name that findRoot() does not find, with the nearest one that it does.
+std::string describeUnknownRoot(std::string_view name);
+
 }  // namespace kwxml
