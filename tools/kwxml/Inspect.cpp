@@ -49,13 +49,6 @@ std::string quoted(std::string_view text)
   return out + "\"" + (text.empty() ? "" : "..+" + std::to_string(text.size()));
 }
 
-/// "Demo_Status"; names of the catalogue are printable.
-std::string tagName(int system, const _ClassDef& cls)
-{
-  const char* name = XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
-  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
-}
-
 std::string codeName(std::uint32_t code)
 {
   switch (code) {
@@ -303,7 +296,7 @@ private:
       system_ = system;
       cls_ = findClass(system_, index);
     }
-    show("tag " + hex(tag, 8) + (cls_ != nullptr ? " " + tagName(system_, *cls_) : ", no class"));
+    show("tag " + hex(tag, 8) + (cls_ != nullptr ? " " + tagNameOf(system_, *cls_) : ", no class"));
     return cls_ != nullptr || fail("no class has this tag");
   }
 
@@ -583,7 +576,7 @@ private:
       return false;
     }
     const std::uint64_t end = in_.position() + size;
-    show(label + tagName(reference.system, *cls) + ", size " + std::to_string(size) +
+    show(label + tagNameOf(reference.system, *cls) + ", size " + std::to_string(size) +
          (end > outer.end ? ", cut to that of the message around" : ""));
     ++depth_;
     if (!body(*cls, reference.system, std::min(end, outer.end))) {

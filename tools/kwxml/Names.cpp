@@ -40,7 +40,7 @@ std::size_t editDistance(std::string_view a, std::string_view b)
   return last[b.size()];
 }
 
-/// Calls visit(system index, class index, row, class) for every class with a name.
+/// Calls visit(system index, class) for every class with a name.
 template <class Visit>
 void forEachClass(Visit visit)
 {
@@ -49,7 +49,7 @@ void forEachClass(Visit visit)
     for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
       const _ClassDef& cls = row.classes[index];
       if (cls.name != nullptr && *cls.name != '\0') {
-        visit(system, index, row, cls);
+        visit(system, cls);
       }
     }
   }
@@ -99,18 +99,16 @@ std::vector<std::string> systemNames()
 std::vector<std::string> tagNames()
 {
   std::vector<std::string> names;
-  forEachClass([&](int, int, const MessageSystemRow& row, const _ClassDef& cls) {
-    names.push_back(std::string(row.name) + "_" + cls.name);
-  });
+  forEachClass([&](int system, const _ClassDef& cls) { names.push_back(tagNameOf(system, cls)); });
   return names;
 }
 
 std::vector<std::string> rootNames()
 {
   std::vector<std::string> names;
-  forEachClass([&](int system, int, const MessageSystemRow& row, const _ClassDef& cls) {
+  forEachClass([&](int system, const _ClassDef& cls) {
     if (!cls.isEnum()) {
-      names.push_back(std::string(row.name) + "_" + cls.name);
+      names.push_back(tagNameOf(system, cls));
       if (std::string root = rootElementName(system, cls); root != names.back()) {
         names.push_back(std::move(root));
       }

@@ -17,8 +17,7 @@ std::string rootElementName(int system, const _ClassDef& cls)
 {
   const bool renamed =
       system == monitoringSystem && XMLSerializationSupport::checkIfSystemMonitoringMessage(cls.classId);
-  const char* name = renamed ? monitoringRoot : XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
-  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
+  return renamed ? std::string(monitoringRoot) + "_" + cls.name : tagNameOf(system, cls);
 }
 
 bool findRoot(const std::string& name, short& system, int& classIndex)
