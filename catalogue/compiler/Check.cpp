@@ -27,8 +27,6 @@ constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
 // dozens.
 constexpr std::size_t maxConstructedObjects = 10000;
 
-// The one class that an eager message never builds when it is made.
-
 class Checker
 {
 public:
@@ -262,7 +260,7 @@ private:
     std::size_t objects = 0;  // within the outermost one; at most one above the limit
   };
 
-  void addInner(Construction& outer, const Construction& inner)
+  static void addInner(Construction& outer, const Construction& inner)
   {
     outer.refused = outer.refused || inner.refused;
     outer.depth = std::max(outer.depth, inner.depth + 1);

@@ -22,6 +22,7 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <system_error>
 
 namespace kwxml::catalogue {
 namespace {
@@ -294,7 +295,7 @@ std::optional<std::string> readFile(const std::string& path, std::string& error)
   } catch (const std::ios_base::failure&) {
     // The buffer's own report of a failed read, such as that of a directory.
   }
-  error = errno != 0 ? std::strerror(errno) : "it cannot be read";
+  error = errno != 0 ? std::generic_category().message(errno) : "it cannot be read";
   return std::nullopt;
 }
 

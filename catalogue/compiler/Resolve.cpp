@@ -3,6 +3,7 @@
 #include "Stages.h"
 
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <unordered_map>
 
@@ -171,8 +172,7 @@ private:
     Floating value = 0;
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value);
-    // The negated comparison also refuses the texts of infinities and of not-a-number.
-    if (result.ec != std::errc() || result.ptr != end || !(value - value == 0)) {
+    if (result.ec != std::errc() || result.ptr != end || !std::isfinite(value)) {
       return std::nullopt;
     }
     return text;

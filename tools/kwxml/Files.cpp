@@ -8,8 +8,8 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <system_error>
 
 namespace kwxml::tool {
 
@@ -17,7 +17,7 @@ namespace {
 
 [[noreturn]] void failed(const std::string& what, const std::string& name, int error)
 {
-  throw Failure(exitData, what + " " + name + ": " + std::strerror(error));
+  throw Failure(exitData, what + " " + name + ": " + std::generic_category().message(error));
 }
 
 /// A file descriptor that is closed in the end.

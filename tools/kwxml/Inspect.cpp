@@ -49,13 +49,6 @@ std::string quoted(std::string_view text)
   return out + "\"" + (text.empty() ? "" : "..+" + std::to_string(text.size()));
 }
 
-/// "Demo_Status"; names of the catalogue are printable.
-std::string tagName(unsigned system, const _ClassDef& cls)
-{
-  const char* name = XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
-  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
-}
-
 std::string codeName(std::uint32_t code)
 {
   switch (code) {
@@ -86,7 +79,7 @@ template <class T>
 std::string numberText(FieldDataType type, const FieldDef& def, T value)
 {
   char text[64];
-  const std::string decimal(text, std::to_chars(text, text + sizeof text, value).ptr);
+  std::string decimal(text, std::to_chars(text, text + sizeof text, value).ptr);
   if constexpr (std::is_integral_v<T>) {
     if (type == FIELD_BOOL && (value == 0 || value == 1)) {
       return value == 1 ? "true" : "false";
@@ -300,14 +293,14 @@ private:
     short system = 0;
     int index = 0;
     if (YMMessageBase::getIndicesFromTagID(system, index, tag)) {
-      system_ = static_cast<unsigned>(system);
-      cls_ = findClass(system_, static_cast<unsigned>(index));
+      system_ = system;
+      cls_ = findClass(system_, index);
     }
-    show("tag " + hex(tag, 8) + (cls_ != nullptr ? " " + tagName(system_, *cls_) : ", no class"));
+    show("tag " + hex(tag, 8) + (cls_ != nullptr ? " " + tagNameOf(system_, *cls_) : ", no class"));
     return cls_ != nullptr || fail("no class has this tag");
   }
 
-  bool body(const _ClassDef& cls, unsigned system, std::uint64_t end)
+  bool body(const _ClassDef& cls, int system, std::uint64_t end)
   {
     if (nesting_ >= maxMessageNesting) {
       return fail("messages nest deeper than " + std::to_string(maxMessageNesting));
@@ -583,7 +576,7 @@ private:
       return false;
     }
     const std::uint64_t end = in_.position() + size;
-    show(label + tagName(reference.system, *cls) + ", size " + std::to_string(size) +
+    show(label + tagNameOf(reference.system, *cls) + ", size " + std::to_string(size) +
          (end > outer.end ? ", cut to that of the message around" : ""));
     ++depth_;
     if (!body(*cls, reference.system, std::min(end, outer.end))) {
@@ -610,7 +603,7 @@ private:
   bool secret_ = false;
   std::string reason_;
   int version_ = 0;
-  unsigned system_ = 0;
+  int system_ = 0;
   const _ClassDef* cls_ = nullptr;
 };
 

@@ -12,7 +12,7 @@ namespace kwxml::tool {
 
 namespace {
 
-/// Calls visit(system index, class index, row, class) for every class with a name.
+/// Calls visit(system index, class) for every class with a name.
 template <class Visit>
 void forEachClass(Visit visit)
 {
@@ -21,7 +21,7 @@ void forEachClass(Visit visit)
     for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
       const _ClassDef& cls = row.classes[index];
       if (cls.name != nullptr && *cls.name != '\0') {
-        visit(system, index, row, cls);
+        visit(system, cls);
       }
     }
   }
@@ -59,9 +59,7 @@ std::vector<std::string> systemNames()
 std::vector<std::string> tagNames()
 {
   std::vector<std::string> names;
-  forEachClass([&](int, int, const MessageSystemRow& row, const _ClassDef& cls) {
-    names.push_back(std::string(row.name) + "_" + cls.name);
-  });
+  forEachClass([&](int system, const _ClassDef& cls) { names.push_back(tagNameOf(system, cls)); });
   return names;
 }
 

@@ -75,7 +75,7 @@ void hand(KwThreadPool* pool, std::unique_ptr<messageContainer> record)
 {
   if (pool != nullptr && !ending && pool->getCurrentAvailableThreadCount() != 0 &&
       pool->doWork(XmlLoggerHelper::writeThroughThreadPoolFunc, record.get()) != KwThreadPool::kRefused) {
-    record.release();  // the worker's now
+    static_cast<void>(record.release());  // the worker's now
     return;
   }
   // Refused work would be a lost line: others have taken the place since the pool was asked.

@@ -71,7 +71,7 @@ public:
                          const char* format, BinaryBuffer* buffer, va_list args);
 
   /// Renders and writes the line of a messageContainer and frees it. 0; 1 for null.
-  static int writeThroughTreadPool(void* record);
+  static int writeThroughTreadPool(void* work);
   /// The same as work of a pool; returns null.
   static void* writeThroughThreadPoolFunc(void* record);
   /// Frees the record, or keeps it for another line: at most 40 records of at most 64 KB.

@@ -75,7 +75,7 @@ struct XMLMetaData::Collector
   void message(YMMessageBase& message, Range entries);
   void field(YMMessageBase& message, const FieldDef& def, Range entries);
   /// Steps into the nested message of a field, whose XPath ends with its name.
-  void nested(YMMessageBase& message, const FieldDef& def, Range entries);
+  void nested(YMMessageBase& holder, const FieldDef& def, Range entries);
 };
 
 void XMLMetaData::Collector::nested(YMMessageBase& holder, const FieldDef& def, Range entries)

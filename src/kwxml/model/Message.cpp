@@ -155,6 +155,7 @@ YMMessageBase::YMMessageBase(YMMessageBase&& source) noexcept : YMMessageBase()
   kwxml::MessageLife::takeOver(*this, source);
 }
 
+// NOLINTNEXTLINE(*-noexcept-move-constructor,*-exception-escape): throws where a copy would
 YMMessageBase& YMMessageBase::operator=(YMMessageBase&& source)
 {
   if (class_ != nullptr && (class_ != source.class_ || buffer_.isExternal())) {

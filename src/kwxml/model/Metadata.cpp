@@ -27,6 +27,12 @@ const _ClassDef* findClass(int system, int classIndex)
   return classIndex >= 0 && classIndex < r.numberOfClasses ? &r.classes[classIndex] : nullptr;
 }
 
+std::string tagNameOf(int system, const _ClassDef& cls)
+{
+  const char* name = row(static_cast<unsigned>(system)).name;
+  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
+}
+
 const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash)
 {
   for (const FieldDef& def : cls) {
@@ -265,7 +271,7 @@ std::string YMMessageBase::getTagName() const
   if (class_ == nullptr) {
     return {};
   }
-  return getSubsystemName() + "_" + (class_->name != nullptr ? class_->name : "");
+  return kwxml::tagNameOf(system_, *class_);
 }
 
 std::string YMMessageBase::getSubsystemName() const
@@ -282,11 +288,10 @@ std::string YMMessageBase::getTagNameFromTagID(unsigned long tag)
     return {};
   }
   const _ClassDef* cls = kwxml::findClass(system, index);
-  const char* systemName = row(static_cast<unsigned>(system)).name;
-  if (cls == nullptr || systemName == nullptr) {
+  if (cls == nullptr || row(static_cast<unsigned>(system)).name == nullptr) {
     return {};
   }
-  return std::string(systemName) + "_" + (cls->name != nullptr ? cls->name : "");
+  return kwxml::tagNameOf(system, *cls);
 }
 
 bool YMMessageBase::getNumberOfFields(unsigned long tag, int& count)

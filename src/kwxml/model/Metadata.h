@@ -208,6 +208,9 @@ constexpr unsigned long tagOf(int system, const _ClassDef& cls)
   return static_cast<unsigned long>(system) << 24 | cls.classId;
 }
 
+/// The tag name of a class of a system: the names of both with "_" between them.
+std::string tagNameOf(int system, const _ClassDef& cls);
+
 /// Whether messages of a system, which is one of the registry's, build their nested messages when they are
 /// made.
 inline bool isEager(int system)

@@ -60,7 +60,7 @@ public:
   YMMessageBase& operator=(const YMMessageBase& source);
   /// The same by taking over, without copying and without throwing. Throws (and logs) only where a copy
   /// would, and copies where the target's values lie in storage of the caller.
-  YMMessageBase& operator=(YMMessageBase&& source);
+  YMMessageBase& operator=(YMMessageBase&& source);  // NOLINT(*-noexcept-move-constructor,*-exception-escape)
 
   /// Gives a message its class and storage, as the constructors do. What it held before is destroyed.
   void initialize(int system, int classIndex, bool external, long long* buffer, int size);

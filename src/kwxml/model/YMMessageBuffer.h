@@ -63,7 +63,8 @@ public:
   /// Where slot 0 would lie if the slots that are not inline went on to the front.
   long long* heapBase() noexcept
   {
-    return reinterpret_cast<long long*>(reinterpret_cast<std::uintptr_t>(heap_) -
+    // As a number: a pointer may not point before its array.
+    return reinterpret_cast<long long*>(reinterpret_cast<std::uintptr_t>(heap_) -  // NOLINT(*-no-int-to-ptr)
                                         static_cast<std::uintptr_t>(inlineCount_) * sizeof(long long));
   }
   /// Takes over the other's storage and bytes and leaves it empty. Objects in inline slots are moved as

@@ -57,7 +57,7 @@ void appendShownCharacter(std::string& out, std::uint32_t character, std::string
     return;
   }
   char digits[8];
-  const auto end = std::to_chars(digits, digits + sizeof digits, character, 16).ptr;
+  char* const end = std::to_chars(digits, digits + sizeof digits, character, 16).ptr;
   out.append("\\u{").append(digits, end) += '}';
 }
 

@@ -48,7 +48,7 @@ void appendItem(std::string& text, bool& first, std::string_view item)
 
 std::string enumeratorText(const _ClassDef* enumeration, int value)
 {
-  const std::string name = enumeration != nullptr ? XMLDecoder::getEnumString(*enumeration, value) : "";
+  std::string name = enumeration != nullptr ? XMLDecoder::getEnumString(*enumeration, value) : "";
   if (!name.empty()) {
     const FieldDef* enumerator = findEnumerator(enumeration, value);
     Annotation::Text text;

@@ -36,8 +36,7 @@ std::string rootElementName(int system, const _ClassDef& cls)
 {
   const bool renamed =
       system == monitoringSystem && XMLSerializationSupport::checkIfSystemMonitoringMessage(cls.classId);
-  const char* name = renamed ? monitoringRoot : XML_KWMessage_MessageSystemChooser::msgSysStruct[system].name;
-  return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
+  return renamed ? std::string(monitoringRoot) + "_" + cls.name : tagNameOf(system, cls);
 }
 
 std::string describeUnknownRoot(std::string_view name)
@@ -48,7 +47,7 @@ std::string describeUnknownRoot(std::string_view name)
     for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
       const _ClassDef& cls = row.classes[index];
       if (cls.name != nullptr && !cls.isEnum()) {
-        nearest.consider(std::string(row.name) + "_" + cls.name);
+        nearest.consider(tagNameOf(system, cls));
         nearest.consider(rootElementName(system, cls));
       }
     }

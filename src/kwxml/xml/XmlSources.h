@@ -17,7 +17,7 @@ inline constexpr const char16_t* sourceName = u"unknown";
 inline bool toUtf16(const wchar_t* text, std::u16string& out)
 {
   for (; *text != 0; ++text) {
-    const auto c = static_cast<std::uint32_t>(*text);
+    const auto c = static_cast<char32_t>(*text);
     if (c >= 0x110000) {
       return false;
     }
