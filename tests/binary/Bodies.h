@@ -4,12 +4,11 @@
 // hash of the field's name, and the code.
 #pragma once
 
-#include "binary/Hex.h"
+#include "support/Hex.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 
 #include <kwxml/binary/BinarySerializer.h>
-#include <kwxml/model/MessageInternal.h>
 
 #include <gtest/gtest.h>
 
@@ -109,18 +108,6 @@ inline int decodeBody(YMMessageBase& m, const std::string& text, bool merge = fa
 inline YMMessageBase allTypes()
 {
   return make("Types_AllTypes");
-}
-
-template <class T>
-T& object(YMMessageBase& m, const std::string& name)
-{
-  const FieldDef& def = field(m, name);
-  T*& value = MessageAccess::pointer<T>(m, def.slot);
-  if (value == nullptr) {
-    value = new T;
-  }
-  MessageAccess::mark(m, def);
-  return *value;
 }
 
 }  // namespace kwxml::test

@@ -1,6 +1,6 @@
 // Every type of field as bytes, in both directions, and bodies as others may have written them.
 #include "binary/Bodies.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
 
 #include <kwxml/codec/XMLDecoder.h>
 
@@ -11,7 +11,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string rows = "binary/bodies.rows";
+const std::string rows = "binary/bodies.cases";
 
 /// A collection without items.
 void makeEmpty(YMMessageBase& m, const FieldDef& def)
@@ -59,8 +59,7 @@ TEST(BinaryBytes, EveryTypeBothWays)
     YMMessageBase copy = allTypes();
     EXPECT_EQ(decode(copy, whole), 0);
     const std::string back = bodyHex(copy);
-    return back == body ? Lines{folded(body)}
-                        : Lines{folded(body), "back: " + (back.empty() ? "nothing" : folded(back))};
+    return folded(body) + (back == body ? "" : "\nback: " + (back.empty() ? "nothing" : folded(back)));
   });
 }
 
@@ -70,7 +69,7 @@ TEST(BinaryBytes, OddBodiesAreReadAsTheFormHasThem)
     YMMessageBase m = allTypes();
     const int result = decodeBody(m, cells[0]);
     const std::string body = folded(bodyHex(m));
-    return result == 0 ? Lines{body} : Lines{body, result == -1 ? "fails" : std::to_string(result)};
+    return body + (result == 0 ? "" : result == -1 ? "\nfails" : "\n" + std::to_string(result));
   });
 }
 

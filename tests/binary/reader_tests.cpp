@@ -2,7 +2,7 @@
 #include "binary/Bodies.h"
 #include "platform/TempDirectory.h"
 #include "support/AllocationCounter.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
 #include "support/SmallStack.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
@@ -21,7 +21,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string logs = "binary/log.rows";
+const std::string logs = "binary/log.cases";
 
 std::unique_ptr<YMMessageBase> create(const std::string& bytes, KwXMLContextInfo* context = nullptr)
 {
@@ -54,7 +54,7 @@ TEST(BinaryReader, HeadersThatDoNotFit)
 TEST(BinaryReader, VersionWords)
 {
   // Version words: with the flag the low 16 bits, as a signed remainder; without it the whole word.
-  expectRows("binary/bodies.rows", "version words", [](const Lines& cells) {
+  expectRows("binary/bodies.cases", "version words", [](const Lines& cells) {
     std::string bytes = fromHex(cells[0]) + "1234";
     BinaryStream in(bytes.data(), bytes.size());
     int version = 0;
@@ -251,12 +251,6 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   ASSERT_TRUE(kwxml::createKeyFile(directory / "key", error));
   setenv("KWXML_SETTINGS",
          directory.write("settings", "[Password]\nkeyfile = " + directory / "key\n").c_str(), 1);
-  const auto setPassword = [](YMMessageBase& m, const std::string& name, const pstring& value) {
-    const FieldDef& def = field(m, name);
-    m.setpstringobject(def.fieldNumber, def.slot, value,
-                       static_cast<Annotation::PasswordEncryptType>(value.getEncryptionType()), m.getTagID(),
-                       def.hash);
-  };
   YMMessageBase m = make("Types_Annotated");
   m.wipeBitset();
   setPassword(m, "password1", pstring("plain"));

@@ -4,10 +4,10 @@
 
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
-#include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
 #include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -23,18 +23,6 @@ using namespace std::string_literals;
 namespace {
 
 constexpr short inventory = 12;
-
-YMMessageBase& child(YMMessageBase& m, const char* name)
-{
-  const FieldDef& def = field(m, name);
-  auto*& held = kwxml::MessageAccess::pointer<YMMessageBase>(m, def.slot);
-  if (held == nullptr) {
-    const auto reference = kwxml::packedReference(def);
-    held = new YMMessageBase(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
-  }
-  kwxml::MessageAccess::mark(m, def);
-  return *held;
-}
 
 YMMessageBase stock()
 {
@@ -83,7 +71,7 @@ bool hasText(FieldDataType type)
 
 TEST(XPathGet, CollectsValuesBelowTheOutermostMessage)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/metadata/get.cases", [](const std::string& input) {
+  expectCases("metadata/get.cases", "", [](const std::string& input) {
     const auto line = input.find('\n');
     YMMessageBase m = fromXml(input.substr(line + 1));
     YMMessageBase first = stock();
@@ -138,7 +126,8 @@ TEST(XPathGet, PassesOverWhatItCannotWalk)
   YMMessageBase tooDeep = nodeChain(kwxml::maxMessageNesting + 1);
   EXPECT_EQ(data.getXpathMetaData(&tooDeep, records, true), 0);
   YMMessageBase node = nodeChain(2);
-  const YMMessageBase taken = std::move(child(node, "child"));  // leaves a message without a class
+  const YMMessageBase taken =
+      std::move(object<YMMessageBase>(node, "child"));  // leaves a message without a class
   EXPECT_EQ(data.getXpathMetaData(&node, records, true), 0);
   EXPECT_EQ(toText(log),
             "0 XMLMetaData::getXPathMetaDataHelper: Messages nest deeper than [64]\n"
@@ -148,7 +137,7 @@ TEST(XPathGet, PassesOverWhatItCannotWalk)
 
 TEST(XPathSet, MakesWhatIsOnTheWayUpToTheFirstValueThatDoesNotFit)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/metadata/set.cases", [](const std::string& input) {
+  expectCases("metadata/set.cases", "", [](const std::string& input) {
     std::vector<XPathMetaData> records;
     std::istringstream rows(input);
     for (std::string row; std::getline(rows, row);) {
@@ -179,7 +168,7 @@ TEST(XPathRoundTrip, EveryTypeWithATextComesBack)
   std::mt19937 random(5);
   for (int round = 0; round < 50; ++round) {
     YMMessageBase m = make("Inventory_Sheet");
-    YMMessageBase& cells = child(m, "cells");
+    YMMessageBase& cells = object<YMMessageBase>(m, "cells");
     cells.wipeBitset();
     for (const FieldDef& def : *cells.getClass()) {
       if (hasText(def.type) && random() % 3 != 0) {
@@ -199,25 +188,22 @@ TEST(XPathRoundTrip, EveryTypeWithATextComesBack)
 TEST(XPathGet, WideStringsHaveNoText)
 {
   YMMessageBase m = make("Inventory_Sheet");
-  fill(child(m, "cells"), field(child(m, "cells"), "wstringCell"), 1);
+  fill(object<YMMessageBase>(m, "cells"), field(object<YMMessageBase>(m, "cells"), "wstringCell"), 1);
   EXPECT_EQ(lines(get(m)), "1008 cells[1]/@wstringCell  10001\n");
-  fill(child(m, "cells"), field(child(m, "cells"), "wstringCells"), 1);
+  fill(object<YMMessageBase>(m, "cells"), field(object<YMMessageBase>(m, "cells"), "wstringCells"), 1);
   EXPECT_EQ(get(m).size(), 1u + 3);
 }
 
 TEST(XPathValues, TextsThatFitAndThatDoNot)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/metadata/values.cases", [](const std::string& line) {
-    const auto quote = line.find(" \"");
-    const std::string name = line.substr(0, quote);
-    std::string text;
-    EXPECT_TRUE(kwxml::unquoteShown(line.substr(quote + 2, line.size() - quote - 3), text, "\\"));
+  expectRows("metadata/values.cases", "", [](const Lines& cells) {
+    const std::string& name = cells[0];
     YMMessageBase m = make("Inventory_Cells");
     MsgFieldContext f(field(m, name), &m);
-    const bool taken = XMLMetaData::replaceValuefromString(f, text);
+    const bool taken = XMLMetaData::replaceValuefromString(f, cells[1]);
     EXPECT_EQ(f.isModified(), taken);
     EXPECT_EQ(isSet(m, name), taken);
-    return (taken ? toXml(m) : "refused") + "\n";
+    return taken ? toXml(m) : "refused";
   });
 }
 
@@ -284,7 +270,7 @@ TEST(Dummy, EveryTypeGetsWhatItGets)
   for (const FieldDef& def : *m.getClass()) {
     set += isSet(m, def.getName()) ? def.getName() + std::string("\n") : "";
   }
-  expectGolden(KWXML_SOURCE_DIR "/tests/metadata/dummy.txt", set + toXml(m));
+  expectGolden("metadata/dummy.txt", set + toXml(m));
   YMMessageBase empty = make("Types_Empty");
   EXPECT_EQ(recurseAndFillDummyValues(&empty), 0);
   EXPECT_EQ(log.lines(), std::vector<LogLine>());

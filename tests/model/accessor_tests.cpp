@@ -1,7 +1,7 @@
 // Addressing: own tags, foreign tags, wrong fields and slots, with the log lines that each failure leaves.
 #include "support/AllocationCounter.h"
+#include "support/DataFile.h"
 #include "support/Messages.h"
-#include "support/Rows.h"
 
 #include <kwxml/platform/KwException.h>
 #include <kwxml/traverse/MsgFieldContext.h>
@@ -17,7 +17,7 @@ constexpr unsigned long noTag = 0x7E000001;
 constexpr unsigned int codeHash = 0x9CB015;
 constexpr unsigned int messageHash = 0xB7ECDF;
 
-const std::string logs = "model/log.rows";
+const std::string logs = "model/log.cases";
 
 }  // namespace
 

@@ -1,7 +1,7 @@
 // Messages as values: copy, equality, assignment, deletion, defaults, construction, caches, for every field
 // type.
+#include "support/DataFile.h"
 #include "support/Messages.h"
-#include "support/Rows.h"
 #include "support/SmallStack.h"
 
 #include <kwxml/codec/XMLEncoder.h>
@@ -17,7 +17,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string logs = "model/log.rows";
+const std::string logs = "model/log.cases";
 
 }  // namespace
 

@@ -1,6 +1,6 @@
 // The value string types: texts with zero bytes, password schemes (against a password library of the test's
 // own) and counted UTF-16 strings with their bounds.
-#include "support/Rows.h"
+#include "support/DataFile.h"
 
 #include <kwxml/model/StringTypes.h>
 #include <kwxml/model/XMLChstring.h>
@@ -20,7 +20,7 @@ using namespace std::string_literals;
 
 namespace {
 
-const std::string rows = "model/strings.rows";
+const std::string rows = "model/strings.cases";
 
 /// What the password library below saw last, and what it is to answer.
 struct FakePasswords

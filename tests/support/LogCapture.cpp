@@ -3,16 +3,17 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/LogSink.h>
+#include <kwxml/text/ShownText.h>
 
 #include <algorithm>
 #include <iterator>
-#include <ostream>
+#include <sstream>
 
 namespace kwxml::test {
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line)
 {
-  return out << line.level << ' ' << line.function << ": " << line.text;
+  return out << line.level << ' ' << line.function << ": " << shown(line.text, "\\");
 }
 
 LogCapture::LogCapture(int level)
@@ -43,6 +44,22 @@ bool LogCapture::has(const std::string& function, const std::string& text) const
 {
   return std::ranges::any_of(
       lines_, [&](const LogLine& line) { return line.function == function && line.text == text; });
+}
+
+std::string LogCapture::taken()
+{
+  const std::string text = toText(*this);
+  clear();
+  return text;
+}
+
+std::string toText(const LogCapture& log)
+{
+  std::ostringstream text;
+  for (const LogLine& line : log.lines()) {
+    text << line << "\n";
+  }
+  return text.str();
 }
 
 }  // namespace kwxml::test

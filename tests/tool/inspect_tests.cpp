@@ -122,7 +122,7 @@ TEST(Inspect, AgreesWithTheReaderOnTruncatedAndAlteredBytes)
 
 TEST(Inspect, GoesTheWayOfTheReader)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/tool/inspect.cases", [](const std::string& line) {
+  expectCases("tool/inspect.cases", "", [](const std::string& line) {
     const auto colon = line.find(':');
     return colon == std::string::npos ? explainBody(line)
                                       : explainBody(line.substr(colon + 1), line.substr(0, colon));
@@ -170,8 +170,8 @@ TEST(Inspect, TellsTheFormsApart)
                                                                    {InspectForm::Binary, "binary"},
                                                                    {InspectForm::Records, "records"},
                                                                    {InspectForm::Batch, "batch"}};
-  expectCases(KWXML_SOURCE_DIR "/tests/tool/forms.cases", [&names](const std::string& hex) {
+  expectCases("tool/forms.cases", "", [&names](const std::string& hex) {
     const std::string bytes = fromHex(hex);
-    return names.at(guessInspectForm(bytes, bytes.size())) + "\n";
+    return names.at(guessInspectForm(bytes, bytes.size()));
   });
 }

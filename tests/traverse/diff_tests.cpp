@@ -2,6 +2,7 @@
 // of two that are equal.
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -64,19 +65,6 @@ std::string diff(const YMMessageBase& left, const YMMessageBase& right)
   return found;
 }
 
-/// The value of a list, map or message in a field, made when there is none.
-template <class Value>
-Value& object(YMMessageBase& message, const std::string& name)
-{
-  const FieldDef& def = field(message, name);
-  Value*& value = MessageAccess::pointer<Value>(message, def.slot);
-  if (value == nullptr) {
-    value = new Value;
-  }
-  MessageAccess::mark(message, def);
-  return *value;
-}
-
 std::wstring& wide(YMMessageBase& message, const std::string& name)
 {
   const FieldDef& def = field(message, name);
@@ -104,7 +92,7 @@ YMMessageBase read(const std::string& text)
 
 TEST(MessageDiff, EachValueHasItsPathAndText)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/traverse/diff.cases", [](const std::string& input) {
+  expectCases("traverse/diff.cases", "", [](const std::string& input) {
     const auto second = input.find("\n<");
     const YMMessageBase left = read(input.substr(0, second));
     EXPECT_EQ(diff(left, left), "") << input;

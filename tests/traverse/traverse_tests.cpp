@@ -10,6 +10,7 @@
 #include <kwxml/model/MessageInternal.h>
 
 #include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
@@ -103,7 +104,7 @@ MsgFieldContext context(YMMessageBase& m, const char* name)
 
 TEST(Walk, ShowsMakesAndKeeps)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/traverse/walks.cases", [](const std::string& input) {
+  expectCases("traverse/walks.cases", "", [](const std::string& input) {
     LogCapture log;
     const auto line = input.find('\n');
     const Settings settings(input.substr(0, line));
@@ -121,7 +122,7 @@ TEST(Walk, ShowsMakesAndKeeps)
     }
     const std::string after = toXml(m);
     EXPECT_EQ(log.lines(), std::vector<LogLine>());
-    return trace + after + "\n";
+    return trace + after;
   });
 }
 
@@ -266,7 +267,7 @@ TEST(FieldContext, ReplacesValuesByTheKindOfField)
       [](auto& f) { f.replaceValue(1.5F); }, [](auto& f) { f.replaceValue(2.5); },
       [](auto& f) { f.replaceValue("s"); },  [](auto& f) { f.replaceValue(bstring("b"), true); },
   };
-  expectCases(KWXML_SOURCE_DIR "/tests/traverse/replace.cases", [&give](const std::string& name) {
+  expectCases("traverse/replace.cases", "", [&give](const std::string& name) {
     YMMessageBase m = bare("Types_AllTypes");
     for (const auto& one : give) {
       MsgFieldContext f = context(m, name.c_str());
@@ -281,7 +282,7 @@ TEST(FieldContext, ReplacesValuesByTheKindOfField)
     EXPECT_EQ(toXml(m), xml);
     f.clearList();
     EXPECT_FALSE(isSet(m, name));
-    return xml + "\n";
+    return xml;
   });
   YMMessageBase m = bare("Types_AllTypes");
   const auto replaced = [&m](const char* name, auto... value) {
@@ -442,7 +443,7 @@ TEST(Merge, EveryTypeIsReplacedAppendedOrLeftAlone)
 
 TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
 {
-  expectCases(KWXML_SOURCE_DIR "/tests/traverse/merge.cases", [](const std::string& input) {
+  expectCases("traverse/merge.cases", "", [](const std::string& input) {
     const auto line = input.find('\n');
     YMMessageBase from = fromXml(input.substr(0, line));
     YMMessageBase into = fromXml(input.substr(line + 1));

@@ -1,7 +1,7 @@
 // Documents that attack a reader: nothing that they name is opened, no entity grows, nesting ends.
+#include "support/DataFile.h"
 #include "support/Messages.h"
 #include "support/OpenTrace.h"
-#include "support/Rows.h"
 #include "support/SmallStack.h"
 
 #include <kwxml/codec/XMLDecoder.h>
@@ -23,7 +23,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string rows = "xml/attacks.rows";
+const std::string rows = "xml/attacks.cases";
 
 std::string laughs()
 {

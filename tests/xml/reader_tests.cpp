@@ -1,9 +1,11 @@
 // Documents: what the reader makes of them, and what the writer makes of that in each of its forms. Then the
 // ways to read: into messages of the caller, by handlers, by name.
-#include "support/Rows.h"
-#include "xml/Documents.h"
+#include "support/DataFile.h"
+#include "support/Documents.h"
+#include "support/Messages.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XMLSerializer.h>
 
@@ -15,13 +17,8 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string rows = "xml/documents.rows";
-const std::string logs = "xml/log.rows";
-
-void append(Lines& lines, const Lines& more)
-{
-  lines.insert(lines.end(), more.begin(), more.end());
-}
+const std::string rows = "xml/documents.cases";
+const std::string logs = "xml/log.cases";
 
 std::vector<std::pair<std::string, EncodingFlags>> forms()
 {
@@ -35,27 +32,26 @@ std::vector<std::pair<std::string, EncodingFlags>> forms()
 
 /// The log of the reading, and each form that differs from the plain one (the readable form by more than the
 /// new-line before it), with the log of its writing.
-Lines readAndWritten(const Lines& cells)
+std::string readAndWritten(const Lines& cells)
 {
   LogCapture log(cells.size() > 1 ? std::stoi(cells[1]) : 0);
-  const auto message = read(cells[0]);
-  Lines lines = taken(log);
+  const auto message = readXml(cells[0]);
+  std::string lines = log.taken();
   if (message == nullptr) {
-    lines.emplace_back("no message");
-    return lines;
+    return lines + "no message";
   }
   if (cells[0].find("<" + message->getTagName()) == std::string::npos) {
-    lines.push_back("a " + message->getTagName());
+    lines += "a " + message->getTagName() + "\n";
   }
   std::string plain;
   for (const auto& [name, flags] : forms()) {
     LogCapture writing;
-    const std::string text = write(*message, flags);
+    const std::string text = toXml(*message, flags);
     if (text != (flags.readableForm != 0 ? "\n" + plain : plain)) {
-      lines.push_back(name + ": " + shown(text));
+      lines += name + ": " + kwxml::shown(text, "\\") + "\n";
     }
     plain = name == "plain" ? text : plain;
-    append(lines, taken(writing));
+    lines += writing.taken();
   }
   return lines;
 }
@@ -85,18 +81,17 @@ TEST_F(Documents, ScalarTextsBecomeNumbers)
 {
   expectRows(rows, "numbers", [](const Lines& cells) {
     const auto found = [&](const std::string& xml) -> std::string {
-      const auto m = read(xml);
+      const auto m = readXml(xml);
       const std::string number = std::to_string(getInt(*m, cells[1]));
       return isSet(*m, cells[1]) ? number : number == "0" ? "unset" : "unset, but " + number;
     };
     LogCapture log(cells.size() > 3 ? std::stoi(cells[3]) : 0);
     const std::string& name = cells[1];
     const std::string attribute = found("<" + cells[0] + " " + name + "='" + cells[2] + "'/>");
-    Lines lines = taken(log);
+    const std::string logged = log.taken();
     const std::string element =
         found("<" + cells[0] + "><" + name + ">" + cells[2] + "</" + name + "></" + cells[0] + ">");
-    lines.insert(lines.begin(), attribute + (element == attribute ? "" : ", as an element " + element));
-    return lines;
+    return attribute + (element == attribute ? "" : ", as an element " + element) + "\n" + logged;
   });
 }
 
@@ -144,9 +139,9 @@ TEST(Reader, IntoAMessageOfTheCaller)
   MySAX2Handler handler;
   handler.setDefaultsWhileUnserialization();
   EXPECT_EQ(XMLSerializer().parserHelper(&handler, "<Types_Hidden after='x'/>"), 0);
-  const std::unique_ptr<YMMessageBase> read(handler.takeMessage());
-  EXPECT_EQ(getInt(*read, "before"), 1);
-  EXPECT_TRUE(isSet(*read, "before"));
+  const std::unique_ptr<YMMessageBase> hidden(handler.takeMessage());
+  EXPECT_EQ(getInt(*hidden, "before"), 1);
+  EXPECT_TRUE(isSet(*hidden, "before"));
 }
 
 TEST(Reader, TheMessageOfAHandlerIsTheCallers)
@@ -180,7 +175,7 @@ TEST(Reader, HandlersReadOneDocumentAndSurviveMisuse)
   idle.endElement(u"", u"", u"x");
   EXPECT_EQ(XMLSerializer::getSAXHandlerMessageObject(idle), nullptr);
   skipValidation = true;
-  const auto m = read("<Demo_Status errorCode='3'/>");
+  const auto m = readXml("<Demo_Status errorCode='3'/>");
   skipValidation = false;
   ASSERT_NE(m, nullptr);
   EXPECT_EQ(getInt(*m, "errorCode"), 3);
@@ -194,7 +189,7 @@ TEST(Reader, CreatesObjectsByName)
         XMLDecoder::CreateObjByName(cells[0].c_str(), &out, cells[1].c_str(), cells[2] == "now");
     const std::unique_ptr<YMMessageBase> message(out);
     EXPECT_EQ(made, message != nullptr);
-    return made ? write(*message) + ", for later [" + message->getSerializedXMLString() + "]" : "nothing";
+    return made ? toXml(*message) + ", for later [" + message->getSerializedXMLString() + "]" : "nothing";
   });
   Transcript log(logs);
   EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", nullptr, nullptr, true));

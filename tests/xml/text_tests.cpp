@@ -1,12 +1,13 @@
 // Text on its way between a message and a document: transcoding, escapes, base64, dates, numbers. All of it
 // must hold for hostile bytes, in any locale of the process, and from many threads.
 #include "platform/TempDirectory.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
 #include "xml/Utf.h"
 
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/xml/InvalidChars.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XercesRuntime.h>
@@ -33,7 +34,7 @@ using namespace std::string_literals;
 
 namespace {
 
-const std::string rows = "xml/text.rows";
+const std::string rows = "xml/text.cases";
 
 Units unitsOf(const XMLChstring& text)
 {
@@ -249,7 +250,7 @@ TEST(InvalidChars, WritesAndReadsEscapes)
     // The handler's own result is a valid input of its next call.
     const unsigned short* back = handler.decodeInvalidChars(escaped);
     EXPECT_EQ(Units(back, back + handler.resultLength()), text) << result;
-    return result;
+    return kwxml::shown(result, "\\");
   });
 }
 
@@ -259,7 +260,7 @@ TEST(InvalidChars, ReadsWhatOthersWrote)
     XmlInvalidCharHandler handler;
     const XMLChstring text(cells[0].c_str());
     const unsigned short* restored = handler.decodeInvalidChars(text.c_str());
-    return narrow(restored, handler.resultLength());
+    return kwxml::shown(narrow(restored, handler.resultLength()), "\\");
   });
   XmlInvalidCharHandler handler;
   EXPECT_EQ(handler.decodeInvalidChars(nullptr), nullptr);
@@ -375,10 +376,10 @@ TEST(Base64, RefusesDamagedTexts)
   const auto refuse = [](const std::string& damaged) {
     const LogCapture log(1);
     std::string out = "kept";
-    EXPECT_FALSE(base64Decode(damaged, out)) << shown(damaged);
+    EXPECT_FALSE(base64Decode(damaged, out)) << kwxml::shown(damaged);
     EXPECT_EQ(out, "kept");
     EXPECT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(base64_decode(damaged), "") << shown(damaged);
+    EXPECT_EQ(base64_decode(damaged), "") << kwxml::shown(damaged);
     EXPECT_EQ(log.lines().size(), 2u);
   };
   expectRows(rows, "damaged base64", [&](const Lines& cells) {

@@ -1,7 +1,8 @@
 // What the writer does beside what documents show: passwords, listeners, failures, the DOM, files.
-#include "support/Rows.h"
+#include "support/DataFile.h"
+#include "support/Documents.h"
+#include "support/Messages.h"
 #include "support/SmallStack.h"
-#include "xml/Documents.h"
 
 #include <kwxml/model/Limits.h>
 #include <kwxml/platform/CYxFile.h>
@@ -19,7 +20,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string logs = "xml/log.rows";
+const std::string logs = "xml/log.cases";
 
 }  // namespace
 
@@ -49,18 +50,17 @@ TEST(Writer, PasswordsAreMaskedOrNeedAnAlgorithm)
   m.wipeBitset();
   for (const FieldDef& def : *m.getClass()) {
     if (def.type == FIELD_PSTRING) {
-      m.setpstringobject(def.fieldNumber, def.slot, pstring("canary"),
-                         std::string(def.getName()) == "password1" ? Annotation::PLAIN_TEXT
-                                                                   : Annotation::KWPASSWORD_ENCRYPTION_VER1,
-                         m.getTagID(), def.hash);
+      const bool plain = std::string(def.getName()) == "password1";
+      setPassword(m, def.getName(),
+                  pstring("canary", plain ? Annotation::PLAIN_TEXT : Annotation::KWPASSWORD_ENCRYPTION_VER1));
     }
   }
   Transcript log(logs);
-  EXPECT_EQ(write(m), "<Types_Annotated password1=\"canary\"/>")
+  EXPECT_EQ(toXml(m), "<Types_Annotated password1=\"canary\"/>")
       << "a plain value is written as it is, others never";
   EncodingFlags masked;
   masked.maskPasswords = 1;
-  const std::string hidden = write(m, masked);
+  const std::string hidden = toXml(m, masked);
   EXPECT_EQ(hidden.find("canary"), std::string::npos);
   for (int i = 1; i <= 11; ++i) {
     EXPECT_NE(hidden.find("password" + std::to_string(i) + "=\"*******\""), std::string::npos) << i;
@@ -90,7 +90,7 @@ TEST(Writer, ListenersLeaveFieldsOut)
     data.result = std::string(data.field.getName()) == "number" ? XMLCB_SKIP_PROCESSING : 0;
     return true;
   };
-  const auto message = read("<Types_Leaf number='1' text='t'/>");
+  const auto message = readXml("<Types_Leaf number='1' text='t'/>");
   YMMessageBase& leaf = *message;
   Transcript log(logs, 15);
   std::string out;
@@ -107,7 +107,7 @@ TEST(Writer, ListenersLeaveFieldsOut)
   serializer.serialize(leaf, out, true);
   EXPECT_EQ(out, "<Types_Leaf number=\"1\" text=\"t\"/>");
 
-  const auto annotated = read("<Types_Annotated suppressed='1' several='s' marked='2'/>");
+  const auto annotated = readXml("<Types_Annotated suppressed='1' several='s' marked='2'/>");
   XMLSerializer byAnnotation;
   byAnnotation.getXMLSerializationSupportObject().addListener(kwxml::nameHash("Suppress", 8), skip);
   byAnnotation.serialize(*annotated, out, true);
@@ -121,7 +121,7 @@ TEST(Writer, ListenerHelpers)
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "intValue")), 8);
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "stringValue")), 32);
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "noneValue")), 0);
-  const auto info = read("<KwEntities_ProcessingInstructionInfo requestId='7' userName='u'/>");
+  const auto info = readXml("<KwEntities_ProcessingInstructionInfo requestId='7' userName='u'/>");
   XMLSerializer serializer;
   serializer.getXMLSerializationSupportObject().addListener(info->getTagID(),
                                                             XMLSerializationSupport::hideFields);
@@ -198,7 +198,7 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
     const FieldDef& def = field(stock, name);
     stock.setField(def.fieldNumber, stock.getTagID(), def.hash);
   }
-  EXPECT_EQ(write(stock), "<Inventory_Stock/>");
+  EXPECT_EQ(toXml(stock), "<Inventory_Stock/>");
 }
 
 TEST(Writer, DomOperationsStandAlone)
