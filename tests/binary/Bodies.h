@@ -17,9 +17,6 @@
 
 namespace kwxml::test {
 
-inline constexpr const char* writer = "BinarySerializer::serializeBinaryRecursive";
-inline constexpr const char* reader = "BinarySerializer::unserializeBinaryRecur";
-
 inline std::string keyHex(const std::string& word)
 {
   const auto dot = word.rfind('.');
@@ -98,6 +95,14 @@ inline int decode(YMMessageBase& m, const std::string& bytes, bool merge = false
   BinaryBuffer buffer;
   buffer.SetReadBuffer(exact.get(), bytes.size(), true);
   return BinarySerializer::unserialize(m, buffer, nullptr, merge);
+}
+
+/// A new message of the class that the bytes name, or none.
+inline std::unique_ptr<YMMessageBase> create(const std::string& bytes, KwXMLContextInfo* context = nullptr)
+{
+  BinaryBuffer buffer;
+  buffer.deepCopyBuffer(bytes.data(), bytes.size(), false);
+  return std::unique_ptr<YMMessageBase>(BinarySerializer::unserialize(buffer, context, false));
 }
 
 inline int decodeBody(YMMessageBase& m, const std::string& text, bool merge = false)

@@ -1,8 +1,7 @@
 // Every type of field as bytes, in both directions, and bodies as others may have written them.
 #include "binary/Bodies.h"
 #include "support/DataFile.h"
-
-#include <kwxml/codec/XMLDecoder.h>
+#include "support/Documents.h"
 
 #include <gtest/gtest.h>
 
@@ -26,8 +25,7 @@ void makeEmpty(YMMessageBase& m, const FieldDef& def)
 /// The message that the first cell of a row describes.
 YMMessageBase described(const std::string& text)
 {
-  YMMessageBase m = allTypes();
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_AllTypes");
   const std::string word = text.substr(0, text.find(' '));
   if (word == "fill") {
     fill(m, field(m, text.substr(5)), 1);
@@ -37,7 +35,7 @@ YMMessageBase described(const std::string& text)
     MessageAccess::mark(m, field(m, text.substr(5)));
   } else {
     const std::string xml = text.starts_with('<') ? ">" + text + "</Types_AllTypes>" : " " + text + "/>";
-    EXPECT_EQ(XMLDecoder().unSerialize(m, "<Types_AllTypes" + xml), 0);
+    return fromXml("<Types_AllTypes" + xml);
   }
   return m;
 }

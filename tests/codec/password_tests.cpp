@@ -427,8 +427,7 @@ TEST_F(StandInPasswords, NoSecretShowsUnlessItsTypeSaysPlain)
 
 TEST_F(StandInPasswords, PasswordsComeBackFromEveryTypeThatIsServed)
 {
-  YMMessageBase m = make("Types_Annotated");
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_Annotated");
   const std::string secret = "p\xC3\xA4ss <&> word ";
   for (const int number : {1, 3, 4, 5, 6, 9, 10}) {
     setPassword(m, name(number), pstring(number == 1 || number == 6 ? "plain" : secret));
@@ -482,8 +481,7 @@ TEST_F(StandInPasswords, ValuesInMemoryAreOfTheirTypeOrRefused)
     text.resize(settings.has("long") ? KWPassword::maxPlainLength + 1 : text.size(), 'x');
     text.insert(text.size() / 2, settings.has("zero") ? 1 : 0, '\0');
     const std::string fieldName = name(settings.number("field"));
-    YMMessageBase m = make("Types_Annotated");
-    m.wipeBitset();
+    YMMessageBase m = bare("Types_Annotated");
     setPassword(m, fieldName, pstring(text, settings.number("own", 1)));
     setInt(m, "marked", 1);
     const std::string xml = toXml(m);

@@ -263,8 +263,7 @@ TEST(XPathLookUps, ByTextByIdAndByTheMark)
 TEST(Dummy, EveryTypeGetsWhatItGets)
 {
   LogCapture log;
-  YMMessageBase m = make("Types_AllTypes");
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_AllTypes");
   ASSERT_EQ(recurseAndFillDummyValues(&m), 0);
   std::string set;
   for (const FieldDef& def : *m.getClass()) {

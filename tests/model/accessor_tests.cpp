@@ -50,8 +50,7 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
 TEST(Accessors, ForeignTagsFindTheFieldByItsHash)
 {
   Transcript log(logs);
-  YMMessageBase m = make("Demo_Status");
-  m.wipeBitset();
+  YMMessageBase m = bare("Demo_Status");
   m.setint64(1, 4, 7, 0xC9000001, codeHash);  // field number and slot of another version of the class
   EXPECT_EQ(getInt(m, "errorCode"), 7);
   EXPECT_TRUE(isSet(m, "errorCode"));

@@ -6,7 +6,6 @@
 #include <kwxml/text/ShownText.h>
 
 #include <algorithm>
-#include <iterator>
 #include <sstream>
 
 namespace kwxml::test {
@@ -31,13 +30,6 @@ LogCapture::~LogCapture()
 {
   setLogSink({});
   setLogLevel(0);
-}
-
-std::vector<std::string> LogCapture::texts() const
-{
-  std::vector<std::string> result;
-  std::ranges::transform(lines_, std::back_inserter(result), &LogLine::text);
-  return result;
 }
 
 bool LogCapture::has(const std::string& function, const std::string& text) const

@@ -27,8 +27,6 @@ public:
   LogCapture& operator=(const LogCapture&) = delete;
 
   const std::vector<LogLine>& lines() const { return lines_; }
-  /// The texts alone, in order.
-  std::vector<std::string> texts() const;
   /// True when a line with this function and text was logged.
   bool has(const std::string& function, const std::string& text) const;
   void clear() { lines_.clear(); }

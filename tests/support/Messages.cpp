@@ -17,6 +17,13 @@ YMMessageBase make(const std::string& tagName)
   return {system, index};
 }
 
+YMMessageBase bare(const std::string& tagName)
+{
+  YMMessageBase message = make(tagName);
+  message.wipeBitset();
+  return message;
+}
+
 const FieldDef& field(const YMMessageBase& message, const std::string& name)
 {
   for (const FieldDef& def : *message.getClass()) {

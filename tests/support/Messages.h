@@ -13,6 +13,9 @@ namespace kwxml::test {
 /// A new message of a class of the sample catalogue ("Types_AllTypes"). Throws when there is none.
 YMMessageBase make(const std::string& tagName);
 
+/// Without its defaults.
+YMMessageBase bare(const std::string& tagName);
+
 /// The record of a field, found by its name. Throws when there is none.
 const FieldDef& field(const YMMessageBase& message, const std::string& name);
 

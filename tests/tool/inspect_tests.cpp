@@ -56,18 +56,11 @@ Explained explain(const std::string& input, InspectForm form = InspectForm::Bina
   return result;
 }
 
-bool isRead(const std::string& bytes)
-{
-  BinaryBuffer buffer;
-  buffer.deepCopyBuffer(bytes.data(), bytes.size(), false);
-  return std::unique_ptr<YMMessageBase>(BinarySerializer::unserialize(buffer, nullptr, false)) != nullptr;
-}
-
 /// The explanation says damaged exactly when the reader does.
 void agree(const std::string& bytes)
 {
   LogCapture log;  // and nothing of it is shown
-  ASSERT_EQ(explain(bytes).whole, isRead(bytes)) << toHex(bytes);
+  ASSERT_EQ(explain(bytes).whole, create(bytes) != nullptr) << toHex(bytes);
 }
 
 std::string filled(const std::string& tag, bool irregular)
@@ -87,7 +80,7 @@ std::string explainBody(const std::string& body, const std::string& tag = "Types
   LogCapture log;
   const std::string bytes = header(make(tag)) + fromHex(expand(body));
   const Explained result = explain(bytes);
-  EXPECT_EQ(result.whole, isRead(bytes)) << body;
+  EXPECT_EQ(result.whole, create(bytes) != nullptr) << body;
   std::string lines;
   for (std::size_t i = 2; i < result.texts.size(); ++i) {  // behind the header's
     lines += result.texts[i] + "\n";

@@ -315,8 +315,7 @@ TEST(Summary, MessagesMadeOnTheWayAreSkippedWhole)
   std::ostringstream stream;
   DefaultRenderContext context(stream, ContextFormatOpts());
   DefaultSummaryTraverse summary(&context);
-  YMMessageBase m = make("Shop_Order");
-  m.wipeBitset();
+  YMMessageBase m = bare("Shop_Order");
   XmlTraverse().traverse(m, summary, true, false);
   EXPECT_EQ(dump(context), "") << "neither items nor status are there";
 }
@@ -338,8 +337,7 @@ TEST(Summary, AllocatesInProportionToItsOutput)
   };
   YMMessageBase wide = make("Types_Wide");  // 300 fields
   wide.wipeBitset();
-  YMMessageBase many = make("Types_Report");
-  many.wipeBitset();
+  YMMessageBase many = bare("Types_Report");
   for (const bool html : {false, true}) {
     EXPECT_LE(allocations(wide, html), 16u) << "what is not shown costs nothing";
     const std::size_t before = allocations(many, html);

@@ -86,14 +86,6 @@ struct Visitor final : XmlTraverseHandler
   int ends = 0;
 };
 
-/// Without its defaults.
-YMMessageBase bare(const std::string& tagName)
-{
-  YMMessageBase m = make(tagName);
-  m.wipeBitset();
-  return m;
-}
-
 /// The context of a field outside a walk.
 MsgFieldContext context(YMMessageBase& m, const char* name)
 {

@@ -46,8 +46,7 @@ TEST(Writer, EndsOfSectionsAreReplaced)
 
 TEST(Writer, PasswordsAreMaskedOrNeedAnAlgorithm)
 {
-  YMMessageBase m = make("Types_Annotated");
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_Annotated");
   for (const FieldDef& def : *m.getClass()) {
     if (def.type == FIELD_PSTRING) {
       const bool plain = std::string(def.getName()) == "password1";
