@@ -238,11 +238,10 @@ TEST(XPathLookUps, ByTextByIdAndByTheMark)
             row.idToFieldsInfo[0].fieldsInfoIndex);
   EXPECT_EQ(data.getXPathFieldsInfoIndex(row.idToFieldsInfo, 0, row.idToFieldsInfo[1].id), -1);
   EXPECT_EQ(data.getXPathFieldsInfoIndex(nullptr, 5, 7), -1);
-  EXPECT_EQ(log.lines(),
-            (std::vector<LogLine>{
-                {0, "XMLMetaData::getXPathFromID", "[Error retrieving metadata for Subsystem ID [1]]"},
-                {10, "XMLMetaData::doesXPathIDExist", "XPath Metadata does not exist for subsystem [1]"},
-                {0, "XMLMetaData::getFieldNumbers", "Subsytem XPath Metadata not provided"}}));
+  EXPECT_EQ(toText(log),
+            "0 XMLMetaData::getXPathFromID: [Error retrieving metadata for Subsystem ID [1]]\n"
+            "10 XMLMetaData::doesXPathIDExist: XPath Metadata does not exist for subsystem [1]\n"
+            "0 XMLMetaData::getFieldNumbers: Subsytem XPath Metadata not provided\n");
 
   const std::pair<std::string, bool> words[] = {
       {"\0\4\0\x80"s, true}, {"\0\4\0\x7F"s, false}, {"\0\3\0\0"s, false}, {"\0\3\0\x80"s, true},
@@ -283,14 +282,12 @@ TEST(Dummy, NothingAndClassesWithoutEndFail)
   EXPECT_EQ(recurseAndFillDummyValues(nullptr) + recurseAndFillDummyValues(&none), 2);
   EXPECT_EQ(log.lines(), std::vector<LogLine>());
   EXPECT_EQ(createXMLObjectWithDummyValues(nothing), 1);
-  const LogLine failed{0, "createXMLObjectWithDummyValues",
-                       "recurseAndFillDummyValues() failed with Return Code[1]"};
-  EXPECT_EQ(log.lines(), std::vector<LogLine>{failed});
-  log.clear();
+  const std::string failed =
+      "0 createXMLObjectWithDummyValues: recurseAndFillDummyValues() failed with Return Code[1]\n";
+  EXPECT_EQ(log.taken(), failed);
   YMMessageBase node = make("Types_Node");
   YMMessageBase* pointer = &node;
   onSmallStack([&] { EXPECT_EQ(createXMLObjectWithDummyValues(pointer), 1); });
-  EXPECT_EQ(log.lines(), (std::vector<LogLine>{
-                             {0, "recurseAndFillDummyValues", "Messages nest deeper than [64]"}, failed}));
+  EXPECT_EQ(toText(log), "0 recurseAndFillDummyValues: Messages nest deeper than [64]\n" + failed);
   EXPECT_EQ(pointer, &node);
 }

@@ -20,8 +20,6 @@
 
 #include <array>
 #include <clocale>
-#include <cstdlib>
-#include <ctime>
 #include <functional>
 #include <limits>
 
@@ -70,12 +68,6 @@ std::array<std::string, 4> render(YMMessageBase& m, bool escaping = false)
 bool contains(const std::string& text, const std::string& part)
 {
   return text.find(part) != std::string::npos;
-}
-
-void utc()
-{
-  setenv("TZ", "UTC0", 1);
-  tzset();
 }
 
 YMMessageBase report()
@@ -191,7 +183,6 @@ TEST(FieldText, OneTextForEachStoredValue)
 
 TEST(Html, DatesAndDurations)
 {
-  utc();
   YMMessageBase m = make("Types_Annotated");
   expectCases("traverse/dates.cases", "", [&m](const std::string& line) {
     const auto blank = line.find(' ');
@@ -211,7 +202,6 @@ TEST(Html, DatesAndDurations)
 
 TEST(Summary, ShowsAMessageOfEveryTypeInEveryRendering)
 {
-  utc();
   const char* const forms[] = {".text", ".html", "-collapsible.html", "-gui.html"};
   for (const std::string tagName : {"Types_AllTypes", "Types_Report", "Types_Annotated"}) {
     YMMessageBase m = tagName == "Types_Report" ? report() : make(tagName);

@@ -11,8 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 using namespace kwxml::test;
 
 namespace {
@@ -56,19 +54,9 @@ std::string readAndWritten(const Lines& cells)
   return lines;
 }
 
-class Documents : public testing::Test
-{
-protected:
-  Documents()
-  {
-    setenv("TZ", "UTC", 1);
-    tzset();
-  }
-};
-
 }  // namespace
 
-TEST_F(Documents, AreReadAndWrittenInEveryForm)
+TEST(Documents, AreReadAndWrittenInEveryForm)
 {
   for (const char* section : {"scalars", "lists, objects and maps", "sections of characters",
                               "what is unknown", "what is damaged", "roots"}) {
@@ -77,7 +65,7 @@ TEST_F(Documents, AreReadAndWrittenInEveryForm)
   }
 }
 
-TEST_F(Documents, ScalarTextsBecomeNumbers)
+TEST(Documents, ScalarTextsBecomeNumbers)
 {
   expectRows(rows, "numbers", [](const Lines& cells) {
     const auto found = [&](const std::string& xml) -> std::string {
@@ -95,7 +83,7 @@ TEST_F(Documents, ScalarTextsBecomeNumbers)
   });
 }
 
-TEST_F(Documents, PeekingFindsTheTagWithoutReadingTheRest)
+TEST(Documents, PeekingFindsTheTagWithoutReadingTheRest)
 {
   const auto peek = [](const Lines& cells) {
     std::string name = "old";

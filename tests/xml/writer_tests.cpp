@@ -1,4 +1,5 @@
 // What the writer does beside what documents show: passwords, listeners, failures, the DOM, files.
+#include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
 #include "support/Messages.h"
@@ -13,9 +14,6 @@
 
 #include <xercesc/dom/DOM.hpp>
 
-#include <cstdlib>
-#include <fstream>
-
 using namespace kwxml::test;
 
 namespace {
@@ -27,8 +25,7 @@ const std::string logs = "xml/log.cases";
 TEST(Writer, DeclarationsAreWrittenUnlessTheyAreNotWanted)
 {
   YMMessageBase empty = make("Types_Leaf");
-  std::string document;
-  XMLEncoder().serialize(empty, document, false);
+  std::string document = toXml(empty, {}, false);
   EXPECT_EQ(document, "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?><Types_Leaf/>");
   EXPECT_EQ(XMLSerializer().serialize(empty, document, 1), 0);
   EXPECT_EQ(document, "<Types_Leaf/>");
@@ -247,23 +244,25 @@ TEST(Writer, DomOperationsStandAlone)
     writeAll(root, "bad", bad);
   }
   // Nor is it written when it came into the document by other ways.
-  xercesc::DOMDocument* foreign = dom->createDocument(nullptr, u"root", nullptr);
-  foreign->getDocumentElement()->appendChild(foreign->createElement(u"first"));
-  xercesc::DOMElement* last = foreign->createElement(u"last");
-  foreign->getDocumentElement()->appendChild(last);
-  EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
-  last->setAttribute(u"a", u"\x1");
-  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
-  last->removeAttribute(u"a");
-  last->appendChild(foreign->createCDATASection(u"\xD800"));
-  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
-  foreign->release();
-  foreign = dom->createDocument(u"\xD800", u"root", nullptr);
-  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, true));
-  foreign->release();
-  foreign = dom->createDocument(nullptr, u"root", dom->createDocumentType(u"root", nullptr, u"\xDC00"));
-  EXPECT_FALSE(serializer.DumpDOMDocumentToStringUTF8(out, foreign, false));
-  foreign->release();
+  const auto isWritten = [&](xercesc::DOMDocument* foreign, const auto& change) {
+    foreign->getDocumentElement()->appendChild(foreign->createElement(u"first"));
+    xercesc::DOMElement* last = foreign->createElement(u"last");
+    foreign->getDocumentElement()->appendChild(last);
+    change(*last);
+    const bool written = serializer.DumpDOMDocumentToStringUTF8(out, foreign, false);
+    foreign->release();
+    return written;
+  };
+  const auto asItIs = [](const auto&) {};
+  EXPECT_TRUE(isWritten(dom->createDocument(nullptr, u"root", nullptr), asItIs));
+  EXPECT_FALSE(isWritten(dom->createDocument(nullptr, u"root", nullptr),
+                         [](auto& last) { last.setAttribute(u"a", u"\x1"); }));
+  EXPECT_FALSE(isWritten(dom->createDocument(nullptr, u"root", nullptr), [](auto& last) {
+    last.appendChild(last.getOwnerDocument()->createCDATASection(u"\xD800"));
+  }));
+  EXPECT_FALSE(isWritten(dom->createDocument(u"\xD800", u"root", nullptr), asItIs));
+  EXPECT_FALSE(isWritten(
+      dom->createDocument(nullptr, u"root", dom->createDocumentType(u"root", nullptr, u"\xDC00")), asItIs));
   EXPECT_TRUE(serializer.DumpDOMDocumentToStringUTF8(out, document, true));
   EXPECT_EQ(out,
             "<root><value>1</value><text><![CDATA[<c>]]></text><map a=\"2\"><__mapKey__>k</__mapKey__>"
@@ -279,16 +278,14 @@ TEST(Writer, DumpsIntoFiles)
   EXPECT_NE(XMLSerializer::dumpXmlToFile(nullptr, &closed), 0);
   EXPECT_NE(XMLSerializer::dumpXmlToFile(&leaf, &closed), 0);
   EXPECT_NE(XMLSerializer::dumpXmlToFile(&leaf, nullptr), 0);
-  const std::string path = testing::TempDir() + "kwxml_dump.xml";
-  {
-    CYxFile file(path.c_str(), CYxFile::Mode::Truncate);
-    EXPECT_EQ(XMLSerializer::dumpXmlToFile(&leaf, &file), 0);
-    YMMessageBase none;
-    EXPECT_EQ(XMLSerializer::dumpXmlToFile(&none, &file), 9);
-  }
-  std::stringstream content;
-  content << std::ifstream(path).rdbuf();
-  EXPECT_EQ(content.str(), "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?><Types_Leaf/>");
+  const TempDirectory directory;
+  CYxFile file((directory / "dump.xml").c_str(), CYxFile::Mode::Truncate);
+  EXPECT_EQ(XMLSerializer::dumpXmlToFile(&leaf, &file), 0);
+  YMMessageBase none;
+  EXPECT_EQ(XMLSerializer::dumpXmlToFile(&none, &file), 9);
+  file.Close();
+  EXPECT_EQ(directory.read("dump.xml"),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?><Types_Leaf/>");
   CYxFile full("/dev/full", CYxFile::Mode::Write);
   EXPECT_EQ(XMLSerializer::dumpXmlToFile(&leaf, &full), 1);
 }
