@@ -36,7 +36,7 @@ TEST(BinaryRoundTrip, MessagesComeBackAsTheirBytesAndAgreeWithXml)
   for (const char* tagName :
        {"Types_AllTypes", "Types_Node", "Types_Wide", "Types_Slots24", "Types_Slots25", "Types_Empty",
         "Shop_Order", "Shop_Ledger", "Inventory_Stock", "Demo_Item", "Types_ExplicitSlots"}) {
-    for (int i = 1; i <= 200; ++i) {
+    for (int i = 1; i <= 60; ++i) {
       const bool all = i <= 3;
       YMMessageBase m = bare(tagName);
       for (const FieldDef& def : *m.getClass()) {

@@ -2,7 +2,6 @@
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
 #include "support/Hex.h"
-#include "support/LogCapture.h"
 #include "support/Messages.h"
 
 #include <kwxml/annotation/AnnotationRecord.h>

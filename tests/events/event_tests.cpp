@@ -1,14 +1,12 @@
 // Events to messages and back: the seven kinds with their asymmetries, positions, and what is refused.
 #include <kwxml/events/EventConversion.h>
 
-#include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/platform/EvMessageContainer.h>
 
 #include <catalogue/Common.h>
 
 #include "support/DataFile.h"
-#include "support/LogCapture.h"
+#include "support/Documents.h"
 
 #include <gtest/gtest.h>
 
@@ -70,8 +68,7 @@ TEST(Events, EveryKindThereAndBack)
       described(message),
       "4711 0:INT:-2147483648 1:UINT:4294967295 2:LONG:-9223372036854775808 3:ULONG:18446744073709551615 "
       "4:LONGLONG:-9223372036854775808 5:LONGLONG:5 6:STRING:a text 7:?:");
-  std::string xml;
-  ASSERT_EQ(XMLEncoder().serialize(message, xml), 0);
+  const std::string xml = toXml(message);
   EvMessageContainer back;
   back.setSeverity(3);
   back.arguments().AddArgument("gone", 11);

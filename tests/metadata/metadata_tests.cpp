@@ -8,7 +8,6 @@
 
 #include "support/DataFile.h"
 #include "support/Documents.h"
-#include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
 

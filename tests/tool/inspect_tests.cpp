@@ -1,7 +1,6 @@
 // The explanation of bytes, beside what the library's reader makes of the same bytes.
 #include "binary/Bodies.h"
 #include "support/DataFile.h"
-#include "support/LogCapture.h"
 
 #include <Inspect.h>
 

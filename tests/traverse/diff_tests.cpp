@@ -3,7 +3,6 @@
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
-#include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
 

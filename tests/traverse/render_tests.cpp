@@ -1,7 +1,6 @@
 // Renderings: the text of one value, each render context piece by piece, and summaries of whole messages.
 //
 // The golden files show a message of every type in every rendering. KWXML_UPDATE=1 writes them anew.
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/text/ShownText.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
 #include <kwxml/traverse/FieldText.h>
@@ -12,7 +11,6 @@
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
-#include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
 
