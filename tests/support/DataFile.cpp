@@ -160,17 +160,10 @@ void Transcript::note(const std::string& what, std::string_view text)
 
 Settings::Settings(const std::string& input)
 {
-  std::istringstream words(input);
-  for (std::string word; words >> word;) {
-    const auto equals = word.find('=');
-    const std::string name = word.substr(0, equals);
-    std::string& value = values_[name];
-    value = equals == std::string::npos ? "" : word.substr(equals + 1);
-    if (name == "text") {
-      std::string rest;
-      std::getline(words, rest);
-      value += rest;
-    }
+  static const std::regex& setting = *new std::regex(R"((text)=(.*)|(\w+)(?:=(\S*))?)");
+  for (std::sregex_iterator i(input.begin(), input.end(), setting), end; i != end; ++i) {
+    const bool isText = (*i)[1].matched;
+    values_[(*i)[isText ? 1 : 3]] = (*i)[isText ? 2 : 4];
   }
 }
 

@@ -50,7 +50,7 @@ public:
   ~Transcript();
   void note(const std::string& what, std::string_view text);
   /// A remark that parts the log's lines.
-  void note(const std::string& what) { noted_ += taken() + what + "\n"; }
+  void note(const std::string& what) { noted_ += taken() + what + (what.ends_with('\n') ? "" : "\n"); }
 
 private:
   std::string file_;

@@ -113,7 +113,7 @@ TEST(Walk, ShowsMakesAndKeeps)
 
 TEST(Walk, WithoutAClassCallsNothing)
 {
-  LogCapture log;
+  const Transcript log("traverse/log.cases");
   YMMessageBase none;
   EXPECT_EQ(walk(none, false, true, true) + walk(none, true, true, true), "");
   YMMessageBase m = bare("Types_Report");
@@ -122,9 +122,6 @@ TEST(Walk, WithoutAClassCallsNothing)
   const std::string trace = walk(m, false, false, false);
   EXPECT_NE(trace.find("start leaves\nend leaves\n"), std::string::npos);
   walk(m, true, false, false);
-  EXPECT_EQ(toText(log),
-            "0 XmlTraverse::traverseHelpers: [Error retreiving metadata for the specified class.]\n"
-            "0 XmlTraverse::traverseByOrderHelper: Error retrieving metadata for given object\n");
 }
 
 TEST(Walk, TheStackHoldsTheClassesOfTheMomentAndEmptiesItself)
@@ -344,7 +341,7 @@ TEST(FieldContext, AnnotationsAndDefaults)
 
 TEST(Lists, AreReadAndFilledByName)
 {
-  LogCapture log;
+  const Transcript log("traverse/log.cases");
   YMMessageBase m = make("Types_AllTypes");
   std::vector<void*> out;
   EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out));
@@ -353,7 +350,6 @@ TEST(Lists, AreReadAndFilledByName)
   EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "ulonglongValue", &out));
   ASSERT_EQ(out.size(), 1u);
   EXPECT_EQ(*static_cast<unsigned long long*>(out[0]), 9u);
-  EXPECT_EQ(log.lines().size(), 0u);
   const int one = 1;
   EXPECT_FALSE(
       XMLDecoder::ReadFromList(&m, "nothing", &out) || XMLDecoder::ReadFromList(&m, "intValue", &out) ||
@@ -361,9 +357,6 @@ TEST(Lists, AreReadAndFilledByName)
   EXPECT_FALSE(XMLDecoder::InsertIntoList(&m, "intValue", &one) ||
                XMLDecoder::InsertIntoList(&m, "ulonglongValue", &one) ||
                XMLDecoder::InsertIntoList(&m, "intList", nullptr));
-  EXPECT_EQ(log.lines().size(), 7u);
-  EXPECT_EQ(log.lines()[0],
-            (LogLine{0, "XMLDecoder::ReadFromList", "Message [Types_AllTypes] has no list field [nothing]"}));
 }
 
 namespace {
