@@ -1,21 +1,18 @@
 // What the serializer says when something is wrong, and what it makes of odd bytes.
 #include "binary/Bodies.h"
-#include "platform/TempDirectory.h"
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
+#include "support/PasswordKey.h"
 #include "support/SmallStack.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/codec/StandInPasswords.h>
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/platform/PasswordKeyFile.h>
 #include <kwxml/text/Base64.h>
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <optional>
 
 using namespace kwxml::test;
 
@@ -239,11 +236,7 @@ TEST(BinaryWriter, NestingIsBoundedBothWays)
 
 TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
 {
-  TempDirectory directory;
-  std::string error;
-  ASSERT_TRUE(kwxml::createKeyFile(directory / "key", error));
-  setenv("KWXML_SETTINGS",
-         directory.write("settings", "[Password]\nkeyfile = " + directory / "key\n").c_str(), 1);
+  std::optional<PasswordKey> key(std::in_place);
   YMMessageBase m = bare("Types_Annotated");
   setPassword(m, "password1", pstring("plain"));
   setPassword(m, "password3", pstring("secret3"));
@@ -251,7 +244,6 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   setPassword(m, "password5", pstring("mistyped", 4));  // no text of that type
   setInt(m, "single", 5);
   Transcript log(logs);
-  kwxml::registerPasswordAlgorithms();
   const std::string bytes = encode(m);
   EXPECT_NE(bytes.find("plain"), std::string::npos);
   EXPECT_EQ(bytes.find("secret"), std::string::npos);
@@ -276,11 +268,7 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   // Version 1 measures the password as it is, and encrypts it all the same.
   EXPECT_EQ(encode(one, 1).size(), 8 + 4 + 1 + 3u);
   EXPECT_EQ(encode(one, 1).find("abc"), std::string::npos);
-  for (int i = 0; i <= kwxml::maxPasswordAlgorithmType; ++i) {
-    XMLDecoder::registerPasswordEncAlgo(static_cast<Annotation::PasswordEncryptType>(i), nullptr);
-    XMLDecoder::registerPasswordDecAlgo(static_cast<Annotation::PasswordEncryptType>(i), nullptr);
-  }
-  unsetenv("KWXML_SETTINGS");
+  key.reset();
   // Without algorithms nothing is read, and the rest of the message is.
   log.note("read without algorithms");
   const auto keyless = create(bytes);

@@ -1,15 +1,13 @@
 // Passwords in messages: which algorithm serves which type, in both directions, and that no secret shows.
-#include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
 #include "support/Hex.h"
 #include "support/Messages.h"
+#include "support/PasswordKey.h"
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/platform/KWPassword.h>
-#include <kwxml/platform/PasswordKeyFile.h>
 #include <kwxml/text/Base64.h>
 
 #include <gtest/gtest.h>
@@ -113,40 +111,16 @@ void registerTransformation()
   (std::integer_sequence<int, 2, 3, 4, 5, 7, 8, 9, 10>());
 }
 
-/// No algorithm is left from one test to the next.
 class Passwords : public testing::Test
 {
 protected:
-  Passwords() { clear(); }
-  ~Passwords() override { clear(); }
-  static void clear()
-  {
-    for (int i = 0; i <= kwxml::maxPasswordAlgorithmType; ++i) {
-      registerBoth(i, nullptr, nullptr);
-    }
-    seen = Seen();
-  }
+  ~Passwords() override { clearPasswordAlgorithms(); }
 };
 
-/// With a settings file that names a new key.
-class StandInPasswords : public Passwords
+class StandInPasswords : public testing::Test
 {
 protected:
-  StandInPasswords()
-  {
-    newKey();
-    setenv("KWXML_SETTINGS",
-           directory_.write("settings", "[Password]\nkeyfile = " + directory_ / "key\n").c_str(), 1);
-    kwxml::registerPasswordAlgorithms();
-  }
-  ~StandInPasswords() override { unsetenv("KWXML_SETTINGS"); }
-  void newKey()
-  {
-    std::string error;
-    std::filesystem::remove(directory_ / "key");
-    EXPECT_TRUE(kwxml::createKeyFile(directory_ / "key", error)) << error;
-  }
-  TempDirectory directory_;
+  PasswordKey key_;
 };
 
 std::string name(int number)
@@ -384,7 +358,7 @@ std::vector<EncodingFlags> everyForm()
 TEST_F(StandInPasswords, NoSecretShowsUnlessItsTypeSaysPlain)
 {
   for (const int registered : {0, 1, 2}) {  // nothing, the transformation, the platform's
-    clear();
+    clearPasswordAlgorithms();
     if (registered == 1) {
       registerTransformation();
     } else if (registered == 2) {
@@ -452,7 +426,7 @@ TEST_F(StandInPasswords, PasswordsComeBackFromEveryTypeThatIsServed)
     unsetenv("KWXML_SETTINGS");
     flags.targetPasswordType = Annotation::PASS_THROUGH;
     EXPECT_EQ(toXml(*carried, flags), xml);
-    setenv("KWXML_SETTINGS", (directory_ / "settings").c_str(), 1);
+    key_.use();
   }
   // Kept protected in memory, still a password of that generation, and written without being laid open.
   KwXMLContextInfo kept;
@@ -510,7 +484,7 @@ TEST_F(StandInPasswords, DamageAndForeignKeysLeaveTheFieldUnset)
     EXPECT_EQ(of(5, text.substr(0, i)), i == 0 ? "1:" : "unset") << i;
   }
   EXPECT_EQ(of(3, text), "unset") << "a text of another generation";
-  newKey();
+  key_.renew();
   EXPECT_EQ(of(5, text), "unset") << "a text of another key";
   EXPECT_EQ(toText(log).find("secret"), std::string::npos);
 }

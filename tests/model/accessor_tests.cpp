@@ -112,17 +112,17 @@ TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
   EXPECT_TRUE(item == before);
   item.setint64(price.fieldNumber, name.slot, -11, item.getTagID(), price.hash);
   EXPECT_EQ(getText(item, "name"), "-11") << "a number aimed at another field's text becomes its text";
-  item.setint64(name.fieldNumber, name.slot, -12, item.getTagID(), name.hash);
+  setInt(item, "name", -12);
   EXPECT_EQ(getText(item, "name"), "-12");
   YMMessageBase all = make("Types_AllTypes");
   for (const char* text : {"bstringValue", "pstringValue"}) {
     const FieldDef& def = field(all, text);
-    all.setint64(def.fieldNumber, def.slot, 1, all.getTagID(), def.hash);
+    setInt(all, text, 1);
     EXPECT_EQ(all.getbstringobject_const(def.fieldNumber, def.slot, all.getTagID(), def.hash)->text(), "1");
     EXPECT_TRUE(isSet(all, text));
   }
   const FieldDef& wide = field(all, "wstringValue");
-  all.setint64(wide.fieldNumber, wide.slot, 42, all.getTagID(), wide.hash);
+  setInt(all, "wstringValue", 42);
   EXPECT_EQ(all.getwstring_const(wide.fieldNumber, wide.slot, all.getTagID(), wide.hash), L"42");
 }
 
