@@ -3,7 +3,6 @@
 #include <kwxml/metadata/XMLMetaData.h>
 
 #include <kwxml/model/Limits.h>
-#include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
 #include "support/DataFile.h"

@@ -176,33 +176,31 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
 {
   YMMessageBase m = make("Types_AllTypes");
   const unsigned long tag = m.getTagID();
-  const auto at = [&](const char* name, auto call) {
+  const auto on = [&](const char* name, auto member, auto... mark) -> decltype(auto) {
     const FieldDef& def = field(m, name);
-    call(def.fieldNumber, def.slot, def.hash);
-    return isSet(m, name);
+    return (m.*member)(def.fieldNumber, def.slot, tag, def.hash, mark...);
   };
-  EXPECT_FALSE(at("intList", [&](short n, short s, unsigned h) {
-    EXPECT_EQ(m.getlistint_const(n, s, tag, h), nullptr);
-    ASSERT_NE(m.getlistint(n, s, tag, h, false), nullptr);
-    EXPECT_TRUE(m.getlistint_const(n, s, tag, h)->empty());
-  }));
-  EXPECT_TRUE(at("intList", [&](short n, short s, unsigned h) { m.getlistint(n, s, tag, h, true); }));
-  EXPECT_FALSE(at("stringStringMap", [&](short n, short s, unsigned h) {
-    EXPECT_EQ(m.getMapStringAndString_const(n, s, tag, h), nullptr);
-    EXPECT_NE(m.getMapStringAndString(n, s, tag, h, false), nullptr);
-  }));
-  EXPECT_FALSE(at("stringValue", [&](short n, short s, unsigned h) { m.getstring(n, s, tag, h); }));
-  EXPECT_TRUE(at("stringValue", [&](short n, short s, unsigned h) { m.getstringByRef(n, s, tag, h) = "x"; }));
-  EXPECT_FALSE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobject(n, s, tag, h); }));
-  EXPECT_TRUE(
-      at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobjectByRef(n, s, tag, h); }));
-  EXPECT_TRUE(at("longValue", [&](short n, short s, unsigned h) { m.getint64ByRef(n, s, tag, h) = 3; }));
-  EXPECT_TRUE(at("pstringValue", [&](short n, short s, unsigned h) {
-    m.setpstringobject(n, s, pstring("p"), Annotation::BASE64, tag, h);
-    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::BASE64);
-    m.setbstringobject(n, s, bstring("q"), tag, h);
-    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::PLAIN_TEXT);
-  }));
+  using M = YMMessageBase;
+  EXPECT_EQ(on("intList", &M::getlistint_const), nullptr);
+  ASSERT_NE(on("intList", &M::getlistint, false), nullptr);
+  EXPECT_TRUE(on("intList", &M::getlistint_const)->empty() && !isSet(m, "intList"));
+  on("intList", &M::getlistint, true);
+  EXPECT_EQ(on("stringStringMap", &M::getMapStringAndString_const), nullptr);
+  EXPECT_NE(on("stringStringMap", &M::getMapStringAndString, false), nullptr);
+  on("stringValue", &M::getstring);
+  on("bstringValue", &M::getbstringobject);
+  EXPECT_FALSE(isSet(m, "stringStringMap") || isSet(m, "stringValue") || isSet(m, "bstringValue"));
+  on("stringValue", &M::getstringByRef) = "x";
+  on("bstringValue", &M::getbstringobjectByRef);
+  on("longValue", &M::getint64ByRef) = 3;
+  EXPECT_TRUE(isSet(m, "intList") && isSet(m, "stringValue") && isSet(m, "bstringValue") &&
+              isSet(m, "longValue"));
+  setPassword(m, "pstringValue", pstring("p", Annotation::BASE64));
+  EXPECT_EQ(on("pstringValue", &M::getpstringobject_const)->getEncryptionType(), Annotation::BASE64);
+  const FieldDef& password = field(m, "pstringValue");
+  m.setbstringobject(password.fieldNumber, password.slot, bstring("q"), tag, password.hash);
+  EXPECT_EQ(on("pstringValue", &M::getpstringobject_const)->getEncryptionType(), Annotation::PLAIN_TEXT);
+  EXPECT_TRUE(isSet(m, "pstringValue"));
   const FieldDef& object = field(m, "objectValue");
   const auto reference = kwxml::packedReference(object);
   const auto access = [&](bool create, bool mark) {

@@ -6,7 +6,6 @@
 #include <kwxml/model/YMMessageBase.h>
 
 #include <string>
-#include <vector>
 
 namespace kwxml::test {
 

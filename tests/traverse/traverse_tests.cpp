@@ -63,18 +63,23 @@ struct Visitor final : XmlTraverseHandler
   int ends = 0;
 };
 
-/// What is shown; the change is the path of a number, or "texts" for every text.
-std::string walk(YMMessageBase& m, bool order, bool create, bool keep, const std::string& change = "")
+/// Changes the number of a path, or "texts": every text.
+std::function<void(MsgFieldContext&)> replacing(const std::string& change)
 {
-  Visitor visitor(0, order);
-  visitor.traces = true;
-  visitor.onVisit = [&change](MsgFieldContext& f) {
+  return [change](MsgFieldContext& f) {
     if (Visitor::pathOf(f) == change) {
       f.replaceValue(7);
     } else if (change == "texts" && f.getField().type == FIELD_STRING) {
       f.replaceValue(std::string("new"));
     }
   };
+}
+
+std::string walk(YMMessageBase& m, bool order, bool create, bool keep, const std::string& change = "")
+{
+  Visitor visitor(0, order);
+  visitor.traces = true;
+  visitor.onVisit = replacing(change);
   XmlTraverse().traverse(m, visitor, create, keep);
   return visitor.trace;
 }
@@ -209,11 +214,7 @@ TEST(TextWalk, ReadsWalksAndWritesBack)
   XmlTraverse().traverse(xml, recorder, false, false, nullptr);
   EXPECT_EQ(recorder.trace, "begin Leaf\nnumber\ntext set\nend Leaf\n");
   EXPECT_EQ(xml, before);
-  recorder.onVisit = [](MsgFieldContext& f) {
-    if (f.getField().type == FIELD_STRING) {
-      f.replaceValue(std::string("new"));
-    }
-  };
+  recorder.onVisit = replacing("texts");
   KwXMLContextInfo info;
   XmlTraverse().traverse(xml, recorder, false, false, &info);
   EXPECT_EQ(info.getPasswordEncType(), Annotation::PASS_THROUGH);

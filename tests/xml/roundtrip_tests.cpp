@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <random>
 #include <set>
 
@@ -108,8 +107,6 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
 TEST(RoundTrip, EveryCodePointInEveryPlace)
 {
   YMMessageBase m = bare("Types_Annotated");
-  const FieldDef& plain = field(m, "command");
-  const FieldDef& cdata = field(m, "cdataText");
   for (char32_t first = 0; first < 0x110000; first += 0x800) {
     if (isSurrogate(first)) {
       continue;  // these have no UTF-8
@@ -118,8 +115,8 @@ TEST(RoundTrip, EveryCodePointInEveryPlace)
     for (char32_t c = first; c < first + 0x800; ++c) {
       appendUtf8(text, c);
     }
-    m.setstring(plain.fieldNumber, plain.slot, text, m.getTagID(), plain.hash);
-    m.setstring(cdata.fieldNumber, cdata.slot, text, m.getTagID(), cdata.hash);
+    setText(m, "command", text);
+    setText(m, "cdataText", text);
     for (const EncodingFlags& flags : allForms()) {
       const auto back = readXml(declared(m, flags));
       ASSERT_NE(back, nullptr);

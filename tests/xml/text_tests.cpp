@@ -71,14 +71,12 @@ const char badUtf8[] =
 
 // ---- Transcoding
 
-void expectBothWays(const std::string& utf8, const Units& utf16)
+void expectBothWays(const std::string& utf8, const Units& utf16, int where)
 {
   XMLChstring toWide;
   std::string toNarrow;
-  ASSERT_TRUE(XMLEncXStr::convertUTF8ToUTF16(utf8, toWide));
-  ASSERT_TRUE(unitsOf(toWide) == utf16);
-  ASSERT_TRUE(XMLEncXStr::convertUTF16ToUTF8(wide(utf16), toNarrow));
-  ASSERT_TRUE(toNarrow == utf8);
+  EXPECT_TRUE(XMLEncXStr::convertUTF8ToUTF16(utf8, toWide) && unitsOf(toWide) == utf16) << where;
+  EXPECT_TRUE(XMLEncXStr::convertUTF16ToUTF8(wide(utf16), toNarrow) && toNarrow == utf8) << where;
 }
 
 TEST(Transcoding, EveryCharacterBothWays)
@@ -92,8 +90,7 @@ TEST(Transcoding, EveryCharacterBothWays)
         appendUtf16(utf16, c);
       }
     }
-    SCOPED_TRACE(static_cast<unsigned>(block));
-    ASSERT_NO_FATAL_FAILURE(expectBothWays(utf8, utf16));
+    expectBothWays(utf8, utf16, static_cast<int>(block));
   }
 }
 
@@ -108,8 +105,7 @@ TEST(Transcoding, CharactersAcrossTheTranscodersBlocks)
           appendUtf8(utf8, c);
           appendUtf16(utf16, c);
         }
-        SCOPED_TRACE(lead);
-        ASSERT_NO_FATAL_FAILURE(expectBothWays(utf8, utf16));
+        expectBothWays(utf8, utf16, lead);
       }
     }
   }
@@ -482,38 +478,23 @@ TEST_F(Dates, ReadsTimesOfDay)
 
 // ---- Numbers
 
-/// Runs in a locale that writes 1,5 for 1.5 and groups digits with dots.
-class ForeignLocale : public testing::Test
+TEST(ForeignLocale, ChangesNothing)
 {
-protected:
-  void SetUp() override
-  {
-    const std::string source = directory_.write(
-        "comma.src",
-        "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\nEND LC_NUMERIC\n");
-    const std::string command =
-        "localedef -c -f ANSI_X3.4-1968 -i " + source + " " + directory_ / "xx_XX" + " >/dev/null 2>&1";
-    [[maybe_unused]] const int status = std::system(command.c_str());
-    setenv("LOCPATH", directory_.path().c_str(), 1);
-    if (setlocale(LC_ALL, "xx_XX") == nullptr) {
-      GTEST_SKIP() << "this machine cannot make a locale";
-    }
-    char shown[16];
-    std::snprintf(shown, sizeof shown, "%g", 1.5);
-    ASSERT_STREQ(shown, "1,5");
+  // One that writes 1,5 for 1.5 and groups digits with dots.
+  const TempDirectory directory;
+  const std::string source = directory.write(
+      "comma.src",
+      "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\nEND LC_NUMERIC\n");
+  const std::string command =
+      "localedef -c -f ANSI_X3.4-1968 -i " + source + " " + directory / "xx_XX" + " >/dev/null 2>&1";
+  [[maybe_unused]] const int status = std::system(command.c_str());
+  setenv("LOCPATH", directory.path().c_str(), 1);
+  if (setlocale(LC_ALL, "xx_XX") == nullptr) {
+    GTEST_SKIP() << "this machine cannot make a locale";
   }
-  void TearDown() override
-  {
-    setlocale(LC_ALL, "C");
-    unsetenv("LOCPATH");
-  }
-
-private:
-  TempDirectory directory_;
-};
-
-TEST_F(ForeignLocale, ChangesNothing)
-{
+  char shown[16];
+  std::snprintf(shown, sizeof shown, "%g", 1.5);
+  EXPECT_STREQ(shown, "1,5");
   kwxml::NumberBuffer buffer;
   EXPECT_EQ(kwxml::formatDouble(1234567.5, buffer), "1.23457e+06");
   EXPECT_EQ(kwxml::formatDouble(1.5, buffer), "1.5");
@@ -522,11 +503,13 @@ TEST_F(ForeignLocale, ChangesNothing)
   EXPECT_EQ(kwxml::parseDouble("1,5"), 1.0);
   EXPECT_EQ(kwxml_atoll("1.234"), 1);
   char date[kwxml::dateBufferSize];
-  ASSERT_TRUE(writeXDate(1600000000, Annotation::DATE, date));
+  EXPECT_TRUE(writeXDate(1600000000, Annotation::DATE, date));
   EXPECT_STREQ(date, "2020-09-13");
   XMLChstring units;
   EXPECT_TRUE(XMLEncXStr::convertUTF8ToUTF16("\xC3\xA4", units));
   EXPECT_EQ(units[0], 0xE4);
+  setlocale(LC_ALL, "C");
+  unsetenv("LOCPATH");
 }
 
 TEST(NumberText, WritesFloatingNumbersAsStreamsDo)
