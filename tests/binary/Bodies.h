@@ -4,12 +4,11 @@
 // hash of the field's name, and the code.
 #pragma once
 
-#include "binary/Hex.h"
+#include "support/Hex.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 
 #include <kwxml/binary/BinarySerializer.h>
-#include <kwxml/model/MessageInternal.h>
 
 #include <gtest/gtest.h>
 
@@ -17,9 +16,6 @@
 #include <sstream>
 
 namespace kwxml::test {
-
-inline constexpr const char* writer = "BinarySerializer::serializeBinaryRecursive";
-inline constexpr const char* reader = "BinarySerializer::unserializeBinaryRecur";
 
 inline std::string keyHex(const std::string& word)
 {
@@ -101,6 +97,14 @@ inline int decode(YMMessageBase& m, const std::string& bytes, bool merge = false
   return BinarySerializer::unserialize(m, buffer, nullptr, merge);
 }
 
+/// A new message of the class that the bytes name, or none.
+inline std::unique_ptr<YMMessageBase> create(const std::string& bytes, KwXMLContextInfo* context = nullptr)
+{
+  BinaryBuffer buffer;
+  buffer.deepCopyBuffer(bytes.data(), bytes.size(), false);
+  return std::unique_ptr<YMMessageBase>(BinarySerializer::unserialize(buffer, context, false));
+}
+
 inline int decodeBody(YMMessageBase& m, const std::string& text, bool merge = false)
 {
   return decode(m, header(m) + fromHex(expand(text)), merge);
@@ -109,18 +113,6 @@ inline int decodeBody(YMMessageBase& m, const std::string& text, bool merge = fa
 inline YMMessageBase allTypes()
 {
   return make("Types_AllTypes");
-}
-
-template <class T>
-T& object(YMMessageBase& m, const std::string& name)
-{
-  const FieldDef& def = field(m, name);
-  T*& value = MessageAccess::pointer<T>(m, def.slot);
-  if (value == nullptr) {
-    value = new T;
-  }
-  MessageAccess::mark(m, def);
-  return *value;
 }
 
 }  // namespace kwxml::test

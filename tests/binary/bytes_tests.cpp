@@ -1,8 +1,7 @@
 // Every type of field as bytes, in both directions, and bodies as others may have written them.
 #include "binary/Bodies.h"
-#include "support/Rows.h"
-
-#include <kwxml/codec/XMLDecoder.h>
+#include "support/DataFile.h"
+#include "support/Documents.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string rows = "binary/bodies.rows";
+const std::string rows = "binary/bodies.cases";
 
 /// A collection without items.
 void makeEmpty(YMMessageBase& m, const FieldDef& def)
@@ -26,8 +25,7 @@ void makeEmpty(YMMessageBase& m, const FieldDef& def)
 /// The message that the first cell of a row describes.
 YMMessageBase described(const std::string& text)
 {
-  YMMessageBase m = allTypes();
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_AllTypes");
   const std::string word = text.substr(0, text.find(' '));
   if (word == "fill") {
     fill(m, field(m, text.substr(5)), 1);
@@ -37,7 +35,7 @@ YMMessageBase described(const std::string& text)
     MessageAccess::mark(m, field(m, text.substr(5)));
   } else {
     const std::string xml = text.starts_with('<') ? ">" + text + "</Types_AllTypes>" : " " + text + "/>";
-    EXPECT_EQ(XMLDecoder().unSerialize(m, "<Types_AllTypes" + xml), 0);
+    return fromXml("<Types_AllTypes" + xml);
   }
   return m;
 }
@@ -59,8 +57,7 @@ TEST(BinaryBytes, EveryTypeBothWays)
     YMMessageBase copy = allTypes();
     EXPECT_EQ(decode(copy, whole), 0);
     const std::string back = bodyHex(copy);
-    return back == body ? Lines{folded(body)}
-                        : Lines{folded(body), "back: " + (back.empty() ? "nothing" : folded(back))};
+    return folded(body) + (back == body ? "" : "\nback: " + (back.empty() ? "nothing" : folded(back)));
   });
 }
 
@@ -70,7 +67,7 @@ TEST(BinaryBytes, OddBodiesAreReadAsTheFormHasThem)
     YMMessageBase m = allTypes();
     const int result = decodeBody(m, cells[0]);
     const std::string body = folded(bodyHex(m));
-    return result == 0 ? Lines{body} : Lines{body, result == -1 ? "fails" : std::to_string(result)};
+    return body + (result == 0 ? "" : result == -1 ? "\nfails" : "\n" + std::to_string(result));
   });
 }
 

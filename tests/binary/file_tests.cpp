@@ -1,7 +1,7 @@
 // Files of messages: their bytes, every result, torn and damaged files.
 #include "binary/Bodies.h"
 #include "platform/TempDirectory.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
 
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
 #include <kwxml/platform/CYxCRC64.h>
@@ -12,7 +12,7 @@ using namespace kwxml::test;
 namespace {
 
 using Handler = YMMessageBaseFileHandler;
-const std::string rows = "binary/files.rows";
+const std::string rows = "binary/files.cases";
 
 /// A message whose binary form takes `size` bytes (above 150).
 YMMessageBase sized(std::size_t size)
@@ -116,7 +116,7 @@ TEST_F(BinaryFiles, TornAndForeignRecords)
 
 TEST_F(BinaryFiles, Batches)
 {
-  Transcript log("binary/log.rows");
+  Transcript log("binary/log.cases");
   YMMessageBase m = sized(300);
   YMMessageBase small = make("Types_Empty");
   EXPECT_EQ(written({&m, &small}, "batch"),
@@ -171,7 +171,7 @@ TEST_F(BinaryFiles, BatchesThatCannotBeRead)
 
 TEST_F(BinaryFiles, WhatCannotBeWritten)
 {
-  Transcript log("binary/log.rows");
+  Transcript log("binary/log.cases");
   YMMessageBase m = sized(300);
   std::vector<YMMessageBase*> messages{&m};
   YMMessageBase* read = nullptr;

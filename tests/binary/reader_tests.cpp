@@ -1,34 +1,24 @@
 // What the serializer says when something is wrong, and what it makes of odd bytes.
 #include "binary/Bodies.h"
-#include "platform/TempDirectory.h"
 #include "support/AllocationCounter.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
+#include "support/PasswordKey.h"
 #include "support/SmallStack.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
-#include <kwxml/codec/StandInPasswords.h>
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/platform/PasswordKeyFile.h>
 #include <kwxml/text/Base64.h>
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <optional>
 
 using namespace kwxml::test;
 
 namespace {
 
-const std::string logs = "binary/log.rows";
-
-std::unique_ptr<YMMessageBase> create(const std::string& bytes, KwXMLContextInfo* context = nullptr)
-{
-  BinaryBuffer buffer;
-  buffer.deepCopyBuffer(bytes.data(), bytes.size(), false);
-  return std::unique_ptr<YMMessageBase>(BinarySerializer::unserialize(buffer, context, false));
-}
+const std::string logs = "binary/log.cases";
 
 }  // namespace
 
@@ -54,7 +44,7 @@ TEST(BinaryReader, HeadersThatDoNotFit)
 TEST(BinaryReader, VersionWords)
 {
   // Version words: with the flag the low 16 bits, as a signed remainder; without it the whole word.
-  expectRows("binary/bodies.rows", "version words", [](const Lines& cells) {
+  expectRows("binary/bodies.cases", "version words", [](const Lines& cells) {
     std::string bytes = fromHex(cells[0]) + "1234";
     BinaryStream in(bytes.data(), bytes.size());
     int version = 0;
@@ -142,8 +132,7 @@ namespace {
 /// Every field but the passwords: these are never small, and go through strings.
 YMMessageBase withoutPasswords()
 {
-  YMMessageBase m = allTypes();
-  m.wipeBitset();
+  YMMessageBase m = bare("Types_AllTypes");
   for (const FieldDef& def : *m.getClass()) {
     if (def.type != FIELD_PSTRING) {
       fill(m, def, 1);
@@ -232,40 +221,29 @@ TEST(BinaryWriter, NestingIsBoundedBothWays)
     BinaryBuffer buffer;
     EXPECT_EQ(BinarySerializer::serialize(tooDeep, buffer), 0u);
     EXPECT_EQ(BinarySerializer::calculateReqBinStreamSize(tooDeep, 2, nullptr), 0u);
-    EXPECT_EQ(log.lines(), (std::vector<LogLine>(2, {0, writer, "Messages nest deeper than [64]"})));
-    log.clear();
+    const std::string line = "0 BinarySerializer::serializeBinaryRecursive: Messages nest deeper than [64]\n";
+    EXPECT_EQ(log.taken(), line + line);
     std::string body;
     const std::string key = fromHex(expand("child.2"));
     for (int i = 0; i < 10000; ++i) {
       body += key + "\xFF\xFF\xFF\xFF\x0F";
     }
     EXPECT_EQ(decode(copy, header(copy) + body), -1);
-    EXPECT_EQ(log.lines().front(), (LogLine{0, reader, "Messages nest deeper than [64]"}));
+    EXPECT_TRUE(toText(log).starts_with(
+        "0 BinarySerializer::unserializeBinaryRecur: Messages nest deeper than [64]\n"));
   });
 }
 
 TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
 {
-  TempDirectory directory;
-  std::string error;
-  ASSERT_TRUE(kwxml::createKeyFile(directory / "key", error));
-  setenv("KWXML_SETTINGS",
-         directory.write("settings", "[Password]\nkeyfile = " + directory / "key\n").c_str(), 1);
-  const auto setPassword = [](YMMessageBase& m, const std::string& name, const pstring& value) {
-    const FieldDef& def = field(m, name);
-    m.setpstringobject(def.fieldNumber, def.slot, value,
-                       static_cast<Annotation::PasswordEncryptType>(value.getEncryptionType()), m.getTagID(),
-                       def.hash);
-  };
-  YMMessageBase m = make("Types_Annotated");
-  m.wipeBitset();
+  std::optional<PasswordKey> key(std::in_place);
+  YMMessageBase m = bare("Types_Annotated");
   setPassword(m, "password1", pstring("plain"));
   setPassword(m, "password3", pstring("secret3"));
   setPassword(m, "password9", pstring("secret9"));
   setPassword(m, "password5", pstring("mistyped", 4));  // no text of that type
   setInt(m, "single", 5);
   Transcript log(logs);
-  kwxml::registerPasswordAlgorithms();
   const std::string bytes = encode(m);
   EXPECT_NE(bytes.find("plain"), std::string::npos);
   EXPECT_EQ(bytes.find("secret"), std::string::npos);
@@ -281,8 +259,7 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   EncodingFlags flags;
   flags.targetPasswordType = Annotation::BASE64;
   const BinarySerializerParameters parameters{&flags, nullptr};
-  YMMessageBase one = make("Types_Annotated");
-  one.wipeBitset();
+  YMMessageBase one = bare("Types_Annotated");
   setPassword(one, "password3", pstring("abc"));
   EXPECT_EQ(toHex(encode(one, 2, &parameters).substr(8)), expand("password3.2 04 59 57 4A 6A"));
   KwXMLContextInfo through;
@@ -291,11 +268,7 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   // Version 1 measures the password as it is, and encrypts it all the same.
   EXPECT_EQ(encode(one, 1).size(), 8 + 4 + 1 + 3u);
   EXPECT_EQ(encode(one, 1).find("abc"), std::string::npos);
-  for (int i = 0; i <= kwxml::maxPasswordAlgorithmType; ++i) {
-    XMLDecoder::registerPasswordEncAlgo(static_cast<Annotation::PasswordEncryptType>(i), nullptr);
-    XMLDecoder::registerPasswordDecAlgo(static_cast<Annotation::PasswordEncryptType>(i), nullptr);
-  }
-  unsetenv("KWXML_SETTINGS");
+  key.reset();
   // Without algorithms nothing is read, and the rest of the message is.
   log.note("read without algorithms");
   const auto keyless = create(bytes);
@@ -304,11 +277,10 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   EXPECT_EQ(getInt(*keyless, "single"), 5);
   // Without an annotation the key stands alone, and cannot be read.
   log.note("without an annotation");
-  YMMessageBase bare = make("Types_Annotated");
-  bare.wipeBitset();
-  setPassword(bare, "plainPassword", pstring("x"));
-  EXPECT_EQ(bodyHex(bare), expand("plainPassword.2"));
-  EXPECT_EQ(create(encode(bare) + '\0'), nullptr);
+  YMMessageBase keyAlone = bare("Types_Annotated");
+  setPassword(keyAlone, "plainPassword", pstring("x"));
+  EXPECT_EQ(bodyHex(keyAlone), expand("plainPassword.2"));
+  EXPECT_EQ(create(encode(keyAlone) + '\0'), nullptr);
 }
 
 TEST(BinaryCodec, TheFacadesForward)

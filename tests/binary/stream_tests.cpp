@@ -1,6 +1,6 @@
 // The numbers of the binary form, byte by byte, and the buffer that holds them.
-#include "binary/Hex.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
+#include "support/Hex.h"
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/binary/BinaryStream.h>
@@ -62,7 +62,7 @@ TEST(BinaryStream, NumbersBothWays)
       {"double", std::bind_front(run<double>, &Stream::WriteDouble, &Stream::ReadDouble)},
       {"float", std::bind_front(run<float>, &Stream::WriteFloat, &Stream::ReadFloat)},
   };
-  expectRows("binary/stream.rows", "numbers", [&](const Lines& cells) {
+  expectRows("binary/stream.cases", "numbers", [&](const Lines& cells) {
     const std::string result = kinds.at(cells[0])(cells);
     const std::size_t size = fromHex(cells[1] == "read" ? "" : result).size();
     if (size != 0 && cells[0] == "variable") {

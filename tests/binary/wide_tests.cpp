@@ -40,7 +40,7 @@ void expectRead(YMMessageBase& message, const std::string& what)
   const std::string bytes = encode(message);
   YMMessageBase read(message.getSubsysID(), message.getClassIndex());
   LogCapture log;
-  ASSERT_EQ(decode(read, bytes), 0) << what << ": " << testing::PrintToString(log.texts());
+  ASSERT_EQ(decode(read, bytes), 0) << what << ": " << toText(log);
   EXPECT_TRUE(read == message) << what;
 }
 

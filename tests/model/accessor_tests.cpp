@@ -1,7 +1,7 @@
 // Addressing: own tags, foreign tags, wrong fields and slots, with the log lines that each failure leaves.
 #include "support/AllocationCounter.h"
+#include "support/DataFile.h"
 #include "support/Messages.h"
-#include "support/Rows.h"
 
 #include <kwxml/platform/KwException.h>
 #include <kwxml/traverse/MsgFieldContext.h>
@@ -17,7 +17,7 @@ constexpr unsigned long noTag = 0x7E000001;
 constexpr unsigned int codeHash = 0x9CB015;
 constexpr unsigned int messageHash = 0xB7ECDF;
 
-const std::string logs = "model/log.rows";
+const std::string logs = "model/log.cases";
 
 }  // namespace
 
@@ -50,8 +50,7 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
 TEST(Accessors, ForeignTagsFindTheFieldByItsHash)
 {
   Transcript log(logs);
-  YMMessageBase m = make("Demo_Status");
-  m.wipeBitset();
+  YMMessageBase m = bare("Demo_Status");
   m.setint64(1, 4, 7, 0xC9000001, codeHash);  // field number and slot of another version of the class
   EXPECT_EQ(getInt(m, "errorCode"), 7);
   EXPECT_TRUE(isSet(m, "errorCode"));
@@ -113,17 +112,17 @@ TEST(Accessors, OwnTagTrustsTheSlotAndKeepsMemorySound)
   EXPECT_TRUE(item == before);
   item.setint64(price.fieldNumber, name.slot, -11, item.getTagID(), price.hash);
   EXPECT_EQ(getText(item, "name"), "-11") << "a number aimed at another field's text becomes its text";
-  item.setint64(name.fieldNumber, name.slot, -12, item.getTagID(), name.hash);
+  setInt(item, "name", -12);
   EXPECT_EQ(getText(item, "name"), "-12");
   YMMessageBase all = make("Types_AllTypes");
   for (const char* text : {"bstringValue", "pstringValue"}) {
     const FieldDef& def = field(all, text);
-    all.setint64(def.fieldNumber, def.slot, 1, all.getTagID(), def.hash);
+    setInt(all, text, 1);
     EXPECT_EQ(all.getbstringobject_const(def.fieldNumber, def.slot, all.getTagID(), def.hash)->text(), "1");
     EXPECT_TRUE(isSet(all, text));
   }
   const FieldDef& wide = field(all, "wstringValue");
-  all.setint64(wide.fieldNumber, wide.slot, 42, all.getTagID(), wide.hash);
+  setInt(all, "wstringValue", 42);
   EXPECT_EQ(all.getwstring_const(wide.fieldNumber, wide.slot, all.getTagID(), wide.hash), L"42");
 }
 
@@ -177,33 +176,31 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
 {
   YMMessageBase m = make("Types_AllTypes");
   const unsigned long tag = m.getTagID();
-  const auto at = [&](const char* name, auto call) {
+  const auto on = [&](const char* name, auto member, auto... mark) -> decltype(auto) {
     const FieldDef& def = field(m, name);
-    call(def.fieldNumber, def.slot, def.hash);
-    return isSet(m, name);
+    return (m.*member)(def.fieldNumber, def.slot, tag, def.hash, mark...);
   };
-  EXPECT_FALSE(at("intList", [&](short n, short s, unsigned h) {
-    EXPECT_EQ(m.getlistint_const(n, s, tag, h), nullptr);
-    ASSERT_NE(m.getlistint(n, s, tag, h, false), nullptr);
-    EXPECT_TRUE(m.getlistint_const(n, s, tag, h)->empty());
-  }));
-  EXPECT_TRUE(at("intList", [&](short n, short s, unsigned h) { m.getlistint(n, s, tag, h, true); }));
-  EXPECT_FALSE(at("stringStringMap", [&](short n, short s, unsigned h) {
-    EXPECT_EQ(m.getMapStringAndString_const(n, s, tag, h), nullptr);
-    EXPECT_NE(m.getMapStringAndString(n, s, tag, h, false), nullptr);
-  }));
-  EXPECT_FALSE(at("stringValue", [&](short n, short s, unsigned h) { m.getstring(n, s, tag, h); }));
-  EXPECT_TRUE(at("stringValue", [&](short n, short s, unsigned h) { m.getstringByRef(n, s, tag, h) = "x"; }));
-  EXPECT_FALSE(at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobject(n, s, tag, h); }));
-  EXPECT_TRUE(
-      at("bstringValue", [&](short n, short s, unsigned h) { m.getbstringobjectByRef(n, s, tag, h); }));
-  EXPECT_TRUE(at("longValue", [&](short n, short s, unsigned h) { m.getint64ByRef(n, s, tag, h) = 3; }));
-  EXPECT_TRUE(at("pstringValue", [&](short n, short s, unsigned h) {
-    m.setpstringobject(n, s, pstring("p"), Annotation::BASE64, tag, h);
-    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::BASE64);
-    m.setbstringobject(n, s, bstring("q"), tag, h);
-    EXPECT_EQ(m.getpstringobject_const(n, s, tag, h)->getEncryptionType(), Annotation::PLAIN_TEXT);
-  }));
+  using M = YMMessageBase;
+  EXPECT_EQ(on("intList", &M::getlistint_const), nullptr);
+  ASSERT_NE(on("intList", &M::getlistint, false), nullptr);
+  EXPECT_TRUE(on("intList", &M::getlistint_const)->empty() && !isSet(m, "intList"));
+  on("intList", &M::getlistint, true);
+  EXPECT_EQ(on("stringStringMap", &M::getMapStringAndString_const), nullptr);
+  EXPECT_NE(on("stringStringMap", &M::getMapStringAndString, false), nullptr);
+  on("stringValue", &M::getstring);
+  on("bstringValue", &M::getbstringobject);
+  EXPECT_FALSE(isSet(m, "stringStringMap") || isSet(m, "stringValue") || isSet(m, "bstringValue"));
+  on("stringValue", &M::getstringByRef) = "x";
+  on("bstringValue", &M::getbstringobjectByRef);
+  on("longValue", &M::getint64ByRef) = 3;
+  EXPECT_TRUE(isSet(m, "intList") && isSet(m, "stringValue") && isSet(m, "bstringValue") &&
+              isSet(m, "longValue"));
+  setPassword(m, "pstringValue", pstring("p", Annotation::BASE64));
+  EXPECT_EQ(on("pstringValue", &M::getpstringobject_const)->getEncryptionType(), Annotation::BASE64);
+  const FieldDef& password = field(m, "pstringValue");
+  m.setbstringobject(password.fieldNumber, password.slot, bstring("q"), tag, password.hash);
+  EXPECT_EQ(on("pstringValue", &M::getpstringobject_const)->getEncryptionType(), Annotation::PLAIN_TEXT);
+  EXPECT_TRUE(isSet(m, "pstringValue"));
   const FieldDef& object = field(m, "objectValue");
   const auto reference = kwxml::packedReference(object);
   const auto access = [&](bool create, bool mark) {

@@ -9,44 +9,27 @@
 
 using namespace kwxml::test;
 
-namespace {
-
-std::size_t allocationsOf(const char* tagName)
+TEST(Layout, ValuesLieInlineUpToTheFirstThatReachesSlot24)
 {
-  const YMMessageBase probe = make(tagName);
-  const AllocationCounter counter;
-  const YMMessageBase message(probe.getSubsysID(), probe.getClassIndex());
-  return counter.count();
-}
-
-}  // namespace
-
-TEST(Layout, SmallClassesAllocateNothingLargeOnesOnce)
-{
-  EXPECT_EQ(allocationsOf("Types_Slots24"), 0u);
-  EXPECT_EQ(allocationsOf("Demo_Status"), 0u);
-  EXPECT_EQ(allocationsOf("Types_Slots25"), 1u);
-  EXPECT_EQ(allocationsOf("Types_Straddle"), 1u);
-  EXPECT_EQ(allocationsOf("Types_Wide"), 1u);
-}
-
-TEST(Layout, InlineCountStopsBeforeTheFirstValueThatReachesSlot24)
-{
-  // A buffer shows its layout by where the slots lie: the heap part does not lie inside the object.
-  const auto inlineCount = [](const char* tagName) {
+  const std::tuple<const char*, std::size_t, int> rows[] = {{"Types_Slots24", 0, 24},
+                                                            {"Demo_Status", 0, 5},
+                                                            {"Types_Slots25", 1, 24},
+                                                            {"Types_Straddle", 1, 22},
+                                                            {"Types_Wide", 1, 24}};
+  for (const auto& [tagName, allocations, inlineCount] : rows) {
     YMMessageBase message = make(tagName);
-    int count = 0;
+    const AllocationCounter counter;
+    const YMMessageBase same(message.getSubsysID(), message.getClassIndex());
+    EXPECT_EQ(counter.count(), allocations) << tagName;
+    int count = 0;  // a buffer shows its layout by where the slots lie: the heap's are not inside the object
     for (const FieldDef& def : *message.getClass()) {
       const auto* address = static_cast<const char*>(def.getFieldAddrResolved(message));
       const auto* object = reinterpret_cast<const char*>(&message);
       count +=
           address >= object && address < object + sizeof message ? kwxml::fieldTypeInfo(def.type).slots : 0;
     }
-    return count;
-  };
-  EXPECT_EQ(inlineCount("Types_Slots24"), 24);
-  EXPECT_EQ(inlineCount("Types_Slots25"), 24);
-  EXPECT_EQ(inlineCount("Types_Straddle"), 22);
+    EXPECT_EQ(count, inlineCount) << tagName;
+  }
 }
 
 TEST(Layout, EveryFieldKeepsItsOwnValue)
@@ -58,8 +41,7 @@ TEST(Layout, EveryFieldKeepsItsOwnValue)
       fill(message, def, def.fieldNumber + 1);
     }
     for (const FieldDef& def : *message.getClass()) {
-      YMMessageBase alone = make(tagName);
-      alone.wipeBitset();
+      YMMessageBase alone = bare(tagName);
       fill(alone, def, def.fieldNumber + 1);
       YMMessageBase rest(message);
       for (const FieldDef& other : *message.getClass()) {
@@ -102,9 +84,8 @@ TEST(Layout, MovesKeepValuesAndAllocateNothing)
   }
   YMMessageBase node = nodeChain(3);  // a part of a message may be moved into its whole
   const FieldDef& child = field(node, "child");
-  auto* part =
-      static_cast<YMMessageBase*>(node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
-  node = std::move(*part);
+  node = std::move(*static_cast<YMMessageBase*>(
+      node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash)));
   EXPECT_TRUE(node == nodeChain(2));
 }
 

@@ -1,23 +1,22 @@
 // Messages as values: copy, equality, assignment, deletion, defaults, construction, caches, for every field
 // type.
+#include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/Messages.h"
-#include "support/Rows.h"
 #include "support/SmallStack.h"
 
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/platform/KwException.h>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 using namespace kwxml::test;
 
 namespace {
 
-const std::string logs = "model/log.rows";
+const std::string logs = "model/log.cases";
 
 }  // namespace
 
@@ -64,13 +63,11 @@ TEST(Values, EqualityRules)
   YMMessageBase a = make("Types_AllTypes");
   YMMessageBase b = make("Types_AllTypes");
   const FieldDef& scalar = field(a, "doubleValue");
-  const FieldDef& list = field(a, "doubleList");
   const auto set = [&](YMMessageBase& m, double value) {
     m.setdouble(scalar.fieldNumber, scalar.slot, value, m.getTagID(), scalar.hash);
   };
-  const auto setList = [&](YMMessageBase& m, double value) {
-    const std::vector<double> values{value};
-    m.setlistdouble(list.fieldNumber, list.slot, &values, m.getTagID(), list.hash);
+  const auto setList = [](YMMessageBase& m, double value) {
+    object<std::vector<double>>(m, "doubleList") = {value};
   };
   EXPECT_TRUE(a == b);
   setInt(a, "intValue", 0);
@@ -135,9 +132,8 @@ TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
   leaf = self;
   EXPECT_TRUE(leaf == before);
   YMMessageBase node = nodeChain(4);
-  const FieldDef& child = field(node, "child");
-  node = *static_cast<YMMessageBase*>(
-      node.getObject(child.fieldNumber, child.slot, node.getTagID(), child.hash));
+  const YMMessageBase& part = object<YMMessageBase>(node, "child");
+  node = part;
   EXPECT_TRUE(node == nodeChain(3));
   YMMessageBase none;
   none = leaf;
@@ -176,9 +172,7 @@ TEST(Values, DefaultsAndOldWayConstruction)
 {
   Transcript log(logs);
   const auto note = [&log](const std::string& what, YMMessageBase message) {
-    std::string xml;
-    EXPECT_EQ(XMLEncoder().serialize(message, xml, true), 0);
-    log.note(what, xml);
+    log.note(what, toXml(message));
   };
   note("primitives count as set in a system of the old way", make("Demo_Status"));
   YMMessageBase defaults = make("Legacy_Defaults");
@@ -209,8 +203,7 @@ TEST(Values, DefaultsAndOldWayConstruction)
   YMMessageBase hidden = make("Types_Hidden");
   note("with hidden fields", hidden);
   EXPECT_EQ(getInt(hidden, "secret"), 0) << "a hidden field's default is passed over";
-  YMMessageBase nothing = make("Types_Hidden");
-  nothing.wipeBitset();
+  YMMessageBase nothing = bare("Types_Hidden");
   note("nothing set", nothing);
   YMMessageBase copy(nothing);
   YMMessageBase assigned = make("Types_Hidden");

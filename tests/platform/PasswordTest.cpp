@@ -17,6 +17,7 @@
 #include <tuple>
 
 #include "platform/TempDirectory.h"
+#include "support/Hex.h"
 #include "support/SmallStack.h"
 
 namespace {
@@ -213,11 +214,8 @@ TEST_F(Password, NothingSecretStaysOnTheStack)
   for (int i = 0; plain.size() < 400; ++i) {
     plain += std::to_string(i * i) + '~';
   }
-  std::string digits = directory.read("key").substr(17, 64);
-  std::string key;
-  for (size_t i = 0; i < digits.size(); i += 2) {
-    key += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  }
+  const std::string digits = directory.read("key").substr(17, 64);
+  const std::string key = kwxml::test::fromHex(digits);
   const std::string text = encrypt(8, plain).value_or("");
   std::string damaged = text;
   damaged[text.size() - 3] = damaged[text.size() - 3] == 'A' ? 'B' : 'A';  // in the tag, read last

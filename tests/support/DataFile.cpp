@@ -1,138 +1,169 @@
 #include "support/DataFile.h"
 
-#include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/text/ShownText.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <memory>
+#include <regex>
 #include <sstream>
-#include <stdexcept>
 
 namespace kwxml::test {
 
 namespace {
 
-constexpr std::string_view arrow = "=>";
-
 bool updates()
 {
-  return std::getenv("KWXML_UPDATE") != nullptr;
+  const char* set = std::getenv("KWXML_UPDATE");
+  return set != nullptr && std::string_view(set) == "1";
 }
 
-/// Where the line has its arrow, with nothing but blanks before it.
-bool isContinuation(const std::string& line)
+std::string pathOf(const std::string& file)
 {
-  return line.find_first_not_of(' ') == line.find(arrow) && line.find(arrow) != std::string::npos;
+  return KWXML_SOURCE_DIR "/tests/" + file;
+}
+
+/// Where the arrow stands in a line, parted from the rest by blanks.
+std::size_t arrowIn(const std::string& line)
+{
+  return (" " + line + " ").find(" => ");
 }
 
 /// The output that an arrow stands before.
 std::string outputOf(const std::string& line)
 {
-  const auto at = line.find(arrow) + arrow.size();
-  return line.size() > at ? line.substr(at + 1) + "\n" : "\n";
+  return line.substr(std::min(arrowIn(line) + 3, line.size())) + "\n";
 }
 
-std::string withArrows(const std::string& output, std::string before)
+/// The lines of an output as they stand in a file.
+std::string visible(const std::string& output)
 {
   std::istringstream lines(output.empty() ? "\n" : output);
   std::string all;
   for (std::string line; std::getline(lines, line);) {
-    all += before + std::string(arrow) + (line.empty() ? "" : " ") + line + "\n";
+    all += shown(line) + "\n";
+    if (line.ends_with(' ')) {
+      all.replace(all.size() - 2, 1, "\\x20");
+    }
+  }
+  return all;
+}
+
+std::string withArrows(const std::string& output, std::string before)
+{
+  std::istringstream lines(output);
+  std::string all;
+  for (std::string line; std::getline(lines, line);) {
+    all += before + "=>" + (line.empty() ? "" : " ") + line + "\n";
     before.assign(before.size(), ' ');
   }
   return all;
 }
 
+Lines cellsOf(const std::string& row)
+{
+  static const std::regex& cell = *new std::regex(R"re("(?:[^"\\]|\\.)*"|[^ ]+(?: [^ ]+)*)re");
+  Lines cells;
+  for (std::sregex_iterator i(row.begin(), row.end(), cell), end; i != end; ++i) {
+    const std::string text = i->str();
+    const bool quoted = text[0] == '"';
+    const std::string inner = quoted ? text.substr(1, text.size() - 2) : text;
+    EXPECT_TRUE(unquoteShown(inner, cells.emplace_back(), "\\\"")) << text;
+  }
+  return cells;
+}
+
 }  // namespace
 
-void expectCases(const std::string& path, const std::function<std::string(const std::string& input)>& answer)
+void expectCases(const std::string& file, const std::string& section,
+                 const std::function<std::string(const std::string& input)>& answer, int level)
 {
-  std::ifstream file(path);
+  std::ifstream in(pathOf(file));
+  Lines lines;
+  for (std::string line; std::getline(in, line);) {
+    lines.push_back(line);
+  }
   std::string updated;
   std::string input;
+  bool inside = section.empty();
   int cases = 0;
-  std::string line;
-  bool more = static_cast<bool>(std::getline(file, line));
-  while (more) {
-    const bool comment = line.empty() || line[0] == '#';
-    const auto at = line.find(arrow);
-    if (comment || at == std::string::npos) {
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::string& line = lines[i];
+    if (line.starts_with('[')) {
+      inside = line == "[" + section + "]";
+    }
+    const bool remark = line.empty() || line[0] == '#' || line[0] == '[';
+    const auto at = arrowIn(line);
+    if (!inside || remark || at == std::string::npos) {
       updated += line + "\n";
-      input += comment ? "" : line + "\n";
-      more = static_cast<bool>(std::getline(file, line));
+      input += inside && !remark ? line + "\n" : "";
       continue;
     }
+    const std::string place = pathOf(file) + ":" + std::to_string(i + 1);
     const std::string before = line.substr(0, at);
     input += before.substr(0, before.find_last_not_of(' ') + 1);
     input.erase(input.find_last_not_of('\n') + 1);
     std::string expected = outputOf(line);
-    while ((more = static_cast<bool>(std::getline(file, line))) && isContinuation(line)) {
-      expected += outputOf(line);
+    while (i + 1 < lines.size() && arrowIn(lines[i + 1]) == lines[i + 1].find_first_not_of(' ') &&
+           !lines[i + 1].empty()) {
+      expected += outputOf(lines[++i]);
     }
-    const std::string output = answer(input);
+    const LogCapture log(level);
+    const std::string answered = answer(input);
+    const std::string output =
+        visible(answered + (answered.empty() || answered.ends_with('\n') ? "" : "\n") + toText(log));
     if (!updates()) {
-      EXPECT_EQ(output.empty() ? "\n" : output, expected) << path << ": " << input;
+      EXPECT_EQ(output, expected) << place << ": " << input;
     }
     updated += withArrows(output, before);
     input.clear();
     ++cases;
   }
-  EXPECT_GT(cases, 0) << path;
-  EXPECT_EQ(input, "") << path << ": without an arrow";
+  EXPECT_GT(cases, 0) << "no case in section [" << section << "] of " << pathOf(file);
+  EXPECT_EQ(input, "") << pathOf(file) << ": without an arrow";
   if (updates()) {
-    std::ofstream(path) << updated;
+    std::ofstream(pathOf(file)) << updated;
   }
 }
 
-void expectGolden(const std::string& path, const std::string& actual)
+void expectRows(const std::string& file, const std::string& section,
+                const std::function<std::string(const Lines& cells)>& answer, int level)
 {
+  expectCases(
+      file, section, [&](const std::string& input) { return answer(cellsOf(input)); }, level);
+}
+
+void expectGolden(const std::string& file, const std::string& actual)
+{
+  const std::string whole = actual + (actual.ends_with('\n') ? "" : "\n");
   if (updates()) {
-    std::ofstream(path) << actual << "\n";
+    std::ofstream(pathOf(file)) << whole;
   }
-  std::ifstream file(path);
-  const std::string golden((std::istreambuf_iterator<char>(file)), {});
-  EXPECT_EQ(actual + "\n", golden) << path;
+  std::ifstream in(pathOf(file));
+  EXPECT_EQ(whole, std::string(std::istreambuf_iterator<char>(in), {})) << file;
 }
 
-YMMessageBase fromXml(const std::string& xml)
+Transcript::~Transcript()
 {
-  const std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(xml));
-  return message != nullptr ? *message : throw std::invalid_argument(xml);
+  noted_ += taken();
+  const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+  expectCases(file_, std::string(test->test_suite_name()) + "." + test->name(),
+              [this](const std::string&) { return noted_; });
 }
 
-std::string toXml(YMMessageBase& message)
+void Transcript::note(const std::string& what, std::string_view text)
 {
-  std::string xml;
-  EXPECT_EQ(XMLEncoder().serialize(message, xml, true), 0);
-  return xml;
-}
-
-std::string toText(const LogCapture& log)
-{
-  std::ostringstream text;
-  for (const LogLine& line : log.lines()) {
-    text << line << "\n";
-  }
-  return text.str();
+  note(what + ": " + shown(text, "\\"));
 }
 
 Settings::Settings(const std::string& input)
 {
-  std::istringstream words(input);
-  for (std::string word; words >> word;) {
-    const auto equals = word.find('=');
-    const std::string name = word.substr(0, equals);
-    std::string& value = values_[name];
-    value = equals == std::string::npos ? "" : word.substr(equals + 1);
-    if (name == "text") {
-      std::string rest;
-      std::getline(words, rest);
-      value += rest;
-    }
+  static const std::regex& setting = *new std::regex(R"((text)=(.*)|(\w+)(?:=(\S*))?)");
+  for (std::sregex_iterator i(input.begin(), input.end(), setting), end; i != end; ++i) {
+    const bool isText = (*i)[1].matched;
+    values_[(*i)[isText ? 1 : 3]] = (*i)[isText ? 2 : 4];
   }
 }
 

@@ -3,16 +3,16 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/LogSink.h>
+#include <kwxml/text/ShownText.h>
 
 #include <algorithm>
-#include <iterator>
-#include <ostream>
+#include <sstream>
 
 namespace kwxml::test {
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line)
 {
-  return out << line.level << ' ' << line.function << ": " << line.text;
+  return out << line.level << ' ' << line.function << ": " << shown(line.text, "\\");
 }
 
 LogCapture::LogCapture(int level)
@@ -32,17 +32,26 @@ LogCapture::~LogCapture()
   setLogLevel(0);
 }
 
-std::vector<std::string> LogCapture::texts() const
-{
-  std::vector<std::string> result;
-  std::ranges::transform(lines_, std::back_inserter(result), &LogLine::text);
-  return result;
-}
-
 bool LogCapture::has(const std::string& function, const std::string& text) const
 {
   return std::ranges::any_of(
       lines_, [&](const LogLine& line) { return line.function == function && line.text == text; });
+}
+
+std::string LogCapture::taken()
+{
+  const std::string text = toText(*this);
+  clear();
+  return text;
+}
+
+std::string toText(const LogCapture& log)
+{
+  std::ostringstream text;
+  for (const LogLine& line : log.lines()) {
+    text << line << "\n";
+  }
+  return text.str();
 }
 
 }  // namespace kwxml::test

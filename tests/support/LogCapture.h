@@ -27,14 +27,17 @@ public:
   LogCapture& operator=(const LogCapture&) = delete;
 
   const std::vector<LogLine>& lines() const { return lines_; }
-  /// The texts alone, in order.
-  std::vector<std::string> texts() const;
   /// True when a line with this function and text was logged.
   bool has(const std::string& function, const std::string& text) const;
   void clear() { lines_.clear(); }
+  /// The lines up to now; the capture begins anew.
+  std::string taken();
 
 private:
   std::vector<LogLine> lines_;
 };
+
+/// The lines of a log, each as "10 function: text" with what a line cannot show as escapes.
+std::string toText(const LogCapture& log);
 
 }  // namespace kwxml::test

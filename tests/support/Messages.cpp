@@ -17,6 +17,13 @@ YMMessageBase make(const std::string& tagName)
   return {system, index};
 }
 
+YMMessageBase bare(const std::string& tagName)
+{
+  YMMessageBase message = make(tagName);
+  message.wipeBitset();
+  return message;
+}
+
 const FieldDef& field(const YMMessageBase& message, const std::string& name)
 {
   for (const FieldDef& def : *message.getClass()) {
@@ -55,6 +62,13 @@ bool isSet(const YMMessageBase& message, const std::string& name)
 {
   const FieldDef& def = field(message, name);
   return message.isSet(def.fieldNumber, message.getTagID(), def.hash);
+}
+
+void setPassword(YMMessageBase& message, const std::string& name, const pstring& value)
+{
+  const FieldDef& def = field(message, name);
+  const auto type = static_cast<Annotation::PasswordEncryptType>(value.getEncryptionType());
+  message.setpstringobject(def.fieldNumber, def.slot, value, type, message.getTagID(), def.hash);
 }
 
 namespace {
@@ -161,9 +175,7 @@ YMMessageBase nodeChain(int levels)
   YMMessageBase node = make("Types_Node");
   setText(node, "label", "level");
   if (levels > 1) {
-    const FieldDef& child = field(node, "child");
-    node.setObject(child.fieldNumber, child.slot, new YMMessageBase(nodeChain(levels - 1)), true,
-                   node.getTagID(), child.hash, true);
+    object<YMMessageBase>(node, "child") = nodeChain(levels - 1);
   }
   return node;
 }

@@ -20,17 +20,14 @@ std::vector<std::string>& names()
   return list;
 }
 
-void record(const char* what)
+/// Calls the C library's own, whose name and signature the function has.
+template <class Function, class... Args>
+auto traced(const char* function, const char* what, Args... args)
 {
   if (tracing) {
     names().push_back(what != nullptr ? what : "");
   }
-}
-
-template <class Function>
-Function* real(const char* name)
-{
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, function))(args...);
 }
 
 }  // namespace
@@ -39,14 +36,12 @@ extern "C" {
 
 FILE* fopen(const char* path, const char* mode)
 {
-  record(path);
-  return real<FILE*(const char*, const char*)>("fopen")(path, mode);
+  return traced<decltype(fopen)>("fopen", path, path, mode);
 }
 
 FILE* fopen64(const char* path, const char* mode)
 {
-  record(path);
-  return real<FILE*(const char*, const char*)>("fopen64")(path, mode);
+  return traced<decltype(fopen64)>("fopen64", path, path, mode);
 }
 
 int open(const char* path, int flags, ...)
@@ -55,8 +50,7 @@ int open(const char* path, int flags, ...)
   va_start(args, flags);
   const mode_t mode = va_arg(args, mode_t);
   va_end(args);
-  record(path);
-  return real<int(const char*, int, ...)>("open")(path, flags, mode);
+  return traced<int(const char*, int, ...)>("open", path, path, flags, mode);
 }
 
 int openat(int directory, const char* path, int flags, ...)
@@ -65,21 +59,17 @@ int openat(int directory, const char* path, int flags, ...)
   va_start(args, flags);
   const mode_t mode = va_arg(args, mode_t);
   va_end(args);
-  record(path);
-  return real<int(int, const char*, int, ...)>("openat")(directory, path, flags, mode);
+  return traced<int(int, const char*, int, ...)>("openat", path, directory, path, flags, mode);
 }
 
 int socket(int domain, int type, int protocol) noexcept
 {
-  record("a socket");
-  return real<int(int, int, int)>("socket")(domain, type, protocol);
+  return traced<int(int, int, int)>("socket", "a socket", domain, type, protocol);
 }
 
 int getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrinfo** result)
 {
-  record(node);
-  return real<int(const char*, const char*, const addrinfo*, addrinfo**)>("getaddrinfo")(node, service, hints,
-                                                                                         result);
+  return traced<decltype(getaddrinfo)>("getaddrinfo", node, node, service, hints, result);
 }
 }
 

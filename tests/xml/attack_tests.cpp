@@ -1,10 +1,12 @@
 // Documents that attack a reader: nothing that they name is opened, no entity grows, nesting ends.
+#include "platform/TempDirectory.h"
+#include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/Messages.h"
 #include "support/OpenTrace.h"
-#include "support/Rows.h"
 #include "support/SmallStack.h"
+#include "xml/Utf.h"
 
-#include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XMLSerializer.h>
 
@@ -15,7 +17,6 @@
 #include <malloc.h>
 
 #include <fstream>
-#include <memory>
 #include <regex>
 #include <thread>
 
@@ -23,28 +24,7 @@ using namespace kwxml::test;
 
 namespace {
 
-const std::string rows = "xml/attacks.rows";
-
-std::string laughs()
-{
-  std::string text = "<!DOCTYPE Demo_Status [<!ENTITY a0 'hahahahahaha'>";
-  for (int i = 1; i < 8; ++i) {
-    const std::string inner = "&a" + std::to_string(i - 1) + ";";
-    text += "<!ENTITY a" + std::to_string(i) + " '";
-    for (int k = 0; k < 10; ++k) {
-      text += inner;
-    }
-    text += "'>";
-  }
-  return text + "]>";
-}
-
-/// The document that a row stands for.
-std::string documentOf(const std::string& row, const std::string& file)
-{
-  std::string text = std::regex_replace(row, std::regex("FILE"), file);
-  return std::regex_replace(text, std::regex("LAUGHS"), laughs());
-}
+const std::string rows = "xml/attacks.cases";
 
 std::wstring widen(const std::string& text)
 {
@@ -54,23 +34,19 @@ std::wstring widen(const std::string& text)
 class Attacks : public testing::Test
 {
 protected:
-  Attacks() : file_(testing::TempDir() + "kwxml_secret.txt")
-  {
-    std::ofstream(file_) << "the secret";
-    XMLSerializer::initialize();
-    std::unique_ptr<YMMessageBase>(
-        XMLDecoder().unSerialize("<Demo_Status/>"));  // what the library itself opens first
-  }
-  const std::string file_;
+  Attacks() { readXml("<Demo_Status/>"); }  // the library itself opens something at first
+
+  const TempDirectory directory_;
+  const std::string file_ = directory_.write("secret.txt", "the secret");
 };
 
 }  // namespace
 
 TEST_F(Attacks, AreRefusedInEverySetUpWithoutOpeningAnything)
 {
-  expectRows(rows, "attacks", [&](const Lines& cells) {
+  expectCases(rows, "attacks", [&](const std::string& document) {
     const LogCapture log;
-    const std::string xml = documentOf(cells[0], file_);
+    const std::string xml = std::regex_replace(document, std::regex("FILE"), file_);
     const OpenTrace trace;
     MySAX2Handler narrow;
     EXPECT_EQ(XMLSerializer().parserHelper(&narrow, xml), 4);
@@ -91,11 +67,11 @@ TEST_F(Attacks, AreRefusedInEverySetUpWithoutOpeningAnything)
 
 TEST_F(Attacks, NamedFilesAndHostsAreLeftAlone)
 {
-  expectRows(rows, "namings", [&](const Lines& cells) {
+  expectCases(rows, "namings", [&](const std::string& document) {
     const LogCapture quiet;
-    const std::string xml = documentOf(cells[0], file_);
+    const std::string xml = std::regex_replace(document, std::regex("FILE"), file_);
     const OpenTrace trace;
-    const std::unique_ptr<YMMessageBase> narrow(XMLDecoder().unSerialize(xml));
+    const auto narrow = readXml(xml);
     EXPECT_TRUE(narrow != nullptr && getInt(*narrow, "errorCode") == 1);
     YMMessageBase wide = make("Demo_Status");
     EXPECT_EQ(XMLDecoder().unSerialize(wide, widen(xml).c_str()), 0);
@@ -145,8 +121,7 @@ TEST_F(Attacks, NestedElementsEndAtTheLimit)
       for (int i = 0; i < 200000; ++i) {
         xml += std::string("<") + name + ">";
       }
-      const std::unique_ptr<YMMessageBase> m(XMLDecoder().unSerialize(xml));
-      EXPECT_EQ(m, nullptr);
+      EXPECT_EQ(readXml(xml), nullptr);
     }
   });
   EXPECT_TRUE(log.has("MySAX2Handler::startElement", "Elements nest deeper than [130]"));
@@ -157,19 +132,19 @@ TEST_F(Attacks, AProcessThatUsesTheXmlLibraryItselfKeepsIt)
 {
   xercesc::XMLPlatformUtils::Initialize();
   xercesc::XMLPlatformUtils::Terminate();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
+  std::vector<std::jthread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t] {
+      std::string text(5000 + static_cast<std::size_t>(t), 'x');
+      for (int i = 0; i < 6000; ++i) {
+        appendUtf8(text, U'\u0100' + static_cast<char32_t>(t * 0x3000) + static_cast<char32_t>(i % 0x1000));
+      }
+      const std::string xml = "<Demo_Status errorCode=\"1\" errorMessage=\"" + text + "\"/>";
       for (int k = 0; k < 50; ++k) {
-        const std::unique_ptr<YMMessageBase> m(
-            XMLDecoder().unSerialize("<Demo_Status errorCode='1' errorMessage='\xC3\xA9'/>"));
+        const auto m = readXml(xml);
         ASSERT_NE(m, nullptr);
-        std::string out;
-        EXPECT_EQ(XMLSerializer().serialize(*m, out), 0);
+        EXPECT_TRUE(toXml(*m) == xml);
       }
     });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
   }
 }

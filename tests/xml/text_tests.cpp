@@ -1,12 +1,13 @@
 // Text on its way between a message and a document: transcoding, escapes, base64, dates, numbers. All of it
 // must hold for hostile bytes, in any locale of the process, and from many threads.
 #include "platform/TempDirectory.h"
-#include "support/Rows.h"
+#include "support/DataFile.h"
 #include "xml/Utf.h"
 
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/xml/InvalidChars.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XercesRuntime.h>
@@ -24,7 +25,6 @@
 #include <map>
 #include <random>
 #include <sstream>
-#include <thread>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLUTF8Transcoder.hpp>
 
@@ -33,7 +33,7 @@ using namespace std::string_literals;
 
 namespace {
 
-const std::string rows = "xml/text.rows";
+const std::string rows = "xml/text.cases";
 
 Units unitsOf(const XMLChstring& text)
 {
@@ -65,18 +65,18 @@ std::string narrow(const unsigned short* units, std::size_t length)
 }
 
 const char badUtf8[] =
-    "Exception translating string from UTF-8 to UTF-16. Likely invalid UTF-8 formatted string.";
+    "0 XMLEncXStr::convertUTF8ToUTF16: Exception translating string from UTF-8 to UTF-16. Likely invalid "
+    "UTF-8 "
+    "formatted string.\n";
 
 // ---- Transcoding
 
-void expectBothWays(const std::string& utf8, const Units& utf16)
+void expectBothWays(const std::string& utf8, const Units& utf16, int where)
 {
   XMLChstring toWide;
   std::string toNarrow;
-  ASSERT_TRUE(XMLEncXStr::convertUTF8ToUTF16(utf8, toWide));
-  ASSERT_TRUE(unitsOf(toWide) == utf16);
-  ASSERT_TRUE(XMLEncXStr::convertUTF16ToUTF8(wide(utf16), toNarrow));
-  ASSERT_TRUE(toNarrow == utf8);
+  EXPECT_TRUE(XMLEncXStr::convertUTF8ToUTF16(utf8, toWide) && unitsOf(toWide) == utf16) << where;
+  EXPECT_TRUE(XMLEncXStr::convertUTF16ToUTF8(wide(utf16), toNarrow) && toNarrow == utf8) << where;
 }
 
 TEST(Transcoding, EveryCharacterBothWays)
@@ -90,8 +90,7 @@ TEST(Transcoding, EveryCharacterBothWays)
         appendUtf16(utf16, c);
       }
     }
-    SCOPED_TRACE(static_cast<unsigned>(block));
-    ASSERT_NO_FATAL_FAILURE(expectBothWays(utf8, utf16));
+    expectBothWays(utf8, utf16, static_cast<int>(block));
   }
 }
 
@@ -106,8 +105,7 @@ TEST(Transcoding, CharactersAcrossTheTranscodersBlocks)
           appendUtf8(utf8, c);
           appendUtf16(utf16, c);
         }
-        SCOPED_TRACE(lead);
-        ASSERT_NO_FATAL_FAILURE(expectBothWays(utf8, utf16));
+        expectBothWays(utf8, utf16, lead);
       }
     }
   }
@@ -123,7 +121,7 @@ TEST(Transcoding, RefusesWhatIsNotUtf8)
         XMLChstring out("kept");
         EXPECT_FALSE(XMLEncXStr::convertUTF8ToUTF16(head + cells[0] + tail, out));
         EXPECT_TRUE("kept" == out);
-        EXPECT_EQ(log.lines(), (std::vector<LogLine>{{0, "XMLEncXStr::convertUTF8ToUTF16", badUtf8}}));
+        EXPECT_EQ(toText(log), badUtf8);
       }
     }
     return "";
@@ -178,9 +176,9 @@ TEST(Transcoding, RescuesLatin1)
   XMLChstring out;
   EXPECT_TRUE(XMLEncXStr::convertUnformattedToUTF16("a\x7F\x80\xE4\xFF\0z"s, out));
   EXPECT_EQ(unitsOf(out), (Units{'a', 0x7F, 0x80, 0xE4, 0xFF}));
-  EXPECT_EQ(log.lines(),
-            (std::vector<LogLine>{{0, "XMLEncXStr::convertUnformattedToUTF16",
-                                   "Translated ASCII-8 to UTF-8. Input length [5]. Output length [8]."}}));
+  EXPECT_EQ(toText(log),
+            "0 XMLEncXStr::convertUnformattedToUTF16: Translated ASCII-8 to UTF-8. Input length [5]. Output "
+            "length [8].\n");
   EXPECT_TRUE(XMLEncXStr::convertUnformattedToUTF16("", out));
   EXPECT_EQ(out.length(), 0u);
 }
@@ -201,7 +199,7 @@ TEST(Transcoding, HolderHasBothForms)
   EXPECT_EQ(XMLEncXStr(static_cast<const unsigned short*>(nullptr)).StringForm(), "");
 }
 
-TEST(Transcoding, SharedTranscoderServesThreadsAndOutlivesOtherUsers)
+TEST(Transcoding, TheTranscoderIsSharedAndOutlivesOtherUsers)
 {
   const std::string localeBefore = setlocale(LC_ALL, nullptr);
   ASSERT_TRUE(kwxml::initializeXerces());
@@ -213,27 +211,6 @@ TEST(Transcoding, SharedTranscoderServesThreadsAndOutlivesOtherUsers)
   // The kind that holds nothing between calls.
   EXPECT_NE(dynamic_cast<xercesc::XMLUTF8Transcoder*>(XMLEncXStr::getTranscoderObject()), nullptr);
   EXPECT_EQ(XMLEncXStr::getTranscoderObject()->getBlockSize(), 16384u);
-
-  std::vector<std::thread> threads;
-  std::vector<int> wrong(4);
-  for (std::size_t t = 0; t < wrong.size(); ++t) {
-    threads.emplace_back([t, &wrong] {
-      std::string text(5000 + t, 'x');
-      for (int i = 0; i < 6000; ++i) {
-        appendUtf8(text, U'\u0100' + static_cast<char32_t>(t * 0x3000) + static_cast<char32_t>(i % 0x1000));
-      }
-      for (int i = 0; i < 50; ++i) {
-        XMLChstring units;
-        std::string back;
-        wrong[t] += !XMLEncXStr::convertUTF8ToUTF16(text, units) ||
-                    !XMLEncXStr::convertUTF16ToUTF8(units, back) || back != text;
-      }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(wrong, std::vector<int>(4));
 }
 
 // ---- Escapes
@@ -249,7 +226,7 @@ TEST(InvalidChars, WritesAndReadsEscapes)
     // The handler's own result is a valid input of its next call.
     const unsigned short* back = handler.decodeInvalidChars(escaped);
     EXPECT_EQ(Units(back, back + handler.resultLength()), text) << result;
-    return result;
+    return kwxml::shown(result, "\\");
   });
 }
 
@@ -259,21 +236,17 @@ TEST(InvalidChars, ReadsWhatOthersWrote)
     XmlInvalidCharHandler handler;
     const XMLChstring text(cells[0].c_str());
     const unsigned short* restored = handler.decodeInvalidChars(text.c_str());
-    return narrow(restored, handler.resultLength());
+    return kwxml::shown(narrow(restored, handler.resultLength()), "\\");
   });
   XmlInvalidCharHandler handler;
   EXPECT_EQ(handler.decodeInvalidChars(nullptr), nullptr);
   EXPECT_EQ(handler.decodeInvalidChars(XMLChstring("|").c_str()), nullptr);
   EXPECT_EQ(handler.encodeInvalidChars(nullptr)[0], 0);
-  EXPECT_EQ(handler.encodeInvalidChars(XMLChstring("").c_str(), 0)[0], 0);
-}
-
-TEST(InvalidChars, UnchangedTextsAreTheInputItself)
-{
   const XMLChstring plain("tab\t, new-line\n, return\r, | and |# and !");
-  XmlInvalidCharHandler handler;
-  EXPECT_EQ(handler.encodeInvalidChars(plain.c_str()), plain.c_str());
+  EXPECT_EQ(handler.encodeInvalidChars(plain.c_str()), plain.c_str())
+      << "what is unchanged is the input itself";
   EXPECT_EQ(handler.decodeInvalidChars(plain.c_str()), plain.c_str());
+  EXPECT_EQ(handler.encodeInvalidChars(XMLChstring("").c_str(), 0)[0], 0);
 }
 
 TEST(InvalidChars, EveryUnitAndRandomTextsComeBack)
@@ -375,10 +348,10 @@ TEST(Base64, RefusesDamagedTexts)
   const auto refuse = [](const std::string& damaged) {
     const LogCapture log(1);
     std::string out = "kept";
-    EXPECT_FALSE(base64Decode(damaged, out)) << shown(damaged);
+    EXPECT_FALSE(base64Decode(damaged, out)) << kwxml::shown(damaged);
     EXPECT_EQ(out, "kept");
     EXPECT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(base64_decode(damaged), "") << shown(damaged);
+    EXPECT_EQ(base64_decode(damaged), "") << kwxml::shown(damaged);
     EXPECT_EQ(log.lines().size(), 2u);
   };
   expectRows(rows, "damaged base64", [&](const Lines& cells) {
@@ -408,12 +381,7 @@ protected:
     setenv("TZ", zone, 1);
     tzset();
   }
-  Dates() { setZone("UTC"); }
-  ~Dates() override
-  {
-    unsetenv("TZ");
-    tzset();
-  }
+  ~Dates() override { setZone("UTC"); }
   static std::string written(int seconds, Annotation::DateType type)
   {
     char buffer[kwxml::dateBufferSize];
@@ -510,38 +478,23 @@ TEST_F(Dates, ReadsTimesOfDay)
 
 // ---- Numbers
 
-/// Runs in a locale that writes 1,5 for 1.5 and groups digits with dots.
-class ForeignLocale : public testing::Test
+TEST(ForeignLocale, ChangesNothing)
 {
-protected:
-  void SetUp() override
-  {
-    const std::string source = directory_.write(
-        "comma.src",
-        "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\nEND LC_NUMERIC\n");
-    const std::string command =
-        "localedef -c -f ANSI_X3.4-1968 -i " + source + " " + directory_ / "xx_XX" + " >/dev/null 2>&1";
-    [[maybe_unused]] const int status = std::system(command.c_str());
-    setenv("LOCPATH", directory_.path().c_str(), 1);
-    if (setlocale(LC_ALL, "xx_XX") == nullptr) {
-      GTEST_SKIP() << "this machine cannot make a locale";
-    }
-    char shown[16];
-    std::snprintf(shown, sizeof shown, "%g", 1.5);
-    ASSERT_STREQ(shown, "1,5");
+  // One that writes 1,5 for 1.5 and groups digits with dots.
+  const TempDirectory directory;
+  const std::string source = directory.write(
+      "comma.src",
+      "LC_NUMERIC\ndecimal_point \"<U002C>\"\nthousands_sep \"<U002E>\"\ngrouping 3;3\nEND LC_NUMERIC\n");
+  const std::string command =
+      "localedef -c -f ANSI_X3.4-1968 -i " + source + " " + directory / "xx_XX" + " >/dev/null 2>&1";
+  [[maybe_unused]] const int status = std::system(command.c_str());
+  setenv("LOCPATH", directory.path().c_str(), 1);
+  if (setlocale(LC_ALL, "xx_XX") == nullptr) {
+    GTEST_SKIP() << "this machine cannot make a locale";
   }
-  void TearDown() override
-  {
-    setlocale(LC_ALL, "C");
-    unsetenv("LOCPATH");
-  }
-
-private:
-  TempDirectory directory_;
-};
-
-TEST_F(ForeignLocale, ChangesNothing)
-{
+  char shown[16];
+  std::snprintf(shown, sizeof shown, "%g", 1.5);
+  EXPECT_STREQ(shown, "1,5");
   kwxml::NumberBuffer buffer;
   EXPECT_EQ(kwxml::formatDouble(1234567.5, buffer), "1.23457e+06");
   EXPECT_EQ(kwxml::formatDouble(1.5, buffer), "1.5");
@@ -550,11 +503,13 @@ TEST_F(ForeignLocale, ChangesNothing)
   EXPECT_EQ(kwxml::parseDouble("1,5"), 1.0);
   EXPECT_EQ(kwxml_atoll("1.234"), 1);
   char date[kwxml::dateBufferSize];
-  ASSERT_TRUE(writeXDate(1600000000, Annotation::DATE, date));
+  EXPECT_TRUE(writeXDate(1600000000, Annotation::DATE, date));
   EXPECT_STREQ(date, "2020-09-13");
   XMLChstring units;
   EXPECT_TRUE(XMLEncXStr::convertUTF8ToUTF16("\xC3\xA4", units));
   EXPECT_EQ(units[0], 0xE4);
+  setlocale(LC_ALL, "C");
+  unsetenv("LOCPATH");
 }
 
 TEST(NumberText, WritesFloatingNumbersAsStreamsDo)

@@ -1,6 +1,7 @@
 // Bytes as hexadecimal text: two digits a byte, blanks between them.
 #pragma once
 
+#include <charconv>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -19,25 +20,16 @@ inline std::string toHex(std::string_view bytes)
   return text;
 }
 
-inline std::string fromHex(std::string_view text)
+inline std::string fromHex(std::string text)
 {
+  std::erase(text, ' ');
   std::string bytes;
-  int half = -1;
-  for (const char c : text) {
-    if (c == ' ') {
-      continue;
+  for (const char* digits = text.data(); *digits != '\0'; digits += 2) {
+    unsigned char byte = 0;
+    if (std::from_chars(digits, digits + 2, byte, 16).ptr != digits + 2) {
+      throw std::invalid_argument("no hexadecimal digits: " + text);
     }
-    const auto digit = std::string_view("0123456789ABCDEF").find(c);
-    if (digit == std::string_view::npos) {
-      throw std::invalid_argument("no hexadecimal digit: " + std::string(text));
-    }
-    const int value = static_cast<int>(digit);
-    if (half < 0) {
-      half = value;
-    } else {
-      bytes += static_cast<char>(half << 4 | value);
-      half = -1;
-    }
+    bytes += static_cast<char>(byte);
   }
   return bytes;
 }
