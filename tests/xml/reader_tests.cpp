@@ -35,6 +35,8 @@ std::string readAndWritten(const Lines& cells)
   LogCapture log(cells.size() > 1 ? std::stoi(cells[1]) : 0);
   const auto message = readXml(cells[0]);
   std::string lines = log.taken();
+  EXPECT_TRUE(areSame(message, readByParser(cells[0]))) << "the feeds differ";
+  EXPECT_EQ(log.taken(), lines) << "the feeds differ";
   if (message == nullptr) {
     return lines + "no message";
   }

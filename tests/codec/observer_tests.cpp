@@ -1,0 +1,143 @@
+// What readers tell their observers: kind, path, place and words of every problem; and that nothing else changes.
+#include "binary/Bodies.h"
+#include "support/DataFile.h"
+#include "support/Documents.h"
+#include "support/PasswordKey.h"
+
+#include <kwxml/codec/StrictReading.h>
+#include <kwxml/reading/Problems.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace kwxml;
+using namespace kwxml::test;
+
+namespace {
+
+const std::string cases = "codec/problems.cases";
+
+std::string text(const Problems& problems)
+{
+  std::string out;
+  for (const Problems::Entry& problem : problems.entries()) {
+    out += toText(problem, "x") + " (" + nameOf(problem.kind) + ")\n";
+  }
+  return out;
+}
+
+/// Kinds, paths and words: all but the places.
+std::string withoutPlaces(const Problems& problems)
+{
+  std::string out;
+  for (const Problems::Entry& problem : problems.entries()) {
+    out += std::string(nameOf(problem.kind)) + ", " + problem.text + "\n";
+  }
+  return out;
+}
+
+/// What reading gives and logs is the same by both feeds, with an observer and without.
+std::string problemsOf(const std::string& xml)
+{
+  LogCapture log(15);
+  const auto message = readXml(xml);
+  const std::string lines = log.taken();
+  Problems problems;
+  const std::unique_ptr<YMMessageBase> observed(XMLDecoder().unSerialize(xml, nullptr, &problems));
+  EXPECT_TRUE(areSame(message, observed));
+  EXPECT_EQ(log.taken(), lines);
+  Problems parsed;
+  EXPECT_TRUE(areSame(message, readByParser(xml, &parsed)));
+  EXPECT_EQ(log.taken(), lines);
+  EXPECT_EQ(withoutPlaces(parsed), withoutPlaces(problems));
+  return text(problems);
+}
+
+}  // namespace
+
+TEST(Observer, IsToldOfEachProblemOfADocument)
+{
+  expectCases(cases, "documents", problemsOf);
+}
+
+TEST(Observer, IsToldOfEachProblemOfBytes)
+{
+  const LogCapture quiet;
+  expectRows(cases, "bytes", [](const Lines& cells) {
+    const YMMessageBase cls = make(cells[0]);
+    std::string bytes = header(cls, cells.size() > 2 ? std::stoi(cells[2]) : 2) + fromHex(expand(cells[1]));
+    BinaryBuffer buffer;
+    buffer.deepCopyBuffer(bytes.data(), bytes.size(), false);
+    Problems problems;
+    const std::unique_ptr<YMMessageBase> observed(XMLDecoder().UnserializeBinary(buffer, nullptr, &problems));
+    EXPECT_TRUE(areSame(observed, create(bytes)));
+    EXPECT_EQ(readStrict(buffer).message == nullptr, !problems.empty());
+    return text(problems);
+  });
+}
+
+TEST(Observer, CutAndChangedDocumentsAreTheSameByBothFeeds)
+{
+  LogCapture log;
+  YMMessageBase filled = allTypes();
+  fillAll(filled, 1, 1);
+  std::string xml = toXml(filled);
+  const auto compare = [&] {
+    Problems problems;
+    const std::unique_ptr<YMMessageBase> scanned(XMLDecoder().unSerialize(xml, nullptr, &problems));
+    const std::string lines = log.taken();
+    Problems parsed;
+    ASSERT_TRUE(areSame(scanned, readByParser(xml, &parsed))) << xml;
+    ASSERT_EQ(log.taken(), lines);
+    ASSERT_EQ(withoutPlaces(problems), withoutPlaces(parsed)) << xml;
+  };
+  for (std::size_t i = 0; i < xml.size(); i += 3) {
+    const char bit = static_cast<char>(1 << i % 8);
+    xml[i] = static_cast<char>(xml[i] ^ bit);
+    compare();
+    xml[i] = static_cast<char>(xml[i] ^ bit);
+    const std::string whole = xml;
+    xml.resize(i);
+    compare();
+    xml = whole;
+  }
+}
+
+TEST(Observer, PasswordsAreNeverInAProblem)
+{
+  const LogCapture quiet;
+  const std::string secret = "Hunter2";
+  for (const std::string form :
+       {"<Types_Annotated password3='@'/>", "<Types_Annotated password1='a' password1='@'/>",
+        "<Types_Annotated><password3>@<more/></password3></Types_Annotated>", "<Types_Annotated>@</Types_Annotated>",
+        "<Types_Annotated pasword3='@'/>", "<Types_Annotated password3='&@;'/>",
+        "<Types_Annotated><password3>@<@</password3></Types_Annotated>", "<Types_Annotated password3='x'@='y'/>",
+        "<Types_Annotated password3='x' @=''@'/>", "<Types_Annotated><password3 val='@'/></Types_Annotated>"}) {
+    std::string xml = form;
+    for (auto at = xml.find('@'); at != std::string::npos; at = xml.find('@')) {
+      xml.replace(at, 1, secret);
+    }
+    Problems problems;
+    const std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(xml, nullptr, &problems));
+    EXPECT_EQ(text(problems).find(secret), std::string::npos) << text(problems);
+  }
+}
+
+TEST(Problems, AreBounded)
+{
+  const LogCapture quiet;
+  std::string xml = "<Types_AllTypes>";
+  for (int i = 0; i < 30; ++i) {
+    xml += "\n<intList val='x'/>";
+  }
+  const ReadResult result = readStrict(xml + "</Types_AllTypes>");
+  EXPECT_FALSE(result);
+  EXPECT_EQ(result.problems.count(), 30u);
+  EXPECT_EQ(result.problems.entries().size(), Problems::usualMost);
+  const std::string lines = toText(result.problems, "f\n.xml");
+  EXPECT_TRUE(lines.starts_with("f\\n.xml:2:15: error: intList[0]: 'x' is no int\n")) << lines;
+  EXPECT_TRUE(lines.ends_with("f\\n.xml: and 10 more\n")) << lines;
+  EXPECT_TRUE(readStrict("<Demo_Status errorCode='1'/>"));
+  EXPECT_FALSE(readStrict("<Demo_Status errorCod='1'/>")) << "what is only a warning is a problem too";
+}
