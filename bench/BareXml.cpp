@@ -173,20 +173,35 @@ void writeBare(const BulkValues& values, std::string& out)
   write(u"Bench_Bulk", values, out);
 }
 
-void parseBare(const std::string& xml)
+struct BareParser::Parts
+{
+  Parts() : reader(xercesc::XMLReaderFactory::createXMLReader())
+  {
+    security.setEntityExpansionLimit(0);
+    reader->setContentHandler(&handler);
+    reader->setErrorHandler(&handler);
+    reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+    reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
+    reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
+  }
+  xercesc::DefaultHandler handler;
+  xercesc::SecurityManager security;
+  std::unique_ptr<xercesc::SAX2XMLReader> reader;
+};
+
+BareParser::BareParser() : parts_(std::make_unique<Parts>()) {}
+BareParser::~BareParser() = default;
+
+void BareParser::parse(const std::string& xml)
 {
   xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(), u"unknown");
   source.setCopyBufToStream(false);
-  xercesc::DefaultHandler handler;
-  xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(0);
-  const std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-  reader->setContentHandler(&handler);
-  reader->setErrorHandler(&handler);
-  reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-  reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  reader->parse(source);
+  parts_->reader->parse(source);
+}
+
+void parseBare(const std::string& xml)
+{
+  BareParser().parse(xml);
 }
 
 }  // namespace kwxml::bench

@@ -5,6 +5,7 @@
 
 #include "Documents.h"
 
+#include <memory>
 #include <string>
 
 namespace kwxml::bench {
@@ -14,5 +15,18 @@ void writeBare(const OrderValues& values, std::string& out);
 void writeBare(const BulkValues& values, std::string& out);
 
 void parseBare(const std::string& xml);
+
+/// The same with one parser for all documents.
+class BareParser
+{
+public:
+  BareParser();
+  ~BareParser();
+  void parse(const std::string& xml);
+
+private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
 
 }  // namespace kwxml::bench

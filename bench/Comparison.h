@@ -66,9 +66,6 @@ void printLog();
 void registerBinaryBenchmarks(std::vector<Pair>& pairs);
 /// The table of what both sides ask of the heap.
 void printBinaryHeap();
-/// Runs each operation whose name contains `filter` a fixed number of times and leaves a profile for each;
-/// does something under callgrind only (see bench/instructions). False when a result is wrong.
-bool profileBinary(const std::string& filter);
 #endif
 
 }  // namespace kwxml::bench

@@ -5,6 +5,7 @@
 #include "Comparison.h"
 #include "Documents.h"
 #include "Heap.h"
+#include "Profile.h"
 #include "ProtoDocuments.h"
 
 #include <kwxml/binary/BinarySerializer.h>
@@ -23,17 +24,11 @@
 #include <string>
 #include <string_view>
 
-#if __has_include(<valgrind/callgrind.h>)
-#include <valgrind/callgrind.h>
-#endif
-
 namespace kwxml::bench {
 
 namespace {
 
 using google::protobuf::util::MessageDifferencer;
-
-constexpr double forInformation = std::numeric_limits<double>::infinity();
 
 /// One document on both sides.
 template <class Values>
@@ -100,16 +95,6 @@ private:
            fromDynamic.ParseFromArray(memory.get(), static_cast<int>(wire.size())) &&
            MessageDifferencer::Equals(fromDynamic, proto);
   }
-};
-
-/// A measurement of both sides. It keeps the document alive.
-struct Operation
-{
-  std::string name;
-  double limit;
-  bool agreed;
-  std::function<void()> ours;
-  std::function<void()> theirs;
 };
 
 template <class Values>
@@ -200,16 +185,6 @@ void addWrapperAccess(std::vector<Operation>& operations)
                         [message] { benchmark::DoNotOptimize(throughMessage(*message)); }});
 }
 
-std::vector<Operation> makeOperations()
-{
-  std::vector<Operation> operations;
-  addWrapperAccess(operations);
-  addOperations(operations, "W1 flat", flatValues);
-  addOperations(operations, "W2 order", orderValues);
-  addOperations(operations, "W3 bulk", bulkValues);
-  return operations;
-}
-
 template <class Values>
 void printHeap(const char* document, Values (*makeValues)())
 {
@@ -257,9 +232,19 @@ void printHeap(const char* document, Values (*makeValues)())
 
 }  // namespace
 
+std::vector<Operation> binaryOperations()
+{
+  std::vector<Operation> operations;
+  addWrapperAccess(operations);
+  addOperations(operations, "W1 flat", flatValues);
+  addOperations(operations, "W2 order", orderValues);
+  addOperations(operations, "W3 bulk", bulkValues);
+  return operations;
+}
+
 void registerBinaryBenchmarks(std::vector<Pair>& pairs)
 {
-  for (Operation& operation : makeOperations()) {
+  for (Operation& operation : binaryOperations()) {
     const auto measure = [agreed = operation.agreed](std::function<void()> body) {
       return [agreed, body](benchmark::State& state) {
         if (!agreed) {
@@ -283,60 +268,5 @@ void printBinaryHeap()
   printHeap("W2 order", orderValues);
   printHeap("W3 bulk", bulkValues);
 }
-
-#ifdef CALLGRIND_DUMP_STATS_AT
-
-namespace {
-
-constexpr int instructionRuns = 20;
-
-/// Leaves a profile labelled "name|side|runs|limit".
-[[gnu::noinline]] void profile(const Operation& operation, const char* side,
-                               const std::function<void()>& body)
-{
-  for (int i = 0; i < 3; ++i) {
-    body();  // what is done once: binding of symbols, tables made at first use, the allocator's lists
-  }
-  char label[128];
-  std::snprintf(label, sizeof label, "%s|%s|%d|%g", operation.name.c_str(), side, instructionRuns,
-                operation.limit);
-  CALLGRIND_START_INSTRUMENTATION;
-  CALLGRIND_ZERO_STATS;
-  for (int i = 0; i < instructionRuns; ++i) {
-    body();
-  }
-  CALLGRIND_STOP_INSTRUMENTATION;
-  CALLGRIND_DUMP_STATS_AT(label);
-}
-
-}  // namespace
-
-bool profileBinary(const std::string& filter)
-{
-  std::vector<Operation> operations = makeOperations();
-  const auto nothing = [] {};
-  operations.insert(operations.begin(), {"empty", forInformation, true, nothing, nothing});
-  for (const Operation& operation : operations) {
-    if (!operation.agreed) {
-      std::fprintf(stderr, "%s: a message is not what it was made from\n", operation.name.c_str());
-      return false;
-    }
-    if (operation.name == "empty" || operation.name.find(filter) != std::string::npos) {
-      profile(operation, "ours", operation.ours);
-      profile(operation, "protobuf", operation.theirs);
-    }
-  }
-  return true;
-}
-
-#else
-
-bool profileBinary(const std::string&)
-{
-  std::fprintf(stderr, "built without valgrind's headers\n");
-  return false;
-}
-
-#endif
 
 }  // namespace kwxml::bench

@@ -5,17 +5,16 @@
 // kwxml_bench --profile [part of a name]: under callgrind, what bench/instructions counts.
 
 #include "Comparison.h"
+#include "Profile.h"
 
 #include <string>
 #include <vector>
 
 int main(int argc, char** argv)
 {
-#ifdef KWXML_BENCH_PROTOBUF
   if (argc > 1 && std::string(argv[1]) == "--profile") {
-    return kwxml::bench::profileBinary(argc > 2 ? argv[2] : "") ? 0 : 1;
+    return kwxml::bench::profile(argc > 2 ? argv[2] : "") ? 0 : 1;
   }
-#endif
   // What a run does unless the command line says otherwise: later options win.
   std::string defaults[] = {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=25",
                             "--benchmark_min_time=0.05"};

@@ -2,6 +2,7 @@
 #include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
+#include "support/ParserFeed.h"
 #include "support/Messages.h"
 #include "support/OpenTrace.h"
 #include "support/SmallStack.h"

@@ -2,6 +2,7 @@
 // ways to read: into messages of the caller, by handlers, by name.
 #include "support/DataFile.h"
 #include "support/Documents.h"
+#include "support/ParserFeed.h"
 #include "support/Messages.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>

@@ -192,7 +192,7 @@ const char* passwordObstacle(const PasswordSettings& settings, const FieldDef& f
   }
   return algorithmFor(PasswordDirection::Decrypt, type) == nullptr
              ? "cannot be decrypted: there is no algorithm, or no key, for its type"
-             : "is damaged, or protected with another key";
+             : "cannot be decrypted: it is damaged, or the key is another one or of no use";
 }
 
 int processPassword(const PasswordSettings& settings, bstring& value, bool reEncrypt)

@@ -147,7 +147,8 @@ std::string describe(const Problem& problem)
       return problem.text.empty() ? "text where no value stands"
                                   : "text " + quoted(problem) + " where no value stands";
     case ProblemKind::ItemUnreadable:
-      return problem.text.empty() ? "an item cannot be read" : "an item cannot be read: " + quoted(problem);
+      return (problem.text.empty() ? "" : quoted(problem) + ": ") +
+             (remark.empty() ? "the item cannot be read" : remark);
     case ProblemKind::PasswordUnreadable:
       return "the password " + (remark.empty() ? "cannot be read" : remark);
     case ProblemKind::PrecisionLost:

@@ -145,7 +145,7 @@ void MessageReader::report(ProblemKind kind, const Met& met)
 
 void MessageReader::reportUnfit(const FieldDef& def, FieldDataType type, std::string_view text)
 {
-  const std::string_view value = withoutBlanks(text);
+  const std::string_view value = type == FIELD_BOOL ? text : withoutBlanks(text);
   const TextFit fit = fitOf(type, text);
   const FieldDataType element = fieldTypeInfo(type).element;
   type = element != FIELD_UNSET ? element : type;

@@ -108,6 +108,8 @@ long long truthOf(std::string_view text)
   return asciiEqualsIgnoreCase(text, "false") ? 0 : asciiEqualsIgnoreCase(text, "true") ? 1 : integerOf(text);
 }
 
+constexpr std::string_view loneSurrogate = "the text holds a half of a surrogate pair";
+
 /// With "?" for halves of surrogate pairs.
 std::string withoutSurrogates(std::string_view text)
 {
@@ -141,7 +143,7 @@ void MessageReader::storeMapPart(Entry& entry, bool isKey, std::string_view text
   if (type == FIELD_STRING) {
     if (!unescape(text, isKey ? entry.stringKey : entry.stringValue)) {
       (isKey ? entry.keySeen : entry.valueSeen) = false;
-      tell(ProblemKind::NotOfType, {.field = entry.def, .type = type});
+      tell(ProblemKind::NotOfType, {.field = entry.def, .remark = loneSurrogate, .type = type});
     }
   } else {
     checkFit(*entry.def, type, text);
@@ -241,7 +243,7 @@ bool MessageReader::store(const FieldDef& def, std::string_view text, const char
       } else {
         std::string value;
         if (!unescape(text, value)) {
-          tell(ProblemKind::NotOfType, {.field = &def});
+          tell(ProblemKind::NotOfType, {.field = &def, .remark = loneSurrogate});
           return false;
         }
         MessageAccess::inPlace<std::string>(message, def.slot) = std::move(value);
@@ -292,13 +294,13 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
   if constexpr (std::is_same_v<Item, std::string>) {
     if (!unescape(text, list->emplace_back())) {
       list->pop_back();
-      tell(ProblemKind::ItemUnreadable, {.field = &def});
+      tell(ProblemKind::ItemUnreadable, {.field = &def, .remark = loneSurrogate});
       return false;
     }
   } else if constexpr (std::is_same_v<Item, bstring>) {
     std::string bytes;
     if (!unescapeBytes(text, bytes)) {
-      tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text});
+      tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = "no base64"});
       return false;
     }
     list->emplace_back(std::move(bytes));
