@@ -40,7 +40,7 @@ TEST(Annotations, AreFilledFromFieldsAndEnumerators)
   EXPECT_TRUE(XMLDecoder::FillAnnotation(&m, hide, "hiddenInReports"));
   EXPECT_TRUE(XMLDecoder::FillAnnotation(&m, password, "passwordMarked"));
   EXPECT_TRUE(XMLDecoder::FillAnnotation(&m, single, "single"));
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(Annotations, WhatIsNotThereIsLoggedAndChangesNothing)

@@ -6,12 +6,6 @@
 
 using namespace kwxml::test;
 
-namespace {
-
-const std::string logs = "model/log.cases";
-
-}  // namespace
-
 TEST(LookUps, TypePredicatesAreTheirIrregularSets)
 {
   const auto described = [](int number) {
@@ -103,7 +97,7 @@ TEST(LookUps, EveryTagResolvesBothWays)
 
 TEST(LookUps, EnumerationsOfFields)
 {
-  Transcript log(logs);
+  Transcript log("model/log.cases");
   const YMMessageBase item = make("Demo_Item");
   const FieldDef& color = field(item, "color");
   EXPECT_TRUE(FieldDef::isValidEnumValue(color, 2));

@@ -14,12 +14,6 @@
 
 using namespace kwxml::test;
 
-namespace {
-
-const std::string logs = "model/log.cases";
-
-}  // namespace
-
 TEST(Values, EveryTypeIsCopiedComparedAndDeleted)
 {
   const YMMessageBase empty = make("Types_AllTypes");
@@ -113,7 +107,7 @@ TEST(Values, MapsOfMessagesKeepOneEntry)
 
 TEST(Values, AssignmentRefusesAnotherClassAndSurvivesItsOwnParts)
 {
-  Transcript log(logs);
+  Transcript log("model/log.cases");
   YMMessageBase leaf = make("Types_Leaf");
   fillAll(leaf, 1);
   const YMMessageBase before(leaf);
@@ -170,7 +164,7 @@ TEST(Values, CachedTextsFollowCopies)
 
 TEST(Values, DefaultsAndOldWayConstruction)
 {
-  Transcript log(logs);
+  Transcript log("model/log.cases");
   const auto note = [&log](const std::string& what, YMMessageBase message) {
     log.note(what, toXml(message));
   };
@@ -229,7 +223,7 @@ TEST(Values, DefaultsAndOldWayConstruction)
 
 TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
 {
-  Transcript log(logs);
+  Transcript log("model/log.cases");
   YMMessageBase stock = make("Inventory_Stock");
   EXPECT_EQ(stock.getProcessinginstructioninfo(false), nullptr);
   EXPECT_FALSE(isSet(stock, "processinginstructioninfo"));
@@ -264,7 +258,7 @@ TEST(Values, ProcessingInstructionInfoIsOnlyWhereTheClassHasIt)
 
 TEST(Values, ObjectsAreMadeFromEveryKindOfReference)
 {
-  Transcript log(logs);
+  Transcript log("model/log.cases");
   const auto construct = [&log](unsigned long tag, const char* xml, bool now) {
     YMMessageBase* out = nullptr;
     std::string error;
