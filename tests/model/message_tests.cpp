@@ -165,19 +165,17 @@ TEST(Values, CachedTextsFollowCopies)
 TEST(Values, DefaultsAndOldWayConstruction)
 {
   Transcript log("model/log.cases");
-  const auto note = [&log](const std::string& what, YMMessageBase message) {
-    log.note(what, toXml(message));
-  };
-  note("primitives count as set in a system of the old way", make("Demo_Status"));
+  YMMessageBase status = make("Demo_Status");
+  log.note("primitives count as set in a system of the old way", toXml(status));
   YMMessageBase defaults = make("Legacy_Defaults");
-  note("defaults", defaults);
+  log.note("defaults", toXml(defaults));
   fillAll(defaults, 1);
   defaults.reset();
-  note("reset", defaults);
+  log.note("reset", toXml(defaults));
   setInt(defaults, "intValue", 5);
   setText(defaults, "stringValue", "changed");
   defaults.setDefaults(field(defaults, "stringValue").fieldNumber);
-  note("one field's default", defaults);
+  log.note("one field's default", toXml(defaults));
 
   const YMMessageBase account = make("Legacy_Account");
   for (const FieldDef& def : *account.getClass()) {
@@ -195,10 +193,10 @@ TEST(Values, DefaultsAndOldWayConstruction)
   EXPECT_TRUE(resetAccount == account);
 
   YMMessageBase hidden = make("Types_Hidden");
-  note("with hidden fields", hidden);
+  log.note("with hidden fields", toXml(hidden));
   EXPECT_EQ(getInt(hidden, "secret"), 0) << "a hidden field's default is passed over";
   YMMessageBase nothing = bare("Types_Hidden");
-  note("nothing set", nothing);
+  log.note("nothing set", toXml(nothing));
   YMMessageBase copy(nothing);
   YMMessageBase assigned = make("Types_Hidden");
   assigned = nothing;
@@ -212,9 +210,9 @@ TEST(Values, DefaultsAndOldWayConstruction)
   hidden.setEveryPrimitiveBitset(false);
   EXPECT_TRUE(hidden == nothing);
   hidden.setEveryPrimitiveBitset(true);
-  note("all primitives set", hidden);
+  log.note("all primitives set", toXml(hidden));
   hidden = make("Types_Hidden");
-  note("assigned", hidden);
+  log.note("assigned", toXml(hidden));
   setInt(hidden, "before", 9);
   hidden.reset();
   EXPECT_EQ(getInt(hidden, "before"), 1);

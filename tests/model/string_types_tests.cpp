@@ -110,12 +110,10 @@ TYPED_TEST(ByteText, KeepsEveryByteThroughStreamsAndConcatenation)
   EXPECT_FALSE(assigned == value);
 }
 
-TEST_F(StringTypes, BytesAndCdataNeverMix)
-{
-  static_assert(!std::is_constructible_v<bstring, cdata> && !std::is_constructible_v<cdata, bstring>);
-  static_assert(!std::is_assignable_v<bstring&, cdata> && !std::is_assignable_v<cdata&, bstring>);
-  static_assert(std::is_base_of_v<bstring, pstring> && !std::is_base_of_v<bstring, cdata>);
-}
+// Bytes and CDATA never mix.
+static_assert(!std::is_constructible_v<bstring, cdata> && !std::is_constructible_v<cdata, bstring>);
+static_assert(!std::is_assignable_v<bstring&, cdata> && !std::is_assignable_v<cdata&, bstring>);
+static_assert(std::is_base_of_v<bstring, pstring> && !std::is_base_of_v<bstring, cdata>);
 
 TEST_F(StringTypes, AssigningATextMakesAPasswordPlain)
 {

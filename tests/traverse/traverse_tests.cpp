@@ -446,9 +446,8 @@ TEST(Merge, PasswordsKeepTheirScheme)
   EXPECT_TRUE(f.isModified());
   YMMessageBase into = make("Types_AllTypes");
   XmlTraverse().merge(from, into);
-  const FieldDef& def = field(into, "pstringValue");
-  const pstring* merged = into.getpstringobject_const(def.fieldNumber, def.slot, into.getTagID(), def.hash);
-  EXPECT_EQ(merged->text() + std::to_string(merged->getEncryptionType()), "p9");
+  const auto& merged = object<pstring>(into, "pstringValue");
+  EXPECT_EQ(merged.text() + std::to_string(merged.getEncryptionType()), "p9");
 }
 
 TEST(Merge, StopsAtTheNestingLimit)
