@@ -12,7 +12,6 @@ using namespace kwxml::test;
 
 namespace {
 
-constexpr unsigned long statusTag = 0x010003F0;
 constexpr unsigned long noTag = 0x7E000001;
 constexpr unsigned int codeHash = 0x9CB015;
 constexpr unsigned int messageHash = 0xB7ECDF;
@@ -25,8 +24,8 @@ TEST(Accessors, WrongFieldNumbersAreRefusedUnderTheFullSignature)
 {
   Transcript log(logs);
   YMMessageBase m = make("Demo_Status");
+  const unsigned long tag = m.getTagID();
   const YMMessageBase before(m);
-  const unsigned long tag = statusTag;
   const std::vector<int> ints{1};
   m.setint64(2, 0, 1, tag, codeHash);
   m.setdouble(2, 0, 1, tag, codeHash);

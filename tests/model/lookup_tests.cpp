@@ -101,8 +101,7 @@ TEST(LookUps, EnumerationsOfFields)
   const YMMessageBase item = make("Demo_Item");
   const FieldDef& color = field(item, "color");
   EXPECT_TRUE(FieldDef::isValidEnumValue(color, 2));
-  EXPECT_FALSE(FieldDef::isValidEnumValue(color, 0));
-  EXPECT_FALSE(FieldDef::isValidEnumValue(field(item, "price"), 2));
+  EXPECT_FALSE(FieldDef::isValidEnumValue(color, 0) || FieldDef::isValidEnumValue(field(item, "price"), 2));
   FieldDef broken = color;
   broken.name =
       "\xCE\x00\x00\x01"

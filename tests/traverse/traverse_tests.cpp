@@ -330,8 +330,7 @@ TEST(FieldContext, AnnotationsAndDefaults)
 
   EntityTypeHandler entities;
   XmlTraverse().traverse(m, entities, false, false);
-  EXPECT_TRUE(isSet(m, "level"));
-  EXPECT_EQ(getInt(m, "level"), 5);
+  EXPECT_TRUE(isSet(m, "level") && getInt(m, "level") == 5);
   EXPECT_FALSE(isSet(m, "kept") || isSet(m, "secretLevel")) << "not asked for";
   setInt(m, "level", 100);
   XmlTraverse().traverse(m, entities, false, false);
@@ -345,8 +344,7 @@ TEST(Lists, AreReadAndFilledByName)
   const Transcript log("traverse/log.cases");
   YMMessageBase m = make("Types_AllTypes");
   std::vector<void*> out;
-  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out));
-  EXPECT_TRUE(out.empty());
+  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out) && out.empty());
   setInt(m, "ulonglongValue", 9);
   EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "ulonglongValue", &out));
   ASSERT_EQ(out.size(), 1u);
