@@ -110,9 +110,4 @@ inline int decodeBody(YMMessageBase& m, const std::string& text, bool merge = fa
   return decode(m, header(m) + fromHex(expand(text)), merge);
 }
 
-inline YMMessageBase allTypes()
-{
-  return make("Types_AllTypes");
-}
-
 }  // namespace kwxml::test

@@ -16,16 +16,10 @@
 
 using namespace kwxml::test;
 
-namespace {
-
-const std::string logs = "binary/log.cases";
-
-}  // namespace
-
 TEST(BinaryReader, HeadersThatDoNotFit)
 {
-  Transcript log(logs);
-  YMMessageBase m = allTypes();
+  Transcript log("binary/log.cases");
+  YMMessageBase m = make("Types_AllTypes");
   setInt(m, "intValue", 7);
   BinaryBuffer none;
   EXPECT_EQ(BinarySerializer::unserialize(m, none), -1);
@@ -59,7 +53,7 @@ TEST(BinaryReader, VersionWords)
 
 TEST(BinaryReader, NothingAndClassesWithoutValues)
 {
-  YMMessageBase m = allTypes();
+  YMMessageBase m = make("Types_AllTypes");
   BinaryStream none(nullptr, 0);
   EXPECT_TRUE(BinarySerializer::unserializeBinaryRecur(m, none, 0, 2, nullptr, false));
   EXPECT_EQ(bodyHex(m), "");
@@ -71,7 +65,7 @@ TEST(BinaryReader, NothingAndClassesWithoutValues)
 
 TEST(BinaryReader, MergingKeepsWhatTheBytesDoNotHave)
 {
-  YMMessageBase m = allTypes();
+  YMMessageBase m = make("Types_AllTypes");
   setInt(m, "uintValue", 1);
   setInt(m, "longValue", 2);
   fill(m, field(m, "objectValue"), 1);
@@ -84,7 +78,7 @@ TEST(BinaryReader, MergingKeepsWhatTheBytesDoNotHave)
 
 TEST(BinaryReader, SizesOfNestedMessagesStayInTheirOwner)
 {
-  YMMessageBase m = allTypes();
+  YMMessageBase m = make("Types_AllTypes");
   EXPECT_EQ(decodeBody(m, "M 02 objectList.2 05 number.6 02 objectList.2 00 objectValue.2 06 number.6 02 00"),
             0);
   EXPECT_EQ(m.GetCachedSize(), 6u);
@@ -94,8 +88,8 @@ TEST(BinaryReader, SizesOfNestedMessagesStayInTheirOwner)
 
 TEST(BinaryWriter, CallersMemoryAndVersionOne)
 {
-  Transcript log(logs);
-  YMMessageBase m = allTypes();
+  Transcript log("binary/log.cases");
+  YMMessageBase m = make("Types_AllTypes");
   fill(m, field(m, "bstringValue"), 1);
   fill(m, field(m, "stringValue"), 1);
   const std::string whole = encode(m);
@@ -109,14 +103,14 @@ TEST(BinaryWriter, CallersMemoryAndVersionOne)
   EXPECT_EQ(BinarySerializer::serialize(m, tooSmall), 0u);
   EXPECT_EQ(memory, std::string(whole.size(), '\x55'));
   // Version 1 measures the byte string as it is and writes its base64: the end is missing.
-  YMMessageBase small = allTypes();
+  YMMessageBase small = make("Types_AllTypes");
   object<bstring>(small, "bstringValue") = bstring("abc");
   const std::string one = encode(small, 1);
   EXPECT_EQ(one.size(), 8 + 4 + 1 + 3u);
   EXPECT_EQ(one.substr(0, 8), header(small, 1));
   EXPECT_EQ(toHex(one.substr(8, 5)), expand("bstringValue.2 05")) << "and the five characters have no room";
   EXPECT_EQ(toHex(one.substr(13)), "00 00 00") << "nor does anything else come out";
-  YMMessageBase plain = allTypes();
+  YMMessageBase plain = make("Types_AllTypes");
   setInt(plain, "uintValue", 5);
   EXPECT_EQ(bodyHex(plain, 1), expand("uintValue.0 05"));
   EXPECT_EQ(bodyHex(plain, -7), expand("uintValue.0 05"));
@@ -196,14 +190,14 @@ TEST(BinaryWriter, AllocatesItsBufferAlone)
 
 TEST(BinaryWriter, Traces)
 {
-  Transcript log(logs, 25);
+  Transcript log("binary/log.cases", 25);
   YMMessageBase small = make("Demo_Status");
   setInt(small, "errorCode", 5);
   setText(small, "errorMessage", "x");
   const std::string bytes = encode(small);
   log.note("read");
   EXPECT_EQ(decode(small, bytes), 0);
-  YMMessageBase list = allTypes();
+  YMMessageBase list = make("Types_AllTypes");
   EXPECT_EQ(decodeBody(list, "M 02 intList.2 02 02 04"), 0);
 }
 
@@ -243,7 +237,7 @@ TEST(BinaryPasswords, AreProtectedRefusedOrLeftOut)
   setPassword(m, "password9", pstring("secret9"));
   setPassword(m, "password5", pstring("mistyped", 4));  // no text of that type
   setInt(m, "single", 5);
-  Transcript log(logs);
+  Transcript log("binary/log.cases");
   const std::string bytes = encode(m);
   EXPECT_NE(bytes.find("plain"), std::string::npos);
   EXPECT_EQ(bytes.find("secret"), std::string::npos);

@@ -54,7 +54,7 @@ TEST(BinaryRoundTrip, MessagesComeBackAsTheirBytesAndAgreeWithXml)
       EXPECT_TRUE(all || (copy == m && toXml(copy) == toXml(m))) << tagName;
     }
   }
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(BinaryDamage, EveryTruncationFlipAndByte)

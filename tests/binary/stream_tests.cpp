@@ -74,7 +74,7 @@ TEST(BinaryStream, NumbersBothWays)
   });
 }
 
-TEST(BinaryStream, RawBytes)
+TEST(BinaryStream, RawBytesAndWritesThatDoNotFit)
 {
   char written[3];
   BinaryStream out(written, sizeof written);
@@ -87,18 +87,14 @@ TEST(BinaryStream, RawBytes)
   EXPECT_EQ(in.ReadRawBytes(to, 4), 4u);
   EXPECT_EQ(std::string(bytes, 4), std::string(4, '\0'));
   EXPECT_TRUE(in.overrun());
-}
-
-TEST(BinaryStream, WritesThatDoNotFitWriteNothing)
-{
-  char bytes[4] = {7, 7, 7, 7};
-  BinaryStream out(bytes, 3);
-  EXPECT_EQ(out.WriteInt32(1), 4u);
-  EXPECT_EQ(out.position(), 4u);
-  EXPECT_EQ(std::string(bytes, 4), "\7\7\7\7");
-  EXPECT_EQ(out.WriteRawBytes("x", 1), 1u);
-  EXPECT_EQ(out.position(), 5u);
-  EXPECT_EQ(out.remaining(), 0u);
+  // What does not fit is counted, and nothing is written.
+  char kept[4] = {7, 7, 7, 7};
+  BinaryStream full(kept, 3);
+  EXPECT_EQ(full.WriteInt32(1), 4u);
+  EXPECT_EQ(full.position(), 4u);
+  EXPECT_EQ(std::string(kept, 4), "\7\7\7\7");
+  EXPECT_EQ(full.WriteRawBytes("x", 1), 1u);
+  EXPECT_TRUE(full.position() == 5 && full.remaining() == 0);
 }
 
 TEST(BinaryBuffer, OwnsGrowsAndLends)

@@ -91,8 +91,7 @@ TEST(BinaryWide, AListOfManySparseMessagesIsRead)
     i += 2;
   }
   YMMessageBase holder(70, i + 1);
-  const FieldDef& def = holder.getClass()->fields[0];
-  auto& list = *holder.getlistobject(0, def.slot, holder.getTagID(), def.hash, true);
+  auto& list = object<std::vector<YMMessageBase>>(holder, holder.getClass()->fields[0].getName());
   for (int n = 0; n < 5000; ++n) {
     fill(list.emplace_back(70, i), row.classes[i].fields[0], 1);
   }

@@ -85,15 +85,10 @@ bstring decrypt(bstring text, KwXMLContextInfo* context)
              : bstring();
 }
 
-bstring fail(bstring, KwXMLContextInfo*)
-{
-  return bstring();
-}
-
-bstring throwUp(bstring, KwXMLContextInfo*)
-{
+constexpr PasswordAlgorithm fail = [](bstring, KwXMLContextInfo*) { return bstring(); };
+constexpr PasswordAlgorithm throwUp = [](bstring, KwXMLContextInfo*) -> bstring {
   throw std::runtime_error("no");
-}
+};
 
 void registerBoth(int number, PasswordAlgorithm encryption, PasswordAlgorithm decryption)
 {

@@ -170,7 +170,7 @@ TEST(XPathRoundTrip, EveryTypeWithATextComesBack)
     ASSERT_EQ(set(back, records), 0);
     EXPECT_TRUE(back == m);
     EXPECT_EQ(lines(get(back)), lines(records));
-    EXPECT_EQ(log.lines(), std::vector<LogLine>());
+    EXPECT_EQ(toText(log), "");
   }
 }
 
@@ -256,7 +256,7 @@ TEST(Dummy, EveryTypeGetsWhatItGets)
   expectGolden("metadata/dummy.txt", set + toXml(m));
   YMMessageBase empty = make("Types_Empty");
   EXPECT_EQ(recurseAndFillDummyValues(&empty), 0);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(Dummy, NothingAndClassesWithoutEndFail)

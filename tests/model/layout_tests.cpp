@@ -129,9 +129,7 @@ TEST(Layout, BuffersCopyTheirShapeAndShareExternalStorage)
   }
   buffer.setBit(19);
   YMMessageBuffer copy(buffer);
-  EXPECT_EQ(copy.slotCount(), 5);
-  EXPECT_EQ(copy[0] + copy[4], 0);
-  EXPECT_FALSE(copy.bit(19));
+  EXPECT_TRUE(copy.slotCount() == 5 && copy[0] + copy[4] == 0 && !copy.bit(19));
   EXPECT_EQ(buffer[4], 5);
   buffer.reset(20);
   for (short slot = 0; slot < 5; ++slot) {
@@ -142,8 +140,7 @@ TEST(Layout, BuffersCopyTheirShapeAndShareExternalStorage)
   wide.init(24, 24, 100);
   wide.setBit(99);
   wide[23] = 7;
-  EXPECT_TRUE(wide.bit(99));
-  EXPECT_EQ(wide[23], 7);
+  EXPECT_TRUE(wide.bit(99) && wide[23] == 7);
   long long storage[4] = {1, 2, 3, 4};
   YMMessageBuffer external;
   external.init(storage, sizeof storage, 3, 3);

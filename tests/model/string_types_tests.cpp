@@ -110,12 +110,10 @@ TYPED_TEST(ByteText, KeepsEveryByteThroughStreamsAndConcatenation)
   EXPECT_FALSE(assigned == value);
 }
 
-TEST_F(StringTypes, BytesAndCdataNeverMix)
-{
-  static_assert(!std::is_constructible_v<bstring, cdata> && !std::is_constructible_v<cdata, bstring>);
-  static_assert(!std::is_assignable_v<bstring&, cdata> && !std::is_assignable_v<cdata&, bstring>);
-  static_assert(std::is_base_of_v<bstring, pstring> && !std::is_base_of_v<bstring, cdata>);
-}
+// Bytes and CDATA never mix.
+static_assert(!std::is_constructible_v<bstring, cdata> && !std::is_constructible_v<cdata, bstring>);
+static_assert(!std::is_assignable_v<bstring&, cdata> && !std::is_assignable_v<cdata&, bstring>);
+static_assert(std::is_base_of_v<bstring, pstring> && !std::is_base_of_v<bstring, cdata>);
 
 TEST_F(StringTypes, AssigningATextMakesAPasswordPlain)
 {
@@ -141,8 +139,8 @@ TEST_F(StringTypes, AssigningATextMakesAPasswordPlain)
 
   EXPECT_STREQ(kwxml::passwordEncryptTypeName(Annotation::BASE64), "BASE64");
   EXPECT_STREQ(kwxml::passwordEncryptTypeName(11), "KWPASSWORD_ENCRYPTION_VER8");
-  EXPECT_STREQ(kwxml::passwordEncryptTypeName(-1), "UNKNOWN");
-  EXPECT_STREQ(kwxml::passwordEncryptTypeName(12), "UNKNOWN");
+  EXPECT_EQ(kwxml::passwordEncryptTypeName(-1) + std::string(kwxml::passwordEncryptTypeName(12)),
+            "UNKNOWNUNKNOWN");
 }
 
 TEST_F(StringTypes, PlainPasswordOfEveryScheme)
@@ -276,8 +274,7 @@ TEST(XMLChstringTest, AppendsAndCompares)
   EXPECT_TRUE("ababc" == text);
   EXPECT_TRUE(c == XMLChstring("c"));
   EXPECT_TRUE(XMLChstring() == XMLChstring(""));
-  EXPECT_FALSE(XMLChstring("aba") == text);
-  EXPECT_FALSE(XMLChstring("ababd") == text);
+  EXPECT_FALSE(XMLChstring("aba") == text || XMLChstring("ababd") == text);
 }
 
 TEST(XMLChstringTest, SubstringBounds)

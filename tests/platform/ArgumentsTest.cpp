@@ -56,9 +56,8 @@ TEST(ArgumentInfo, ReadsAnyValueAsAnyType)
 
 TEST(EvMessageContainer, IsAValueThatStartsEmpty)
 {
-  const auto parts = [](const EvMessageContainer& event) {
-    return std::tuple(event.getMessageId(), event.getSeverity(), event.getCategory(),
-                      event.arguments().NoOfArgs());
+  const auto parts = [](const EvMessageContainer& e) {
+    return std::tuple(e.getMessageId(), e.getSeverity(), e.getCategory(), e.arguments().NoOfArgs());
   };
   EvMessageContainer event;
   event.setMessageId(-3);

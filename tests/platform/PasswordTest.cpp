@@ -259,9 +259,7 @@ TEST_F(Password, OnlyTheKeyOpensAText)
   const std::string old = encrypt(1, kSecret).value_or("");
   testing::internal::CaptureStderr();
   useKey("other");
-  EXPECT_FALSE(decrypt(text));
-  EXPECT_FALSE(decrypt(old));
-  EXPECT_FALSE(convert(old));
+  EXPECT_FALSE(decrypt(text) || decrypt(old) || convert(old));
   EXPECT_TRUE(encrypt(8, kSecret));
 
   // Without a key nothing works, and nothing is said.

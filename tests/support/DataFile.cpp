@@ -1,7 +1,5 @@
 #include "support/DataFile.h"
 
-#include <kwxml/text/ShownText.h>
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -14,15 +12,12 @@ namespace kwxml::test {
 
 namespace {
 
+constexpr const char* tests = KWXML_SOURCE_DIR "/tests/";
+
 bool updates()
 {
   const char* set = std::getenv("KWXML_UPDATE");
   return set != nullptr && std::string_view(set) == "1";
-}
-
-std::string pathOf(const std::string& file)
-{
-  return KWXML_SOURCE_DIR "/tests/" + file;
 }
 
 /// Where the arrow stands in a line, parted from the rest by blanks.
@@ -80,7 +75,8 @@ Lines cellsOf(const std::string& row)
 void expectCases(const std::string& file, const std::string& section,
                  const std::function<std::string(const std::string& input)>& answer, int level)
 {
-  std::ifstream in(pathOf(file));
+  const std::string path = tests + file;
+  std::ifstream in(path);
   Lines lines;
   for (std::string line; std::getline(in, line);) {
     lines.push_back(line);
@@ -101,7 +97,7 @@ void expectCases(const std::string& file, const std::string& section,
       input += inside && !remark ? line + "\n" : "";
       continue;
     }
-    const std::string place = pathOf(file) + ":" + std::to_string(i + 1);
+    const std::string place = path + ":" + std::to_string(i + 1);
     const std::string before = line.substr(0, at);
     input += before.substr(0, before.find_last_not_of(' ') + 1);
     input.erase(input.find_last_not_of('\n') + 1);
@@ -121,10 +117,10 @@ void expectCases(const std::string& file, const std::string& section,
     input.clear();
     ++cases;
   }
-  EXPECT_GT(cases, 0) << "no case in section [" << section << "] of " << pathOf(file);
-  EXPECT_EQ(input, "") << pathOf(file) << ": without an arrow";
+  EXPECT_GT(cases, 0) << "no case in section [" << section << "] of " << path;
+  EXPECT_EQ(input, "") << path << ": without an arrow";
   if (updates()) {
-    std::ofstream(pathOf(file)) << updated;
+    std::ofstream(path) << updated;
   }
 }
 
@@ -139,9 +135,9 @@ void expectGolden(const std::string& file, const std::string& actual)
 {
   const std::string whole = actual + (actual.ends_with('\n') ? "" : "\n");
   if (updates()) {
-    std::ofstream(pathOf(file)) << whole;
+    std::ofstream(tests + file) << whole;
   }
-  std::ifstream in(pathOf(file));
+  std::ifstream in(tests + file);
   EXPECT_EQ(whole, std::string(std::istreambuf_iterator<char>(in), {})) << file;
 }
 
@@ -153,11 +149,6 @@ Transcript::~Transcript()
               [this](const std::string&) { return noted_; });
 }
 
-void Transcript::note(const std::string& what, std::string_view text)
-{
-  note(what + ": " + shown(text, "\\"));
-}
-
 Settings::Settings(const std::string& input)
 {
   static const std::regex& setting = *new std::regex(R"((text)=(.*)|(\w+)(?:=(\S*))?)");
@@ -165,11 +156,6 @@ Settings::Settings(const std::string& input)
     const bool isText = (*i)[1].matched;
     values_[(*i)[isText ? 1 : 3]] = (*i)[isText ? 2 : 4];
   }
-}
-
-int Settings::number(const std::string& name, int otherwise) const
-{
-  return has(name) ? std::stoi(values_.at(name)) : otherwise;
 }
 
 }  // namespace kwxml::test

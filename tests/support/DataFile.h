@@ -18,6 +18,8 @@
 
 #include "support/LogCapture.h"
 
+#include <kwxml/text/ShownText.h>
+
 #include <functional>
 #include <map>
 #include <string>
@@ -48,7 +50,7 @@ class Transcript : public LogCapture
 public:
   explicit Transcript(std::string file, int level = 0) : LogCapture(level), file_(std::move(file)) {}
   ~Transcript();
-  void note(const std::string& what, std::string_view text);
+  void note(const std::string& what, std::string_view text) { note(what + ": " + shown(text, "\\")); }
   /// A remark that parts the log's lines.
   void note(const std::string& what) { noted_ += taken() + what + (what.ends_with('\n') ? "" : "\n"); }
 
@@ -65,7 +67,10 @@ public:
   explicit Settings(const std::string& input);
   bool has(const std::string& name) const { return values_.contains(name); }
   std::string text(const std::string& name) const { return has(name) ? values_.at(name) : std::string(); }
-  int number(const std::string& name, int otherwise = 0) const;
+  int number(const std::string& name, int other = 0) const
+  {
+    return has(name) ? std::stoi(text(name)) : other;
+  }
 
 private:
   std::map<std::string, std::string> values_;

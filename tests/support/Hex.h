@@ -14,10 +14,10 @@ inline std::string toHex(std::string_view bytes)
   std::string text;
   for (const char byte : bytes) {
     char digits[4];
-    std::snprintf(digits, sizeof digits, "%02X", static_cast<unsigned char>(byte));
-    text += (text.empty() ? "" : " ") + std::string(digits);
+    std::snprintf(digits, sizeof digits, " %02X", static_cast<unsigned char>(byte));
+    text += digits;
   }
-  return text;
+  return text.substr(text.empty() ? 0 : 1);
 }
 
 inline std::string fromHex(std::string text)

@@ -6,14 +6,8 @@
 #include <kwxml/text/ShownText.h>
 
 #include <algorithm>
-#include <sstream>
 
 namespace kwxml::test {
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line)
-{
-  return out << line.level << ' ' << line.function << ": " << shown(line.text, "\\");
-}
 
 LogCapture::LogCapture(int level)
 {
@@ -47,11 +41,11 @@ std::string LogCapture::taken()
 
 std::string toText(const LogCapture& log)
 {
-  std::ostringstream text;
+  std::string text;
   for (const LogLine& line : log.lines()) {
-    text << line << "\n";
+    text += std::to_string(line.level) + " " + line.function + ": " + shown(line.text, "\\") + "\n";
   }
-  return text.str();
+  return text;
 }
 
 }  // namespace kwxml::test

@@ -1,7 +1,6 @@
 // Captures the lines of the library's log while it lives, so that a test can assert their exact text.
 #pragma once
 
-#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -12,9 +11,7 @@ struct LogLine
   int level;
   std::string function;
   std::string text;
-  bool operator==(const LogLine&) const = default;
 };
-std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
 /// Gives the process a focus (so that the log speaks), sets the level and collects the lines of the process's
 /// log.

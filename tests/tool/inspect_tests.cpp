@@ -134,7 +134,7 @@ TEST(Inspect, ALittleInputMakesALittleWork)
 {
   // More messages than the reader builds of so many bytes.
   LogCapture log;
-  const YMMessageBase m = allTypes();
+  const YMMessageBase m = make("Types_AllTypes");
   std::string bytes = header(m) + fromHex(expand("M FF FF FF FF 0F objectList.2"));
   for (int i = 0; i < 100000; ++i) {
     bytes += i == 0 ? "\0"s : "\0\0\0\0\0"s;
@@ -145,7 +145,7 @@ TEST(Inspect, ALittleInputMakesALittleWork)
 TEST(Inspect, NoPasswordIsShown)
 {
   LogCapture log;
-  const YMMessageBase m = allTypes();
+  const YMMessageBase m = make("Types_AllTypes");
   const std::string secret = "hush";
   const std::string body = fromHex(expand("pstringValue.2"));
   for (const std::string& bytes : {header(m) + body + "\4" + secret, header(m) + body + "\7" + secret,

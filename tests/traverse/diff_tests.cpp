@@ -252,7 +252,7 @@ TEST(MessageDiff, SaysNothingExactlyWhenMessagesAreEqual)
   }
   EXPECT_GT(equal, 100);
   EXPECT_GT(different, 300);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(MessageDiff, CostsNothingWhileNothingDiffers)

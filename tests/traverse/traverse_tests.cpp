@@ -111,7 +111,7 @@ TEST(Walk, ShowsMakesAndKeeps)
       }
     }
     const std::string after = toXml(m);
-    EXPECT_EQ(log.lines(), std::vector<LogLine>());
+    EXPECT_EQ(toText(log), "");
     return trace + after;
   });
 }
@@ -219,7 +219,7 @@ TEST(TextWalk, ReadsWalksAndWritesBack)
   XmlTraverse().traverse(xml, recorder, false, false, &info);
   EXPECT_EQ(info.getPasswordEncType(), Annotation::PASS_THROUGH);
   EXPECT_NE(xml.find("text=\"new\""), std::string::npos);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 
   recorder.trace.clear();
   for (std::string bad : {"", "<", "<Unknown/>"}) {
@@ -326,12 +326,11 @@ TEST(FieldContext, AnnotationsAndDefaults)
   EXPECT_FALSE(context(m, "title").getAnnotation(parameter));
   EXPECT_TRUE(context(m, "level").getAnnotation(parameter));
   EXPECT_EQ(parameter.useDefault, true);
-  EXPECT_EQ(log.lines(), std::vector<LogLine>()) << "most fields have none: that is no error";
+  EXPECT_EQ(toText(log), "") << "most fields have none: that is no error";
 
   EntityTypeHandler entities;
   XmlTraverse().traverse(m, entities, false, false);
-  EXPECT_TRUE(isSet(m, "level"));
-  EXPECT_EQ(getInt(m, "level"), 5);
+  EXPECT_TRUE(isSet(m, "level") && getInt(m, "level") == 5);
   EXPECT_FALSE(isSet(m, "kept") || isSet(m, "secretLevel")) << "not asked for";
   setInt(m, "level", 100);
   XmlTraverse().traverse(m, entities, false, false);
@@ -345,8 +344,7 @@ TEST(Lists, AreReadAndFilledByName)
   const Transcript log("traverse/log.cases");
   YMMessageBase m = make("Types_AllTypes");
   std::vector<void*> out;
-  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out));
-  EXPECT_TRUE(out.empty());
+  EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "boolList", &out) && out.empty());
   setInt(m, "ulonglongValue", 9);
   EXPECT_TRUE(XMLDecoder::ReadFromList(&m, "ulonglongValue", &out));
   ASSERT_EQ(out.size(), 1u);
@@ -361,11 +359,6 @@ TEST(Lists, AreReadAndFilledByName)
 }
 
 namespace {
-
-bool merge(YMMessageBase& from, YMMessageBase& into)
-{
-  return XmlTraverse().merge(from, into);
-}
 
 /// A message with one field set.
 YMMessageBase only(const char* name, int variant)
@@ -401,20 +394,20 @@ TEST(Merge, EveryTypeIsReplacedAppendedOrLeftAlone)
 
     YMMessageBase nothing = bare("Types_AllTypes");
     YMMessageBase empty = nothing;
-    EXPECT_TRUE(merge(from, empty));
+    EXPECT_TRUE(XmlTraverse().merge(from, empty));
     EXPECT_TRUE(empty == (left ? nothing : source) && from == source) << name;
 
     YMMessageBase into = only(name, 2);
     const YMMessageBase before = into;
-    EXPECT_TRUE(merge(from, into));
+    EXPECT_TRUE(XmlTraverse().merge(from, into));
     if (list && !left) {
       EXPECT_EQ(elements(into, name), 6u) << name;
     } else {
       EXPECT_TRUE(into == (left ? before : source)) << name;
     }
-    EXPECT_TRUE(merge(nothing, into) && isSet(into, name)) << name;
+    EXPECT_TRUE(XmlTraverse().merge(nothing, into) && isSet(into, name)) << name;
   }
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
@@ -425,21 +418,22 @@ TEST(Merge, ListsAreAppendedAndNestedMessagesMerge)
     YMMessageBase into = fromXml(input.substr(line + 1));
     const std::string before = toXml(into);
     const LogCapture log(10);
-    const bool merged = merge(from, into);
+    const bool merged = XmlTraverse().merge(from, into);
     const std::string lines = toText(log);
     EXPECT_TRUE(merged || toXml(into) == before);
     return (merged ? toXml(into) + "\n" : "refused\n") + lines;
   });
   YMMessageBase twice = only("objectList", 1);
   fill(twice, field(twice, "stringList"), 1);
-  EXPECT_TRUE(merge(twice, twice)) << "with itself";
+  EXPECT_TRUE(XmlTraverse().merge(twice, twice)) << "with itself";
   EXPECT_EQ(elements(twice, "objectList") + elements(twice, "stringList"), 12u);
 
   const LogCapture log(10);
   YMMessageBase leaf = make("Types_Leaf");
   YMMessageBase none;
-  EXPECT_FALSE(merge(none, leaf) || merge(leaf, none) || merge(none, none));
-  EXPECT_EQ(log.lines(), std::vector<LogLine>());
+  EXPECT_FALSE(XmlTraverse().merge(none, leaf) || XmlTraverse().merge(leaf, none) ||
+               XmlTraverse().merge(none, none));
+  EXPECT_EQ(toText(log), "");
 }
 
 TEST(Merge, PasswordsKeepTheirScheme)
@@ -449,10 +443,9 @@ TEST(Merge, PasswordsKeepTheirScheme)
   f.replaceValue(pstring("p", Annotation::BASE64));
   EXPECT_TRUE(f.isModified());
   YMMessageBase into = make("Types_AllTypes");
-  merge(from, into);
-  const FieldDef& def = field(into, "pstringValue");
-  const pstring* merged = into.getpstringobject_const(def.fieldNumber, def.slot, into.getTagID(), def.hash);
-  EXPECT_EQ(merged->text() + std::to_string(merged->getEncryptionType()), "p9");
+  XmlTraverse().merge(from, into);
+  const auto& merged = object<pstring>(into, "pstringValue");
+  EXPECT_EQ(merged.text() + std::to_string(merged.getEncryptionType()), "p9");
 }
 
 TEST(Merge, StopsAtTheNestingLimit)
@@ -461,7 +454,7 @@ TEST(Merge, StopsAtTheNestingLimit)
     const LogCapture log;
     YMMessageBase a = nodeChain(levels);
     YMMessageBase b = nodeChain(levels);
-    onSmallStack([&] { EXPECT_TRUE(merge(a, b)); });
+    onSmallStack([&] { EXPECT_TRUE(XmlTraverse().merge(a, b)); });
     const std::string line = "0 KwXmlMessageProcessor::merge: Messages nest deeper than [64]\n";
     EXPECT_EQ(toText(log), levels > kwxml::maxMessageNesting ? line : "");
   }

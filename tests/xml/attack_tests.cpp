@@ -27,15 +27,11 @@ namespace {
 
 const std::string rows = "xml/attacks.cases";
 
-std::wstring widen(const std::string& text)
-{
-  return {text.begin(), text.end()};
-}
-
 class Attacks : public testing::Test
 {
 protected:
   Attacks() { readXml("<Demo_Status/>"); }  // the library itself opens something at first
+  static std::wstring widen(const std::string& text) { return {text.begin(), text.end()}; }
 
   const TempDirectory directory_;
   const std::string file_ = directory_.write("secret.txt", "the secret");

@@ -16,12 +16,6 @@
 
 using namespace kwxml::test;
 
-namespace {
-
-const std::string logs = "xml/log.cases";
-
-}  // namespace
-
 TEST(Writer, DeclarationsAreWrittenUnlessTheyAreNotWanted)
 {
   YMMessageBase empty = make("Types_Leaf");
@@ -51,7 +45,7 @@ TEST(Writer, PasswordsAreMaskedOrNeedAnAlgorithm)
                   pstring("canary", plain ? Annotation::PLAIN_TEXT : Annotation::KWPASSWORD_ENCRYPTION_VER1));
     }
   }
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   EXPECT_EQ(toXml(m), "<Types_Annotated password1=\"canary\"/>")
       << "a plain value is written as it is, others never";
   EncodingFlags masked;
@@ -88,7 +82,7 @@ TEST(Writer, ListenersLeaveFieldsOut)
   };
   const auto message = readXml("<Types_Leaf number='1' text='t'/>");
   YMMessageBase& leaf = *message;
-  Transcript log(logs, 15);
+  Transcript log("xml/log.cases", 15);
   std::string out;
   XMLSerializer serializer;
   XMLSerializationSupport& support = serializer.getXMLSerializationSupportObject();
@@ -112,7 +106,7 @@ TEST(Writer, ListenersLeaveFieldsOut)
 
 TEST(Writer, ListenerHelpers)
 {
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   const YMMessageBase all = make("Types_AllTypes");
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "intValue")), 8);
   EXPECT_EQ(XMLSerializationSupport::getSizeOfField(field(all, "stringValue")), 32);
@@ -149,7 +143,7 @@ struct RefusingSink final : kwxml::XmlSink
 
 TEST(Writer, WhatCannotBeMadeIsLoggedAndTheRestIsWritten)
 {
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   YMMessageBase m = make("Types_AllTypes");
   for (const char* name :
        {"intValue", "objectValue", "intList", "longlongStringMap", "stringLonglongMap", "time64Value"}) {
@@ -164,7 +158,7 @@ TEST(Writer, WhatCannotBeMadeIsLoggedAndTheRestIsWritten)
 
 TEST(Writer, FailuresLeaveNoHalfDocument)
 {
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   std::string out = "old";
   YMMessageBase none;
   EXPECT_EQ(XMLSerializer().serialize(none, out), 1);
@@ -197,7 +191,7 @@ TEST(Writer, FailuresLeaveNoHalfDocument)
 TEST(Writer, DomOperationsStandAlone)
 {
   ASSERT_TRUE(XMLSerializer::initialize());
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   xercesc::DOMImplementation* dom = xercesc::DOMImplementationRegistry::getDOMImplementation(u"LS");
   xercesc::DOMDocument* document = dom->createDocument(nullptr, u"root", nullptr);
   xercesc::DOMElement* root = document->getDocumentElement();
@@ -267,7 +261,7 @@ TEST(Writer, DomOperationsStandAlone)
 
 TEST(Writer, DumpsIntoFiles)
 {
-  Transcript log(logs);
+  Transcript log("xml/log.cases");
   YMMessageBase leaf = make("Types_Leaf");
   CYxFile closed;
   EXPECT_NE(XMLSerializer::dumpXmlToFile(nullptr, &closed), 0);
