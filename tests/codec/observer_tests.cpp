@@ -81,7 +81,7 @@ TEST(Observer, IsToldOfEachProblemOfBytes)
 TEST(Observer, CutAndChangedDocumentsAreTheSameByBothFeeds)
 {
   LogCapture log;
-  YMMessageBase filled = allTypes();
+  YMMessageBase filled = make("Types_AllTypes");
   fillAll(filled, 1, 1);
   std::string xml = toXml(filled);
   const auto compare = [&] {
