@@ -15,7 +15,8 @@ namespace {
 constexpr int instructionRuns = 20;
 
 /// Leaves a profile labelled "name|side|runs|limit".
-[[gnu::noinline]] void profileSide(const Operation& operation, const char* side, const std::function<void()>& body)
+[[gnu::noinline]] void profileSide(const Operation& operation, const char* side,
+                                   const std::function<void()>& body)
 {
   for (int i = 0; i < 3; ++i) {
     body();  // what is done once: binding of symbols, tables made at first use, the allocator's lists

@@ -25,8 +25,8 @@ std::vector<Operation> xmlOperations();
 std::vector<Operation> binaryOperations();
 #endif
 
-/// Runs each operation whose name contains `filter` a fixed number of times and leaves a profile for each; does
-/// something under callgrind only (see bench/instructions). False when a result is wrong.
+/// Runs each operation whose name contains `filter` a fixed number of times and leaves a profile for each;
+/// does something under callgrind only (see bench/instructions). False when a result is wrong.
 bool profile(const std::string& filter);
 
 }  // namespace kwxml::bench

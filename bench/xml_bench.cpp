@@ -117,8 +117,7 @@ void addWide(std::vector<Operation>& operations)
   };
   const std::string wide = documentOf(1000);
   const std::unique_ptr<YMMessageBase> message(XMLSerializer().unserialize(wide));
-  operations.push_back(
-      {"wide class read", 3.0, message != nullptr, read(wide, 1), read(documentOf(20), 50)});
+  operations.push_back({"wide class read", 3.0, message != nullptr, read(wide, 1), read(documentOf(20), 50)});
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// What readers tell their observers: kind, path, place and words of every problem; and that nothing else changes.
+// What readers tell their observers: kind, path, place and words of every problem; and that nothing else
+// changes.
 #include "binary/Bodies.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
@@ -111,10 +112,11 @@ TEST(Observer, PasswordsAreNeverInAProblem)
   const std::string secret = "Hunter2";
   for (const std::string form :
        {"<Types_Annotated password3='@'/>", "<Types_Annotated password1='a' password1='@'/>",
-        "<Types_Annotated><password3>@<more/></password3></Types_Annotated>", "<Types_Annotated>@</Types_Annotated>",
-        "<Types_Annotated pasword3='@'/>", "<Types_Annotated password3='&@;'/>",
-        "<Types_Annotated><password3>@<@</password3></Types_Annotated>", "<Types_Annotated password3='x'@='y'/>",
-        "<Types_Annotated password3='x' @=''@'/>", "<Types_Annotated><password3 val='@'/></Types_Annotated>"}) {
+        "<Types_Annotated><password3>@<more/></password3></Types_Annotated>",
+        "<Types_Annotated>@</Types_Annotated>", "<Types_Annotated pasword3='@'/>",
+        "<Types_Annotated password3='&@;'/>", "<Types_Annotated><password3>@<@</password3></Types_Annotated>",
+        "<Types_Annotated password3='x'@='y'/>", "<Types_Annotated password3='x' @=''@'/>",
+        "<Types_Annotated><password3 val='@'/></Types_Annotated>"}) {
     std::string xml = form;
     for (auto at = xml.find('@'); at != std::string::npos; at = xml.find('@')) {
       xml.replace(at, 1, secret);

@@ -2,9 +2,9 @@
 #include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
-#include "support/ParserFeed.h"
 #include "support/Messages.h"
 #include "support/OpenTrace.h"
+#include "support/ParserFeed.h"
 #include "support/SmallStack.h"
 #include "xml/Utf.h"
 

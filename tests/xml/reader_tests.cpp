@@ -2,8 +2,8 @@
 // ways to read: into messages of the caller, by handlers, by name.
 #include "support/DataFile.h"
 #include "support/Documents.h"
-#include "support/ParserFeed.h"
 #include "support/Messages.h"
+#include "support/ParserFeed.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/text/ShownText.h>

@@ -58,7 +58,7 @@ YMMessageBase* MessageReader::take()
 
 // ---- Start tags
 
-bool MessageReader::startElement(std::string_view name, XmlAttributes attributes)
+bool MessageReader::startElement(std::string_view name, std::uint32_t hash, XmlAttributes attributes)
 {
   if (frames_.size() >= static_cast<std::size_t>(maxElementNesting)) {
     log().logError(startFunction, "Elements nest deeper than [%d]", maxElementNesting);
@@ -83,7 +83,7 @@ bool MessageReader::startElement(std::string_view name, XmlAttributes attributes
   if (isKey || name == mapValueName) {
     return startMapPart(isKey, name, attributes);
   }
-  const FieldDef* def = findField(name);
+  const FieldDef* def = findField(hash);
   if (def == nullptr) {
     startSkipping(name);
     return true;
@@ -92,9 +92,9 @@ bool MessageReader::startElement(std::string_view name, XmlAttributes attributes
 }
 
 /// Only the hash of a name counts, and of fields with the same one the first.
-const FieldDef* MessageReader::findField(std::string_view name) const
+inline const FieldDef* MessageReader::findField(std::uint32_t hash) const
 {
-  return MessageAccess::planOf(*current_).field(nameHash(name.data(), name.size()));
+  return MessageAccess::planOf(*current_).field(hash);
 }
 
 void MessageReader::setObserver(ReadObserver* observer, const XmlPlaces* places)
@@ -276,7 +276,7 @@ bool MessageReader::processAttributes(XmlAttributes attributes)
   bool stored = current_ != nullptr;
   for (const XmlAttribute& attribute : stored ? attributes : XmlAttributes()) {
     attribute_ = &attribute;
-    const FieldDef* def = findField(attribute.name);
+    const FieldDef* def = findField(attribute.hash);
     if (def == nullptr) {
       if (traces(15)) {
         log().debug(attributesFunction, 15, "No such field : [%s] in message : [%s] ",

@@ -31,6 +31,7 @@ struct XmlAttribute
 {
   std::string_view name;
   std::string_view value;
+  std::uint32_t hash;  ///< nameHash() of the name
   std::size_t offset = 0;
 };
 using XmlAttributes = std::span<const XmlAttribute>;
@@ -73,7 +74,7 @@ public:
   void expectSurrogates() { mayHoldSurrogates_ = true; }
 
   /// False ends the reading: the root cannot be made, or elements nest too deep (logged).
-  [[nodiscard]] bool startElement(std::string_view name, XmlAttributes attributes);
+  [[nodiscard]] bool startElement(std::string_view name, std::uint32_t hash, XmlAttributes attributes);
   /// A part of the text between two tags.
   void characters(std::string_view text);
   void endElement(std::string_view name);
@@ -136,7 +137,7 @@ private:
   void prepare(YMMessageBase& message) const;
   void startSkipping(std::string_view name);
   void endScalar(const Frame& frame);
-  const FieldDef* findField(std::string_view name) const;
+  const FieldDef* findField(std::uint32_t hash) const;
 
   /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list.
   /// False when the text is no such value (logged under `function`); the field is left as it was.

@@ -36,7 +36,7 @@ struct MySAX2Handler::Reader final : kwxml::MessageReader, kwxml::XmlPlaces
     };
     for (std::size_t i = 0; i < ends_.size(); i += 2) {
       const std::string_view name = next(i);
-      collected_.push_back({name, next(i + 1)});
+      collected_.push_back({name, next(i + 1), kwxml::nameHash(name.data(), name.size())});
     }
     return collected_;
   }
@@ -155,7 +155,8 @@ void MySAX2Handler::startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
                                  const xercesc::Attributes& attributes)
 {
   reader_->tellText();
-  if (!reader_->startElement(kwxml::toUtf8(qname), reader_->collect(attributes))) {
+  const std::string name = kwxml::toUtf8(qname);
+  if (!reader_->startElement(name, kwxml::nameHash(name.data(), name.size()), reader_->collect(attributes))) {
     throw xercesc::SAXException(u"The document holds no readable message");  // the reader has logged why
   }
 }

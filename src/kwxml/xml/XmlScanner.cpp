@@ -43,11 +43,22 @@ bool is(char c, std::uint8_t bits)
   return (characters[static_cast<unsigned char>(c)] & bits) != 0;
 }
 
-void skip(const char*& p, const char* end, std::uint8_t bits)
+/// The zero byte behind the text ends every run.
+void skip(const char*& p, std::uint8_t bits)
 {
-  while (p != end && is(*p, bits)) {
+  while (is(*p, bits)) {
     ++p;
   }
+}
+
+/// A name and its hash, as nameHash() gives it for ASCII.
+std::uint32_t skipName(const char*& p)
+{
+  std::uint32_t hash = 0;
+  for (; is(*p, nameRest); ++p) {
+    hash = hash * 31 + static_cast<unsigned char>(*p);
+  }
+  return hash & 0xFFFFFF;
 }
 
 bool startsWith(const char* p, const char* end, std::string_view what)
@@ -171,15 +182,15 @@ bool XmlScanner::checkDeclaration(const char*& p)
   p += 5;
   const auto setting = [&](std::string_view name, std::initializer_list<std::string_view> values) {
     const char* q = p;
-    skip(q, end_, blank);
+    skip(q, blank);
     if (q == p || !take(q, end_, name)) {
       return false;
     }
-    skip(q, end_, blank);
+    skip(q, blank);
     if (!take(q, end_, "=")) {
       return false;
     }
-    skip(q, end_, blank);
+    skip(q, blank);
     for (const std::string_view value : values) {
       for (const std::string_view quote : {"\"", "'"}) {
         const char* r = q;
@@ -196,7 +207,7 @@ bool XmlScanner::checkDeclaration(const char*& p)
   }
   setting("encoding", {"UTF-8", "utf-8"});
   setting("standalone", {"no", "yes"});
-  skip(p, end_, blank);
+  skip(p, blank);
   return take(p, end_, "?>");
 }
 
@@ -204,7 +215,7 @@ bool XmlScanner::checkDeclaration(const char*& p)
 bool XmlScanner::checkMiscellaneous(const char*& p)
 {
   for (;;) {
-    skip(p, end_, blank);
+    skip(p, blank);
     if (!startsWith(p, end_, "<!")) {
       return true;
     }
@@ -265,14 +276,15 @@ bool XmlScanner::checkValue(const char*& p)
 {
   const char quote = *p++;
   for (;;) {
-    skip(p, end_, plainValue);
-    if (p == end_ || *p == '<') {
-      return false;
-    }
+    skip(p, plainValue);
     if (*p == quote) {
       ++p;
       return true;
     }
+    if (p == end_ || *p == '<') {
+      return false;
+    }
+    valuesAreThemselves_ = valuesAreThemselves_ && !is(*p, layoutOrReference);
     if (!(*p == '&' ? checkReference(p) : checkCharacter(p))) {
       return false;
     }
@@ -280,31 +292,50 @@ bool XmlScanner::checkValue(const char*& p)
 }
 
 /// Notes the name of an attribute; false when the tag has had it.
-bool XmlScanner::checkNew(std::string_view name, std::uint32_t hash)
+inline bool XmlScanner::checkNew(std::string_view name, std::uint32_t hash)
 {
-  if (names_.size() * 2 >= seen_.size()) {
-    seen_.assign(std::max<std::size_t>(64, seen_.size() * 2), Seen());
-    ++tagNumber_;
-    const std::vector<std::string_view> names = std::move(names_);
-    const std::vector<std::uint32_t> hashes = std::move(hashes_);
-    names_.clear();
-    hashes_.clear();
-    names_.reserve(seen_.size() / 2 + 1);
-    hashes_.reserve(seen_.size() / 2 + 1);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      checkNew(names[i], hashes[i]);
+  constexpr std::size_t few = 12;
+  if (names_.size() >= few) {
+    return checkNewOfMany(name, hash);
+  }
+  for (std::size_t i = 0; i < names_.size(); ++i) {
+    if (hashes_[i] == hash && names_[i] == name) {
+      return false;
     }
   }
+  names_.push_back(name);
+  hashes_.push_back(hash);
+  return true;
+}
+
+bool XmlScanner::checkNewOfMany(std::string_view name, std::uint32_t hash)
+{
+  const std::size_t count = names_.size();
+  names_.push_back(name);
+  hashes_.push_back(hash);
+  if (count * 2 >= seen_.size()) {
+    seen_.assign(std::max<std::size_t>(64, seen_.size() * 2), Seen());
+    tabled_ = 0;
+  }
+  for (; tabled_ < count; ++tabled_) {
+    insert(static_cast<std::uint32_t>(tabled_));
+  }
+  ++tabled_;
+  return insert(static_cast<std::uint32_t>(count));
+}
+
+/// Puts a position into the table; false when its name is there.
+bool XmlScanner::insert(std::uint32_t position)
+{
+  const std::uint32_t hash = hashes_[position];
   const std::size_t mask = seen_.size() - 1;
   for (std::size_t at = (hash * 0x9E3779B1U >> 8) & mask;; at = (at + 1) & mask) {
     Seen& place = seen_[at];
     if (place.tag != tagNumber_) {
-      place = {tagNumber_, static_cast<std::uint32_t>(names_.size())};
-      names_.push_back(name);
-      hashes_.push_back(hash);
+      place = {tagNumber_, position};
       return true;
     }
-    if (hashes_[place.position] == hash && names_[place.position] == name) {
+    if (hashes_[place.position] == hash && names_[place.position] == names_[position]) {
       return false;
     }
   }
@@ -316,14 +347,15 @@ bool XmlScanner::checkStartTag(const char*& p)
   if (p == end_ || !is(*p, nameStart) || depth_ == maxElementNesting) {
     return false;
   }
-  skip(p, end_, nameRest);
+  skip(p, nameRest);
   open_[depth_++] = {name, static_cast<std::size_t>(p - name)};
   ++tagNumber_;
+  tabled_ = 0;
   names_.clear();
   hashes_.clear();
   for (;;) {
     const char* const before = p;
-    skip(p, end_, blank);
+    skip(p, blank);
     if (p == end_) {
       return false;
     }
@@ -339,17 +371,14 @@ bool XmlScanner::checkStartTag(const char*& p)
       return false;
     }
     const char* const attribute = p;
-    std::uint32_t hash = 0;
-    for (; p != end_ && is(*p, nameRest); ++p) {
-      hash = hash * 31 + static_cast<unsigned char>(*p);
-    }
+    const std::uint32_t hash = skipName(p);
     const std::string_view attributeName(attribute, static_cast<std::size_t>(p - attribute));
-    skip(p, end_, blank);
-    if (!take(p, end_, "=")) {
+    skip(p, blank);
+    if (*p != '=') {
       return false;
     }
-    skip(p, end_, blank);
-    if (p == end_ || (*p != '"' && *p != '\'') || !checkValue(p) || attributeName == "xmlns" ||
+    skip(++p, blank);
+    if ((*p != '"' && *p != '\'') || !checkValue(p) || attributeName == "xmlns" ||
         !checkNew(attributeName, hash)) {
       return false;
     }
@@ -362,7 +391,7 @@ bool XmlScanner::checkEndTag(const char*& p)
   if (!take(p, end_, open_[depth_ - 1])) {
     return false;
   }
-  skip(p, end_, blank);
+  skip(p, blank);
   --depth_;
   return take(p, end_, ">");
 }
@@ -371,7 +400,7 @@ bool XmlScanner::checkEndTag(const char*& p)
 bool XmlScanner::checkContent(const char*& p)
 {
   for (;;) {
-    skip(p, end_, plainText);
+    skip(p, plainText);
     if (p == end_) {
       return false;
     }
@@ -438,7 +467,7 @@ const char* XmlScanner::skipProlog() const
     p = behind(p, end_, "?>");
   }
   for (;;) {
-    skip(p, end_, blank);
+    skip(p, blank);
     if (!startsWith(p, end_, "<!")) {
       return p;
     }
@@ -456,17 +485,16 @@ bool XmlScanner::tellRoot(MessageReader& reader)
 bool XmlScanner::tell(MessageReader& reader)
 {
   const char* p = skipProlog();
-  int depth = 0;
+  depth_ = 0;
   do {
     // At a tag, a comment or a section.
     if (p[1] == '/') {
-      const char* const name = p + 2;
-      const char* q = name;
-      skip(q, end_, nameRest);
+      const std::string_view name = open_[--depth_];
       tag_ = static_cast<std::size_t>(p - begin_);
-      reader.endElement({name, static_cast<std::size_t>(q - name)});
-      --depth;
-      p = find(q, end_, '>') + 1;
+      reader.endElement(name);
+      p += 2 + name.size();
+      skip(p, blank);
+      ++p;
       text_ = static_cast<std::size_t>(p - begin_);
     } else if (p[1] == '!') {
       if (p[2] == '-') {
@@ -481,28 +509,23 @@ bool XmlScanner::tell(MessageReader& reader)
         p = end + 3;
       }
     } else {
-      const char* const name = p + 1;
       bool isEmpty = false;
       if (!tellStartTag(p, reader, isEmpty)) {
         return false;
       }
-      ++depth;
       if (isEmpty) {
-        const char* q = name;
-        skip(q, end_, nameRest);
-        reader.endElement({name, static_cast<std::size_t>(q - name)});
-        --depth;
+        reader.endElement(open_[--depth_]);
       }
     }
-    if (depth > 0) {
+    if (depth_ > 0 && *p != '<') {
       const char* const tag = find(p, end_, '<');
-      if (tag != p && reader.usesText()) {
+      if (reader.usesText()) {
         text_ = static_cast<std::size_t>(p - begin_);
         tellText<true>(p, tag, reader);
       }
       p = tag;
     }
-  } while (depth > 0);
+  } while (depth_ > 0);
   return true;
 }
 
@@ -524,50 +547,54 @@ bool XmlScanner::tellStartTag(const char*& p, MessageReader& reader, bool& isEmp
 {
   tag_ = static_cast<std::size_t>(p - begin_);
   const char* const name = ++p;
-  skip(p, end_, nameRest);
-  const std::string_view elementName(name, static_cast<std::size_t>(p - name));
+  const std::uint32_t nameHash = skipName(p);
+  open_[depth_++] = {name, static_cast<std::size_t>(p - name)};
   attributes_.clear();
-  unresolved_.clear();
-  std::size_t unresolvedSize = 0;
   for (;;) {
-    skip(p, end_, blank);
+    skip(p, blank);
     if (*p == '>' || *p == '/') {
       break;
     }
     const char* const attribute = p;
-    skip(p, end_, nameRest);
+    const std::uint32_t hash = skipName(p);
     const std::string_view attributeName(attribute, static_cast<std::size_t>(p - attribute));
-    skip(p, end_, blank);
-    ++p;  // =
-    skip(p, end_, blank);
+    skip(p, blank);
+    skip(++p, blank);  // behind =
     const char quote = *p++;
-    const char* const value = p;
-    bool isItself = true;
-    for (; *p != quote; ++p) {
-      isItself = isItself && !is(*p, layoutOrReference);
-    }
-    const auto size = static_cast<std::size_t>(p - value);
-    if (!isItself) {
-      unresolved_.push_back(attributes_.size());
-      unresolvedSize += size;
-    }
-    attributes_.push_back({attributeName, {value, size}, static_cast<std::size_t>(value - begin_)});
-    ++p;
+    const char* const end = find(p, end_, quote);
+    attributes_.push_back(
+        {attributeName, {p, static_cast<std::size_t>(end - p)}, hash, static_cast<std::size_t>(p - begin_)});
+    p = end + 1;
   }
   isEmpty = *p == '/';
   p += isEmpty ? 2 : 1;
-  if (!unresolved_.empty()) [[unlikely]] {
-    values_.clear();
-    values_.reserve(unresolvedSize);  // a value is no longer than its text: nothing moves
-    for (const std::size_t i : unresolved_) {
-      std::string_view& value = attributes_[i].value;
-      const std::size_t at = values_.size();
-      appendResolved<true, true>(values_, value.data(), value.data() + value.size());
-      value = std::string_view(values_).substr(at);
-    }
+  if (!valuesAreThemselves_) [[unlikely]] {
+    resolveValues();
   }
   text_ = static_cast<std::size_t>(p - begin_);
-  return reader.startElement(elementName, attributes_);
+  return reader.startElement(open_[depth_ - 1], nameHash, attributes_);
+}
+
+/// The values of those attributes whose text is not their value.
+void XmlScanner::resolveValues()
+{
+  const auto isItself = [](std::string_view text) {
+    return std::none_of(text.begin(), text.end(), [](char c) { return is(c, layoutOrReference); });
+  };
+  std::size_t size = 0;
+  for (const XmlAttribute& attribute : attributes_) {
+    size += attribute.value.size();
+  }
+  values_.clear();
+  values_.reserve(size);  // a value is no longer than its text: nothing moves
+  for (XmlAttribute& attribute : attributes_) {
+    const std::string_view text = attribute.value;
+    if (!isItself(text)) {
+      const std::size_t at = values_.size();
+      appendResolved<true, true>(values_, text.data(), text.data() + text.size());
+      attribute.value = std::string_view(values_).substr(at);
+    }
+  }
 }
 
 // ---- Places

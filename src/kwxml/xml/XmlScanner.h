@@ -21,7 +21,7 @@ namespace kwxml {
 class XmlScanner final : public XmlPlaces
 {
 public:
-  /// The text must outlive the scanner.
+  /// The text must outlive the scanner. A zero byte stands behind it, as behind that of a std::string.
   explicit XmlScanner(std::string_view text) : begin_(text.data()), end_(text.data() + text.size()) {}
 
   [[nodiscard]] bool accepts();
@@ -56,10 +56,13 @@ private:
   bool checkCharacter(const char*& p);
   bool checkValue(const char*& p);
   bool checkNew(std::string_view name, std::uint32_t hash);
+  bool checkNewOfMany(std::string_view name, std::uint32_t hash);
+  bool insert(std::uint32_t position);
 
   // Telling of what has been checked.
   const char* skipProlog() const;
   bool tellStartTag(const char*& p, MessageReader& reader, bool& isEmpty);
+  void resolveValues();
   template <bool hasReferences>
   void tellText(const char* p, const char* end, MessageReader& reader);
 
@@ -69,8 +72,16 @@ private:
   const char* const begin_;
   const char* const end_;
 
-  std::string_view open_[maxElementNesting];  ///< names of the open elements
+  struct Name
+  {
+    const char* data;
+    std::size_t size;
+    operator std::string_view() const { return {data, size}; }
+  };
+  Name open_[maxElementNesting];  ///< of the open elements
   int depth_ = 0;
+  /// No value has references, or layout that stands for blanks.
+  bool valuesAreThemselves_ = true;
 
   // The attributes of the tag that is checked: their names, and a table of positions + 1 in the first place
   // that is free from that of the hash on. A place belongs to the tag whose number it has.
@@ -83,11 +94,11 @@ private:
   std::vector<std::uint32_t> hashes_;
   std::vector<Seen> seen_;
   std::uint32_t tagNumber_ = 0;
+  std::size_t tabled_ = 0;  ///< so many of the names are in the table
 
   std::vector<XmlAttribute> attributes_;
-  std::vector<std::size_t> unresolved_;  ///< those whose text is not their value
-  std::string values_;                   ///< the values of these
-  std::size_t tag_ = 0;                  ///< offset of the tag that was told last
+  std::string values_;   ///< of attributes whose text is not their value
+  std::size_t tag_ = 0;  ///< offset of the tag that was told last
   std::size_t text_ = 0;
   mutable ReadPlace reached_{1, 1, 0};  ///< lines are counted from here
   mutable ReadPlace atTag_{1, 1, 0};    ///< or from here, for what stands before it
