@@ -12,8 +12,8 @@ namespace kwxml {
 // the other. The compilers' aliasing rules do not know that, which is harmless here: no function reads and
 // writes one buffer through both types; the XML library's code, which sees only its own type, is compiled
 // apart.
-static_assert(sizeof(XMLCh) == sizeof(unsigned short) && alignof(XMLCh) == alignof(unsigned short) &&
-              std::is_unsigned_v<XMLCh>);
+static_assert(std::is_unsigned_v<XMLCh> && sizeof(XMLCh) == sizeof(unsigned short));
+static_assert(alignof(XMLCh) == alignof(unsigned short));
 
 inline const XMLCh* toXmlCh(const unsigned short* text) noexcept
 {
