@@ -147,6 +147,11 @@ private:
   template <class Tag>
   bool appendItem(const FieldDef& def, std::string_view text);
   void storeMapPart(Entry& entry, bool isKey, std::string_view text);
+  /// Whether a text has no escapes, and nothing else to look at.
+  bool isItself(std::string_view text) const
+  {
+    return (text.empty() || text.front() != '|') && !mayHoldSurrogates_;
+  }
   /// The text with its escapes undone, in UTF-8; false (logged) when it holds a lone surrogate.
   bool unescape(std::string_view text, std::string& out);
   bool unescapeBytes(std::string_view text, std::string& out);

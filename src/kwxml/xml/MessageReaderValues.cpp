@@ -120,7 +120,7 @@ std::string withoutSurrogates(std::string_view text)
 
 bool MessageReader::unescape(std::string_view text, std::string& out)
 {
-  if ((text.empty() || text.front() != '|') && !mayHoldSurrogates_) [[likely]] {
+  if (isItself(text)) [[likely]] {
     out = text;
     return true;
   }
@@ -238,7 +238,7 @@ bool MessageReader::store(const FieldDef& def, std::string_view text, const char
       checkFit(def, def.type, text);
       message.setfloat(def.fieldNumber, def.slot, static_cast<float>(doubleOf(text)), tag, def.hash);
     } else if constexpr (Tag::type == FIELD_STRING) {
-      if ((text.empty() || text.front() != '|') && !mayHoldSurrogates_) [[likely]] {
+      if (isItself(text)) [[likely]] {
         MessageAccess::inPlace<std::string>(message, def.slot).assign(text);
       } else {
         std::string value;
@@ -292,8 +292,11 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
     list = made.release();
   }
   if constexpr (std::is_same_v<Item, std::string>) {
-    if (!unescape(text, list->emplace_back())) {
-      list->pop_back();
+    if (isItself(text)) [[likely]] {
+      list->emplace_back(text);
+    } else if (std::string item; unescape(text, item)) {
+      list->push_back(std::move(item));
+    } else {
       tell(ProblemKind::ItemUnreadable, {.field = &def, .remark = loneSurrogate});
       return false;
     }

@@ -43,15 +43,27 @@ bool is(char c, std::uint8_t bits)
   return (characters[static_cast<unsigned char>(c)] & bits) != 0;
 }
 
-/// The zero byte behind the text ends every run.
-void skip(const char*& p, std::uint8_t bits)
+/// The zero byte behind the text ends every run. Four at a time: all bytes of a document pass here.
+inline void skip(const char*& p, std::uint8_t bits)
 {
-  while (is(*p, bits)) {
-    ++p;
+  while (is(p[0], bits)) {
+    if (!is(p[1], bits)) {
+      p += 1;
+      return;
+    }
+    if (!is(p[2], bits)) {
+      p += 2;
+      return;
+    }
+    if (!is(p[3], bits)) {
+      p += 3;
+      return;
+    }
+    p += 4;
   }
 }
 
-/// A name and its hash, as nameHash() gives it for ASCII.
+/// A name; its hash, as nameHash() gives it for ASCII.
 std::uint32_t skipName(const char*& p)
 {
   std::uint32_t hash = 0;
@@ -271,63 +283,67 @@ bool XmlScanner::checkSection(const char*& p)
   return false;
 }
 
-/// A value behind its first quote, up to the last.
-bool XmlScanner::checkValue(const char*& p)
+/// A value behind its first quote, up to the last; what stands behind that, or null.
+inline const char* XmlScanner::checkValue(const char* p)
 {
   const char quote = *p++;
   for (;;) {
     skip(p, plainValue);
     if (*p == quote) {
-      ++p;
-      return true;
+      return p + 1;
     }
-    if (p == end_ || *p == '<') {
-      return false;
+    const char* other = p;
+    if (p == end_ || *p == '<' || !checkInValue(other)) {
+      return nullptr;
     }
-    valuesAreThemselves_ = valuesAreThemselves_ && !is(*p, layoutOrReference);
-    if (!(*p == '&' ? checkReference(p) : checkCharacter(p))) {
-      return false;
-    }
+    p = other;
   }
+}
+
+/// What does not simply stand for itself, or is the other quote.
+bool XmlScanner::checkInValue(const char*& p)
+{
+  valuesAreThemselves_ = valuesAreThemselves_ && !is(*p, layoutOrReference);
+  return *p == '&' ? checkReference(p) : checkCharacter(p);
 }
 
 /// Notes the name of an attribute; false when the tag has had it.
-inline bool XmlScanner::checkNew(std::string_view name, std::uint32_t hash)
+inline bool XmlScanner::checkNew(Name name)
 {
-  constexpr std::size_t few = 12;
-  if (names_.size() >= few) {
-    return checkNewOfMany(name, hash);
+  if (count_ == few_.size()) [[unlikely]] {
+    return checkNewOfMany(name);
   }
-  for (std::size_t i = 0; i < names_.size(); ++i) {
-    if (hashes_[i] == hash && names_[i] == name) {
+  for (std::size_t i = 0; i < count_; ++i) {
+    if (few_[i].size == name.size && *few_[i].data == *name.data &&
+        std::memcmp(few_[i].data, name.data, name.size) == 0) {
       return false;
     }
   }
-  names_.push_back(name);
-  hashes_.push_back(hash);
+  few_[count_++] = name;
   return true;
 }
 
-bool XmlScanner::checkNewOfMany(std::string_view name, std::uint32_t hash)
+bool XmlScanner::checkNewOfMany(Name name)
 {
-  const std::size_t count = names_.size();
-  names_.push_back(name);
-  hashes_.push_back(hash);
-  if (count * 2 >= seen_.size()) {
+  const auto add = [this](Name one) { many_.push_back({one, nameHash(one.data, one.size)}); };
+  if (many_.empty()) {
+    std::for_each(few_.begin(), few_.end(), add);
+  }
+  add(name);
+  if (many_.size() * 2 >= seen_.size()) {
     seen_.assign(std::max<std::size_t>(64, seen_.size() * 2), Seen());
     tabled_ = 0;
   }
-  for (; tabled_ < count; ++tabled_) {
-    insert(static_cast<std::uint32_t>(tabled_));
+  while (tabled_ + 1 < many_.size()) {
+    insert(static_cast<std::uint32_t>(tabled_++));
   }
-  ++tabled_;
-  return insert(static_cast<std::uint32_t>(count));
+  return insert(static_cast<std::uint32_t>(tabled_++));
 }
 
 /// Puts a position into the table; false when its name is there.
 bool XmlScanner::insert(std::uint32_t position)
 {
-  const std::uint32_t hash = hashes_[position];
+  const auto& [name, hash] = many_[position];
   const std::size_t mask = seen_.size() - 1;
   for (std::size_t at = (hash * 0x9E3779B1U >> 8) & mask;; at = (at + 1) & mask) {
     Seen& place = seen_[at];
@@ -335,51 +351,54 @@ bool XmlScanner::insert(std::uint32_t position)
       place = {tagNumber_, position};
       return true;
     }
-    if (hashes_[place.position] == hash && names_[place.position] == names_[position]) {
+    const Attribute& other = many_[place.position];
+    if (other.hash == hash && std::string_view(other.name) == std::string_view(name)) {
       return false;
     }
   }
 }
 
-bool XmlScanner::checkStartTag(const char*& p)
+bool XmlScanner::checkStartTag(const char*& at)
 {
-  const char* const name = ++p;
-  if (p == end_ || !is(*p, nameStart) || depth_ == maxElementNesting) {
+  const char* const name = at + 1;
+  if (!is(*name, nameStart) || depth_ == maxElementNesting) {
     return false;
   }
+  const char* p = name;  // in a register: nobody else has its address
   skip(p, nameRest);
   open_[depth_++] = {name, static_cast<std::size_t>(p - name)};
   ++tagNumber_;
+  count_ = 0;
   tabled_ = 0;
-  names_.clear();
-  hashes_.clear();
+  many_.clear();
   for (;;) {
     const char* const before = p;
     skip(p, blank);
-    if (p == end_) {
-      return false;
-    }
     if (*p == '>') {
-      ++p;
+      at = p + 1;
       return true;
     }
     if (*p == '/') {
       --depth_;
-      return take(p, end_, "/>");
+      at = p + 2;
+      return p[1] == '>';
     }
     if (p == before || !is(*p, nameStart)) {
       return false;
     }
     const char* const attribute = p;
-    const std::uint32_t hash = skipName(p);
-    const std::string_view attributeName(attribute, static_cast<std::size_t>(p - attribute));
+    skip(p, nameRest);
+    const Name attributeName{attribute, static_cast<std::size_t>(p - attribute)};
     skip(p, blank);
     if (*p != '=') {
       return false;
     }
     skip(++p, blank);
-    if ((*p != '"' && *p != '\'') || !checkValue(p) || attributeName == "xmlns" ||
-        !checkNew(attributeName, hash)) {
+    if (*p != '"' && *p != '\'') {
+      return false;
+    }
+    p = checkValue(p);
+    if (p == nullptr || std::string_view(attributeName) == "xmlns" || !checkNew(attributeName)) {
       return false;
     }
   }
@@ -396,34 +415,26 @@ bool XmlScanner::checkEndTag(const char*& p)
   return take(p, end_, ">");
 }
 
-/// Text up to a tag, or one tag, or what else stands in an element.
-bool XmlScanner::checkContent(const char*& p)
+/// Text up to a tag, and the tag, or what else begins with its sign.
+bool XmlScanner::checkContent(const char*& at)
 {
-  for (;;) {
-    skip(p, plainText);
-    if (p == end_) {
+  const char* p = at;
+  for (skip(p, plainText); *p != '<'; skip(p, plainText)) {
+    const char* other = p;
+    if (p == end_ || (*p == ']' && startsWith(p, end_, "]]>")) ||
+        !(*p == '&' ? checkReference(other) : checkCharacter(other))) {
       return false;
     }
-    if (*p == '<') {
-      break;
-    }
-    if (*p == ']' && startsWith(p, end_, "]]>")) {
-      return false;
-    }
-    if (!(*p == '&' ? checkReference(p) : checkCharacter(p))) {
-      return false;
-    }
+    p = other;
   }
-  if (end_ - p < 2) {
-    return false;
-  }
+  at = p;
   switch (p[1]) {
     case '/':
-      return checkEndTag(p);
+      return checkEndTag(at);
     case '!':
-      return startsWith(p, end_, "<!-") ? checkComment(p) : checkSection(p);
+      return startsWith(p, end_, "<!-") ? checkComment(at) : checkSection(at);
     default:
-      return checkStartTag(p);
+      return checkStartTag(at);
   }
 }
 
@@ -543,10 +554,11 @@ void XmlScanner::tellText(const char* p, const char* end, MessageReader& reader)
   reader.characters(values_);
 }
 
-bool XmlScanner::tellStartTag(const char*& p, MessageReader& reader, bool& isEmpty)
+bool XmlScanner::tellStartTag(const char*& at, MessageReader& reader, bool& isEmpty)
 {
-  tag_ = static_cast<std::size_t>(p - begin_);
-  const char* const name = ++p;
+  tag_ = static_cast<std::size_t>(at - begin_);
+  const char* const name = at + 1;
+  const char* p = name;  // in a register: nobody else has its address
   const std::uint32_t nameHash = skipName(p);
   open_[depth_++] = {name, static_cast<std::size_t>(p - name)};
   attributes_.clear();
@@ -567,11 +579,11 @@ bool XmlScanner::tellStartTag(const char*& p, MessageReader& reader, bool& isEmp
     p = end + 1;
   }
   isEmpty = *p == '/';
-  p += isEmpty ? 2 : 1;
+  at = p + (isEmpty ? 2 : 1);
   if (!valuesAreThemselves_) [[unlikely]] {
     resolveValues();
   }
-  text_ = static_cast<std::size_t>(p - begin_);
+  text_ = static_cast<std::size_t>(at - begin_);
   return reader.startElement(open_[depth_ - 1], nameHash, attributes_);
 }
 

@@ -11,6 +11,7 @@
 #include <kwxml/model/Limits.h>
 #include <kwxml/xml/MessageReader.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -47,21 +48,28 @@ private:
   bool checkProlog(const char*& p);
   bool checkDeclaration(const char*& p);
   bool checkMiscellaneous(const char*& p);
-  bool checkStartTag(const char*& p);
-  bool checkContent(const char*& p);
+  bool checkStartTag(const char*& at);
+  bool checkContent(const char*& at);
   bool checkEndTag(const char*& p);
   bool checkSection(const char*& p);
   bool checkComment(const char*& p);
   bool checkReference(const char*& p);
   bool checkCharacter(const char*& p);
-  bool checkValue(const char*& p);
-  bool checkNew(std::string_view name, std::uint32_t hash);
-  bool checkNewOfMany(std::string_view name, std::uint32_t hash);
+  const char* checkValue(const char* p);
+  bool checkInValue(const char*& p);
+  struct Name
+  {
+    const char* data;
+    std::size_t size;
+    operator std::string_view() const { return {data, size}; }
+  };
+  bool checkNew(Name name);
+  bool checkNewOfMany(Name name);
   bool insert(std::uint32_t position);
 
   // Telling of what has been checked.
   const char* skipProlog() const;
-  bool tellStartTag(const char*& p, MessageReader& reader, bool& isEmpty);
+  bool tellStartTag(const char*& at, MessageReader& reader, bool& isEmpty);
   void resolveValues();
   template <bool hasReferences>
   void tellText(const char* p, const char* end, MessageReader& reader);
@@ -72,29 +80,30 @@ private:
   const char* const begin_;
   const char* const end_;
 
-  struct Name
-  {
-    const char* data;
-    std::size_t size;
-    operator std::string_view() const { return {data, size}; }
-  };
   Name open_[maxElementNesting];  ///< of the open elements
   int depth_ = 0;
   /// No value has references, or layout that stands for blanks.
   bool valuesAreThemselves_ = true;
 
-  // The attributes of the tag that is checked: their names, and a table of positions + 1 in the first place
-  // that is free from that of the hash on. A place belongs to the tag whose number it has.
+  // The attributes of the tag that is checked. Where there are more than a few, a table has their positions,
+  // each in the first place that is free from that of the hash on. A place belongs to the tag whose number it
+  // has.
+  struct Attribute
+  {
+    Name name;
+    std::uint32_t hash;
+  };
   struct Seen
   {
     std::uint32_t tag = 0;
     std::uint32_t position = 0;
   };
-  std::vector<std::string_view> names_;
-  std::vector<std::uint32_t> hashes_;
+  std::array<Name, 12> few_;
+  std::size_t count_ = 0;  ///< of those in few_
+  std::vector<Attribute> many_;
   std::vector<Seen> seen_;
+  std::size_t tabled_ = 0;  ///< so many of many_ are in the table
   std::uint32_t tagNumber_ = 0;
-  std::size_t tabled_ = 0;  ///< so many of the names are in the table
 
   std::vector<XmlAttribute> attributes_;
   std::string values_;   ///< of attributes whose text is not their value
