@@ -64,11 +64,11 @@ inline std::string folded(std::string hex)
 
 inline std::string header(const YMMessageBase& m, int version = 2)
 {
-  char head[8];
-  BinaryStream stream(head, 8);
+  std::string head(8, '\0');
+  BinaryStream stream(head.data(), head.size());
   stream.WriteInt32(version | 0x10000);
   stream.WriteUInt32(static_cast<unsigned>(m.getTagID()));
-  return std::string(head, 8);
+  return head;
 }
 
 inline std::string encode(YMMessageBase& m, int version = 2,

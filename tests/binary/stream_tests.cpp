@@ -85,13 +85,11 @@ TEST(BinaryStream, RawBytesAndWritesThatDoNotFit)
   char bytes[4] = {1, 1, 1, 1};
   char* to = bytes;
   EXPECT_EQ(in.ReadRawBytes(to, 4), 4u);
-  EXPECT_EQ(std::string(bytes, 4), std::string(4, '\0'));
-  EXPECT_TRUE(in.overrun());
+  EXPECT_TRUE(std::string(bytes, 4) == std::string(4, '\0') && in.overrun());
   // What does not fit is counted, and nothing is written.
   char kept[4] = {7, 7, 7, 7};
   BinaryStream full(kept, 3);
-  EXPECT_EQ(full.WriteInt32(1), 4u);
-  EXPECT_EQ(full.position(), 4u);
+  EXPECT_TRUE(full.WriteInt32(1) == 4 && full.position() == 4);
   EXPECT_EQ(std::string(kept, 4), "\7\7\7\7");
   EXPECT_EQ(full.WriteRawBytes("x", 1), 1u);
   EXPECT_TRUE(full.position() == 5 && full.remaining() == 0);

@@ -217,10 +217,8 @@ TEST(XPathLookUps, ByTextByIdAndByTheMark)
     EXPECT_EQ(xpath, row.idToXPath[i].xpath);
   }
   std::string xpath = "kept";
-  EXPECT_FALSE(data.getXPathFromID(inventory, 999999, xpath));
-  EXPECT_EQ(xpath, "kept");
-  EXPECT_FALSE(data.getXPathFromID(1, 300, xpath));
-  EXPECT_EQ(xpath, "");
+  EXPECT_TRUE(!data.getXPathFromID(inventory, 999999, xpath) && xpath == "kept");
+  EXPECT_TRUE(!data.getXPathFromID(1, 300, xpath) && xpath.empty());
   EXPECT_FALSE(data.doesXPathIDExist(inventory, -1) || data.doesXPathIDExist(1, 300));
   EXPECT_EQ(data.getXPathFieldsInfoIndex(row.idToFieldsInfo, -1, 7), -1);
   EXPECT_EQ(data.getXPathFieldsInfoIndex(row.idToFieldsInfo, 0, row.idToFieldsInfo[0].id),

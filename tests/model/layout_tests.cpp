@@ -68,8 +68,7 @@ TEST(Layout, MovesKeepValuesAndAllocateNothing)
     assigned = std::move(moved);
     EXPECT_EQ(counter.count(), 0u);
     EXPECT_TRUE(assigned == expected) << tagName;
-    EXPECT_EQ(moved.getClass(), nullptr);
-    EXPECT_EQ(moved.getNumberOfFields(), 0);
+    EXPECT_TRUE(moved.getClass() == nullptr && moved.getNumberOfFields() == 0);
     moved = make(tagName);  // a message that was moved from can be used again
     fillAll(moved, 1);
     EXPECT_TRUE(moved == expected) << tagName;

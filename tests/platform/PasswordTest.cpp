@@ -184,13 +184,10 @@ TEST_F(Password, NullPointersGiveNothing)
   char output[64];
   unsigned int length = sizeof output;
   KWPassword password;
-  EXPECT_EQ(password.decrypt(nullptr, output, &length), 0);
-  EXPECT_EQ(password.decrypt("1", nullptr, &length), 0);
+  EXPECT_TRUE(!password.decrypt(nullptr, output, &length) && !password.decrypt("1", nullptr, &length));
   EXPECT_EQ(password.decrypt("3", output, nullptr, nullptr), 0);
-  EXPECT_EQ(password.ConvertToV8(nullptr, output, &length), 0);
-  EXPECT_EQ(password.ConvertToV8("1", output, nullptr), 0);
-  EXPECT_EQ(password.encrypt(8, "x", nullptr, &length), 0);
-  EXPECT_EQ(password.encrypt(8, nullptr, output, &length), 0);
+  EXPECT_TRUE(!password.ConvertToV8(nullptr, output, &length) && !password.ConvertToV8("1", output, nullptr));
+  EXPECT_TRUE(!password.encrypt(8, "x", nullptr, &length) && !password.encrypt(8, nullptr, output, &length));
 }
 
 TEST_F(Password, TheOutputMayBeTheInput)

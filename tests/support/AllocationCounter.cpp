@@ -8,7 +8,6 @@ namespace {
 std::atomic<std::size_t> allocations{0};
 }
 
-// Those for arrays call these, unless a sanitizer brings its own.
 void* operator new(std::size_t size)
 {
   allocations.fetch_add(1, std::memory_order_relaxed);
@@ -17,16 +16,32 @@ void* operator new(std::size_t size)
   }
   throw std::bad_alloc();
 }
+void* operator new[](std::size_t size)
+{
+  return operator new(size);
+}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
   allocations.fetch_add(1, std::memory_order_relaxed);
   return std::malloc(size != 0 ? size : 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+  return operator new(size, tag);
 }
 void operator delete(void* memory) noexcept
 {
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept
+{
+  std::free(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+  std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept
 {
   std::free(memory);
 }

@@ -179,8 +179,7 @@ TEST(Transcoding, RescuesLatin1)
   EXPECT_EQ(toText(log),
             "0 XMLEncXStr::convertUnformattedToUTF16: Translated ASCII-8 to UTF-8. Input length [5]. Output "
             "length [8].\n");
-  EXPECT_TRUE(XMLEncXStr::convertUnformattedToUTF16("", out));
-  EXPECT_EQ(out.length(), 0u);
+  EXPECT_TRUE(XMLEncXStr::convertUnformattedToUTF16("", out) && out.length() == 0);
 }
 
 TEST(Transcoding, HolderHasBothForms)
@@ -492,9 +491,7 @@ TEST(ForeignLocale, ChangesNothing)
   if (setlocale(LC_ALL, "xx_XX") == nullptr) {
     GTEST_SKIP() << "this machine cannot make a locale";
   }
-  char shown[16];
-  std::snprintf(shown, sizeof shown, "%g", 1.5);
-  EXPECT_STREQ(shown, "1,5");
+  EXPECT_EQ(std::to_string(1.5), "1,500000");
   kwxml::NumberBuffer buffer;
   EXPECT_EQ(kwxml::formatDouble(1234567.5, buffer), "1.23457e+06");
   EXPECT_EQ(kwxml::formatDouble(1.5, buffer), "1.5");
