@@ -5,14 +5,11 @@
 #include "Inspect.h"
 #include "Report.h"
 #include "SummaryForms.h"
+#include "XmlForm.h"
 
-#include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
-#include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/platform/CYxFile.h>
-#include <kwxml/xml/XmlScanner.h>
 
 #include <ranges>
 #include <utility>
@@ -20,8 +17,6 @@
 namespace kwxml::tool {
 
 namespace {
-
-// ---- XML
 
 /// Looks past the zero bytes of UTF-16.
 bool looksLikeXml(std::string_view head, unsigned long long)
@@ -50,109 +45,6 @@ bool looksLike(std::string_view head, unsigned long long size)
 {
   return guessInspectForm(head, size) == Form;
 }
-
-/// The context of a read that leaves passwords alone, or one that changes nothing.
-KwXMLContextInfo contextFor(const ReadOptions& options)
-{
-  KwXMLContextInfo context;
-  if (options.passwordsAsReceived) {
-    context.setPasswordEncType(Annotation::PASS_THROUGH);
-  }
-  return context;
-}
-
-class XmlSource final : public MessageSource
-{
-public:
-  XmlSource(const Input& input, const ReadOptions& options) : input_(input), options_(options) {}
-
-  /// Several documents may stand one behind the other, as the messages of other forms do.
-  Next next(ReadObserver& observer) override
-  {
-    if (first_) {
-      bytes_ = input_.all();
-    } else if (at_ == bytes_.size()) {
-      return {.end = true};
-    }
-    first_ = false;
-    const std::size_t size = XmlScanner(std::string_view(bytes_).substr(at_)).firstDocument();
-    const bool isWhole = size == bytes_.size();
-    Place from = place_;
-    const std::string document = isWhole ? std::exchange(bytes_, {}) : bytes_.substr(at_, size);
-    at_ = isWhole ? 0 : at_ + size;
-    place_.pass(document, !isWhole);
-    InFile shifted(observer, from);
-    KwXMLContextInfo context = contextFor(options_);
-    std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(document, &context, &shifted));
-    if (message == nullptr) {
-      throw Failure(exitData, input_.name() + ": not a message in the form xml");
-    }
-    return {.message = std::move(message)};
-  }
-
-private:
-  /// Where a document begins in its file.
-  struct Place
-  {
-    std::uint64_t line = 1;
-    std::uint64_t column = 1;
-    void pass(std::string_view text, bool isCounted)
-    {
-      for (std::size_t i = 0; isCounted && i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        const bool ends = c == '\n' || (c == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
-        line += ends ? 1 : 0;
-        column = ends ? 1 : column + ((c & 0xC0) != 0x80 ? 1 : 0);
-      }
-    }
-  };
-  class InFile : public ReadObserver
-  {
-  public:
-    InFile(ReadObserver& observer, Place begin) : observer_(observer), begin_(begin) {}
-    void met(const Problem& problem) override
-    {
-      Problem shifted = problem;
-      if (shifted.place.line != 0) {
-        shifted.place.column += shifted.place.line == 1 ? begin_.column - 1 : 0;
-        shifted.place.line += begin_.line - 1;
-      }
-      observer_.met(shifted);
-    }
-
-  private:
-    ReadObserver& observer_;
-    const Place begin_;
-  };
-
-  const Input& input_;
-  const ReadOptions options_;
-  bool first_ = true;
-  std::string bytes_;
-  std::size_t at_ = 0;
-  Place place_;
-};
-
-class XmlSink final : public MessageSink
-{
-public:
-  XmlSink(Output& output, const WriteOptions& options) : output_(output), options_(options) {}
-  void encode(YMMessageBase& message) override
-  {
-    if (XMLEncoder(options_.flags).serialize(message, text_, !options_.xmlDeclaration) != 0) {
-      throw Failure(exitData, message.getTagName() + " cannot be written in the form xml");
-    }
-    if (!text_.ends_with('\n')) {
-      text_ += '\n';
-    }
-  }
-  void write() override { output_.append(text_); }
-
-private:
-  Output& output_;
-  const WriteOptions options_;
-  std::string text_;
-};
 
 // ---- Binary: one message
 
@@ -401,10 +293,6 @@ std::unique_ptr<MessageSource> sourceOf(const Input& input, const ReadOptions& o
 {
   return std::make_unique<Source>(input, options);
 }
-std::unique_ptr<MessageSink> xmlSink(Output& output, const WriteOptions& options, LibraryLog&)
-{
-  return std::make_unique<XmlSink>(output, options);
-}
 template <class Sink>
 std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& options, LibraryLog& log)
 {
@@ -413,10 +301,19 @@ std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& opti
 
 }  // namespace
 
+KwXMLContextInfo contextFor(const ReadOptions& options)
+{
+  KwXMLContextInfo context;
+  if (options.passwordsAsReceived) {
+    context.setPasswordEncType(Annotation::PASS_THROUGH);
+  }
+  return context;
+}
+
 std::span<const Form> forms()
 {
   static constexpr Form table[] = {
-      {"xml", looksLikeXml, sourceOf<XmlSource>, xmlSink, false, true},
+      {"xml", looksLikeXml, xmlSource, xmlSink, false, true},
       {"binary", looksLike<InspectForm::Binary>, sourceOf<BinarySource>, binarySink<BinarySink>, false, true},
       {"records", looksLike<InspectForm::Records>, sourceOf<RecordsSource>, binarySink<RecordsSink>, true,
        true},

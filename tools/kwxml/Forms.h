@@ -5,6 +5,7 @@
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/reading/ReadObserver.h>
 
@@ -44,6 +45,9 @@ struct ReadOptions
   /// Password texts are kept as they stand, so that no key is needed; the values are good for masking only.
   bool passwordsAsReceived = false;
 };
+
+/// The context of a read that leaves passwords alone, or one that changes nothing.
+KwXMLContextInfo contextFor(const ReadOptions& options);
 
 /// Messages that are read one after the other.
 class MessageSource

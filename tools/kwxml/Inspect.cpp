@@ -1,6 +1,7 @@
 #include "Inspect.h"
 
 #include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/binary/BinaryProblems.h>
 #include <kwxml/binary/BinaryStream.h>
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/model/Limits.h>
@@ -49,29 +50,9 @@ std::string quoted(std::string_view text)
   return out + "\"" + (text.empty() ? "" : "..+" + std::to_string(text.size()));
 }
 
-std::string codeName(std::uint32_t code)
-{
-  switch (code) {
-    case wire::codeVarint:
-      return "varint";
-    case wire::codeFixed8:
-      return "fixed 8";
-    case wire::codeLength:
-      return "length-delimited";
-    case wire::codeFixed4:
-      return "fixed 4";
-    case wire::codeZigzag:
-      return "zigzag";
-    case wire::codeNone:
-      return "no encoding";
-    default:
-      return "code " + std::to_string(code) + ", which is none";
-  }
-}
-
 std::string keyText(std::uint32_t hash, std::uint32_t code)
 {
-  return "(hash " + hex(hash, 6) + ", " + codeName(code) + ")";
+  return "(hash " + hex(hash, 6) + ", " + wireCodeName(code) + ")";
 }
 
 /// The value of a scalar field, of a list's element or of a map's part.
@@ -362,7 +343,7 @@ private:
     const FieldTypeInfo& info = fieldTypeInfo(def.type);
     show(std::string(def.getName()) + " " + (info.text != nullptr ? info.text : "without a type") + " " +
          keyText(key >> 3, key & 7) +
-         ((key & 7) == info.wireCode ? "" : ", read as " + codeName(info.wireCode)));
+         ((key & 7) == info.wireCode ? "" : ", read as " + wireCodeName(info.wireCode)));
     ++depth_;
     if (!visitFieldType(def.type, [&](auto tag) { return value(tag, body, def); })) {
       return false;
@@ -513,11 +494,11 @@ private:
     if (!varint(keys)) {
       return false;
     }
-    show("keys: " + codeName(keys));
+    show("keys: " + wireCodeName(keys));
     if (!varint(values)) {
       return false;
     }
-    show("values: " + codeName(values));
+    show("values: " + wireCodeName(values));
     if (keys != keyCode || values != valueCode) {
       return fail("keys or values are not coded as those of the map");
     }

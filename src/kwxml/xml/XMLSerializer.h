@@ -126,7 +126,7 @@ private:
     Other,
   };
   template <class Parse, class Log>
-  int guarded(const MySAX2Handler& handler, Parse parse, Log log);
+  int guarded(MySAX2Handler& handler, Parse parse, Log log);
   template <class Parse>
   int unserializeWith(YMMessageBase& message, bool merge, Parse parse);
 

@@ -74,15 +74,19 @@ std::string wordsOf(const XMLCh* message, const MySAX2Handler& handler)
 /// Runs a parse; what it throws becomes a result, after `log` has been told the kind of failure and its
 /// words.
 template <class Parse, class Log>
-int XMLSerializer::guarded(const MySAX2Handler& handler, Parse parse, Log log)
+int XMLSerializer::guarded(MySAX2Handler& handler, Parse parse, Log log)
 {
+  handler.setContextInfo(context_);
+  handler.setEncodingFlags(flags_);
+  handler.setObserver(observer_);
   const auto tell = [&](std::string_view words, kwxml::ReadPlace place = {}) {
     if (observer_ != nullptr) {
       observer_->met({.kind = kwxml::ProblemKind::NotWellFormed, .place = place, .remark = words});
     }
   };
+  kwxml::ParserMemory memory;
   try {
-    parse();
+    parse(memory);
     return 0;
   } catch (const xercesc::XMLException& e) {
     log(Failure::Parser, kwxml::toUtf8(e.getMessage()));
@@ -114,11 +118,7 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
     log().logError(function, "[%s]", "Received NULL handler");
     return parseFailed;
   }
-  handler->setContextInfo(context_);
-  handler->setEncodingFlags(flags_);
-  handler->setObserver(observer_);
-  kwxml::ParserMemory memory;
-  const auto parse = [&] {
+  const auto parse = [&](kwxml::ParserMemory& memory) {
     if (!readByScanner(*handler, observer_, xml)) {
       const auto source = kwxml::narrowSource(xml);
       kwxml::GuardedReader reader(memory, *handler);
@@ -158,11 +158,7 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
     }
     return parseFailed;
   }
-  handler->setContextInfo(context_);
-  handler->setEncodingFlags(flags_);
-  handler->setObserver(observer_);
-  kwxml::ParserMemory memory;
-  const auto parse = [&] {
+  const auto parse = [&](kwxml::ParserMemory& memory) {
     std::string narrow;
     if (validate || kwxml::appendLooseUtf8(narrow, text) || !readByScanner(*handler, observer_, narrow)) {
       const auto source = kwxml::wideSource(text);
