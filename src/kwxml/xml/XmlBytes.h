@@ -1,5 +1,4 @@
-// The bytes of documents as XmlScanner sees them: what they may be, and the small steps over them. Not
-// installed.
+// The bytes of documents as XmlScanner sees them: what they may be, and small steps. Not installed.
 #pragma once
 
 #include <kwxml/text/Utf8.h>
