@@ -11,7 +11,7 @@
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
 #include <kwxml/platform/CYxFile.h>
 
-#include <ranges>
+#include <algorithm>
 #include <utility>
 
 namespace kwxml::tool {
@@ -338,12 +338,13 @@ const Form* findForm(std::string_view name)
 const Form& guessForm(std::string_view head, unsigned long long size)
 {
   // XML last: what the binary forms are told by never stands in it.
-  for (const Form& form : std::views::reverse(forms())) {
-    if (form.source != nullptr && form.looksLike(head, size)) {
-      return form;
-    }
-  }
-  return *findForm(head.find('\0') == std::string_view::npos ? "xml" : "binary");
+  const std::span<const Form> all = forms();
+  const auto found = std::find_if(all.rbegin(), all.rend(), [&](const Form& form) {
+    return form.source != nullptr && form.looksLike(head, size);
+  });
+  return found != all.rend()                         ? *found
+         : head.find('\0') == std::string_view::npos ? *findForm("xml")
+                                                     : *findForm("binary");
 }
 
 std::vector<std::string> formNames(bool readable)
