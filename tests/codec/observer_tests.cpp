@@ -127,6 +127,23 @@ TEST(Observer, PasswordsAreNeverInAProblem)
   }
 }
 
+TEST(Scanner, LeavesToTheParserWhatWouldCostIt)
+{
+  // Names whose sums of 31 powers are equal, in one tag; a declaration longer than the parser decodes.
+  std::string xml = "<Demo_Status";
+  for (int i = 0; i < 1 << 12; ++i) {
+    xml += ' ';
+    for (int bit = 0; bit < 12; ++bit) {
+      xml += (i >> bit & 1) != 0 ? "Aa" : "BB";
+    }
+    xml += "=''";
+  }
+  const LogCapture quiet;
+  EXPECT_NE(readXml(xml + "/>"), nullptr);
+  EXPECT_EQ(readXml(xml + " AaAaAaAaAaAaAaAaAaAaAaAa=''/>"), nullptr) << "given twice";
+  EXPECT_EQ(readXml("<?xml version='1.0'" + std::string(20000, ' ') + "?><Demo_Status/>"), nullptr);
+}
+
 TEST(Problems, AreBounded)
 {
   const LogCapture quiet;

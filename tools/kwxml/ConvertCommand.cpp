@@ -85,7 +85,10 @@ private:
   unsigned long long addAll(MessageInput& input, std::string& end)
   {
     const bool many = input.form().many;
-    const char* const consequence = many ? "it is left out" : "nothing is written";
+    const char* const consequence = many ? "it is left out"
+                                    : isWritten_ && isStandard(options_.outputFile)
+                                        ? "nothing more is written"
+                                        : "nothing is written";
     unsigned long long bad = 0;
     while (true) {
       MessageInput::Record record;
@@ -121,6 +124,7 @@ private:
     std::string why = losses(log_, errors, input.recordName(), "writing", consequence);
     if (why.empty()) {
       sink_->write();
+      isWritten_ = true;
     }
     return why;
   }
@@ -131,6 +135,7 @@ private:
   std::unique_ptr<MessageSink> sink_;
   unsigned long long records_ = 0;
   unsigned long long bad_ = 0;
+  bool isWritten_ = false;
   std::vector<std::string> failures_;
 };
 
@@ -161,7 +166,9 @@ void addConvertCommand(CLI::App& app, Session& session)
       "then. Attributes and elements that\n"
       "the class of the message does not have are passed over, with a warning. Several FILEs, and several "
       "documents\n"
-      "one behind the other in a file, are read one by one.\n\n"
+      "one behind the other in a file, are read one by one. Documents with a document type, a processing "
+      "instruction or "
+      "namespaces, and other\nencodings than UTF-8, only as the last.\n\n"
       "Passwords are decrypted and encrypted with the key file that the settings "
       "name. The settings are the INI\n"
       "file that the environment variable KWXML_SETTINGS names; kwxml key create "

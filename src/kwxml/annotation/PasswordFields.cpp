@@ -1,5 +1,6 @@
 #include <kwxml/annotation/PasswordFields.h>
 
+#include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/Log.h>
@@ -182,6 +183,13 @@ std::optional<pstring> decryptPassword(const PasswordSettings& settings, const F
                 field.getName());
   }
   return kept;
+}
+
+bool isSecret(const FieldDef& field)
+{
+  std::optional<std::string_view> members;
+  return field.type == FIELD_PSTRING ||
+         !AnnotationRecord(field.annotations).find(annotationTag("Password"), members) || members.has_value();
 }
 
 const char* passwordObstacle(const PasswordSettings& settings, const FieldDef& field)

@@ -64,6 +64,10 @@ struct PasswordSettings
 [[nodiscard]] std::optional<pstring> decryptPassword(const PasswordSettings& settings, const FieldDef& field,
                                                      const std::string& received);
 
+/// Whether values of the field are for nobody's eyes: it is a password, or marked as one (or its annotations
+/// are damaged).
+bool isSecret(const FieldDef& field);
+
 /// Why decryptPassword() has given nothing, for people: words that follow "the password".
 const char* passwordObstacle(const PasswordSettings& settings, const FieldDef& field);
 

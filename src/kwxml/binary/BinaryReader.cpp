@@ -121,6 +121,8 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   --call_.depth;
   if (in_.failed()) {
     tellEnd(ProblemKind::BufferCut, nullptr, "the bytes end within a value");
+  } else if (good && in_.position() == markerEnd_) {
+    tell(ProblemKind::BufferCut, nullptr, "the bytes end behind the marker of a collection");
   }
   return good && !in_.failed();
 }
@@ -145,7 +147,8 @@ void BodyReader::checkKey(const YMMessageBase& message, const FieldDef* def, std
     const std::string remark = "coded as " + wireCodeName(code) + ", read as " + wireCodeName(own);
     call_.problems->tell(ProblemKind::WireCodeOther, position, {.field = def, .remark = remark});
   }
-  if (!call_.merges && contains(scalarTypes | stringSlots | typesHolding<bstring>, def->type) &&
+  if (!call_.merges &&
+      contains(scalarTypes | stringSlots | typesHolding<bstring> | typesHolding<YMMessageBase>, def->type) &&
       MessageAccess::isSet(message, *def)) {
     call_.problems->tell(ProblemKind::GivenTwice, position, {.field = def});
   }
@@ -158,6 +161,7 @@ bool BodyReader::skipUnknown(std::uint32_t key)
       const std::uint32_t value = in_.varint();
       if (key == wire::collectionMarker) {
         pendingCount_ = value;
+        markerEnd_ = in_.position();
         if (call_.trace) {
           log().debug(readerFunction, 15, "Cached collection(list/map) size is : [%d]",
                       static_cast<int>(value));

@@ -78,6 +78,11 @@ bool BodyReader::readNested(YMMessageBase& owner, YMMessageBase& nested, const F
     return readFields(nested, in_.position() + size);
   }
   call_.problems->enter(def, index, part);
+  if (in_.position() + size > bodyEnd_) {  // it is read as far as it goes
+    const std::string remark = "a message of " + std::to_string(size) + " bytes where " +
+                               std::to_string(bodyEnd_ - std::min(bodyEnd_, in_.position())) + " are left";
+    tell(ProblemKind::BufferCut, nullptr, remark);
+  }
   const bool good = readFields(nested, in_.position() + size);
   call_.problems->leave();
   return good;

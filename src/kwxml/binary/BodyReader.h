@@ -80,8 +80,9 @@ private:
 
   Cursor& in_;
   DecodeCall& call_;
-  std::uint64_t bodyEnd_;           ///< of the body that is being read
-  std::uint32_t pendingCount_ = 0;  ///< what the last collection marker of this body announced
+  std::uint64_t bodyEnd_;                        ///< of the body that is being read
+  std::uint64_t markerEnd_ = ~std::uint64_t{0};  ///< behind the last collection marker
+  std::uint32_t pendingCount_ = 0;               ///< what the last collection marker of this body announced
 };
 
 }  // namespace kwxml

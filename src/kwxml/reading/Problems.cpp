@@ -137,11 +137,12 @@ std::string describe(const Problem& problem)
              (remark.empty() ? "" : ": " + remark);
     case ProblemKind::EnumeratorUnknown: {
       const _ClassDef* cls = problem.field != nullptr ? findClass(packedReference(*problem.field)) : nullptr;
-      return quoted(problem) + " is no enumerator of " + className(cls) + nearest(problem.text, cls);
+      return (problem.text.empty() ? "the value" : quoted(problem)) + " is no enumerator of " +
+             className(cls) + nearest(problem.text, cls);
     }
     case ProblemKind::GivenTwice:
       return problem.text.empty() ? "given more than once; the last value counts"
-                                  : "key " + bounded(problem.text, longestQuote) +
+                                  : "the key " + bounded(problem.text, longestQuote) +
                                         " is given more than once; its first value counts";
     case ProblemKind::StrayText:
       return problem.text.empty() ? "text where no value stands"

@@ -36,7 +36,7 @@ enum class ProblemKind : std::uint8_t
   FieldUnknown,        ///< the same in the binary form, which knows fields by the hash of their name
   WireCodeOther,       ///< the bytes are coded unlike the field's type, and were read as the type's
   TrailingBytes,       ///< bytes behind the last field
-  TextRescued,         ///< a text was no UTF-8 and was taken as Latin-1
+  TextRescued,         ///< bytes were no base64, or had a zero among them, and were kept as far as they go
 };
 
 enum class Severity : std::uint8_t
@@ -84,8 +84,8 @@ class ReadObserver
 {
 public:
   virtual ~ReadObserver() = default;
-  /// Called while the message is being read, by the thread that reads. What it throws ends the reading, as a
-  /// failure of the parser does.
+  /// Called while the message is being read, by the thread that reads. It must not throw: what it throws may
+  /// end the reading as a failure of the parser does, or leave the call that reads.
   virtual void met(const Problem& problem) = 0;
 };
 

@@ -1,5 +1,6 @@
 #include <kwxml/traverse/DefaultRenderContext.h>
 
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/traverse/Rendering.h>
 
 void DefaultRenderContext::startHeader(std::string)

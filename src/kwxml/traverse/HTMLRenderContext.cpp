@@ -2,6 +2,7 @@
 
 #include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
 #include <kwxml/text/ShownText.h>

@@ -1,6 +1,7 @@
 #include <kwxml/traverse/KwXMLSummary.h>
 
 #include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
 #include <kwxml/traverse/Rendering.h>

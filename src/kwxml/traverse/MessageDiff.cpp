@@ -1,5 +1,6 @@
 #include <kwxml/traverse/MessageDiff.h>
 
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/DiffText.h>
 #include <kwxml/traverse/Rendering.h>

@@ -29,13 +29,6 @@ std::string fieldLabel(const FieldDef& field, int localeId)
   return label;
 }
 
-bool isSecret(const FieldDef& field)
-{
-  std::optional<std::string_view> members;
-  return field.type == FIELD_PSTRING ||
-         !AnnotationRecord(field.annotations).find(annotationTag("Password"), members) || members.has_value();
-}
-
 namespace {
 
 void appendItem(std::string& text, bool& first, std::string_view item)

@@ -13,10 +13,6 @@ namespace kwxml {
 /// The localized text of the field, or its name.
 std::string fieldLabel(const FieldDef& field, int localeId);
 
-/// Password fields and fields with the annotation Password keep their values to themselves in every
-/// rendering. A damaged annotation record counts as if it were there.
-bool isSecret(const FieldDef& field);
-
 /// The texts of the elements of a list, separated by commas, between two brackets. Elements of lists of
 /// enumerations and of messages have none. A scalar that counts as a list is its own element.
 std::string listText(const MsgFieldContext& field, char open, char close);

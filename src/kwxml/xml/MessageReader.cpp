@@ -336,7 +336,7 @@ void MessageReader::endElement(std::string_view name)
     case Kind::Message:
       current_ = frame.enclosing;
       --messageDepth_;
-      if (observer_ != nullptr) {
+      if (!given_.empty()) {
         given_.pop_back();
       }
       break;
@@ -375,6 +375,9 @@ void MessageReader::endScalar(const Frame& frame)
   if (text_.empty()) {
     if (traces(15)) {
       log().debug(endFunction, 15, "Skipping member [%s] as it has empty value", frame.def->getName());
+    }
+    if (fieldTypeInfo(frame.def->type).element != FIELD_UNSET) {
+      tell(ProblemKind::ItemUnreadable, {.field = frame.def, .remark = "an empty element is no item"});
     }
     return;
   }

@@ -200,6 +200,7 @@ private:
   void reportIncomplete(const Entry& entry);
   void appendEntry(std::string& path, const Entry& entry, std::size_t frame) const;
   static std::string keyText(const Entry& entry);
+  bool isInSecret() const;
   std::string pathTo(const FieldDef* field) const;
 
   KwXMLContextInfo* context_ = nullptr;

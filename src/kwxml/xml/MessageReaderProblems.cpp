@@ -1,6 +1,7 @@
 // What an observer of the reading is told, and the checks that are made for it alone.
 #include <kwxml/xml/MessageReader.h>
 
+#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/text/NumberText.h>
 #include <kwxml/text/ShownText.h>
@@ -15,11 +16,10 @@ namespace kwxml {
 
 namespace {
 
-/// Without a shown name some texts may be passwords that stand in the wrong place.
-bool holdsPassword(const _ClassDef* cls)
+/// Then text in a wrong place may be a secret too.
+bool holdsSecrets(const _ClassDef* cls)
 {
-  return cls != nullptr &&
-         std::any_of(cls->begin(), cls->end(), [](const FieldDef& def) { return def.type == FIELD_PSTRING; });
+  return cls != nullptr && std::any_of(cls->begin(), cls->end(), isSecret);
 }
 
 void appendPosition(std::string& path, std::size_t position)
@@ -86,7 +86,7 @@ void MessageReader::appendEntry(std::string& path, const Entry& entry, std::size
 {
   const FieldDataType keyType = FieldDef::getMapKeyType(entry.def->type);
   const bool inKey = frame + 1 < frames_.size() && frames_[frame + 1].isKey;
-  if (!entry.keySeen || inKey || keyType == FIELD_OBJECT) {
+  if (!entry.keySeen || inKey || keyType == FIELD_OBJECT || isInSecret()) {
     const auto inner = std::find_if(frames_.begin() + static_cast<std::ptrdiff_t>(frame), frames_.end(),
                                     [](const Frame& later) { return later.kind == Kind::Message; });
     path += "[#" +
@@ -103,10 +103,17 @@ std::string MessageReader::keyText(const Entry& entry)
     case FIELD_STRING:
       return '"' + shown(entry.stringKey, "\"\\") + '"';
     case FIELD_OBJECT:
-      return "a message";  // all of them count as one key
+      return "(any message)";  // all of them count as one key
     default:
       return std::to_string(entry.intKey);
   }
+}
+
+/// Whether the open elements lead into a field whose values are for nobody's eyes.
+bool MessageReader::isInSecret() const
+{
+  return std::any_of(frames_.begin(), frames_.end(),
+                     [](const Frame& frame) { return frame.def != nullptr && isSecret(*frame.def); });
 }
 
 bool MessageReader::knowsName(std::string_view name) const
@@ -126,8 +133,10 @@ void MessageReader::report(ProblemKind kind, const Met& met)
 {
   const std::string path = pathTo(met.field);
   const _ClassDef* owner = current_ != nullptr ? current_->getClass() : nullptr;
-  const bool secret = met.field != nullptr ? met.field->type == FIELD_PSTRING
-                                           : kind == ProblemKind::StrayText && holdsPassword(owner);
+  const bool isValue = kind != ProblemKind::AttributeUnknown && kind != ProblemKind::ElementUnknown &&
+                       kind != ProblemKind::ClassUnknown && kind != ProblemKind::TooDeep;
+  const bool secret =
+      isValue && (isInSecret() || (met.field != nullptr ? isSecret(*met.field) : holdsSecrets(owner)));
   const FieldDataType type = met.type != FIELD_UNSET ? met.type
                              : met.field != nullptr  ? met.field->type
                                                      : FIELD_UNSET;

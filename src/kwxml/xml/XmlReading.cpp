@@ -50,6 +50,12 @@ bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, std::s
   return true;
 }
 
+/// A sign of XML, which the parser misses or has too often.
+bool isMark(const std::string& text)
+{
+  return text.size() < 2 && text.find_first_of("<>&=;/?![]-\"'") == 0;
+}
+
 /// The parser's words. What it quotes may be a part of a password that stands in the wrong place: only names
 /// that the messages being read have are shown.
 std::string wordsOf(const XMLCh* message, const MySAX2Handler& handler)
@@ -64,7 +70,7 @@ std::string wordsOf(const XMLCh* message, const MySAX2Handler& handler)
       return out + text.substr(at, open == std::string::npos ? open : open - at);
     }
     const std::string name = text.substr(open + 1, close - open - 1);
-    out += text.substr(at, open + 1 - at) + (name.size() < 2 || handler.knowsName(name) ? name : "...") + "'";
+    out += text.substr(at, open + 1 - at) + (isMark(name) || handler.knowsName(name) ? name : "...") + "'";
     at = close + 1;
   }
 }

@@ -152,8 +152,9 @@ bool XmlScanner::tellStartTag(const char*& at, MessageReader& reader, bool& isEm
   if (!valuesAreThemselves_) [[unlikely]] {
     resolveValues();
   }
+  const bool goesOn = reader.startElement(open_[depth_ - 1], nameHash, attributes_);
   text_ = static_cast<std::size_t>(at - begin_);
-  return reader.startElement(open_[depth_ - 1], nameHash, attributes_);
+  return goesOn;
 }
 
 /// The values of those attributes whose text is not their value.

@@ -91,7 +91,7 @@ private:
   struct Attribute
   {
     Name name;
-    std::uint32_t hash;
+    std::size_t hash;
   };
   struct Seen
   {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 namespace kwxml {
 
@@ -61,6 +62,7 @@ bool XmlScanner::checkProlog(const char*& p)
 
 bool XmlScanner::checkDeclaration(const char*& p)
 {
+  constexpr std::ptrdiff_t longest = 256;  // the parser gives up on long ones
   p += 5;
   const auto setting = [&](std::string_view name, std::initializer_list<std::string_view> values) {
     const char* q = p;
@@ -90,7 +92,7 @@ bool XmlScanner::checkDeclaration(const char*& p)
   setting("encoding", {"UTF-8", "utf-8"});
   setting("standalone", {"no", "yes"});
   skip(p, blank);
-  return take(p, end_, "?>");
+  return take(p, end_, "?>") && p - begin_ <= longest;
 }
 
 /// Layout and comments.
@@ -195,7 +197,7 @@ inline bool XmlScanner::checkNew(Name name)
 
 bool XmlScanner::checkNewOfMany(Name name)
 {
-  const auto add = [this](Name one) { many_.push_back({one, nameHash(one.data, one.size)}); };
+  const auto add = [this](Name one) { many_.push_back({one, std::hash<std::string_view>()(one)}); };
   if (many_.empty()) {
     std::for_each(few_.begin(), few_.end(), add);
   }
@@ -205,17 +207,21 @@ bool XmlScanner::checkNewOfMany(Name name)
     tabled_ = 0;
   }
   while (tabled_ + 1 < many_.size()) {
-    insert(static_cast<std::uint32_t>(tabled_++));
+    if (!insert(static_cast<std::uint32_t>(tabled_++))) {
+      return false;
+    }
   }
   return insert(static_cast<std::uint32_t>(tabled_++));
 }
 
-/// Puts a position into the table; false when its name is there.
+/// Puts a position into the table; false when its name is there, or no place near enough.
 bool XmlScanner::insert(std::uint32_t position)
 {
   const auto& [name, hash] = many_[position];
   const std::size_t mask = seen_.size() - 1;
-  for (std::size_t at = (hash * 0x9E3779B1U >> 8) & mask;; at = (at + 1) & mask) {
+  constexpr int mostSteps = 128;  // names that are made to meet in one place are left to the parser
+  std::size_t at = hash & mask;
+  for (int steps = 0; steps < mostSteps; ++steps, at = (at + 1) & mask) {
     Seen& place = seen_[at];
     if (place.tag != tagNumber_) {
       place = {tagNumber_, position};
@@ -226,6 +232,7 @@ bool XmlScanner::insert(std::uint32_t position)
       return false;
     }
   }
+  return false;
 }
 
 bool XmlScanner::checkStartTag(const char*& at)
