@@ -50,10 +50,10 @@ bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, std::s
   return true;
 }
 
-/// A sign of XML, which the parser misses or has too often.
+/// Signs of XML, which the parser misses or has too often.
 bool isMark(const std::string& text)
 {
-  return text.size() < 2 && text.find_first_of("<>&=;/?![]-\"'") == 0;
+  return text.size() <= 3 && text.find_first_not_of("<>&=;/?![]-\"'") == std::string::npos;
 }
 
 /// The parser's words. What it quotes may be a part of a password that stands in the wrong place: only names
