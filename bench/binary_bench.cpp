@@ -59,6 +59,7 @@ struct Sides
   Values values;
   YMMessageBase message;
   std::unique_ptr<YMMessageBase> same;  ///< decoded, equal to `message`
+  std::unique_ptr<YMMessageBase> used;  ///< read into again and again
   BinaryBuffer encoded;
   Proto proto;
   std::unique_ptr<Proto> sameProto;
@@ -85,6 +86,11 @@ private:
       return false;
     }
     same = decode();
+    used = decode();
+    if (used == nullptr || BinarySerializer::unserialize(*used, encoded, nullptr, false) != 0 ||
+        !(*used == message)) {
+      return false;
+    }
     sameProto = parse();
     if (same == nullptr || !(*same == message) || !(YMMessageBase(message) == message) ||
         sameProto == nullptr || !MessageDifferencer::Equals(*sameProto, proto)) {
@@ -137,6 +143,10 @@ void addOperations(std::vector<Operation>& operations, const std::string& docume
   add(
       "decode", 1.0, [](auto& s) { benchmark::DoNotOptimize(s.decode().get()); },
       [](auto& s) { benchmark::DoNotOptimize(s.parse().get()); });
+  add(
+      "decode used", document == "W2 order" ? 0.5 : forInformation,  // beside a decode into a new message
+      [](auto& s) { BinarySerializer::unserialize(*s.used, s.encoded, nullptr, false); },
+      [](auto& s) { benchmark::DoNotOptimize(s.decode().get()); });
   add(
       "copy", 0.8,
       [](auto& s) {

@@ -93,7 +93,7 @@ void addReading(std::vector<Operation>& operations, const std::string& document,
   };
   operations.push_back(
       {document + " read", 0.33, agreed, fresh, [fixture] { fixture->parser.parse(fixture->xml); }});
-  operations.push_back({document + " read used", 0.5, agreed,
+  operations.push_back({document + " read used", forInformation, agreed,
                         [fixture] { XMLSerializer().unserialize(fixture->used, fixture->xml); }, fresh});
 }
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <memory>
 
 using namespace kwxml;
@@ -18,6 +19,23 @@ using namespace kwxml::fuzz;
 namespace {
 
 using Message = std::unique_ptr<YMMessageBase>;
+
+/// A message that held the former input of its class, and a new one, read the same.
+void readAgain(const YMMessageBase& message, BinaryBuffer& buffer)
+{
+  static std::map<unsigned long, YMMessageBase> former;
+  YMMessageBase fresh(message.getSubsysID(), message.getClassIndex());
+  YMMessageBase& used = former.try_emplace(message.getTagID(), fresh).first->second;
+  const bool same = BinarySerializer::unserialize(used, buffer, nullptr, false) ==
+                    BinarySerializer::unserialize(fresh, buffer, nullptr, false);
+  YMMessageBase marked = used;
+  marked.setEveryPrimitiveBitset(true);
+  YMMessageBase other = fresh;
+  other.setEveryPrimitiveBitset(true);
+  if (!same || !(used == fresh) || !(marked == other)) {
+    wrong("a used message reads otherwise than a new one");
+  }
+}
 
 /// The input in a block of exactly its size, so that a read past the end is seen.
 Message decode(const void* data, std::size_t size)
@@ -30,6 +48,7 @@ Message decode(const void* data, std::size_t size)
   if (message) {  // and once more, laid over what is there
     YMMessageBase merged(*message);
     static_cast<void>(BinarySerializer::unserialize(merged, buffer, nullptr, true));
+    readAgain(*message, buffer);
   }
   return message;
 }

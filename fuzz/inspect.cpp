@@ -7,7 +7,9 @@
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/model/YMMessageBase.h>
 
+#include <algorithm>
 #include <memory>
+#include <sstream>
 #include <string>
 
 using namespace kwxml::fuzz;
@@ -24,12 +26,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   for (const InspectForm form : {InspectForm::Binary, InspectForm::Records, InspectForm::Batch}) {
     std::string shown;
-    const bool whole = inspect(bytes, form, [&](const InspectLine& line) {
-      if (line.offset != shown.size()) {
+    std::istringstream in(bytes);
+    const bool whole = inspect(in, form, [&](const kwxml::BinaryPiece& piece, std::uint64_t more) {
+      if (piece.offset != shown.size()) {
         wrong("a piece is not where the one before it ends");
       }
-      shown += line.bytes;
-      if (toText(line).find('\n') + 1 != toText(line).size()) {
+      shown += piece.bytes;
+      shown += bytes.substr(std::min(shown.size(), bytes.size()), more);
+      if (toText(piece, more).find('\n') + 1 != toText(piece, more).size()) {
         wrong("a piece takes more than one line");
       }
     });

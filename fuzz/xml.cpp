@@ -11,6 +11,7 @@
 #include <kwxml/xml/XMLSerializer.h>
 #include <kwxml/xml/XmlSources.h>
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -81,6 +82,23 @@ std::unique_ptr<YMMessageBase> readByBoth(Parse parse)
   return scanned.result == 0 ? std::move(scanned.message) : nullptr;
 }
 
+/// A message that held the former document of its class reads as a new one.
+void readOver(const YMMessageBase& message, const std::string& text)
+{
+  static std::map<unsigned long, YMMessageBase>& former = *new std::map<unsigned long, YMMessageBase>;
+  YMMessageBase& used = former.try_emplace(message.getTagID(), message).first->second;
+  YMMessageBase fresh = message;
+  if (XMLSerializer().unserialize(used, text) != 0 || !(used == message)) {
+    wrong("a used message reads otherwise than a new one");
+  }
+  YMMessageBase marked = used;
+  marked.setEveryPrimitiveBitset(true);
+  fresh.setEveryPrimitiveBitset(true);
+  if (!(marked == fresh)) {
+    wrong("a used message keeps what it held");
+  }
+}
+
 void peekByBoth(const std::string& text)
 {
   std::string name;
@@ -130,6 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (!message) {
     return 0;
   }
+  readOver(*message, text);
   std::string written;
   if (XMLEncoder().serialize(*message, written) != 0) {
     wrong("a message that was read cannot be written");

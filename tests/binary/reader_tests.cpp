@@ -76,6 +76,40 @@ TEST(BinaryReader, MergingKeepsWhatTheBytesDoNotHave)
   EXPECT_EQ(bodyHex(m), expand("uintValue.0 06"));
 }
 
+TEST(BinaryReader, AUsedMessageReadsAsANewOne)
+{
+  // What a former message held must show nowhere, whatever ends the reading, and nowhere below what is unset.
+  LogCapture log;
+  const auto expectSame = [](const YMMessageBase& former, const std::string& bytes) {
+    YMMessageBase used = former;
+    YMMessageBase fresh = make(former.getTagName().c_str());
+    ASSERT_EQ(decode(used, bytes), decode(fresh, bytes)) << toHex(bytes);
+    ASSERT_TRUE(used == fresh) << toHex(bytes);
+    for (YMMessageBase* message : {&used, &fresh}) {
+      message->setEveryPrimitiveBitset(true);
+    }
+    ASSERT_TRUE(used == fresh) << toHex(bytes);
+  };
+  for (const char* tag : {"Types_AllTypes", "Shop_Order", "Types_Node", "Demo_Item"}) {
+    YMMessageBase former = make(tag);
+    YMMessageBase next = make(tag);
+    for (const FieldDef& def : *former.getClass()) {
+      fill(former, def, 1);
+      fill(next, def, 2, 1);
+    }
+    const std::string bytes = encode(next);
+    for (std::size_t i = 8; i < bytes.size(); i += 1 + bytes.size() / 500) {
+      std::string altered = bytes;
+      altered[i] = static_cast<char>(altered[i] ^ 0x41);
+      expectSame(former, altered);
+      expectSame(former, bytes.substr(0, i));
+    }
+    expectSame(former, bytes + bytes.substr(8));  // every field twice: the second nested message begins anew
+    expectSame(next, encode(former));
+    expectSame(former, header(former));
+  }
+}
+
 TEST(BinaryReader, SizesOfNestedMessagesStayInTheirOwner)
 {
   YMMessageBase m = make("Types_AllTypes");

@@ -6,6 +6,7 @@
 #include "support/ParserFeed.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/model/Limits.h>
 #include <kwxml/text/ShownText.h>
 #include <kwxml/xml/MySAX2Handler.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -128,6 +129,37 @@ TEST(Reader, IntoAMessageOfTheCaller)
   EXPECT_EQ(XMLSerializer().parserHelper(&handler, "<Types_Hidden after='x'/>"), 0);
   const std::unique_ptr<YMMessageBase> hidden(handler.takeMessage());
   EXPECT_TRUE(isSet(*hidden, "before") && getInt(*hidden, "before") == 1);
+}
+
+TEST(Reader, AUsedMessageKeepsItsMemoryAndNothingElse)
+{
+  LogCapture quiet;
+  YMMessageBase m = fromXml(
+      "<Types_AllTypes><objectList number='1'/><objectList text='x'/><intList val='1'/>"
+      "<objectValue text='a text that needs memory of its own'/></Types_AllTypes>");
+  const auto& items = object<std::vector<YMMessageBase>>(m, "objectList");
+  const YMMessageBase* const first = items.data();
+  const std::string expected = "<Types_AllTypes><objectList text=\"y\"/></Types_AllTypes>";
+  ASSERT_EQ(XMLSerializer().unserialize(m, expected), 0);
+  EXPECT_EQ(toXml(m), expected);
+  EXPECT_EQ(items.data(), first);
+  // What cannot be read leaves the message as it was.
+  for (const char* xml : {"<Types_AllTypes><objectList></Types_AllTypes>", "<Demo_Item/>", "<nothing/>"}) {
+    EXPECT_NE(XMLSerializer().unserialize(m, std::string(xml)), 0);
+    EXPECT_EQ(toXml(m), expected);
+  }
+  YMMessageBase node = fromXml("<Types_Node><children/></Types_Node>");
+  std::string chain;
+  for (int i = 0; i < kwxml::maxMessageNesting; ++i) {
+    chain = "<child>" + chain + "</child>";
+  }
+  EXPECT_NE(XMLSerializer().unserialize(node, "<Types_Node>" + chain + "</Types_Node>"), 0);
+  EXPECT_EQ(toXml(node), "<Types_Node><children/></Types_Node>");
+  // The text may be a part of the message.
+  YMMessageBase status = make("Demo_Status");
+  setText(status, "errorMessage", "<Demo_Status errorMessage='shorter' errorCode='3'/>");
+  ASSERT_EQ(XMLSerializer().unserialize(status, getText(status, "errorMessage")), 0);
+  EXPECT_EQ(toXml(status), "<Demo_Status errorCode=\"3\" errorMessage=\"shorter\"/>");
 }
 
 TEST(Reader, TheMessageOfAHandlerIsTheCallers)

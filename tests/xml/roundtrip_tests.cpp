@@ -8,6 +8,7 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/text/ShownText.h>
+#include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
 
@@ -71,6 +72,7 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
       if (row.classes[c].name == nullptr || row.classes[c].isEnum()) {
         continue;
       }
+      YMMessageBase used(s, c);  // reads each document over the former one
       for (int i = 0; i < 6; ++i) {
         YMMessageBase m(s, c);
         m.reset();
@@ -94,6 +96,12 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
         const auto back = readXml(xml);
         ASSERT_NE(back, nullptr) << xml;
         EXPECT_EQ(toXml(*back, flags, false), xml);
+        ASSERT_EQ(XMLSerializer().unserialize(used, xml), 0);
+        EXPECT_TRUE(used == *back) << xml;
+        YMMessageBase marked = used;
+        marked.setEveryPrimitiveBitset(true);
+        back->setEveryPrimitiveBitset(true);
+        EXPECT_TRUE(marked == *back) << xml;
       }
     }
   }

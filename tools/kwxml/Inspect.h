@@ -1,15 +1,13 @@
-// Explains messages of the binary forms piece by piece: what a reader takes each byte for, up to the point
-// where it would stop. For the command inspect, its tests and its fuzzer.
-//
-// The bytes are hostile. The walk goes the way of the library's reader (the same counts, bounds and limits),
-// builds no message, and shows at most one line with bytes for each byte and a few without.
+// Explains binary messages, single or in files, as the library's reader sees them
+// (kwxml/binary/BinaryExplain.h). For the command inspect, its tests and its fuzzer.
 #pragma once
 
-#include <cstddef>
+#include <kwxml/binary/BinaryExplain.h>
+
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace kwxml::tool {
@@ -21,27 +19,17 @@ enum class InspectForm
   Batch,    ///< a version text, messages behind their lengths as text
 };
 
-/// One piece. The bytes of all pieces, one behind the other, are the input.
-struct InspectLine
-{
-  std::size_t offset;
-  std::string_view bytes;  ///< of the input; none for a remark
-  bool secret;             ///< the bytes may be a password: they are not for showing
-  int depth;               ///< how far it is indented
-  std::string text;        ///< what it is: one printable line, of bounded length
-};
+/// A piece, and how many bytes of it come behind those of the piece, which are not in hand.
+using ShowInput = std::function<void(const BinaryPiece&, std::uint64_t more)>;
 
-/// Hands the pieces to `show` in the order of the input. True when every message was read to its end; false
-/// when one is damaged: the bytes that are not read then follow as such, and behind them a remark says why.
-/// Throws what `show` throws. Thread-safe. May log what the library's limits have to say.
-bool inspect(std::string_view bytes, InspectForm form, const std::function<void(const InspectLine&)>& show);
+/// Hands the pieces to `show` in the order of the input, as explainBinary() does. True when every message was
+/// read to its end. Of the input no more than one message is held. Throws what `show` throws. Thread-safe.
+/// Logs what reading logs.
+bool inspect(std::istream& in, InspectForm form, const ShowInput& show);
 
 /// The form that an input of `size` bytes looks like that begins with `head` (all of it, or at least 12
 /// bytes); none when it looks like none. The upper half of a version word is 1: it tells a message from the
 /// length before one.
 std::optional<InspectForm> guessInspectForm(std::string_view head, std::uint64_t size);
-
-/// Offset, bytes in hexadecimal (many are cut, secret ones only counted) and text, with a line end.
-std::string toText(const InspectLine& line);
 
 }  // namespace kwxml::tool

@@ -5,6 +5,7 @@
 #include "Inspect.h"
 #include "Report.h"
 
+#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -34,31 +35,36 @@ std::string refuseForm(const std::string& name)
 
 void run(const Options& options, LibraryLog& log)
 {
-  const std::string name = inputName(options.inputFile);
-  const std::string bytes = readInput(options.inputFile);
-  const std::string_view head = std::string_view(bytes).substr(0, guessedBytes);
+  const Input input(options.inputFile);
   std::optional<InspectForm> form = formNamed(options.from);
   if (!form) {
-    form = formNamed(guessForm(head, bytes.size()).name);
+    form = formNamed(guessForm(input.head(guessedBytes), input.size()).name);
     if (!form) {
-      throw Failure(exitData, name + " is in no binary form; --from binary explains it all the same");
+      throw Failure(exitData, input.name() + " is in no binary form; --from binary explains it all the same");
     }
+  }
+  std::ifstream in(input.path(), std::ios::binary);
+  if (!in) {
+    throw Failure(exitData, "cannot read " + input.name());
   }
   const LibraryLog::Silence silence(log);  // the lines say what is wrong
   Output output(options.outputFile);
   std::string text;
-  const bool whole = inspect(bytes, *form, [&](const InspectLine& line) {
-    constexpr std::size_t piece = 64 * 1024;
-    text += toText(line);
-    if (text.size() >= piece) {
+  const bool whole = inspect(in, *form, [&](const BinaryPiece& piece, std::uint64_t more) {
+    constexpr std::size_t enough = 64 * 1024;
+    text += toText(piece, more);
+    if (text.size() >= enough) {
       output.append(text);
       text.clear();
     }
   });
+  if (in.bad()) {
+    throw Failure(exitData, "cannot read " + input.name());
+  }
   output.append(text);
   output.commit();
   if (!whole) {
-    throw Failure(exitData, name + " is damaged");
+    throw Failure(exitData, input.name() + " is damaged");
   }
 }
 

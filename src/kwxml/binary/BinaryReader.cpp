@@ -5,7 +5,6 @@
 #include <kwxml/model/Limits.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <utility>
 
@@ -35,7 +34,8 @@ std::size_t search(const FieldDef* fields, std::size_t count, std::uint32_t hash
 
 /// In one piece, because the cursor stays in registers only as long as no other function has its address:
 /// every scalar of every message passes here.
-bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
+template <class Watch>
+bool BodyReader<Watch>::readFields(YMMessageBase& message, std::uint64_t end)
 {
   const _ClassDef* cls = message.getClass();
   if (cls == nullptr) {
@@ -43,7 +43,8 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   }
   if (call_.depth >= maxMessageNesting) {
     log().logError(readerFunction, "Messages nest deeper than [%d]", maxMessageNesting);
-    tellEnd(ProblemKind::TooDeep, nullptr, "messages nest too deep");
+    watch_.ended(in_.position(), ProblemKind::TooDeep, nullptr,
+                 "messages nest deeper than " + std::to_string(maxMessageNesting));
     return false;
   }
   if (std::min(end, bodyEnd_) < wire::keySize) {
@@ -57,33 +58,27 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   const auto count = static_cast<std::size_t>(cls->numberOfFields);
   const Slots slots = MessageAccess::slots(message);
   unsigned char* const bits = MessageAccess::bits(message);
-  const std::uint64_t leastQuickKey = call_.trace ? ~std::uint64_t{0} : leastKey;
   std::size_t hint = 0;
   Cursor in = in_;  // in registers, but while others read
   const char* const lastKey = in.from(bodyEnd_ - wire::keySize);
   bool good = true;
   while (good && in.at() <= lastKey) {
-    const std::uint64_t keyPosition = in.position();
     const auto key = in.fixedInside<std::uint32_t>();
     std::size_t position = hint;
-    if (plans[hint].key == key && key >= leastQuickKey) [[likely]] {
+    if (plans[hint].key == key && key >= leastKey) [[likely]] {
       ++hint;
+      watch_.key(in.position(), message, &fields[position], key);
     } else {
       position = key != wire::collectionMarker ? search(fields, count, key >> 3, hint) : count;
-      if (call_.problems != nullptr) [[unlikely]] {
-        checkKey(message, position < count ? &fields[position] : nullptr, key, keyPosition);
-      }
+      watch_.key(in.position(), message, position < count ? &fields[position] : nullptr, key);
       if (position == count) {
         if (in.position() < bodyEnd_) {
           in_ = in;
-          good = skipUnknown(key);
+          good = skipUnknown(message, key);
           in = in_;
         }
+        watch_.value();
         continue;
-      }
-      if (call_.trace) {
-        log().debug(readerFunction, 15, "Identified  [%s] : [%s] at buffer position : [%d]", cls->name,
-                    fields[position].getName(), static_cast<int>(keyPosition));
       }
     }
     const wire::Kind kind = plans[position].kind;
@@ -98,21 +93,30 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
       } else {
         slot = in.fixed<std::uint32_t>();
       }
+      if (Watch::follows && !in.failed()) {
+        watch_.number(in.position(), message, fields[position], slot);
+      }
     } else if (kind == wire::Kind::String) {
       const std::size_t size = in.varint();
+      if (Watch::follows && !in.failed()) {
+        watch_.length(in.position(), size);
+      }
       if (in.failed() || size > in.left()) [[unlikely]] {
         in_ = in;
-        good = in.failed() ? false : overruns(fields[position], size, "string");
+        good = in.failed() ? false : overruns(&fields[position], size, "string");
         continue;
       }
       std::launder(reinterpret_cast<std::string*>(&slot))->assign(in.at(), size);
       in.skip(size);
+      watch_.string(in.position(), {in.at() - size, size});
     } else {
       in_ = in;
       good = readOther(message, fields[position]);
       in = in_;
+      watch_.value();
       continue;
     }
+    watch_.value();
     bits[position / 8] = static_cast<unsigned char>(bits[position / 8] | 1U << position % 8);
   }
   in_ = in;
@@ -120,76 +124,67 @@ bool BodyReader::readFields(YMMessageBase& message, std::uint64_t end)
   pendingCount_ = outerCount;
   --call_.depth;
   if (in_.failed()) {
-    tellEnd(ProblemKind::BufferCut, nullptr, "the bytes end within a value");
+    watch_.ended(in_.position(), ProblemKind::BufferCut, nullptr, "the bytes end within a number");
   } else if (good && in_.position() == markerEnd_) {
-    tell(ProblemKind::BufferCut, nullptr, "the bytes end behind the marker of a collection");
+    watch_.met(in_.position(), ProblemKind::BufferCut, nullptr,
+               "the bytes end behind the marker of a collection");
   }
-  return good && !in_.failed();
+  good = good && !in_.failed();
+  if (!good) {
+    watch_.broken(*cls);
+  }
+  return good;
 }
 
-/// A key that does not stand where the last one's successor is expected.
-void BodyReader::checkKey(const YMMessageBase& message, const FieldDef* def, std::uint32_t key,
-                          std::uint64_t position)
+template <class Watch>
+bool BodyReader<Watch>::skipUnknown(const YMMessageBase& message, std::uint32_t key)
 {
-  const std::uint32_t code = key & 7;
-  if (key == wire::collectionMarker) {
-    return;
-  }
-  if (def == nullptr) {
-    char hash[16];
-    std::snprintf(hash, sizeof hash, "0x%06X", key >> 3);
-    const std::string text = std::string("with the hash ") + hash + " (" + wireCodeName(code) + ")";
-    call_.problems->tell(ProblemKind::FieldUnknown, position, {.owner = message.getClass(), .text = text});
-    return;
-  }
-  const std::uint32_t own = fieldTypeInfo(def->type).wireCode;
-  if (code != own) {
-    const std::string remark = "coded as " + wireCodeName(code) + ", read as " + wireCodeName(own);
-    call_.problems->tell(ProblemKind::WireCodeOther, position, {.field = def, .remark = remark});
-  }
-  if (!call_.merges &&
-      contains(scalarTypes | stringSlots | typesHolding<bstring> | typesHolding<YMMessageBase>, def->type) &&
-      MessageAccess::isSet(message, *def)) {
-    call_.problems->tell(ProblemKind::GivenTwice, position, {.field = def});
-  }
-}
-
-bool BodyReader::skipUnknown(std::uint32_t key)
-{
+  const auto pass = [this, key](std::size_t size) {
+    in_.pass(size);
+    if (!in_.failed()) {
+      watch_.skipped(in_.position(), key, 0);
+    } else {
+      watch_.ended(in_.position(), ProblemKind::BufferCut, nullptr, "the bytes end within what is skipped");
+    }
+  };
   switch (key & 7) {
-    case wire::codeVarint: {
+    case wire::codeVarint:
+    case wire::codeZigzag: {
       const std::uint32_t value = in_.varint();
       if (key == wire::collectionMarker) {
         pendingCount_ = value;
         markerEnd_ = in_.position();
-        if (call_.trace) {
-          log().debug(readerFunction, 15, "Cached collection(list/map) size is : [%d]",
-                      static_cast<int>(value));
-        }
+      }
+      if (!Watch::explains || !in_.failed()) {
+        watch_.skipped(in_.position(), key, value);
       }
       break;
     }
-    case wire::codeZigzag:
-      in_.varint();
-      break;
     case wire::codeFixed8:
-      in_.pass(8);
+      pass(8);
       break;
     case wire::codeFixed4:
-      in_.pass(4);
+      pass(4);
       break;
     case wire::codeLength: {
       const std::uint32_t size = in_.varint();
+      if (Watch::follows && !in_.failed()) {
+        watch_.length(in_.position(), size);
+      }
       if (size > in_.left()) {
         log().logError(readerFunction,
                        "Error unserializing in binary mode. Specified string size [%d] > buffer size [%d]. "
                        "CurrentPosition : [%d]",
                        static_cast<int>(size), static_cast<int>(in_.size()),
                        static_cast<int>(in_.position()));
-        tellEnd(ProblemKind::BufferCut, nullptr, "an unknown value is longer than the bytes that are left");
+        watch_.ended(in_.position(), ProblemKind::BufferCut, nullptr,
+                     tooLong("unknown value", size, in_.left()));
         return false;
       }
       in_.skip(size);
+      if (Watch::follows && !in_.failed()) {
+        watch_.unknown(in_.position(), {in_.at() - size, size}, *message.getClass());
+      }
       break;
     }
     default:
@@ -198,13 +193,30 @@ bool BodyReader::skipUnknown(std::uint32_t key)
   return true;
 }
 
+template class BodyReader<Unwatched>;
+template class BodyReader<Traced>;
+template class BodyReader<Explaining>;
+
 bool readBody(YMMessageBase& message, BinaryStream& in, std::uint64_t end, DecodeCall& call)
 {
   if (in.overrun()) {
     return false;
   }
   Cursor cursor(in);
-  const bool good = BodyReader(cursor, call).readFields(message, end);
+  const MessageReuse::Scope scope(call.reuses ? &message : nullptr);
+  const auto read = [&](auto& watch) {
+    return BodyReader(cursor, call, watch, call.reuses).readFields(message, end);
+  };
+  bool good = false;
+  if (call.explaining != nullptr) {
+    good = read(*call.explaining);
+  } else if (call.trace || call.observer != nullptr) {
+    Traced watch(call);
+    good = read(watch);
+  } else {
+    Unwatched watch;
+    good = read(watch);
+  }
   in.setPosition(cursor.failed() ? in.size() + 1 : cursor.position());
   return good;
 }

@@ -18,7 +18,8 @@ class YMMessageBase;
 
 namespace kwxml {
 
-class BinaryProblems;
+class Explaining;
+class ReadObserver;
 
 /// One call of the decoder.
 struct DecodeCall
@@ -26,9 +27,11 @@ struct DecodeCall
   int version;
   KwXMLContextInfo* context;
   bool trace;  ///< log each field
-  BinaryProblems* problems = nullptr;
-  bool merges =
-      false;  ///< fields may have been set before; an observer is not told of those that are set again
+  ReadObserver* observer = nullptr;
+  Explaining* explaining = nullptr;  ///< told of the bytes, in place of log and observer
+  /// Fields may have been set before; an observer is not told of those that are set again.
+  bool merges = false;
+  bool reuses = false;  ///< the message is stale: see MessageReuse
   int depth = 0;
 };
 

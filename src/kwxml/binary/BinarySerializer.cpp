@@ -1,12 +1,12 @@
 #include <kwxml/binary/BinarySerializer.h>
 
 #include <kwxml/annotation/EncodingFlags.h>
-#include <kwxml/binary/BinaryProblems.h>
 #include <kwxml/binary/BinaryReader.h>
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/diagnostics/Log.h>
-#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/model/MessageReuse.h>
+#include <kwxml/reading/ReadObserver.h>
 
 #include <cassert>
 #include <cstdio>
@@ -15,7 +15,6 @@
 #include <iterator>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -248,14 +247,11 @@ std::string hexadecimal(int tag)
 
 /// The fields of an outermost message.
 bool readOutermost(YMMessageBase& message, BinaryStream& in, std::uint64_t end, int version,
-                   KwXMLContextInfo* context, bool merges, kwxml::ReadObserver* observer)
+                   KwXMLContextInfo* context, bool merges, bool reuses, kwxml::ReadObserver* observer)
 {
-  kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel};
-  std::optional<kwxml::BinaryProblems> problems;
-  if (observer != nullptr) {
-    call.problems = &problems.emplace(*observer);
-    call.merges = merges;
-  }
+  kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel, observer};
+  call.merges = merges;
+  call.reuses = reuses;
   try {
     const bool good = kwxml::readBody(message, in, end, call);
     if (good && in.remaining() > 0) {
@@ -276,7 +272,7 @@ bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStre
                                               int version, KwXMLContextInfo* context, bool flag)
 {
   static_cast<void>(flag);  // construction of nested messages knows no choice
-  return readOutermost(message, in, end, version, context, true, nullptr);
+  return readOutermost(message, in, end, version, context, true, false, nullptr);
 }
 
 int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
@@ -305,11 +301,14 @@ int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, 
          "a message of another class is read into");
     return -1;
   }
+  const bool reuses = !merge && kwxml::MessageReuse::canBegin(message, message.getClass());
   if (!merge) {
-    message.reset();
-    message.wipeBitset();
+    if (!reuses) {
+      message.reset();
+    }
+    message.wipeBitset();  // and no more: cached texts stay
   }
-  if (!readOutermost(message, in, buffer.length(), version, context, merge, observer)) {
+  if (!readOutermost(message, in, buffer.length(), version, context, merge, reuses, observer)) {
     log().logError(function, "Error unserializing from buffer on object [%s]", message.getTagName().c_str());
     return -1;
   }
@@ -339,7 +338,7 @@ YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextI
     return nullptr;
   }
   message->wipeBitset();
-  if (!readOutermost(*message, in, buffer.length(), version, context, false, observer)) {
+  if (!readOutermost(*message, in, buffer.length(), version, context, false, false, observer)) {
     log().logError(function, "Error unserializing from buffer on object [%s]", message->getTagName().c_str());
     return nullptr;
   }

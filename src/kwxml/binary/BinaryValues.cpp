@@ -22,83 +22,101 @@ constexpr std::string_view noClass = "the catalogue lacks the class of a nested 
 
 }  // namespace
 
-bool BodyReader::overruns(const FieldDef& def, std::size_t size, const char* kind)
+template <class Watch>
+bool BodyReader<Watch>::overruns(const FieldDef* def, std::size_t size, const char* kind)
 {
   log().logError(
       readerFunction,
       "Error constructing %s field [%s]. Specified string size [%d] causes a buffer overrun. Buffer size "
       ": [%d]. CurrentPosition : [%d]",
-      kind, def.getName(), static_cast<int>(size), static_cast<int>(in_.size()),
+      kind, def->getName(), static_cast<int>(size), static_cast<int>(in_.size()),
       static_cast<int>(in_.position()));
-  if (call_.problems != nullptr) {
-    const std::string remark = std::string("a ") + kind + " of " + std::to_string(size) + " bytes where " +
-                               std::to_string(in_.left()) + " are left";
-    tellEnd(ProblemKind::BufferCut, &def, remark);
-  }
+  watch_.ended(in_.position(), ProblemKind::BufferCut, def, tooLong(kind, size, in_.left()));
   return false;
 }
 
-bool BodyReader::text(Text& out, const FieldDef& def, const char* kind)
+template <class Watch>
+[[gnu::always_inline]] inline bool BodyReader<Watch>::text(std::string_view& out, const FieldDef& def,
+                                                           const char* kind)
 {
-  out.size = in_.varint();
+  const std::size_t size = in_.varint();
   if (in_.failed()) {
-    tellEnd(ProblemKind::BufferCut, &def, "the bytes end within a length");
+    watch_.ended(in_.position(), ProblemKind::BufferCut, &def, "the bytes end within a length");
     return false;
   }
-  if (out.size > in_.left()) {
-    return overruns(def, out.size, kind);
+  watch_.length(in_.position(), size);
+  if (size > in_.left()) {
+    return overruns(&def, size, kind);
   }
-  out.data = in_.at();
-  in_.skip(out.size);
+  out = {in_.at(), size};
+  in_.skip(size);
   return true;
 }
 
-std::string BodyReader::bytes(const Text& text, const FieldDef& def)
+template <class Watch>
+[[gnu::always_inline]] inline bool BodyReader<Watch>::string(std::string_view& out, const FieldDef& def,
+                                                             const char* kind)
 {
-  std::string raw(text.data, strnlen(text.data, text.size));
-  if (raw.size() < text.size) {
-    tell(ProblemKind::TextRescued, &def, "bytes are read up to the first zero among them");
+  if (!text(out, def, kind)) {
+    return false;
   }
-  if (std::string decoded; call_.version > 1) {
-    if (base64Decode(raw, decoded)) {
-      return decoded;
-    }
-    tell(ProblemKind::TextRescued, &def, "bytes that are no base64 are kept as they are");
-  }
-  return raw;
+  watch_.string(in_.position(), out);
+  return true;
 }
 
-bool BodyReader::readNested(YMMessageBase& owner, YMMessageBase& nested, const FieldDef& def,
-                            std::uint32_t index, const char* part)
+template <class Watch>
+std::string BodyReader<Watch>::bytes(std::string_view text, const FieldDef& def)
+{
+  std::string raw(text.data(), strnlen(text.data(), text.size()));
+  const std::size_t used = raw.size();
+  const bool encoded = call_.version > 1;
+  std::string decoded;
+  const bool good = encoded && base64Decode(raw, decoded);
+  watch_.bytes(in_.position(), def, {text, used, encoded, good, decoded.size()});
+  return good ? decoded : raw;
+}
+
+template <class Watch>
+bool BodyReader<Watch>::readNested(YMMessageBase& owner, YMMessageBase& nested, bool reused,
+                                   const FieldDef& def, std::uint32_t index, const char* part)
 {
   const std::uint32_t size = in_.varint();
   owner.SetCachedSize(size);
-  nested.wipeBitset();
-  if (call_.problems == nullptr) [[likely]] {
-    return readFields(nested, in_.position() + size);
+  if (reused) {
+    MessageReuse::begin(nested);
+  } else {
+    nested.wipeBitset();
   }
-  call_.problems->enter(def, index, part);
-  if (in_.position() + size > bodyEnd_) {  // it is read as far as it goes
-    const std::string remark = "a message of " + std::to_string(size) + " bytes where " +
-                               std::to_string(bodyEnd_ - std::min(bodyEnd_, in_.position())) + " are left";
-    tell(ProblemKind::BufferCut, nullptr, remark);
+  const bool opened = Watch::follows && !in_.failed();
+  if (opened) {
+    watch_.open(in_.position(), def, nested, size, bodyEnd_, index, part);
   }
+  const MessageReuse::Scope scope(reused ? &nested : nullptr);
+  const bool outer = std::exchange(reused_, reused);
   const bool good = readFields(nested, in_.position() + size);
-  call_.problems->leave();
+  reused_ = outer;
+  if (opened) {
+    watch_.close(in_.position(), good);
+  }
   return good;
 }
 
 // ---- Values by type
 
+template <class Watch>
 template <class Tag>
-bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
+bool BodyReader<Watch>::readValue(Tag, YMMessageBase& message, const FieldDef& def)
 {
   using Value = typename Tag::Value;
   if constexpr (Tag::type == FIELD_ULONGLONG) {
-    MessageAccess::raw(message, def.slot) = static_cast<long long>(in_.fixed<std::uint64_t>());
+    long long& slot = MessageAccess::raw(message, def.slot);
+    slot = static_cast<long long>(in_.fixed<std::uint64_t>());
     MessageAccess::mark(message, def);
+    if (Watch::follows && !in_.failed()) {
+      watch_.number(in_.position(), message, def, slot);
+    }
   } else if constexpr (ByteString<Tag>) {
-    Text value;
+    std::string_view value;
     if (!text(value, def, "bstring")) {
       return false;
     }
@@ -112,6 +130,8 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
     Value*& list = MessageAccess::pointer<Value>(message, def.slot);
     if (list == nullptr) {
       list = new Value;
+    } else if (std::is_arithmetic_v<typename Value::value_type> && isStale(message, def)) {
+      list->clear();
     }
     MessageAccess::mark(message, def);
     if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
@@ -119,25 +139,7 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
     } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
       return readObjects(message, def, *list);
     } else {
-      constexpr const char* kind = Tag::type == FIELD_LIST_STRING ? "list<string>" : "list<bstring>";
-      constexpr std::size_t smallest = wire::keySize + 1;
-      const std::uint32_t count = pendingCount_;
-      list->clear();
-      list->reserve(std::min<std::size_t>(count, in_.left() / smallest + 1));
-      for (std::uint32_t i = 0; i < count; ++i) {
-        Text item;
-        if (i > 0) {
-          in_.pass(wire::keySize);  // the key again, whatever it is
-        }
-        if (!text(item, def, kind)) {
-          return false;
-        }
-        if constexpr (Tag::type == FIELD_LIST_STRING) {
-          list->emplace_back(item.data, item.size);
-        } else {
-          list->emplace_back(bytes(item, def));
-        }
-      }
+      return readTexts(*list, def);
     }
   } else if constexpr (MapValue<Tag>) {
     return readMap<Tag>(message, def);
@@ -145,19 +147,97 @@ bool BodyReader::readValue(Tag, YMMessageBase& message, const FieldDef& def)
   return true;
 }
 
+template <class Watch>
+template <class Item>
+bool BodyReader<Watch>::readTexts(std::vector<Item>& list, const FieldDef& def)
+{
+  constexpr bool isString = std::is_same_v<Item, std::string>;
+  constexpr const char* kind = isString ? "list<string>" : "list<bstring>";
+  constexpr std::size_t smallest = wire::keySize + 1;
+  const std::uint32_t count = pendingCount_;
+  ListFilling filling(list);
+  list.reserve(std::min<std::size_t>(count, in_.left() / smallest + 1));
+  if (count == 0) {
+    watch_.noElements();
+  }
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (i > 0 && !passKey(def)) {
+      return false;
+    }
+    watch_.place(i, nullptr);
+    std::string_view item;
+    if constexpr (isString) {
+      if (!string(item, def, kind)) {
+        return false;
+      }
+      if (std::string* const old = filling.old()) {
+        old->assign(item);
+      } else {
+        list.emplace_back(item);
+      }
+    } else {
+      if (!text(item, def, kind)) {
+        return false;
+      }
+      if (bstring* const old = filling.old()) {
+        *old = bstring(bytes(item, def));
+      } else {
+        list.emplace_back(bytes(item, def));
+      }
+    }
+    filling.next();
+  }
+  return true;
+}
+
+/// The key again, whatever it is. False when the bytes end within it.
+template <class Watch>
+bool BodyReader<Watch>::passKey(const FieldDef& def)
+{
+  in_.pass(wire::keySize);
+  if (in_.failed()) {
+    watch_.ended(in_.position(), ProblemKind::BufferCut, &def,
+                 "the bytes end within the key before an element");
+    return false;
+  }
+  watch_.nextElement(in_.position());
+  return true;
+}
+
+template <class Watch>
 template <class Number>
-bool BodyReader::readNumbers(std::vector<Number>& list, const FieldDef& def)
+bool BodyReader<Watch>::readNumbers(std::vector<Number>& list, const FieldDef& def)
 {
   constexpr NumberForm form = wire::elementForm<Number>;
-  in_.varint();  // the size of all elements: the count says it too
+  const std::uint32_t size = in_.varint();  // of all elements: the count says it too
   const std::size_t count = pendingCount_;
+  if (Watch::follows && !in_.failed()) {
+    watch_.count(in_.position(), def, pendingCount_, size);
+  }
   if (count > in_.left() / wire::smallest(form)) {
-    tellEnd(ProblemKind::BufferCut, &def, "the bytes that are left cannot hold so many elements");
+    watch_.ended(in_.position(), ProblemKind::BufferCut, &def,
+                 "the bytes that are left cannot hold " + std::to_string(count) + " elements");
     in_.pass(in_.left() + 1);
     return false;
   }
   list.resize(count);
-  if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
+  if constexpr (Watch::explains) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
+        using Bits = std::conditional_t<form == NumberForm::Fixed8, std::uint64_t, std::uint32_t>;
+        list[i] = std::bit_cast<Number>(in_.fixed<Bits>());
+      } else {
+        const std::uint32_t bits = in_.varint();
+        list[i] =
+            form == NumberForm::Zigzag ? static_cast<Number>(unzigzag(bits)) : static_cast<Number>(bits);
+      }
+      if (in_.failed()) {
+        break;
+      }
+      watch_.place(i, nullptr);
+      watch_.element(in_.position(), def, list[i]);
+    }
+  } else if constexpr (form == NumberForm::Fixed8 || form == NumberForm::Fixed4) {
     if constexpr (std::endian::native == std::endian::little) {
       if (count != 0) {
         std::memcpy(list.data(), in_.at(), count * sizeof(Number));
@@ -189,19 +269,25 @@ bool BodyReader::readNumbers(std::vector<Number>& list, const FieldDef& def)
   return true;
 }
 
-bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
+template <class Watch>
+bool BodyReader<Watch>::readPassword(YMMessageBase& message, const FieldDef& def)
 {
-  Text raw;
+  std::string_view raw;
   if (!text(raw, def, "pstring")) {
     return false;
   }
   const AnnotationRecord annotations(def.annotations);
   if (!annotations.present()) {
     log().logError(readerFunction, "No Password annotation found on member : %s", def.getName());
-    tellEnd(ProblemKind::PasswordUnreadable, &def, "has no annotation that says how it is protected");
+    watch_.ended(in_.position(), ProblemKind::PasswordUnreadable, &def,
+                 "no annotation says how the password is protected");
     return false;
   }
-  const std::string received(raw.data, raw.size);
+  if constexpr (Watch::explains) {
+    watch_.password(in_.position(), raw, annotations.passwordType());
+    return true;  // nobody asks for it
+  }
+  const std::string received(raw);
   std::optional<pstring> password;
   if (annotations.passwordType() != Annotation::UNKNOWN && call_.version >= 2) {
     const EncodingFlags flags;
@@ -209,7 +295,10 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
     if (!password) {
       log().logError(readerFunction, "Password Handler Not Found while serializing pstring field [%s]",
                      def.getName());
-      tell(ProblemKind::PasswordUnreadable, &def, passwordObstacle({flags, call_.context}, def));
+      if (Watch::follows) {
+        watch_.met(in_.position(), ProblemKind::PasswordUnreadable, &def,
+                   passwordObstacle({flags, call_.context}, def));
+      }
       return true;  // the field stays unset
     }
   } else {
@@ -221,63 +310,79 @@ bool BodyReader::readPassword(YMMessageBase& message, const FieldDef& def)
   return true;
 }
 
-bool BodyReader::readObject(YMMessageBase& message, const FieldDef& def)
+template <class Watch>
+bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
 {
   const PackedReference reference = packedReference(def);
   YMMessageBase*& nested = MessageAccess::pointer<YMMessageBase>(message, def.slot);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
-    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
     return false;
   }
+  const _ClassDef* const cls = findClass(reference);
+  const bool stale = nested != nullptr && isStale(message, def);
+  const bool reused = stale && MessageReuse::canBegin(*nested, cls);
+  if (stale && !reused) {
+    delete std::exchange(nested, nullptr);
+  }
   if (nested == nullptr) {
-    nested = findClass(reference) != nullptr ? new (std::nothrow)
-                                                   YMMessageBase(reference.system, reference.classIndex)
-                                             : nullptr;
+    nested =
+        cls != nullptr ? new (std::nothrow) YMMessageBase(reference.system, reference.classIndex) : nullptr;
     if (nested == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
-      tellEnd(ProblemKind::ClassUnknown, &def, noClass);
+      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
       return false;
     }
   }
   MessageAccess::mark(message, def);
-  if (!readNested(message, *nested, def)) {
+  if (!readNested(message, *nested, reused, def)) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
     return false;
   }
   return true;
 }
 
-bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::vector<YMMessageBase>& list)
+template <class Watch>
+bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
+                                    std::vector<YMMessageBase>& list)
 {
   const PackedReference reference = packedReference(def);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
-    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
     return false;
   }
   constexpr std::size_t smallest = wire::keySize + 1;
   const std::uint32_t count = pendingCount_;
-  list.clear();
+  const _ClassDef* const cls = findClass(reference);
+  ListFilling filling(list);
+  if (count == 0) {
+    watch_.noElements();
+  }
   // Lists nest: each level could set memory apart for all the bytes that are left.
   constexpr std::uint64_t mostAtOnce = 4096;
   list.reserve(std::min<std::uint64_t>({count, in_.left() / smallest + 1, mostAtOnce}));
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (i > 0) {
-      in_.pass(wire::keySize);  // the key again, whatever it is
-    }
-    if (in_.failed()) {
+    if ((i > 0 && !passKey(def)) || in_.failed()) {
       return false;
     }
-    if (findClass(reference) == nullptr) {
+    if (cls == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
-      tellEnd(ProblemKind::ClassUnknown, &def, noClass);
+      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
       return false;
     }
-    YMMessageBase& item = list.emplace_back(reference.system, reference.classIndex);
-    if (!readNested(message, item, def, i)) {
+    YMMessageBase* item = filling.old();
+    const bool reused = item != nullptr && MessageReuse::canBegin(*item, cls);
+    if (item == nullptr) {
+      item = &list.emplace_back(reference.system, reference.classIndex);
+    } else if (!reused) {
+      *item = YMMessageBase();
+    }
+    filling.next();
+    if (!readNested(message, *item, reused, def, i)) {
       log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
       return false;
     }
@@ -286,45 +391,53 @@ bool BodyReader::readObjects(YMMessageBase& message, const FieldDef& def, std::v
 }
 
 /// A key or a value; `what` is its kind, or of a message what the line about it adds to the field.
+template <class Watch>
 template <class T>
-bool BodyReader::readMapPart(YMMessageBase& message, const FieldDef& def, T& part, const char* what,
-                             std::uint32_t index, const char* role)
+bool BodyReader<Watch>::readMapPart(YMMessageBase& message, const FieldDef& def, T& part, const char* what,
+                                    std::uint32_t index, const char* role)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
-    if (readNested(message, part, def, index, role)) {
+    if (readNested(message, part, false, def, index, role)) {
       return true;
     }
     log().logError(readerFunction, "Error unserializing on field [%s]%s", def.getName(), what);
     return false;
   } else if constexpr (std::is_same_v<T, std::string>) {
-    Text raw;
-    if (!text(raw, def, what)) {
+    watch_.place(index, role);
+    std::string_view raw;
+    if (!string(raw, def, what)) {
       return false;
     }
-    part.assign(raw.data, raw.size);
+    part.assign(raw);
     return true;
   } else {
+    watch_.place(index, role);
     part = static_cast<long long>(in_.fixed<std::uint64_t>());
+    if (Watch::follows && !in_.failed()) {
+      watch_.partNumber(in_.position(), part);
+    }
     return !in_.failed();
   }
 }
 
 /// A new message for a map, of the first or second class that the field's name begins with; none, logged,
 /// where there is no such class.
-std::optional<YMMessageBase> BodyReader::makeMapPart(const FieldDef& def, int which)
+template <class Watch>
+std::optional<YMMessageBase> BodyReader<Watch>::makeMapPart(const FieldDef& def, int which)
 {
   const PackedReference reference = packedReference(def, which);
   if (reference.system == 0 || findClass(reference) == nullptr) {
     log().logError(readerFunction, "Error constructing map object : [%s]", def.getName());
-    tellEnd(ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
     return std::nullopt;
   }
   return std::optional<YMMessageBase>(std::in_place, reference.system, reference.classIndex);
 }
 
+template <class Watch>
 template <class Tag>
-bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename Tag::Value& map,
-                           std::uint32_t index)
+bool BodyReader<Watch>::readEntry(YMMessageBase& message, const FieldDef& def, typename Tag::Value& map,
+                                  std::uint32_t index)
 {
   using Key = typename Tag::Value::key_type;
   using Value = typename Tag::Value::mapped_type;
@@ -344,7 +457,8 @@ bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename
     // A writer puts the entries in the map's own order.
     map.emplace_hint(map.end(), std::move(key), std::move(value));
     if (map.size() == before) {
-      tell(ProblemKind::GivenTwice, &def, "a key is given more than once; its first value counts");
+      watch_.met(in_.position(), ProblemKind::GivenTwice, &def,
+                 "a key is given more than once; its first value counts");
     }
     return true;
   };
@@ -367,13 +481,25 @@ bool BodyReader::readEntry(YMMessageBase& message, const FieldDef& def, typename
   }
 }
 
+template <class Watch>
 template <class Tag>
-bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
+bool BodyReader<Watch>::readMap(YMMessageBase& message, const FieldDef& def)
 {
   using Map = typename Tag::Value;
-  in_.varint();  // the size of all entries: the count says it too
-  const std::uint32_t keyCode = in_.varint();
-  const std::uint32_t valueCode = in_.varint();
+  const auto varint = [this](auto told) {
+    const std::uint32_t value = in_.varint();
+    if (Watch::follows && !in_.failed()) {
+      told(value);
+    }
+    return value;
+  };
+  varint([&](std::uint32_t size) {  // of all entries: the count says it too
+    watch_.count(in_.position(), def, pendingCount_, size);
+  });
+  const std::uint32_t keyCode =
+      varint([&](std::uint32_t code) { watch_.mapCode(in_.position(), "keys", code); });
+  const std::uint32_t valueCode =
+      varint([&](std::uint32_t code) { watch_.mapCode(in_.position(), "values", code); });
   if (in_.failed()) {
     return false;
   }
@@ -385,18 +511,21 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
                    "= [%d]\nValue type = [%d]; received value type = [%d] ",
                    def.getName(), ownKeyCode, static_cast<int>(keyCode), ownValueCode,
                    static_cast<int>(valueCode));
-    tellEnd(ProblemKind::BufferCut, &def, "keys or values are not coded as those of the map");
+    watch_.ended(in_.position(), ProblemKind::BufferCut, &def,
+                 "keys or values are not coded as those of the map");
     return false;
   }
   Map*& map = MessageAccess::pointer<Map>(message, def.slot);
   if (map == nullptr) {
     map = new Map;
+  } else if (isStale(message, def)) {
+    map->clear();
   }
   MessageAccess::mark(message, def);
   const std::uint32_t count = pendingCount_;
   for (std::uint32_t i = 0; i < count; ++i) {
     if (in_.left() == 0) {
-      tellEnd(ProblemKind::BufferCut, &def, "the bytes end before an entry");
+      watch_.ended(in_.position(), ProblemKind::BufferCut, &def, "the bytes end before an entry");
       in_.pass(1);  // fails
       return false;
     }
@@ -407,9 +536,14 @@ bool BodyReader::readMap(YMMessageBase& message, const FieldDef& def)
   return true;
 }
 
-bool BodyReader::readOther(YMMessageBase& message, const FieldDef& def)
+template <class Watch>
+bool BodyReader<Watch>::readOther(YMMessageBase& message, const FieldDef& def)
 {
   return visitFieldType(def.type, [&](auto tag) { return readValue(tag, message, def); });
 }
+
+template class BodyReader<Unwatched>;
+template class BodyReader<Traced>;
+template class BodyReader<Explaining>;
 
 }  // namespace kwxml

@@ -3,13 +3,14 @@
 #pragma once
 
 #include <kwxml/binary/BinaryCursor.h>
-#include <kwxml/binary/BinaryProblems.h>
 #include <kwxml/binary/BinaryReader.h>
+#include <kwxml/binary/ReadWatches.h>
 #include <kwxml/binary/WireFormat.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/MessageReuse.h>
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kwxml {
@@ -17,21 +18,22 @@ namespace kwxml {
 /// Under which the log knows the walk.
 inline constexpr const char* readerFunction = "BinarySerializer::unserializeBinaryRecur";
 
+/// `Watch` is who follows the walk (see ReadWatches.h): nobody, at no cost, but where people want to know
+/// more.
+template <class Watch>
 class BodyReader
 {
 public:
-  BodyReader(Cursor& in, DecodeCall& call) : in_(in), call_(call), bodyEnd_(in.size()) {}
+  /// The values of a message that is `reused` are those of a former one: see MessageReuse.
+  BodyReader(Cursor& in, DecodeCall& call, Watch& watch, bool reused)
+      : in_(in), call_(call), watch_(watch), bodyEnd_(in.size()), reused_(reused)
+  {
+  }
 
   bool readFields(YMMessageBase& message, std::uint64_t end);
 
 private:
-  struct Text
-  {
-    const char* data = nullptr;
-    std::size_t size = 0;
-  };
-
-  bool skipUnknown(std::uint32_t key);
+  bool skipUnknown(const YMMessageBase& message, std::uint32_t key);
   [[gnu::noinline]] bool readOther(YMMessageBase& message, const FieldDef& def);
   template <class Tag>
   [[gnu::noinline]] bool readValue(Tag, YMMessageBase& message, const FieldDef& def);
@@ -39,12 +41,22 @@ private:
 
   /// A length and what it counts. False, logged under the kind of value, when that does not lie in the
   /// stream.
-  bool text(Text& out, const FieldDef& def, const char* kind);
+  bool text(std::string_view& out, const FieldDef& def, const char* kind);
+  /// The same, to the end, of what people may see.
+  bool string(std::string_view& out, const FieldDef& def, const char* kind);
   /// The error line of a length that is none; false.
-  bool overruns(const FieldDef& def, std::size_t size, const char* kind);
+  bool overruns(const FieldDef* def, std::size_t size, const char* kind);
   /// What a byte string's text stands for.
-  std::string bytes(const Text& text, const FieldDef& def);
+  std::string bytes(std::string_view text, const FieldDef& def);
 
+  /// Whether what a field holds that is not set is left from a former message.
+  bool isStale(const YMMessageBase& message, const FieldDef& def) const
+  {
+    return reused_ && !MessageAccess::isSet(message, def);
+  }
+  bool passKey(const FieldDef& def);
+  template <class Item>
+  bool readTexts(std::vector<Item>& list, const FieldDef& def);
   template <class Number>
   bool readNumbers(std::vector<Number>& list, const FieldDef& def);
   bool readObjects(YMMessageBase& message, const FieldDef& def, std::vector<YMMessageBase>& list);
@@ -60,29 +72,16 @@ private:
 
   /// Size and body of a message that has just been built, or is read anew: the value of a field, of its place
   /// `index` where there are several, and of an entry's part.
-  bool readNested(YMMessageBase& owner, YMMessageBase& nested, const FieldDef& def, std::uint32_t index = 0,
-                  const char* part = nullptr);
-
-  // What an observer is told. The checks behind these are for it alone.
-  void tell(ProblemKind kind, const FieldDef* def, std::string_view remark)
-  {
-    if (call_.problems != nullptr) [[unlikely]] {
-      call_.problems->tell(kind, in_.position(), {.field = def, .remark = remark});
-    }
-  }
-  void tellEnd(ProblemKind kind, const FieldDef* def, std::string_view remark)
-  {
-    if (call_.problems != nullptr) [[unlikely]] {
-      call_.problems->tellEnd(kind, in_.position(), {.field = def, .remark = remark});
-    }
-  }
-  void checkKey(const YMMessageBase& message, const FieldDef* def, std::uint32_t key, std::uint64_t position);
+  bool readNested(YMMessageBase& owner, YMMessageBase& nested, bool reused, const FieldDef& def,
+                  std::uint32_t index = 0, const char* part = nullptr);
 
   Cursor& in_;
   DecodeCall& call_;
+  Watch& watch_;
   std::uint64_t bodyEnd_;                        ///< of the body that is being read
   std::uint64_t markerEnd_ = ~std::uint64_t{0};  ///< behind the last collection marker
   std::uint32_t pendingCount_ = 0;               ///< what the last collection marker of this body announced
+  bool reused_;                                  ///< the message of this body is
 };
 
 }  // namespace kwxml

@@ -3,7 +3,7 @@
 #include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/MessageReuse.h>
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
@@ -11,6 +11,8 @@
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XmlCh.h>
 #include <kwxml/xml/XmlText.h>
+
+#include <utility>
 
 namespace kwxml {
 
@@ -45,6 +47,9 @@ MessageReader::MessageReader()
 
 MessageReader::~MessageReader()
 {
+  while (!reuses_.empty()) {  // memory ran out while the root was read
+    endReuse();
+  }
   if (ownsRoot_) {
     delete root_;
   }
@@ -130,6 +135,9 @@ bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
   }
   if (target_ != nullptr) {
     root_ = target_;
+  } else if (reusable_ != nullptr && reusable_->getClass() == findClass(system, index)) {
+    root_ = reusable_;
+    beginReuse(root_);
   } else {
     root_ = new YMMessageBase(system, index);
     ownsRoot_ = true;
@@ -155,8 +163,11 @@ void MessageReader::prepare(YMMessageBase& message) const
 }
 
 bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes,
-                                 bool isKey)
+                                 bool isKey, bool reused)
 {
+  if (!reuses_.empty()) {
+    beginReuse(reused ? message : nullptr);
+  }
   if (++messageDepth_ > maxMessageNesting) {
     log().logError(startFunction, "Messages nest deeper than [%d]", maxMessageNesting);
     tell(ProblemKind::TooDeep, {.remark = "messages nest too deep"});
@@ -185,12 +196,17 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
       if (list == nullptr) {
         list = new std::vector<YMMessageBase>;
       }
+      bool reused = false;
+      YMMessageBase& message = addMessage(def, *list, reference, reused);
       MessageAccess::mark(*current_, def);
-      list->emplace_back(reference.system, reference.classIndex);
-      prepare(list->back());
-      return enterMessage(&list->back(), &def, attributes);
+      return enterMessage(&message, &def, attributes, false, reused);
     } else if constexpr (MessageValue<Tag>) {
       auto*& stored = MessageAccess::pointer<YMMessageBase>(*current_, def.slot);
+      const bool stale = stored != nullptr && isStale(def);
+      const bool reused = stale && MessageReuse::canBegin(*stored, findClass(packedReference(def)));
+      if (stale && !reused) {
+        delete std::exchange(stored, nullptr);
+      }
       if (stored == nullptr) {
         stored = createReferenced(def);
         if (stored == nullptr) {
@@ -198,12 +214,12 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
           return true;
         }
         prepare(*stored);
-      } else if (target_ == nullptr) {
+      } else if (target_ == nullptr && !reused) {
         prepare(*stored);
       }
       checkGiven(def);
       MessageAccess::mark(*current_, def);
-      return enterMessage(stored, &def, attributes);
+      return enterMessage(stored, &def, attributes, false, reused);
     } else if constexpr (MapValue<Tag>) {
       entries_.emplace_back(&def);
       lastMapName_ = def.getName();
@@ -334,6 +350,9 @@ void MessageReader::endElement(std::string_view name)
       }
       break;
     case Kind::Message:
+      if (!reuses_.empty()) {
+        endReuse();
+      }
       current_ = frame.enclosing;
       --messageDepth_;
       if (!given_.empty()) {
@@ -396,6 +415,8 @@ void MessageReader::processMapEnd(const FieldDef& field)
       auto*& map = MessageAccess::pointer<typename Tag::Value>(*current_, field.slot);
       if (map == nullptr) {
         map = new typename Tag::Value;
+      } else if (isStale(field)) {
+        map->clear();
       }
       MessageAccess::mark(*current_, field);
       // An entry without its key or its value is none.

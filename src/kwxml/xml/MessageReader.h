@@ -65,6 +65,12 @@ public:
   /// Reads into a message of the caller instead of a new one: its fields stay unless the document sets them.
   void readInto(YMMessageBase* message) { target_ = message; }
 
+  /// Reads into that message if it is of the root's class, as into a new one that takes over the memory of
+  /// its values. Only for documents that are known to be read to their end, and not together with readInto(),
+  /// an observer, or defaults that are kept. MessageReuse must be able to begin with it; it outlives the
+  /// reader.
+  void reuse(YMMessageBase* message) { reusable_ = message; }
+
   /// Who is told of problems, and who knows where they are; both null (nobody is told) or neither. They
   /// outlive the reading.
   void setObserver(ReadObserver* observer, const XmlPlaces* places);
@@ -129,12 +135,30 @@ private:
     std::unique_ptr<YMMessageBase> objectValue;
   };
 
+  /// An open message whose values may be stale (null where they are not: that one is new), and its list that
+  /// is being filled over old items.
+  struct Reuse
+  {
+    YMMessageBase* message;
+    const FieldDef* list = nullptr;
+    std::size_t filled = 0;
+  };
+
   bool startRoot(std::string_view name, XmlAttributes attributes);
   bool startField(const FieldDef& def, std::string_view name, XmlAttributes attributes);
   bool startMapPart(bool isKey, std::string_view name, XmlAttributes attributes);
-  bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes,
-                    bool isKey = false);
+  bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes, bool isKey = false,
+                    bool reused = false);
   void prepare(YMMessageBase& message) const;
+  bool isStale(const FieldDef& def) const { return !reuses_.empty() && isOld(def); }
+  bool isOld(const FieldDef& def) const;
+  template <class Item>
+  Item* oldItem(const FieldDef& def, std::vector<Item>& list);
+  YMMessageBase& addMessage(const FieldDef& def, std::vector<YMMessageBase>& list,
+                            const PackedReference& reference, bool& reused);
+  void endList(Reuse& reuse) noexcept;
+  void beginReuse(YMMessageBase* message);
+  void endReuse() noexcept;
   void startSkipping(std::string_view name);
   void endScalar(const Frame& frame);
   const FieldDef* findField(std::uint32_t hash) const;
@@ -213,6 +237,8 @@ private:
   bool started_ = false;
   YMMessageBase* current_ = nullptr;
   YMMessageBase* target_ = nullptr;
+  YMMessageBase* reusable_ = nullptr;
+  std::vector<Reuse> reuses_;  ///< of all open messages where the root is reused; else empty
   bool keepDefaults_ = false;
   int messageDepth_ = 0;
   bool skipping_ = false;

@@ -290,12 +290,22 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
     auto made = std::make_unique<typename Tag::Value>();
     made->reserve(128 / sizeof(Item));
     list = made.release();
+  } else if (!std::is_same_v<Item, std::string> && isStale(def)) {
+    list->clear();
   }
   if constexpr (std::is_same_v<Item, std::string>) {
     if (isItself(text)) [[likely]] {
-      list->emplace_back(text);
+      if (std::string* const old = oldItem(def, *list)) {
+        old->assign(text);
+      } else {
+        list->emplace_back(text);
+      }
     } else if (std::string item; unescape(text, item)) {
-      list->push_back(std::move(item));
+      if (std::string* const old = oldItem(def, *list)) {
+        *old = std::move(item);
+      } else {
+        list->push_back(std::move(item));
+      }
     } else {
       tell(ProblemKind::ItemUnreadable, {.field = &def, .remark = loneSurrogate});
       return false;

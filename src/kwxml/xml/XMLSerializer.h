@@ -132,6 +132,7 @@ private:
 
   XMLSerializationSupport listeners_;
   kwxml::ReadObserver* observer_ = nullptr;
+  YMMessageBase* reused_ = nullptr;  ///< the message that is read into, where its memory can be kept
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;
 };

@@ -3,7 +3,7 @@
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/Log.h>
-#include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/MessageReuse.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageReader.h>
@@ -31,15 +31,21 @@ constexpr int parseFailed = 5;
 using ReadingEnded = xercesc::SAXException;
 
 /// Reads the document by the scanner when that accepts it; false when the parser has to.
-bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, std::string_view xml)
+bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, YMMessageBase* reused,
+                   std::string_view xml)
 {
   kwxml::MessageReader* reader = handler.rulesForAnotherFeed();
   if (reader == nullptr) {
     return false;
   }
-  kwxml::XmlScanner scanner(xml);
+  // The text may be a part of the message.
+  const std::string apart(reused != nullptr ? xml : std::string_view());
+  kwxml::XmlScanner scanner(reused != nullptr ? std::string_view(apart) : xml);
   if (!scanner.accepts()) {
     return false;
+  }
+  if (scanner.deepest() <= kwxml::maxMessageNesting) {  // no more can end the reading
+    reader->reuse(reused);
   }
   reader->setObserver(observer, &scanner);
   const bool whole = scanner.tell(*reader);
@@ -125,7 +131,7 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
     return parseFailed;
   }
   const auto parse = [&](kwxml::ParserMemory& memory) {
-    if (!readByScanner(*handler, observer_, xml)) {
+    if (!readByScanner(*handler, observer_, reused_, xml)) {
       const auto source = kwxml::narrowSource(xml);
       kwxml::GuardedReader reader(memory, *handler);
       reader.readNarrow(skipValidation);
@@ -166,7 +172,8 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
   }
   const auto parse = [&](kwxml::ParserMemory& memory) {
     std::string narrow;
-    if (validate || kwxml::appendLooseUtf8(narrow, text) || !readByScanner(*handler, observer_, narrow)) {
+    if (validate || kwxml::appendLooseUtf8(narrow, text) ||
+        !readByScanner(*handler, observer_, reused_, narrow)) {
       const auto source = kwxml::wideSource(text);
       kwxml::GuardedReader reader(memory, *handler);
       reader.readWide(validate);
@@ -199,9 +206,16 @@ int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse par
     merged = message;
     handler.setTargetMessage(&merged);
   }
+  const bool reuses =
+      !merge && observer_ == nullptr && kwxml::MessageReuse::canBegin(message, message.getClass());
+  reused_ = reuses ? &message : nullptr;
   const int result = parse(handler);
+  reused_ = nullptr;
   if (result != 0) {
     return result;
+  }
+  if (handler.getMessage() == &message) {
+    return 0;  // read in its place
   }
   if (merge) {
     message = std::move(merged);

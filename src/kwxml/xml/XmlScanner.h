@@ -28,6 +28,8 @@ public:
   [[nodiscard]] bool accepts();
   /// The same for what a parser sees that stops behind the start tag of the root.
   [[nodiscard]] bool acceptsBeginning();
+  /// How deep the elements of an accepted document nest.
+  int deepest() const { return deepest_; }
 
   /// How many bytes of the text the first of several documents takes, with layout and comments behind it; all
   /// of them when that one is not accepted.
@@ -82,6 +84,7 @@ private:
 
   Name open_[maxElementNesting];  ///< of the open elements
   int depth_ = 0;
+  int deepest_ = 0;
   /// No value has references, or layout that stands for blanks.
   bool valuesAreThemselves_ = true;
 

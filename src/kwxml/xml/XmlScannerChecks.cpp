@@ -244,6 +244,7 @@ bool XmlScanner::checkStartTag(const char*& at)
   const char* p = name;  // in a register: nobody else has its address
   skip(p, nameRest);
   open_[depth_++] = {name, static_cast<std::size_t>(p - name)};
+  deepest_ = std::max(deepest_, depth_);
   ++tagNumber_;
   count_ = 0;
   tabled_ = 0;
