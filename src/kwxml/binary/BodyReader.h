@@ -15,6 +15,9 @@
 
 namespace kwxml {
 
+/// Where a class is not in the catalogue.
+inline constexpr std::string_view noClass = "the catalogue lacks the class of a nested message";
+
 /// Under which the log knows the walk.
 inline constexpr const char* readerFunction = "BinarySerializer::unserializeBinaryRecur";
 
@@ -83,5 +86,34 @@ private:
   std::uint32_t pendingCount_ = 0;               ///< what the last collection marker of this body announced
   bool reused_;                                  ///< the message of this body is
 };
+
+template <class Watch>
+[[gnu::always_inline]] inline bool BodyReader<Watch>::text(std::string_view& out, const FieldDef& def,
+                                                           const char* kind)
+{
+  const std::size_t size = in_.varint();
+  if (in_.failed()) {
+    watch_.ended(in_.position(), ProblemKind::BufferCut, &def, "the bytes end within a length");
+    return false;
+  }
+  watch_.length(in_.position(), size);
+  if (size > in_.left()) {
+    return overruns(&def, size, kind);
+  }
+  out = {in_.at(), size};
+  in_.skip(size);
+  return true;
+}
+
+template <class Watch>
+[[gnu::always_inline]] inline bool BodyReader<Watch>::string(std::string_view& out, const FieldDef& def,
+                                                             const char* kind)
+{
+  if (!text(out, def, kind)) {
+    return false;
+  }
+  watch_.string(in_.position(), out);
+  return true;
+}
 
 }  // namespace kwxml

@@ -331,4 +331,54 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
   return true;
 }
 
+void MessageReader::processMapEnd(const FieldDef& field)
+{
+  if (entries_.empty() || current_ == nullptr) {
+    return;  // no entry is open
+  }
+  Entry entry = std::move(entries_.back());
+  entries_.pop_back();
+  visitFieldType(field.type, [&]<class Tag>(Tag) {
+    if constexpr (MapValue<Tag>) {
+      auto*& map = MessageAccess::pointer<typename Tag::Value>(*current_, field.slot);
+      if (map == nullptr) {
+        map = new typename Tag::Value;
+      } else if (isStale(field)) {
+        map->clear();
+      }
+      MessageAccess::mark(*current_, field);
+      // An entry without its key or its value is none.
+      if (!entry.keySeen || !entry.valueSeen ||
+          (Tag::info.mapKey == FIELD_OBJECT && entry.objectKey == nullptr) ||
+          (Tag::info.mapValue == FIELD_OBJECT && entry.objectValue == nullptr)) {
+        if (observer_ != nullptr) {
+          reportIncomplete(entry);
+        }
+        return;
+      }
+      const std::size_t before = map->size();
+      const std::string keyForObserver = observer_ != nullptr ? keyText(entry) : std::string();
+      const auto insert = [&](auto&& key) {  // a writer puts the entries in the map's own order
+        if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), std::move(*entry.objectValue));
+        } else if constexpr (Tag::info.mapValue == FIELD_STRING) {
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), std::move(entry.stringValue));
+        } else {
+          map->emplace_hint(map->end(), std::forward<decltype(key)>(key), entry.intValue);
+        }
+      };
+      if constexpr (Tag::info.mapKey == FIELD_OBJECT) {
+        insert(std::move(*entry.objectKey));
+      } else if constexpr (Tag::info.mapKey == FIELD_STRING) {
+        insert(std::move(entry.stringKey));
+      } else {
+        insert(entry.intKey);
+      }
+      if (map->size() == before) {
+        tell(ProblemKind::GivenTwice, {.field = &field, .text = keyForObserver});
+      }
+    }
+  });
+}
+
 }  // namespace kwxml
