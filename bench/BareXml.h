@@ -14,6 +14,12 @@ void writeBare(const FlatValues& values, std::string& out);
 void writeBare(const OrderValues& values, std::string& out);
 void writeBare(const BulkValues& values, std::string& out);
 
+/// The same documents by pugixml: its tree built from the values and written; the order of the attributes is
+/// that in which they are set. Only where that library was found.
+void writePugi(const FlatValues& values, std::string& out);
+void writePugi(const OrderValues& values, std::string& out);
+void writePugi(const BulkValues& values, std::string& out);
+
 void parseBare(const std::string& xml);
 
 /// The same with one parser for all documents.

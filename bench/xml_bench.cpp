@@ -28,6 +28,15 @@ bool sidesAgree(const Values& values, YMMessageBase& message, std::string& xml)
   return read != nullptr && *read == message;
 }
 
+#ifdef KWXML_BENCH_PUGIXML
+/// The attributes may stand in another order.
+bool isSameDocument(const std::string& xml, const YMMessageBase& message)
+{
+  const std::unique_ptr<YMMessageBase> read(XMLSerializer().unserialize(xml));
+  return read != nullptr && *read == message;
+}
+#endif
+
 template <class Values>
 void compareXml(std::vector<Pair>& pairs, const std::string& name, Values (*makeValues)())
 {
@@ -97,6 +106,33 @@ void addReading(std::vector<Operation>& operations, const std::string& document,
                         [fixture] { XMLSerializer().unserialize(fixture->used, fixture->xml); }, fresh});
 }
 
+/// Writing beside the same DOM made and written by the XML library, and beside another library's own tree.
+template <class Values>
+void addWriting(std::vector<Operation>& operations, const std::string& document, double limit,
+                double limitOfPugi, Values (*makeValues)())
+{
+  struct Fixture
+  {
+    Values values;
+    YMMessageBase message;
+    std::string out;
+    std::string bare;
+  };
+  const auto fixture = std::make_shared<Fixture>();
+  fixture->values = makeValues();
+  fixture->message = makeMessage(fixture->values);
+  const auto ours = [fixture] { XMLSerializer().serialize(fixture->message, fixture->out); };
+  const bool agreed = sidesAgree(fixture->values, fixture->message, fixture->out);
+  operations.push_back(
+      {document + " write", limit, agreed, ours, [fixture] { writeBare(fixture->values, fixture->bare); }});
+#ifdef KWXML_BENCH_PUGIXML
+  writePugi(fixture->values, fixture->bare);
+  operations.push_back({document + " write, pugixml", limitOfPugi,
+                        agreed && isSameDocument(fixture->bare, fixture->message), ours,
+                        [fixture] { writePugi(fixture->values, fixture->bare); }});
+#endif
+}
+
 /// A class of 1,000 fields beside one of 20, by the field.
 void addWide(std::vector<Operation>& operations)
 {
@@ -126,6 +162,9 @@ std::vector<Operation> xmlOperations()
 {
   XMLSerializer::initialize();
   std::vector<Operation> operations;
+  addWriting(operations, "W1 flat", 1.0 / 12, 1.2, flatValues);
+  addWriting(operations, "W2 order", 1.0 / 15, 1.0, orderValues);
+  addWriting(operations, "W3 bulk", 1.0 / 15, 1.0, bulkValues);
   addReading(operations, "W1 flat", flatValues);
   addReading(operations, "W2 order", orderValues);
   addReading(operations, "W3 bulk", bulkValues);

@@ -3,6 +3,8 @@
 // that must be readable.
 #include "Fuzz.h"
 
+#include "support/DomWriting.h"
+
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/YMMessageBase.h>
@@ -99,6 +101,26 @@ void readOver(const YMMessageBase& message, const std::string& text)
   }
 }
 
+/// With and without a DOM the text and the log lines are the same.
+void writeByBoth(YMMessageBase& message, bool elementOnly)
+{
+  kwxml::setLogLevel(0);  // with traces there is no other way than the DOM
+  kwxml::test::forEachForm([&](const EncodingFlags& flags) {
+    std::string byDom;
+    lines().clear();
+    const int expected = kwxml::test::writeByDom(message, flags, byDom, elementOnly);
+    const std::string logged = std::move(lines());
+    std::string text;
+    lines().clear();
+    if (XMLSerializer(flags).serialize(message, text, elementOnly) != expected || text != byDom) {
+      wrong("the text is another one than that of the DOM");
+    }
+    if (lines() != logged) {
+      wrong("writing without a DOM logs something else");
+    }
+  });
+}
+
 void peekByBoth(const std::string& text)
 {
   std::string name;
@@ -149,6 +171,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   readOver(*message, text);
+  writeByBoth(*message, size % 3 == 0);
   std::string written;
   if (XMLEncoder().serialize(*message, written) != 0) {
     wrong("a message that was read cannot be written");

@@ -11,6 +11,7 @@ struct LogLine
   int level;
   std::string function;
   std::string text;
+  bool operator==(const LogLine&) const = default;
 };
 
 /// Gives the process a focus (so that the log speaks), sets the level and collects the lines of the process's

@@ -1,6 +1,7 @@
 // What is written is read back: every type, every form, every string; random messages; damaged documents.
 #include "support/DataFile.h"
 #include "support/Documents.h"
+#include "support/DomWriting.h"
 #include "support/Messages.h"
 #include "support/SmallStack.h"
 #include "xml/Utf.h"
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 #include <set>
 
@@ -31,6 +33,32 @@ std::vector<EncodingFlags> allForms()
     forms.push_back(flags);
   }
   return forms;
+}
+
+/// The text with and without a DOM is the same, and so is what is logged meanwhile.
+void expectSameByDom(YMMessageBase& message)
+{
+  forEachForm([&](const EncodingFlags& flags) {
+    for (const bool elementOnly : {false, true}) {
+      std::string byDom;
+      std::string text;
+      int results[2];
+      std::vector<LogLine> lines[2];
+      {
+        LogCapture log;
+        results[0] = writeByDom(message, flags, byDom, elementOnly);
+        lines[0] = log.lines();
+      }
+      {
+        LogCapture log;
+        results[1] = XMLSerializer(flags).serialize(message, text, elementOnly);
+        lines[1] = log.lines();
+      }
+      ASSERT_EQ(results[0], results[1]);
+      ASSERT_EQ(text, byDom);
+      ASSERT_EQ(lines[0], lines[1]);
+    }
+  });
 }
 
 bool hasXmlForm(const FieldDef& def)
@@ -93,6 +121,9 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
         EncodingFlags flags = forms[random() % forms.size()];
         flags.enumsAsNames = 1;  // a negative value is a number only to the writer
         const std::string xml = toXml(m, flags, false);
+        std::string byDom;
+        EXPECT_EQ(writeByDom(m, flags, byDom), 0);
+        EXPECT_EQ(xml, byDom);
         const auto back = readXml(xml);
         ASSERT_NE(back, nullptr) << xml;
         EXPECT_EQ(toXml(*back, flags, false), xml);
@@ -104,6 +135,68 @@ TEST(RoundTrip, RandomMessagesOfEveryClass)
         EXPECT_TRUE(marked == *back) << xml;
       }
     }
+  }
+}
+
+TEST(WithoutDom, TheTextIsTheSame)
+{
+  const std::string texts[] = {"",
+                               " ",
+                               "\n",
+                               " \n  ",
+                               "\r",
+                               "\t\r ",
+                               "a\n",
+                               "a",
+                               "<&>\"'",
+                               "]]>",
+                               "]]]]>>]]>",
+                               "]]",
+                               "]",
+                               "\x7F\xC2\x85\xE2\x80\xA8",
+                               "\x01",
+                               "\xFF\xFE",
+                               "caf\xE9",
+                               "\xF0\x9F\x98\x80",
+                               "\xEF\xBF\xBF",
+                               "\xEF\xBF\xBD",
+                               std::string("a\0b", 3),
+                               "|a",
+                               "|\x01",
+                               "&#10;",
+                               std::string(3000, '<'),
+                               std::string(9000, 'x'),
+                               std::string(70, '\xC3'),
+                               "\xED\xA0\x80"};
+  for (const std::string& text : texts) {
+    YMMessageBase m = make("Types_AllTypes");
+    YMMessageBase annotated = make("Types_Annotated");
+    setText(m, "stringValue", text);
+    object<std::vector<std::string>>(m, "stringList") = {text, "between", text};
+    object<std::map<std::string, std::string>>(m, "stringStringMap") = {{text, "1"}, {"key", text}};
+    object<bstring>(m, "bstringValue") = bstring(text);
+    fill(m, field(m, "objectList"), 1);
+    setInt(m, "enumValue", text.size() % 3);  // one of them has a name
+    setInt(m, "intValue", 7);
+    setText(annotated, "cdataText", text);
+    setText(annotated, "command", text);
+    setInt(annotated, "daySeconds", text.size() % 2 == 0 ? 86400 : 86401);
+    setInt(annotated, "dateOnly", text.size() % 2 == 0 ? 0 : 1000000);
+    expectSameByDom(m);
+    expectSameByDom(annotated);
+    if (HasFatalFailure()) {
+      FAIL() << kwxml::shown(text, "\\");
+    }
+  }
+  for (const double number :
+       {0.0, -0.0, 1e300, -1e-300, 123456.78, 0.1, 1e5, 1e6, 100000.0, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
+    YMMessageBase m = make("Types_AllTypes");
+    m.setdouble(field(m, "doubleValue").fieldNumber, field(m, "doubleValue").slot, number, m.getTagID(),
+                field(m, "doubleValue").hash);
+    m.setfloat(field(m, "floatValue").fieldNumber, field(m, "floatValue").slot, static_cast<float>(number),
+               m.getTagID(), field(m, "floatValue").hash);
+    object<std::vector<double>>(m, "doubleList") = {number, 1.5};
+    expectSameByDom(m);
   }
 }
 

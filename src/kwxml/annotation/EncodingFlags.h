@@ -18,4 +18,6 @@ struct EncodingFlags
   /// A protected password is handed to the encryption algorithm as it is, not decrypted first when its type
   /// is not the one wanted. Byte 17 of the record.
   unsigned char keepPasswordForm = 0;
+  /// Floating values as the shortest text that reads back to the same bits, instead of six digits.
+  unsigned char exactNumbers = 0;
 };

@@ -30,6 +30,8 @@ struct OwningField
   bool isString;  ///< of type FIELD_STRING, which most are
 };
 
+struct WritePlan;  // of the XML writer
+
 /// Plans are made when the first message of a class is, kept to the end of the process, and read from any
 /// thread.
 struct ClassPlan
@@ -49,6 +51,9 @@ struct ClassPlan
   short inlineCount;
   /// An unset field of a new message is empty: no defaults, nothing that eager systems build.
   bool plain;
+  /// What the XML writer works out of the class, kept here because this plan is at hand then; null before the
+  /// first message is written.
+  mutable std::atomic<const WritePlan*> writing{nullptr};
 
   /// findField() in constant time.
   const FieldDef* field(std::uint32_t hash) const

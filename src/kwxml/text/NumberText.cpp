@@ -44,6 +44,19 @@ std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
   return format(value, buffer, std::chars_format::general, 6);
 }
 
+std::string_view formatExact(double value, NumberBuffer& buffer) noexcept
+{
+  return format(value, buffer);
+}
+
+std::string_view formatExact(float value, NumberBuffer& buffer) noexcept
+{
+  const std::string_view text = format(value, buffer);
+  // Readers go by way of double, which rounds twice.
+  return parseFloat(text.data()) == value || value != value ? text
+                                                            : formatExact(static_cast<double>(value), buffer);
+}
+
 double parseDouble(const char* text) noexcept
 {
   return text != nullptr ? strtod_l(text, nullptr, cLocale()) : 0.0;

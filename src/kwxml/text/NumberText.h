@@ -21,6 +21,10 @@ std::string_view formatUnsigned(unsigned long long value, NumberBuffer& buffer) 
 /// without trailing zeros; "inf", "-inf", "nan", "-nan". Zero-terminated in `buffer`.
 std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept;
 
+/// The shortest text that parseDouble(), or parseFloat(), reads back to the same value.
+std::string_view formatExact(double value, NumberBuffer& buffer) noexcept;
+std::string_view formatExact(float value, NumberBuffer& buffer) noexcept;
+
 /// The number at the start of a text: decimal, hexadecimal, "inf" and "nan", after blanks and a sign; 0 for
 /// null and without a number, infinite or 0 beyond the range.
 double parseDouble(const char* text) noexcept;

@@ -59,10 +59,26 @@ xercesc::DOMElement* child(xercesc::DOMDocument* document, xercesc::DOMElement* 
 
 }  // namespace
 
-bool DomSink::open(const char* name)
+/// Widened; valid until the next one.
+const char16_t* DomSink::wide(const XmlValue& value)
+{
+  wide_.resize(value.text.size());
+  bool ascii = true;
+  for (std::size_t i = 0; i < value.text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(value.text[i]);
+    ascii &= c < 0x80;
+    wide_[i] = c;
+  }
+  if (!ascii) {
+    wide_ = looseUtf16(value.text);
+  }
+  return wide_.c_str();
+}
+
+bool DomSink::open(XmlName name)
 {
   try {
-    xercesc::DOMElement* opened = child(document_, current_, name);
+    xercesc::DOMElement* opened = child(document_, current_, name.text);
     enclosing_.push_back(current_);
     current_ = opened;
     return true;
@@ -77,12 +93,12 @@ void DomSink::close()
   enclosing_.pop_back();
 }
 
-bool DomSink::openMapEntry(const char* name)
+bool DomSink::openMapEntry(XmlName name)
 {
   xercesc::DOMElement* entry = nullptr;
   xercesc::DOMElement* key = nullptr;
   xercesc::DOMElement* value = nullptr;
-  if (!constructMapElements(document_, current_, entry, key, value, name)) {
+  if (!constructMapElements(document_, current_, entry, key, value, name.text)) {
     return false;
   }
   enclosing_.push_back(current_);
@@ -91,14 +107,26 @@ bool DomSink::openMapEntry(const char* name)
   return true;
 }
 
-void DomSink::mapValue()
+void DomSink::itemValue(ItemForm form, const XmlValue& value)
 {
-  close();
+  switch (form) {
+    case ItemForm::Attribute:
+      return itemAttribute("val", wide(value));
+    case ItemForm::Text:
+      return text("val", wide(value));
+    case ItemForm::Section:
+      return cdata("val", wide(value));
+  }
 }
 
-void DomSink::closeMapEntry()
+bool DomSink::item(XmlName name, ItemForm form, const XmlValue& value)
 {
+  if (!open(name)) {
+    return false;
+  }
+  itemValue(form, value);
   close();
+  return true;
 }
 
 bool DomSink::constructMapElements(xercesc::DOMDocument* document, xercesc::DOMElement* parent,

@@ -1,48 +1,36 @@
 #include <kwxml/xml/MessageWriter.h>
 
-#include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/model/MessageInternal.h>
-#include <kwxml/text/Base64.h>
-#include <kwxml/text/Dates.h>
-#include <kwxml/text/NumberText.h>
-#include <kwxml/xml/Transcoding.h>
+#include <kwxml/xml/DomSink.h>
+#include <kwxml/xml/TextSink.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XMLSerializer.h>
-#include <kwxml/xml/XmlCh.h>
 
-#include <algorithm>
-#include <climits>
-#include <cstdio>
+#include <bit>
+#include <utility>
 
 namespace kwxml {
 
 namespace {
 
-constexpr const char* function = "XMLSerializer::serializeXMLRecur";
 constexpr int traceLevel = 15;
-
-/// The text of a value that goes out as a CDATA section.
-std::string cdataText(std::string text)
-{
-  parseStringForCDATAEndAndReplace(text);
-  return text;
-}
 
 }  // namespace
 
-MessageWriter::MessageWriter(XmlSink& sink, const EncodingFlags& flags,
-                             const XMLSerializationSupport& listeners, KwXMLContextInfo* context)
+template <class Sink>
+MessageWriter<Sink>::MessageWriter(Sink& sink, const EncodingFlags& flags,
+                                   const XMLSerializationSupport& listeners, KwXMLContextInfo* context)
     : sink_(sink),
       flags_(flags),
       listeners_(listeners),
       context_(context),
-      trace_(XMLDebug::getInstance()->getDebugLevel() >= traceLevel)
+      trace_(log().getDebugLevel() >= traceLevel)
 {
 }
 
-bool MessageWriter::writeFields(YMMessageBase& message, int passwordMode)
+template <class Sink>
+bool MessageWriter<Sink>::writeFields(YMMessageBase& message, int passwordMode)
 {
   const _ClassDef* cls = message.getClass();
   if (cls == nullptr) {
@@ -50,51 +38,102 @@ bool MessageWriter::writeFields(YMMessageBase& message, int passwordMode)
   }
   if (++depth_ > maxMessageNesting) {
     tooDeep_ = true;
-    XMLDebug::getInstance()->logError(function, "Messages nest deeper than [%d]", maxMessageNesting);
+    log().logError(writerFunction, "Messages nest deeper than [%d]", maxMessageNesting);
   } else {
-    const bool oldWay = YMMessageBase::isOldWay(message.getTagID());
-    for (const FieldDef& def : *cls) {
-      if (tooDeep_) {
-        break;  // what was written is of no use
+    const WritePlan& plan = writePlan(MessageAccess::planOf(message), message.getSubsysID(), *cls);
+    if constexpr (Sink::attributesFirst) {
+      if (!flags_.valuesAsElements) {
+        writeAttributes(message, plan, passwordMode);
       }
-      if (!oldWay && !MessageAccess::isSet(message, def)) {
-        continue;
-      }
-      if (trace_) {
-        XMLDebug::getInstance()->debug(function, traceLevel, "Writing [%s]:[%s]", cls->name, def.getName());
-      }
-      if (!listeners_.empty() && skippedByListener(message, def)) {
-        continue;
-      }
-      const AnnotationRecord annotations(def.annotations);
-      bool cdata = annotations.isCdata();
-      switch (def.type) {  // objects, passwords and byte strings have no text of their own to protect
-        case FIELD_UNSET:
-        case FIELD_LIST_OBJECT:
-        case FIELD_OBJECT:
-        case FIELD_BSTRING:
-        case FIELD_LIST_BSTRING:
-        case FIELD_PSTRING:
-          cdata = false;
-          break;
-        default:
-          break;
-      }
-      writeField(message, {def, annotations, cdata}, passwordMode);
+      writeChildren(message, plan, passwordMode);
+    } else {
+      writeAll(message, plan, passwordMode);
     }
   }
   --depth_;
-  return !tooDeep_;
+  return !ends();
 }
 
-bool MessageWriter::skippedByListener(YMMessageBase& message, const FieldDef& def) const
+/// In the order of the records.
+template <class Sink>
+void MessageWriter<Sink>::writeAll(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+{
+  const _ClassDef& cls = *message.getClass();
+  const bool oldWay = YMMessageBase::isOldWay(message.getTagID());
+  for (const FieldDef& def : cls) {
+    if (ends()) {
+      break;  // what was written is of no use
+    }
+    if (!oldWay && !MessageAccess::isSet(message, def)) {
+      continue;
+    }
+    if (trace_) {
+      log().debug(writerFunction, traceLevel, "Writing [%s]:[%s]", cls.name, def.getName());
+    }
+    if (!listeners_.empty() && skippedByListener(message, def)) {
+      continue;
+    }
+    writeField(message, plan, static_cast<std::size_t>(&def - cls.fields), passwordMode);
+  }
+}
+
+namespace {
+
+/// Calls `visit(std::size_t)` with the positions of the fields that are written.
+template <class Visit>
+void forEachWritten(const YMMessageBase& message, Visit visit)
+{
+  if (YMMessageBase::isOldWay(message.getTagID())) {
+    const auto count = static_cast<std::size_t>(message.getClass()->numberOfFields);
+    for (std::size_t i = 0; i < count; ++i) {
+      visit(i);
+    }
+  } else {
+    forEachSetPosition(MessageAccess::buffer(message), MessageAccess::planOf(message), visit);
+  }
+}
+
+}  // namespace
+
+/// Their ranks are sorted by setting a bit for each.
+template <class Sink>
+void MessageWriter<Sink>::writeAttributes(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+{
+  ranks_.assign((plan.byRank.size() + 63) / 64, 0);
+  forEachWritten(message, [&](std::size_t position) {
+    if (const WritePlan::Field& field = plan.fields[position]; field.place == WritePlan::Place::Attribute) {
+      ranks_[field.rank / 64] |= std::uint64_t{1} << field.rank % 64;
+    }
+  });
+  for (std::size_t i = 0; i < ranks_.size(); ++i) {
+    for (std::uint64_t word = ranks_[i]; word != 0 && !ends(); word &= word - 1) {
+      const auto rank = i * 64 + static_cast<std::size_t>(std::countr_zero(word));
+      writeField(message, plan, plan.byRank[rank], passwordMode);
+    }
+  }
+}
+
+template <class Sink>
+void MessageWriter<Sink>::writeChildren(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+{
+  forEachWritten(message, [&](std::size_t position) {
+    const WritePlan::Place place = plan.fields[position].place;
+    if ((place == WritePlan::Place::Child ||
+         (flags_.valuesAsElements && place == WritePlan::Place::Attribute)) &&
+        !ends()) {
+      writeField(message, plan, position, passwordMode);
+    }
+  });
+}
+
+template <class Sink>
+bool MessageWriter<Sink>::skippedByListener(YMMessageBase& message, const FieldDef& def) const
 {
   ListenerCbData data{def, &message, 0};
   listeners_.ProcessCallBack(message.getTagID(), data);
   if (data.result == XMLCB_SKIP_PROCESSING) {
-    XMLDebug::getInstance()->debug(function, traceLevel,
-                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Tag ID)",
-                                   def.getName());
+    log().debug(writerFunction, traceLevel, "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Tag ID)",
+                def.getName());
     return true;
   }
   AnnotationRecord(def.annotations).forEachAttached([&](unsigned long tag, std::string_view) {
@@ -103,9 +142,8 @@ bool MessageWriter::skippedByListener(YMMessageBase& message, const FieldDef& de
     }
   });
   if (data.result == XMLCB_SKIP_PROCESSING) {
-    XMLDebug::getInstance()->debug(function, traceLevel,
-                                   "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Annotation ID)",
-                                   def.getName());
+    log().debug(writerFunction, traceLevel,
+                "Skipping field [%s] as XMLCB_SKIP_PROCESSING is set(On Annotation ID)", def.getName());
     return true;
   }
   return false;
@@ -113,16 +151,21 @@ bool MessageWriter::skippedByListener(YMMessageBase& message, const FieldDef& de
 
 /// Kept apart from the walk, and the branches for single types apart from each other, so that a level of
 /// nesting costs little stack.
-void MessageWriter::writeField(YMMessageBase& message, const Field& field, int passwordMode)
+template <class Sink>
+void MessageWriter<Sink>::writeField(YMMessageBase& message, const WritePlan& plan, std::size_t position,
+                                     int passwordMode)
 {
-  visitFieldType(field.def.type, [&]<class Tag>(Tag tag) { writeValue(tag, message, field, passwordMode); });
+  const FieldDef& def = message.getClass()->fields[position];
+  const Field field{def, plan.fields[position], AnnotationRecord(def.annotations)};
+  visitFieldType(def.type, [&](auto tag) { writeValue(tag, message, field, passwordMode); });
 }
 
 // ---- Values by type
 
+template <class Sink>
 template <class Tag>
-[[gnu::noinline]] void MessageWriter::writeValue(Tag, YMMessageBase& message, const Field& field,
-                                                 int passwordMode)
+[[gnu::noinline]] void MessageWriter<Sink>::writeValue(Tag, YMMessageBase& message, const Field& field,
+                                                       int passwordMode)
 {
   using Value = typename Tag::Value;
   const short slot = field.def.slot;
@@ -138,14 +181,14 @@ template <class Tag>
       putScalar(field);
     }
   } else if constexpr (Tag::type == FIELD_DOUBLE) {
-    number(message.getdouble(slot, message.getTagID(), field.def.hash));
+    real(message.getdouble(slot, message.getTagID(), field.def.hash));
     putScalar(field);
   } else if constexpr (Tag::type == FIELD_FLOAT) {
-    number(static_cast<double>(message.getfloat(slot, message.getTagID(), field.def.hash)));
+    real(message.getfloat(slot, message.getTagID(), field.def.hash));
     putScalar(field);
   } else if constexpr (Tag::type == FIELD_STRING) {
     const std::string& value = MessageAccess::inPlace<std::string>(message, slot);
-    field.cdata ? utf8(cdataText(value)) : utf8(value);
+    field.plan.cdata ? section(value) : utf8(value);
     putScalar(field);
   } else if constexpr (ByteString<Tag>) {
     if (const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot)) {
@@ -161,10 +204,10 @@ template <class Tag>
     YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
     if (value == nullptr) {
       if (std::string_view(field.name()) != "processinginstructioninfo") {
-        XMLDebug::getInstance()->logError(function, "[%s]", "Please check");
+        tellOfNull();
       }
-    } else if (!sink_.open(field.name())) {
-      XMLDebug::getInstance()->logError(function, "Error constructing subobject : [%s]", field.name());
+    } else if (!sink_.open(field.plan.name)) {
+      lose([&] { log().logError(writerFunction, "Error constructing subobject : [%s]", field.name()); });
     } else {
       writeNested(*value, passwordMode);
       sink_.close();
@@ -180,46 +223,67 @@ template <class Tag>
   }  // wide strings and types without storage have no XML form
 }
 
-void MessageWriter::writeNested(YMMessageBase& message, int passwordMode)
+template <class Sink>
+void MessageWriter<Sink>::writeNested(YMMessageBase& message, int passwordMode)
 {
   (void)writeFields(message, passwordMode);  // tooDeep_ keeps the result
 }
 
-template <class Tag>
-void MessageWriter::writeList(const Field& field, const typename Tag::Value& list, int passwordMode)
+/// Nothing is lost.
+template <class Sink>
+void MessageWriter<Sink>::tellOfNull()
 {
+  if (mayGiveUp()) {
+    gaveUp_ = true;
+  } else {
+    log().logError(writerFunction, "[%s]", "Please check");
+  }
+}
+
+template <class Sink>
+template <class Tag>
+void MessageWriter<Sink>::writeList(const Field& field, const typename Tag::Value& list, int passwordMode)
+{
+  const XmlName name = field.plan.name;
+  const ItemForm form = itemForm(field.plan.cdata);
   for (const auto& item : list) {
-    if (tooDeep_) {
-      return;
-    }
-    if (!sink_.open(field.name())) {
-      XMLDebug::getInstance()->logError(function, "Error constructing list object [%s].", field.name());
-      return;
-    }
-    if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-      // The list belongs to a message that the caller may change; only listeners could, through their own
-      // pointer.
-      writeNested(const_cast<YMMessageBase&>(item), passwordMode);
+    using Item = std::decay_t<decltype(item)>;
+    bool made = false;
+    if constexpr (std::is_same_v<Item, YMMessageBase>) {
+      made = sink_.open(name);
+      if (made) {
+        // The list belongs to a message that the caller may change; only listeners could, through their own
+        // pointer.
+        writeNested(const_cast<YMMessageBase&>(item), passwordMode);
+        sink_.close();
+      }
     } else {
-      if constexpr (Tag::type == FIELD_LIST_STRING) {
-        field.cdata ? utf8(cdataText(item)) : utf8(item);
-      } else if constexpr (Tag::type == FIELD_LIST_BSTRING) {
+      if constexpr (std::is_same_v<Item, std::string>) {
+        field.plan.cdata ? section(item) : utf8(item);
+      } else if constexpr (std::is_same_v<Item, bstring>) {
         base64(item.text());
-      } else if constexpr (std::is_floating_point_v<std::decay_t<decltype(item)>>) {
-        number(static_cast<double>(item));
-      } else if constexpr (std::is_signed_v<std::decay_t<decltype(item)>>) {
+      } else if constexpr (std::is_floating_point_v<Item>) {
+        real(item);
+      } else if constexpr (std::is_signed_v<Item>) {
         number(static_cast<long long>(item));
       } else {
         number(static_cast<unsigned long long>(item));
       }
-      putItem(field.cdata);
+      made = sink_.item(name, form, value_);
     }
-    sink_.close();
+    if (!made) {
+      return lose(
+          [&] { log().logError(writerFunction, "Error constructing list object [%s].", field.name()); });
+    }
+    if (ends()) {
+      return;
+    }
   }
 }
 
+template <class Sink>
 template <class T>
-void MessageWriter::writeMapPart(T& part, int passwordMode)
+void MessageWriter<Sink>::writeMapPart(T& part, int passwordMode)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
     writeNested(part, passwordMode);
@@ -229,25 +293,26 @@ void MessageWriter::writeMapPart(T& part, int passwordMode)
     } else {
       number(static_cast<long long>(part));
     }
-    putItem(false);
+    sink_.itemValue(itemForm(false), value_);
   }
 }
 
+template <class Sink>
 template <class Tag>
-void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int passwordMode)
+void MessageWriter<Sink>::writeMap(const Field& field, typename Tag::Value& map, int passwordMode)
 {
   for (auto& [key, value] : map) {
-    if (tooDeep_) {
+    if (ends()) {
       return;
     }
-    if (!sink_.openMapEntry(field.name())) {
-      if constexpr (Tag::info.mapKey == FIELD_STRING) {
-        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%s]", field.name(),
-                                          key.c_str());
-      } else if constexpr (Tag::info.mapKey == FIELD_INT64) {
-        XMLDebug::getInstance()->logError(function, "Error for map field [%s], key : [%lld]", field.name(),
-                                          key);
-      }
+    if (!sink_.openMapEntry(field.plan.name)) {
+      lose([&, &key = key] {
+        if constexpr (Tag::info.mapKey == FIELD_STRING) {
+          log().logError(writerFunction, "Error for map field [%s], key : [%s]", field.name(), key.c_str());
+        } else if constexpr (Tag::info.mapKey == FIELD_INT64) {
+          log().logError(writerFunction, "Error for map field [%s], key : [%lld]", field.name(), key);
+        }
+      });
       continue;
     }
     writeMapPart(const_cast<std::remove_const_t<std::remove_reference_t<decltype(key)>>&>(key), passwordMode);
@@ -256,6 +321,9 @@ void MessageWriter::writeMap(const Field& field, typename Tag::Value& map, int p
     sink_.closeMapEntry();
   }
 }
+
+template class MessageWriter<DomSink>;
+template class MessageWriter<TextSink>;
 
 }  // namespace kwxml
 

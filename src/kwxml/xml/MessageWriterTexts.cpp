@@ -2,26 +2,25 @@
 #include <kwxml/xml/MessageWriter.h>
 
 #include <kwxml/annotation/PasswordFields.h>
-#include <kwxml/diagnostics/Log.h>
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
-#include <kwxml/text/NumberText.h>
+#include <kwxml/text/Utf8.h>
+#include <kwxml/xml/DomSink.h>
+#include <kwxml/xml/TextSink.h>
 #include <kwxml/xml/Transcoding.h>
+#include <kwxml/xml/XMLSerializer.h>
 #include <kwxml/xml/XmlCh.h>
+#include <kwxml/xml/XmlText.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdio>
 
 namespace kwxml {
 
-namespace {
-
-constexpr const char* function = "XMLSerializer::serializeXMLRecur";
-
-}  // namespace
-
-bool MessageWriter::integerText(const Field& field, long long value)
+template <class Sink>
+bool MessageWriter<Sink>::integerText(const Field& field, long long value)
 {
   constexpr int secondsPerDay = 86400;
   if (!flags_.readableForm || !field.annotations.present()) {
@@ -30,14 +29,16 @@ bool MessageWriter::integerText(const Field& field, long long value)
   }
   if (field.annotations.isTimeOfDay()) {
     if (value > secondsPerDay || value < INT_MIN) {
-      log().logError(function, "Invalid time in seconds [%d]",
-                     static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX)));
+      lose([value] {
+        log().logError(writerFunction, "Invalid time in seconds [%d]",
+                       static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX)));
+      });
       return false;
     }
     char clock[80];
     const auto seconds = static_cast<int>(value);
-    ascii({clock, static_cast<std::size_t>(std::snprintf(clock, sizeof clock, "%02d:%02d:%02d",
-                                                         seconds / 3600, seconds / 60 % 60, seconds % 60))});
+    std::snprintf(clock, sizeof clock, "%02d:%02d:%02d", seconds / 3600, seconds / 60 % 60, seconds % 60);
+    ascii(buffer_ = clock);
     return true;
   }
   const int dateForm = field.annotations.dateForm();
@@ -52,14 +53,15 @@ bool MessageWriter::integerText(const Field& field, long long value)
   // Timestamps are 32-bit seconds; a larger value has no date and is not shown as another one.
   if (value != static_cast<int>(value) ||
       !writeXDate(static_cast<int>(value), static_cast<Annotation::DateType>(dateForm), date)) {
-    log().logError(function, "[%s]", "Unable to convert timestamp to date");
+    lose([&] { log().logError(writerFunction, "[%s]", "Unable to convert timestamp to date"); });
     return false;
   }
-  ascii(date);
+  ascii(buffer_ = date);
   return true;
 }
 
-bool MessageWriter::enumText(const Field& field, long long value)
+template <class Sink>
+bool MessageWriter<Sink>::enumText(const Field& field, long long value)
 {
   if (!flags_.readableForm && !flags_.enumsAsNames) {
     number(value);
@@ -67,22 +69,30 @@ bool MessageWriter::enumText(const Field& field, long long value)
   }
   const FieldDef* enumerator = findEnumerator(YMMessageBase::GetClassDefFromClassID(field.def), value);
   if (enumerator == nullptr) {
-    log().logError(function, "Field [%s] does not accept value [%lld]", field.name(), value);
+    lose([&] {
+      log().logError(writerFunction, "Field [%s] does not accept value [%lld]", field.name(), value);
+    });
     return false;
   }
   utf8(enumerator->getName());
   return true;
 }
 
-bool MessageWriter::passwordText(const Field& field, const pstring& value, int passwordMode)
+template <class Sink>
+bool MessageWriter<Sink>::passwordText(const Field& field, const pstring& value, int passwordMode)
 {
   if (!field.annotations.present()) {
-    log().logError(function, "There are no annotations specified on this field : [%s]", field.name());
+    lose([&] {
+      log().logError(writerFunction, "There are no annotations specified on this field : [%s]", field.name());
+    });
     return false;
   }
   const int type = field.annotations.passwordType();
   if (type == 0) {
-    log().logError(function, "Password annotation is not specified on this field : [%s]", field.name());
+    lose([&] {
+      log().logError(writerFunction, "Password annotation is not specified on this field : [%s]",
+                     field.name());
+    });
     return false;
   }
   if (flags_.maskPasswords) {
@@ -95,91 +105,129 @@ bool MessageWriter::passwordText(const Field& field, const pstring& value, int p
   }
   std::string text;
   if (encryptPassword({flags_, context_}, type, value, text) == passwordHandlerMissing) {
-    log().logError(function, "Password Handler Not Found while serializing bstring field [%s]", field.name());
+    lose([&] {
+      log().logError(writerFunction, "Password Handler Not Found while serializing bstring field [%s]",
+                     field.name());
+    });
     return false;
   }
-  utf8(text);
+  utf8(buffer_ = text);
   return true;
 }
 
-void MessageWriter::ascii(std::string_view text)
-{
-  buffer_.resize(text.size());
-  std::copy(text.begin(), text.end(), buffer_.begin());
-  text_ = buffer_.c_str();
-}
+namespace {
 
-void MessageWriter::number(long long value)
+enum : unsigned char
 {
-  NumberBuffer digits;
-  ascii(formatInteger(value, digits));
-}
+  forbidden = 1,  ///< XML does not allow it
+  beyond = 2,     ///< part of a character that is not ASCII
+  markup = 4,     ///< it is written otherwise in some place
+};
 
-void MessageWriter::number(unsigned long long value)
-{
-  NumberBuffer digits;
-  ascii(formatUnsigned(value, digits));
-}
-
-void MessageWriter::number(double value)
-{
-  NumberBuffer digits;
-  ascii(formatDouble(value, digits));
-}
-
-void MessageWriter::utf8(const std::string& value)
-{
-  // ASCII without forbidden control characters, as nearly every text is, needs no transcoder and no escaper:
-  // widened while that is found out.
-  bool plain = true;
-  buffer_.resize(value.size());
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    const auto c = static_cast<unsigned char>(value[i]);
-    plain &= (c >= 0x20 && c < 0x80) || c == '\t' || c == '\n' || c == '\r';
-    buffer_[i] = c;
+constexpr std::array<unsigned char, 256> kinds = [] {
+  std::array<unsigned char, 256> table{};
+  for (unsigned c = 0; c < 256; ++c) {
+    const bool layout = c == '\t' || c == '\n' || c == '\r';
+    table[c] = c >= 0x80                                                ? beyond
+               : c < 0x20 && !layout                                    ? forbidden
+               : layout || c == '&' || c == '<' || c == '>' || c == '"' ? markup
+                                                                        : 0;
   }
-  if (plain) {
-    text_ = buffer_.c_str();
+  return table;
+}();
+
+/// Whether all of the text is UTF-8, of characters that XML allows and that have one unit in UTF-16.
+bool isAllowed(std::string_view text)
+{
+  while (!text.empty()) {
+    std::uint32_t c = 0;
+    const std::size_t size = utf8Character(text, c);
+    if (size == 0 || c >= 0xFFFE || (c < 0x80 && kinds[c] == forbidden)) {
+      return false;
+    }
+    text.remove_prefix(size);
+  }
+  return true;
+}
+
+}  // namespace
+
+/// The text itself, as nearly every one is; or what its escapes and its rescue make of it.
+template <class Sink>
+void MessageWriter<Sink>::utf8(std::string_view text)
+{
+  unsigned char seen = 0;
+  for (const char c : text) {
+    seen |= kinds[static_cast<unsigned char>(c)];
+  }
+  if ((seen & (forbidden | beyond)) == 0) [[likely]] {
+    value_ = {text, seen == 0};
+  } else if ((seen & forbidden) == 0 && isAllowed(text)) {
+    value_ = {text, false};
+  } else {
+    convert(std::string(text));
+  }
+}
+
+template <class Sink>
+void MessageWriter<Sink>::convert(const std::string& text)
+{
+  std::uint32_t c = 0;
+  std::string_view rest = text;
+  for (std::size_t size = 0; !rest.empty() && (size = utf8Character(rest, c)) != 0;) {
+    rest.remove_prefix(size);
+  }
+  if (!rest.empty() && mayGiveUp()) {
+    gaveUp_ = true;  // the rescue of what is no UTF-8 is logged
     return;
   }
   XMLChstring wide;
-  if (!XMLEncXStr::convertUTF8ToUTF16(value, wide)) {
-    XMLEncXStr::convertUnformattedToUTF16(value, wide);
+  if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
+    XMLEncXStr::convertUnformattedToUTF16(text, wide);
   }
-  text_ = wide.length() == 0 ? u"" : toXmlCh(escaper_.encodeInvalidChars(wide.c_str(), wide.length()));
-  if (text_ == toXmlCh(wide.c_str())) {  // nothing to escape: the text outlives `wide` in the buffer
-    buffer_.assign(text_, wide.length());
-    text_ = buffer_.c_str();
+  buffer_.clear();
+  if (wide.length() != 0) {
+    const unsigned short* units = escaper_.encodeInvalidChars(wide.c_str(), wide.length());
+    appendLooseUtf8(buffer_, toXmlCh(units));
   }
+  value_ = {buffer_, false};
 }
 
-void MessageWriter::base64(const std::string& bytes)
+/// The text of a value that goes out as a section of characters.
+template <class Sink>
+void MessageWriter<Sink>::section(const std::string& text)
 {
-  std::string text;
-  base64Encode(bytes, text);
-  utf8(text);
+  if (text.find("]]>") == std::string::npos) {
+    return utf8(text);
+  }
+  section_ = text;
+  parseStringForCDATAEndAndReplace(section_);
+  utf8(section_);
 }
 
-void MessageWriter::putScalar(const Field& field)
+template <class Sink>
+void MessageWriter<Sink>::base64(const std::string& bytes)
 {
-  if (field.cdata) {
-    sink_.cdataElement(field.name(), text_);
+  base64Encode(bytes, section_);
+  utf8(section_);
+}
+
+template <class Sink>
+void MessageWriter<Sink>::putScalar(const Field& field)
+{
+  if (gaveUp_) {
+    return;
+  }
+  if (field.plan.cdata) {
+    sink_.sectionElement(field.plan.name, value_);
   } else if (flags_.valuesAsElements) {
-    sink_.textElement(field.name(), text_);
+    sink_.textElement(field.plan.name, value_);
   } else {
-    sink_.attribute(field.name(), text_);
+    sink_.attribute(field.plan.name, value_);
   }
 }
 
-void MessageWriter::putItem(bool cdata)
-{
-  if (cdata) {
-    sink_.cdata("val", text_);
-  } else if (flags_.valuesAsElements) {
-    sink_.text("val", text_);
-  } else {
-    sink_.itemAttribute("val", text_);
-  }
-}
+template class MessageWriter<DomSink>;
+template class MessageWriter<TextSink>;
 
 }  // namespace kwxml

@@ -5,6 +5,7 @@
 #include <kwxml/xml/DomSink.h>
 #include <kwxml/xml/MessageWriter.h>
 #include <kwxml/xml/RootName.h>
+#include <kwxml/xml/TextWriting.h>
 #include <kwxml/xml/XercesRuntime.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -60,6 +61,36 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
     out.clear();
     return 1;
   }
+  lost_ = 0;
+  try {
+    kwxml::TextOutput text;
+    const kwxml::TextWritten written =
+        kwxml::writeText(message, text, flags_, listeners_, context_, elementOnly);
+    if (written.done) {
+      lost_ = written.lost;
+      text.moveTo(out);  // which may be a string of the message itself
+      return finish(out);
+    }
+  } catch (...) {  // no memory
+    log().logError(function, "[%s]", "Error Writing Xml to String");
+    out.clear();
+    return 1;
+  }
+  return serializeByDom(message, out, elementOnly);
+}
+
+/// The last word on a text that was written.
+int XMLSerializer::finish(const std::string& out)
+{
+  if (log().getDebugLevel() >= 25) {
+    log().debug("XMLSerializer::serialize", 25, "Serialized xml is : [%s]", out.c_str());
+  }
+  return 0;
+}
+
+int XMLSerializer::serializeByDom(YMMessageBase& message, std::string& out, bool elementOnly)
+{
+  constexpr const char* function = "XMLSerializer::serialize";
   xercesc::DOMDocument* document = nullptr;
   try {
     const std::u16string root = rootOf(message);
@@ -91,10 +122,7 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
     return 1;
   }
   out = std::move(text);
-  if (log().getDebugLevel() >= 25) {
-    log().debug(function, 25, "Serialized xml is : [%s]", out.c_str());
-  }
-  return 0;
+  return finish(out);
 }
 
 bool XMLSerializer::serializeXMLRecur(YMMessageBase& message, xercesc::DOMDocument* document,
@@ -105,7 +133,10 @@ bool XMLSerializer::serializeXMLRecur(YMMessageBase& message, xercesc::DOMDocume
     return true;  // nothing was to be written
   }
   kwxml::DomSink sink(document, parent);
-  return kwxml::MessageWriter(sink, flags_, listeners_, context_).writeFields(message, passwordMode);
+  kwxml::MessageWriter<kwxml::DomSink> writer(sink, flags_, listeners_, context_);
+  const bool written = writer.writeFields(message, passwordMode);
+  lost_ += writer.lost();
+  return written;
 }
 
 namespace {

@@ -54,6 +54,8 @@ public:
     return serialize(message, out, elementOnly != 0);
   }
   int serialize(YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
+  /// How many values of the message that was written last could not be written; each is logged.
+  int lost() const { return lost_; }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
   bool serializeXMLRecur(YMMessageBase& message, xercesc_3_2::DOMDocument* document,
                          xercesc_3_2::DOMElement* parent, int passwordMode);
@@ -118,6 +120,8 @@ public:
                                      unsigned int& tag);
 
 private:
+  int serializeByDom(YMMessageBase& message, std::string& out, bool elementOnly);
+  static int finish(const std::string& out);
   bool dumpDocument(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
   enum class Failure
   {
@@ -135,4 +139,5 @@ private:
   YMMessageBase* reused_ = nullptr;  ///< the message that is read into, where its memory can be kept
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;
+  int lost_ = 0;
 };
