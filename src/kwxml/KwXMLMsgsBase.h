@@ -19,6 +19,7 @@
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/metadata/XMLMetaData.h>
+#include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/TypedMessage.h>
 #include <kwxml/model/YMMessageBase.h>

@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "Names.h"
 
+#include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/text/ShownText.h>
 
@@ -60,7 +61,120 @@ struct Options
   std::vector<std::string> names;
   bool hidden = false;
   bool hash = false;
+  std::string format = "text";
+  std::string form;
 };
+
+std::string schemaTexts(const Options& options)
+{
+  if (!options.form.empty()) {
+    throw Failure(exitUsage, "--form is for the format xsd");
+  }
+  std::string all;
+  for (const std::string& name : options.names) {
+    const ClassPlace place = findTag(name);
+    std::string text;
+    if (!YMMessageBase::getMessageSchemaString(text, place.system, place.index, options.hidden,
+                                               options.hash)) {
+      throw Failure(exitData, "the catalogue has no schema of " + name);
+    }
+    all += (all.empty() ? "" : "\n") + text;
+  }
+  return all;
+}
+
+/// The message classes that a name stands for: a system's name, which has no "_", for all of them.
+void appendMessages(const std::string& name, std::vector<PackedReference>& places)
+{
+  if (name.find('_') != std::string::npos || (!name.empty() && name[0] >= '0' && name[0] <= '9')) {
+    const ClassPlace place = findTag(name);
+    const _ClassDef* cls = findClass(place.system, place.index);
+    if (cls == nullptr || cls->isEnum()) {
+      throw Failure(exitData, name + " is an enumeration, not a message");
+    }
+    places.push_back({place.system, place.index});
+    return;
+  }
+  const short system = findSystem(name);
+  const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+  for (int i = 0; i < row.numberOfClasses; ++i) {
+    if (hasName(row.classes[i]) && !row.classes[i].isEnum()) {
+      places.push_back({system, i});
+    }
+  }
+}
+
+std::string xsdDocument(const Options& options)
+{
+  if (options.hidden || options.hash) {
+    throw Failure(exitUsage, "--hidden and --hash are for the format text");
+  }
+  std::vector<PackedReference> places;
+  for (const std::string& name : options.names) {
+    appendMessages(name, places);
+  }
+  const XmlSchemaForm form = options.form == "attributes" ? XmlSchemaForm::Attributes
+                             : options.form == "elements" ? XmlSchemaForm::Elements
+                                                          : XmlSchemaForm::Both;
+  std::string text;
+  if (!xmlSchema(text, places, form)) {
+    throw Failure(exitData, "there is no XML Schema of these classes");
+  }
+  return text;
+}
+
+/// Refuses a value that is none of a few words.
+CLI::Validator oneOf(const std::vector<std::string>& words)
+{
+  return CLI::Validator(
+      [words](std::string& value) {
+        std::string known;
+        for (const std::string& word : words) {
+          if (word == value) {
+            return std::string();
+          }
+          known += (known.empty() ? "" : ", ") + word;
+        }
+        return "takes " + known + ", not '" + value + "'" + didYouMean(value, words);
+      },
+      "");
+}
+
+void addSchemaCommand(CLI::App& app, Session& session)
+{
+  const auto options = std::make_shared<Options>();
+  CLI::App& command = addCommand(
+      app, "schema", "Shows the fields of classes, or makes an XML Schema of their messages.",
+      "An XML Schema (xsd) accepts the messages of the classes as the tool writes them, and finds unknown "
+      "names,\n"
+      "wrong numbers and unknown enumerators in those of others.\n\n"
+      "Example:\n  kwxml schema Demo_Status\n  kwxml schema 0x10003F0 --hash\n"
+      "  kwxml schema --format xsd Demo Shop_Order -o messages.xsd",
+      options->outputFile);
+  command
+      .add_option("TAG", options->names,
+                  "Tag names (Demo_Status) or tag IDs (decimal or 0x); for xsd also systems (Demo), for all "
+                  "their messages")
+      ->type_name("")
+      ->required();
+  command.add_flag("--hidden", options->hidden, "Show hidden fields too");
+  command.add_flag("--hash", options->hash, "Show the hash of each name");
+  command.add_option("--format", options->format, "text (default) or xsd, an XML Schema document")
+      ->check(oneOf({"text", "xsd"}))
+      ->type_name("FORMAT");
+  command
+      .add_option("--form", options->form,
+                  "Where messages have their values by the xsd: attributes, elements (as convert --elements "
+                  "writes them) or both (default)")
+      ->check(oneOf({"attributes", "elements", "both"}))
+      ->type_name("FORM");
+  command.callback([options, &session] {
+    session.run = [options](LibraryLog&) {
+      writeText(options->outputFile,
+                options->format == "xsd" ? xsdDocument(*options) : schemaTexts(*options));
+    };
+  });
+}
 
 }  // namespace
 
@@ -87,28 +201,7 @@ void addCatalogueCommands(CLI::App& app, Session& session)
       };
     });
   }
-  {
-    const auto options = std::make_shared<Options>();
-    CLI::App& command = addCommand(app, "schema", "Shows the fields of a class.",
-                                   "Example:\n  kwxml schema Demo_Status\n  kwxml schema 0x10003F0 --hash",
-                                   options->outputFile);
-    command.add_option("TAG", options->name, "Tag name (Demo_Status) or tag ID (decimal or 0x)")
-        ->type_name("")
-        ->required();
-    command.add_flag("--hidden", options->hidden, "Show hidden fields too");
-    command.add_flag("--hash", options->hash, "Show the hash of each name");
-    command.callback([options, &session] {
-      session.run = [options](LibraryLog&) {
-        const ClassPlace place = findTag(options->name);
-        std::string text;
-        if (!YMMessageBase::getMessageSchemaString(text, place.system, place.index, options->hidden,
-                                                   options->hash)) {
-          throw Failure(exitData, "the catalogue has no schema of " + options->name);
-        }
-        writeText(options->outputFile, text);
-      };
-    });
-  }
+  addSchemaCommand(app, session);
   {
     const auto options = std::make_shared<Options>();
     CLI::App& command = addCommand(app, "hash", "Shows the hash by which fields are found, for each name.",

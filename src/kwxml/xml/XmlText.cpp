@@ -3,6 +3,9 @@
 #include <kwxml/model/Metadata.h>
 #include <kwxml/text/Utf8.h>
 #include <kwxml/xml/Transcoding.h>
+#include <kwxml/xml/XmlCh.h>
+
+#include <xercesc/util/XMLChar.hpp>
 
 #include <algorithm>
 
@@ -92,6 +95,12 @@ bool isXmlText(std::u16string_view text)
     }
   }
   return true;
+}
+
+bool isXmlName(const char* name)
+{
+  const std::u16string text = toUtf16(name);
+  return xercesc::XMLChar1_0::isValidNCName(text.data(), text.size());
 }
 
 }  // namespace kwxml

@@ -15,6 +15,8 @@ std::string toUtf8(std::u16string_view text);
 std::u16string toUtf16(const char* text);
 /// Whether XML allows each of the text's characters; a lone surrogate is none.
 bool isXmlText(std::u16string_view text);
+/// Whether a catalogue name is an XML name without a colon: one that documents and their schemas can have.
+bool isXmlName(const char* name);
 /// UTF-8, but that a lone surrogate is kept as three bytes, which no UTF-8 has; true when there is one.
 bool appendLooseUtf8(std::string& out, std::u16string_view text);
 bool hasLoneSurrogate(std::u16string_view text);
