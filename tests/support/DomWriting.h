@@ -16,18 +16,16 @@ inline int writeByDom(YMMessageBase& message, const EncodingFlags& flags, std::s
   return serializer.serialize(message, out, elementOnly);
 }
 
-/// Calls `visit(const EncodingFlags&)` with all combinations of the switches that text has.
-template <class Visit>
-void forEachForm(Visit visit)
+/// All combinations of the switches that text has.
+inline constexpr unsigned forms = 16;
+inline EncodingFlags form(unsigned number)
 {
-  for (int i = 0; i < 16; ++i) {
-    EncodingFlags flags;
-    flags.valuesAsElements = i & 1;
-    flags.readableForm = (i >> 1) & 1;
-    flags.enumsAsNames = static_cast<unsigned char>((i >> 2) & 1);
-    flags.exactNumbers = static_cast<unsigned char>((i >> 3) & 1);
-    visit(flags);
-  }
+  EncodingFlags flags;
+  flags.valuesAsElements = number & 1;
+  flags.readableForm = (number >> 1) & 1;
+  flags.enumsAsNames = static_cast<unsigned char>((number >> 2) & 1);
+  flags.exactNumbers = static_cast<unsigned char>((number >> 3) & 1);
+  return flags;
 }
 
 }  // namespace kwxml::test

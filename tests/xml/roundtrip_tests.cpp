@@ -38,7 +38,8 @@ std::vector<EncodingFlags> allForms()
 /// The text with and without a DOM is the same, and so is what is logged meanwhile.
 void expectSameByDom(YMMessageBase& message)
 {
-  forEachForm([&](const EncodingFlags& flags) {
+  for (unsigned number = 0; number < forms; ++number) {
+    const EncodingFlags flags = form(number);
     for (const bool elementOnly : {false, true}) {
       std::string byDom;
       std::string text;
@@ -58,7 +59,7 @@ void expectSameByDom(YMMessageBase& message)
       ASSERT_EQ(text, byDom);
       ASSERT_EQ(lines[0], lines[1]);
     }
-  });
+  }
 }
 
 bool hasXmlForm(const FieldDef& def)

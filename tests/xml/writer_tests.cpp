@@ -13,6 +13,10 @@
 
 #include <xercesc/dom/DOM.hpp>
 
+#include <bit>
+#include <random>
+#include <sstream>
+
 using namespace kwxml::test;
 
 TEST(Writer, DeclarationsAreWrittenUnlessTheyAreNotWanted)
@@ -140,6 +144,67 @@ TEST(Writer, WhatCannotBeMadeIsLoggedAndTheRestIsWritten)
   log.note(written);
   document->release();
   other->release();
+}
+
+TEST(Writer, PartsStreamsAndMemoryOfTheCaller)
+{
+  LogCapture quiet;
+  YMMessageBase m = make("Types_AllTypes");
+  object<std::vector<std::string>>(m, "stringList") = {std::string(100000, '<'), "second"};
+  object<std::vector<int>>(m, "intList").assign(5000, -7);
+  setText(m, "stringValue", "an attribute that the record has behind the lists");
+  const std::string whole = toXml(m, {}, false);
+  std::string joined;
+  std::size_t longest = 0;
+  const auto take = [&](std::string_view part) {
+    joined += part;
+    longest = std::max(longest, part.size());
+    return true;
+  };
+  EXPECT_EQ(XMLEncoder().serialize(m, kwxml::TakeText(take)), 0);
+  EXPECT_EQ(joined, whole);
+  EXPECT_LE(longest, 16384u);
+  int parts = 0;
+  EXPECT_EQ(XMLEncoder().serialize(m, kwxml::TakeText([&](std::string_view) { return ++parts < 3; })), 1);
+  EXPECT_EQ(parts, 3) << "nothing comes behind a part that was not taken";
+  std::ostringstream stream;
+  EXPECT_EQ(XMLEncoder().serialize(m, stream, true), 0);
+  EXPECT_EQ(stream.str(), toXml(m));
+  for (const std::size_t room : {whole.size(), whole.size() - 1, std::size_t{0}}) {
+    std::vector<char> memory(room);
+    std::size_t size = 1;
+    EXPECT_EQ(XMLEncoder().serialize(m, memory, size), room == whole.size() ? 0 : 1);
+    EXPECT_EQ(size, whole.size());
+    EXPECT_EQ(std::string(memory.begin(), memory.end()), whole.substr(0, room));
+  }
+  // What is unusual comes as a whole; what cannot be written, not at all; what is met too late, without it.
+  fill(m, field(m, "pstringValue"), 1);
+  joined.clear();
+  EXPECT_EQ(XMLEncoder().serialize(m, kwxml::TakeText(take)), 0);
+  EXPECT_EQ(joined, toXml(m, {}, false));
+  YMMessageBase deep = nodeChain(kwxml::maxMessageNesting + 1);
+  joined.clear();
+  EXPECT_EQ(XMLEncoder().serialize(deep, kwxml::TakeText(take)), 1);
+  EXPECT_EQ(joined, "");
+}
+
+TEST(Writer, ExactNumbersReadBackToTheSameBits)
+{
+  EncodingFlags exact;
+  exact.exactNumbers = 1;
+  std::mt19937_64 random(17);
+  for (int i = 0; i < 20000; ++i) {
+    YMMessageBase m = make("Types_AllTypes");
+    const auto number = std::bit_cast<double>(random());
+    const auto small = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
+    if (number != number || small != small) {
+      continue;
+    }
+    object<std::vector<double>>(m, "doubleList") = {number, static_cast<double>(i) / 7};
+    object<std::vector<float>>(m, "floatList") = {small, static_cast<float>(i) / 7};
+    const std::string xml = toXml(m, exact);
+    ASSERT_TRUE(fromXml(xml) == m) << xml;
+  }
 }
 
 TEST(Writer, FailuresLeaveNoHalfDocument)

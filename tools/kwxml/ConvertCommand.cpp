@@ -119,9 +119,7 @@ private:
   }
   std::string write(YMMessageBase& message, const MessageInput& input, const char* consequence)
   {
-    const int errors = log_.errors();
-    sink_->encode(message);
-    std::string why = losses(log_, errors, input.recordName(), "writing", consequence);
+    std::string why = losses(sink_->encode(message), input.recordName(), "writing", consequence);
     if (why.empty()) {
       sink_->write();
       isWritten_ = true;

@@ -82,6 +82,8 @@ public:
   explicit BinarySinkBase(LibraryLog& log) : log_(log) {}
 
 protected:
+  static constexpr int binaryVersion = 2;  ///< that of files
+
   void warnOfLosses(YMMessageBase& message, const BinaryBuffer& written)
   {
     const LibraryLog::Silence silence(log_);
@@ -103,15 +105,18 @@ public:
       : BinarySinkBase(log), output_(output), version_(options.binaryVersion)
   {
   }
-  void encode(YMMessageBase& message) override
+  int encode(YMMessageBase& message) override
   {
     if (written_) {
       throw Failure(exitData, "the form binary holds one message; records and batch hold many");
     }
-    if (BinarySerializer::serialize(message, buffer_, version_) == 0) {
+    int lost = 0;
+    const BinarySerializerParameters parameters{.lost = &lost};
+    if (BinarySerializer::serialize(message, buffer_, version_, &parameters) == 0) {
       throw Failure(exitData, message.getTagName() + " cannot be written in the form binary");
     }
     warnOfLosses(message, buffer_);
+    return lost;
   }
   void write() override
   {
@@ -229,14 +234,18 @@ public:
   }
 
   /// The handler encodes the message once more.
-  void encode(YMMessageBase& message) override
+  int encode(YMMessageBase& message) override
   {
     BinaryBuffer buffer;
+    int lost = 0;
+    const BinarySerializerParameters parameters{.lost = &lost};
     message_ = &message;
-    length_ = BinarySerializer::serialize(message, buffer);
-    if (length_ != 0) {
-      warnOfLosses(message, buffer);
+    length_ = BinarySerializer::serialize(message, buffer, binaryVersion, &parameters);
+    if (length_ == 0) {
+      throw Failure(exitData, message.getTagName() + " cannot be written");
     }
+    warnOfLosses(message, buffer);
+    return lost;
   }
   void write() override
   {
@@ -264,14 +273,16 @@ class RecordsSink final : public FileSink
 class BatchSink final : public FileSink
 {
   using FileSink::FileSink;
-  void encode(YMMessageBase& message) override
+  int encode(YMMessageBase& message) override
   {
     constexpr unsigned long longest = 9999;
-    FileSink::encode(message);
+    const int lost = FileSink::encode(message);
     if (length_ > longest) {
-      log_.error(message.getTagName() + " takes " + std::to_string(length_) +
-                 " bytes; a record of a batch holds 9999 at most");
+      report(message.getTagName() + " takes " + std::to_string(length_) +
+             " bytes; a record of a batch holds 9999 at most");
+      return lost + 1;
     }
+    return lost;
   }
   int append(YMMessageBase& message) override { return appendAll({&message}); }
   /// A batch without messages has its version all the same.

@@ -74,8 +74,9 @@ class MessageSink
 public:
   virtual ~MessageSink() = default;
   /// Both throw Failure (data) when the message cannot be written; the library has logged why. First the
-  /// message is encoded, which shows in the log what would be lost, then it is written.
-  virtual void encode(YMMessageBase& message) = 0;
+  /// message is encoded, which gives the number of values that would be lost, each shown as a line, then it
+  /// is written.
+  virtual int encode(YMMessageBase& message) = 0;
   virtual void write() = 0;
   /// After the last message.
   virtual void finish() {}

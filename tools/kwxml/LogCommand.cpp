@@ -7,6 +7,7 @@
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/platform/LogSink.h>
 #include <kwxml/text/ShownText.h>
+#include <kwxml/xml/XMLSerializer.h>
 
 namespace kwxml::tool {
 
@@ -41,13 +42,22 @@ void refuseConversions(const std::string& format)
   }
 }
 
+/// How many values the line's XML cannot hold; the logger itself tells nobody.
+int lostInXml(YMMessageBase& message, LibraryLog& log)
+{
+  const LibraryLog::Silence silence(log);  // the logger has the lines, too
+  XMLSerializer serializer;
+  std::string xml;
+  return serializer.serialize(message, xml) != 0 ? 1 : serializer.lost();
+}
+
 void logMessage(const Options& options, LibraryLog& log)
 {
   refuseConversions(options.format);
   MessageInput input(options.inputFile, options.from, log);
   input.open(ReadOptions{.strictness = strictness(options.read)});
   const auto message = onlyMessage(input, "log");
-  const int errors = log.errors();
+  const int lost = lostInXml(*message, log);
   std::string line;
   {
     const LibraryLog::OwnLines own(log, options.level, options.function, [&line](const LogRecord& record) {
@@ -60,8 +70,7 @@ void logMessage(const Options& options, LibraryLog& log)
     logger.DebugLvl(options.function.c_str(), options.level, options.format.c_str(), message.get());
     XmlLoggerHelper::getXmlLoggerInstance()->drain();
   }
-  if (const std::string why = losses(log, errors, input.name(), "logging", "nothing is written");
-      !why.empty()) {
+  if (const std::string why = losses(lost, input.name(), "logging", "nothing is written"); !why.empty()) {
     throw Failure(exitData, why);
   }
   writeOutput(options.outputFile, line);

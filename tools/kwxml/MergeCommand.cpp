@@ -41,7 +41,8 @@ void merge(const Options& options, LibraryLog& log)
                                 into->getTagName() + " (" + target.name() + ")");
   }
   const bool merged = XmlTraverse().merge(*from, *into);
-  if (const std::string why = losses(log, errors, source.name(), "merging", consequence); !why.empty()) {
+  if (const std::string why = losses(log.errors() - errors, source.name(), "merging", consequence);
+      !why.empty()) {
     throw Failure(exitData, why);
   }
   if (!merged) {

@@ -74,6 +74,7 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
       ->type_name("FORM");
   const std::string xml = "How XML is written";
   command.add_flag("--elements", choices.elements, "Values as elements instead of attributes")->group(xml);
+  command.add_flag("--exact", choices.exact, "Floating numbers with all their digits, not six");
   command.add_flag("--readable", choices.readable, "Indented, enumerations by name, dates and times as such")
       ->group(xml);
   command.add_flag("--enum-names", choices.enumNames, "Enumerations by name")->group(xml);
@@ -89,13 +90,14 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
 
 void refuseIdleOptions(const WriteChoices& choices)
 {
-  const bool xml = choices.elements || choices.readable || choices.enumNames || choices.maskPasswords ||
-                   choices.noDeclaration;
+  const bool xml = choices.elements || choices.exact || choices.readable || choices.enumNames ||
+                   choices.maskPasswords || choices.noDeclaration;
   if (xml && choices.to != "xml") {
-    throw Failure(exitUsage,
-                  "--elements, --readable, --enum-names, --mask-passwords and --no-declaration are for "
-                  "the form xml, not " +
-                      choices.to);
+    throw Failure(
+        exitUsage,
+        "--elements, --exact, --readable, --enum-names, --mask-passwords and --no-declaration are for "
+        "the form xml, not " +
+            choices.to);
   }
   if (choices.binaryVersion != 2 && choices.to != "binary") {
     throw Failure(exitUsage, "--binary-version is for the form binary, not " + choices.to);
@@ -107,6 +109,7 @@ WriteOptions writeOptions(const WriteChoices& choices)
   WriteOptions how;
   how.flags.valuesAsElements = choices.elements;
   how.flags.readableForm = choices.readable;
+  how.flags.exactNumbers = choices.exact;
   how.flags.enumsAsNames = choices.enumNames;
   how.flags.maskPasswords = choices.maskPasswords;
   how.xmlDeclaration = !choices.noDeclaration;
@@ -127,12 +130,11 @@ ReadOptions readOptions(const ReadChoices& reading, const WriteChoices& writing)
 
 // ---- Messages
 
-std::string losses(const LibraryLog& log, int before, const std::string& what, const char* doing,
-                   const char* consequence)
+std::string losses(int errors, const std::string& what, const char* doing, const char* consequence)
 {
-  const auto errors = static_cast<std::size_t>(log.errors() - before);
   return errors == 0 ? std::string()
-                     : what + ": " + doing + " met " + counted(errors, "error") + "; " + consequence;
+                     : what + ": " + doing + " met " + counted(static_cast<std::size_t>(errors), "error") +
+                           "; " + consequence;
 }
 
 MessageInput::MessageInput(const std::string& file, const std::string& form, LibraryLog& log)
@@ -236,11 +238,10 @@ std::unique_ptr<YMMessageBase> onlyMessage(MessageInput& input, const char* comm
 void writeMessage(YMMessageBase& message, const WriteChoices& choices, const std::string& file,
                   const std::string& what, LibraryLog& log)
 {
-  const int errors = log.errors();
   Output output(file);
   const auto sink = findForm(choices.to)->sink(output, writeOptions(choices), log);
-  sink->encode(message);
-  if (const std::string why = losses(log, errors, what, "writing", "nothing is written"); !why.empty()) {
+  const int lost = sink->encode(message);
+  if (const std::string why = losses(lost, what, "writing", "nothing is written"); !why.empty()) {
     throw Failure(exitData, why);
   }
   sink->write();

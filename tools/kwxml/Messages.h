@@ -34,6 +34,7 @@ struct WriteChoices
 {
   std::string to = "xml";
   bool elements = false;
+  bool exact = false;
   bool readable = false;
   bool enumNames = false;
   bool maskPasswords = false;
@@ -53,10 +54,9 @@ Strictness strictness(const ReadChoices& choices);
 // ---- Messages
 
 /// The library goes on after a field that it cannot write, and says so; a message that has lost a field is
-/// not handed on. Why not, when the log has met errors since there were `before`; empty otherwise.
-/// `consequence` says what becomes of the message.
-std::string losses(const LibraryLog& log, int before, const std::string& what, const char* doing,
-                   const char* consequence);
+/// not handed on. Why not, when there were errors; empty otherwise. `consequence` says what becomes of the
+/// message.
+std::string losses(int errors, const std::string& what, const char* doing, const char* consequence);
 
 /// The messages of a file, one after the other.
 class MessageInput

@@ -50,7 +50,8 @@ public:
 
   /// Shows an error of the tool's own beside those of the library, and counts it.
   void error(std::string_view text);
-  /// The number of errors since the log was made by which something was lost.
+  /// The number of errors that were logged since the log was made. Of what is written or read the encoders
+  /// and observers know better.
   int errors() const { return errors_; }
   /// While it lives lines up to a level are logged, and those of just that level and one function are the
   /// tool's own: they go to `take` alone. What else is logged above the level of the log is not shown. It

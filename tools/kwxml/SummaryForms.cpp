@@ -53,13 +53,15 @@ constexpr std::string_view pageEnd = "</body>\n</html>\n";
 class SummarySink : public MessageSink
 {
 public:
-  explicit SummarySink(Output& output) : output_(output) {}
-  void encode(YMMessageBase& message) override
+  SummarySink(Output& output, const LibraryLog& log) : output_(output), log_(log) {}
+  int encode(YMMessageBase& message) override
   {
+    const int errors = log_.errors();
     if (!render(message, text_)) {
       throw Failure(exitData, message.getTagName() + " cannot be summarized");
     }
     text_ += '\n';
+    return log_.errors() - errors;  // a line stands for each value that has no text
   }
   void write() override { output_.append(text_); }
 
@@ -78,6 +80,7 @@ protected:
   Output& output_;
 
 private:
+  const LibraryLog& log_;
   std::string text_;
 };
 
@@ -132,19 +135,19 @@ class GuiSink final : public SummarySink
 
 }  // namespace
 
-std::unique_ptr<MessageSink> textSink(Output& output, const WriteOptions&, LibraryLog&)
+std::unique_ptr<MessageSink> textSink(Output& output, const WriteOptions&, LibraryLog& log)
 {
-  return std::make_unique<TextSink>(output);
+  return std::make_unique<TextSink>(output, log);
 }
 
-std::unique_ptr<MessageSink> htmlSink(Output& output, const WriteOptions&, LibraryLog&)
+std::unique_ptr<MessageSink> htmlSink(Output& output, const WriteOptions&, LibraryLog& log)
 {
-  return std::make_unique<HtmlSink>(output);
+  return std::make_unique<HtmlSink>(output, log);
 }
 
-std::unique_ptr<MessageSink> guiSink(Output& output, const WriteOptions&, LibraryLog&)
+std::unique_ptr<MessageSink> guiSink(Output& output, const WriteOptions&, LibraryLog& log)
 {
-  return std::make_unique<GuiSink>(output);
+  return std::make_unique<GuiSink>(output, log);
 }
 
 }  // namespace kwxml::tool

@@ -1,10 +1,12 @@
 #include "XmlForm.h"
 
 #include "Command.h"
+#include "Digits.h"
 #include "Files.h"
+#include "Report.h"
 
 #include <kwxml/codec/XMLDecoder.h>
-#include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/xml/XMLSerializer.h>
 #include <kwxml/xml/XmlScanner.h>
 
 #include <utility>
@@ -89,14 +91,22 @@ class XmlSink final : public MessageSink
 {
 public:
   XmlSink(Output& output, const WriteOptions& options) : output_(output), options_(options) {}
-  void encode(YMMessageBase& message) override
+  int encode(YMMessageBase& message) override
   {
-    if (XMLEncoder(options_.flags).serialize(message, text_, !options_.xmlDeclaration) != 0) {
+    XMLSerializer serializer(options_.flags);
+    if (serializer.serialize(message, text_, !options_.xmlDeclaration) != 0) {
       throw Failure(exitData, message.getTagName() + " cannot be written in the form xml");
     }
     if (!text_.ends_with('\n')) {
       text_ += '\n';
     }
+    if (options_.flags.exactNumbers == 0) {
+      if (const std::string fields = fieldsThatLoseDigits(message); !fields.empty()) {
+        report("warning: " + message.getTagName() + ": " + fields +
+               ": written with six digits; --exact keeps all");
+      }
+    }
+    return serializer.lost();
   }
   void write() override { output_.append(text_); }
 

@@ -189,6 +189,9 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
   } else {
     kwxml::writeBody(message, out, call);
   }
+  if (parameters != nullptr && parameters->lost != nullptr) {
+    *parameters->lost = call.lost;
+  }
   if (std::string xml; logLevel >= wholeLevel && kwxml::traceXml(message, xml)) {
     log().debug(serializeFunction, wholeLevel, "[%s]", xml.c_str());
   }

@@ -23,6 +23,8 @@ struct BinarySerializerParameters
 {
   const EncodingFlags* passwordSettings = nullptr;
   KwXMLContextInfo* context = nullptr;
+  int* lost =
+      nullptr;  ///< where not null: becomes the number of values that could not be written (each is logged)
 };
 
 class BinarySerializer

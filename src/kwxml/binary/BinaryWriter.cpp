@@ -215,9 +215,11 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
   switch (password.kind) {
     case PasswordText::NoAnnotation:
       out.fixed(wire::fieldKey(def));
+      ++call.lost;
       log().logError(writerFunction, "No Password annotation found on member : %s", def.getName());
       break;
     case PasswordText::Refused:  // not even its key: a reader would take the next key for the value
+      ++call.lost;
       log().logError(writerFunction, "Password Handler Not Found while serializing pstring field [%s]",
                      def.getName());
       break;

@@ -30,6 +30,7 @@ struct EncodeCall
   std::size_t nextPassword = 0;
   const char* begin = nullptr;  ///< position 0 of traces
   int depth = 0;
+  int lost = 0;          ///< values that could not be written
   bool tooDeep = false;  ///< nested deeper than a reader accepts (logged)
 };
 

@@ -10,6 +10,22 @@ int XMLEncoder::serialize(YMMessageBase& message, std::string& out, bool element
   return XMLSerializer(flags_, context_).serialize(message, out, elementOnly);
 }
 
+int XMLEncoder::serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly) const
+{
+  return XMLSerializer(flags_, context_).serialize(message, take, elementOnly);
+}
+
+int XMLEncoder::serialize(YMMessageBase& message, std::ostream& out, bool elementOnly) const
+{
+  return XMLSerializer(flags_, context_).serialize(message, out, elementOnly);
+}
+
+int XMLEncoder::serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                          bool elementOnly) const
+{
+  return XMLSerializer(flags_, context_).serialize(message, memory, size, elementOnly);
+}
+
 unsigned long XMLEncoder::SerializeBinary(YMMessageBase& message, BinaryBuffer& buffer)
 {
   return BinarySerializer::serialize(message, buffer);

@@ -2,18 +2,15 @@
 // moved, or the caller's. Not installed.
 #pragma once
 
+#include <kwxml/xml/TakeText.h>
+
 #include <cstddef>
 #include <cstring>
-#include <functional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace kwxml {
-
-/// Takes a part of a text; false ends the writing.
-using TakeText = std::function<bool(std::string_view)>;
 
 class TextOutput
 {

@@ -13,7 +13,9 @@
 #include <xercesc/framework/MemBufFormatTarget.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <algorithm>
 #include <memory>
+#include <ostream>
 
 using kwxml::log;
 
@@ -77,6 +79,53 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
     return 1;
   }
   return serializeByDom(message, out, elementOnly);
+}
+
+int XMLSerializer::serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly)
+{
+  constexpr const char* function = "XMLSerializer::serialize";
+  if (!initialize()) {
+    log().logError(function, "[%s]", "Error initializing xerces library");
+    return 1;
+  }
+  lost_ = 0;
+  try {
+    kwxml::TextOutput text(take);
+    const kwxml::TextWritten written =
+        kwxml::writeText(message, text, flags_, listeners_, context_, elementOnly);
+    if (written.done) {
+      lost_ = written.lost;
+      return text.finish() ? 0 : 1;
+    }
+  } catch (...) {  // no memory, or the taker's exception
+    log().logError(function, "[%s]", "Error Writing Xml to String");
+    return 1;
+  }
+  std::string whole;
+  return serializeByDom(message, whole, elementOnly) == 0 && take(whole) ? 0 : 1;
+}
+
+int XMLSerializer::serialize(YMMessageBase& message, std::ostream& out, bool elementOnly)
+{
+  const auto take = [&out](std::string_view part) {
+    return out.write(part.data(), static_cast<std::streamsize>(part.size())).good();
+  };
+  return serialize(message, kwxml::TakeText(take), elementOnly);
+}
+
+int XMLSerializer::serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                             bool elementOnly)
+{
+  size = 0;
+  const auto take = [&](std::string_view part) {
+    if (size < memory.size()) {
+      std::copy_n(part.begin(), std::min(part.size(), memory.size() - size), memory.data() + size);
+    }
+    size += part.size();
+    return true;
+  };
+  const int result = serialize(message, kwxml::TakeText(take), elementOnly);
+  return result == 0 && size > memory.size() ? 1 : result;
 }
 
 /// The last word on a text that was written.

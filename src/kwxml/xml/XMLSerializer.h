@@ -7,9 +7,13 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/xml/TakeText.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XercesForward.h>
 
+#include <cstddef>
+#include <iosfwd>
+#include <span>
 #include <string>
 
 class CYxFile;
@@ -54,6 +58,14 @@ public:
     return serialize(message, out, elementOnly != 0);
   }
   int serialize(YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
+  /// The same in parts, so that the text never stands in memory as a whole; only an unusual message (see
+  /// docs/architecture.md) is written as one. 1 also when a part was not taken. On any other failure nothing
+  /// has been handed out, but where memory ran out.
+  int serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false);
+  int serialize(YMMessageBase& message, std::ostream& out, bool elementOnly = false);
+  /// Into memory of the caller. `size` becomes the size of the text; where that is more than there is room,
+  /// the result is 1 and the memory holds the beginning.
+  int serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size, bool elementOnly = false);
   /// How many values of the message that was written last could not be written; each is logged.
   int lost() const { return lost_; }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
