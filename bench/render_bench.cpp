@@ -3,6 +3,7 @@
 
 #include "Comparison.h"
 #include "Documents.h"
+#include "Profile.h"
 
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
@@ -22,6 +23,22 @@ struct Counter final : XmlTraverseHandler
   int fields = 0;
   void visit(MsgFieldContext&) override { ++fields; }
 };
+
+void summarize(YMMessageBase& message)
+{
+  std::ostringstream out;
+  KwXMLSummary::getKwSummaryInfo(&message, out, KwXMLFormatOptions());
+  benchmark::DoNotOptimize(out.str().data());
+}
+
+void showAsHtml(YMMessageBase& message)
+{
+  HTMLRenderContext context;
+  KwXMLSummary::getKwSummaryInfo(&message, &context, KwXMLFormatOptions());
+  std::string out;
+  context.DumpToString(out);
+  benchmark::DoNotOptimize(out.data());
+}
 
 template <class Values>
 void registerDocument(std::vector<Pair>& pairs, const std::string& document, Values (*makeValues)())
@@ -48,18 +65,8 @@ void registerDocument(std::vector<Pair>& pairs, const std::string& document, Val
     XmlTraverse().traverse(m, counter, false, false);
     benchmark::DoNotOptimize(counter.fields);
   });
-  add("text summary", [](YMMessageBase& m) {
-    std::ostringstream out;
-    KwXMLSummary::getKwSummaryInfo(&m, out, KwXMLFormatOptions());
-    benchmark::DoNotOptimize(out.str().data());
-  });
-  add("HTML summary", [](YMMessageBase& m) {
-    HTMLRenderContext context;
-    KwXMLSummary::getKwSummaryInfo(&m, &context, KwXMLFormatOptions());
-    std::string out;
-    context.DumpToString(out);
-    benchmark::DoNotOptimize(out.data());
-  });
+  add("text summary", summarize);
+  add("HTML summary", showAsHtml);
   const auto same = std::make_shared<YMMessageBase>(*message);
   add("difference", [same](YMMessageBase& m) {
     struct Nobody final : MessageDiffVisitor
@@ -70,7 +77,31 @@ void registerDocument(std::vector<Pair>& pairs, const std::string& document, Val
   });
 }
 
+template <class Values>
+void addSummaries(std::vector<Operation>& operations, const std::string& document, Values (*makeValues)())
+{
+  const auto message = std::make_shared<YMMessageBase>(makeMessage(makeValues()));
+  const auto encode = [message] {
+    BinaryBuffer out;
+    BinarySerializer::serialize(*message, out);
+    benchmark::DoNotOptimize(out.data());
+  };
+  constexpr double limit = 6;
+  operations.push_back({document + " text summary", limit, true, [message] { summarize(*message); }, encode});
+  operations.push_back(
+      {document + " HTML summary", limit, true, [message] { showAsHtml(*message); }, encode});
+}
+
 }  // namespace
+
+std::vector<Operation> renderOperations()
+{
+  std::vector<Operation> operations;
+  addSummaries(operations, "W1 flat", flatValues);
+  addSummaries(operations, "W2 order", orderValues);
+  addSummaries(operations, "W3 bulk", bulkValues);
+  return operations;
+}
 
 void registerRenderBenchmarks(std::vector<Pair>& pairs)
 {

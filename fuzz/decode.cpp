@@ -49,7 +49,9 @@ Message decode(const void* data, std::size_t size)
   Message message(BinarySerializer::unserialize(buffer, nullptr, false));
   if (message) {  // and once more, laid over what is there
     YMMessageBase merged(*message);
-    static_cast<void>(BinarySerializer::unserialize(merged, buffer, nullptr, true));
+    if (BinarySerializer::unserialize(merged, buffer, nullptr, true) != 0) {
+      wrong("a message that was read cannot be read over itself");
+    }
     readAgain(*message, buffer);
   }
   return message;

@@ -2,6 +2,7 @@
 #include "binary/Bodies.h"
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
+#include "support/Documents.h"
 #include "support/PasswordKey.h"
 #include "support/SmallStack.h"
 
@@ -9,6 +10,7 @@
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/text/Base64.h>
+#include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
 
@@ -108,6 +110,33 @@ TEST(BinaryReader, AUsedMessageReadsAsANewOne)
     expectSame(next, encode(former));
     expectSame(former, header(former));
   }
+}
+
+TEST(BinaryReader, OldItemsThatCannotBeReusedAreReplaced)
+{
+  // Of an old-way class, of another class, in the caller's memory; by merging, and by a list that comes
+  // twice.
+  YMMessageBase order = make("Shop_Order");
+  fill(order, field(order, "items"), 1, 1);
+  const std::string bytes = encode(order);
+  YMMessageBase merged = order;
+  EXPECT_EQ(decode(merged, bytes, true), 0);
+  EXPECT_TRUE(merged == order);
+  YMMessageBase twice = make("Shop_Order");
+  EXPECT_EQ(decode(twice, bytes + bytes.substr(8)), 0);
+  EXPECT_TRUE(twice == order);
+  YMMessageBase node = make("Types_Node");
+  fill(node, field(node, "children"), 1, 1);
+  long long memory[64];
+  YMMessageBase other = make("Types_Node");
+  auto& children = object<std::vector<YMMessageBase>>(other, "children");
+  children.push_back(make("Types_Leaf"));
+  children.emplace_back(node.getSubsysID(), node.getClassIndex(), memory, static_cast<int>(sizeof memory));
+  YMMessageBase alike = other;
+  EXPECT_EQ(decode(other, encode(node)), 0);
+  EXPECT_TRUE(other == node);
+  EXPECT_EQ(XMLSerializer().unserialize(alike, toXml(node)), 0);
+  EXPECT_TRUE(alike == node);
 }
 
 TEST(BinaryReader, SizesOfNestedMessagesStayInTheirOwner)

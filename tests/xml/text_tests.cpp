@@ -526,6 +526,11 @@ TEST(NumberText, WritesFloatingNumbersAsStreamsDo)
   for (int run = 0; run < 50000; ++run) {
     expectAsPrintf(std::bit_cast<double>(random()));
     expectAsPrintf(static_cast<double>(random() % 100000000) / 1000);
+    const double power = std::pow(10.0, static_cast<double>(random() % 13) - 5);
+    expectAsPrintf(-static_cast<double>(random() % 10000000) / 10000000 *
+                   power);  // ties of the seventh digit
+    expectAsPrintf(std::nextafter(power, 0));
+    expectAsPrintf(static_cast<double>(random()) / 18446744073709551616.0 * power);
   }
   EXPECT_EQ(kwxml::formatInteger(LLONG_MIN, buffer), "-9223372036854775808");
   EXPECT_EQ(kwxml::formatUnsigned(ULLONG_MAX, buffer), "18446744073709551615");

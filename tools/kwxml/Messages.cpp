@@ -74,7 +74,7 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
       ->type_name("FORM");
   const std::string xml = "How XML is written";
   command.add_flag("--elements", choices.elements, "Values as elements instead of attributes")->group(xml);
-  command.add_flag("--exact", choices.exact, "Floating numbers with all their digits, not six");
+  command.add_flag("--exact", choices.exact, "Floating numbers with all their digits, not six")->group(xml);
   command.add_flag("--readable", choices.readable, "Indented, enumerations by name, dates and times as such")
       ->group(xml);
   command.add_flag("--enum-names", choices.enumNames, "Enumerations by name")->group(xml);

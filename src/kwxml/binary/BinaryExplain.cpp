@@ -104,7 +104,15 @@ void Explaining::showNumber(std::uint64_t at, const FieldDef& def, FieldDataType
   std::string shown(
       text,
       std::visit([&](auto value) { return std::to_chars(text, text + sizeof text, value).ptr; }, number));
-  const long long whole = std::visit([](auto value) { return static_cast<long long>(value); }, number);
+  const long long whole = std::visit(
+      [](auto value) {
+        if constexpr (std::is_integral_v<decltype(value)>) {
+          return static_cast<long long>(value);
+        } else {
+          return -1LL;  // no truth value, no enumerator
+        }
+      },
+      number);
   if (type == FIELD_BOOL && (whole == 0 || whole == 1)) {
     shown = whole == 1 ? "true" : "false";
   } else if (type == FIELD_ENUM) {

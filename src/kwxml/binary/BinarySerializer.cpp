@@ -149,6 +149,9 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
                           const BinarySerializerParameters* parameters)
 {
   const int logLevel = log().getDebugLevel();
+  if (parameters != nullptr && parameters->lost != nullptr) {
+    *parameters->lost = 0;
+  }
   kwxml::EncodeCall call = encodeCall(version, parameters, logLevel);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;

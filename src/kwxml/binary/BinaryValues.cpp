@@ -272,7 +272,7 @@ bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
     if (item == nullptr) {
       item = &list.emplace_back(reference.system, reference.classIndex);
     } else if (!reused) {
-      *item = YMMessageBase();
+      item->initialize(reference.system, reference.classIndex, false, nullptr, 0);
     }
     filling.next();
     if (!readNested(message, *item, reused, def, i)) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 
@@ -39,9 +40,84 @@ std::string_view formatUnsigned(unsigned long long value, NumberBuffer& buffer) 
   return format(value, buffer);
 }
 
+namespace {
+
+constexpr int digitCount = 6;
+/// 1e-4 to 1e6: within them six digits are written without an exponent.
+constexpr double powers[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
+constexpr int leastExponent = -4;
+
+/// The exponent of a number between the first and the last of the powers.
+int exponentOf(double size) noexcept
+{
+  int exponent = size >= 1 ? 0 : leastExponent;
+  while (size >= powers[exponent + 1 - leastExponent]) {
+    ++exponent;
+  }
+  return exponent;
+}
+
+/// The six digits of a number as one integer; 0 where it is too close to the middle between two of them for a
+/// product to tell: that is off by 1e-10 at most.
+std::uint32_t sixDigits(double size, int exponent) noexcept
+{
+  constexpr double scales[] = {1e9, 1e8, 1e7, 1e6, 1e5, 1e4, 1e3, 1e2, 1e1, 1e0};
+  const double scaled = size * scales[exponent - leastExponent];
+  const auto below = static_cast<std::uint32_t>(scaled);
+  const double rest = scaled - below;
+  constexpr double margin = 1e-9;
+  return rest > 0.5 - margin && rest < 0.5 + margin ? 0 : below + (rest > 0.5 ? 1 : 0);
+}
+
+}  // namespace
+
 std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
 {
-  return format(value, buffer, std::chars_format::general, 6);
+  const double size = value < 0 ? -value : value;
+  if (!(size >= powers[0] && size < powers[digitCount - leastExponent])) {
+    return format(value, buffer, std::chars_format::general, digitCount);
+  }
+  int exponent = exponentOf(size);
+  std::uint32_t rest = sixDigits(size, exponent);
+  constexpr std::uint32_t tooMany = 1000000;
+  if (rest == 0 || (rest == tooMany && exponent == digitCount - 1)) {
+    return format(value, buffer, std::chars_format::general, digitCount);
+  }
+  if (rest == tooMany) {
+    rest /= 10;
+    ++exponent;
+  }
+  char digits[digitCount];
+  const auto put = [&digits](int at, std::uint32_t two) {
+    digits[at] = static_cast<char>('0' + two / 10);
+    digits[at + 1] = static_cast<char>('0' + two % 10);
+  };
+  put(0, rest / 10000);
+  put(2, rest / 100 % 100);
+  put(4, rest % 100);
+  int count = digitCount;
+  while (digits[count - 1] == '0') {
+    --count;
+  }
+  char* to = buffer.text;
+  if (value < 0) {
+    *to++ = '-';
+  }
+  const int whole = exponent + 1;  // digits before the point
+  if (whole <= 0) {
+    *to++ = '0';
+    *to++ = '.';
+    to = std::fill_n(to, -whole, '0');
+    to = std::copy_n(digits, count, to);
+  } else {
+    to = std::copy_n(digits, whole, to);
+    if (count > whole) {
+      *to++ = '.';
+      to = std::copy(digits + whole, digits + count, to);
+    }
+  }
+  *to = '\0';
+  return {buffer.text, static_cast<std::size_t>(to - buffer.text)};
 }
 
 std::string_view formatExact(double value, NumberBuffer& buffer) noexcept

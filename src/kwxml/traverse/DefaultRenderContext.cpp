@@ -14,12 +14,16 @@ void DefaultRenderContext::startSubHeader(MsgFieldContext&) {}
 void DefaultRenderContext::writeSubHeader(std::string) {}
 void DefaultRenderContext::endSubHeader(MsgFieldContext&) {}
 
-void DefaultRenderContext::write(std::string_view name, std::string_view before, std::string_view value)
+/// In one piece: what a stream does for each is more than the pieces are.
+void DefaultRenderContext::write(std::string_view name, std::string_view before, std::string_view value,
+                                 std::string_view behind)
 {
+  piece_.clear();
   if (!std::exchange(first_, false)) {
-    stream_ << ',';
+    piece_ += ',';
   }
-  stream_ << name << before << value;
+  piece_.append(name).append(before).append(value).append(behind);
+  stream_.write(piece_.data(), static_cast<std::streamsize>(piece_.size()));
 }
 
 void DefaultRenderContext::writeAttribute(MsgFieldContext& field)
@@ -35,7 +39,7 @@ void DefaultRenderContext::writeList(MsgFieldContext& field)
 {
   if (!kwxml::isSecret(field.getField())) {
     write(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), "",
-          kwxml::listText(field, '[', ']'));
+          kwxml::listText(field, '[', ']'), "");
   }
 }
 
@@ -58,5 +62,5 @@ void DefaultRenderContext::writeAttribute(std::string name, bstring value)
 
 void DefaultRenderContext::addToOutPut(std::string_view name, std::string_view value)
 {
-  write(name, ":[", std::string(value) + "]");
+  write(name, ":[", value, "]");
 }

@@ -43,8 +43,9 @@ public:
 
 private:
   void addToOutPut(std::string_view name, std::string_view value) override;
-  void write(std::string_view name, std::string_view before, std::string_view value);
+  void write(std::string_view name, std::string_view before, std::string_view value, std::string_view behind);
 
   std::ostringstream& stream_;
   bool first_ = true;
+  std::string piece_;
 };

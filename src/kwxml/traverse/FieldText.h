@@ -2,6 +2,8 @@
 // a value has one text.
 #pragma once
 
+#include <kwxml/model/YMMessageBase.h>
+
 #include <string>
 
 /// The text of the value at `value`, which is of the field type `type` (a FieldDataType) in its stored form:
@@ -22,3 +24,13 @@
 /// of the type above. The text is empty for every other type, and for null. Nothing depends on the process's
 /// locale; nothing is logged.
 std::string getStringFromFld(int type, const void* value);
+
+namespace kwxml {
+
+/// Appends that text.
+void appendFieldText(std::string& out, int type, const void* value);
+/// Appends those of a list's elements, with commas between them; nothing for other fields. The record is one
+/// of the message's class.
+void appendElementTexts(std::string& out, const YMMessageBase& message, const FieldDef& list);
+
+}  // namespace kwxml

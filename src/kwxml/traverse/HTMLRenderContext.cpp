@@ -88,8 +88,9 @@ bool isInteger(FieldDataType type)
 bool isHidden(const MsgFieldContext& field)
 {
   using kwxml::annotationTag;
-  return field.hasAnnotation(annotationTag("Suppress")) ||
-         field.hasAnnotation(annotationTag("HideInReports")) || kwxml::isSecret(field.getField());
+  return (field.hasAnnotations() && (field.hasAnnotation(annotationTag("Suppress")) ||
+                                     field.hasAnnotation(annotationTag("HideInReports")))) ||
+         kwxml::isSecret(field.getField());
 }
 
 }  // namespace
@@ -98,13 +99,12 @@ bool isHidden(const MsgFieldContext& field)
 
 namespace kwxml {
 
-std::string HTMLFieldContext::shown(std::string_view text) const
+void HTMLFieldContext::appendShown(std::string& out, std::string_view text) const
 {
   if (!escaping_) {
-    return std::string(text);
+    out += text;
+    return;
   }
-  std::string escaped;
-  escaped.reserve(text.size());
   while (!text.empty()) {
     const std::string_view entity = text[0] == '&'    ? "&amp;"
                                     : text[0] == '<'  ? "&lt;"
@@ -112,9 +112,16 @@ std::string HTMLFieldContext::shown(std::string_view text) const
                                     : text[0] == '"'  ? "&quot;"
                                     : text[0] == '\'' ? "&#39;"
                                                       : "";
-    escaped += entity;
-    text.remove_prefix(entity.empty() ? appendShownCharacter(escaped, text) : 1);
+    out += entity;
+    text.remove_prefix(entity.empty() ? appendShownCharacter(out, text) : 1);
   }
+}
+
+std::string HTMLFieldContext::shown(std::string_view text) const
+{
+  std::string escaped;
+  escaped.reserve(text.size());
+  appendShown(escaped, text);
   return escaped;
 }
 
@@ -258,9 +265,9 @@ void HTMLRenderContext::addToOutPut(std::string_view name, std::string_view valu
     startLine();
   }
   output_ += entityBlank;
-  output_ += shown(trimmed(name));
+  appendShown(output_, trimmed(name));
   output_ += "&nbsp;:&nbsp;";
-  output_ += shown(value);
+  appendShown(output_, value);
   if (!levels_.empty()) {
     ++levels_.back().shown;
   }
@@ -294,5 +301,8 @@ void HTMLGuiSummaryRenderContext::addToOutPut(std::string_view name, std::string
   if (!std::exchange(first_, false)) {
     output_ += "<BR>";
   }
-  output_ += entityBlank + shown(trimmed(name)) + "&nbsp;:&nbsp;" + shown(value);
+  output_ += entityBlank;
+  appendShown(output_, trimmed(name));
+  output_ += "&nbsp;:&nbsp;";
+  appendShown(output_, value);
 }

@@ -51,6 +51,7 @@ protected:
   const char* truthText(bool value) const final { return value ? "True" : "False"; }
   /// A name or a value as it goes out.
   std::string shown(std::string_view text) const;
+  void appendShown(std::string& out, std::string_view text) const;
   /// A text that stands in an identifier of the page.
   std::string identifier(std::string_view text) const;
 

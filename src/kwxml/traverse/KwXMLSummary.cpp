@@ -58,8 +58,8 @@ namespace {
 
 bool isLeftOut(const MsgFieldContext& field)
 {
-  return field.hasAnnotation(kwxml::annotationTag("HideInReports")) ||
-         field.hasAnnotation(kwxml::annotationTag("Suppress"));
+  return field.hasAnnotations() && (field.hasAnnotation(kwxml::annotationTag("HideInReports")) ||
+                                    field.hasAnnotation(kwxml::annotationTag("Suppress")));
 }
 
 }  // namespace

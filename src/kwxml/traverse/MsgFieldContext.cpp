@@ -31,6 +31,12 @@ const FieldDef* MsgFieldContext::getRecord() const
   return nullptr;
 }
 
+bool MsgFieldContext::hasAnnotations() const
+{
+  const FieldDef* def = getRecord();
+  return def != nullptr && def->annotations != nullptr;
+}
+
 bool MsgFieldContext::hasAnnotation(unsigned long tag) const
 {
   const FieldDef* def = getRecord();

@@ -48,7 +48,9 @@ public:
   /// False, with `annotation` unchanged, when there is none (nothing is logged) or its record is damaged
   /// (logged).
   bool getAnnotation(AnnotationBase& annotation) const;
-  /// The same question without the answer's members.
+  /// Whether the class attaches any annotation, or form of a date or a password, to the field.
+  bool hasAnnotations() const;
+  /// The same question as getAnnotation()'s without the answer's members.
   bool hasAnnotation(unsigned long tag) const;
 
   /// Appends a pointer to each element of a list field, as XMLDecoder::ReadFromList does. Null does nothing.

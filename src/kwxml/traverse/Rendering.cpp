@@ -58,15 +58,20 @@ std::string listText(const MsgFieldContext& field, char open, char close)
 {
   const FieldDataType type = field.getField().type;
   std::string text(1, open);
-  if (type != FIELD_LIST_ENUM && type != FIELD_LIST_OBJECT) {
-    std::vector<void*> elements;
+  if (fieldTypeInfo(type).element != FIELD_UNSET && type != FIELD_LIST_ENUM && type != FIELD_LIST_OBJECT) {
+    const FieldDef* const def = field.getRecord();
+    if (def != nullptr && def->type == type) {
+      appendElementTexts(text, *field.getMessage(), *def);
+    }
+  } else if (type != FIELD_LIST_ENUM && type != FIELD_LIST_OBJECT) {
+    std::vector<void*> elements;  // what is no list is its own only element
     field.readListValue(&elements);
-    bool first = true;
     for (const void* element : elements) {
-      appendItem(text, first, getStringFromFld(type, element));
+      appendFieldText(text, type, element);
     }
   }
-  return text + close;
+  text += close;
+  return text;
 }
 
 std::string enumText(const MsgFieldContext& field)

@@ -40,8 +40,7 @@ YMMessageBase& MessageReader::addMessage(const FieldDef& def, std::vector<YMMess
     return *old;
   }
   if (old != nullptr) {
-    *old = YMMessageBase();
-    *old = YMMessageBase(reference.system, reference.classIndex);
+    old->initialize(reference.system, reference.classIndex, false, nullptr, 0);
   }
   YMMessageBase& message = old != nullptr ? *old : list.emplace_back(reference.system, reference.classIndex);
   prepare(message);

@@ -233,9 +233,7 @@ void MessageWriter<Sink>::writeNested(YMMessageBase& message, int passwordMode)
 template <class Sink>
 void MessageWriter<Sink>::tellOfNull()
 {
-  if (mayGiveUp()) {
-    gaveUp_ = true;
-  } else {
+  if (!giveUp()) {
     log().logError(writerFunction, "[%s]", "Please check");
   }
 }

@@ -38,11 +38,11 @@ public:
   /// logged and left out. False when messages nest deeper than a reader accepts; nothing may be made of the
   /// sink's content then.
   [[nodiscard]] bool writeFields(YMMessageBase& message, int passwordMode);
-  /// How many values could not be written.
+  /// How many values could not be written, or only as what their bytes would be in Latin-1.
   int lost() const { return lost_; }
   /// While nothing of that text has been handed out, what would be logged ends the walk, without a word; the
   /// walk also ends when its taker refuses a part.
-  void giveUpOnLoss(const TextOutput& out) { output_ = &out; }
+  void giveUpOnLoss(TextOutput& out) { output_ = &out; }
 
 private:
   /// A field on its way out, with what its annotations say.
@@ -56,12 +56,20 @@ private:
 
   bool ends() const { return tooDeep_ || gaveUp_ || (output_ != nullptr && output_->isRefused()); }
   bool mayGiveUp() const { return output_ != nullptr && !output_->isUnderWay(); }
+  /// Ends the walk where it may; what it writes until it ends goes nowhere.
+  bool giveUp()
+  {
+    if (mayGiveUp()) {
+      gaveUp_ = true;
+      output_->abandon();
+    }
+    return gaveUp_;
+  }
   /// A value cannot be written: `tell` logs that.
   template <class Tell>
   [[gnu::cold]] void lose(Tell tell)
   {
-    if (mayGiveUp()) {
-      gaveUp_ = true;
+    if (giveUp()) {
       return;
     }
     ++lost_;
@@ -117,7 +125,7 @@ private:
   KwXMLContextInfo* context_;
   bool trace_;
   bool tooDeep_ = false;
-  const TextOutput* output_ = nullptr;
+  TextOutput* output_ = nullptr;
   bool gaveUp_ = false;
   int lost_ = 0;
   int depth_ = 0;

@@ -67,7 +67,10 @@ bool MessageWriter<Sink>::enumText(const Field& field, long long value)
     number(value);
     return true;
   }
-  const FieldDef* enumerator = findEnumerator(YMMessageBase::GetClassDefFromClassID(field.def), value);
+  // The one that logs what is missing comes when the walk cannot give up any more.
+  const _ClassDef* cls =
+      mayGiveUp() ? findClass(packedReference(field.def)) : YMMessageBase::GetClassDefFromClassID(field.def);
+  const FieldDef* enumerator = findEnumerator(cls, value);
   if (enumerator == nullptr) {
     lose([&] {
       log().logError(writerFunction, "Field [%s] does not accept value [%lld]", field.name(), value);
@@ -177,12 +180,13 @@ void MessageWriter<Sink>::convert(const std::string& text)
   for (std::size_t size = 0; !rest.empty() && (size = utf8Character(rest, c)) != 0;) {
     rest.remove_prefix(size);
   }
-  if (!rest.empty() && mayGiveUp()) {
-    gaveUp_ = true;  // the rescue of what is no UTF-8 is logged
+  if (!rest.empty() && giveUp()) {  // the rescue of what is no UTF-8 is logged
+    value_ = {};
     return;
   }
   XMLChstring wide;
   if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
+    ++lost_;
     XMLEncXStr::convertUnformattedToUTF16(text, wide);
   }
   buffer_.clear();

@@ -53,7 +53,9 @@ public:
 
   /// Whether parts have been handed out: the text cannot be taken back.
   bool isUnderWay() const { return underWay_; }
-  /// Whether the taker wants no more.
+  /// Nothing is handed out any more: what has been written is of no use.
+  void abandon() { refused_ = true; }
+  /// Whether the taker wants no more, or the text is abandoned.
   bool isRefused() const { return refused_; }
   /// Hands out the rest; false when the taker refused a part.
   [[nodiscard]] bool finish();

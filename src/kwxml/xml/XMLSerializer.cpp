@@ -97,12 +97,12 @@ int XMLSerializer::serialize(YMMessageBase& message, const kwxml::TakeText& take
       lost_ = written.lost;
       return text.finish() ? 0 : 1;
     }
+    std::string whole;
+    return serializeByDom(message, whole, elementOnly) == 0 && take(whole) ? 0 : 1;
   } catch (...) {  // no memory, or the taker's exception
     log().logError(function, "[%s]", "Error Writing Xml to String");
     return 1;
   }
-  std::string whole;
-  return serializeByDom(message, whole, elementOnly) == 0 && take(whole) ? 0 : 1;
 }
 
 int XMLSerializer::serialize(YMMessageBase& message, std::ostream& out, bool elementOnly)

@@ -60,13 +60,15 @@ public:
   int serialize(YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
   /// The same in parts, so that the text never stands in memory as a whole; only an unusual message (see
   /// docs/architecture.md) is written as one. 1 also when a part was not taken. On any other failure nothing
-  /// has been handed out, but where memory ran out.
+  /// has been handed out, but where memory ran out. What cannot be written is logged by attributes and then
+  /// children once a part has been handed out, not in the order of the records.
   int serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false);
   int serialize(YMMessageBase& message, std::ostream& out, bool elementOnly = false);
   /// Into memory of the caller. `size` becomes the size of the text; where that is more than there is room,
   /// the result is 1 and the memory holds the beginning.
   int serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size, bool elementOnly = false);
-  /// How many values of the message that was written last could not be written; each is logged.
+  /// How many values of the message that was written last could not be written, or were no UTF-8 and were
+  /// taken as Latin-1; each is logged.
   int lost() const { return lost_; }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
   bool serializeXMLRecur(YMMessageBase& message, xercesc_3_2::DOMDocument* document,
