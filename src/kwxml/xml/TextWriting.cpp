@@ -6,73 +6,79 @@
 #include <kwxml/xml/XMLSerializationSupport.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace kwxml {
 
 namespace {
 
-bool isUsual(const YMMessageBase& message, const EncodingFlags& flags, int depth);
-
-template <class T>
-bool isUsualPart(const T& part, const EncodingFlags& flags, int depth)
+/// A message that is still to be looked at.
+struct Pending
 {
-  if constexpr (std::is_same_v<T, YMMessageBase>) {
-    return isUsual(part, flags, depth);
-  } else {
-    return true;
-  }
-}
+  const YMMessageBase* message;
+  int depth;
+};
 
-template <class Tag>
-bool isUsualValue(Tag, const YMMessageBase& message, const FieldDef& def, const EncodingFlags& flags,
-                  int depth)
+/// Adds the messages in a field's value; false where one is missing, which is logged when it is written.
+[[gnu::noinline]] bool addNested(std::vector<Pending>& pending, const YMMessageBase& message,
+                                 const FieldDef& def, int depth)
 {
-  using Value = typename Tag::Value;
-  if constexpr (MessageValue<Tag> || Tag::type == FIELD_LIST_OBJECT || MapValue<Tag>) {
-    const Value* value = MessageAccess::pointer<Value>(message, def.slot);
-    if (value == nullptr) {
-      return !MessageValue<Tag>;  // a message that is missing is logged
+  const auto add = [&]<class Part>(const Part& part) {
+    if constexpr (std::is_same_v<Part, YMMessageBase>) {
+      pending.push_back({&part, depth});
     }
-    if constexpr (MessageValue<Tag>) {
-      return isUsual(*value, flags, depth);
-    } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-      return std::all_of(value->begin(), value->end(),
-                         [&](const YMMessageBase& item) { return isUsual(item, flags, depth); });
-    } else {
-      return std::all_of(value->begin(), value->end(), [&](const auto& entry) {
-        return isUsualPart(entry.first, flags, depth) && isUsualPart(entry.second, flags, depth);
-      });
-    }
-  } else {
-    return true;
-  }
-}
-
-/// Looks at messages alone, not at the values that they hold.
-bool isUsual(const YMMessageBase& message, const EncodingFlags& flags, int depth)
-{
-  const _ClassDef* cls = message.getClass();
-  if (cls == nullptr) {
-    return true;
-  }
-  const WritePlan& plan = writePlan(MessageAccess::planOf(message), message.getSubsysID(), *cls);
-  if (!plan.plainNames || depth > maxMessageNesting) {
-    return false;
-  }
-  if (plan.nested.empty() && plan.secrets.empty()) [[likely]] {
-    return true;
-  }
-  const bool oldWay = YMMessageBase::isOldWay(message.getTagID());
-  const auto isWritten = [&](std::uint16_t position) {
-    return oldWay || MessageAccess::isSet(message, cls->fields[position]);
   };
-  return (flags.maskPasswords || std::none_of(plan.secrets.begin(), plan.secrets.end(), isWritten)) &&
-         std::all_of(plan.nested.begin(), plan.nested.end(), [&](std::uint16_t position) {
-           const FieldDef& def = cls->fields[position];
-           return !isWritten(position) || visitFieldType(def.type, [&](auto tag) {
-             return isUsualValue(tag, message, def, flags, depth + 1);
-           });
-         });
+  return visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
+    if constexpr (MessageValue<Tag> || Tag::type == FIELD_LIST_OBJECT || MapValue<Tag>) {
+      const Value* value = MessageAccess::pointer<Value>(message, def.slot);
+      if (value == nullptr) {
+        return !MessageValue<Tag>;
+      }
+      if constexpr (MessageValue<Tag>) {
+        add(*value);
+      } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
+        std::for_each(value->begin(), value->end(), add);
+      } else {
+        for (const auto& [key, mapped] : *value) {
+          add(key);
+          add(mapped);
+        }
+      }
+    }
+    return true;
+  });
+}
+
+/// Looks at messages alone, not at the values that they hold. No recursion: stacks may be small.
+bool isUsual(const YMMessageBase& root, const EncodingFlags& flags)
+{
+  std::vector<Pending> pending{{&root, 1}};
+  while (!pending.empty()) {
+    const auto [message, depth] = pending.back();
+    pending.pop_back();
+    const _ClassDef* cls = message->getClass();
+    if (cls == nullptr) {
+      continue;
+    }
+    const WritePlan& plan = writePlan(MessageAccess::planOf(*message), message->getSubsysID(), *cls);
+    if (!plan.plainNames || depth > maxMessageNesting) {
+      return false;
+    }
+    const auto isWritten = [message = message, cls](std::uint16_t position) {
+      return YMMessageBase::isOldWay(message->getTagID()) ||
+             MessageAccess::isSet(*message, cls->fields[position]);
+    };
+    if (!flags.maskPasswords && std::any_of(plan.secrets.begin(), plan.secrets.end(), isWritten)) {
+      return false;
+    }
+    for (const std::uint16_t position : plan.nested) {
+      if (isWritten(position) && !addNested(pending, *message, cls->fields[position], depth + 1)) {
+        return false;
+      }
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -84,7 +90,7 @@ TextWritten writeText(YMMessageBase& message, TextOutput& out, const EncodingFla
   constexpr int topLevelPasswordMode = 2;
   const _ClassDef* cls = message.getClass();
   if (cls == nullptr || !listeners.empty() || log().getDebugLevel() >= traceLevel ||
-      !isUsual(message, flags, 1)) {
+      !isUsual(message, flags)) {
     return {};
   }
   const WritePlan& plan = writePlan(MessageAccess::planOf(message), message.getSubsysID(), *cls);
