@@ -139,7 +139,7 @@ ExitStatus diff(const Options& options, LibraryLog& log)
     if (!left.failure().empty() || !right.failure().empty() || (left.atEnd() && right.atEnd())) {
       break;
     }
-    lines.setRecord(many ? record : 0);
+    lines.setRecord(many || record > 1 ? record : 0);  // documents of XML count from the second on
     if (left.message() != nullptr && right.message() != nullptr) {
       diffMessages(*left.message(), *right.message(), lines);
     } else if (left.message() != nullptr && right.atEnd()) {
@@ -184,8 +184,8 @@ void addDiffCommand(CLI::App& app, Session& session)
       "ends are in them. Of passwords and byte strings it is only said that they differ; passwords "
       "are decrypted\n"
       "when there is a key for it, and compared as they were received otherwise.\n\n"
-      "The forms records and batch are compared record by record: \"#2 items[0].price\" is in the "
-      "second one.\n\n"
+      "The forms records and batch, and documents of XML behind one another, are compared one by one:\n"
+      "\"#2 items[0].price\" is in the second one.\n\n"
       "The exit status is 0 when there is no difference and 1 when there is one. It is 1 too, with a line on "
       "standard\n"
       "error, when A or B cannot be read: a message that has lost a field is not compared.\n\n"
