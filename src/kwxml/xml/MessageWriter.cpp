@@ -304,11 +304,12 @@ void MessageWriter<Sink>::writeMap(const Field& field, typename Tag::Value& map,
       return;
     }
     if (!sink_.openMapEntry(field.plan.name)) {
-      lose([&, &key = key] {
+      [[maybe_unused]] const auto& name = key;  // clang captures no structured binding
+      lose([&] {
         if constexpr (Tag::info.mapKey == FIELD_STRING) {
-          log().logError(writerFunction, "Error for map field [%s], key : [%s]", field.name(), key.c_str());
+          log().logError(writerFunction, "Error for map field [%s], key : [%s]", field.name(), name.c_str());
         } else if constexpr (Tag::info.mapKey == FIELD_INT64) {
-          log().logError(writerFunction, "Error for map field [%s], key : [%lld]", field.name(), key);
+          log().logError(writerFunction, "Error for map field [%s], key : [%lld]", field.name(), name);
         }
       });
       continue;
