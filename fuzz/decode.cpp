@@ -34,7 +34,7 @@ void readAgain(const YMMessageBase& message, BinaryBuffer& buffer)
   marked.setEveryPrimitiveBitset(true);
   YMMessageBase other = fresh;
   other.setEveryPrimitiveBitset(true);
-  if (!same || !(used == fresh) || !(marked == other)) {
+  if (!same || !areSame(used, fresh) || !areSame(marked, other)) {
     wrong("a used message reads otherwise than a new one");
   }
 }

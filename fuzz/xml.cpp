@@ -71,7 +71,7 @@ std::unique_ptr<YMMessageBase> readByBoth(Parse parse)
     wrong("the feeds give different results");
   }
   if ((scanned.message == nullptr) != (parsed.message == nullptr) ||
-      (scanned.message != nullptr && !(*scanned.message == *parsed.message))) {
+      (scanned.message != nullptr && !areSame(*scanned.message, *parsed.message))) {
     wrong("the feeds give different messages");
   }
   if (scanned.lines != parsed.lines) {
@@ -90,13 +90,13 @@ void readOver(const YMMessageBase& message, const std::string& text)
   static std::map<unsigned long, YMMessageBase>& former = *new std::map<unsigned long, YMMessageBase>;
   YMMessageBase& used = former.try_emplace(message.getTagID(), message).first->second;
   YMMessageBase fresh = message;
-  if (XMLSerializer().unserialize(used, text) != 0 || !(used == message)) {
+  if (XMLSerializer().unserialize(used, text) != 0 || !areSame(used, message)) {
     wrong("a used message reads otherwise than a new one");
   }
   YMMessageBase marked = used;
   marked.setEveryPrimitiveBitset(true);
   fresh.setEveryPrimitiveBitset(true);
-  if (!(marked == fresh)) {
+  if (!areSame(marked, fresh)) {
     wrong("a used message keeps what it held");
   }
 }

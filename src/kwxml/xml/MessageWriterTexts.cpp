@@ -181,7 +181,7 @@ void MessageWriter<Sink>::convert(const std::string& text)
     rest.remove_prefix(size);
   }
   if (!rest.empty() && giveUp()) {  // the rescue of what is no UTF-8 is logged
-    value_ = {};
+    value_ = {"", true};
     return;
   }
   XMLChstring wide;

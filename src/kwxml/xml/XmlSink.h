@@ -13,8 +13,8 @@ namespace kwxml {
 /// A value: UTF-8 that holds only characters XML allows.
 struct XmlValue
 {
-  std::string_view text;
-  bool plain;  ///< ASCII without a character that is written otherwise anywhere
+  std::string_view text{""};  ///< never null, also when it is empty
+  bool plain = true;          ///< ASCII without a character that is written otherwise anywhere
 };
 
 /// How the value of a list's item, or of a map's key or value, stands on its element.
