@@ -199,11 +199,11 @@ template class BodyReader<Explaining>;
 
 bool readBody(YMMessageBase& message, BinaryStream& in, std::uint64_t end, DecodeCall& call)
 {
+  const MessageReuse::Scope scope(call.reuses ? &message : nullptr);
   if (in.overrun()) {
     return false;
   }
   Cursor cursor(in);
-  const MessageReuse::Scope scope(call.reuses ? &message : nullptr);
   const auto read = [&](auto& watch) {
     return BodyReader(cursor, call, watch, call.reuses).readFields(message, end);
   };
