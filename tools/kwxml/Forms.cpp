@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "Files.h"
 #include "Inspect.h"
+#include "JsonForm.h"
 #include "Report.h"
 #include "SummaryForms.h"
 #include "XmlForm.h"
@@ -325,6 +326,7 @@ std::span<const Form> forms()
 {
   static constexpr Form table[] = {
       {"xml", looksLikeXml, xmlSource, xmlSink, false, true},
+      {"json", looksLikeJson, jsonSource, jsonSink, false, true},
       {"binary", looksLike<InspectForm::Binary>, sourceOf<BinarySource>, binarySink<BinarySink>, false, true},
       {"records", looksLike<InspectForm::Records>, sourceOf<RecordsSource>, binarySink<RecordsSink>, true,
        true},

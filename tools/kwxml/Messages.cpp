@@ -75,29 +75,34 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
   const std::string xml = "How XML is written";
   command.add_flag("--elements", choices.elements, "Values as elements instead of attributes")->group(xml);
   command.add_flag("--exact", choices.exact, "Floating numbers with all their digits, not six")->group(xml);
-  command.add_flag("--readable", choices.readable, "Indented, enumerations by name, dates and times as such")
-      ->group(xml);
   command.add_flag("--enum-names", choices.enumNames, "Enumerations by name")->group(xml);
+  command.add_flag("--no-declaration", choices.noDeclaration, "Without the XML declaration")->group(xml);
+  const std::string texts = "How XML and JSON are written";
+  command
+      .add_flag("--readable", choices.readable,
+                "Indented, dates and times as such; in XML enumerations by name")
+      ->group(texts);
   command.add_flag("--mask-passwords", choices.maskPasswords, "Every password as *******; needs no key")
-      ->group(xml);
+      ->group(texts);
   command
       .add_option("--binary-version", choices.binaryVersion,
                   "Version of the form binary (default: 2; below 2 its end may be missing)")
       ->type_name("N")
       ->group("How binary is written");
-  command.add_flag("--no-declaration", choices.noDeclaration, "Without the XML declaration")->group(xml);
 }
 
 void refuseIdleOptions(const WriteChoices& choices)
 {
-  const bool xml = choices.elements || choices.exact || choices.readable || choices.enumNames ||
-                   choices.maskPasswords || choices.noDeclaration;
-  if (xml && choices.to != "xml") {
-    throw Failure(
-        exitUsage,
-        "--elements, --exact, --readable, --enum-names, --mask-passwords and --no-declaration are for "
-        "the form xml, not " +
-            choices.to);
+  const bool json = choices.to == "json";
+  if ((choices.elements || choices.exact || choices.enumNames || choices.noDeclaration) &&
+      choices.to != "xml") {
+    throw Failure(exitUsage,
+                  "--elements, --exact, --enum-names and --no-declaration are for the form xml, not " +
+                      choices.to + (json ? "; JSON has all digits and enumerations by name as it is" : ""));
+  }
+  if ((choices.readable || choices.maskPasswords) && choices.to != "xml" && !json) {
+    throw Failure(exitUsage,
+                  "--readable and --mask-passwords are for the forms xml and json, not " + choices.to);
   }
   if (choices.binaryVersion != 2 && choices.to != "binary") {
     throw Failure(exitUsage, "--binary-version is for the form binary, not " + choices.to);

@@ -4,6 +4,7 @@
 #include "Digits.h"
 #include "Files.h"
 #include "Report.h"
+#include "TextPlaces.h"
 
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -31,10 +32,12 @@ public:
     first_ = false;
     const std::size_t size = XmlScanner(std::string_view(bytes_).substr(at_)).firstDocument();
     const bool isWhole = size == bytes_.size();
-    Place from = place_;
+    const TextPlace from = place_;
     const std::string document = isWhole ? std::exchange(bytes_, {}) : bytes_.substr(at_, size);
     at_ = isWhole ? 0 : at_ + size;
-    place_.pass(document, !isWhole);
+    if (!isWhole) {
+      place_.pass(document);
+    }
     InFile shifted(observer, from);
     KwXMLContextInfo context = contextFor(options_);
     std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(document, &context, &shifted));
@@ -45,46 +48,12 @@ public:
   }
 
 private:
-  /// Where a document begins in its file.
-  struct Place
-  {
-    std::uint64_t line = 1;
-    std::uint64_t column = 1;
-    void pass(std::string_view text, bool isCounted)
-    {
-      for (std::size_t i = 0; isCounted && i < text.size(); ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        const bool ends = c == '\n' || (c == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
-        line += ends ? 1 : 0;
-        column = ends ? 1 : column + ((c & 0xC0) != 0x80 ? 1 : 0);
-      }
-    }
-  };
-  class InFile : public ReadObserver
-  {
-  public:
-    InFile(ReadObserver& observer, Place begin) : observer_(observer), begin_(begin) {}
-    void met(const Problem& problem) override
-    {
-      Problem shifted = problem;
-      if (shifted.place.line != 0) {
-        shifted.place.column += shifted.place.line == 1 ? begin_.column - 1 : 0;
-        shifted.place.line += begin_.line - 1;
-      }
-      observer_.met(shifted);
-    }
-
-  private:
-    ReadObserver& observer_;
-    const Place begin_;
-  };
-
   const Input& input_;
   const ReadOptions options_;
   bool first_ = true;
   std::string bytes_;
   std::size_t at_ = 0;
-  Place place_;
+  TextPlace place_;
 };
 
 class XmlSink final : public MessageSink

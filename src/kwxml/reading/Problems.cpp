@@ -34,6 +34,7 @@ constexpr std::array kindTable{
     KindRow{ProblemKind::PrecisionLost, Severity::Warning, "precision lost"},
     KindRow{ProblemKind::AttributeUnknown, Severity::Warning, "unknown attribute"},
     KindRow{ProblemKind::ElementUnknown, Severity::Warning, "unknown element"},
+    KindRow{ProblemKind::MemberUnknown, Severity::Warning, "unknown member"},
     KindRow{ProblemKind::FieldUnknown, Severity::Warning, "unknown field"},
     KindRow{ProblemKind::WireCodeOther, Severity::Warning, "other wire code"},
     KindRow{ProblemKind::TrailingBytes, Severity::Warning, "trailing bytes"},
@@ -159,6 +160,8 @@ std::string describe(const Problem& problem)
     case ProblemKind::ElementUnknown:
       return "unknown element " + quoted(problem) +
              (remark.empty() ? nearest(problem.text, problem.owner) : ": " + remark);
+    case ProblemKind::MemberUnknown:
+      return "unknown member " + quoted(problem) + nearest(problem.text, problem.owner);
     case ProblemKind::FieldUnknown:
       return "unknown field " + std::string(problem.text);
   }

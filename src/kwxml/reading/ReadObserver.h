@@ -16,7 +16,7 @@ namespace kwxml {
 enum class ProblemKind : std::uint8_t
 {
   // The reading ended: there is no message, or not all of it.
-  NotWellFormed,       ///< the text is no XML document, or one that is refused
+  NotWellFormed,       ///< the text is no document of its form, or one that is refused
   ClassUnknown,        ///< the catalogue has no class of that name or tag, or the target is of another
   TooDeep,             ///< messages or elements nest deeper than is read
   BufferCut,           ///< the bytes end, or make no sense, before the message does
@@ -33,6 +33,7 @@ enum class ProblemKind : std::uint8_t
   PrecisionLost,       ///< the number has more digits than the type keeps
   AttributeUnknown,    ///< the class has no field of that name
   ElementUnknown,      ///< the same, with all that the element holds
+  MemberUnknown,       ///< the same in JSON
   FieldUnknown,        ///< the same in the binary form, which knows fields by the hash of their name
   WireCodeOther,       ///< the bytes are coded unlike the field's type, and were read as the type's
   TrailingBytes,       ///< bytes behind the last field

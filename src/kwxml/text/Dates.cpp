@@ -127,6 +127,95 @@ bool processXDate(const char* text, int& seconds, Annotation::DateType type)
   return true;
 }
 
+namespace kwxml {
+
+bool formatIsoDate(long long seconds, int type, std::string& out)
+{
+  const std::time_t time = static_cast<std::int32_t>(seconds);
+  std::tm local{};
+  if (time != seconds || localtime_r(&time, &local) == nullptr || local.tm_year + 1900 < firstYear) {
+    return false;
+  }
+  char text[80];
+  std::size_t size = std::strftime(text, sizeof text, "%Y-%m-%d", &local);
+  if (type != Annotation::DATE || local.tm_hour != 0 || local.tm_min != 0 || local.tm_sec != 0) {
+    // Some zones were off by seconds once; only the offset in minutes has a form.
+    const long offset = local.tm_gmtoff / secondsPerMinute;
+    const std::time_t shown = time + offset * secondsPerMinute;
+    std::tm parts{};
+    gmtime_r(&shown, &parts);
+    size = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
+    const long minutes = offset < 0 ? -offset : offset;
+    std::snprintf(text + size, sizeof text - size, "%c%02ld:%02ld", offset < 0 ? '-' : '+', minutes / 60,
+                  minutes % 60);
+  } else if (std::time_t midnight = 0; (local.tm_isdst = -1, midnight = std::mktime(&local)) != time) {
+    return false;  // a day with two midnights: a reader would take the other one
+  }
+  out = text;
+  return true;
+}
+
+bool parseIsoDate(std::string_view text, long long& seconds)
+{
+  constexpr std::string_view pattern = "dddd-dd-ddTdd:dd:dd";
+  constexpr std::string_view offsetPattern = "dd:dd";
+  const auto matches = [](std::string_view part, std::string_view form) {
+    return part.size() == form.size() &&
+           std::equal(part.begin(), part.end(), form.begin(),
+                      [](char c, char f) { return f == 'd' ? c >= '0' && c <= '9' : c == f; });
+  };
+  const auto number = [](std::string_view digits) {
+    int value = 0;
+    for (const char c : digits) {
+      value = value * 10 + (c - '0');
+    }
+    return value;
+  };
+  if (text.size() <= pattern.size() || !matches(text.substr(0, pattern.size()), pattern)) {
+    return false;
+  }
+  const std::string_view zone = text.substr(pattern.size());
+  int offset = 0;
+  if (zone != "Z") {
+    const bool isOffset = (zone[0] == '+' || zone[0] == '-') && matches(zone.substr(1), offsetPattern);
+    if (!isOffset || number(zone.substr(1, 2)) > 23 || number(zone.substr(4, 2)) > 59) {
+      return false;
+    }
+    offset = (number(zone.substr(1, 2)) * 60 + number(zone.substr(4, 2))) * secondsPerMinute;
+    offset = zone[0] == '-' ? -offset : offset;
+  }
+  std::tm parts{};
+  parts.tm_year = number(text.substr(0, 4)) - 1900;
+  parts.tm_mon = number(text.substr(5, 2)) - 1;
+  parts.tm_mday = number(text.substr(8, 2));
+  parts.tm_hour = number(text.substr(11, 2));
+  parts.tm_min = number(text.substr(14, 2));
+  parts.tm_sec = number(text.substr(17, 2));
+  std::tm normal = parts;
+  const std::time_t time = timegm(&normal);
+  if (parts.tm_sec > 59 || normal.tm_mon != parts.tm_mon || normal.tm_mday != parts.tm_mday ||
+      normal.tm_hour != parts.tm_hour || normal.tm_min != parts.tm_min) {
+    return false;  // no such day or time
+  }
+  seconds = static_cast<long long>(time) - offset;
+  return true;
+}
+
+bool formatTimeOfDay(long long seconds, std::string& out)
+{
+  if (seconds < 0 || seconds >= secondsPerDay) {
+    return false;
+  }
+  char text[16];
+  const auto time = static_cast<int>(seconds);
+  std::snprintf(text, sizeof text, "%02d:%02d:%02d", time / secondsPerHour, time / secondsPerMinute % 60,
+                time % secondsPerMinute);
+  out = text;
+  return true;
+}
+
+}  // namespace kwxml
+
 bool processKWTime(const char* text, int& seconds)
 {
   if (text == nullptr) {

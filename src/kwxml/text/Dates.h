@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace Annotation {
 
@@ -22,6 +23,16 @@ namespace kwxml {
 
 /// The least size of the buffer that writeXDate() is given.
 inline constexpr std::size_t dateBufferSize = 504;
+
+/// A timestamp in local time as ISO 8601 has it: "2026-01-31T07:05:00+01:00", and of the date type DATE
+/// "2026-01-31" where it is the first second of that day. False, with `out` unchanged, for what is no
+/// timestamp: more than 32 bits, or before 1991, where a value is a duration.
+[[nodiscard]] bool formatIsoDate(long long seconds, int type, std::string& out);
+/// Reads a date with time and time zone ("Z" or an offset); fractions of seconds are not read, and dates
+/// alone are left to processXDate(). False, with `seconds` unchanged, for anything else.
+[[nodiscard]] bool parseIsoDate(std::string_view text, long long& seconds);
+/// A time of day, "07:05:00". False, with `out` unchanged, for what is none: negative, or a day and more.
+[[nodiscard]] bool formatTimeOfDay(long long seconds, std::string& out);
 
 }  // namespace kwxml
 

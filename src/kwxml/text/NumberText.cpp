@@ -2,9 +2,12 @@
 
 #include <locale.h>
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <climits>
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <limits>
 
@@ -122,6 +125,15 @@ std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
 
 std::string_view formatExact(double value, NumberBuffer& buffer) noexcept
 {
+  if (value != value) [[unlikely]] {
+    // The bits below the highest one of what is not a number; strtod() reads them so.
+    const std::uint64_t bits = std::bit_cast<std::uint64_t>(value) & ((std::uint64_t{1} << 51) - 1);
+    if (bits != 0) {
+      const int size = std::snprintf(buffer.text, NumberBuffer::capacity, "%snan(0x%llx)",
+                                     std::signbit(value) ? "-" : "", static_cast<unsigned long long>(bits));
+      return {buffer.text, static_cast<std::size_t>(size)};
+    }
+  }
   return format(value, buffer);
 }
 
@@ -129,8 +141,7 @@ std::string_view formatExact(float value, NumberBuffer& buffer) noexcept
 {
   const std::string_view text = format(value, buffer);
   // Readers go by way of double, which rounds twice.
-  return parseFloat(text.data()) == value || value != value ? text
-                                                            : formatExact(static_cast<double>(value), buffer);
+  return parseFloat(text.data()) == value ? text : formatExact(static_cast<double>(value), buffer);
 }
 
 double parseDouble(const char* text) noexcept

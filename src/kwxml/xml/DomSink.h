@@ -19,7 +19,7 @@ namespace kwxml {
 
 /// Adds nodes below an element that the caller owns. A DOM exception ends at the operation that met it: it is
 /// logged and leaves nothing half made.
-class DomSink
+class DomSink : public XmlSinkBase
 {
 public:
   /// The line about a tag that cannot be written; its argument is the tag's name.
@@ -29,11 +29,12 @@ public:
   {
   }
 
-  static constexpr bool attributesFirst = false;
+  static constexpr FieldOrder order = FieldOrder::OfRecordsTold;
 
   /// Opens a child element of the current one and makes it current. False, with nothing opened, when it
   /// cannot be made.
   [[nodiscard]] bool open(XmlName name);
+  [[nodiscard]] bool openItem(XmlName name) { return open(name); }
   /// Ends the current element.
   void close();
   /// Opens the element of a map entry with its two children; the key's is current. False as for open().

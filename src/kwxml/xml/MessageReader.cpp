@@ -4,6 +4,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageReuse.h>
+#include <kwxml/platform/KwException.h>
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
@@ -61,6 +62,26 @@ YMMessageBase* MessageReader::take()
   return root_;
 }
 
+bool MessageReader::moveInto(YMMessageBase& message, YMMessageBase&& read, ReadObserver* observer)
+{
+  try {
+    if (message.getClass() == read.getClass() && !MessageAccess::buffer(message).isExternal()) {
+      message = std::move(read);
+    } else {
+      message = read;  // keeps the caller's storage, and refuses another class
+    }
+    return true;
+  } catch (const KwException&) {
+    if (observer != nullptr) {
+      const std::string name = read.getTagName();
+      observer->met({.kind = ProblemKind::ClassUnknown,
+                     .text = name,
+                     .remark = "a message of another class is read into"});
+    }
+    return false;
+  }
+}
+
 // ---- Start tags
 
 bool MessageReader::startElement(std::string_view name, std::uint32_t hash, XmlAttributes attributes)
@@ -94,12 +115,6 @@ bool MessageReader::startElement(std::string_view name, std::uint32_t hash, XmlA
     return true;
   }
   return startField(*def, name, attributes);
-}
-
-/// Only the hash of a name counts, and of fields with the same one the first.
-inline const FieldDef* MessageReader::findField(std::uint32_t hash) const
-{
-  return MessageAccess::planOf(*current_).field(hash);
 }
 
 void MessageReader::setObserver(ReadObserver* observer, const XmlPlaces* places)

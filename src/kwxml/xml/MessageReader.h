@@ -1,6 +1,7 @@
 // The rules that build a message from the elements, attributes and texts of its XML form. They know no XML
 // library and work on UTF-8: a feed tells them of a document, be it MySAX2Handler behind the parser of
-// xerces-c or XmlScanner. Not installed.
+// xerces-c or XmlScanner. The reader of JSON feeds them too: it tells of nested messages and of the entries
+// of maps as if they were elements, and of values by the members for feeds that know fields. Not installed.
 //
 // A document's elements are tracked by frames, one per open element, so that an end tag always ends what its
 // start tag began, whatever the text between them held. Messages under construction are owned by the message
@@ -10,6 +11,7 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/reading/ReadObserver.h>
 #include <kwxml/xml/InvalidChars.h>
@@ -78,6 +80,8 @@ public:
   bool knowsName(std::string_view name) const;
   /// Values may hold halves of surrogate pairs, as three bytes each, which no UTF-8 has.
   void expectSurrogates() { mayHoldSurrogates_ = true; }
+  /// Texts are what they are: a form without the escapes of XML.
+  void expectPlainTexts() { plainTexts_ = true; }
 
   /// False ends the reading: the root cannot be made, or elements nest too deep (logged).
   [[nodiscard]] bool startElement(std::string_view name, std::uint32_t hash, XmlAttributes attributes);
@@ -93,10 +97,45 @@ public:
   /// value.
   void processMapEnd(const FieldDef& field);
 
+  // For feeds that know fields. Each `def` is one of the current message.
+
+  /// Whether the element that was started last, and what is in it, is passed over: its class is missing.
+  bool isSkipping() const { return skipping_; }
+  /// The field whose name has the hash; null when the current message has none.
+  const FieldDef* field(std::uint32_t hash) const { return findField(hash); }
+  /// Stores the text of a scalar, or appends that of an item.
+  void storeText(const FieldDef& def, std::string_view text) { store(def, text, feedFunction_); }
+  /// The same for numbers that go into slots of integers as they are, and for wide strings.
+  void storeNumber(const FieldDef& def, long long value);
+  void storeWide(const FieldDef& def, std::wstring&& value);
+  /// Makes the list or the map of a field an empty one that is set; of two the last counts.
+  void beginCollection(const FieldDef& def);
+  /// Under which the log knows the feed; a constant.
+  void setFunction(const char* function) { feedFunction_ = function; }
+
+  /// A problem as the rules tell it; `type` unless it is the field's.
+  struct Met
+  {
+    const FieldDef* field = nullptr;
+    std::string_view text{};
+    std::string_view remark{};
+    FieldDataType type = FIELD_UNSET;
+  };
+  /// Tells the observer, where there is one.
+  void tell(ProblemKind kind, const Met& met)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      report(kind, met);
+    }
+  }
+
   /// True from the root's start tag on: a reader reads one document.
   bool started() const { return started_; }
   /// The root message, null before its start tag; still the reader's, or the target of readInto().
   YMMessageBase* root() const { return root_; }
+  /// Makes a caller's message what was read, whose memory it may take over. False where that is of another
+  /// class, which the observer (null: none) is told; the caller's message is as before then.
+  [[nodiscard]] static bool moveInto(YMMessageBase& message, YMMessageBase&& read, ReadObserver* observer);
   /// Hands the root message to the caller, who owns it then. Later calls give the same one again.
   YMMessageBase* take();
 
@@ -161,7 +200,8 @@ private:
   void endReuse() noexcept;
   void startSkipping(std::string_view name);
   void endScalar(const Frame& frame);
-  const FieldDef* findField(std::uint32_t hash) const;
+  /// Only the hash of a name counts, and of fields with the same one the first.
+  const FieldDef* findField(std::uint32_t hash) const { return MessageAccess::planOf(*current_).field(hash); }
 
   /// Converts a text to the field's type and stores it: a scalar is set, an item is appended to its list.
   /// False when the text is no such value (logged under `function`); the field is left as it was.
@@ -174,26 +214,13 @@ private:
   /// Whether a text has no escapes, and nothing else to look at.
   bool isItself(std::string_view text) const
   {
-    return (text.empty() || text.front() != '|') && !mayHoldSurrogates_;
+    return plainTexts_ || ((text.empty() || text.front() != '|') && !mayHoldSurrogates_);
   }
   /// The text with its escapes undone, in UTF-8; false (logged) when it holds a lone surrogate.
   bool unescape(std::string_view text, std::string& out);
   bool unescapeBytes(std::string_view text, std::string& out);
 
   // What an observer is told; see MessageReaderProblems.cpp. Without one each of these costs a look.
-  struct Met
-  {
-    const FieldDef* field = nullptr;
-    std::string_view text{};
-    std::string_view remark{};
-    FieldDataType type = FIELD_UNSET;  ///< unless it is the field's
-  };
-  void tell(ProblemKind kind, const Met& met)
-  {
-    if (observer_ != nullptr) [[unlikely]] {
-      report(kind, met);
-    }
-  }
   /// What a text would be read as must be what it says.
   void checkFit(const FieldDef& def, FieldDataType type, std::string_view text)
   {
@@ -246,6 +273,8 @@ private:
   std::string text_;
   XmlInvalidCharHandler escaper_;
   bool mayHoldSurrogates_ = false;
+  bool plainTexts_ = false;
+  const char* feedFunction_ = "";
 
   ReadObserver* observer_ = nullptr;
   const XmlPlaces* places_ = nullptr;

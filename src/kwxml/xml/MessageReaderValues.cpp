@@ -331,6 +331,43 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
   return true;
 }
 
+void MessageReader::storeNumber(const FieldDef& def, long long value)
+{
+  checkGiven(def);
+  MessageAccess::raw(*current_, def.slot) = value;
+  MessageAccess::mark(*current_, def);
+}
+
+void MessageReader::storeWide(const FieldDef& def, std::wstring&& value)
+{
+  if (def.type == FIELD_WSTRING) {
+    checkGiven(def);
+    MessageAccess::inPlace<std::wstring>(*current_, def.slot) = std::move(value);
+  } else {
+    MessageAccess::pointer<std::vector<std::wstring>>(*current_, def.slot)->push_back(std::move(value));
+  }
+  MessageAccess::mark(*current_, def);
+}
+
+void MessageReader::beginCollection(const FieldDef& def)
+{
+  const bool again = MessageAccess::isSet(*current_, def);
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ListValue<Tag> || MapValue<Tag>) {
+      auto*& value = MessageAccess::pointer<typename Tag::Value>(*current_, def.slot);
+      if (value == nullptr) {
+        value = new typename Tag::Value;
+      } else {
+        value->clear();
+      }
+    }
+  });
+  MessageAccess::mark(*current_, def);
+  if (again) {
+    tell(ProblemKind::GivenTwice, {.field = &def});
+  }
+}
+
 void MessageReader::processMapEnd(const FieldDef& field)
 {
   if (entries_.empty() || current_ == nullptr) {

@@ -13,10 +13,10 @@
 
 namespace kwxml {
 
-class TextSink
+class TextSink : public XmlSinkBase
 {
 public:
-  static constexpr bool attributesFirst = true;
+  static constexpr FieldOrder order = FieldOrder::AttributesFirst;
 
   TextSink(TextOutput& out, bool readable) : out_(out), readable_(readable) {}
 
@@ -31,6 +31,7 @@ public:
 
   // As of DomSink; an element can always be made.
   bool open(XmlName name);
+  bool openItem(XmlName name) { return open(name); }
   void close();
   bool openMapEntry(XmlName name);
   void mapValue();

@@ -50,8 +50,17 @@ struct Pending
   });
 }
 
-/// Looks at messages alone, not at the values that they hold. No recursion: stacks may be small.
-bool isUsual(const YMMessageBase& root, const EncodingFlags& flags)
+bool isWritten(const YMMessageBase& message, std::uint16_t position)
+{
+  return YMMessageBase::isOldWay(message.getTagID()) ||
+         MessageAccess::isSet(message, message.getClass()->fields[position]);
+}
+
+/// Calls `accepts(const YMMessageBase&, const WritePlan&)` for each message that would be written. False as
+/// soon as that says so, or one nests deeper than a reader accepts, or a message is missing and `missing` is
+/// false. Looks at messages alone, not at the values that they hold. No recursion: stacks may be small.
+template <class Accepts>
+bool acceptsAll(const YMMessageBase& root, bool missing, Accepts accepts)
 {
   std::vector<Pending> pending{{&root, 1}};
   while (!pending.empty()) {
@@ -62,18 +71,12 @@ bool isUsual(const YMMessageBase& root, const EncodingFlags& flags)
       continue;
     }
     const WritePlan& plan = writePlan(MessageAccess::planOf(*message), message->getSubsysID(), *cls);
-    if (!plan.plainNames || depth > maxMessageNesting) {
-      return false;
-    }
-    const auto isWritten = [message = message, cls](std::uint16_t position) {
-      return YMMessageBase::isOldWay(message->getTagID()) ||
-             MessageAccess::isSet(*message, cls->fields[position]);
-    };
-    if (!flags.maskPasswords && std::any_of(plan.secrets.begin(), plan.secrets.end(), isWritten)) {
+    if (depth > maxMessageNesting || !accepts(*message, plan)) {
       return false;
     }
     for (const std::uint16_t position : plan.nested) {
-      if (isWritten(position) && !addNested(pending, *message, cls->fields[position], depth + 1)) {
+      if (isWritten(*message, position) && !addNested(pending, *message, cls->fields[position], depth + 1) &&
+          !missing) {
         return false;
       }
     }
@@ -81,7 +84,21 @@ bool isUsual(const YMMessageBase& root, const EncodingFlags& flags)
   return true;
 }
 
+bool isUsual(const YMMessageBase& root, const EncodingFlags& flags)
+{
+  return acceptsAll(root, false, [&flags](const YMMessageBase& message, const WritePlan& plan) {
+    return plan.plainNames &&
+           (flags.maskPasswords || std::none_of(plan.secrets.begin(), plan.secrets.end(),
+                                                [&](std::uint16_t at) { return isWritten(message, at); }));
+  });
+}
+
 }  // namespace
+
+bool nestsTooDeep(const YMMessageBase& root)
+{
+  return !acceptsAll(root, true, [](const YMMessageBase&, const WritePlan&) { return true; });
+}
 
 TextWritten writeText(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       const XMLSerializationSupport& listeners, KwXMLContextInfo* context, bool elementOnly)

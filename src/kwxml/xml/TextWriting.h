@@ -23,4 +23,7 @@ struct TextWritten
 TextWritten writeText(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       const XMLSerializationSupport& listeners, KwXMLContextInfo* context, bool elementOnly);
 
+/// Whether messages nest deeper in a message than a reader accepts.
+bool nestsTooDeep(const YMMessageBase& root);
+
 }  // namespace kwxml

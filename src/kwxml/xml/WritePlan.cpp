@@ -2,6 +2,7 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/text/JsonText.h>
 #include <kwxml/xml/RootName.h>
 
 #include <algorithm>
@@ -34,8 +35,15 @@ constexpr bool holdsMessages = Tag::type == FIELD_OBJECT || Tag::info.element ==
 }  // namespace
 
 WritePlan::WritePlan(int system, const _ClassDef& cls)
-    : root(rootElementName(system, cls)), plainNames(true), plainRoot(isPlainName(root))
+    : root(rootElementName(system, cls)), rootKey{nullptr, 0}, plainNames(true), plainRoot(isPlainName(root))
 {
+  std::vector<std::size_t> ends;  // of the keys
+  const auto addKey = [&](std::string_view name) {
+    appendJsonString(keys_, name);
+    keys_ += ':';
+    ends.push_back(keys_.size());
+  };
+  addKey(root);
   fields.reserve(static_cast<std::size_t>(cls.numberOfFields));
   for (const FieldDef& def : cls) {
     const auto position = static_cast<std::uint16_t>(&def - cls.fields);
@@ -60,7 +68,13 @@ WritePlan::WritePlan(int system, const _ClassDef& cls)
     if (place == Place::Attribute) {
       byRank.push_back(position);
     }
-    fields.push_back({{name, std::strlen(name)}, 0, place, cdata});
+    fields.push_back({{name, std::strlen(name)}, 0, place, cdata, {nullptr, 0}});
+    addKey(name);
+  }
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < ends.size(); ++i) {
+    (i == 0 ? rootKey : fields[i - 1].jsonKey) = {keys_.data() + begin, ends[i] - begin};
+    begin = ends[i];
   }
   const auto nameAt = [this](std::uint16_t position) { return std::string_view(fields[position].name.text); };
   std::sort(byRank.begin(), byRank.end(),

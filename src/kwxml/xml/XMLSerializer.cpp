@@ -107,24 +107,13 @@ int XMLSerializer::serialize(YMMessageBase& message, const kwxml::TakeText& take
 
 int XMLSerializer::serialize(YMMessageBase& message, std::ostream& out, bool elementOnly)
 {
-  const auto take = [&out](std::string_view part) {
-    return out.write(part.data(), static_cast<std::streamsize>(part.size())).good();
-  };
-  return serialize(message, kwxml::TakeText(take), elementOnly);
+  return serialize(message, kwxml::intoStream(out), elementOnly);
 }
 
 int XMLSerializer::serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size,
                              bool elementOnly)
 {
-  size = 0;
-  const auto take = [&](std::string_view part) {
-    if (size < memory.size()) {
-      std::copy_n(part.begin(), std::min(part.size(), memory.size() - size), memory.data() + size);
-    }
-    size += part.size();
-    return true;
-  };
-  const int result = serialize(message, kwxml::TakeText(take), elementOnly);
+  const int result = serialize(message, kwxml::intoMemory(memory, size), elementOnly);
   return result == 0 && size > memory.size() ? 1 : result;
 }
 

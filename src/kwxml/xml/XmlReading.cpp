@@ -4,7 +4,6 @@
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/MessageReuse.h>
-#include <kwxml/platform/KwException.h>
 #include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageReader.h>
 #include <kwxml/xml/MySAX2Handler.h>
@@ -17,6 +16,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 
 using kwxml::log;
 
@@ -225,22 +225,7 @@ int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse par
   if (read == nullptr) {
     return parseFailed;
   }
-  try {
-    if (message.getClass() == read->getClass() && !kwxml::MessageAccess::buffer(message).isExternal()) {
-      message = std::move(*read);
-    } else {
-      message = *read;  // keeps the caller's storage, and refuses another class
-    }
-  } catch (const KwException&) {
-    if (observer_ != nullptr) {
-      const std::string name = read->getTagName();
-      observer_->met({.kind = kwxml::ProblemKind::ClassUnknown,
-                      .text = name,
-                      .remark = "a message of another class is read into"});
-    }
-    return parseFailed;
-  }
-  return 0;
+  return kwxml::MessageReader::moveInto(message, std::move(*read), observer_) ? 0 : parseFailed;
 }
 
 int XMLSerializer::unserialize(YMMessageBase& message, const std::string& xml, bool merge)

@@ -1,12 +1,9 @@
-// The texts that the writer makes of values.
-#include <kwxml/xml/MessageWriter.h>
+#include <kwxml/xml/ValueTexts.h>
 
 #include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/Utf8.h>
-#include <kwxml/xml/DomSink.h>
-#include <kwxml/xml/TextSink.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializer.h>
 #include <kwxml/xml/XmlCh.h>
@@ -19,8 +16,7 @@
 
 namespace kwxml {
 
-template <class Sink>
-bool MessageWriter<Sink>::integerText(const Field& field, long long value)
+bool XmlValueTexts::integerText(const WrittenField& field, long long value)
 {
   constexpr int secondsPerDay = 86400;
   if (!flags_.readableForm || !field.annotations.present()) {
@@ -60,8 +56,7 @@ bool MessageWriter<Sink>::integerText(const Field& field, long long value)
   return true;
 }
 
-template <class Sink>
-bool MessageWriter<Sink>::enumText(const Field& field, long long value)
+bool XmlValueTexts::enumText(const WrittenField& field, long long value)
 {
   if (!flags_.readableForm && !flags_.enumsAsNames) {
     number(value);
@@ -81,14 +76,14 @@ bool MessageWriter<Sink>::enumText(const Field& field, long long value)
   return true;
 }
 
-template <class Sink>
-bool MessageWriter<Sink>::passwordText(const Field& field, const pstring& value, int passwordMode)
+ValueTexts::PasswordForm ValueTexts::passwordForm(const WrittenField& field, const pstring& value,
+                                                  int passwordMode)
 {
   if (!field.annotations.present()) {
     lose([&] {
       log().logError(writerFunction, "There are no annotations specified on this field : [%s]", field.name());
     });
-    return false;
+    return PasswordForm::None;
   }
   const int type = field.annotations.passwordType();
   if (type == 0) {
@@ -96,15 +91,13 @@ bool MessageWriter<Sink>::passwordText(const Field& field, const pstring& value,
       log().logError(writerFunction, "Password annotation is not specified on this field : [%s]",
                      field.name());
     });
-    return false;
+    return PasswordForm::None;
   }
   if (flags_.maskPasswords) {
-    ascii("*******");
-    return true;
+    return PasswordForm::Masked;
   }
   if (passwordMode <= 1) {
-    base64(value.text());
-    return true;
+    return PasswordForm::Bytes;
   }
   std::string text;
   if (encryptPassword({flags_, context_}, type, value, text) == passwordHandlerMissing) {
@@ -112,10 +105,20 @@ bool MessageWriter<Sink>::passwordText(const Field& field, const pstring& value,
       log().logError(writerFunction, "Password Handler Not Found while serializing bstring field [%s]",
                      field.name());
     });
-    return false;
+    return PasswordForm::None;
   }
-  utf8(buffer_ = text);
-  return true;
+  buffer_ = std::move(text);
+  return PasswordForm::Text;
+}
+
+XMLChstring ValueTexts::rescued(const std::string& text)
+{
+  XMLChstring wide;
+  if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
+    ++lost_;
+    XMLEncXStr::convertUnformattedToUTF16(text, wide);
+  }
+  return wide;
 }
 
 namespace {
@@ -156,8 +159,7 @@ bool isAllowed(std::string_view text)
 }  // namespace
 
 /// The text itself, as nearly every one is; or what its escapes and its rescue make of it.
-template <class Sink>
-void MessageWriter<Sink>::utf8(std::string_view text)
+void XmlValueTexts::utf8(std::string_view text)
 {
   unsigned char seen = 0;
   for (const char c : text) {
@@ -172,8 +174,7 @@ void MessageWriter<Sink>::utf8(std::string_view text)
   }
 }
 
-template <class Sink>
-void MessageWriter<Sink>::convert(const std::string& text)
+void XmlValueTexts::convert(const std::string& text)
 {
   std::uint32_t c = 0;
   std::string_view rest = text;
@@ -184,11 +185,7 @@ void MessageWriter<Sink>::convert(const std::string& text)
     value_ = {"", true};
     return;
   }
-  XMLChstring wide;
-  if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
-    ++lost_;
-    XMLEncXStr::convertUnformattedToUTF16(text, wide);
-  }
+  const XMLChstring wide = rescued(text);
   buffer_.clear();
   if (wide.length() != 0) {
     const unsigned short* units = escaper_.encodeInvalidChars(wide.c_str(), wide.length());
@@ -198,8 +195,7 @@ void MessageWriter<Sink>::convert(const std::string& text)
 }
 
 /// The text of a value that goes out as a section of characters.
-template <class Sink>
-void MessageWriter<Sink>::section(const std::string& text)
+void XmlValueTexts::section(const std::string& text)
 {
   if (text.find("]]>") == std::string::npos) {
     return utf8(text);
@@ -209,29 +205,10 @@ void MessageWriter<Sink>::section(const std::string& text)
   utf8(section_);
 }
 
-template <class Sink>
-void MessageWriter<Sink>::base64(const std::string& bytes)
+void XmlValueTexts::base64(const std::string& bytes)
 {
   base64Encode(bytes, section_);
   utf8(section_);
 }
-
-template <class Sink>
-void MessageWriter<Sink>::putScalar(const Field& field)
-{
-  if (gaveUp_) {
-    return;
-  }
-  if (field.plan.cdata) {
-    sink_.sectionElement(field.plan.name, value_);
-  } else if (flags_.valuesAsElements) {
-    sink_.textElement(field.plan.name, value_);
-  } else {
-    sink_.attribute(field.plan.name, value_);
-  }
-}
-
-template class MessageWriter<DomSink>;
-template class MessageWriter<TextSink>;
 
 }  // namespace kwxml
