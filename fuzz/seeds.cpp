@@ -3,6 +3,7 @@
 // words.
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/WireFormat.h>
+#include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Metadata.h>
 
@@ -26,7 +27,7 @@ class Seeds
 public:
   explicit Seeds(fs::path folder) : folder_(std::move(folder))
   {
-    for (const char* fuzzer : {"decode", "records", "batch", "xml"}) {
+    for (const char* fuzzer : {"decode", "records", "batch", "xml", "json"}) {
       fs::create_directories(folder_ / fuzzer);
     }
     wordsOfBinary_ = {"\x02\0\1\0"s, "\1\0\1\0"s, number(wire::collectionMarker), "\xFF\xFF\xFF\xFF\x0F"s};
@@ -49,12 +50,12 @@ public:
   {
     YMMessageBase filled(system, index);
     const std::string name = filled.getTagName();
-    wordsOfXml_.insert(name);
+    addName(name);
     wordsOfBinary_.insert(number(static_cast<std::uint32_t>(filled.getTagID())));
     test::fillAll(filled, 1, 1);
     add(name, filled);
     for (const FieldDef& def : *filled.getClass()) {
-      wordsOfXml_.insert(def.getName());
+      addName(def.getName());
       wordsOfBinary_.insert(number(wire::fieldKey(def)));
       YMMessageBase one(system, index);
       one.wipeBitset();
@@ -73,6 +74,7 @@ public:
       writeWords(std::string(fuzzer) + ".dict", wordsOfBinary_);
     }
     writeWords("xml.dict", wordsOfXml_);
+    writeWords("json.dict", wordsOfJson_);
   }
 
 private:
@@ -82,6 +84,12 @@ private:
   {
     value = littleEndian(value);
     return {reinterpret_cast<const char*>(&value), sizeof value};
+  }
+
+  void addName(const std::string& name)
+  {
+    wordsOfXml_.insert(name);
+    wordsOfJson_.insert("\"" + name + "\":");
   }
 
   void add(const std::string& name, YMMessageBase& message)
@@ -105,6 +113,10 @@ private:
     std::string xml;
     if (XMLEncoder().serialize(message, xml, true) == 0) {
       write("xml/" + name, xml);
+    }
+    std::string json;
+    if (JSONEncoder().serialize(message, json) == 0) {
+      write("json/" + name, json);
     }
   }
 
@@ -137,6 +149,10 @@ private:
   fs::path folder_;
   std::set<std::string> wordsOfBinary_;
   std::set<std::string> wordsOfXml_;
+  std::set<std::string> wordsOfJson_ = {
+      "{",       "}",     "[",        "]",         ",",     "\\u00e9", "\\ud83d\\ude00",
+      "\\\"",    "true",  "false",    "null",      "1e400", "-0.0",    "18446744073709551615",
+      "\"nan\"", "1.0e2", "\"key\":", "\"value\":"};
   std::string records_;
   std::string batch_;
 };

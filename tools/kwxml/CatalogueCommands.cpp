@@ -3,6 +3,7 @@
 #include "Files.h"
 #include "Names.h"
 
+#include <kwxml/metadata/JsonSchema.h>
 #include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/text/ShownText.h>
@@ -65,11 +66,16 @@ struct Options
   std::string form;
 };
 
-std::string schemaTexts(const Options& options)
+void refuseForm(const Options& options)
 {
   if (!options.form.empty()) {
     throw Failure(exitUsage, "--form is for the format xsd");
   }
+}
+
+std::string schemaTexts(const Options& options)
+{
+  refuseForm(options);
   std::string all;
   for (const std::string& name : options.names) {
     const ClassPlace place = findTag(name);
@@ -104,7 +110,8 @@ void appendMessages(const std::string& name, std::vector<PackedReference>& place
   }
 }
 
-std::string xsdDocument(const Options& options)
+/// The classes of a schema document of either format.
+std::vector<PackedReference> documentClasses(const Options& options)
 {
   if (options.hidden || options.hash) {
     throw Failure(exitUsage, "--hidden and --hash are for the format text");
@@ -113,6 +120,22 @@ std::string xsdDocument(const Options& options)
   for (const std::string& name : options.names) {
     appendMessages(name, places);
   }
+  return places;
+}
+
+std::string jsonSchemaDocument(const Options& options)
+{
+  refuseForm(options);
+  std::string text;
+  if (!jsonSchema(text, documentClasses(options))) {
+    throw Failure(exitData, "there is no JSON Schema of these classes");
+  }
+  return text;
+}
+
+std::string xsdDocument(const Options& options)
+{
+  const std::vector<PackedReference> places = documentClasses(options);
   const XmlSchemaForm form = options.form == "attributes" ? XmlSchemaForm::Attributes
                              : options.form == "elements" ? XmlSchemaForm::Elements
                                                           : XmlSchemaForm::Both;
@@ -144,23 +167,26 @@ void addSchemaCommand(CLI::App& app, Session& session)
 {
   const auto options = std::make_shared<Options>();
   CLI::App& command = addCommand(
-      app, "schema", "Shows the fields of classes, or makes an XML Schema of their messages.",
-      "An XML Schema (xsd) accepts the messages of the classes as the tool writes them, and finds unknown "
-      "names,\n"
-      "wrong numbers and unknown enumerators in those of others.\n\n"
+      app, "schema", "Shows the fields of classes, or makes a schema document of their messages.",
+      "An XML Schema (xsd) or a JSON Schema (json-schema, of the draft 2020-12) accepts the messages of the\n"
+      "classes as the tool writes them, and finds unknown names, wrong numbers and unknown enumerators in\n"
+      "those of others.\n\n"
       "Example:\n  kwxml schema Demo_Status\n  kwxml schema 0x10003F0 --hash\n"
-      "  kwxml schema --format xsd Demo Shop_Order -o messages.xsd",
+      "  kwxml schema --format xsd Demo Shop_Order -o messages.xsd\n"
+      "  kwxml schema --format json-schema Shop_Order -o order.schema.json",
       options->outputFile);
   command
-      .add_option("TAG", options->names,
-                  "Tag names (Demo_Status) or tag IDs (decimal or 0x); for xsd also systems (Demo), for all "
-                  "their messages")
+      .add_option(
+          "TAG", options->names,
+          "Tag names (Demo_Status) or tag IDs (decimal or 0x); for schema documents also systems (Demo), for "
+          "all their messages")
       ->type_name("")
       ->required();
   command.add_flag("--hidden", options->hidden, "Show hidden fields too");
   command.add_flag("--hash", options->hash, "Show the hash of each name");
-  command.add_option("--format", options->format, "text (default) or xsd, an XML Schema document")
-      ->check(oneOf({"text", "xsd"}))
+  command
+      .add_option("--format", options->format, "text (default), xsd (an XML Schema document) or json-schema")
+      ->check(oneOf({"text", "xsd", "json-schema"}))
       ->type_name("FORMAT");
   command
       .add_option("--form", options->form,
@@ -170,8 +196,9 @@ void addSchemaCommand(CLI::App& app, Session& session)
       ->type_name("FORM");
   command.callback([options, &session] {
     session.run = [options](LibraryLog&) {
-      writeText(options->outputFile,
-                options->format == "xsd" ? xsdDocument(*options) : schemaTexts(*options));
+      writeText(options->outputFile, options->format == "xsd"           ? xsdDocument(*options)
+                                     : options->format == "json-schema" ? jsonSchemaDocument(*options)
+                                                                        : schemaTexts(*options));
     };
   });
 }

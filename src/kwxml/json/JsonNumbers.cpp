@@ -1,7 +1,8 @@
 #include <kwxml/json/JsonNumbers.h>
 
+#include <algorithm>
 #include <charconv>
-#include <limits>
+#include <climits>
 #include <system_error>
 
 namespace kwxml {
@@ -16,61 +17,51 @@ std::string_view takeDigits(std::string_view& text)
   return digits;
 }
 
-/// False beyond 64 bits.
-bool append(std::uint64_t& value, std::uint64_t digit)
-{
-  constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-  if (value > (most - digit) / 10) {
-    return false;
-  }
-  value = value * 10 + digit;
-  return true;
-}
-
 }  // namespace
 
-bool readWholeNumber(std::string_view text, WholeNumber& number)
+bool writeWhole(std::string_view text, std::string& out)
 {
   const bool negative = text.starts_with('-');
   text.remove_prefix(negative ? 1 : 0);
-  const std::string_view whole = takeDigits(text);
-  std::string_view fraction;
+  std::string digits(takeDigits(text));
+  if (digits.empty()) {
+    return false;
+  }
+  auto point = static_cast<long long>(digits.size());
   if (text.starts_with('.')) {
     text.remove_prefix(1);
-    fraction = takeDigits(text);
+    digits += takeDigits(text);
   }
-  int exponent = 0;
   if (text.starts_with('e') || text.starts_with('E')) {
     text.remove_prefix(1);
     text.remove_prefix(text.starts_with('+') ? 1 : 0);
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), exponent);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) {
+    const bool isSmall = text.starts_with('-');
+    int exponent = 0;
+    const auto end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, exponent);
+    if (read.ec == std::errc::invalid_argument || read.ptr != end) {
       return false;
     }
+    point += read.ec == std::errc() ? exponent : isSmall ? INT_MIN : INT_MAX;
     text = {};
   }
-  if (whole.empty() || !text.empty()) {
+  if (!text.empty()) {
     return false;
   }
-  // The digits before the point, as the exponent moves it, are the number; behind it there are only zeros.
-  const auto digitAt = [&](std::size_t i) {
-    return static_cast<std::uint64_t>((i < whole.size() ? whole[i] : fraction[i - whole.size()]) - '0');
-  };
-  const std::size_t digits = whole.size() + fraction.size();
-  const long long point = static_cast<long long>(whole.size()) + exponent;
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < digits; ++i) {
-    const bool isBehind = static_cast<long long>(i) >= point;
-    if (isBehind ? digitAt(i) != 0 : !append(value, digitAt(i))) {
-      return false;
-    }
+  // The point, where the exponent has moved it, parts the number from what must be zeros.
+  const std::size_t first = digits.find_first_not_of('0');
+  const std::size_t last = digits.find_last_not_of('0');
+  if (first == std::string::npos) {
+    out = "0";
+    return true;
   }
-  for (long long zeros = point - static_cast<long long>(digits); zeros > 0 && value != 0; --zeros) {
-    if (!append(value, 0)) {
-      return false;
-    }
+  if (point <= static_cast<long long>(last)) {
+    return false;
   }
-  number = {negative, value};
+  constexpr long long most = 40;
+  const long long size = std::min(point - static_cast<long long>(first), most);
+  out = (negative ? "-" : "") + digits.substr(first, static_cast<std::size_t>(size));
+  out.append(static_cast<std::size_t>(size) + (negative ? 1 : 0) - out.size(), '0');
   return true;
 }
 

@@ -1,19 +1,14 @@
 // Whole numbers as JSON may write them. Not installed.
 #pragma once
 
-#include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace kwxml {
 
-struct WholeNumber
-{
-  bool negative = false;
-  std::uint64_t size = 0;
-};
-
-/// Reads a decimal number that is whole, as "12", "-12.0" and "1.2e1" are, and of 64 bits without its sign.
-/// False, with `number` unchanged, for any other text.
-[[nodiscard]] bool readWholeNumber(std::string_view text, WholeNumber& number);
+/// Writes a number with a fraction or an exponent without them, where it is whole: "-12.0" and "1.2e1" are.
+/// One of very many digits is cut, beyond what any type holds. False, with `out` unchanged, for what is no
+/// number, or not whole.
+[[nodiscard]] bool writeWhole(std::string_view text, std::string& out);
 
 }  // namespace kwxml

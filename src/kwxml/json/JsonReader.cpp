@@ -13,8 +13,8 @@
 #include <kwxml/xml/MessageReader.h>
 
 #include <algorithm>
+#include <charconv>
 #include <exception>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,7 +84,7 @@ const char* describe(Shape shape)
     case Shape::Value:
       break;
   }
-  return "the value is no object or array";
+  return "an object or an array stands where a text or a number belongs";
 }
 
 enum class Token
@@ -541,23 +541,23 @@ bool Feed::partValue(const FieldDef& def, Token token, std::string_view text)
 /// upper half of the unsigned ones has the bits of negative ones in a message.
 std::string_view Feed::numberText(FieldDataType type, Token token, std::string_view text)
 {
-  if (token != Token::Number && token != Token::Text) {
-    return text;
-  }
+  constexpr std::size_t safeDigits = 18;
+  const bool isBare = text.find_first_of(".eE") == std::string_view::npos;
   const bool isUnsigned = type == FIELD_ULONG || type == FIELD_ULONGLONG;
-  WholeNumber number;
-  if (text.size() <= 18 && text.find_first_of(".eE") == std::string_view::npos) {
+  if ((token != Token::Number && token != Token::Text) ||
+      (isBare && (text.size() <= safeDigits || !isUnsigned))) {
     return text;
   }
-  if (!readWholeNumber(text, number)) {
+  if (!isBare && !writeWhole(text, number_)) {
     return text;
   }
-  if (!number.negative) {
-    return isUnsigned ? formatInteger(static_cast<long long>(number.size), digits_)
-                      : formatUnsigned(number.size, digits_);
-  }
-  const std::string_view size = formatUnsigned(number.size, digits_);
-  return number_.assign("-").append(size);
+  const std::string_view whole = isBare ? text : std::string_view(number_);
+  std::uint64_t size = 0;
+  const auto end = whole.data() + whole.size();
+  const auto read = std::from_chars(whole.data(), end, size);
+  return isUnsigned && read.ec == std::errc() && read.ptr == end
+             ? formatInteger(static_cast<long long>(size), digits_)
+             : whole;
 }
 
 void Feed::fieldValue(const FieldDef& def, Token token, std::string_view text)
@@ -659,13 +659,15 @@ void Feed::enumItem(const FieldDef& def, Token token, std::string_view text)
 
 void Feed::addWideElement(const FieldDef& def, Token token, std::string_view text)
 {
-  WholeNumber number;
-  if (token != Token::Number || !readWholeNumber(text, number) || number.negative ||
-      number.size > std::numeric_limits<std::uint32_t>::max()) {
+  std::uint32_t element = 0;
+  const std::string_view number = numberText(FIELD_UINT, token, text);
+  const auto end = number.data() + number.size();
+  const auto read = std::from_chars(number.data(), end, element);
+  if (token != Token::Number || read.ec != std::errc() || read.ptr != end) {
     rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = wideElement});
     return;
   }
-  wide_ += static_cast<wchar_t>(number.size);
+  wide_ += static_cast<wchar_t>(element);
 }
 
 std::wstring Feed::toWide(std::string_view text)

@@ -2,8 +2,8 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/diagnostics/Log.h>
+#include <kwxml/metadata/SchemaWords.h>
 #include <kwxml/metadata/XmlSchemaTypes.h>
-#include <kwxml/text/Dates.h>
 #include <kwxml/xml/RootName.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -33,28 +33,10 @@ bool isRepeated(const FieldDef& def)
                         []<class Tag>(Tag) { return !NoXmlForm<Tag> && (ListValue<Tag> || MapValue<Tag>); });
 }
 
-std::string typeText(FieldDataType type)
-{
-  const FieldTypeInfo& info = fieldTypeInfo(type);
-  return info.text != nullptr ? info.text
-                              : "list<" + std::string(FieldDef::getFieldTypeName(info.element)) + ">";
-}
-
-/// A field's type in the words of schema text, and its marks.
 std::string documentation(const FieldDef& def)
 {
-  std::string text = typeText(def.type);
-  const AnnotationRecord annotations(def.annotations);
-  if (annotations.isTimeOfDay()) {
-    text += ", a time of day";
-  } else if (annotations.dateForm() != 0) {
-    text += annotations.dateForm() == Annotation::DATE ? ", a date" : ", a date and time";
-  }
-  text += def.type == FIELD_PSTRING ? ", a password" : "";
-  text += isCdata(def) ? ", in a CDATA section" : "";
-  text += def.hash == 0 ? ", hidden: written, but not read" : "";
   std::string escaped;
-  for (const char c : text) {
+  for (const char c : describeField(def) + (isCdata(def) ? ", in a CDATA section" : "")) {
     c == '<' ? escaped += "&lt;" : escaped += c;
   }
   return "<xs:annotation><xs:documentation>" + escaped + "</xs:documentation></xs:annotation>";

@@ -86,12 +86,6 @@ std::string xmlSchemaTypeName(const PackedReference& place)
              : "class." + std::to_string(place.system) + "." + std::to_string(place.classIndex);
 }
 
-const _ClassDef* referencedMessage(const PackedReference& reference)
-{
-  const _ClassDef* cls = findClass(reference);
-  return cls != nullptr && cls->name != nullptr && !cls->isEnum() ? cls : nullptr;
-}
-
 std::string XmlSchemaTypes::ofScalar(const FieldDef& def, bool isOldWay)
 {
   switch (def.type) {

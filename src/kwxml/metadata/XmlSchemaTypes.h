@@ -15,9 +15,6 @@ namespace kwxml {
 /// The name of the type of a class: its tag name, or its place where that is no XML name.
 std::string xmlSchemaTypeName(const PackedReference& place);
 
-/// The class of messages, or the enumeration, that a field refers to; null when the catalogue has none.
-const _ClassDef* referencedMessage(const PackedReference& reference);
-
 /// Gives the types that values have by name, and keeps the definitions of those that have been asked for.
 class XmlSchemaTypes
 {

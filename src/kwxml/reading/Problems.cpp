@@ -95,6 +95,9 @@ std::string nearest(std::string_view name, const _ClassDef* cls)
   NearestName search(name);
   if (cls != nullptr) {
     for (const FieldDef& def : *cls) {
+      if (name == def.getName()) {
+        return "; the field is hidden: it is written, and not read";
+      }
       search.consider(def.getName());
     }
   }
