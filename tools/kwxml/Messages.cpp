@@ -72,7 +72,7 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
       .add_option("--to", choices.to, "Form of the output (" + joined(formNames(false)) + "); default: xml")
       ->check(formName(false))
       ->type_name("FORM");
-  const std::string xml = "How XML is written";
+  const std::string xml = "How XML is written (JSON has all digits, and enumerations by name)";
   command.add_flag("--elements", choices.elements, "Values as elements instead of attributes")->group(xml);
   command.add_flag("--exact", choices.exact, "Floating numbers with all their digits, not six")->group(xml);
   command.add_flag("--enum-names", choices.enumNames, "Enumerations by name")->group(xml);
@@ -93,16 +93,17 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
 
 void refuseIdleOptions(const WriteChoices& choices)
 {
-  const bool json = choices.to == "json";
-  if ((choices.elements || choices.exact || choices.enumNames || choices.noDeclaration) &&
-      choices.to != "xml") {
-    throw Failure(exitUsage,
-                  "--elements, --exact, --enum-names and --no-declaration are for the form xml, not " +
-                      choices.to + (json ? "; JSON has all digits and enumerations by name as it is" : ""));
+  const bool isXml = choices.to == "xml";
+  if ((choices.elements || choices.noDeclaration) && !isXml) {
+    throw Failure(exitUsage, "--elements and --no-declaration are for the form xml, not " + choices.to);
   }
-  if ((choices.readable || choices.maskPasswords) && choices.to != "xml" && !json) {
-    throw Failure(exitUsage,
-                  "--readable and --mask-passwords are for the forms xml and json, not " + choices.to);
+  // What --exact and --enum-names ask for, JSON has anyway.
+  if ((choices.exact || choices.enumNames || choices.readable || choices.maskPasswords) && !isXml &&
+      choices.to != "json") {
+    throw Failure(
+        exitUsage,
+        "--exact, --enum-names, --readable and --mask-passwords are for the forms xml and json, not " +
+            choices.to);
   }
   if (choices.binaryVersion != 2 && choices.to != "binary") {
     throw Failure(exitUsage, "--binary-version is for the form binary, not " + choices.to);

@@ -1,5 +1,6 @@
-// The texts that the writer of JSON makes of values: none loses anything, but strings that are no UTF-8. Not
-// installed.
+// The texts that the writer of JSON makes of values. Not installed.
+//
+// None loses anything, but strings that are no UTF-8.
 #pragma once
 
 #include <kwxml/xml/ValueTexts.h>
