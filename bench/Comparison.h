@@ -56,6 +56,7 @@ private:
 
 // What the program measures.
 void registerXmlBenchmarks(std::vector<Pair>& pairs);
+void registerJsonBenchmarks(std::vector<Pair>& pairs);
 void registerModelBenchmarks(std::vector<Pair>& pairs);
 void registerRenderBenchmarks(std::vector<Pair>& pairs);
 void registerXPathBenchmarks(std::vector<Pair>& pairs);

@@ -43,6 +43,7 @@ bool profile(const std::string& filter)
     operations.insert(operations.end(), more.begin(), more.end());
   };
   add(xmlOperations());
+  add(jsonOperations());
   add(renderOperations());
 #ifdef KWXML_BENCH_PROTOBUF
   add(binaryOperations());

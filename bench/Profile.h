@@ -21,6 +21,7 @@ struct Operation
 };
 
 std::vector<Operation> xmlOperations();
+std::vector<Operation> jsonOperations();
 std::vector<Operation> renderOperations();
 #ifdef KWXML_BENCH_PROTOBUF
 std::vector<Operation> binaryOperations();

@@ -32,6 +32,7 @@ int main(int argc, char** argv)
 
   std::vector<kwxml::bench::Pair> pairs;
   kwxml::bench::registerXmlBenchmarks(pairs);
+  kwxml::bench::registerJsonBenchmarks(pairs);
   kwxml::bench::registerModelBenchmarks(pairs);
   kwxml::bench::registerRenderBenchmarks(pairs);
   kwxml::bench::registerXPathBenchmarks(pairs);

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <exception>
 #include <string>
 #include <utility>
@@ -87,6 +88,14 @@ const char* describe(Shape shape)
   return "an object or an array stands where a text or a number belongs";
 }
 
+/// Whether a scalar is kept as whatever integer is given.
+bool storesIntegers(FieldDataType type)
+{
+  return visitFieldType(type, []<class Tag>(Tag) {
+    return IntegerSlot<Tag> && Tag::type != FIELD_BOOL && Tag::type != FIELD_ENUM;
+  });
+}
+
 enum class Token
 {
   Text,
@@ -105,7 +114,8 @@ public:
   static constexpr std::size_t max_key_size = static_cast<std::size_t>(-1);
   static constexpr std::size_t max_string_size = static_cast<std::size_t>(-1);
 
-  Feed(MessageReader& rules, ReadObserver* observer, JsonPlaces& places) : rules_(rules), places_(places)
+  Feed(MessageReader& rules, ReadObserver* observer, JsonPlaces& places)
+      : rules_(rules), places_(places), isObserved_(observer != nullptr)
   {
     frames_.reserve(16);
     rules_.setFunction(function);
@@ -158,8 +168,12 @@ public:
     return scalar(Token::Text, view(last), error);
   }
   bool on_number_part(json::string_view part, error_code&) { return addPart(part); }
-  bool on_int64(std::int64_t, json::string_view text, error_code& error)
+  bool on_int64(std::int64_t number, json::string_view text, error_code& error)
   {
+    if (!isObserved_ && part_.empty() && storedAsIs(number)) [[likely]] {
+      ++tokens_;
+      return true;
+    }
     return scalar(Token::Number, view(text), error);
   }
   bool on_uint64(std::uint64_t, json::string_view text, error_code& error)
@@ -199,10 +213,11 @@ private:
   struct Frame
   {
     Kind kind;
-    const FieldDef* def = nullptr;  ///< Message: of the member whose value comes next, null to skip that
-    const char* name = "";          ///< Message, Passed: as it was told
-    bool isOpen = false;            ///< KeyedMap: an entry has begun. Entry: a key or a value comes next
-    bool isKey = false;             ///< Entry: the key comes next
+    const FieldDef* def = nullptr;   ///< Message: of the member whose value comes next, null to skip that
+    const char* name = "";           ///< Message, Passed: as it was told
+    const FieldDef* next = nullptr;  ///< Message: behind the field that was met last
+    bool isOpen = false;             ///< KeyedMap: an entry has begun. Entry: a key or a value comes next
+    bool isKey = false;              ///< Entry: the key comes next
   };
 
   // XmlPlaces. All are where the parser is.
@@ -227,6 +242,17 @@ private:
     }
     return goesOn;
   }
+  /// Integers go where integers are kept without a text, when there is nothing to check. False elsewhere.
+  bool storedAsIs(long long number)
+  {
+    if (frames_.empty() || frames_.back().def == nullptr) {
+      return false;
+    }
+    const Frame& frame = frames_.back();
+    return (frame.kind == Kind::Message && storesIntegers(frame.def->type) &&
+            (rules_.storeNumber(*frame.def, number), true)) ||
+           (frame.kind == Kind::List && rules_.addNumber(*frame.def, number));
+  }
   bool scalar(Token token, std::string_view last, error_code& error)
   {
     ++tokens_;
@@ -243,6 +269,7 @@ private:
   bool value(Token token, std::string_view text);
   bool null();
 
+  const FieldDef* findMember(Frame& frame, std::string_view name) const;
   bool noMessage();
   bool startMessage(const char* name, std::uint32_t hash);
   bool partValue(const FieldDef& def, Token token, std::string_view text);
@@ -272,6 +299,7 @@ private:
 
   MessageReader& rules_;
   JsonPlaces& places_;
+  const bool isObserved_;
   std::vector<Frame> frames_;
   std::uint64_t tokens_ = 0;
   std::string part_;      ///< what has come of a text that comes in parts
@@ -298,7 +326,9 @@ bool Feed::startMessage(const char* name, std::uint32_t hash)
   if (!rules_.startElement(name, hash, {})) {
     return false;
   }
-  frames_.push_back({.kind = rules_.isSkipping() ? Kind::Passed : Kind::Message, .name = name});
+  frames_.push_back({.kind = rules_.isSkipping() ? Kind::Passed : Kind::Message,
+                     .name = name,
+                     .next = rules_.beginOfFields()});
   return true;
 }
 
@@ -426,6 +456,22 @@ void Feed::endArray()
   }
 }
 
+/// Writers give members in the order of the fields: mostly the next one is met, which a comparison finds
+/// sooner than the hash.
+const FieldDef* Feed::findMember(Frame& frame, std::string_view name) const
+{
+  const FieldDef* const next = frame.next;
+  const FieldDef* found = nullptr;
+  if (next != nullptr && next != rules_.endOfFields() &&
+      std::strncmp(next->getName(), name.data(), name.size()) == 0 && next->getName()[name.size()] == '\0') {
+    found = rules_.field(next->hash);
+  } else {
+    found = rules_.field(nameHash(name.data(), name.size()));
+  }
+  frame.next = found != nullptr ? found + 1 : nullptr;
+  return found;
+}
+
 bool Feed::key(std::string_view name)
 {
   Frame& frame = frames_.back();
@@ -438,7 +484,7 @@ bool Feed::key(std::string_view name)
       rootName_ = name;
       break;
     case Kind::Message:
-      frame.def = rules_.field(nameHash(name.data(), name.size()));
+      frame.def = findMember(frame, name);
       if (frame.def == nullptr) {
         rules_.tell(ProblemKind::MemberUnknown, {.text = name});
       }
@@ -577,7 +623,13 @@ void Feed::fieldValue(const FieldDef& def, Token token, std::string_view text)
       }
     } else if constexpr (Tag::type == FIELD_ENUM) {
       enumValue(def, token, text);
-    } else if constexpr (Tag::type == FIELD_BOOL || FloatingSlot<Tag>) {
+    } else if constexpr (Tag::type == FIELD_BOOL) {
+      if (token == Token::True || token == Token::False) {
+        rules_.storeNumber(def, token == Token::True ? 1 : 0);
+      } else {
+        rules_.storeText(def, text);
+      }
+    } else if constexpr (FloatingSlot<Tag>) {
       rules_.storeText(def, text);
     } else if constexpr (IntegerSlot<Tag>) {
       long long seconds = 0;

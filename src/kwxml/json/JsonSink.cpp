@@ -57,15 +57,15 @@ void JsonSink::end(char bracket)
   first_ = false;
 }
 
-/// A plain value that fits the output's room, on one line.
-void JsonSink::putShort(XmlName key, const XmlValue& value)
+/// A plain value that fits the output's room; an item has no key.
+void JsonSink::putShort(std::string_view key, const XmlValue& value)
 {
   char* to = out_.room(shortMember + 3);
   if (!first_) {
     *to++ = ',';
   }
   first_ = false;
-  to = std::copy_n(key.text, key.size, to);
+  to = std::copy(key.begin(), key.end(), to);
   if (!value.bare) {
     *to++ = '"';
   }

@@ -70,9 +70,8 @@ public:
 
   void attribute(XmlName key, const XmlValue& value)
   {
-    if (key.size + value.text.size() <= shortMember && value.plain && !readable_) [[likely]] {
-      putShort(key, value);
-      return;
+    if (isShort(key.size, value)) [[likely]] {
+      return putShort({key.text, key.size}, value);
     }
     member(key);
     put(value, !value.bare);
@@ -81,8 +80,12 @@ public:
   void sectionElement(XmlName key, const XmlValue& value) { attribute(key, value); }
   bool item(XmlName, ItemForm, const XmlValue& value)
   {
-    next();
-    put(value, !value.bare);
+    if (isShort(0, value)) [[likely]] {
+      putShort({}, value);
+    } else {
+      next();
+      put(value, !value.bare);
+    }
     return true;
   }
   void itemValue(ItemForm, const XmlValue& value) { put(value, !value.bare || inKey_); }
@@ -118,7 +121,12 @@ private:
       out_.put(' ');
     }
   }
-  void putShort(XmlName key, const XmlValue& value);
+  /// Whether a member or an item can be written at once.
+  bool isShort(std::size_t keySize, const XmlValue& value) const
+  {
+    return value.plain && !readable_ && keySize + value.text.size() <= shortMember;
+  }
+  void putShort(std::string_view key, const XmlValue& value);
   void put(const XmlValue& value, bool isQuoted);
   void escaped(std::string_view text);
   void newLine();

@@ -43,7 +43,7 @@ protected:
   void real(Real value)
   {
     constexpr Real most = std::numeric_limits<Real>::max();
-    ascii(formatExact(value, digits_), value >= -most && value <= most);
+    ascii(formatFaithful(value, digits_), value >= -most && value <= most);
   }
   void utf8(std::string_view text);
   void base64(const std::string& bytes);

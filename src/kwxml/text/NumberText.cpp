@@ -72,32 +72,18 @@ std::uint32_t sixDigits(double size, int exponent) noexcept
   return rest > 0.5 - margin && rest < 0.5 + margin ? 0 : below + (rest > 0.5 ? 1 : 0);
 }
 
-}  // namespace
-
-std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
+/// The shortest of six digits at most, for a size between the first and the last of the powers, with the sign
+/// of `value`; what it says is that integer over that power of ten.
+std::string_view writeSix(double value, std::uint32_t six, int exponent, NumberBuffer& buffer) noexcept
 {
-  const double size = value < 0 ? -value : value;
-  if (!(size >= powers[0] && size < powers[digitCount - leastExponent])) {
-    return format(value, buffer, std::chars_format::general, digitCount);
-  }
-  int exponent = exponentOf(size);
-  std::uint32_t rest = sixDigits(size, exponent);
-  constexpr std::uint32_t tooMany = 1000000;
-  if (rest == 0 || (rest == tooMany && exponent == digitCount - 1)) {
-    return format(value, buffer, std::chars_format::general, digitCount);
-  }
-  if (rest == tooMany) {
-    rest /= 10;
-    ++exponent;
-  }
   char digits[digitCount];
   const auto put = [&digits](int at, std::uint32_t two) {
     digits[at] = static_cast<char>('0' + two / 10);
     digits[at + 1] = static_cast<char>('0' + two % 10);
   };
-  put(0, rest / 10000);
-  put(2, rest / 100 % 100);
-  put(4, rest % 100);
+  put(0, six / 10000);
+  put(2, six / 100 % 100);
+  put(4, six % 100);
   int count = digitCount;
   while (digits[count - 1] == '0') {
     --count;
@@ -121,6 +107,66 @@ std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
   }
   *to = '\0';
   return {buffer.text, static_cast<std::size_t>(to - buffer.text)};
+}
+
+/// Finds the six digits of a number and its exponent; false where they are not known for certain, or the
+/// number is not between the powers.
+bool findSix(double value, std::uint32_t& six, int& exponent) noexcept
+{
+  const double size = value < 0 ? -value : value;
+  if (!(size >= powers[0] && size < powers[digitCount - leastExponent])) {
+    return false;
+  }
+  exponent = exponentOf(size);
+  six = sixDigits(size, exponent);
+  constexpr std::uint32_t tooMany = 1000000;
+  if (six == 0 || (six == tooMany && exponent == digitCount - 1)) {
+    return false;
+  }
+  if (six == tooMany) {
+    six /= 10;
+    ++exponent;
+  }
+  return true;
+}
+
+/// Writes six digits when reading them gives the number: both sides of the division are exact, and it rounds
+/// as reading does.
+template <class Real>
+std::string_view writeReturningSix(Real value, NumberBuffer& buffer) noexcept
+{
+  constexpr double scales[] = {1e9, 1e8, 1e7, 1e6, 1e5, 1e4, 1e3, 1e2, 1e1, 1e0};
+  std::uint32_t six = 0;
+  int exponent = 0;
+  const auto wide = static_cast<double>(value);
+  if (!findSix(wide, six, exponent)) {
+    return {};
+  }
+  const double read = six / scales[exponent - leastExponent];
+  return static_cast<Real>(wide < 0 ? -read : read) == value ? writeSix(wide, six, exponent, buffer)
+                                                             : std::string_view();
+}
+
+}  // namespace
+
+std::string_view formatDouble(double value, NumberBuffer& buffer) noexcept
+{
+  std::uint32_t six = 0;
+  int exponent = 0;
+  return findSix(value, six, exponent) ? writeSix(value, six, exponent, buffer)
+                                       : format(value, buffer, std::chars_format::general, digitCount);
+}
+
+std::string_view formatFaithful(double value, NumberBuffer& buffer) noexcept
+{
+  const std::string_view six = writeReturningSix(value, buffer);
+  return !six.empty() ? six : formatExact(value, buffer);
+}
+
+std::string_view formatFaithful(float value, NumberBuffer& buffer) noexcept
+{
+  const std::string_view six = writeReturningSix(value, buffer);
+  return !six.empty() ? six : formatExact(value, buffer);
 }
 
 std::string_view formatExact(double value, NumberBuffer& buffer) noexcept

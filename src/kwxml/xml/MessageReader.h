@@ -103,11 +103,16 @@ public:
   bool isSkipping() const { return skipping_; }
   /// The field whose name has the hash; null when the current message has none.
   const FieldDef* field(std::uint32_t hash) const { return findField(hash); }
+  /// The current message's fields.
+  const FieldDef* beginOfFields() const { return current_->getClass()->begin(); }
+  const FieldDef* endOfFields() const { return current_->getClass()->end(); }
   /// Stores the text of a scalar, or appends that of an item.
   void storeText(const FieldDef& def, std::string_view text) { store(def, text, feedFunction_); }
   /// The same for numbers that go into slots of integers as they are, and for wide strings.
   void storeNumber(const FieldDef& def, long long value);
   void storeWide(const FieldDef& def, std::wstring&& value);
+  /// Appends a number to a list of integers, as what its text would be read as; false for other fields.
+  [[nodiscard]] bool addNumber(const FieldDef& def, long long value);
   /// Makes the list or the map of a field an empty one that is set; of two the last counts.
   void beginCollection(const FieldDef& def);
   /// Under which the log knows the feed; a constant.
@@ -208,6 +213,8 @@ private:
   bool store(const FieldDef& def, std::string_view text, const char* function);
   bool storeInteger(const FieldDef& def, std::string_view text, const char* function);
   bool storeEnum(const FieldDef& def, std::string_view text, const char* function);
+  template <class Tag>
+  typename Tag::Value& listOf(const FieldDef& def);
   template <class Tag>
   bool appendItem(const FieldDef& def, std::string_view text);
   void storeMapPart(Entry& entry, bool isKey, std::string_view text);

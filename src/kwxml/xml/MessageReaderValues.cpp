@@ -280,8 +280,9 @@ bool MessageReader::store(const FieldDef& def, std::string_view text, const char
   });
 }
 
+/// The list of a field, made where there is none.
 template <class Tag>
-bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
+typename Tag::Value& MessageReader::listOf(const FieldDef& def)
 {
   using Item = typename Tag::Value::value_type;
   auto*& list = MessageAccess::pointer<typename Tag::Value>(*current_, def.slot);
@@ -293,6 +294,14 @@ bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
   } else if (!std::is_same_v<Item, std::string> && isStale(def)) {
     list->clear();
   }
+  return *list;
+}
+
+template <class Tag>
+bool MessageReader::appendItem(const FieldDef& def, std::string_view text)
+{
+  using Item = typename Tag::Value::value_type;
+  auto* const list = &listOf<Tag>(def);
   if constexpr (std::is_same_v<Item, std::string>) {
     if (isItself(text)) [[likely]] {
       if (std::string* const old = oldItem(def, *list)) {
@@ -336,6 +345,21 @@ void MessageReader::storeNumber(const FieldDef& def, long long value)
   checkGiven(def);
   MessageAccess::raw(*current_, def.slot) = value;
   MessageAccess::mark(*current_, def);
+}
+
+bool MessageReader::addNumber(const FieldDef& def, long long value)
+{
+  return visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ListValue<Tag>) {
+      using Item = typename Tag::Value::value_type;
+      if constexpr (std::is_integral_v<Item>) {
+        listOf<Tag>(def).push_back(static_cast<Item>(value));
+        MessageAccess::mark(*current_, def);
+        return true;
+      }
+    }
+    return false;
+  });
 }
 
 void MessageReader::storeWide(const FieldDef& def, std::wstring&& value)
