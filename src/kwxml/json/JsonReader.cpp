@@ -460,12 +460,11 @@ void Feed::endArray()
 /// sooner than the hash.
 const FieldDef* Feed::findMember(Frame& frame, std::string_view name) const
 {
-  const FieldDef* const next = frame.next;
-  const FieldDef* found = nullptr;
-  if (next != nullptr && next != rules_.endOfFields() &&
-      std::strncmp(next->getName(), name.data(), name.size()) == 0 && next->getName()[name.size()] == '\0') {
-    found = rules_.field(next->hash);
-  } else {
+  const FieldDef* found = frame.next;
+  const bool isNext = found != nullptr && found != rules_.endOfFields() &&
+                      std::strncmp(found->getName(), name.data(), name.size()) == 0 &&
+                      found->getName()[name.size()] == '\0' && rules_.field(found->hash) == found;
+  if (!isNext) {
     found = rules_.field(nameHash(name.data(), name.size()));
   }
   frame.next = found != nullptr ? found + 1 : nullptr;
