@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <exception>
 #include <string>
 #include <utility>
@@ -461,9 +460,8 @@ void Feed::endArray()
 const FieldDef* Feed::findMember(Frame& frame, std::string_view name) const
 {
   const FieldDef* found = frame.next;
-  const bool isNext = found != nullptr && found != rules_.endOfFields() &&
-                      std::strncmp(found->getName(), name.data(), name.size()) == 0 &&
-                      found->getName()[name.size()] == '\0' && rules_.field(found->hash) == found;
+  const bool isNext = found != nullptr && found != rules_.endOfFields() && name == found->getName() &&
+                      rules_.field(found->hash) == found;
   if (!isNext) {
     found = rules_.field(nameHash(name.data(), name.size()));
   }
