@@ -7,9 +7,13 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
+#include <kwxml/binary/BinaryExplain.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
+#include <kwxml/codec/JSONDecoder.h>
+#include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/StandInPasswords.h>
+#include <kwxml/codec/StrictReading.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -18,6 +22,7 @@
 #include <kwxml/log/XmlBinaryLogger.h>
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/metadata/DummyValues.h>
+#include <kwxml/metadata/JsonSchema.h>
 #include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/Limits.h>
@@ -25,6 +30,7 @@
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/KwException.h>
+#include <kwxml/reading/Problems.h>
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/traverse/DefaultRenderContext.h>

@@ -7,6 +7,7 @@
 
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/JSONEncoder.h>
+#include <kwxml/codec/StrictReading.h>
 #include <kwxml/reading/Problems.h>
 #include <kwxml/text/Utf8.h>
 #include <kwxml/traverse/MessageDiff.h>
@@ -79,6 +80,7 @@ std::string readingOf(const std::string& json)
     EXPECT_EQ(message == nullptr, unobserved == nullptr);
     EXPECT_TRUE(message == nullptr || toJson(*message) == toJson(*unobserved));
   }
+  EXPECT_EQ(readStrictJson(json).message == nullptr, !problems.empty());
   std::string out;
   for (const Problems::Entry& problem : problems.entries()) {
     out += toText(problem, "x") + "\n";

@@ -1,5 +1,6 @@
 #include <kwxml/codec/StrictReading.h>
 
+#include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/XMLDecoder.h>
 
 namespace kwxml {
@@ -10,7 +11,7 @@ template <class Read>
 ReadResult read(Read read)
 {
   ReadResult result;
-  result.message.reset(read(&result.problems));
+  result.message = read(&result.problems);
   if (!result.problems.empty()) {
     result.message.reset();
   }
@@ -21,13 +22,21 @@ ReadResult read(Read read)
 
 ReadResult readStrict(const std::string& xml, KwXMLContextInfo* context)
 {
-  return read([&](ReadObserver* observer) { return XMLDecoder().unSerialize(xml, context, observer); });
+  return read([&](ReadObserver* observer) {
+    return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(xml, context, observer));
+  });
+}
+
+ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context)
+{
+  return read([&](ReadObserver* observer) { return JSONDecoder(context).unSerialize(json, observer); });
 }
 
 ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context)
 {
-  return read(
-      [&](ReadObserver* observer) { return XMLDecoder().UnserializeBinary(bytes, context, observer); });
+  return read([&](ReadObserver* observer) {
+    return std::unique_ptr<YMMessageBase>(XMLDecoder().UnserializeBinary(bytes, context, observer));
+  });
 }
 
 }  // namespace kwxml

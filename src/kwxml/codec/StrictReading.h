@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 class BinaryBuffer;
 class KwXMLContextInfo;
@@ -23,6 +24,8 @@ struct ReadResult
 /// errors from warnings gives XMLDecoder an observer. The context (null: none) concerns passwords. Errors are
 /// logged as by XMLDecoder.
 [[nodiscard]] ReadResult readStrict(const std::string& xml, KwXMLContextInfo* context = nullptr);
+/// Reads JSON.
+[[nodiscard]] ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
 /// Reads the binary form.
 [[nodiscard]] ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context = nullptr);
 
