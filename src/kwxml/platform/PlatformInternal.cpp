@@ -14,6 +14,15 @@ namespace kwxml {
 
 bool formatText(std::string& text, const char* format, va_list args)
 {
+  if (std::strcmp(format, "%s") == 0) {
+    // A finished text: of a long one the C library would count each byte before it copies any.
+    va_list copy;
+    va_copy(copy, args);
+    const char* const whole = va_arg(copy, const char*);
+    va_end(copy);
+    text = std::string(whole != nullptr ? whole : "(null)");  // it may be a part of `text`
+    return true;
+  }
   // Most lines fit here; only longer ones are formatted twice.
   char small[1024];
   va_list copy;

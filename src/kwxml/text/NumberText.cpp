@@ -74,7 +74,8 @@ std::uint32_t sixDigits(double size, int exponent) noexcept
 
 /// The shortest of six digits at most, for a size between the first and the last of the powers, with the sign
 /// of `value`; what it says is that integer over that power of ten.
-std::string_view writeSix(double value, std::uint32_t six, int exponent, NumberBuffer& buffer) noexcept
+[[gnu::always_inline]] inline std::string_view writeSix(double value, std::uint32_t six, int exponent,
+                                                        NumberBuffer& buffer) noexcept
 {
   char digits[digitCount];
   const auto put = [&digits](int at, std::uint32_t two) {
@@ -111,7 +112,7 @@ std::string_view writeSix(double value, std::uint32_t six, int exponent, NumberB
 
 /// Finds the six digits of a number and its exponent; false where they are not known for certain, or the
 /// number is not between the powers.
-bool findSix(double value, std::uint32_t& six, int& exponent) noexcept
+[[gnu::always_inline]] inline bool findSix(double value, std::uint32_t& six, int& exponent) noexcept
 {
   const double size = value < 0 ? -value : value;
   if (!(size >= powers[0] && size < powers[digitCount - leastExponent])) {

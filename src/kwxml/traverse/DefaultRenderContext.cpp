@@ -3,6 +3,9 @@
 #include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/traverse/Rendering.h>
 
+#include <algorithm>
+#include <utility>
+
 void DefaultRenderContext::startHeader(std::string)
 {
   first_ = true;
@@ -18,19 +21,32 @@ void DefaultRenderContext::endSubHeader(MsgFieldContext&) {}
 void DefaultRenderContext::write(std::string_view name, std::string_view before, std::string_view value,
                                  std::string_view behind)
 {
-  piece_.clear();
-  if (!std::exchange(first_, false)) {
-    piece_ += ',';
+  if (!stream_.good()) {
+    return;
   }
-  piece_.append(name).append(before).append(value).append(behind);
-  stream_.write(piece_.data(), static_cast<std::streamsize>(piece_.size()));
+  // As write() does, without what it prepares for streams that are files.
+  std::streambuf& out = *stream_.rdbuf();
+  const std::string_view comma = std::exchange(first_, false) ? "" : ",";
+  const std::string_view parts[] = {comma, name, before, value, behind};
+  char piece[256];
+  if (comma.size() + name.size() + before.size() + value.size() + behind.size() > sizeof piece) {
+    for (const std::string_view part : parts) {
+      out.sputn(part.data(), static_cast<std::streamsize>(part.size()));
+    }
+    return;
+  }
+  char* to = piece;
+  for (const std::string_view part : parts) {
+    to = std::copy(part.begin(), part.end(), to);
+  }
+  out.sputn(piece, to - piece);
 }
 
 void DefaultRenderContext::writeAttribute(MsgFieldContext& field)
 {
   if (!kwxml::isSecret(field.getField())) {
     kwxml::visitScalar(field, [&](const auto& value) {
-      writeAttribute(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), value);
+      writeValue(kwxml::FieldLabel(field.getField(), getFormatOptions().localeId), value);
     });
   }
 }
@@ -38,7 +54,7 @@ void DefaultRenderContext::writeAttribute(MsgFieldContext& field)
 void DefaultRenderContext::writeList(MsgFieldContext& field)
 {
   if (!kwxml::isSecret(field.getField())) {
-    write(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), "",
+    write(kwxml::FieldLabel(field.getField(), getFormatOptions().localeId), "",
           kwxml::listText(field, '[', ']'), "");
   }
 }
@@ -46,7 +62,7 @@ void DefaultRenderContext::writeList(MsgFieldContext& field)
 void DefaultRenderContext::writeEnum(MsgFieldContext& field)
 {
   if (field.isValueSet() && !kwxml::isSecret(field.getField())) {
-    writeAttribute(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId), kwxml::enumText(field));
+    writeValue(kwxml::FieldLabel(field.getField(), getFormatOptions().localeId), kwxml::enumText(field));
   }
 }
 

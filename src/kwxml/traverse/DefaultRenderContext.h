@@ -47,5 +47,4 @@ private:
 
   std::ostringstream& stream_;
   bool first_ = true;
-  std::string piece_;
 };

@@ -150,11 +150,16 @@ void HTMLFieldContext::writeAttribute(MsgFieldContext& field)
   const int dateForm = AnnotationRecord(def.annotations).dateForm();
   if (dateForm != 0 && isInteger(def.type)) {
     const YMMessageBase& message = *field.getMessage();
-    writeAttribute(fieldLabel(def, getFormatOptions().localeId),
-                   dateText(message.getint64(def.slot, message.getTagID(), def.hash), dateForm));
+    writeValue(FieldLabel(def, getFormatOptions().localeId),
+               dateText(message.getint64(def.slot, message.getTagID(), def.hash), dateForm));
   } else if (def.type != FIELD_ULONGLONG) {  // counts as a list
     visitScalar(field, [&](const auto& value) {
-      writeAttribute(fieldLabel(def, getFormatOptions().localeId), value);
+      const FieldLabel label(def, getFormatOptions().localeId);
+      if constexpr (std::is_same_v<std::decay_t<decltype(value)>, bstring>) {
+        addToOutPut(label, "****");
+      } else {
+        writeValue(label, value);
+      }
     });
   }
 }
@@ -170,14 +175,14 @@ void HTMLFieldContext::writeList(MsgFieldContext& field)
     return;
   }
   const FieldDef& def = field.getField();
-  addToOutPut(fieldLabel(def, getFormatOptions().localeId),
+  addToOutPut(FieldLabel(def, getFormatOptions().localeId),
               def.type == FIELD_LIST_ENUM ? "(" + enumText(field) + ")" : listText(field, '(', ')'));
 }
 
 void HTMLFieldContext::writeEnum(MsgFieldContext& field)
 {
   if (field.isValueSet() && !isHidden(field)) {
-    addToOutPut(fieldLabel(field.getField(), getFormatOptions().localeId), enumText(field));
+    addToOutPut(FieldLabel(field.getField(), getFormatOptions().localeId), enumText(field));
   }
 }
 
@@ -234,7 +239,7 @@ void HTMLRenderContext::startSubHeader(MsgFieldContext& field)
   }
   const std::size_t begin = output_.size();
   startLine();
-  output_ += "<B>" + shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + "</B>";
+  output_ += "<B>" + shown(kwxml::FieldLabel(field.getField(), getFormatOptions().localeId)) + "</B>";
   levels_.push_back({begin, 0});
 }
 
@@ -287,7 +292,7 @@ void HTMLGuiSummaryRenderContext::endHeader(std::string)
 
 void HTMLGuiSummaryRenderContext::startSubHeader(MsgFieldContext& field)
 {
-  output_ += "<br><B>" + shown(kwxml::fieldLabel(field.getField(), getFormatOptions().localeId)) + " </B><p>";
+  output_ += "<br><B>" + shown(kwxml::FieldLabel(field.getField(), getFormatOptions().localeId)) + " </B><p>";
   first_ = true;
 }
 

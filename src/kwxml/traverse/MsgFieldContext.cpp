@@ -13,7 +13,7 @@ using kwxml::AccessorRules;
 using kwxml::MessageAccess;
 
 /// Nearly always the record that the context was made from.
-const FieldDef* MsgFieldContext::getRecord() const
+const FieldDef* MsgFieldContext::findRecord() const
 {
   const _ClassDef* cls = message_ != nullptr ? message_->getClass() : nullptr;
   if (cls == nullptr || field_.name == nullptr) {

@@ -34,7 +34,11 @@ public:
   const FieldDefTraverseInfo& getField() const noexcept { return field_; }
   const FieldDefTraverseInfo* getTRParent() const noexcept { return field_.parent; }
   /// The record of the field of this name in the message's class; null when it has none.
-  const FieldDef* getRecord() const;
+  const FieldDef* getRecord() const
+  {
+    const _ClassDef* cls = message_ != nullptr ? message_->getClass() : nullptr;
+    return cls != nullptr && cls == class_ ? record_ : findRecord();
+  }
   /// The message that holds the field.
   YMMessageBase* getMessage() const noexcept { return message_; }
 
@@ -90,6 +94,13 @@ public:
   void readEnumValue(std::string&, int) {}
 
 private:
+  friend class XmlTraverse;
+  /// Of a field of the message's class, whose record is `record`.
+  MsgFieldContext(const FieldDef& record, const FieldDefTraverseInfo* parent, YMMessageBase& message)
+      : field_{record, parent}, message_(&message), class_(message.getClass()), record_(&record)
+  {
+  }
+  const FieldDef* findRecord() const;
   void replaceInteger(long long value);
   /// Appends to the list whose elements are stored as `T`, when the field's type is one of those given.
   template <class T, class... Types>
@@ -98,6 +109,8 @@ private:
 
   FieldDefTraverseInfo field_;
   YMMessageBase* message_;
+  const _ClassDef* class_ = nullptr;  ///< the one that record_ is of, where that is known
+  const FieldDef* record_ = nullptr;
   bool valueSet_ = false;
   bool modified_ = false;
 };

@@ -20,13 +20,11 @@ bool XmlUtils::getLocalizedMessage(unsigned long, std::string&, int)
 
 namespace kwxml {
 
-std::string fieldLabel(const FieldDef& field, int localeId)
+FieldLabel::FieldLabel(const FieldDef& field, int localeId)
+    : text_(XmlUtils::getLocalizedMessage(field, localized_, localeId) && !localized_.empty()
+                ? std::string_view(localized_)
+                : std::string_view(field.getName()))
 {
-  std::string label;
-  if (!XmlUtils::getLocalizedMessage(field, label, localeId) || label.empty()) {
-    label = field.getName();
-  }
-  return label;
 }
 
 namespace {

@@ -10,8 +10,19 @@
 
 namespace kwxml {
 
-/// The localized text of the field, or its name.
-std::string fieldLabel(const FieldDef& field, int localeId);
+/// The localized text of a field, or its name; lives as long as the record.
+class FieldLabel
+{
+public:
+  FieldLabel(const FieldDef& field, int localeId);
+  FieldLabel(const FieldLabel&) = delete;
+  FieldLabel& operator=(const FieldLabel&) = delete;
+  operator std::string_view() const { return text_; }
+
+private:
+  std::string localized_;
+  std::string_view text_;
+};
 
 /// The texts of the elements of a list, separated by commas, between two brackets. Elements of lists of
 /// enumerations and of messages have none. A scalar that counts as a list is its own element.

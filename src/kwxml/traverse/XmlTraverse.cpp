@@ -128,7 +128,7 @@ bool XmlTraverse::Walk::message(YMMessageBase& holder, const _ClassDef& cls,
 
 bool XmlTraverse::Walk::field(YMMessageBase& holder, const FieldDef& def, const FieldDefTraverseInfo* parent)
 {
-  MsgFieldContext context(FieldDefTraverseInfo{def, parent}, &holder);
+  MsgFieldContext context(def, parent, holder);
   context.setValueState(MessageAccess::isSet(holder, def));
   owner.handler_->visit(context);
   bool changed = context.isModified();
