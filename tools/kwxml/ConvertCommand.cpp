@@ -119,6 +119,7 @@ private:
   }
   std::string write(YMMessageBase& message, const MessageInput& input, const char* consequence)
   {
+    sink_->from(input.recordName());
     std::string why = losses(sink_->encode(message), input.recordName(), "writing", consequence);
     if (why.empty()) {
       sink_->write();

@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "Files.h"
 #include "Inspect.h"
+#include "PageForm.h"
 #include "Report.h"
 #include "SummaryForms.h"
 #include "XmlForm.h"
@@ -332,6 +333,7 @@ std::span<const Form> forms()
       {"text", nullptr, nullptr, textSink, false, false},
       {"html", nullptr, nullptr, htmlSink, false, false},
       {"gui", nullptr, nullptr, guiSink, false, false},
+      {"page", nullptr, nullptr, pageSink, false, false},
   };
   return table;
 }

@@ -1,0 +1,367 @@
+#include <kwxml/traverse/PageShell.h>
+
+#include <kwxml/traverse/PageText.h>
+
+namespace kwxml {
+
+namespace {
+
+/// Depth is shown by lines, which get closer where there are many: what is deep stays readable on a narrow
+/// screen.
+constexpr std::string_view style = R"css(
+:root { color-scheme: light dark; --text: #1c1c1e; --soft: #5a5a62; --back: #fff; --box: #f3f4f7; --line: #c9ccd3;
+  --link: #0b57c0; --escape: #a3003c; --changed: #fff0c2; --left: #ffe1de; --right: #d9f4dd; }
+@media (prefers-color-scheme: dark) { :root { --text: #ececf0; --soft: #a9abb5; --back: #17181c; --box: #25272e;
+  --line: #474a54; --link: #8ab8ff; --escape: #ff8fab; --changed: #4a3b00; --left: #56211d; --right: #143f1d; } }
+* { box-sizing: border-box; }
+body { display: flex; flex-direction: column; margin: 0 auto; padding: 0 1rem 3rem; max-width: 100rem;
+  font: 15px/1.5 system-ui, sans-serif; color: var(--text); background: var(--back); }
+body > * { min-width: 0; }
+header { order: -3; }
+.t { order: -2; position: sticky; top: 0; z-index: 1; display: flex; flex-wrap: wrap; gap: .4rem .8rem; align-items: center;
+  padding: .5rem 0; border-bottom: 1px solid var(--line); background: var(--back); }
+nav { order: -1; }
+h1 { font-size: 1.5rem; margin: .8rem 0 .3rem; overflow-wrap: anywhere; }
+h2 { font-size: 1.15rem; margin: 1rem 0 .3rem; }
+h2, h3 { overflow-wrap: anywhere; }
+summary h2, summary h3 { display: inline; font-size: 1rem; }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: 0 .8rem; margin: 0 0 .6rem; }
+dt { color: var(--soft); }
+dd { margin: 0; min-width: 0; overflow-wrap: anywhere; }
+a { color: var(--link); }
+button, input { font: inherit; }
+:focus-visible { outline: 2px solid var(--link); outline-offset: 1px; }
+main ul { list-style: none; margin: 0; padding: 0 0 0 .6rem; border-left: 1px solid var(--line); color: var(--soft);
+  content-visibility: auto; contain-intrinsic-size: auto 3rem; }
+main > section > ul { border: 0; padding: 2px; }
+ul ul ul ul ul ul ul ul ul ul { padding-left: 2px; }
+ul.v { display: flex; flex-wrap: wrap; gap: 0 1rem; }
+li { overflow-wrap: anywhere; padding: 1px 2px; }
+summary { cursor: pointer; overflow-wrap: anywhere; color: var(--soft); scroll-margin-top: 5rem; }
+summary:hover, li:hover > b { background: var(--box); }
+b, h2, h3, th { color: var(--text); }
+code, q { color: var(--text); overflow-wrap: anywhere; }
+q, time { background: var(--box); border-radius: 3px; padding: 0 .25em; }
+q { quotes: none; border: 1px solid var(--line); white-space: pre-wrap; }
+q:empty::before { content: "\200B"; }
+q.n { display: block; margin: 2px 0 2px 1.2rem; padding: .1em .5em; border-left: 3px solid var(--soft); }
+em { font-style: normal; color: var(--escape); border-bottom: 1px dotted; }
+time { color: var(--text); }
+.u { display: none; margin: 0; padding-left: .6rem; color: var(--soft); overflow-wrap: anywhere; }
+body:has(#unset:checked) .u { display: block; }
+.w { overflow-x: auto; content-visibility: auto; contain-intrinsic-size: auto 10rem; padding: 2px; }
+table { border-collapse: collapse; margin: .2rem 0; color: var(--soft); }
+th, td { border: 1px solid var(--line); padding: .1rem .4rem; text-align: left; vertical-align: top; }
+th { font-weight: 600; background: var(--box); }
+td > q, td > code { max-width: 40rem; }
+td > q, td > code, .doc td { overflow-wrap: break-word; }
+main > details { border-bottom: 1px solid var(--line); padding: .2rem 0; }
+.doc .w { margin-bottom: .6rem; }
+.c { width: 1.15em; height: 1.15em; margin-left: .35em; padding: 0; vertical-align: -.2em; border: 1px solid transparent;
+  border-radius: 3px; background: none; cursor: copy; position: relative; opacity: .55; }
+.c::before, .c::after { content: ""; position: absolute; width: .5em; height: .6em; border: 1px solid var(--soft);
+  border-radius: 2px; background: var(--back); }
+.c::before { left: .1em; top: .1em; } .c::after { left: .32em; top: .28em; }
+.c:hover, .c:focus-visible { opacity: 1; background: var(--box); }
+.h { display: none !important; }
+table.d { table-layout: fixed; width: 100%; margin: 0; }
+table.d > * > tr > :first-child { width: 30%; } table.d > * > tr > :last-child { width: 7rem; }
+table.d td, table.d th { overflow-wrap: anywhere; }
+.changed td { background: var(--changed); } .left td { background: var(--left); } .right td { background: var(--right); }
+.changed td:last-child, .left td:last-child, .right td:last-child { font-weight: 600; color: var(--text); }
+@media (max-width: 40rem) {
+  body { padding: 0 .5rem 3rem; }
+  table.d thead { position: absolute; clip-path: inset(50%); width: 1px; height: 1px; overflow: hidden; }
+  table.d tr { display: grid; grid-template-columns: 1fr 1fr; }
+  table.d > * > tr > :first-child, table.d > * > tr > :last-child { grid-column: 1 / 3; width: auto; }
+}
+)css";
+
+/// The page is whole without it: it filters, opens, closes, copies. Buttons are made where they can be seen.
+constexpr std::string_view script = R"js(
+'use strict';
+document.addEventListener('DOMContentLoaded', () => {
+  const byId = id => document.getElementById(id);
+  const main = document.querySelector('main');
+  const index = byId('index');
+  if (index) {
+    document.querySelector('.t').after(index);
+  }
+  for (const control of document.querySelectorAll('.t [hidden]')) {
+    control.hidden = false;
+  }
+  const say = text => { byId('said').textContent = text; };
+
+  const setOpen = open => {
+    for (const details of main.querySelectorAll('details')) {
+      details.open = open;
+    }
+  };
+  byId('open').addEventListener('click', () => setOpen(true));
+  byId('close').addEventListener('click', () => setOpen(false));
+
+  // A unit is what the filter shows or hides as a whole: a row of the tree or of a table, a group, a message.
+  const holders = new Set(['SECTION', 'DETAILS', 'UL', 'LI', 'DIV', 'TABLE', 'TBODY', 'TR', 'TD']);
+  const isUnit = element =>
+    element.tagName === 'LI' || element.tagName === 'TBODY' || element.classList.contains('g');
+  const unitsIn = (element, found = []) => {
+    for (const child of element.children) {
+      if (isUnit(child)) {
+        found.push(child);
+      } else if (holders.has(child.tagName)) {
+        unitsIn(child, found);
+      }
+    }
+    return found;
+  };
+  const foldOf = unit => unit.tagName === 'DETAILS' ? unit : unit.querySelector(':scope > details:not(.x)');
+  const columnNames = new WeakMap();
+  const namesOf = table => {
+    if (!columnNames.has(table)) {
+      columnNames.set(table, [...table.tHead.rows[0].cells].map(cell => cell.querySelector('b')?.textContent ?? ''));
+    }
+    return columnNames.get(table);
+  };
+  const isHit = (unit, query) => {
+    const has = text => text.toLowerCase().includes(query);
+    if (unit.tagName === 'TBODY') {
+      const names = namesOf(unit.parentElement);
+      return [...unit.rows[0].cells].some(
+        (cell, i) => has(cell.textContent) || (cell.hasChildNodes() && names[i] !== '' && has(names[i])));
+    }
+    const fold = foldOf(unit);
+    return has(fold ? (fold.matches('.g:not(.m)') ? '' : fold.firstElementChild.textContent) : unit.textContent);
+  };
+  let hidden = [], opened = [], hits = 0;
+  const filter = (units, query, isTop) => {
+    const shown = units.map(unit => {
+      const isOwn = isHit(unit, query);
+      hits += isOwn ? 1 : 0;
+      const isInner = filter(unitsIn(unit), query, false);
+      const fold = isInner ? foldOf(unit) : null;
+      if (fold && !fold.open) {
+        fold.open = true;
+        opened.push(fold);
+      }
+      return isOwn || isInner;
+    });
+    const isAny = shown.includes(true);
+    if (isAny || isTop) {
+      units.forEach((unit, i) => {
+        if (!shown[i]) {
+          unit.classList.add('h');
+          hidden.push(unit);
+        }
+      });
+    }
+    return isAny;
+  };
+  const applyFilter = () => {
+    hidden.forEach(unit => unit.classList.remove('h'));
+    opened.forEach(fold => { fold.open = false; });
+    hidden = [];
+    opened = [];
+    hits = 0;
+    const query = byId('filter').value.toLowerCase();
+    if (query !== '') {
+      filter(unitsIn(main), query, true);
+    }
+    say(query === '' ? '' : hits === 1 ? '1 found' : hits.toLocaleString('en') + ' found');
+  };
+  let timer = 0;
+  byId('filter').addEventListener('input', () => {
+    clearTimeout(timer);
+    timer = setTimeout(applyFilter, 150);
+  });
+
+  // Paths are written as differences name them: items[2].price, totals["2026-01"].
+  const nameOf = label => {
+    const key = label.querySelector('q');
+    if (!key) {
+      return label.textContent.trim();
+    }
+    const parts = [...key.childNodes].map(
+      node => node.nodeType === Node.TEXT_NODE ? node.data.replace(/["\\]/g, '\\$&') : node.textContent);
+    return '["' + parts.join('') + '"]';
+  };
+  const pathOf = element => {
+    const parts = [];
+    for (let at = element; at && at !== main; at = at.parentElement) {
+      if (at.tagName === 'LI') {
+        parts.push(nameOf(at.querySelector('b')));
+      } else if (at.tagName === 'TBODY') {
+        parts.push(nameOf(at.rows[0].cells[0]));
+      } else if (at.tagName === 'TD' && at.colSpan === 1) {
+        parts.push(namesOf(at.closest('table'))[at.cellIndex]);
+      }
+    }
+    return parts.reverse().reduce(
+      (path, part) => path + (path === '' || part === '' || part.startsWith('[') ? '' : '.') + part, '');
+  };
+  const textOf = value => value.textContent.replaceAll('\n', '\\n');
+  const copiedBy = button => {
+    const cell = button.parentElement;
+    if (cell.tagName === 'TH') {
+      const [, left, right] = cell.parentElement.cells;
+      return [cell.textContent, textOf(left), textOf(right)];
+    }
+    return [pathOf(cell), textOf(cell.querySelector(':scope > .x > :not(summary)') ??
+                                 cell.querySelector(':scope > q, :scope > code'))];
+  };
+  const copy = async columns => {
+    try {
+      await navigator.clipboard.writeText(columns.join('\t'));
+      say('Copied ' + columns[0]);
+    } catch (error) {
+      say('The browser does not allow to copy');
+    }
+  };
+  main.addEventListener('click', event => {
+    const button = event.target.closest('.c');
+    if (button) {
+      copy(copiedBy(button));
+    }
+  });
+  const makeButton = name => {
+    const button = document.createElement('button');
+    button.type = 'button';
+    button.className = 'c';
+    button.title = 'Copy path and value';
+    button.setAttribute('aria-label', 'Copy path and value of ' + name);
+    return button;
+  };
+  const withButtons = new WeakSet();
+  const addButtons = element => {
+    for (const child of [...element.children]) {
+      if (child.tagName === 'DETAILS') {
+        if (child.classList.contains('x')) {
+          child.after(makeButton(pathOf(element)));
+        } else if (child.open && !withButtons.has(child)) {
+          withButtons.add(child);
+          addButtons(child);
+        }
+      } else if (child.matches('li > q, li > code, td > q, td > code') && !element.querySelector(':scope > .x')) {
+        if (element.closest('table')?.className !== 'd') {
+          child.after(makeButton(pathOf(element)));
+        }
+      } else if (child.matches('.d > tbody > tr')) {
+        child.cells[0].append(makeButton(child.cells[0].textContent));
+      } else if (holders.has(child.tagName)) {
+        addButtons(child);
+      }
+    }
+  };
+  addButtons(main);
+  main.addEventListener('toggle', event => {
+    const details = event.target;
+    if (details.open && !details.classList.contains('x') && !withButtons.has(details)) {
+      withButtons.add(details);
+      addButtons(details);
+    }
+  }, true);
+});
+)js";
+
+/// The digests of the two above, by which the page says that nothing else may run or colour it.
+constexpr std::string_view styleDigest = "sha256-7a0/fBs6DophfPdN0IBQ/7Ha2NhMCf5FcaBdpYFkC90=";
+constexpr std::string_view scriptDigest = "sha256-FEVD5u1OYacxPI8edA4qJyURNeMndRioB7Lv0S77fxw=";
+
+std::string factList(const std::vector<std::pair<std::string, std::string>>& facts)
+{
+  std::string text = "<dl>\n";
+  for (const auto& [name, fact] : facts) {
+    text += "<dt>" + name + "</dt><dd>" + fact + "</dd>\n";
+  }
+  return text + "</dl>\n";
+}
+
+constexpr std::size_t indexGroup = 1000;
+constexpr std::size_t openIndex = 100;  ///< up to so many lines are not folded
+
+}  // namespace
+
+bool PageShell::begin(const Section* only)
+{
+  const std::string& title = only != nullptr ? only->name : heading_.title;
+  std::string text =
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+      "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src '";
+  text.append(styleDigest).append("'; script-src '").append(scriptDigest);
+  text +=
+      "'; base-uri 'none'; form-action 'none'\">\n"
+      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
+      title + "</title>\n<style>";
+  text.append(style).append("</style>\n<script>").append(script);
+  text += "</script>\n</head>\n<body>\n<header>\n<h1>" + title + "</h1>\n";
+  std::vector<std::pair<std::string, std::string>> facts = heading_.facts;
+  if (only != nullptr) {
+    facts.insert(facts.begin(), only->facts.begin(), only->facts.end());
+    if (!only->texts.empty()) {
+      facts.insert(facts.begin(), {"Texts", only->texts});
+    }
+  }
+  text += factList(facts);
+  text +=
+      "</header>\n<div class=\"t\">\n"
+      "<button type=\"button\" id=\"open\" hidden>Open all</button>\n"
+      "<button type=\"button\" id=\"close\" hidden>Close all</button>\n";
+  text += heading_.hasUnset ? "<label><input type=\"checkbox\" id=\"unset\"> Unset fields</label>\n" : "";
+  text +=
+      "<label hidden>Filter <input type=\"search\" id=\"filter\" autocomplete=\"off\"></label>\n"
+      "<output id=\"said\" aria-live=\"polite\"></output>\n";
+  text += only == nullptr && count_ > 0 ? "<a href=\"#index\">Index</a>\n" : "";
+  return write(text + "</div>\n<main>\n");
+}
+
+bool PageShell::writeFolded(const Section& section)
+{
+  const std::string number = std::to_string(count_);
+  std::string head = "<details class=\"g m\"><summary><h2>" + number + " " + section.name + "</h2> " +
+                     section.texts + "</summary>\n<section id=\"m" + number + "\">\n";
+  write(head + factList(section.facts));
+  write(section.body);
+  if (count_ % indexGroup == 1) {
+    index_ += count_ == 1 ? "<ol>\n" : "</ol>\n<ol start=\"" + number + "\">\n";
+  }
+  index_ += "<li><a href=\"#m" + number + "\">" + section.name + "</a> " + section.texts;
+  for (const auto& fact : section.facts) {
+    index_ += " · " + fact.second;
+  }
+  index_ += "</li>\n";
+  return write("</section>\n</details>\n");
+}
+
+bool PageShell::add(Section section)
+{
+  if (++count_ == 1) {
+    first_ = std::move(section);
+    return isTaken_;
+  }
+  if (count_ == 2) {
+    begin(nullptr);
+    count_ = 1;
+    writeFolded(std::exchange(first_, {}));
+    count_ = 2;
+  }
+  return writeFolded(section);
+}
+
+bool PageShell::finish(std::string_view behind)
+{
+  if (count_ <= 1) {
+    begin(count_ == 1 ? &first_ : nullptr);
+    if (count_ == 1) {
+      write("<section>\n" + first_.body + "</section>\n");
+    }
+  }
+  write("</main>\n");
+  if (count_ > 1) {
+    write("<nav id=\"index\" aria-labelledby=\"indexhead\">\n<h2 id=\"indexhead\">Index</h2>\n<details" +
+          std::string(count_ <= openIndex ? " open" : "") + "><summary>" + std::to_string(count_) +
+          " entries</summary>\n" + index_ + "</ol>\n</details>\n</nav>\n");
+  }
+  write(behind);
+  return write("</body>\n</html>\n");
+}
+
+}  // namespace kwxml

@@ -1,0 +1,444 @@
+#include <kwxml/traverse/PageWalk.h>
+
+#include <kwxml/annotation/PasswordFields.h>
+#include <kwxml/model/Limits.h>
+#include <kwxml/traverse/DiffText.h>
+#include <kwxml/traverse/PageText.h>
+
+#include <algorithm>
+
+namespace kwxml {
+
+namespace {
+
+constexpr std::size_t groupSize = 1000;
+constexpr std::size_t mostColumns = 24;      ///< a table with more is wider than anybody reads
+constexpr std::size_t smallCollection = 20;  ///< what is open at first
+constexpr int openDepth = 2;
+/// Browsers give up on elements that nest more than some 500 deep, and a table takes more of them than a
+/// tree.
+constexpr int deepestTable = 20;
+
+/// A value that needs no row of its own kind: it can stand in a cell.
+bool isScalar(const FieldDef& def)
+{
+  return visitFieldType(def.type, [&]<class Tag>(Tag) {
+    return isSecret(def) || InPlaceValue<Tag> || ByteString<Tag> || PasswordString<Tag>;
+  });
+}
+
+/// Records of type 0 have the bit of the first field, and stand for something only where that is hidden.
+bool isShown(const YMMessageBase& message, const FieldDef& def)
+{
+  if (def.hash == 0 || !MessageAccess::isSet(message, def)) {
+    return false;
+  }
+  const FieldDef& owner = message.getClass()->fields[def.fieldNumber];
+  return &owner == &def || owner.hash == 0 || fieldTypeInfo(def.type).storage != Storage::None;
+}
+
+std::string elementLabel(long long number)
+{
+  std::string label = "[";
+  appendNumber(label, number);
+  return label + "]";
+}
+
+std::string keyLabel(long long key)
+{
+  return elementLabel(key);
+}
+
+std::string keyLabel(const std::string& key)
+{
+  std::string label;
+  appendKeyBox(label, key);
+  return label;
+}
+
+}  // namespace
+
+// ---- Messages
+
+void PageWalk::message(const YMMessageBase& message, int depth)
+{
+  const _ClassDef* const cls = message.getClass();
+  if (cls == nullptr) {
+    out_ += "<p>(no class)</p>\n";
+    return;
+  }
+  if (depth >= maxMessageNesting) {
+    out_ += "<p>(nested too deep to be shown)</p>\n";
+    return;
+  }
+  out_ += "<ul>\n";
+  for (const FieldDef& def : *cls) {
+    if (isShown(message, def)) {
+      visitFieldType(def.type, [&](auto tag) { field(tag, message, def, depth); });
+    }
+  }
+  out_ += "</ul>\n";
+  unset(*cls, {{{}, &message}});
+}
+
+template <class Tag>
+void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int depth)
+{
+  using Value = typename Tag::Value;
+  if (isSecret(def)) {
+    textRow(def, mask);
+  } else if constexpr (Tag::type == FIELD_INVALID) {
+    textRow(def, "(unknown type)");
+  } else if constexpr (NoStorage<Tag>) {
+    textRow(def, "(set)");
+  } else if constexpr (InPlaceValue<Tag> || ByteString<Tag> || PasswordString<Tag>) {
+    row(def);
+    scalar(message, def);
+    out_ += "</li>\n";
+  } else {
+    const Value* const value = MessageAccess::pointer<Value>(message, def.slot);
+    if (value == nullptr) {
+      textRow(def, MessageValue<Tag> ? "null" : MapValue<Tag> ? "{}" : "[]");
+    } else if constexpr (MessageValue<Tag>) {
+      nested(lineOf(def.getName()), *value, depth < openDepth, depth + 1);
+    } else if (value->empty()) {
+      textRow(def, MapValue<Tag> ? "{}" : "[]");
+    } else if constexpr (MapValue<Tag>) {
+      map<Tag>(*value, def, depth);
+    } else {
+      list<Tag::info.element>(*value, def, depth);
+    }
+  }
+}
+
+void PageWalk::row(const FieldDef& def)
+{
+  ++count_;
+  out_ += "<li><b>";
+  appendLine(out_, def.getName());
+  out_ += "</b> ";
+  appendLine(out_, typeWords(def));
+  out_ += ' ';
+}
+
+void PageWalk::textRow(const FieldDef& def, std::string_view text)
+{
+  row(def);
+  appendValueBox(out_, text);
+  out_ += "</li>\n";
+}
+
+void PageWalk::nested(const std::string& label, const YMMessageBase& message, bool isOpen, int depth)
+{
+  out_ += isOpen ? "<li><details open><summary><b>" : "<li><details><summary><b>";
+  out_ += label;
+  out_ += "</b> ";
+  if (message.getClass() != nullptr) {
+    classes_.appendLink(out_, {message.getSubsysID(), message.getClassIndex()});
+  }
+  out_ += "</summary>\n";
+  this->message(message, depth);
+  out_ += "</details></li>\n";
+}
+
+/// One item: those that are not set. Several of a class: those that none of them has.
+void PageWalk::unset(const _ClassDef& cls, const std::vector<Item>& items)
+{
+  std::string names;
+  std::size_t count = 0;
+  std::size_t all = 0;
+  for (const FieldDef& def : cls) {
+    if (def.hash == 0) {
+      continue;
+    }
+    ++all;
+    if (std::none_of(items.begin(), items.end(),
+                     [&](const Item& item) { return MessageAccess::isSet(*item.message, def); })) {
+      names += count++ == 0 ? "" : ", ";
+      appendLine(names, def.getName());
+    }
+  }
+  constexpr std::size_t few = 10;
+  if (count == all) {
+    out_ += "<p>(no field is set)</p>\n";
+  }
+  if (count > 0) {
+    out_ +=
+        "<p class=\"u\">Unset: " + (count == all && all > few ? "all " + countText(all, "field") : names) +
+        "</p>\n";
+  }
+}
+
+// ---- Collections
+
+template <class Group>
+void PageWalk::inGroups(std::size_t size, Group group)
+{
+  for (std::size_t from = 0; from < size; from += groupSize) {
+    const std::size_t to = std::min(from + groupSize, size);
+    if (size > groupSize) {
+      out_ += "<details class=\"g\"><summary>" + std::to_string(from + 1) + " to " + std::to_string(to) +
+              "</summary>\n";
+    }
+    group(from, to);
+    out_ += size > groupSize ? "</details>\n" : "";
+  }
+}
+
+void PageWalk::beginFold(const FieldDef& def, std::size_t size, std::string_view one, int depth)
+{
+  out_ += size <= smallCollection && depth < openDepth ? "<li><details open><summary><b>"
+                                                       : "<li><details><summary><b>";
+  appendLine(out_, def.getName());
+  out_ += "</b> ";
+  appendLine(out_, typeWords(def));
+  out_ += ", " + countText(size, one) + "</summary>\n";
+}
+
+void PageWalk::endFold()
+{
+  out_ += "</details></li>\n";
+}
+
+template <FieldDataType Element, class List>
+void PageWalk::list(const List& list, const FieldDef& def, int depth)
+{
+  beginFold(def, list.size(), "element", depth);
+  inGroups(list.size(), [&](std::size_t from, std::size_t to) {
+    if constexpr (Element == FIELD_OBJECT) {
+      std::vector<Item> group;
+      for (std::size_t i = from; i < to; ++i) {
+        group.push_back({elementLabel(static_cast<long long>(i)), &list[i]});
+      }
+      items(group, depth + 1);
+    } else {
+      out_ += "<ul class=\"v\">\n";
+      for (std::size_t i = from; i < to; ++i) {
+        ++count_;
+        out_ += "<li><b>" + elementLabel(static_cast<long long>(i)) + "</b> ";
+        value<Element>(list[i], def);
+        out_ += "</li>\n";
+      }
+      out_ += "</ul>\n";
+    }
+  });
+  endFold();
+}
+
+template <class Tag, class Map>
+void PageWalk::map(const Map& map, const FieldDef& def, int depth)
+{
+  beginFold(def, map.size(), "entry", depth);
+  auto entry = map.begin();
+  inGroups(map.size(), [&](std::size_t from, std::size_t to) {
+    if constexpr (Tag::info.mapKey == FIELD_OBJECT) {
+      out_ += "<ul>\n";
+      for (std::size_t i = from; i < to; ++i, ++entry) {
+        const std::string label = elementLabel(static_cast<long long>(i));
+        nested(label + ".key", entry->first, false, depth + 1);
+        nested(label + ".value", entry->second, false, depth + 1);
+      }
+      out_ += "</ul>\n";
+    } else if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
+      std::vector<Item> group;
+      for (std::size_t i = from; i < to; ++i, ++entry) {
+        group.push_back({keyLabel(entry->first), &entry->second});
+      }
+      items(group, depth + 1);
+    } else {
+      out_ +=
+          "<div class=\"w\"><table>\n<thead><tr><th scope=\"col\">key</th><th "
+          "scope=\"col\">value</th></tr></thead>\n";
+      for (std::size_t i = from; i < to; ++i, ++entry) {
+        ++count_;
+        out_ += "<tbody><tr><th scope=\"row\">" + keyLabel(entry->first) + "</th><td>";
+        value<Tag::info.mapValue>(entry->second, def);
+        out_ += "</td></tr></tbody>\n";
+      }
+      out_ += "</table></div>\n";
+    }
+  });
+  endFold();
+}
+
+void PageWalk::items(const std::vector<Item>& items, int depth)
+{
+  const std::vector<const FieldDef*> columns = columnsOf(items, depth);
+  if (!columns.empty()) {
+    table(items, columns, depth);
+    return;
+  }
+  const bool isOpen = items.size() <= smallCollection && depth < openDepth;
+  out_ += "<ul>\n";
+  for (const Item& item : items) {
+    nested(item.label, *item.message, isOpen, depth);
+  }
+  out_ += "</ul>\n";
+}
+
+std::vector<const FieldDef*> PageWalk::columnsOf(const std::vector<Item>& items, int depth) const
+{
+  const _ClassDef* const cls = items.front().message->getClass();
+  if (cls == nullptr || depth > deepestTable || items.size() < 2 ||
+      std::any_of(items.begin(), items.end(),
+                  [&](const Item& item) { return item.message->getClass() != cls; })) {
+    return {};
+  }
+  std::vector<const FieldDef*> columns;
+  for (const FieldDef& def : *cls) {
+    if (isScalar(def) && std::any_of(items.begin(), items.end(),
+                                     [&](const Item& item) { return isShown(*item.message, def); })) {
+      columns.push_back(&def);
+    }
+  }
+  return columns.size() > mostColumns ? std::vector<const FieldDef*>() : columns;
+}
+
+void PageWalk::table(const std::vector<Item>& items, const std::vector<const FieldDef*>& columns, int depth)
+{
+  const YMMessageBase& first = *items.front().message;
+  out_ += "<div class=\"w\"><table>\n<thead><tr><th scope=\"col\">";
+  classes_.appendLink(out_, {first.getSubsysID(), first.getClassIndex()});
+  out_ += "</th>";
+  for (const FieldDef* column : columns) {
+    out_ += "<th scope=\"col\"><b>";
+    appendLine(out_, column->getName());
+    out_ += "</b> ";
+    appendLine(out_, typeWords(*column));
+    out_ += "</th>";
+  }
+  out_ += "</tr></thead>\n";
+  for (const Item& item : items) {
+    tableRow(item, columns, depth);
+  }
+  out_ += "</table></div>\n";
+  unset(*first.getClass(), items);
+}
+
+/// What does not fit a cell stands in a line of its own below the cells.
+void PageWalk::tableRow(const Item& item, const std::vector<const FieldDef*>& columns, int depth)
+{
+  const YMMessageBase& message = *item.message;
+  out_ += "<tbody><tr><th scope=\"row\">" + item.label + "</th>";
+  for (const FieldDef* column : columns) {
+    out_ += "<td>";
+    if (isShown(message, *column)) {
+      ++count_;
+      scalar(message, *column);
+    }
+    out_ += "</td>";
+  }
+  out_ += "</tr>\n";
+  bool isBegun = false;
+  for (const FieldDef& def : *message.getClass()) {
+    if (isShown(message, def) && !isScalar(def)) {
+      out_ += isBegun ? "" : "<tr><td colspan=\"" + std::to_string(columns.size() + 1) + "\"><ul>\n";
+      isBegun = true;
+      visitFieldType(def.type, [&](auto tag) { field(tag, message, def, depth); });
+    }
+  }
+  out_ += isBegun ? "</ul></td></tr></tbody>\n" : "</tbody>\n";
+}
+
+// ---- Values
+
+void PageWalk::scalar(const YMMessageBase& message, const FieldDef& def)
+{
+  if (isSecret(def)) {
+    appendValueBox(out_, mask);
+    return;
+  }
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (StringSlot<Tag>) {
+      value<Tag::type>(MessageAccess::inPlace<typename Tag::Value>(message, def.slot), def);
+    } else if constexpr (InPlaceValue<Tag>) {
+      value<Tag::type>(MessageAccess::raw(message, def.slot), def);
+    } else if constexpr (ByteString<Tag>) {
+      const bstring* bytes = MessageAccess::pointer<bstring>(message, def.slot);
+      value<Tag::type>(bytes != nullptr ? *bytes : bstring(), def);
+    }
+  });
+}
+
+template <FieldDataType T, class Value>
+void PageWalk::value(const Value& value, const FieldDef& def)
+{
+  if constexpr (std::is_base_of_v<bstring, Value>) {
+    appendBytesBox(out_, value.text());
+  } else if constexpr (T == FIELD_STRING || T == FIELD_WSTRING) {
+    appendTextBox(out_, value);
+  } else if constexpr (T == FIELD_ENUM) {
+    const long long number = std::is_same_v<Value, unsigned int> ? static_cast<int>(value) : value;
+    const FieldDef* enumerator = enumeratorOf(number, def);
+    appendValueBox(out_, enumerator != nullptr
+                             ? std::string(enumerator->getName()) + " (" + std::to_string(number) + ")"
+                             : std::to_string(number));
+  } else {
+    std::string text;
+    appendValue<T>(text, value, def);
+    appendValueBox(out_, text);
+    if constexpr (std::is_same_v<Value, long long> && T != FIELD_INT64) {
+      appendTimeNote(out_, def, value);
+    }
+  }
+}
+
+// ---- What a message is about
+
+namespace {
+
+constexpr std::size_t mostTexts = 3;
+constexpr std::size_t textLimit = 60;
+constexpr int searchDepth = 3;
+
+/// Texts of the message itself come before those of what it holds, of which the first ones are looked at.
+void collectTexts(const YMMessageBase& message, int depth, std::vector<std::string>& texts)
+{
+  const _ClassDef* const cls = message.getClass();
+  if (cls == nullptr) {
+    return;
+  }
+  const auto forEach = [&](FieldDataType type, auto visit) {
+    for (const FieldDef& def : *cls) {
+      if (texts.size() < mostTexts && def.type == type && !isSecret(def) && isShown(message, def)) {
+        visit(def);
+      }
+    }
+  };
+  forEach(FIELD_STRING, [&](const FieldDef& def) {
+    const auto& text = MessageAccess::inPlace<std::string>(message, def.slot);
+    if (!text.empty()) {
+      appendCutLine(texts.emplace_back(), text, textLimit);
+    }
+  });
+  if (depth == searchDepth) {
+    return;
+  }
+  forEach(FIELD_LIST_OBJECT, [&](const FieldDef& def) {
+    const auto* list = MessageAccess::pointer<std::vector<YMMessageBase>>(message, def.slot);
+    if (list != nullptr && !list->empty()) {
+      collectTexts(list->front(), depth + 1, texts);
+    }
+  });
+  forEach(FIELD_OBJECT, [&](const FieldDef& def) {
+    const auto* object = MessageAccess::pointer<YMMessageBase>(message, def.slot);
+    if (object != nullptr) {
+      collectTexts(*object, depth + 1, texts);
+    }
+  });
+}
+
+}  // namespace
+
+std::string firstTexts(const YMMessageBase& message)
+{
+  std::vector<std::string> texts;
+  collectTexts(message, 0, texts);
+  std::string line;
+  for (const std::string& text : texts) {
+    line += (line.empty() ? "<q>" : " <q>") + text + "</q>";
+  }
+  return line;
+}
+
+}  // namespace kwxml
