@@ -33,6 +33,8 @@ Mark markOf(Kind kind)
   return {"equal", "equal"};
 }
 
+constexpr std::size_t mostRows = 1000;  ///< of a table
+
 /// Makes tables of values beside each other, those of equal ones folded.
 class Tables : public MessageDiffVisitor
 {
@@ -40,7 +42,7 @@ public:
   void differs(const MessageDifference& difference) override
   {
     const bool isEqual = difference.kind == Kind::Equal;
-    if (isEqual != isEqual_) {
+    if (isEqual != isEqual_ || count_ == mostRows) {
       end();
       isEqual_ = isEqual;
     }
@@ -143,6 +145,7 @@ bool DifferencePage::add(const YMMessageBase* left, const YMMessageBase* right, 
     section.facts.emplace_back("Record", lineOf(record));
   }
   section.facts.emplace_back("Result", count == 0 ? "no difference" : countText(count, "difference"));
+  section.note = section.facts.back().second + (record.empty() ? "" : ", ") + lineOf(record);
   return parts_->shell.add(std::move(section));
 }
 

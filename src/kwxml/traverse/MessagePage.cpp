@@ -30,12 +30,12 @@ bool MessagePage::add(const YMMessageBase& message, std::string_view source)
   PageWalk walk(section.body, parts_->classes);
   walk.message(message, 0);
   if (message.getClass() != nullptr) {
-    std::string link;
-    parts_->classes.appendLink(link, {message.getSubsysID(), message.getClassIndex()});
-    section.facts.emplace_back("Class", link);
+    parts_->classes.appendLink(section.link, {message.getSubsysID(), message.getClassIndex()});
+    section.facts.emplace_back("Class", section.link);
   }
   section.facts.emplace_back("Source", lineOf(source));
   section.facts.emplace_back("Content", countText(walk.count(), "value"));
+  section.note = countText(walk.count(), "value") + ", " + lineOf(source);
   return parts_->shell.add(std::move(section));
 }
 

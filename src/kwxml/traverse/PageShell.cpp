@@ -31,11 +31,15 @@ dd { margin: 0; min-width: 0; overflow-wrap: anywhere; }
 a { color: var(--link); }
 button, input { font: inherit; }
 :focus-visible { outline: 2px solid var(--link); outline-offset: 1px; }
-main ul { list-style: none; margin: 0; padding: 0 0 0 .6rem; border-left: 1px solid var(--line); color: var(--soft);
-  content-visibility: auto; contain-intrinsic-size: auto 3rem; }
+main ul, ol.v { list-style: none; margin: 0; padding: 0 0 0 .6rem; border-left: 1px solid var(--line); color: var(--soft); }
 main > section > ul { border: 0; padding: 2px; }
 ul ul ul ul ul ul ul ul ul ul { padding-left: 2px; }
-ul.v { display: flex; flex-wrap: wrap; gap: 0 1rem; }
+ol.v { display: flex; flex-wrap: wrap; gap: 0 1rem; border: 0; }
+ol.v > li { color: var(--text); }
+ol.v > li::before { content: "[" counter(list-item) "] "; color: var(--soft); }
+td > ol.v { padding: 0; }
+main > .g, .g > *, main > section > ul > li > details > ul > li > details > ul { content-visibility: auto;
+  contain-intrinsic-size: auto 2rem; }
 li { overflow-wrap: anywhere; padding: 1px 2px; }
 summary { cursor: pointer; overflow-wrap: anywhere; color: var(--soft); scroll-margin-top: 5rem; }
 summary:hover, li:hover > b { background: var(--box); }
@@ -48,14 +52,16 @@ q.n { display: block; margin: 2px 0 2px 1.2rem; padding: .1em .5em; border-left:
 em { font-style: normal; color: var(--escape); border-bottom: 1px dotted; }
 time { color: var(--text); }
 .u { display: none; margin: 0; padding-left: .6rem; color: var(--soft); overflow-wrap: anywhere; }
-body:has(#unset:checked) .u { display: block; }
+.t:has(#unset:checked) ~ main .u { display: block; }
 .w { overflow-x: auto; content-visibility: auto; contain-intrinsic-size: auto 10rem; padding: 2px; }
-table { border-collapse: collapse; margin: .2rem 0; color: var(--soft); }
+table { border-collapse: collapse; margin: .2rem 0; }
 th, td { border: 1px solid var(--line); padding: .1rem .4rem; text-align: left; vertical-align: top; }
 th { font-weight: 600; background: var(--box); }
-td > q, td > code { max-width: 40rem; }
-td > q, td > code, .doc td { overflow-wrap: break-word; }
-main > details { border-bottom: 1px solid var(--line); padding: .2rem 0; }
+thead th { font-weight: 400; color: var(--soft); }
+b { font-weight: 600; }
+table, td > q, td > code { overflow-wrap: break-word; }
+td > q, td > code { display: inline-block; max-width: min(40rem, 75vw); }
+main > details, main > .g > .m { border-bottom: 1px solid var(--line); padding: .2rem 0; }
 .doc .w { margin-bottom: .6rem; }
 .c { width: 1.15em; height: 1.15em; margin-left: .35em; padding: 0; vertical-align: -.2em; border: 1px solid transparent;
   border-radius: 3px; background: none; cursor: copy; position: relative; opacity: .55; }
@@ -73,6 +79,7 @@ table.d td, table.d th { overflow-wrap: anywhere; }
   body { padding: 0 .5rem 3rem; }
   table.d thead { position: absolute; clip-path: inset(50%); width: 1px; height: 1px; overflow: hidden; }
   table.d tr { display: grid; grid-template-columns: 1fr 1fr; }
+  table.d td:nth-child(2)::before { content: "A "; } table.d td:nth-child(3)::before { content: "B "; }
   table.d > * > tr > :first-child, table.d > * > tr > :last-child { grid-column: 1 / 3; width: auto; }
 }
 )css";
@@ -101,7 +108,7 @@ document.addEventListener('DOMContentLoaded', () => {
   byId('close').addEventListener('click', () => setOpen(false));
 
   // A unit is what the filter shows or hides as a whole: a row of the tree or of a table, a group, a message.
-  const holders = new Set(['SECTION', 'DETAILS', 'UL', 'LI', 'DIV', 'TABLE', 'TBODY', 'TR', 'TD']);
+  const holders = new Set(['SECTION', 'DETAILS', 'UL', 'OL', 'LI', 'DIV', 'TABLE', 'TBODY', 'TR', 'TD']);
   const isUnit = element =>
     element.tagName === 'LI' || element.tagName === 'TBODY' || element.classList.contains('g');
   const unitsIn = (element, found = []) => {
@@ -127,10 +134,14 @@ document.addEventListener('DOMContentLoaded', () => {
     if (unit.tagName === 'TBODY') {
       const names = namesOf(unit.parentElement);
       return [...unit.rows[0].cells].some(
-        (cell, i) => has(cell.textContent) || (cell.hasChildNodes() && names[i] !== '' && has(names[i])));
+        (cell, i) => cell.hasChildNodes() &&
+          ((names[i] !== '' && has(names[i])) || (!cell.querySelector('ol') && has(cell.textContent))));
     }
     const fold = foldOf(unit);
-    return has(fold ? (fold.matches('.g:not(.m)') ? '' : fold.firstElementChild.textContent) : unit.textContent);
+    if (fold) {
+      return !fold.matches('.g:not(.m)') && has(fold.firstElementChild.textContent);
+    }
+    return has(unit.querySelector(':scope > ol') ? unit.firstChild.textContent : unit.textContent);
   };
   let hidden = [], opened = [], hits = 0;
   const filter = (units, query, isTop) => {
@@ -184,29 +195,40 @@ document.addEventListener('DOMContentLoaded', () => {
       node => node.nodeType === Node.TEXT_NODE ? node.data.replace(/["\\]/g, '\\$&') : node.textContent);
     return '["' + parts.join('') + '"]';
   };
+  const partOf = element => {
+    switch (element.tagName) {
+      case 'LI':
+        return element.parentElement.tagName === 'OL'
+          ? '[' + (element.parentElement.start + [...element.parentElement.children].indexOf(element)) + ']'
+          : nameOf(element.querySelector('b'));
+      case 'TBODY':
+        return nameOf(element.rows[0].cells[0]);
+      case 'TD':
+        return element.colSpan === 1 ? namesOf(element.closest('table'))[element.cellIndex] : '';
+      default:
+        return '';
+    }
+  };
   const pathOf = element => {
     const parts = [];
     for (let at = element; at && at !== main; at = at.parentElement) {
-      if (at.tagName === 'LI') {
-        parts.push(nameOf(at.querySelector('b')));
-      } else if (at.tagName === 'TBODY') {
-        parts.push(nameOf(at.rows[0].cells[0]));
-      } else if (at.tagName === 'TD' && at.colSpan === 1) {
-        parts.push(namesOf(at.closest('table'))[at.cellIndex]);
-      }
+      parts.push(partOf(at));
     }
     return parts.reverse().reduce(
       (path, part) => path + (path === '' || part === '' || part.startsWith('[') ? '' : '.') + part, '');
   };
+  // The value in a row or cell; it may have no element of its own there.
+  const valueIn = holder => holder.querySelector(':scope > .x > :not(summary)') ??
+    holder.querySelector(':scope > q, :scope > code') ??
+    (holder.matches('td, ol > li') && holder.firstChild?.nodeType === Node.TEXT_NODE ? holder.firstChild : null);
   const textOf = value => value.textContent.replaceAll('\n', '\\n');
   const copiedBy = button => {
-    const cell = button.parentElement;
-    if (cell.tagName === 'TH') {
-      const [, left, right] = cell.parentElement.cells;
-      return [cell.textContent, textOf(left), textOf(right)];
+    const holder = button.parentElement;
+    if (holder.tagName === 'TH') {
+      const [, left, right] = holder.parentElement.cells;
+      return [holder.textContent, textOf(valueIn(left)), textOf(valueIn(right))];
     }
-    return [pathOf(cell), textOf(cell.querySelector(':scope > .x > :not(summary)') ??
-                                 cell.querySelector(':scope > q, :scope > code'))];
+    return [pathOf(holder), textOf(valueIn(holder))];
   };
   const copy = async columns => {
     try {
@@ -230,41 +252,62 @@ document.addEventListener('DOMContentLoaded', () => {
     button.setAttribute('aria-label', 'Copy path and value of ' + name);
     return button;
   };
-  const withButtons = new WeakSet();
   const addButtons = element => {
-    for (const child of [...element.children]) {
-      if (child.tagName === 'DETAILS') {
-        if (child.classList.contains('x')) {
-          child.after(makeButton(pathOf(element)));
-        } else if (child.open && !withButtons.has(child)) {
-          withButtons.add(child);
-          addButtons(child);
-        }
-      } else if (child.matches('li > q, li > code, td > q, td > code') && !element.querySelector(':scope > .x')) {
-        if (element.closest('table')?.className !== 'd') {
-          child.after(makeButton(pathOf(element)));
-        }
-      } else if (child.matches('.d > tbody > tr')) {
-        child.cells[0].append(makeButton(child.cells[0].textContent));
-      } else if (holders.has(child.tagName)) {
-        addButtons(child);
+    if (element.matches('li, table:not(.d) > tbody > tr > td') && valueIn(element)) {
+      element.append(makeButton(pathOf(element)));
+      return;
+    }
+    if (element.matches('.d > tbody > tr')) {
+      element.cells[0].append(makeButton(element.cells[0].textContent));
+      return;
+    }
+    for (const child of element.children) {
+      if (holders.has(child.tagName) && (child.tagName !== 'DETAILS' || child.open)) {
+        (child.tagName === 'DETAILS' ? enqueue : addButtons)(child);
+      }
+    }
+  };
+  // Thousands of folds may open at a time; their buttons come little by little.
+  const withButtons = new WeakSet();
+  const queue = [];
+  let next = 0;
+  const work = () => {
+    const end = performance.now() + 10;
+    while (next < queue.length && performance.now() < end) {
+      const details = queue[next++];
+      if (details.open) {
+        addButtons(details);
+      } else {
+        withButtons.delete(details);
+      }
+    }
+    if (next < queue.length) {
+      setTimeout(work);
+    } else {
+      queue.length = next = 0;
+    }
+  };
+  const enqueue = details => {
+    if (!withButtons.has(details) && !details.classList.contains('x')) {
+      withButtons.add(details);
+      queue.push(details);
+      if (queue.length === 1) {
+        setTimeout(work);
       }
     }
   };
   addButtons(main);
   main.addEventListener('toggle', event => {
-    const details = event.target;
-    if (details.open && !details.classList.contains('x') && !withButtons.has(details)) {
-      withButtons.add(details);
-      addButtons(details);
+    if (event.target.open) {
+      enqueue(event.target);
     }
   }, true);
 });
 )js";
 
 /// The digests of the two above, by which the page says that nothing else may run or colour it.
-constexpr std::string_view styleDigest = "sha256-7a0/fBs6DophfPdN0IBQ/7Ha2NhMCf5FcaBdpYFkC90=";
-constexpr std::string_view scriptDigest = "sha256-FEVD5u1OYacxPI8edA4qJyURNeMndRioB7Lv0S77fxw=";
+constexpr std::string_view styleDigest = "sha256-MoFgouXUhvoSlLz0SUaKeCJIOYXMibTb6FaFIdubuEg=";
+constexpr std::string_view scriptDigest = "sha256-JfD45Kov2PCbqp1e97sxwyVLZuEvLgZuVTMaTZVa6Cs=";
 
 std::string factList(const std::vector<std::pair<std::string, std::string>>& facts)
 {
@@ -275,8 +318,8 @@ std::string factList(const std::vector<std::pair<std::string, std::string>>& fac
   return text + "</dl>\n";
 }
 
-constexpr std::size_t indexGroup = 1000;
-constexpr std::size_t openIndex = 100;  ///< up to so many lines are not folded
+constexpr std::size_t groupSize = 1000;  ///< sections
+constexpr std::size_t openIndex = 100;   ///< up to so many lines are not folded
 
 }  // namespace
 
@@ -313,22 +356,23 @@ bool PageShell::begin(const Section* only)
   return write(text + "</div>\n<main>\n");
 }
 
+/// Many sections are folded in groups, but for the first one, which is there before anybody knows of others.
 bool PageShell::writeFolded(const Section& section)
 {
   const std::string number = std::to_string(count_);
-  std::string head = "<details class=\"g m\"><summary><h2>" + number + " " + section.name + "</h2> " +
-                     section.texts + "</summary>\n<section id=\"m" + number + "\">\n";
-  write(head + factList(section.facts));
-  write(section.body);
-  if (count_ % indexGroup == 1) {
+  if (count_ % groupSize == 1) {
     index_ += count_ == 1 ? "<ol>\n" : "</ol>\n<ol start=\"" + number + "\">\n";
+    if (count_ > 1) {
+      write(std::string(count_ > groupSize + 1 ? "</details>\n" : "") + "<details class=\"g\"><summary>" +
+            number + " and what follows</summary>\n");
+    }
   }
-  index_ += "<li><a href=\"#m" + number + "\">" + section.name + "</a> " + section.texts;
-  for (const auto& fact : section.facts) {
-    index_ += " · " + fact.second;
-  }
-  index_ += "</li>\n";
-  return write("</section>\n</details>\n");
+  write("<details class=\"g m\"><summary><h2>" + number + " " + section.name + "</h2> " + section.texts +
+        "</summary>\n<p id=\"m" + number + "\">" + section.link + " " + section.note + "</p>\n");
+  write(section.body);
+  index_ += "<li><a href=\"#m" + number + "\">" + section.name + "</a> " + section.texts + " " +
+            section.note + "</li>\n";
+  return write("</details>\n");
 }
 
 bool PageShell::add(Section section)
@@ -354,7 +398,7 @@ bool PageShell::finish(std::string_view behind)
       write("<section>\n" + first_.body + "</section>\n");
     }
   }
-  write("</main>\n");
+  write(count_ > groupSize ? "</details>\n</main>\n" : "</main>\n");
   if (count_ > 1) {
     write("<nav id=\"index\" aria-labelledby=\"indexhead\">\n<h2 id=\"indexhead\">Index</h2>\n<details" +
           std::string(count_ <= openIndex ? " open" : "") + "><summary>" + std::to_string(count_) +

@@ -22,6 +22,8 @@ public:
   {
     std::string name;                                          ///< one line: what it is
     std::string texts;                                         ///< one line: what it is about; may be empty
+    std::string link{};                                        ///< to what is said of its class; may be empty
+    std::string note{};                                        ///< what else the index says
     std::vector<std::pair<std::string, std::string>> facts{};  ///< what is said beside it, by name
     std::string body{};
   };

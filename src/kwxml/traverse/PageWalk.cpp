@@ -13,21 +13,28 @@ namespace {
 
 constexpr std::size_t groupSize = 1000;
 constexpr std::size_t mostColumns = 24;      ///< a table with more is wider than anybody reads
+constexpr std::size_t mostInCell = 8;        ///< elements of a list
 constexpr std::size_t smallCollection = 20;  ///< what is open at first
 constexpr int openDepth = 2;
 /// Browsers give up on elements that nest more than some 500 deep, and a table takes more of them than a
 /// tree.
 constexpr int deepestTable = 20;
 
-/// A value that needs no row of its own kind: it can stand in a cell.
-bool isScalar(const FieldDef& def)
+/// A value, or a few of them, that can stand in a cell.
+bool fitsCell(const YMMessageBase& message, const FieldDef& def)
 {
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
-    return isSecret(def) || InPlaceValue<Tag> || ByteString<Tag> || PasswordString<Tag>;
+    if constexpr (ListValue<Tag> && Tag::info.element != FIELD_OBJECT) {
+      const auto* list = MessageAccess::pointer<typename Tag::Value>(message, def.slot);
+      return isSecret(def) || list == nullptr || list->size() <= mostInCell;
+    } else {
+      return isSecret(def) || InPlaceValue<Tag> || ByteString<Tag>;
+    }
   });
 }
 
-/// Records of type 0 have the bit of the first field, and stand for something only where that is hidden.
+/// A set field that stands for something: records of type 0 have the bit of the first field, and do only
+/// where that is hidden.
 bool isShown(const YMMessageBase& message, const FieldDef& def)
 {
   if (def.hash == 0 || !MessageAccess::isSet(message, def)) {
@@ -93,7 +100,7 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
     textRow(def, "(set)");
   } else if constexpr (InPlaceValue<Tag> || ByteString<Tag> || PasswordString<Tag>) {
     row(def);
-    scalar(message, def);
+    scalar(message, def, false);
     out_ += "</li>\n";
   } else {
     const Value* const value = MessageAccess::pointer<Value>(message, def.slot);
@@ -113,7 +120,6 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
 
 void PageWalk::row(const FieldDef& def)
 {
-  ++count_;
   out_ += "<li><b>";
   appendLine(out_, def.getName());
   out_ += "</b> ";
@@ -123,6 +129,7 @@ void PageWalk::row(const FieldDef& def)
 
 void PageWalk::textRow(const FieldDef& def, std::string_view text)
 {
+  ++count_;
   row(def);
   appendValueBox(out_, text);
   out_ += "</li>\n";
@@ -201,28 +208,40 @@ void PageWalk::endFold()
 }
 
 template <FieldDataType Element, class List>
+void PageWalk::elements(const List& list, const FieldDef& def, std::size_t from, std::size_t to)
+{
+  out_ += "<ol class=\"v\" start=\"" + std::to_string(from) + "\">";
+  for (std::size_t i = from; i < to; ++i) {
+    ++count_;
+    out_ += "<li>";
+    value<Element>(list[i], def, true);
+    out_ += "</li>";
+  }
+  out_ += "</ol>\n";
+}
+
+template <FieldDataType Element, class List>
 void PageWalk::list(const List& list, const FieldDef& def, int depth)
 {
-  beginFold(def, list.size(), "element", depth);
-  inGroups(list.size(), [&](std::size_t from, std::size_t to) {
-    if constexpr (Element == FIELD_OBJECT) {
+  if constexpr (Element == FIELD_OBJECT) {
+    beginFold(def, list.size(), "element", depth);
+    inGroups(list.size(), [&](std::size_t from, std::size_t to) {
       std::vector<Item> group;
       for (std::size_t i = from; i < to; ++i) {
         group.push_back({elementLabel(static_cast<long long>(i)), &list[i]});
       }
       items(group, depth + 1);
-    } else {
-      out_ += "<ul class=\"v\">\n";
-      for (std::size_t i = from; i < to; ++i) {
-        ++count_;
-        out_ += "<li><b>" + elementLabel(static_cast<long long>(i)) + "</b> ";
-        value<Element>(list[i], def);
-        out_ += "</li>\n";
-      }
-      out_ += "</ul>\n";
-    }
-  });
-  endFold();
+    });
+    endFold();
+  } else if (list.size() <= smallCollection) {
+    row(def);
+    elements<Element>(list, def, 0, list.size());
+    out_ += "</li>\n";
+  } else {
+    beginFold(def, list.size(), "element", depth);
+    inGroups(list.size(), [&](std::size_t from, std::size_t to) { elements<Element>(list, def, from, to); });
+    endFold();
+  }
 }
 
 template <class Tag, class Map>
@@ -252,7 +271,7 @@ void PageWalk::map(const Map& map, const FieldDef& def, int depth)
       for (std::size_t i = from; i < to; ++i, ++entry) {
         ++count_;
         out_ += "<tbody><tr><th scope=\"row\">" + keyLabel(entry->first) + "</th><td>";
-        value<Tag::info.mapValue>(entry->second, def);
+        value<Tag::info.mapValue>(entry->second, def, true);
         out_ += "</td></tr></tbody>\n";
       }
       out_ += "</table></div>\n";
@@ -279,15 +298,16 @@ void PageWalk::items(const std::vector<Item>& items, int depth)
 std::vector<const FieldDef*> PageWalk::columnsOf(const std::vector<Item>& items, int depth) const
 {
   const _ClassDef* const cls = items.front().message->getClass();
-  if (cls == nullptr || depth > deepestTable || items.size() < 2 ||
+  if (cls == nullptr || depth > deepestTable ||
       std::any_of(items.begin(), items.end(),
                   [&](const Item& item) { return item.message->getClass() != cls; })) {
     return {};
   }
   std::vector<const FieldDef*> columns;
   for (const FieldDef& def : *cls) {
-    if (isScalar(def) && std::any_of(items.begin(), items.end(),
-                                     [&](const Item& item) { return isShown(*item.message, def); })) {
+    const auto isIn = [&](const Item& item) { return isShown(*item.message, def); };
+    const auto fits = [&](const Item& item) { return !isIn(item) || fitsCell(*item.message, def); };
+    if (std::any_of(items.begin(), items.end(), isIn) && std::all_of(items.begin(), items.end(), fits)) {
       columns.push_back(&def);
     }
   }
@@ -323,15 +343,17 @@ void PageWalk::tableRow(const Item& item, const std::vector<const FieldDef*>& co
   for (const FieldDef* column : columns) {
     out_ += "<td>";
     if (isShown(message, *column)) {
-      ++count_;
-      scalar(message, *column);
+      scalar(message, *column, true);
     }
     out_ += "</td>";
   }
-  out_ += "</tr>\n";
+  out_ += "</tr>";
   bool isBegun = false;
+  auto column = columns.begin();
   for (const FieldDef& def : *message.getClass()) {
-    if (isShown(message, def) && !isScalar(def)) {
+    if (column != columns.end() && *column == &def) {
+      ++column;
+    } else if (isShown(message, def)) {
       out_ += isBegun ? "" : "<tr><td colspan=\"" + std::to_string(columns.size() + 1) + "\"><ul>\n";
       isBegun = true;
       visitFieldType(def.type, [&](auto tag) { field(tag, message, def, depth); });
@@ -342,26 +364,48 @@ void PageWalk::tableRow(const Item& item, const std::vector<const FieldDef*>& co
 
 // ---- Values
 
-void PageWalk::scalar(const YMMessageBase& message, const FieldDef& def)
+void PageWalk::scalar(const YMMessageBase& message, const FieldDef& def, bool isAlone)
 {
   if (isSecret(def)) {
-    appendValueBox(out_, mask);
+    ++count_;
+    valueBox(mask, isAlone);
     return;
   }
   visitFieldType(def.type, [&]<class Tag>(Tag) {
+    using Value = typename Tag::Value;
     if constexpr (StringSlot<Tag>) {
-      value<Tag::type>(MessageAccess::inPlace<typename Tag::Value>(message, def.slot), def);
+      ++count_;
+      value<Tag::type>(MessageAccess::inPlace<Value>(message, def.slot), def, isAlone);
     } else if constexpr (InPlaceValue<Tag>) {
-      value<Tag::type>(MessageAccess::raw(message, def.slot), def);
+      ++count_;
+      value<Tag::type>(MessageAccess::raw(message, def.slot), def, isAlone);
     } else if constexpr (ByteString<Tag>) {
+      ++count_;
       const bstring* bytes = MessageAccess::pointer<bstring>(message, def.slot);
-      value<Tag::type>(bytes != nullptr ? *bytes : bstring(), def);
+      value<Tag::type>(bytes != nullptr ? *bytes : bstring(), def, isAlone);
+    } else if constexpr (ListValue<Tag> && Tag::info.element != FIELD_OBJECT) {
+      const auto* list = MessageAccess::pointer<Value>(message, def.slot);
+      if (list != nullptr && !list->empty()) {
+        elements<Tag::info.element>(*list, def, 0, list->size());
+      } else {
+        valueBox("[]", isAlone);
+      }
     }
   });
 }
 
+/// Where a value stands alone it needs no element of its own, and the page fewer of them.
+void PageWalk::valueBox(std::string_view text, bool isAlone)
+{
+  if (isAlone) {
+    appendEscaped(out_, text);
+  } else {
+    appendValueBox(out_, text);
+  }
+}
+
 template <FieldDataType T, class Value>
-void PageWalk::value(const Value& value, const FieldDef& def)
+void PageWalk::value(const Value& value, const FieldDef& def, bool isAlone)
 {
   if constexpr (std::is_base_of_v<bstring, Value>) {
     appendBytesBox(out_, value.text());
@@ -370,16 +414,18 @@ void PageWalk::value(const Value& value, const FieldDef& def)
   } else if constexpr (T == FIELD_ENUM) {
     const long long number = std::is_same_v<Value, unsigned int> ? static_cast<int>(value) : value;
     const FieldDef* enumerator = enumeratorOf(number, def);
-    appendValueBox(out_, enumerator != nullptr
-                             ? std::string(enumerator->getName()) + " (" + std::to_string(number) + ")"
-                             : std::to_string(number));
+    valueBox(enumerator != nullptr ? std::string(enumerator->getName()) + " (" + std::to_string(number) + ")"
+                                   : std::to_string(number),
+             isAlone);
   } else {
     std::string text;
     appendValue<T>(text, value, def);
-    appendValueBox(out_, text);
+    std::string note;
     if constexpr (std::is_same_v<Value, long long> && T != FIELD_INT64) {
-      appendTimeNote(out_, def, value);
+      appendTimeNote(note, def, value);
     }
+    valueBox(text, isAlone && note.empty());
+    out_ += note;
   }
 }
 

@@ -36,6 +36,9 @@ private:
 
   template <class Tag>
   [[gnu::noinline]] void field(Tag, const YMMessageBase& message, const FieldDef& def, int depth);
+  /// The elements from `from` on as a list of lines, each with its number.
+  template <FieldDataType Element, class List>
+  void elements(const List& list, const FieldDef& def, std::size_t from, std::size_t to);
   template <FieldDataType Element, class List>
   [[gnu::noinline]] void list(const List& list, const FieldDef& def, int depth);
   template <class Tag, class Map>
@@ -57,9 +60,10 @@ private:
   void tableRow(const Item& item, const std::vector<const FieldDef*>& columns, int depth);
   void unset(const _ClassDef& cls, const std::vector<Item>& items);
   template <FieldDataType T, class Value>
-  void value(const Value& value, const FieldDef& def);
-  /// The value of a field that holds one alone.
-  void scalar(const YMMessageBase& message, const FieldDef& def);
+  void value(const Value& value, const FieldDef& def, bool isAlone = false);
+  void valueBox(std::string_view text, bool isAlone);
+  /// The value of a field whose values are none that hold others. `isAlone`: nothing stands beside it.
+  void scalar(const YMMessageBase& message, const FieldDef& def, bool isAlone);
 
   std::string& out_;
   PageClasses& classes_;
