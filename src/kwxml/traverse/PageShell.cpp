@@ -33,13 +33,15 @@ button, input { font: inherit; }
 :focus-visible { outline: 2px solid var(--link); outline-offset: 1px; }
 main ul, ol.v { list-style: none; margin: 0; padding: 0 0 0 .6rem; border-left: 1px solid var(--line); color: var(--soft); }
 main > section > ul { border: 0; padding: 2px; }
-ul ul ul ul ul ul ul ul ul ul { padding-left: 2px; }
+ul ul ul ul ul ul ul ul ul { padding-left: 1px; }
+ul ul ul ul ul ul ul ul ul li { padding: 1px 0; }
 ol.v { display: flex; flex-wrap: wrap; gap: 0 1rem; border: 0; }
 ol.v > li { color: var(--text); }
 ol.v > li::before { content: "[" counter(list-item) "] "; color: var(--soft); }
-td > ol.v { padding: 0; }
+td > ol.v { display: block; padding: 0; }
 main > .g, .g > *, main > section > ul > li > details > ul > li > details > ul { content-visibility: auto;
   contain-intrinsic-size: auto 2rem; }
+.g > .w { contain-intrinsic-size: auto 100rem; }
 li { overflow-wrap: anywhere; padding: 1px 2px; }
 summary { cursor: pointer; overflow-wrap: anywhere; color: var(--soft); scroll-margin-top: 5rem; }
 summary:hover, li:hover > b { background: var(--box); }
@@ -53,13 +55,16 @@ em { font-style: normal; color: var(--escape); border-bottom: 1px dotted; }
 time { color: var(--text); }
 .u { display: none; margin: 0; padding-left: .6rem; color: var(--soft); overflow-wrap: anywhere; }
 .t:has(#unset:checked) ~ main .u { display: block; }
-.w { overflow-x: auto; content-visibility: auto; contain-intrinsic-size: auto 10rem; padding: 2px; }
+.w { overflow-x: auto; padding: 2px; }
 table { border-collapse: collapse; margin: .2rem 0; }
 th, td { border: 1px solid var(--line); padding: .1rem .4rem; text-align: left; vertical-align: top; }
 th { font-weight: 600; background: var(--box); }
 thead th { font-weight: 400; color: var(--soft); }
 b { font-weight: 600; }
 table, td > q, td > code { overflow-wrap: break-word; }
+td { color: var(--text); }
+td, thead th { white-space: nowrap; }
+td[colspan], .d td, .doc td { white-space: normal; }
 td > q, td > code { display: inline-block; max-width: min(40rem, 75vw); }
 main > details, main > .g > .m { border-bottom: 1px solid var(--line); padding: .2rem 0; }
 .doc .w { margin-bottom: .6rem; }
@@ -306,7 +311,7 @@ document.addEventListener('DOMContentLoaded', () => {
 )js";
 
 /// The digests of the two above, by which the page says that nothing else may run or colour it.
-constexpr std::string_view styleDigest = "sha256-MoFgouXUhvoSlLz0SUaKeCJIOYXMibTb6FaFIdubuEg=";
+constexpr std::string_view styleDigest = "sha256-SUASGcfXkadQASLt+KjdGj0BSspFEO1IEbxzsaTJO98=";
 constexpr std::string_view scriptDigest = "sha256-JfD45Kov2PCbqp1e97sxwyVLZuEvLgZuVTMaTZVa6Cs=";
 
 std::string factList(const std::vector<std::pair<std::string, std::string>>& facts)

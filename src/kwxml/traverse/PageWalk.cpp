@@ -16,9 +16,9 @@ constexpr std::size_t mostColumns = 24;      ///< a table with more is wider tha
 constexpr std::size_t mostInCell = 8;        ///< elements of a list
 constexpr std::size_t smallCollection = 20;  ///< what is open at first
 constexpr int openDepth = 2;
-/// Browsers give up on elements that nest more than some 500 deep, and a table takes more of them than a
-/// tree.
-constexpr int deepestTable = 20;
+/// Tables in tables get narrow; besides, a table nests more elements than a tree, and browsers follow some
+/// 500.
+constexpr int deepestTable = 3;
 
 /// A value, or a few of them, that can stand in a cell.
 bool fitsCell(const YMMessageBase& message, const FieldDef& def)
