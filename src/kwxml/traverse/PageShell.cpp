@@ -187,7 +187,11 @@ document.addEventListener('DOMContentLoaded', () => {
   let timer = 0;
   byId('filter').addEventListener('input', () => {
     clearTimeout(timer);
-    timer = setTimeout(applyFilter, 150);
+    if (byId('filter').value === '') {
+      applyFilter();
+    } else {
+      timer = setTimeout(applyFilter, 150);
+    }
   });
 
   // Paths are written as differences name them: items[2].price, totals["2026-01"].
@@ -312,7 +316,7 @@ document.addEventListener('DOMContentLoaded', () => {
 
 /// The digests of the two above, by which the page says that nothing else may run or colour it.
 constexpr std::string_view styleDigest = "sha256-SUASGcfXkadQASLt+KjdGj0BSspFEO1IEbxzsaTJO98=";
-constexpr std::string_view scriptDigest = "sha256-JfD45Kov2PCbqp1e97sxwyVLZuEvLgZuVTMaTZVa6Cs=";
+constexpr std::string_view scriptDigest = "sha256-BnJi38rVyzYU+eHdrTsMU0UTa4KRXQ5fkRjC48KKRSo=";
 
 std::string factList(const std::vector<std::pair<std::string, std::string>>& facts)
 {
