@@ -116,6 +116,7 @@ DifferencePage::DifferencePage(TakeText take, std::string_view left, std::string
                                std::string_view made)
     : parts_(new Parts{PageShell(
           std::move(take), {.title = "Differences",
+                            .textsName = "Result",
                             .facts = {{"A", lineOf(left)}, {"B", lineOf(right)}, {"Made", lineOf(made)}},
                             .hasUnset = false})})
 {
@@ -141,11 +142,8 @@ bool DifferencePage::add(const YMMessageBase* left, const YMMessageBase* right, 
   PageShell::Section section;
   section.name = "Differences: " + lineOf(nameOf(left != nullptr ? *left : *right));
   section.body = tables.text();
-  if (!record.empty()) {
-    section.facts.emplace_back("Record", lineOf(record));
-  }
-  section.facts.emplace_back("Result", count == 0 ? "no difference" : countText(count, "difference"));
-  section.note = section.facts.back().second + (record.empty() ? "" : ", ") + lineOf(record);
+  section.texts = count == 0 ? "no difference" : countText(count, "difference");
+  section.note = lineOf(record);
   return parts_->shell.add(std::move(section));
 }
 

@@ -14,8 +14,10 @@ struct MessagePage::Parts
 };
 
 MessagePage::MessagePage(TakeText take, std::string_view made)
-    : parts_(new Parts{PageShell(std::move(take),
-                                 {.title = "Messages", .facts = {{"Made", lineOf(made)}}, .hasUnset = true}),
+    : parts_(new Parts{PageShell(std::move(take), {.title = "Messages",
+                                                   .textsName = "Texts",
+                                                   .facts = {{"Made", lineOf(made)}},
+                                                   .hasUnset = true}),
                        {}})
 {
 }

@@ -349,7 +349,7 @@ bool PageShell::begin(const Section* only)
   if (only != nullptr) {
     facts.insert(facts.begin(), only->facts.begin(), only->facts.end());
     if (!only->texts.empty()) {
-      facts.insert(facts.begin(), {"Texts", only->texts});
+      facts.insert(facts.begin(), {heading_.textsName, only->texts});
     }
   }
   text += factList(facts);

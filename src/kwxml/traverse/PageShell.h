@@ -32,6 +32,7 @@ public:
   struct Heading
   {
     std::string title;
+    std::string textsName;  ///< what the texts of a section are
     std::vector<std::pair<std::string, std::string>> facts;
     bool hasUnset;  ///< whether there are unset fields to be shown on demand
   };

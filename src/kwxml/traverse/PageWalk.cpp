@@ -78,13 +78,15 @@ void PageWalk::message(const YMMessageBase& message, int depth)
     out_ += "<p>(nested too deep to be shown)</p>\n";
     return;
   }
-  out_ += "<ul>\n";
+  bool isBegun = false;
   for (const FieldDef& def : *cls) {
     if (isShown(message, def)) {
+      out_ += isBegun ? "" : "<ul>\n";
+      isBegun = true;
       visitFieldType(def.type, [&](auto tag) { field(tag, message, def, depth); });
     }
   }
-  out_ += "</ul>\n";
+  out_ += isBegun ? "</ul>\n" : "<p>(no field is set)</p>\n";
   unset(*cls, {{{}, &message}});
 }
 
@@ -166,9 +168,6 @@ void PageWalk::unset(const _ClassDef& cls, const std::vector<Item>& items)
     }
   }
   constexpr std::size_t few = 10;
-  if (count == all) {
-    out_ += "<p>(no field is set)</p>\n";
-  }
   if (count > 0) {
     out_ +=
         "<p class=\"u\">Unset: " + (count == all && all > few ? "all " + countText(all, "field") : names) +
