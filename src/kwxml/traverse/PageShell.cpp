@@ -62,6 +62,9 @@ th { font-weight: 600; background: var(--box); }
 thead th { font-weight: 400; color: var(--soft); }
 b { font-weight: 600; }
 table, td > q, td > code { overflow-wrap: break-word; }
+main table:not(.d) { width: max-content; }
+td[colspan] > ul { contain: inline-size; min-width: min(30rem, 78vw); }
+td td[colspan] > ul { min-width: min(25rem, 66vw); }
 td { color: var(--text); }
 td, thead th { white-space: nowrap; }
 td[colspan], .d td, .doc td { white-space: normal; }
@@ -315,7 +318,7 @@ document.addEventListener('DOMContentLoaded', () => {
 )js";
 
 /// The digests of the two above, by which the page says that nothing else may run or colour it.
-constexpr std::string_view styleDigest = "sha256-SUASGcfXkadQASLt+KjdGj0BSspFEO1IEbxzsaTJO98=";
+constexpr std::string_view styleDigest = "sha256-Fe+1cv68ocRdLojjnGpgpqktkmpsPcDl5vr2xPg15w8=";
 constexpr std::string_view scriptDigest = "sha256-BnJi38rVyzYU+eHdrTsMU0UTa4KRXQ5fkRjC48KKRSo=";
 
 std::string factList(const std::vector<std::pair<std::string, std::string>>& facts)

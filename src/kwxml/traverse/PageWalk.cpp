@@ -16,9 +16,8 @@ constexpr std::size_t mostColumns = 24;      ///< a table with more is wider tha
 constexpr std::size_t mostInCell = 8;        ///< elements of a list
 constexpr std::size_t smallCollection = 20;  ///< what is open at first
 constexpr int openDepth = 2;
-/// Tables in tables get narrow; besides, a table nests more elements than a tree, and browsers follow some
-/// 500.
-constexpr int deepestTable = 3;
+/// Tables in tables get narrow; besides, they nest many elements, and browsers follow some 500.
+constexpr int mostTables = 2;
 
 /// A value, or a few of them, that can stand in a cell.
 bool fitsCell(const YMMessageBase& message, const FieldDef& def)
@@ -42,6 +41,19 @@ bool isShown(const YMMessageBase& message, const FieldDef& def)
   }
   const FieldDef& owner = message.getClass()->fields[def.fieldNumber];
   return &owner == &def || owner.hash == 0 || fieldTypeInfo(def.type).storage != Storage::None;
+}
+
+/// What stands for an object that is not there, or that holds nothing.
+template <class Tag>
+constexpr std::string_view nothing()
+{
+  if constexpr (MessageValue<Tag>) {
+    return "null";
+  } else if constexpr (MapValue<Tag>) {
+    return "{}";
+  } else {
+    return "[]";
+  }
 }
 
 std::string elementLabel(long long number)
@@ -107,11 +119,11 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
   } else {
     const Value* const value = MessageAccess::pointer<Value>(message, def.slot);
     if (value == nullptr) {
-      textRow(def, MessageValue<Tag> ? "null" : MapValue<Tag> ? "{}" : "[]");
+      textRow(def, nothing<Tag>());
     } else if constexpr (MessageValue<Tag>) {
       nested(lineOf(def.getName()), *value, depth < openDepth, depth + 1);
     } else if (value->empty()) {
-      textRow(def, MapValue<Tag> ? "{}" : "[]");
+      textRow(def, nothing<Tag>());
     } else if constexpr (MapValue<Tag>) {
       map<Tag>(*value, def, depth);
     } else {
@@ -281,7 +293,7 @@ void PageWalk::map(const Map& map, const FieldDef& def, int depth)
 
 void PageWalk::items(const std::vector<Item>& items, int depth)
 {
-  const std::vector<const FieldDef*> columns = columnsOf(items, depth);
+  const std::vector<const FieldDef*> columns = columnsOf(items);
   if (!columns.empty()) {
     table(items, columns, depth);
     return;
@@ -294,10 +306,10 @@ void PageWalk::items(const std::vector<Item>& items, int depth)
   out_ += "</ul>\n";
 }
 
-std::vector<const FieldDef*> PageWalk::columnsOf(const std::vector<Item>& items, int depth) const
+std::vector<const FieldDef*> PageWalk::columnsOf(const std::vector<Item>& items) const
 {
   const _ClassDef* const cls = items.front().message->getClass();
-  if (cls == nullptr || depth > deepestTable ||
+  if (cls == nullptr || tables_ == mostTables ||
       std::any_of(items.begin(), items.end(),
                   [&](const Item& item) { return item.message->getClass() != cls; })) {
     return {};
@@ -327,9 +339,11 @@ void PageWalk::table(const std::vector<Item>& items, const std::vector<const Fie
     out_ += "</th>";
   }
   out_ += "</tr></thead>\n";
+  ++tables_;
   for (const Item& item : items) {
     tableRow(item, columns, depth);
   }
+  --tables_;
   out_ += "</table></div>\n";
   unset(*first.getClass(), items);
 }

@@ -55,7 +55,7 @@ private:
                                 int depth);
   void items(const std::vector<Item>& items, int depth);
   /// The columns of a table of the items; none when they are shown better otherwise.
-  std::vector<const FieldDef*> columnsOf(const std::vector<Item>& items, int depth) const;
+  std::vector<const FieldDef*> columnsOf(const std::vector<Item>& items) const;
   void table(const std::vector<Item>& items, const std::vector<const FieldDef*>& columns, int depth);
   void tableRow(const Item& item, const std::vector<const FieldDef*>& columns, int depth);
   void unset(const _ClassDef& cls, const std::vector<Item>& items);
@@ -68,6 +68,7 @@ private:
   std::string& out_;
   PageClasses& classes_;
   std::size_t count_ = 0;
+  int tables_ = 0;  ///< that are open
 };
 
 /// The first texts of a message, to tell it from others: one line as markup, empty when it has none.
