@@ -15,7 +15,7 @@ namespace kwxml {
 class DifferencePage
 {
 public:
-  /// The names of both sides.
+  /// The names of both sides, and when the page was made. What `take` throws passes through.
   DifferencePage(TakeText take, std::string_view left, std::string_view right, std::string_view made);
   ~DifferencePage();
   DifferencePage(const DifferencePage&) = delete;

@@ -1,5 +1,6 @@
 #include <kwxml/traverse/MessagePage.h>
 
+#include <kwxml/traverse/FirstTexts.h>
 #include <kwxml/traverse/PageClasses.h>
 #include <kwxml/traverse/PageShell.h>
 #include <kwxml/traverse/PageText.h>
@@ -26,9 +27,9 @@ MessagePage::~MessagePage() = default;
 
 bool MessagePage::add(const YMMessageBase& message, std::string_view source)
 {
-  PageShell::Section section{
-      .name = lineOf(message.getClass() != nullptr ? message.getTagName() : "(no class)"),
-      .texts = firstTexts(message)};
+  PageShell::Section section;
+  section.name = lineOf(message.getClass() != nullptr ? message.getTagName() : "(no class)");
+  section.texts = firstTexts(message);
   PageWalk walk(section.body, parts_->classes);
   walk.message(message, 0);
   if (message.getClass() != nullptr) {

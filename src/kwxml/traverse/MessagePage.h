@@ -20,7 +20,7 @@ namespace kwxml {
 class MessagePage
 {
 public:
-  /// `made` says when the page was made.
+  /// `made` says when the page was made. What `take` throws passes through.
   MessagePage(TakeText take, std::string_view made);
   ~MessagePage();
   MessagePage(const MessagePage&) = delete;

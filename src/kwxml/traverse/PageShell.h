@@ -20,15 +20,14 @@ class PageShell
 public:
   struct Section
   {
-    std::string name;                                          ///< one line: what it is
-    std::string texts;                                         ///< one line: what it is about; may be empty
-    std::string link{};                                        ///< to what is said of its class; may be empty
-    std::string note{};                                        ///< what else the index says
-    std::vector<std::pair<std::string, std::string>> facts{};  ///< what is said beside it, by name
-    std::string body{};
+    std::string name;                                        ///< one line: what it is
+    std::string texts;                                       ///< one line: what it is about; may be empty
+    std::string link;                                        ///< to what is said of its class; may be empty
+    std::string note;                                        ///< what else the index says
+    std::vector<std::pair<std::string, std::string>> facts;  ///< what is said beside it, by name
+    std::string body;
   };
-  /// `title` and `facts` are those of a page with any other number of sections than one; `sections` is what
-  /// they are called in the index.
+  /// The title is that of a page with any other number of sections than one.
   struct Heading
   {
     std::string title;

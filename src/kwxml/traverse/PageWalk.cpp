@@ -32,17 +32,6 @@ bool fitsCell(const YMMessageBase& message, const FieldDef& def)
   });
 }
 
-/// A set field that stands for something: records of type 0 have the bit of the first field, and do only
-/// where that is hidden.
-bool isShown(const YMMessageBase& message, const FieldDef& def)
-{
-  if (def.hash == 0 || !MessageAccess::isSet(message, def)) {
-    return false;
-  }
-  const FieldDef& owner = message.getClass()->fields[def.fieldNumber];
-  return &owner == &def || owner.hash == 0 || fieldTypeInfo(def.type).storage != Storage::None;
-}
-
 /// What stands for an object that is not there, or that holds nothing.
 template <class Tag>
 constexpr std::string_view nothing()
@@ -440,64 +429,6 @@ void PageWalk::value(const Value& value, const FieldDef& def, bool isAlone)
     valueBox(text, isAlone && note.empty());
     out_ += note;
   }
-}
-
-// ---- What a message is about
-
-namespace {
-
-constexpr std::size_t mostTexts = 3;
-constexpr std::size_t textLimit = 60;
-constexpr int searchDepth = 3;
-
-/// Texts of the message itself come before those of what it holds, of which the first ones are looked at.
-void collectTexts(const YMMessageBase& message, int depth, std::vector<std::string>& texts)
-{
-  const _ClassDef* const cls = message.getClass();
-  if (cls == nullptr) {
-    return;
-  }
-  const auto forEach = [&](FieldDataType type, auto visit) {
-    for (const FieldDef& def : *cls) {
-      if (texts.size() < mostTexts && def.type == type && !isSecret(def) && isShown(message, def)) {
-        visit(def);
-      }
-    }
-  };
-  forEach(FIELD_STRING, [&](const FieldDef& def) {
-    const auto& text = MessageAccess::inPlace<std::string>(message, def.slot);
-    if (!text.empty()) {
-      appendCutLine(texts.emplace_back(), text, textLimit);
-    }
-  });
-  if (depth == searchDepth) {
-    return;
-  }
-  forEach(FIELD_LIST_OBJECT, [&](const FieldDef& def) {
-    const auto* list = MessageAccess::pointer<std::vector<YMMessageBase>>(message, def.slot);
-    if (list != nullptr && !list->empty()) {
-      collectTexts(list->front(), depth + 1, texts);
-    }
-  });
-  forEach(FIELD_OBJECT, [&](const FieldDef& def) {
-    const auto* object = MessageAccess::pointer<YMMessageBase>(message, def.slot);
-    if (object != nullptr) {
-      collectTexts(*object, depth + 1, texts);
-    }
-  });
-}
-
-}  // namespace
-
-std::string firstTexts(const YMMessageBase& message)
-{
-  std::vector<std::string> texts;
-  collectTexts(message, 0, texts);
-  std::string line;
-  for (const std::string& text : texts) {
-    line += (line.empty() ? "<q>" : " <q>") + text + "</q>";
-  }
-  return line;
 }
 
 }  // namespace kwxml

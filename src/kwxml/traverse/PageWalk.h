@@ -11,6 +11,17 @@
 
 namespace kwxml {
 
+/// A set field that stands for something: records of type 0 have the bit of the first field, and do only
+/// where that is hidden.
+inline bool isShown(const YMMessageBase& message, const FieldDef& def)
+{
+  if (def.hash == 0 || !MessageAccess::isSet(message, def)) {
+    return false;
+  }
+  const FieldDef& owner = message.getClass()->fields[def.fieldNumber];
+  return &owner == &def || owner.hash == 0 || fieldTypeInfo(def.type).storage != Storage::None;
+}
+
 /// Shows one message as a tree of rows, lists and maps of messages of one class as tables. A row has the
 /// name, the type and the value; what holds others can be folded. Long lists are folded in groups, so that a
 /// browser lays out what is looked at alone.
@@ -70,8 +81,5 @@ private:
   std::size_t count_ = 0;
   int tables_ = 0;  ///< that are open
 };
-
-/// The first texts of a message, to tell it from others: one line as markup, empty when it has none.
-std::string firstTexts(const YMMessageBase& message);
 
 }  // namespace kwxml
