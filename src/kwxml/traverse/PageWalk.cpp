@@ -45,6 +45,16 @@ constexpr std::string_view nothing()
   }
 }
 
+template <class Value>
+bool isNothing(const Value* value)
+{
+  if constexpr (std::is_same_v<Value, YMMessageBase>) {
+    return value == nullptr;
+  } else {
+    return value == nullptr || value->empty();
+  }
+}
+
 std::string elementLabel(long long number)
 {
   std::string label = "[";
@@ -97,7 +107,9 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
   using Value = typename Tag::Value;
   if (isSecret(def)) {
     textRow(def, mask);
-  } else if constexpr (Tag::type == FIELD_INVALID) {
+    return;
+  }
+  if constexpr (Tag::type == FIELD_INVALID) {
     textRow(def, "(unknown type)");
   } else if constexpr (NoStorage<Tag>) {
     textRow(def, "(set)");
@@ -107,12 +119,12 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
     out_ += "</li>\n";
   } else {
     const Value* const value = MessageAccess::pointer<Value>(message, def.slot);
-    if (value == nullptr) {
+    if (isNothing(value)) {
       textRow(def, nothing<Tag>());
-    } else if constexpr (MessageValue<Tag>) {
+      return;
+    }
+    if constexpr (MessageValue<Tag>) {
       nested(lineOf(def.getName()), *value, depth < openDepth, depth + 1);
-    } else if (value->empty()) {
-      textRow(def, nothing<Tag>());
     } else if constexpr (MapValue<Tag>) {
       map<Tag>(*value, def, depth);
     } else {
