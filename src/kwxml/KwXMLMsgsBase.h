@@ -34,10 +34,12 @@
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/traverse/DefaultRenderContext.h>
+#include <kwxml/traverse/DifferencePage.h>
 #include <kwxml/traverse/FieldText.h>
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
 #include <kwxml/traverse/MessageDiff.h>
+#include <kwxml/traverse/MessagePage.h>
 #include <kwxml/traverse/XmlTraverse.h>
 #include <kwxml/traverse/XmlUtils.h>
 #include <kwxml/xml/InvalidChars.h>

@@ -119,6 +119,7 @@ private:
   }
   std::string write(YMMessageBase& message, const MessageInput& input, const char* consequence)
   {
+    sink_->from(input.recordName());
     std::string why = losses(sink_->encode(message), input.recordName(), "writing", consequence);
     if (why.empty()) {
       sink_->write();
@@ -178,6 +179,7 @@ void addConvertCommand(CLI::App& app, Session& session)
       "  generate | kwxml convert --no-declaration > message.xml\n"
       "  kwxml convert --to records monday/*.xml -o monday.dat\n"
       "  kwxml convert --to binary status.xml -o status.bin\n"
+      "  kwxml convert --to page order.xml -o order.html\n"
       "  kwxml convert --from records messages.dat --no-declaration",
       options->outputFile);
   command.add_option("FILE", options->inputFiles, "The messages; - or nothing: standard input")

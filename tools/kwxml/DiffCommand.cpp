@@ -1,9 +1,11 @@
 // The command that shows in which fields two messages differ: diff.
 #include "Command.h"
 #include "Messages.h"
+#include "PageForm.h"
 #include "Report.h"
 
 #include <kwxml/codec/StandInPasswords.h>
+#include <kwxml/traverse/DifferencePage.h>
 #include <kwxml/traverse/MessageDiff.h>
 
 namespace kwxml::tool {
@@ -13,21 +15,55 @@ namespace {
 struct Options
 {
   std::string from;
+  std::string to = "lines";
   std::string left;
   std::string right;
   std::string outputFile;
   ReadChoices read;
 };
 
-/// The lines of the output, handed on piece by piece.
-class Lines : public MessageDiffVisitor
+/// What is made of differences, handed on piece by piece.
+class Differences
+{
+public:
+  virtual ~Differences() = default;
+  /// Begins a record; its number is 0 when there is one alone.
+  virtual void setRecord(unsigned long long) {}
+  /// Takes a record of each side; one of them may be null, where that side has no more.
+  virtual void add(const YMMessageBase* left, const YMMessageBase* right) = 0;
+  virtual void finish() = 0;
+  virtual unsigned long long count() const = 0;
+};
+
+/// A line for each.
+class Lines final : public Differences, private MessageDiffVisitor
 {
 public:
   explicit Lines(Output& output) : output_(output) {}
 
   /// Begins the paths of what follows: with the number of a record, or (0) with nothing.
-  void setRecord(unsigned long long number) { prefix_ = number == 0 ? "" : "#" + std::to_string(number); }
+  void setRecord(unsigned long long number) override
+  {
+    prefix_ = number == 0 ? "" : "#" + std::to_string(number);
+  }
+  void add(const YMMessageBase* left, const YMMessageBase* right) override
+  {
+    if (left != nullptr && right != nullptr) {
+      diffMessages(*left, *right, *this);
+    } else if (left != nullptr) {
+      differs({MessageDifference::Kind::OnlyLeft, "", left->getTagName(), ""});
+    } else {
+      differs({MessageDifference::Kind::OnlyRight, "", "", right->getTagName()});
+    }
+  }
+  void finish() override
+  {
+    output_.append(text_);
+    text_.clear();
+  }
+  unsigned long long count() const override { return count_; }
 
+private:
   void differs(const MessageDifference& difference) override
   {
     const bool inLeft = difference.kind != MessageDifference::Kind::OnlyRight;
@@ -47,22 +83,59 @@ public:
     text_ += '\n';
     constexpr std::size_t piece = 64 * 1024;
     if (text_.size() >= piece) {
-      flush();
+      finish();
     }
   }
-  void flush()
-  {
-    output_.append(text_);
-    text_.clear();
-  }
-  unsigned long long count() const { return count_; }
 
-private:
   Output& output_;
   std::string prefix_;
   std::string text_;
   unsigned long long count_ = 0;
 };
+
+/// A page for people.
+class Page final : public Differences
+{
+public:
+  Page(Output& output, const Options& options)
+      : page_(
+            [&output](std::string_view text) {
+              output.append(text);
+              return true;
+            },
+            inputName(options.left), inputName(options.right), pageTime())
+  {
+  }
+  void setRecord(unsigned long long number) override
+  {
+    record_ = number == 0 ? "" : "#" + std::to_string(number);
+  }
+  void add(const YMMessageBase* left, const YMMessageBase* right) override
+  {
+    check(page_.add(left, right, record_));
+  }
+  void finish() override { check(page_.finish()); }
+  unsigned long long count() const override { return page_.count(); }
+
+private:
+  static void check(bool isTaken)
+  {
+    if (!isTaken) {
+      throw Failure(exitData, "the page cannot be written");
+    }
+  }
+
+  DifferencePage page_;
+  std::string record_;
+};
+
+std::unique_ptr<Differences> differencesFor(Output& output, const Options& options)
+{
+  if (options.to == "page") {
+    return std::make_unique<Page>(output, options);
+  }
+  return std::make_unique<Lines>(output);
+}
 
 /// One of the two inputs.
 class Side
@@ -129,7 +202,7 @@ ExitStatus diff(const Options& options, LibraryLog& log)
   left.input().open(how);
   right.input().open(how);
   Output output(options.outputFile);
-  Lines lines(output);
+  const auto differences = differencesFor(output, options);
   const bool many = left.isMany() || right.isMany();
   for (unsigned long long record = 1;; ++record) {
     left.read();
@@ -139,18 +212,16 @@ ExitStatus diff(const Options& options, LibraryLog& log)
     if (!left.failure().empty() || !right.failure().empty() || (left.atEnd() && right.atEnd())) {
       break;
     }
-    lines.setRecord(many || record > 1 ? record : 0);  // documents of XML count from the second on
-    if (left.message() != nullptr && right.message() != nullptr) {
-      diffMessages(*left.message(), *right.message(), lines);
-    } else if (left.message() != nullptr && right.atEnd()) {
-      lines.differs({MessageDifference::Kind::OnlyLeft, "", left.message()->getTagName(), ""});
-    } else if (right.message() != nullptr && left.atEnd()) {
-      lines.differs({MessageDifference::Kind::OnlyRight, "", "", right.message()->getTagName()});
+    differences->setRecord(many || record > 1 ? record : 0);  // documents of XML count from the second on
+    const bool both = left.message() != nullptr && right.message() != nullptr;
+    if (both || (left.message() != nullptr && right.atEnd()) ||
+        (right.message() != nullptr && left.atEnd())) {
+      differences->add(left.message(), right.message());
     }
     progress(record);
   }
   showProgress({});
-  lines.flush();
+  differences->finish();
   output.commit();
   bool failed = false;
   for (Side* side : {&left, &right}) {
@@ -165,7 +236,7 @@ ExitStatus diff(const Options& options, LibraryLog& log)
       failed = true;
     }
   }
-  return failed ? exitData : lines.count() > 0 ? exitDifferent : exitDone;
+  return failed ? exitData : differences->count() > 0 ? exitDifferent : exitDone;
 }
 
 }  // namespace
@@ -193,7 +264,8 @@ void addDiffCommand(CLI::App& app, Session& session)
       "  ~\titems[1].price\t0.25\t0.3\n"
       "  -\tstatus.errorMessage\t\"\"\n"
       "  +\titems[2].name\t\t\"Saw\"\n"
-      "  kwxml diff messages.dat expected.dat --from records | cut -f 2",
+      "  kwxml diff messages.dat expected.dat --from records | cut -f 2\n"
+      "  kwxml diff order.xml changed.xml --to page -o differences.html",
       options->outputFile);
   command.add_option("A", options->left, "A message, or a file of them; - is standard input")
       ->type_name("")
@@ -202,6 +274,11 @@ void addDiffCommand(CLI::App& app, Session& session)
       ->type_name("")
       ->required();
   addFromOption(command, options->from, "both inputs");
+  command
+      .add_option("--to", options->to,
+                  "Form of the output (lines, page); default: lines. A page has A and B side by side")
+      ->check(formName({"lines", "page"}))
+      ->type_name("FORM");
   addReadOptions(command, options->read);
   command.callback([options, &session] {
     session.run = [options, &session](LibraryLog& log) { session.status = diff(*options, log); };

@@ -4,6 +4,7 @@
 #include "Files.h"
 #include "Inspect.h"
 #include "JsonForm.h"
+#include "PageForm.h"
 #include "Report.h"
 #include "SummaryForms.h"
 #include "XmlForm.h"
@@ -334,6 +335,7 @@ std::span<const Form> forms()
       {"text", nullptr, nullptr, textSink, false, false},
       {"html", nullptr, nullptr, htmlSink, false, false},
       {"gui", nullptr, nullptr, guiSink, false, false},
+      {"page", nullptr, nullptr, pageSink, false, false},
   };
   return table;
 }

@@ -73,6 +73,8 @@ class MessageSink
 {
 public:
   virtual ~MessageSink() = default;
+  /// What the next message was read from, for forms that say so.
+  virtual void from(const std::string&) {}
   /// Both throw Failure (data) when the message cannot be written; the library has logged why. First the
   /// message is encoded, which gives the number of values that would be lost, each shown as a line, then it
   /// is written.

@@ -26,12 +26,14 @@ std::string counted(std::size_t number, const char* one)
   return std::to_string(number) + " " + one + (number == 1 ? "" : "s");
 }
 
-/// Refuses a value that names no form.
-CLI::Validator formName(bool readable)
+}  // namespace
+
+// ---- Options
+
+CLI::Validator formName(std::vector<std::string> names)
 {
   return CLI::Validator(
-      [readable](std::string& value) {
-        const std::vector<std::string> names = formNames(readable);
+      [names = std::move(names)](std::string& value) {
         for (const std::string& name : names) {
           if (value == name) {
             return std::string();
@@ -42,16 +44,12 @@ CLI::Validator formName(bool readable)
       "");
 }
 
-}  // namespace
-
-// ---- Options
-
 void addFromOption(CLI::App& command, std::string& from, const std::string& what)
 {
   command
       .add_option("--from", from,
                   "Form of " + what + " (" + joined(formNames(true)) + "); guessed when absent")
-      ->check(formName(true))
+      ->check(formName(formNames(true)))
       ->type_name("FORM");
 }
 
@@ -70,7 +68,7 @@ void addWriteOptions(CLI::App& command, WriteChoices& choices)
 {
   command
       .add_option("--to", choices.to, "Form of the output (" + joined(formNames(false)) + "); default: xml")
-      ->check(formName(false))
+      ->check(formName(formNames(false)))
       ->type_name("FORM");
   const std::string xml = "How XML is written (JSON has all digits, and enumerations by name)";
   command.add_flag("--elements", choices.elements, "Values as elements instead of attributes")->group(xml);
@@ -246,6 +244,7 @@ void writeMessage(YMMessageBase& message, const WriteChoices& choices, const std
 {
   Output output(file);
   const auto sink = findForm(choices.to)->sink(output, writeOptions(choices), log);
+  sink->from(what);
   const int lost = sink->encode(message);
   if (const std::string why = losses(lost, what, "writing", "nothing is written"); !why.empty()) {
     throw Failure(exitData, why);

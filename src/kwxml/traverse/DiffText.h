@@ -1,4 +1,4 @@
-// Values as differences show them. Not installed.
+// Values as differences and pages show them. Not installed.
 #pragma once
 
 #include <kwxml/model/MessageInternal.h>
@@ -83,11 +83,16 @@ inline void appendBool(std::string& out, long long value)
   }
 }
 
+/// Null when no enumerator has the value.
+inline const FieldDef* enumeratorOf(long long value, const FieldDef& field)
+{
+  const _ClassDef* cls = findClass(packedReference(field));
+  return cls != nullptr && cls->isEnum() ? findEnumerator(cls, value) : nullptr;
+}
+
 inline void appendEnum(std::string& out, long long value, const FieldDef& field)
 {
-  const PackedReference reference = packedReference(field);
-  const _ClassDef* cls = findClass(reference);
-  const FieldDef* enumerator = cls != nullptr && cls->isEnum() ? findEnumerator(cls, value) : nullptr;
+  const FieldDef* enumerator = enumeratorOf(value, field);
   if (enumerator != nullptr) {
     out += enumerator->getName();
     out += '(';

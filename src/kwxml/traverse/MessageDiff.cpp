@@ -20,6 +20,13 @@ namespace {
 
 using Kind = MessageDifference::Kind;
 
+constexpr const char* unknownType = "(unknown type)";
+
+constexpr Kind kindOf(bool inLeft, bool inRight)
+{
+  return !inRight ? Kind::OnlyLeft : !inLeft ? Kind::OnlyRight : Kind::Changed;
+}
+
 // ---- The walk
 
 /// A step of the path to a value. Steps lie on the stack of the walk, each knowing the one before.
@@ -47,7 +54,10 @@ struct Step
 class Walk
 {
 public:
-  explicit Walk(MessageDiffVisitor& visitor) : visitor_(visitor) {}
+  Walk(MessageDiffVisitor& visitor, DiffExtent extent)
+      : visitor_(visitor), showsEqual_(extent == DiffExtent::Everything)
+  {
+  }
 
   std::size_t count() const { return count_; }
 
@@ -65,15 +75,17 @@ private:
   void value(const Value* left, const Value* right, const Step& at);
 
   template <FieldDataType T, class Value>
-  [[gnu::noinline]] void report(const Value* left, const Value* right, const Step& at);
-  /// Reports what has no value but a text of its own, null where it is absent.
+  [[gnu::noinline]] void report(const Value* left, const Value* right, const Step& at, bool equal = false);
+  /// Reports what has no value but a text of its own, null where it is absent. Where both sides have it they
+  /// are equal, but for a field of a type that nobody knows.
   [[gnu::noinline]] void reportText(const char* left, const char* right, const Step* at);
   [[gnu::noinline]] void reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at);
   /// Makes path_, clears the texts; true when the path leads into a field whose values are for nobody's eyes.
   bool begin(const Step* at);
-  void show(bool inLeft, bool inRight);
+  void show(Kind kind);
 
   MessageDiffVisitor& visitor_;
+  const bool showsEqual_;
   std::size_t count_ = 0;
   std::vector<const Step*> steps_;
   std::string path_;
@@ -108,7 +120,7 @@ void Walk::messages(const YMMessageBase* left, const YMMessageBase* right, const
                      [&](auto tag) { field(tag, inLeft ? left : nullptr, inRight ? right : nullptr, step); });
     }
   }
-  if (empty && !both) {
+  if (empty && (!both || showsEqual_)) {
     reportText(left != nullptr ? "{}" : nullptr, right != nullptr ? "{}" : nullptr, at);
   }
 }
@@ -123,11 +135,11 @@ void Walk::field(Tag, const YMMessageBase* left, const YMMessageBase* right, con
     reportText(left != nullptr ? text : nullptr, right != nullptr ? text : nullptr, &at);
   };
   if constexpr (Tag::type == FIELD_INVALID) {
-    reportSides("(unknown type)");  // what it holds cannot be compared
+    reportSides(unknownType);  // what it holds cannot be compared
   } else if constexpr (NoStorage<Tag>) {
     // A record without a type has the bit of field 0; that one has been reported where it is not hidden.
     const FieldDef& owner = (left != nullptr ? left : right)->getClass()->fields[def.fieldNumber];
-    if (!both && (&owner == &def || owner.hash == 0)) {
+    if ((!both || showsEqual_) && (&owner == &def || owner.hash == 0)) {
       reportSides("(set)");
     }
   } else if constexpr (InPlaceValue<Tag> && !StringSlot<Tag>) {
@@ -144,7 +156,7 @@ void Walk::field(Tag, const YMMessageBase* left, const YMMessageBase* right, con
     if constexpr (MessageValue<Tag>) {
       if (leftValue != nullptr || rightValue != nullptr) {
         messages(leftValue, rightValue, &at);
-      } else if (!both) {
+      } else if (!both || showsEqual_) {
         reportSides("null");
       }
     } else if constexpr (ByteString<Tag> || PasswordString<Tag>) {
@@ -156,7 +168,7 @@ void Walk::field(Tag, const YMMessageBase* left, const YMMessageBase* right, con
       const bool empty =
           (leftValue == nullptr || leftValue->empty()) && (rightValue == nullptr || rightValue->empty());
       if (empty) {
-        if (!both) {
+        if (!both || showsEqual_) {
           reportSides(MapValue<Tag> ? "{}" : "[]");
         }
       } else if constexpr (MapValue<Tag>) {
@@ -230,13 +242,15 @@ void Walk::value(const Value* left, const Value* right, const Step& at)
     messages(left, right, &at);
   } else if (left == nullptr || right == nullptr || !(*left == *right)) {
     report<T>(left, right, at);
+  } else if (showsEqual_) {
+    report<T>(left, right, at, true);
   }
 }
 
 // ---- Reports
 
 template <FieldDataType T, class Value>
-void Walk::report(const Value* left, const Value* right, const Step& at)
+void Walk::report(const Value* left, const Value* right, const Step& at, bool equal)
 {
   const bool secret = begin(&at);
   const auto append = [&](std::string& out, const Value* value) {
@@ -248,7 +262,7 @@ void Walk::report(const Value* left, const Value* right, const Step& at)
   };
   append(left_, left);
   append(right_, right);
-  show(left != nullptr, right != nullptr);
+  show(equal ? Kind::Equal : kindOf(left != nullptr, right != nullptr));
 }
 
 void Walk::reportText(const char* left, const char* right, const Step* at)
@@ -256,7 +270,8 @@ void Walk::reportText(const char* left, const char* right, const Step* at)
   begin(at);
   left_ += left != nullptr ? left : "";
   right_ += right != nullptr ? right : "";
-  show(left != nullptr, right != nullptr);
+  const bool both = left != nullptr && right != nullptr;
+  show(both && std::strcmp(left, unknownType) != 0 ? Kind::Equal : kindOf(left != nullptr, right != nullptr));
 }
 
 void Walk::reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at)
@@ -267,7 +282,7 @@ void Walk::reportClasses(const YMMessageBase& left, const YMMessageBase& right, 
   begin(at);
   left_ = name(left);
   right_ = name(right);
-  show(true, true);
+  show(Kind::Changed);
 }
 
 bool Walk::begin(const Step* at)
@@ -316,22 +331,18 @@ bool Walk::begin(const Step* at)
   return secret;
 }
 
-void Walk::show(bool inLeft, bool inRight)
+void Walk::show(Kind kind)
 {
-  ++count_;
-  visitor_.differs({.kind = !inRight  ? Kind::OnlyLeft
-                            : !inLeft ? Kind::OnlyRight
-                                      : Kind::Changed,
-                    .path = path_,
-                    .left = left_,
-                    .right = right_});
+  count_ += kind != Kind::Equal ? 1 : 0;
+  visitor_.differs({.kind = kind, .path = path_, .left = left_, .right = right_});
 }
 
 }  // namespace
 
-std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor)
+std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor,
+                         DiffExtent extent)
 {
-  Walk walk(visitor);
+  Walk walk(visitor, extent);
   walk.messages(&left, &right, nullptr);
   return walk.count();
 }

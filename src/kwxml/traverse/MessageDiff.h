@@ -7,6 +7,7 @@
 #include <kwxml/model/YMMessageBase.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace kwxml {
@@ -46,6 +47,7 @@ struct MessageDifference
     OnlyLeft,   ///< the left message has the value, the right one does not
     OnlyRight,  ///< the other way round
     Changed,    ///< both have it, and they differ
+    Equal,      ///< both have it, and it is the same: only where equal values are asked for, too
   };
   Kind kind;
   std::string_view path;
@@ -56,12 +58,20 @@ struct MessageDifference
 class MessageDiffVisitor
 {
 public:
-  /// Called for each difference, in the order of the fields. The texts live as long as the call. What it
+  /// Called for each difference, and for each equal value where those are asked for, in the order of the
+  /// fields. The texts live as long as the call. What it
   /// throws ends the comparison. It must not change the messages.
   virtual void differs(const MessageDifference& difference) = 0;
 
 protected:
   ~MessageDiffVisitor() = default;  // nobody owns a visitor through its base
+};
+
+/// What a visitor is shown.
+enum class DiffExtent : std::uint8_t
+{
+  Differences,
+  Everything,  ///< equal values, too
 };
 
 /// Shows the visitor every value in which the messages differ; returns how many there are. None if and only
@@ -74,6 +84,7 @@ protected:
 /// by value.
 ///
 /// Logs nothing. Safe for concurrent use on messages that nobody changes.
-std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor);
+std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor,
+                         DiffExtent extent = DiffExtent::Differences);
 
 }  // namespace kwxml

@@ -1,0 +1,31 @@
+// The documentation of the classes that a page has met. Not installed.
+#pragma once
+
+#include <kwxml/model/Metadata.h>
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace kwxml {
+
+/// What a field holds, in words: "list of Demo_Item".
+std::string typeWords(const FieldDef& field);
+
+class PageClasses
+{
+public:
+  /// Appends a link to the documentation of a class, or its name where the catalogue does not have it.
+  void appendLink(std::string& out, const PackedReference& place);
+  /// The documentation of the classes that have been linked to, as markup.
+  std::string text();
+
+private:
+  void appendFields(std::string& out, const PackedReference& place, const _ClassDef& cls);
+  bool has(const PackedReference& place) const { return met_.contains({place.system, place.classIndex}); }
+
+  std::set<std::pair<int, int>> met_;
+};
+
+}  // namespace kwxml
