@@ -1,0 +1,212 @@
+// The values that the reader of JSON makes of texts and numbers.
+#include <kwxml/annotation/AnnotationRecord.h>
+#include <kwxml/json/JsonFeed.h>
+#include <kwxml/json/JsonNumbers.h>
+#include <kwxml/json/JsonShapes.h>
+#include <kwxml/text/Dates.h>
+#include <kwxml/text/Utf8.h>
+
+#include <charconv>
+#include <utility>
+
+namespace kwxml {
+
+namespace {
+
+/// Whether a scalar is kept as whatever integer is given.
+bool storesIntegers(FieldDataType type)
+{
+  return visitFieldType(type, []<class Tag>(Tag) {
+    return IntegerSlot<Tag> && Tag::type != FIELD_BOOL && Tag::type != FIELD_ENUM;
+  });
+}
+
+}  // namespace
+
+/// Integers go where integers are kept without a text, when there is nothing to check. False elsewhere.
+bool JsonFeed::storedAsIs(long long number)
+{
+  if (frames_.empty() || frames_.back().def == nullptr) {
+    return false;
+  }
+  const Frame& frame = frames_.back();
+  if (frame.kind == Kind::Message && storesIntegers(frame.def->type)) {
+    rules_.storeNumber(*frame.def, number);
+    return true;
+  }
+  return frame.kind == Kind::List && rules_.addNumber(*frame.def, number);
+}
+
+/// The value of an entry that has its key. False ends the reading.
+bool JsonFeed::partValue(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  const FieldDataType type = FieldDef::getMapValueType(def.type);
+  if (type == FIELD_OBJECT || (type == FIELD_STRING && token != JsonToken::Text)) {
+    rules_.tell(ProblemKind::NotOfType,
+                {.field = &def,
+                 .text = text,
+                 .remark = type == FIELD_OBJECT ? describe(JsonShape::Message) : std::string_view(),
+                 .type = type});
+    return true;  // the entry lacks its value, which is told at its end
+  }
+  const XmlAttribute value{.name = mapPartValueName,
+                           .value = type == FIELD_STRING ? text : numberText(type, token, text),
+                           .hash = 0};
+  if (!rules_.startElement(mapValueName, 0, {&value, 1})) {
+    return false;
+  }
+  rules_.endElement(mapValueName);
+  return true;
+}
+
+/// A number as the rules read it. Whole numbers may have a fraction of zeros and an exponent here, and the
+/// upper half of the unsigned ones has the bits of negative ones in a message.
+std::string_view JsonFeed::numberText(FieldDataType type, JsonToken token, std::string_view text)
+{
+  constexpr std::size_t safeDigits = 18;
+  const bool isBare = text.find_first_of(".eE") == std::string_view::npos;
+  const bool isUnsigned = type == FIELD_ULONG || type == FIELD_ULONGLONG;
+  if ((token != JsonToken::Number && token != JsonToken::Text) ||
+      (isBare && (text.size() <= safeDigits || !isUnsigned))) {
+    return text;
+  }
+  if (!isBare && !writeWhole(text, number_)) {
+    return text;
+  }
+  const std::string_view whole = isBare ? text : std::string_view(number_);
+  std::uint64_t size = 0;
+  const auto end = whole.data() + whole.size();
+  const auto read = std::from_chars(whole.data(), end, size);
+  return isUnsigned && read.ec == std::errc() && read.ptr == end
+             ? formatInteger(static_cast<long long>(size), digits_)
+             : whole;
+}
+
+void JsonFeed::fieldValue(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (ListValue<Tag> || MapValue<Tag> || MessageValue<Tag>) {
+      rules_.tell(ProblemKind::NotOfType,
+                  {.field = &def, .text = text, .remark = describe(shapeOf(Tag::type))});
+    } else if constexpr (Tag::type == FIELD_STRING || Tag::type == FIELD_WSTRING || ByteString<Tag> ||
+                         PasswordString<Tag>) {
+      if (token != JsonToken::Text) {
+        rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = "no text"});
+      } else if constexpr (Tag::type == FIELD_WSTRING) {
+        rules_.storeWide(def, toWide(text));
+      } else {
+        rules_.storeText(def, text);
+      }
+    } else if constexpr (Tag::type == FIELD_ENUM) {
+      enumValue(def, token, text);
+    } else if constexpr (Tag::type == FIELD_BOOL) {
+      if (token == JsonToken::True || token == JsonToken::False) {
+        rules_.storeNumber(def, token == JsonToken::True ? 1 : 0);
+      } else {
+        rules_.storeText(def, text);
+      }
+    } else if constexpr (FloatingSlot<Tag>) {
+      rules_.storeText(def, text);
+    } else if constexpr (IntegerSlot<Tag>) {
+      long long seconds = 0;
+      if (token == JsonToken::Text && def.annotations != nullptr && parseIsoDate(text, seconds) &&
+          AnnotationRecord(def.annotations).dateForm() != 0) {
+        rules_.storeNumber(def, seconds);
+      } else {
+        rules_.storeText(def, numberText(Tag::type, token, text));
+      }
+    } else {
+      rules_.storeText(def, text);  // the rules know why there is no such value
+    }
+  });
+}
+
+/// The rules take for numbers what begins with a digit.
+void JsonFeed::enumValue(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  const std::string_view number = numberText(FIELD_ENUM, token, text);
+  if (token != JsonToken::Number || !number.starts_with('-')) {
+    return rules_.storeText(def, number);
+  }
+  const long long value = parseInteger(std::string(number).c_str());
+  if (findEnumerator(findClass(packedReference(def)), value) == nullptr) {
+    rules_.tell(ProblemKind::EnumeratorUnknown, {.field = &def, .text = text});
+  }
+  rules_.storeNumber(def, value);
+}
+
+void JsonFeed::itemValue(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  visitFieldType(def.type, [&]<class Tag>(Tag) {
+    if constexpr (Tag::info.element == FIELD_STRING || Tag::info.element == FIELD_BSTRING ||
+                  Tag::info.element == FIELD_WSTRING) {
+      if (token != JsonToken::Text) {
+        rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = "no text"});
+      } else if constexpr (Tag::info.element == FIELD_WSTRING) {
+        rules_.storeWide(def, toWide(text));
+      } else {
+        rules_.storeText(def, text);
+      }
+    } else if constexpr (Tag::info.element == FIELD_OBJECT) {
+      rules_.tell(ProblemKind::ItemUnreadable,
+                  {.field = &def, .text = text, .remark = describe(JsonShape::Message)});
+    } else if constexpr (Tag::info.element == FIELD_ENUM) {
+      enumItem(def, token, text);
+    } else if constexpr (Tag::info.element == FIELD_BOOL) {
+      const bool isTrue =
+          token == JsonToken::True || (token == JsonToken::Text && asciiEqualsIgnoreCase(text, "true"));
+      const bool isFalse =
+          token == JsonToken::False || (token == JsonToken::Text && asciiEqualsIgnoreCase(text, "false"));
+      rules_.storeText(def, isTrue ? "1" : isFalse ? "0" : numberText(FIELD_UINT, token, text));
+    } else if constexpr (FloatingSlot<FieldTypeTag<Tag::info.element>>) {
+      rules_.storeText(def, text);
+    } else {
+      rules_.storeText(def, numberText(def.type, token, text));
+    }
+  });
+}
+
+/// Lists keep enumerators by number.
+void JsonFeed::enumItem(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  const _ClassDef* cls = findClass(packedReference(def));
+  if (token == JsonToken::Text && cls != nullptr) {
+    for (const FieldDef& enumerator : *cls) {
+      if (asciiEqualsIgnoreCase(enumerator.getName(), text)) {
+        return rules_.storeText(def, formatUnsigned(enumerator.hash, digits_));
+      }
+    }
+  }
+  const std::string_view number = numberText(FIELD_UINT, token, text);
+  if (token != JsonToken::Number && (number.empty() || number[0] < '0' || number[0] > '9')) {
+    rules_.tell(ProblemKind::EnumeratorUnknown, {.field = &def, .text = text});
+    return;
+  }
+  rules_.storeText(def, number);
+}
+
+void JsonFeed::addWideElement(const FieldDef& def, JsonToken token, std::string_view text)
+{
+  std::uint32_t element = 0;
+  const std::string_view number = numberText(FIELD_UINT, token, text);
+  const auto end = number.data() + number.size();
+  const auto read = std::from_chars(number.data(), end, element);
+  if (token != JsonToken::Number || read.ec != std::errc() || read.ptr != end) {
+    rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = describeWideElement});
+    return;
+  }
+  wide_ += static_cast<wchar_t>(element);
+}
+
+std::wstring JsonFeed::toWide(std::string_view text)
+{
+  std::wstring wide;
+  std::uint32_t c = 0;
+  for (std::size_t size = 0; !text.empty(); text.remove_prefix(size)) {
+    size = utf8Character(text, c);  // the parser has seen to it that it is UTF-8
+    wide += static_cast<wchar_t>(c);
+  }
+  return wide;
+}
+
+}  // namespace kwxml
