@@ -1,7 +1,7 @@
 #include <kwxml/json/JsonFeed.h>
 
 #include <kwxml/diagnostics/Log.h>
-#include <kwxml/json/JsonShapes.h>
+#include <kwxml/json/JsonWords.h>
 
 #include <utility>
 
@@ -66,12 +66,12 @@ bool JsonFeed::beginObject()
       if (def == nullptr) {
         return skip();
       }
-      const JsonShape shape = shapeOf(def->type);
-      if (shape == JsonShape::Message) {
+      const JsonForm form = fieldTypeInfo(def->type).json;
+      if (form == JsonForm::Object) {
         return startMessage(def->getName(), def->hash);
       }
-      if (shape != JsonShape::KeyedMap) {
-        return misfit(*def, describe(shape));
+      if (form != JsonForm::EntryObject) {
+        return misfit(*def, describe(form));
       }
       rules_.beginCollection(*def);
       frames_.push_back({Kind::KeyedMap, def});
@@ -79,7 +79,7 @@ bool JsonFeed::beginObject()
     }
     case Kind::List:
       return def->type == FIELD_LIST_OBJECT ? startMessage(def->getName(), def->hash)
-                                            : unreadable(*def, describe(JsonShape::Value));
+                                            : unreadable(*def, describe(JsonForm::Text));
     case Kind::EntryMap:
       if (!rules_.startElement(def->getName(), def->hash, {})) {
         return false;
@@ -88,7 +88,7 @@ bool JsonFeed::beginObject()
       return true;
     case Kind::KeyedMap:
       return FieldDef::getMapValueType(def->type) == FIELD_OBJECT ? startMessage(mapValueName, 0)
-                                                                  : misfit(*def, describe(JsonShape::Value));
+                                                                  : misfit(*def, describe(JsonForm::Text));
     case Kind::Entry:
       return frame.isOpen ? startMessage(frame.isKey ? mapKeyName : mapValueName, 0) : skip();
     case Kind::WideElements:
@@ -143,25 +143,25 @@ bool JsonFeed::beginArray()
       if (def == nullptr) {
         return skip();
       }
-      const JsonShape shape = shapeOf(def->type);
-      if (shape == JsonShape::List || shape == JsonShape::EntryMap) {
+      const JsonForm form = fieldTypeInfo(def->type).json;
+      if (form == JsonForm::Array || form == JsonForm::EntryArray) {
         rules_.beginCollection(*def);
-        return open(shape == JsonShape::List ? Kind::List : Kind::EntryMap);
+        return open(form == JsonForm::Array ? Kind::List : Kind::EntryMap);
       }
-      return def->type == FIELD_WSTRING ? open(Kind::WideElements) : misfit(*def, describe(shape));
+      return def->type == FIELD_WSTRING ? open(Kind::WideElements) : misfit(*def, describe(form));
     }
     case Kind::List:
       return def->type == FIELD_LIST_WSTRING
                  ? open(Kind::WideElements)
-                 : unreadable(*def, describe(def->type == FIELD_LIST_OBJECT ? JsonShape::Message
-                                                                            : JsonShape::Value));
+                 : unreadable(*def,
+                              describe(def->type == FIELD_LIST_OBJECT ? JsonForm::Object : JsonForm::Text));
     case Kind::KeyedMap:
-      return misfit(*def, describe(FieldDef::getMapValueType(def->type) == FIELD_OBJECT ? JsonShape::Message
-                                                                                        : JsonShape::Value));
+      return misfit(*def, describe(FieldDef::getMapValueType(def->type) == FIELD_OBJECT ? JsonForm::Object
+                                                                                        : JsonForm::Text));
     case Kind::EntryMap:
-      return unreadable(*def, describe(JsonShape::EntryMap));
+      return unreadable(*def, describe(JsonForm::EntryArray));
     case Kind::Entry:
-      return frame.isOpen ? misfit(*def, describe(JsonShape::Message)) : skip();
+      return frame.isOpen ? misfit(*def, describe(JsonForm::Object)) : skip();
     case Kind::WideElements:
       return unreadable(*def, describeWideElement);
     default:
@@ -269,12 +269,12 @@ bool JsonFeed::value(JsonToken token, std::string_view text)
       return partValue(*frame.def, token, text);
     case Kind::EntryMap:
       rules_.tell(ProblemKind::ItemUnreadable,
-                  {.field = frame.def, .text = text, .remark = describe(JsonShape::EntryMap)});
+                  {.field = frame.def, .text = text, .remark = describe(JsonForm::EntryArray)});
       break;
     case Kind::Entry:
       if (frame.isOpen) {
         rules_.tell(ProblemKind::NotOfType,
-                    {.field = frame.def, .text = text, .remark = describe(JsonShape::Message)});
+                    {.field = frame.def, .text = text, .remark = describe(JsonForm::Object)});
       }
       break;
     case Kind::WideElements:

@@ -2,7 +2,7 @@
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/json/JsonFeed.h>
 #include <kwxml/json/JsonNumbers.h>
-#include <kwxml/json/JsonShapes.h>
+#include <kwxml/json/JsonWords.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/Utf8.h>
 
@@ -45,7 +45,7 @@ bool JsonFeed::partValue(const FieldDef& def, JsonToken token, std::string_view 
     rules_.tell(ProblemKind::NotOfType,
                 {.field = &def,
                  .text = text,
-                 .remark = type == FIELD_OBJECT ? describe(JsonShape::Message) : std::string_view(),
+                 .remark = type == FIELD_OBJECT ? describe(JsonForm::Object) : std::string_view(),
                  .type = type});
     return true;  // the entry lacks its value, which is told at its end
   }
@@ -63,11 +63,11 @@ bool JsonFeed::partValue(const FieldDef& def, JsonToken token, std::string_view 
 /// upper half of the unsigned ones has the bits of negative ones in a message.
 std::string_view JsonFeed::numberText(FieldDataType type, JsonToken token, std::string_view text)
 {
-  constexpr std::size_t safeDigits = 18;
+  constexpr std::size_t shortNumber = 18;
   const bool isBare = text.find_first_of(".eE") == std::string_view::npos;
-  const bool isUnsigned = type == FIELD_ULONG || type == FIELD_ULONGLONG;
+  const bool isUnsigned = fieldTypeInfo(type).json == JsonForm::UnsignedNumber;
   if ((token != JsonToken::Number && token != JsonToken::Text) ||
-      (isBare && (text.size() <= safeDigits || !isUnsigned))) {
+      (isBare && (text.size() <= shortNumber || !isUnsigned))) {
     return text;
   }
   if (!isBare && !writeWhole(text, number_)) {
@@ -84,41 +84,43 @@ std::string_view JsonFeed::numberText(FieldDataType type, JsonToken token, std::
 
 void JsonFeed::fieldValue(const FieldDef& def, JsonToken token, std::string_view text)
 {
-  visitFieldType(def.type, [&]<class Tag>(Tag) {
-    if constexpr (ListValue<Tag> || MapValue<Tag> || MessageValue<Tag>) {
-      rules_.tell(ProblemKind::NotOfType,
-                  {.field = &def, .text = text, .remark = describe(shapeOf(Tag::type))});
-    } else if constexpr (Tag::type == FIELD_STRING || Tag::type == FIELD_WSTRING || ByteString<Tag> ||
-                         PasswordString<Tag>) {
+  const FieldTypeInfo& info = fieldTypeInfo(def.type);
+  const JsonForm form = info.storage != Storage::None ? info.json : JsonForm::None;
+  switch (form) {
+    case JsonForm::Object:
+    case JsonForm::Array:
+    case JsonForm::EntryObject:
+    case JsonForm::EntryArray:
+      return rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = describe(form)});
+    case JsonForm::Text:
+    case JsonForm::WideText:
+    case JsonForm::Bytes:
+    case JsonForm::Password:
       if (token != JsonToken::Text) {
-        rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = "no text"});
-      } else if constexpr (Tag::type == FIELD_WSTRING) {
-        rules_.storeWide(def, toWide(text));
-      } else {
-        rules_.storeText(def, text);
+        return rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = "no text"});
       }
-    } else if constexpr (Tag::type == FIELD_ENUM) {
-      enumValue(def, token, text);
-    } else if constexpr (Tag::type == FIELD_BOOL) {
+      return form == JsonForm::WideText ? rules_.storeWide(def, toWide(text)) : rules_.storeText(def, text);
+    case JsonForm::Enumerator:
+      return enumValue(def, token, text);
+    case JsonForm::Truth:
       if (token == JsonToken::True || token == JsonToken::False) {
-        rules_.storeNumber(def, token == JsonToken::True ? 1 : 0);
-      } else {
-        rules_.storeText(def, text);
+        return rules_.storeNumber(def, token == JsonToken::True ? 1 : 0);
       }
-    } else if constexpr (FloatingSlot<Tag>) {
-      rules_.storeText(def, text);
-    } else if constexpr (IntegerSlot<Tag>) {
+      return rules_.storeText(def, text);
+    case JsonForm::Number:
+    case JsonForm::WideNumber:
+    case JsonForm::UnsignedNumber: {
       long long seconds = 0;
       if (token == JsonToken::Text && def.annotations != nullptr && parseIsoDate(text, seconds) &&
           AnnotationRecord(def.annotations).dateForm() != 0) {
-        rules_.storeNumber(def, seconds);
-      } else {
-        rules_.storeText(def, numberText(Tag::type, token, text));
+        return rules_.storeNumber(def, seconds);
       }
-    } else {
-      rules_.storeText(def, text);  // the rules know why there is no such value
+      return rules_.storeText(def, numberText(def.type, token, text));
     }
-  });
+    case JsonForm::Real:
+    case JsonForm::None:  // the rules know why there is no such value
+      return rules_.storeText(def, text);
+  }
 }
 
 /// The rules take for numbers what begins with a digit.
@@ -137,33 +139,33 @@ void JsonFeed::enumValue(const FieldDef& def, JsonToken token, std::string_view 
 
 void JsonFeed::itemValue(const FieldDef& def, JsonToken token, std::string_view text)
 {
-  visitFieldType(def.type, [&]<class Tag>(Tag) {
-    if constexpr (Tag::info.element == FIELD_STRING || Tag::info.element == FIELD_BSTRING ||
-                  Tag::info.element == FIELD_WSTRING) {
+  const JsonForm form = fieldTypeInfo(fieldTypeInfo(def.type).element).json;
+  switch (form) {
+    case JsonForm::Object:
+      return rules_.tell(ProblemKind::ItemUnreadable,
+                         {.field = &def, .text = text, .remark = describe(form)});
+    case JsonForm::Text:
+    case JsonForm::WideText:
+    case JsonForm::Bytes:
       if (token != JsonToken::Text) {
-        rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = "no text"});
-      } else if constexpr (Tag::info.element == FIELD_WSTRING) {
-        rules_.storeWide(def, toWide(text));
-      } else {
-        rules_.storeText(def, text);
+        return rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = "no text"});
       }
-    } else if constexpr (Tag::info.element == FIELD_OBJECT) {
-      rules_.tell(ProblemKind::ItemUnreadable,
-                  {.field = &def, .text = text, .remark = describe(JsonShape::Message)});
-    } else if constexpr (Tag::info.element == FIELD_ENUM) {
-      enumItem(def, token, text);
-    } else if constexpr (Tag::info.element == FIELD_BOOL) {
-      const bool isTrue =
-          token == JsonToken::True || (token == JsonToken::Text && asciiEqualsIgnoreCase(text, "true"));
-      const bool isFalse =
-          token == JsonToken::False || (token == JsonToken::Text && asciiEqualsIgnoreCase(text, "false"));
-      rules_.storeText(def, isTrue ? "1" : isFalse ? "0" : numberText(FIELD_UINT, token, text));
-    } else if constexpr (FloatingSlot<FieldTypeTag<Tag::info.element>>) {
-      rules_.storeText(def, text);
-    } else {
-      rules_.storeText(def, numberText(def.type, token, text));
+      return form == JsonForm::WideText ? rules_.storeWide(def, toWide(text)) : rules_.storeText(def, text);
+    case JsonForm::Enumerator:
+      return enumItem(def, token, text);
+    case JsonForm::Truth: {
+      const auto is = [&](JsonToken word, std::string_view name) {
+        return token == word || (token == JsonToken::Text && asciiEqualsIgnoreCase(text, name));
+      };
+      return rules_.storeText(def, is(JsonToken::True, "true")     ? "1"
+                                   : is(JsonToken::False, "false") ? "0"
+                                                                   : numberText(FIELD_UINT, token, text));
     }
-  });
+    case JsonForm::Real:
+      return rules_.storeText(def, text);
+    default:
+      return rules_.storeText(def, numberText(def.type, token, text));
+  }
 }
 
 /// Lists keep enumerators by number.

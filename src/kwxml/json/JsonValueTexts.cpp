@@ -25,7 +25,7 @@ bool JsonValueTexts::integerText(const WrittenField& field, long long value)
       return true;
     }
   }
-  if (value < 0 && (field.def.type == FIELD_ULONG || field.def.type == FIELD_ULONGLONG)) {
+  if (value < 0 && fieldTypeInfo(field.def.type).json == JsonForm::UnsignedNumber) {
     number(static_cast<unsigned long long>(value));  // the slots of all integers are signed
   } else {
     number(value);

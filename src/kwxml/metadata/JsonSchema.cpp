@@ -254,33 +254,27 @@ std::string SchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
 std::string SchemaWriter::ofNumber(FieldDataType type)
 {
   const std::string wide = ofPattern(digits);
-  switch (type) {
-    case FIELD_INT:
-    case FIELD_TIME32:
-      return define("int", inRange("integer", "-2147483648", "2147483647"));
-    case FIELD_UINT:  // it may have been set from a negative int
-      return define("uint", inRange("integer", "-2147483648", "4294967295"));
-    case FIELD_BOOL:
+  switch (fieldTypeInfo(type).json) {
+    case JsonForm::Number:
+      return type == FIELD_UINT  // it may have been set from a negative int
+                 ? define("uint", inRange("integer", "-2147483648", "4294967295"))
+                 : define("int", inRange("integer", "-2147483648", "2147483647"));
+    case JsonForm::Truth:
       return define("bool", anyOf({"{\"type\":[\"boolean\",\"integer\"]}", wide}));
-    case FIELD_ULONG:
-    case FIELD_ULONGLONG:
+    case JsonForm::UnsignedNumber:
       return define("ulong",
                     anyOf({inRange("integer", "-9223372036854775808", "18446744073709551615"), wide}));
-    case FIELD_LONG:
-    case FIELD_LONGLONG:
-    case FIELD_TIME64:
-    case FIELD_INT64:
+    case JsonForm::WideNumber:
       return define("long", anyOf({inRange("integer", "-9223372036854775808", "9223372036854775807"), wide}));
-    case FIELD_DOUBLE:
-    case FIELD_FLOAT: {
+    case JsonForm::Real: {
       const std::string words = define("notFinite", ofPattern("^-?(inf|nan(\\(0x[0-9a-f]+\\))?)$"));
       return type == FIELD_FLOAT
                  ? define("float", anyOf({inRange("number", "-3.4028235e38", "3.4028235e38"), words}))
                  : define("double", anyOf({"{\"type\":\"number\"}", words}));
     }
-    case FIELD_WSTRING:
+    case JsonForm::WideText:
       return define("wide", anyOf({std::string(text), arrayOf(inRange("integer", "0", "4294967295"))}));
-    case FIELD_BSTRING:
+    case JsonForm::Bytes:
       return define("base64", "{\"type\":\"string\",\"contentEncoding\":\"base64\",\"pattern\":" +
                                   quoted("^([A-Za-z0-9+/]{4})*([A-Za-z0-9+/]{2}==|[A-Za-z0-9+/]{3}=)?$") +
                                   "}");

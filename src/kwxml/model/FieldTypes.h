@@ -36,6 +36,26 @@ enum class Storage : std::uint8_t
   Object,   ///< one slot holds an owned pointer, null until the value is created
 };
 
+/// What a value is in JSON.
+enum class JsonForm : std::uint8_t
+{
+  None,            ///< absent
+  Number,          ///< of 32 bits
+  WideNumber,      ///< of 64 bits: a text beyond 2^53
+  UnsignedNumber,  ///< the same without a sign, though the slot has one
+  Truth,           ///< true or false; a number where the slot holds another one
+  Real,            ///< a number; a text for what is infinite or no number
+  Text,
+  WideText,    ///< a text; an array of numbers where an element is no character
+  Bytes,       ///< a text in base64
+  Password,    ///< a text
+  Enumerator,  ///< the name as a text, or the number
+  Object,      ///< a message
+  Array,
+  EntryObject,  ///< a map: its entries are members
+  EntryArray,   ///< a map: an array of objects with key and value
+};
+
 /// The properties of a field type; see FieldTypes.def for the columns.
 struct FieldTypeInfo
 {
@@ -48,12 +68,13 @@ struct FieldTypeInfo
   FieldDataType mapValue;
   std::uint8_t wireCode;
   std::uint8_t appType;
+  JsonForm json;
 };
 
 inline constexpr FieldTypeInfo fieldTypeTable[] = {
 #define KWXML_FIELD_TYPE(number, enumerator, text, storage, slots, Value, element, mapKey, mapValue, wire, \
-                         app)                                                                              \
-  {enumerator, text, Storage::storage, slots, element, mapKey, mapValue, wire, app},
+                         app, json)                                                                        \
+  {enumerator, text, Storage::storage, slots, element, mapKey, mapValue, wire, app, JsonForm::json},
 #define KWXML_TYPE(...) int
 #include <kwxml/model/FieldTypes.def>
 #undef KWXML_TYPE
