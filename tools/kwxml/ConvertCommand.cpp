@@ -64,6 +64,15 @@ public:
     }
   }
 
+  /// After a failure: what standard output has got so far stays, and gets its end.
+  void breakOff()
+  {
+    if (isWritten_ && isStandard(options_.outputFile)) {
+      sink_->breakOff();
+      output_.commit();
+    }
+  }
+
   /// A former output stays when there is nothing to replace it with.
   void finish()
   {
@@ -145,11 +154,16 @@ void convert(const Options& options, LibraryLog& log)
     throw Failure(exitUsage, "standard input is named more than once");
   }
   Conversion conversion(options, log);
-  if (options.inputFiles.empty()) {
-    conversion.add("");
-  }
-  for (const std::string& file : options.inputFiles) {
-    conversion.add(file);
+  try {
+    if (options.inputFiles.empty()) {
+      conversion.add("");
+    }
+    for (const std::string& file : options.inputFiles) {
+      conversion.add(file);
+    }
+  } catch (const Failure&) {
+    conversion.breakOff();
+    throw;
   }
   conversion.finish();
 }

@@ -82,6 +82,9 @@ public:
   virtual void write() = 0;
   /// After the last message.
   virtual void finish() {}
+  /// In its place where the messages end with a failure, and what has been written cannot be taken back: the
+  /// output gets an end, if its form has one.
+  virtual void breakOff() {}
 };
 
 struct Form

@@ -82,7 +82,7 @@ public:
     const bool isFirst = !std::exchange(begun_, true);
     const TextPlace from = place_;
     const std::string document = nextDocument();
-    place_.pass(document);
+    place_.pass(document, 0, document.size());
     if (!isFirst && document.find_first_not_of(blanks) == std::string::npos) {
       return {.end = true};
     }

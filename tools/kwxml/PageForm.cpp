@@ -34,6 +34,7 @@ public:
     return page_.add(message, source_) ? 0 : 1;
   }
   void write() override { output_.append(text_); }
+  void breakOff() override { finish(); }
   void finish() override
   {
     text_.clear();
@@ -68,10 +69,10 @@ std::string pageTime()
       throw Failure(exitUsage, std::string("SOURCE_DATE_EPOCH is no number of seconds: ") + epoch);
     }
   }
-  std::tm local{};
+  std::tm parts{};
   char text[64];
-  if (localtime_r(&seconds, &local) == nullptr ||
-      std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S %Z", &local) == 0) {
+  if (gmtime_r(&seconds, &parts) == nullptr ||
+      std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts) == 0) {
     throw Failure(exitUsage, "SOURCE_DATE_EPOCH is beyond the calendar");
   }
   return text;

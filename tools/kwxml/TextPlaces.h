@@ -2,34 +2,15 @@
 #pragma once
 
 #include <kwxml/reading/ReadObserver.h>
-
-#include <cstdint>
-#include <string_view>
+#include <kwxml/text/TextPlace.h>
 
 namespace kwxml::tool {
-
-/// Where a text begins in its file.
-struct TextPlace
-{
-  std::uint64_t line = 1;
-  std::uint64_t column = 1;
-
-  /// Goes behind a text. A carriage return ends a line as a line end does, with it or without.
-  void pass(std::string_view text)
-  {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      const auto c = static_cast<unsigned char>(text[i]);
-      const bool ends = c == '\n' || (c == '\r' && (i + 1 == text.size() || text[i + 1] != '\n'));
-      line += ends ? 1 : 0;
-      column = ends ? 1 : column + ((c & 0xC0) != 0x80 ? 1 : 0);
-    }
-  }
-};
 
 /// Hands problems on with their places in the file.
 class InFile : public ReadObserver
 {
 public:
+  /// `begin`: where the text begins.
   InFile(ReadObserver& observer, TextPlace begin) : observer_(observer), begin_(begin) {}
   void met(const Problem& problem) override
   {

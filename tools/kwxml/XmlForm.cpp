@@ -36,7 +36,7 @@ public:
     const std::string document = isWhole ? std::exchange(bytes_, {}) : bytes_.substr(at_, size);
     at_ = isWhole ? 0 : at_ + size;
     if (!isWhole) {
-      place_.pass(document);
+      place_.pass(document, 0, document.size());
     }
     InFile shifted(observer, from);
     KwXMLContextInfo context = contextFor(options_);

@@ -37,8 +37,5 @@ public:
                                       kwxml::ReadObserver* observer = nullptr) const;
 
 private:
-  int read(std::string_view json, std::unique_ptr<YMMessageBase>& message,
-           kwxml::ReadObserver* observer) const;
-
   KwXMLContextInfo* context_ = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/json/JsonWords.h>
+#include <kwxml/reading/Problems.h>
 
 #include <utility>
 
@@ -16,16 +17,28 @@ JsonFeed::JsonFeed(MessageReader& rules, ReadObserver* observer, JsonPlaces& pla
   rules_.setObserver(observer, this);
 }
 
+/// A value, or an item, that is not stored.
+void JsonFeed::refuse(ProblemKind kind, const FieldDef& def, const char* why, std::string_view text)
+{
+  log().logError(function, "Field [%s] does not hold what is given for it: [%s]", def.getName(),
+                 why != nullptr ? why : nameOf(kind));
+  rules_.tell(kind,
+              {.field = &def,
+               .text = text,
+               .remark = why != nullptr ? why : std::string_view(),
+               .isWhole = kind != ProblemKind::ItemUnreadable && kind != ProblemKind::EnumeratorUnknown});
+}
+
 /// An object or an array that the field does not have.
 bool JsonFeed::misfit(const FieldDef& def, const char* why)
 {
-  rules_.tell(ProblemKind::NotOfType, {.field = &def, .remark = why});
+  refuse(ProblemKind::NotOfType, def, why);
   return skip();
 }
 
 bool JsonFeed::unreadable(const FieldDef& def, const char* why)
 {
-  rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .remark = why});
+  refuse(ProblemKind::ItemUnreadable, def, why);
   return skip();
 }
 
@@ -39,7 +52,7 @@ bool JsonFeed::noMessage()
   return false;
 }
 
-bool JsonFeed::startMessage(const char* name, std::uint32_t hash)
+bool JsonFeed::startMessage(std::string_view name, std::uint32_t hash)
 {
   if (!rules_.startElement(name, hash, {})) {
     return false;
@@ -61,7 +74,7 @@ bool JsonFeed::beginObject()
   const FieldDef* const def = frame.def;
   switch (frame.kind) {
     case Kind::Document:
-      return startMessage(rootName_.c_str(), nameHash(rootName_.data(), rootName_.size()));
+      return startMessage(rootName_, nameHash(rootName_.data(), rootName_.size()));
     case Kind::Message: {
       if (def == nullptr) {
         return skip();
@@ -87,10 +100,13 @@ bool JsonFeed::beginObject()
       frames_.push_back({Kind::Entry, def});
       return true;
     case Kind::KeyedMap:
-      return FieldDef::getMapValueType(def->type) == FIELD_OBJECT ? startMessage(mapValueName, 0)
-                                                                  : misfit(*def, describe(JsonForm::Text));
+      return FieldDef::getMapValueType(def->type) == FIELD_OBJECT
+                 ? startMessage(MessageReader::mapValueName, 0)
+                 : misfit(*def, describe(JsonForm::Text));
     case Kind::Entry:
-      return frame.isOpen ? startMessage(frame.isKey ? mapKeyName : mapValueName, 0) : skip();
+      return frame.isOpen
+                 ? startMessage(frame.isKey ? MessageReader::mapKeyName : MessageReader::mapValueName, 0)
+                 : skip();
     case Kind::WideElements:
       return unreadable(*def, describeWideElement);
     case Kind::Passed:
@@ -215,12 +231,12 @@ bool JsonFeed::key(std::string_view name)
       if (std::exchange(frame.isOpen, true)) {
         rules_.endElement(frame.def->getName());
       }
-      const XmlAttribute value{.name = mapPartValueName, .value = name, .hash = 0};
+      const XmlAttribute value{.name = MessageReader::itemAttribute, .value = name, .hash = 0};
       if (!rules_.startElement(frame.def->getName(), frame.def->hash, {}) ||
-          !rules_.startElement(mapKeyName, 0, {&value, 1})) {
+          !rules_.startElement(MessageReader::mapKeyName, 0, {&value, 1})) {
         return false;
       }
-      rules_.endElement(mapKeyName);
+      rules_.endElement(MessageReader::mapKeyName);
       break;
     }
     case Kind::Entry:
@@ -244,7 +260,7 @@ bool JsonFeed::null()
   }
   const Frame& frame = frames_.back();
   if (frame.kind == Kind::List || frame.kind == Kind::EntryMap || frame.kind == Kind::WideElements) {
-    rules_.tell(ProblemKind::ItemUnreadable, {.field = frame.def, .remark = "null is no item"});
+    refuse(ProblemKind::ItemUnreadable, *frame.def, "null is no item");
   }
   return true;  // of a field: it is not set; of an entry: it lacks what is null
 }
@@ -268,13 +284,11 @@ bool JsonFeed::value(JsonToken token, std::string_view text)
     case Kind::KeyedMap:
       return partValue(*frame.def, token, text);
     case Kind::EntryMap:
-      rules_.tell(ProblemKind::ItemUnreadable,
-                  {.field = frame.def, .text = text, .remark = describe(JsonForm::EntryArray)});
+      refuse(ProblemKind::ItemUnreadable, *frame.def, describe(JsonForm::EntryArray), text);
       break;
     case Kind::Entry:
       if (frame.isOpen) {
-        rules_.tell(ProblemKind::NotOfType,
-                    {.field = frame.def, .text = text, .remark = describe(JsonForm::Object)});
+        refuse(ProblemKind::NotOfType, *frame.def, describe(JsonForm::Object), text);
       }
       break;
     case Kind::WideElements:

@@ -1,5 +1,4 @@
-// What a parser of JSON tells, turned into what the rules that build a message are told (MessageReader). Not
-// installed.
+// The feed of the rules that build a message (MessageReader), for a parser of JSON. Not installed.
 #pragma once
 
 #include <kwxml/json/JsonPlaces.h>
@@ -71,7 +70,7 @@ private:
   {
     Kind kind;
     const FieldDef* def = nullptr;   ///< Message: of the member whose value comes next, null to skip that
-    const char* name = "";           ///< Message, Passed: as it was told
+    std::string_view name{};         ///< Message, Passed: as it was told
     const FieldDef* next = nullptr;  ///< Message: behind the field that was met last
     bool isOpen = false;             ///< KeyedMap: an entry has begun. Entry: a key or a value comes next
     bool isKey = false;              ///< Entry: the key comes next
@@ -85,7 +84,7 @@ private:
   bool storedAsIs(long long number);
   const FieldDef* findMember(Frame& frame, std::string_view name) const;
   bool noMessage();
-  bool startMessage(const char* name, std::uint32_t hash);
+  bool startMessage(std::string_view name, std::uint32_t hash);
   bool partValue(const FieldDef& def, JsonToken token, std::string_view text);
   void fieldValue(const FieldDef& def, JsonToken token, std::string_view text);
   void enumValue(const FieldDef& def, JsonToken token, std::string_view text);
@@ -99,6 +98,7 @@ private:
     frames_.push_back({Kind::Skipped});
     return true;
   }
+  void refuse(ProblemKind kind, const FieldDef& def, const char* why, std::string_view text = {});
   bool misfit(const FieldDef& def, const char* why);
   bool unreadable(const FieldDef& def, const char* why);
 

@@ -30,7 +30,7 @@ bool JsonFeed::storedAsIs(long long number)
     return false;
   }
   const Frame& frame = frames_.back();
-  if (frame.kind == Kind::Message && storesIntegers(frame.def->type)) {
+  if (frame.kind == Kind::Message && frame.def->annotations == nullptr && storesIntegers(frame.def->type)) {
     rules_.storeNumber(*frame.def, number);
     return true;
   }
@@ -49,13 +49,13 @@ bool JsonFeed::partValue(const FieldDef& def, JsonToken token, std::string_view 
                  .type = type});
     return true;  // the entry lacks its value, which is told at its end
   }
-  const XmlAttribute value{.name = mapPartValueName,
+  const XmlAttribute value{.name = MessageReader::itemAttribute,
                            .value = type == FIELD_STRING ? text : numberText(type, token, text),
                            .hash = 0};
-  if (!rules_.startElement(mapValueName, 0, {&value, 1})) {
+  if (!rules_.startElement(MessageReader::mapValueName, 0, {&value, 1})) {
     return false;
   }
-  rules_.endElement(mapValueName);
+  rules_.endElement(MessageReader::mapValueName);
   return true;
 }
 
@@ -91,13 +91,13 @@ void JsonFeed::fieldValue(const FieldDef& def, JsonToken token, std::string_view
     case JsonForm::Array:
     case JsonForm::EntryObject:
     case JsonForm::EntryArray:
-      return rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = describe(form)});
+      return refuse(ProblemKind::NotOfType, def, describe(form), text);
     case JsonForm::Text:
     case JsonForm::WideText:
     case JsonForm::Bytes:
     case JsonForm::Password:
       if (token != JsonToken::Text) {
-        return rules_.tell(ProblemKind::NotOfType, {.field = &def, .text = text, .remark = "no text"});
+        return refuse(ProblemKind::NotOfType, def, "no text", text);
       }
       return form == JsonForm::WideText ? rules_.storeWide(def, toWide(text)) : rules_.storeText(def, text);
     case JsonForm::Enumerator:
@@ -113,7 +113,7 @@ void JsonFeed::fieldValue(const FieldDef& def, JsonToken token, std::string_view
       long long seconds = 0;
       if (token == JsonToken::Text && def.annotations != nullptr && parseIsoDate(text, seconds) &&
           AnnotationRecord(def.annotations).dateForm() != 0) {
-        return rules_.storeNumber(def, seconds);
+        return rules_.storeText(def, formatInteger(seconds, digits_));
       }
       return rules_.storeText(def, numberText(def.type, token, text));
     }
@@ -142,13 +142,12 @@ void JsonFeed::itemValue(const FieldDef& def, JsonToken token, std::string_view 
   const JsonForm form = fieldTypeInfo(fieldTypeInfo(def.type).element).json;
   switch (form) {
     case JsonForm::Object:
-      return rules_.tell(ProblemKind::ItemUnreadable,
-                         {.field = &def, .text = text, .remark = describe(form)});
+      return refuse(ProblemKind::ItemUnreadable, def, describe(form), text);
     case JsonForm::Text:
     case JsonForm::WideText:
     case JsonForm::Bytes:
       if (token != JsonToken::Text) {
-        return rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = "no text"});
+        return refuse(ProblemKind::ItemUnreadable, def, "no text", text);
       }
       return form == JsonForm::WideText ? rules_.storeWide(def, toWide(text)) : rules_.storeText(def, text);
     case JsonForm::Enumerator:
@@ -181,8 +180,7 @@ void JsonFeed::enumItem(const FieldDef& def, JsonToken token, std::string_view t
   }
   const std::string_view number = numberText(FIELD_UINT, token, text);
   if (token != JsonToken::Number && (number.empty() || number[0] < '0' || number[0] > '9')) {
-    rules_.tell(ProblemKind::EnumeratorUnknown, {.field = &def, .text = text});
-    return;
+    return refuse(ProblemKind::EnumeratorUnknown, def, nullptr, text);
   }
   rules_.storeText(def, number);
 }
@@ -194,7 +192,7 @@ void JsonFeed::addWideElement(const FieldDef& def, JsonToken token, std::string_
   const auto end = number.data() + number.size();
   const auto read = std::from_chars(number.data(), end, element);
   if (token != JsonToken::Number || read.ec != std::errc() || read.ptr != end) {
-    rules_.tell(ProblemKind::ItemUnreadable, {.field = &def, .text = text, .remark = describeWideElement});
+    refuse(ProblemKind::ItemUnreadable, def, describeWideElement, text);
     return;
   }
   wide_ += static_cast<wchar_t>(element);

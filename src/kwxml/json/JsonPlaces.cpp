@@ -38,19 +38,11 @@ ReadPlace JsonPlaces::ofOffset(std::size_t offset)
   offset = std::min(offset, text_.size());
   if (offset < counted_) {
     counted_ = 0;
-    place_ = {1, 1, 0};
+    place_ = {};
   }
-  for (; counted_ < offset; ++counted_) {
-    const auto c = static_cast<unsigned char>(text_[counted_]);
-    if (c == '\n') {
-      ++place_.line;
-      place_.column = 1;
-    } else if ((c & 0xC0) != 0x80) {
-      ++place_.column;
-    }
-  }
-  place_.offset = offset;
-  return place_;
+  place_.pass(text_, counted_, offset);
+  counted_ = offset;
+  return {.line = place_.line, .column = place_.column, .offset = offset};
 }
 
 }  // namespace kwxml

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/reading/ReadObserver.h>
+#include <kwxml/text/TextPlace.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +15,12 @@ namespace kwxml {
 class JsonPlaces
 {
 public:
-  JsonPlaces(std::string_view text, std::size_t begin) : text_(text), at_(begin) {}
+  JsonPlaces(std::string_view text, std::size_t begin)
+      : text_(text), at_(begin), counted_(text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0)
+  {
+  }
+  /// May stand before the first document, and is in no column.
+  static constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
   /// Of the first character of a token, a bracket, a text, a number or a word; `number` counts from 1 on from
   /// where the document begins, and never falls. Of an offset, which is not before that.
@@ -28,8 +34,8 @@ private:
   std::size_t at_;            ///< the first byte that has not been passed as part of a token
   std::size_t start_ = 0;     ///< of the last token that was passed
   std::uint64_t tokens_ = 0;  ///< passed
-  std::size_t counted_ = 0;   ///< the offset of which line_ and column_ are known
-  ReadPlace place_{1, 1, 0};
+  std::size_t counted_;       ///< the offset that place_ is of
+  TextPlace place_;
 };
 
 }  // namespace kwxml

@@ -145,11 +145,11 @@ std::size_t behindBlanks(std::string_view text, std::size_t at)
 
 }  // namespace
 
-JsonRead readJson(std::string_view text, std::size_t begin, KwXMLContextInfo* context, ReadObserver* observer)
+JsonRead readJson(std::string_view text, std::size_t begin, bool isLast, KwXMLContextInfo* context,
+                  ReadObserver* observer)
 {
-  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-  if (begin == 0 && text.starts_with(byteOrderMark)) {
-    begin = byteOrderMark.size();
+  if (begin == 0 && text.starts_with(JsonPlaces::byteOrderMark)) {
+    begin = JsonPlaces::byteOrderMark.size();
   }
   MessageReader rules;
   rules.setContext(context);
@@ -180,9 +180,12 @@ JsonRead readJson(std::string_view text, std::size_t begin, KwXMLContextInfo* co
       return fail(notWellFormed, ProblemKind::NotWellFormed, places.ofOffset(begin + size),
                   wordsOf(error, text.substr(begin + size)));
     }
-    return {.result = 0,
-            .message = std::unique_ptr<YMMessageBase>(rules.take()),
-            .end = behindBlanks(text, begin + size)};
+    const std::size_t end = behindBlanks(text, begin + size);
+    if (isLast && end != text.size()) {
+      return fail(notWellFormed, ProblemKind::NotWellFormed, places.ofOffset(end),
+                  "text stands behind the document");
+    }
+    return {.result = 0, .message = std::unique_ptr<YMMessageBase>(rules.take()), .end = end};
   } catch (const std::exception& exception) {
     log().logError(JsonFeed::function, "[%s]", exception.what());
   } catch (...) {
@@ -193,11 +196,6 @@ JsonRead readJson(std::string_view text, std::size_t begin, KwXMLContextInfo* co
                    .remark = "reading failed: memory ran out, or an observer failed"});
   }
   return {.result = readingFailed, .message = nullptr, .end = text.size()};
-}
-
-ReadPlace placeInJson(std::string_view text, std::size_t offset)
-{
-  return JsonPlaces(text, 0).ofOffset(offset);
 }
 
 }  // namespace kwxml

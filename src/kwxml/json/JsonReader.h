@@ -11,7 +11,6 @@ class YMMessageBase;
 namespace kwxml {
 
 class ReadObserver;
-struct ReadPlace;
 
 struct JsonRead
 {
@@ -23,12 +22,9 @@ struct JsonRead
   std::size_t end = 0;
 };
 
-/// Reads the document that a text holds from `begin` on; another one may follow. Places are those in the
-/// whole text. The context (null: none) concerns passwords.
-JsonRead readJson(std::string_view text, std::size_t begin, KwXMLContextInfo* context,
+/// Reads the document that a text holds from `begin` on; unless `isLast`, another one may follow. Places are
+/// those in the whole text. The context (null: none) concerns passwords.
+JsonRead readJson(std::string_view text, std::size_t begin, bool isLast, KwXMLContextInfo* context,
                   ReadObserver* observer);
-
-/// Line and column of an offset.
-ReadPlace placeInJson(std::string_view text, std::size_t offset);
 
 }  // namespace kwxml

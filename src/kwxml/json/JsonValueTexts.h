@@ -55,9 +55,7 @@ protected:
     if constexpr (Tag::info.element == FIELD_BOOL) {
       boolText(item);
     } else if constexpr (Tag::info.element == FIELD_ENUM) {
-      if (!enumName(field, static_cast<std::int32_t>(item))) {
-        number(static_cast<unsigned long long>(item));
-      }
+      enumText(field, static_cast<std::int32_t>(item));
     } else if constexpr (std::is_signed_v<Item>) {
       number(static_cast<long long>(item));
     } else {

@@ -23,9 +23,4 @@ inline const char* describe(JsonForm form)
 }
 inline constexpr const char* describeWideElement = "an element of a wide string is a number of 32 bits";
 
-// The rules know these names from XML.
-inline constexpr const char* mapKeyName = "__mapKey__";
-inline constexpr const char* mapValueName = "__mapValue__";
-inline constexpr const char* mapPartValueName = "val";
-
 }  // namespace kwxml

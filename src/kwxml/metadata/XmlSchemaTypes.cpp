@@ -170,10 +170,7 @@ std::string XmlSchemaTypes::ofReal(FieldDataType type)
       restriction(isFloat ? "finite.float" : "finite.double", "xs:double",
                   isFloat ? range("-3.4028235e38", "3.4028235e38")
                           : range("-1.7976931348623157e308", "1.7976931348623157e308"));
-  std::string words;
-  for (const char* word : {"inf", "-inf", "nan", "-nan", "INF", "-INF", "NaN"}) {
-    words += facet("enumeration", word);
-  }
+  const std::string words = facet("pattern", "-?(inf|nan(\\(0x[0-9a-f]+\\))?|INF)|NaN");
   return unionOf(isFloat ? "float" : "double", finite, restriction("notFinite", "xs:token", words));
 }
 

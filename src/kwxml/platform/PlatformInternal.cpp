@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -14,13 +15,17 @@ namespace kwxml {
 
 bool formatText(std::string& text, const char* format, va_list args)
 {
-  if (std::strcmp(format, "%s") == 0) {
+  if (format != nullptr && std::strcmp(format, "%s") == 0) {
     // A finished text: of a long one the C library would count each byte before it copies any.
     va_list copy;
     va_copy(copy, args);
     const char* const whole = va_arg(copy, const char*);
     va_end(copy);
-    text = std::string(whole != nullptr ? whole : "(null)");  // it may be a part of `text`
+    std::string made(whole != nullptr ? whole : "(null)");  // it may be a part of `text`
+    if (made.size() > static_cast<std::size_t>(INT_MAX)) {
+      return false;
+    }
+    text = std::move(made);
     return true;
   }
   // Most lines fit here; only longer ones are formatted twice.

@@ -59,8 +59,8 @@ class MessageDiffVisitor
 {
 public:
   /// Called for each difference, and for each equal value where those are asked for, in the order of the
-  /// fields. The texts live as long as the call. What it
-  /// throws ends the comparison. It must not change the messages.
+  /// fields. The texts live as long as the call. What it throws ends the comparison. It must not change the
+  /// messages.
   virtual void differs(const MessageDifference& difference) = 0;
 
 protected:

@@ -47,6 +47,8 @@ b, h2, h3, th { color: var(--text); }
 code, q { color: var(--text); overflow-wrap: anywhere; }
 q, time { background: var(--box); border-radius: 3px; padding: 0 .25em; }
 q { quotes: none; border: 1px solid var(--line); white-space: pre-wrap; }
+q, code { overflow: clip; overflow-clip-margin: 2px; }
+q:not(.n) { display: inline-block; max-width: 100%; vertical-align: top; }
 q:empty::before { content: "\200B"; }
 q.n { display: block; margin: 2px 0 2px 1.2rem; padding: .1em .5em; border-left: 3px solid var(--soft); }
 em { font-style: normal; color: var(--escape); border-bottom: 1px dotted; }
@@ -66,25 +68,26 @@ td td[colspan] > ul { min-width: min(25rem, 66vw); }
 td { color: var(--text); }
 td, thead th { white-space: nowrap; }
 td[colspan], .d td, .doc td { white-space: normal; }
-td > q, td > code { display: inline-block; max-width: min(40rem, 75vw); }
+td > q, td > code, th > q { display: inline-block; max-width: min(40rem, 75vw); }
+th > q { white-space: pre-wrap; overflow-wrap: anywhere; }
 main > details, main > .g > .m { border-bottom: 1px solid var(--line); padding: .2rem 0; }
 .doc .w { margin-bottom: .6rem; }
-.c { width: 1.15em; height: 1.15em; margin-left: .35em; padding: 0; vertical-align: -.2em; border: 1px solid transparent;
-  border-radius: 3px; background: none; cursor: copy; position: relative; opacity: .55; }
+.c { width: 1.6em; height: 1.6em; margin-left: .1em; padding: 0; vertical-align: -.4em; border: 1px solid transparent;
+  border-radius: 3px; background: none; cursor: copy; position: relative; opacity: .8; }
 .c::before, .c::after { content: ""; position: absolute; width: .5em; height: .6em; border: 1px solid var(--soft);
   border-radius: 2px; background: var(--back); }
-.c::before { left: .1em; top: .1em; } .c::after { left: .32em; top: .28em; }
+.c::before { left: .35em; top: .35em; } .c::after { left: .57em; top: .53em; }
 .c:hover, .c:focus-visible { opacity: 1; background: var(--box); }
 .h { display: none !important; }
 table.d { table-layout: fixed; width: 100%; margin: 0; }
 table.d > * > tr > :first-child { width: 30%; } table.d > * > tr > :last-child { width: 7rem; }
-table.d td, table.d th { overflow-wrap: anywhere; }
+table.d td, table.d th, table.d td > q, table.d td > code { overflow-wrap: anywhere; }
 .changed td { background: var(--changed); } .left td { background: var(--left); } .right td { background: var(--right); }
 .changed td:last-child, .left td:last-child, .right td:last-child { font-weight: 600; color: var(--text); }
 @media (max-width: 40rem) {
   body { padding: 0 .5rem 3rem; }
   table.d thead { position: absolute; clip-path: inset(50%); width: 1px; height: 1px; overflow: hidden; }
-  table.d tr { display: grid; grid-template-columns: 1fr 1fr; }
+  table.d tr { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr); }
   table.d td:nth-child(2)::before { content: "A "; } table.d td:nth-child(3)::before { content: "B "; }
   table.d > * > tr > :first-child, table.d > * > tr > :last-child { grid-column: 1 / 3; width: auto; }
 }
@@ -316,7 +319,7 @@ document.addEventListener('DOMContentLoaded', () => {
 )js";
 
 /// scripts/page-digests writes them.
-constexpr std::string_view styleDigest = "sha256-Fe+1cv68ocRdLojjnGpgpqktkmpsPcDl5vr2xPg15w8=";
+constexpr std::string_view styleDigest = "sha256-Itv16RsUe6JoGqZ+/u1nlbEMd8G0ra99DB4/Z/IY460=";
 constexpr std::string_view scriptDigest = "sha256-BnJi38rVyzYU+eHdrTsMU0UTa4KRXQ5fkRjC48KKRSo=";
 
 }  // namespace

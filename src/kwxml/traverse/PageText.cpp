@@ -7,6 +7,7 @@
 #include <kwxml/text/Utf8.h>
 #include <kwxml/traverse/DiffText.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <limits>
@@ -15,7 +16,7 @@ namespace kwxml {
 
 namespace {
 
-constexpr std::size_t longText = 4096;  ///< bytes or characters from which on a text is folded
+constexpr std::size_t longText = 4096;  ///< characters from which on a text is folded
 constexpr std::size_t beginning = 80;   ///< what is shown of it then
 constexpr std::size_t shownBytes = 32;  ///< of a byte string
 constexpr int secondsPerDay = 24 * 60 * 60;
@@ -68,12 +69,22 @@ void appendMarkup(std::string& out, const std::wstring& text, bool inLines)
   }
 }
 
+/// The bytes of UTF-8 that begin a character, or the elements of a wide string.
+template <class Text>
+std::size_t countOf(const Text& text)
+{
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](auto element) {
+    return sizeof element > 1 || (static_cast<unsigned char>(element) & 0xC0) != 0x80;
+  }));
+}
+
 template <class Text>
 void appendBox(std::string& out, const Text& text, const Text& start, bool hasLines)
 {
-  const bool isLong = text.size() >= longText;
+  const std::size_t characters = countOf(text);
+  const bool isLong = characters >= longText;
   if (isLong) {
-    out += "<details class=\"x\"><summary>" + countText(text.size(), "character") + ": ";
+    out += "<details class=\"x\"><summary>" + countText(characters, "character") + ": ";
     appendMarkup(out, start, false);
     out += "…</summary>";
   }

@@ -8,6 +8,7 @@
 #include <kwxml/text/Base64.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/NumberText.h>
+#include <kwxml/text/ShownText.h>
 #include <kwxml/xml/RootName.h>
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XmlCh.h>
@@ -19,14 +20,9 @@ namespace kwxml {
 
 namespace {
 
-constexpr const char* startFunction = "MySAX2Handler::startElement";
 constexpr const char* endFunction = "MySAX2Handler::endElement";
 constexpr const char* attributesFunction =
     "MySAZ2Handler::processAttributes";  // the name that log readers know
-
-constexpr std::string_view mapKeyName = "__mapKey__";
-constexpr std::string_view mapValueName = "__mapValue__";
-constexpr std::string_view itemAttribute = "val";
 
 bool traces(int level)
 {
@@ -87,7 +83,7 @@ bool MessageReader::moveInto(YMMessageBase& message, YMMessageBase&& read, ReadO
 bool MessageReader::startElement(std::string_view name, std::uint32_t hash, XmlAttributes attributes)
 {
   if (frames_.size() >= static_cast<std::size_t>(maxElementNesting)) {
-    log().logError(startFunction, "Elements nest deeper than [%d]", maxElementNesting);
+    log().logError(startFunction(), "Elements nest deeper than [%d]", maxElementNesting);
     tell(ProblemKind::TooDeep, {.text = name, .remark = "elements nest too deep"});
     return false;
   }
@@ -96,7 +92,7 @@ bool MessageReader::startElement(std::string_view name, std::uint32_t hash, XmlA
   }
   if (skipping_) {
     if (traces(10)) {
-      log().debug(startFunction, 10, "Skipping element [%s]", std::string(name).c_str());
+      log().debug(startFunction(), 10, "Skipping element [%s]", std::string(name).c_str());
     }
     frames_.push_back({Kind::Skipped});
     return true;
@@ -126,7 +122,7 @@ void MessageReader::setObserver(ReadObserver* observer, const XmlPlaces* places)
 void MessageReader::startSkipping(std::string_view name)
 {
   if (traces(10)) {
-    log().debug(startFunction, 10, "Skipping member : [%s]", std::string(name).c_str());
+    log().debug(startFunction(), 10, "Skipping member : [%s]", std::string(name).c_str());
   }
   tell(ProblemKind::ElementUnknown, {.text = name});
   skippedName_ = name;
@@ -141,7 +137,7 @@ bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
   int index = 0;
   const bool found = findRoot(name, system, index);
   if (!found || (target_ != nullptr && target_->getClass() != findClass(system, index))) {
-    log().logError(startFunction, "Unable to construct object out of tag : [%s]", std::string(name).c_str());
+    log().logError(startFunction(), "Unable to construct object out of tag : [%s]", shown(name).c_str());
     if (observer_ != nullptr) {
       const std::string why = found ? "a message of another class is read into" : describeUnknownRoot(name);
       tell(ProblemKind::ClassUnknown, {.text = name, .remark = why});
@@ -163,7 +159,7 @@ bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
   messageDepth_ = 1;
   frames_.push_back({Kind::Message});
   if (!processAttributes(attributes)) {
-    log().logError(startFunction, "Error while parsing attributes for tag : [%s] ",
+    log().logError(startFunction(), "Error while parsing attributes for tag : [%s] ",
                    std::string(name).c_str());
   }
   return true;
@@ -184,7 +180,7 @@ bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, Xm
     beginReuse(reused ? message : nullptr);
   }
   if (++messageDepth_ > maxMessageNesting) {
-    log().logError(startFunction, "Messages nest deeper than [%d]", maxMessageNesting);
+    log().logError(startFunction(), "Messages nest deeper than [%d]", maxMessageNesting);
     tell(ProblemKind::TooDeep, {.remark = "messages nest too deep"});
     return false;
   }
@@ -247,7 +243,7 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
         for (const XmlAttribute& attribute : attributes) {
           if (attribute.name == itemAttribute) {
             attribute_ = &attribute;
-            store(def, attribute.value, startFunction);
+            store(def, attribute.value, startFunction());
             attribute_ = nullptr;
             hasValue = true;
             break;

@@ -54,6 +54,11 @@ protected:
 class MessageReader
 {
 public:
+  /// The names of the parts of a map's entry, and of the attribute with their values and those of items.
+  static constexpr const char* mapKeyName = "__mapKey__";
+  static constexpr const char* mapValueName = "__mapValue__";
+  static constexpr const char* itemAttribute = "val";
+
   MessageReader();
   MessageReader(const MessageReader&) = delete;
   MessageReader& operator=(const MessageReader&) = delete;
@@ -125,6 +130,7 @@ public:
     std::string_view text{};
     std::string_view remark{};
     FieldDataType type = FIELD_UNSET;
+    bool isWhole = false;  ///< of a list: not about an item of it
   };
   /// Tells the observer, where there is one.
   void tell(ProblemKind kind, const Met& met)
@@ -188,6 +194,8 @@ private:
     std::size_t filled = 0;
   };
 
+  /// Under which the log knows the begin of messages and fields.
+  const char* startFunction() const { return plainTexts_ ? feedFunction_ : "MySAX2Handler::startElement"; }
   bool startRoot(std::string_view name, XmlAttributes attributes);
   bool startField(const FieldDef& def, std::string_view name, XmlAttributes attributes);
   bool startMapPart(bool isKey, std::string_view name, XmlAttributes attributes);
@@ -235,6 +243,13 @@ private:
       reportUnfit(def, type, text);
     }
   }
+  /// A date or a time that has been read must be of that form, with "d" for digits, and on a calendar.
+  void checkTime(const FieldDef& def, std::string_view text, std::string_view form)
+  {
+    if (observer_ != nullptr) [[unlikely]] {
+      reportTime(def, text, form);
+    }
+  }
   /// A field that is no collection keeps one value: of two the first is dropped.
   void checkGiven(const FieldDef& def)
   {
@@ -251,6 +266,7 @@ private:
   }
   void report(ProblemKind kind, const Met& met);
   void reportUnfit(const FieldDef& def, FieldDataType type, std::string_view text);
+  void reportTime(const FieldDef& def, std::string_view text, std::string_view form);
   void reportEnumerator(const FieldDef& def, std::string_view text);
   void reportGiven(const FieldDef& def);
   void reportOthers(const FieldDef& def, XmlAttributes attributes, bool valueIsRead);
@@ -259,7 +275,7 @@ private:
   void appendEntry(std::string& path, const Entry& entry, std::size_t frame) const;
   static std::string keyText(const Entry& entry);
   bool isInSecret() const;
-  std::string pathTo(const FieldDef* field) const;
+  std::string pathTo(const FieldDef* field, bool isWhole) const;
 
   KwXMLContextInfo* context_ = nullptr;
   EncodingFlags flags_;

@@ -45,7 +45,7 @@ std::size_t sizeOf(const YMMessageBase& message, const FieldDef& def)
 }  // namespace
 
 /// The way down the open elements, and the field at its end.
-std::string MessageReader::pathTo(const FieldDef* field) const
+std::string MessageReader::pathTo(const FieldDef* field, bool isWhole) const
 {
   std::string path;
   const auto step = [&path](const FieldDef& def) {
@@ -72,7 +72,7 @@ std::string MessageReader::pathTo(const FieldDef* field) const
   }
   if (field != nullptr && field != map) {
     step(*field);
-    if (fieldTypeInfo(field->type).element != FIELD_UNSET) {
+    if (fieldTypeInfo(field->type).element != FIELD_UNSET && !isWhole) {
       const bool isStored = frames_.back().kind == Kind::Done && frames_.back().def == field;
       const std::size_t size = sizeOf(*current_, *field);
       appendPosition(path, isStored && size > 0 ? size - 1 : size);
@@ -131,7 +131,7 @@ bool MessageReader::knowsName(std::string_view name) const
 
 void MessageReader::report(ProblemKind kind, const Met& met)
 {
-  const std::string path = pathTo(met.field);
+  const std::string path = pathTo(met.field, met.isWhole);
   const _ClassDef* owner = current_ != nullptr ? current_->getClass() : nullptr;
   const bool isValue = kind != ProblemKind::AttributeUnknown && kind != ProblemKind::ElementUnknown &&
                        kind != ProblemKind::MemberUnknown && kind != ProblemKind::ClassUnknown &&
@@ -180,6 +180,14 @@ void MessageReader::reportUnfit(const FieldDef& def, FieldDataType type, std::st
     case TextFit::PrecisionLost:
       tell(ProblemKind::PrecisionLost, {.field = &def, .text = value, .type = type});
       break;
+  }
+}
+
+void MessageReader::reportTime(const FieldDef& def, std::string_view text, std::string_view form)
+{
+  const std::string_view value = withoutBlanks(text);
+  if (!isTimeOfForm(value, form)) {
+    tell(ProblemKind::NotOfType, {.field = &def, .text = value, .remark = "no such date or time"});
   }
 }
 

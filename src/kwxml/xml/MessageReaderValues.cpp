@@ -169,9 +169,11 @@ bool MessageReader::storeInteger(const FieldDef& def, std::string_view text, con
       return false;
     }
     value = seconds;
+    checkTime(def, text, "dd:dd:dd");
   } else if (form != 0 &&
              processXDate(narrow(text).c_str(), seconds, static_cast<Annotation::DateType>(form))) {
     value = seconds;
+    checkTime(def, text, form == Annotation::DATE ? "dddd-dd-dd" : "dddd-dd-dd dd:dd:dd");
   } else {
     if (form != 0) {
       log().debug(function, 25, "Error in XDate representation");
@@ -388,7 +390,7 @@ void MessageReader::beginCollection(const FieldDef& def)
   });
   MessageAccess::mark(*current_, def);
   if (again) {
-    tell(ProblemKind::GivenTwice, {.field = &def});
+    tell(ProblemKind::GivenTwice, {.field = &def, .isWhole = true});
   }
 }
 

@@ -59,7 +59,8 @@ std::string describeUnknownRoot(std::string_view name)
 bool findRoot(std::string_view name, short& system, int& classIndex)
 {
   const auto split = name.find('_');
-  if (split == std::string_view::npos) {
+  // Names of the catalogue end with a zero byte.
+  if (split == std::string_view::npos || name.find('\0') != std::string_view::npos) {
     return false;
   }
   std::string_view systemName = name.substr(0, split);
@@ -75,7 +76,6 @@ bool findRoot(std::string_view name, short& system, int& classIndex)
     classIndex = static_cast<int>(before & 0xFFFFFFFF);
     return true;
   }
-  // Names of the catalogue end with a zero byte.
   if (!YMMessageBase::getMessageSystemIndexFromName(std::string(systemName).c_str(), system) ||
       !YMMessageBase::getMessageIndexFromName(std::string(className).c_str(), system, classIndex)) {
     return false;

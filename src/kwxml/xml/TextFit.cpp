@@ -2,7 +2,9 @@
 
 #include <kwxml/text/NumberText.h>
 
+#include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -147,6 +149,36 @@ TextFit fitOf(FieldDataType type, std::string_view text)
     default:
       return TextFit::Whole;
   }
+}
+
+bool isTimeOfForm(std::string_view text, std::string_view form)
+{
+  const bool hasDate = form.starts_with("dddd-");
+  int numbers[6] = {};
+  std::size_t count = 0;
+  while (!form.empty()) {
+    const std::size_t digits = std::min(form.find_first_not_of('d'), form.size());
+    if (digits > 0) {
+      const std::string_view number = text.substr(0, text.find_first_not_of("0123456789"));
+      if (number.empty() || number.size() > digits) {
+        return false;
+      }
+      std::from_chars(number.data(), number.data() + number.size(), numbers[count++]);
+      text.remove_prefix(number.size());
+      form.remove_prefix(digits);
+    } else {
+      if (!text.starts_with(form[0])) {
+        return false;
+      }
+      text.remove_prefix(form[0] == ' ' ? std::min(text.find_first_not_of(' '), text.size()) : 1);
+      form.remove_prefix(1);
+    }
+  }
+  using namespace std::chrono;
+  return text.empty() &&
+         (!hasDate || year_month_day(year(numbers[0]), month(static_cast<unsigned>(numbers[1])),
+                                     day(static_cast<unsigned>(numbers[2])))
+                          .ok());
 }
 
 std::string_view withoutBlanks(std::string_view text)

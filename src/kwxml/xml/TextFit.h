@@ -20,6 +20,11 @@ enum class TextFit
 /// sign are allowed, and negative values of the smaller unsigned types stand as they are.
 TextFit fitOf(FieldDataType type, std::string_view text);
 
+/// Whether a text has just a form, in which "dd" is a number of at most two digits and a blank any number of
+/// them, and the date that it begins with, if any, is one of the calendar. Readers take what follows a date
+/// for nothing, and the 31st of February for a day in March.
+bool isTimeOfForm(std::string_view text, std::string_view form);
+
 /// Without the blanks of XML at both ends.
 std::string_view withoutBlanks(std::string_view text);
 

@@ -1,6 +1,8 @@
 // What a scanner tells of a document that it has accepted.
 #include <kwxml/xml/XmlScanner.h>
 
+#include <kwxml/text/TextPlace.h>
+
 #include <kwxml/xml/XmlBytes.h>
 
 #include <algorithm>
@@ -183,17 +185,9 @@ void XmlScanner::resolveValues()
 
 void XmlScanner::advance(ReadPlace& place, std::size_t offset) const
 {
-  for (; place.offset < offset; ++place.offset) {
-    const char c = begin_[place.offset];
-    const bool isLineEnd =
-        c == '\n' || (c == '\r' && begin_ + place.offset + 1 != end_ && begin_[place.offset + 1] != '\n');
-    if (isLineEnd) {
-      ++place.line;
-      place.column = 1;
-    } else if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) {
-      ++place.column;
-    }
-  }
+  TextPlace at{place.line, place.column};
+  at.pass({begin_, static_cast<std::size_t>(end_ - begin_)}, place.offset, offset);
+  place = {.line = at.line, .column = at.column, .offset = std::max<std::size_t>(place.offset, offset)};
 }
 
 /// Problems come nearly in the order of the text: each byte is looked at once or twice.
