@@ -48,7 +48,7 @@ code, q { color: var(--text); overflow-wrap: anywhere; }
 q, time { background: var(--box); border-radius: 3px; padding: 0 .25em; }
 q { quotes: none; border: 1px solid var(--line); white-space: pre-wrap; }
 q, code { overflow: clip; overflow-clip-margin: 2px; }
-q:not(.n) { display: inline-block; max-width: 100%; vertical-align: top; }
+q:where(:not(.n)) { display: inline-block; max-width: 100%; vertical-align: top; }
 q:empty::before { content: "\200B"; }
 q.n { display: block; margin: 2px 0 2px 1.2rem; padding: .1em .5em; border-left: 3px solid var(--soft); }
 em { font-style: normal; color: var(--escape); border-bottom: 1px dotted; }
@@ -69,7 +69,7 @@ td { color: var(--text); }
 td, thead th { white-space: nowrap; }
 td[colspan], .d td, .doc td { white-space: normal; }
 td > q, td > code, th > q { display: inline-block; max-width: min(40rem, 75vw); }
-th > q { white-space: pre-wrap; overflow-wrap: anywhere; }
+th > q { max-width: min(25rem, 45vw); white-space: pre-wrap; overflow-wrap: anywhere; }
 main > details, main > .g > .m { border-bottom: 1px solid var(--line); padding: .2rem 0; }
 .doc .w { margin-bottom: .6rem; }
 .c { width: 1.6em; height: 1.6em; margin-left: .1em; padding: 0; vertical-align: -.4em; border: 1px solid transparent;
@@ -319,7 +319,7 @@ document.addEventListener('DOMContentLoaded', () => {
 )js";
 
 /// scripts/page-digests writes them.
-constexpr std::string_view styleDigest = "sha256-Itv16RsUe6JoGqZ+/u1nlbEMd8G0ra99DB4/Z/IY460=";
+constexpr std::string_view styleDigest = "sha256-VQIhmwVuR24u87zFISzk27zQfjDficto2GFNJMjduNI=";
 constexpr std::string_view scriptDigest = "sha256-BnJi38rVyzYU+eHdrTsMU0UTa4KRXQ5fkRjC48KKRSo=";
 
 }  // namespace
