@@ -209,7 +209,7 @@ std::string SchemaWriter::ofInteger(const FieldDef& def)
 {
   constexpr std::string_view date = "[0-9]{4}-(0[1-9]|1[0-2])-(0[1-9]|[12][0-9]|3[01])";
   constexpr std::string_view clock = "([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]";
-  const std::string number = ofNumber(def.type);
+  std::string number = ofNumber(def.type);
   const AnnotationRecord annotations(def.annotations);
   std::string pattern = "^";
   if (annotations.isTimeOfDay()) {
