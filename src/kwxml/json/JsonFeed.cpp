@@ -201,7 +201,7 @@ const FieldDef* JsonFeed::findMember(Frame& frame, std::string_view name) const
 {
   const FieldDef* found = frame.next;
   const bool isNext = found != nullptr && found != rules_.endOfFields() && name == found->getName() &&
-                      rules_.field(found->hash) == found;
+                      found->hash != 0 && rules_.field(found->hash) == found;
   if (!isNext) {
     found = rules_.field(nameHash(name.data(), name.size()));
   }
