@@ -148,6 +148,7 @@ std::size_t behindBlanks(std::string_view text, std::size_t at)
 JsonRead readJson(std::string_view text, std::size_t begin, bool isLast, KwXMLContextInfo* context,
                   ReadObserver* observer)
 {
+  begin = std::min(begin, text.size());
   if (begin == 0 && text.starts_with(JsonPlaces::byteOrderMark)) {
     begin = JsonPlaces::byteOrderMark.size();
   }

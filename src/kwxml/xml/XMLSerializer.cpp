@@ -13,7 +13,6 @@
 #include <xercesc/framework/MemBufFormatTarget.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
-#include <algorithm>
 #include <memory>
 #include <ostream>
 
