@@ -4,11 +4,14 @@ include(CMakePackageConfigHelpers)
 
 set(KWXML_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/KwXMLMsgsBase")
 
-# The wrappers of the default catalogue are installed as <catalogue/System.h>.
-target_include_directories(KwXMLCatalogue INTERFACE "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
-get_target_property(sources KwXMLCatalogue SOURCES)
-list(FILTER sources INCLUDE REGEX "/catalogue/[^/]*\\.h$")
-install(FILES ${sources} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
+# The wrappers of the library's own catalogue, or else those of the sample, are installed as <catalogue/System.h>.
+set(wrappers ${KWXML_BUILTIN_HEADERS})
+if(NOT wrappers)
+  target_include_directories(KwXMLSample INTERFACE "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  get_target_property(wrappers KwXMLSample SOURCES)
+  list(FILTER wrappers INCLUDE REGEX "/catalogue/[^/]*\\.h$")
+endif()
+install(FILES ${wrappers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
 
 # Headers of the library's own use are named ...Internal.h or say so in their first comment.
 file(GLOB_RECURSE headers RELATIVE "${CMAKE_SOURCE_DIR}/src/kwxml" CONFIGURE_DEPENDS
@@ -24,7 +27,10 @@ foreach(header IN LISTS headers)
   endif()
 endforeach()
 
-set(installed_targets KwXMLMsgsBase KwXMLCatalogue kwxml kwxml-catalogue)
+set(installed_targets KwXMLMsgsBase kwxml kwxml-catalogue)
+if(NOT KWXML_CATALOGUE_DIR)
+  list(APPEND installed_targets KwXMLSample)
+endif()
 if(TARGET KwPlatform)
   list(APPEND installed_targets KwPlatform)
 endif()

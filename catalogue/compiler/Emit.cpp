@@ -4,12 +4,12 @@
 
 namespace kwxml::catalogue {
 
-std::vector<OutputFile> emit(const Catalogue& catalogue, const std::string& headLine, unsigned shards)
+std::vector<OutputFile> emit(const Catalogue& catalogue, const Emission& emission)
 {
-  std::vector<OutputFile> files = emitTables(catalogue, headLine, shards);
-  files.push_back(emitRegistry(catalogue, headLine));
+  std::vector<OutputFile> files = emitTables(catalogue, emission);
+  files.push_back(emitRegistry(catalogue, emission));
   for (const System& system : catalogue.systems) {
-    files.push_back(emitHeader(system, headLine));
+    files.push_back(emitHeader(system, emission));
   }
   return files;
 }

@@ -17,7 +17,9 @@
 //     static constexpr unsigned long tag = 0x010003F0;
 //     static constexpr int systemIndex = 1;
 //     static constexpr int classIndex = 0;
-//     Status() : ::YMMessageBase(systemIndex, classIndex) {}
+//     static constexpr ::kwxml::WrapperField kwxmlFields[] = {{0x9CB015, 0, 0, ::FIELD_INT}, ...};
+//     static constexpr ::kwxml::WrapperClass kwxmlClass = {...};
+//     Status() : ::YMMessageBase(kwxmlClass) {}
 //
 //     int errorCode() const ...
 //     void set_errorCode(int value) ...
@@ -29,12 +31,13 @@
 //
 //   }  // namespace Demo
 //
-//   #include "Other.h"
-//
-// Classes refer to each other across systems, in circles too. So each header declares what it refers to and
-// names the other headers at its end; accessors need no complete class.
+// Classes refer to each other across systems, in circles too. So each header declares what it refers to, and
+// includes no other system's: the headers of a large catalogue would be megabytes in every file that needs
+// one class. Accessors need no complete class.
 #include "CppText.h"
+#include "SchemaTypes.h"
 #include "Stages.h"
+#include "Tables.h"
 
 #include <kwxml/model/YMMessageBase.h>
 
@@ -61,9 +64,14 @@ constexpr const char* explanation = R"(
 // enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
 // own class, is List, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
 //
-// A message of another class, or of a class of the same name in another catalogue, can be read and written through a
+// A class of another system that a field refers to is declared here; whoever uses its members includes that system's
+// header.
+//
+// A message of another class, or of a class of the same name and another ID, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
-// nested message throws KwException where the message has no such field, or no message in it.
+// nested message throws KwException where the message has no such field, or no message in it. A program that runs with
+// tables that have other fields for a class than these wrappers gets a KwException where it makes or takes a message
+// of that class.
 )";
 
 /// `wanted`, with as many "_" behind it as make it new among `names`.
@@ -80,7 +88,7 @@ std::string qualified(const Class& cls)
   return "::" + cls.system->name + "::" + cppName(cls.name);
 }
 
-std::string enumeration(const Class& cls)
+std::string enumeration(const Class& cls, const std::string& catalogue)
 {
   const std::string name = cppName(cls.name);
   std::string out = "\nenum class " + name + " : int {\n";
@@ -94,7 +102,8 @@ std::string enumeration(const Class& cls)
                 : std::to_string(static_cast<std::int32_t>(field.value))) +
            ",\n";
   }
-  const std::string place = std::to_string(cls.system->index) + ", " + std::to_string(cls.index);
+  const std::string place = "::kwxml::catalogues::" + catalogue + ", " + std::to_string(cls.system->index) +
+                            ", " + std::to_string(cls.index);
   return out +
          "};\n/// The enumerator's name; an empty text for another number.\ninline const char* nameOf(" +
          name + " value)\n{\n  return ::kwxml::enumeratorName(" + place +
@@ -189,12 +198,12 @@ private:
   {
     const std::string wrapper = qualified(*field_.reference);
     const std::string address = "(*this, " + place_ + ", " + key_;
-    const std::string made = "::kwxml::mutableNestedMessage" + address + ", " +
-                             std::to_string(field_.reference->system->index) + ", " +
-                             std::to_string(field_.reference->index) + ")";
+    const std::string checked = address + ", " + hexadecimal(tagId(*field_.reference), 8) + ", " +
+                                hexadecimal(fingerprint(*field_.reference), 8) + ")";
+    const std::string made = "::kwxml::mutableNestedMessage" + checked;
     return getter("const " + wrapper + "*", "isSet(" + number_ + ", " + key_ + ") ? static_cast<const " +
-                                                wrapper + "*>(::kwxml::nestedMessage" + address +
-                                                ")) : nullptr") +
+                                                wrapper + "*>(::kwxml::nestedMessage" + checked +
+                                                ") : nullptr") +
            setter("const " + wrapper + "&", "::kwxml::setNestedMessage" + address + ", &value)") +
            changer(wrapper + "&", "*static_cast<" + wrapper + "*>(" + made + ")");
   }
@@ -300,7 +309,28 @@ private:
   std::string key_;
 };
 
-std::string wrapper(const Class& cls)
+/// What the wrapper was compiled for.
+std::string wrapperClass(const Class& cls, const std::string& catalogue)
+{
+  std::string fields;
+  for (std::size_t i = 0; i < cls.fields.size(); ++i) {
+    const FieldRow row = fieldRow(cls.fields[i], i);
+    fields += std::string(i == 0       ? ""
+                          : i % 4 == 0 ? ",\n      "
+                                       : ", ") +
+              "{" + hexadecimal(row.hash) + ", " + std::to_string(row.number) + ", " +
+              std::to_string(row.slot) + ", ::" + enumeratorName(row.type) + "}";
+  }
+  return (fields.empty()
+              ? ""
+              : "  static constexpr ::kwxml::WrapperField kwxmlFields[] = {\n      " + fields + "};\n") +
+         "  static constexpr ::kwxml::WrapperClass kwxmlClass = {\n      &::kwxml::catalogues::" + catalogue +
+         ", " + literal(catalogue) + ", " + literal(cls.system->name) + ", " + literal(cls.name) +
+         ", tag, classIndex, " + hexadecimal(fingerprint(cls), 8) + ", " + std::to_string(cls.fields.size()) +
+         ", " + (fields.empty() ? "nullptr" : "kwxmlFields") + "};\n";
+}
+
+std::string wrapper(const Class& cls, const std::string& catalogue)
 {
   const std::string name = cppName(cls.name);
   // As a number in each accessor: to look up a name thousands of times takes compilers long.
@@ -308,9 +338,10 @@ std::string wrapper(const Class& cls)
   std::string out = "\nclass " + name +
                     " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " + tag +
                     ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
-                    ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n  " + name +
-                    "() : ::YMMessageBase(systemIndex, classIndex) {}\n";
-  std::set<std::string> names = {name, "List"};  // and the accessors' template parameter
+                    ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n" +
+                    wrapperClass(cls, catalogue) + "  " + name + "() : ::YMMessageBase(kwxmlClass) {}\n";
+  // And the accessors' template parameter.
+  std::set<std::string> names = {name, "List", "kwxmlClass", "kwxmlFields"};
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     std::string base = cppName(cls.fields[i].name);
     const auto taken = [&names](const std::string& candidate) {
@@ -355,10 +386,12 @@ std::map<const System*, std::set<const Class*>> references(const System& system)
 
 }  // namespace
 
-OutputFile emitHeader(const System& system, const std::string& headLine)
+OutputFile emitHeader(const System& system, const Emission& emission)
 {
-  std::string out =
-      headLine + "//" + explanation + "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\n";
+  std::string out = emission.headLine + "//" + explanation +
+                    "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\nnamespace kwxml::catalogues {\n"
+                    "extern const ::kwxml::Registry " +
+                    emission.name + ";\n}  // namespace kwxml::catalogues\n\n";
   std::map<std::string, std::set<std::string>> others;  // sorted by name: equal schemas give equal bytes
   for (const auto& [other, classes] : references(system)) {
     for (const Class* cls : classes) {
@@ -378,21 +411,18 @@ OutputFile emitHeader(const System& system, const std::string& headLine)
   }
   for (const Class& cls : system.classes) {
     if (cls.isEnum) {
-      out += enumeration(cls);
+      out += enumeration(cls, emission.name);
     }
   }
   for (const Class& cls : system.classes) {
     if (!cls.isEnum) {
-      out += wrapper(cls);
+      out += wrapper(cls, emission.name);
     }
   }
   out +=
       "\n/// Does nothing; a call forces the system's tables to be linked.\nvoid RegisterSubsystem();\n\n"
       "}  // namespace " +
       system.name + "\n";
-  for (const auto& [name, declarations] : others) {
-    out += (name == others.begin()->first ? "\n#include \"" : "#include \"") + name + ".h\"\n";
-  }
   return {system.name + ".h", out};
 }
 

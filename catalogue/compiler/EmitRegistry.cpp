@@ -1,4 +1,6 @@
-// The registry of message systems and what its rows point to:
+// The registry of message systems, what its rows point to, and the catalogue as an object:
+//
+//   #pragma GCC visibility push(hidden)
 //
 //   namespace KWXMLMSG_STRUCT_DEFS_Demo {
 //   extern const ::FieldDef Status[];
@@ -13,18 +15,33 @@
 //   const ::kwxml::DefaultValue DefaultValuesMetadata_Demo[] = {{0, "0"}, {65535, nullptr}};
 //   }
 //
+//   namespace {
+//   const ::kwxml::ClassNameIndex classNames[] = {{0x1234ABCD, 1, 0}};
+//   extern const ::kwxml::CatalogueTables tables;
+//   }
+//
+//   #pragma GCC visibility pop
+//   #pragma GCC visibility push(default)
+//
 //   namespace Demo { void RegisterSubsystem() {} }
 //
 //   const MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[206] = {...};
 //   const XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr, nullptr,
 //   -1}};
 //
+//   namespace kwxml::catalogues {
+//   extern const ::kwxml::Registry pets;
+//   constinit const ::kwxml::Registry pets(tables);
+//   }
+//   const ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =
+//   &::kwxml::catalogues::pets;
+//
+//   #pragma GCC visibility pop
+//
 // Systems come in ascending order of their indices.
 #include "CppText.h"
 #include "Stages.h"
-
-#include <algorithm>
-#include <cstring>
+#include "Tables.h"
 
 namespace kwxml::catalogue {
 namespace {
@@ -39,11 +56,6 @@ std::string array(const std::string& type, const std::string& name, const std::s
   return "extern " + declarator + ";\n" + declarator + " = {\n" + lines + "};\n";
 }
 
-int numberOfClasses(const System& system)
-{
-  return system.classes.back().index + 1;
-}
-
 std::string fieldDeclarations(const System& system)
 {
   std::string out = "\nnamespace KWXMLMSG_STRUCT_DEFS_" + system.name + " {\n";
@@ -55,160 +67,175 @@ std::string fieldDeclarations(const System& system)
   return out + "}  // namespace KWXMLMSG_STRUCT_DEFS_" + system.name + "\n";
 }
 
-/// The class records and the defaults table to which they point. Every class that has defaults ends its run
-/// with an entry that matches no field; a system without any still has that entry, so that its table can be
-/// read.
-std::string classesAndDefaults(const System& system)
+std::string classesAndDefaults(const SystemTables& tables)
 {
-  const std::string end = "    {65535, nullptr},\n";
-  std::string defaults;
-  std::size_t defaultCount = 0;
+  const std::string& system = tables.system->name;
   std::string classes;
-  int next = 0;
-  for (const Class& cls : system.classes) {
-    for (; next < cls.index; ++next) {
+  for (const auto& [cls, defaultsIndex] : tables.classes) {
+    if (cls == nullptr) {
       classes += "    {nullptr, nullptr, 0x0, -1, 0, 0},\n";
-    }
-    ++next;
-    const std::size_t firstDefault = defaultCount;
-    for (std::size_t i = 0; i < cls.fields.size(); ++i) {
-      if (cls.fields[i].defaultValue) {
-        defaults += "    {" + std::to_string(i) + ", " + literal(*cls.fields[i].defaultValue) + "},\n";
-        ++defaultCount;
-      }
-    }
-    const bool hasDefaults = defaultCount > firstDefault;
-    if (hasDefaults) {
-      defaults += end;
-      ++defaultCount;
+      continue;
     }
     const std::string fields =
-        cls.fields.empty() ? "nullptr" : "::KWXMLMSG_STRUCT_DEFS_" + system.name + "::" + cppName(cls.name);
-    classes += "    {" + literal(cls.name) + ", " + fields + ", " +
-               hexadecimal(static_cast<unsigned long>(cls.id)) + ", " +
-               (hasDefaults ? std::to_string(firstDefault) : "-1") + ", " +
-               std::to_string(cls.fields.size()) + ", " + std::to_string(cls.numberOfSlots) + "},\n";
+        cls->fields.empty() ? "nullptr" : "::KWXMLMSG_STRUCT_DEFS_" + system + "::" + cppName(cls->name);
+    classes += "    {" + literal(cls->name) + ", " + fields + ", " +
+               hexadecimal(static_cast<unsigned long>(cls->id)) + ", " + std::to_string(defaultsIndex) +
+               ", " + std::to_string(cls->fields.size()) + ", " + std::to_string(cls->numberOfSlots) + "},\n";
   }
-  return array("::_ClassDef", "SchemaChooser_" + system.name, classes) +
-         array("::kwxml::DefaultValue", "DefaultValuesMetadata_" + system.name,
-               defaults.empty() ? end : defaults);
+  std::string defaults;
+  for (const auto& [field, text] : tables.defaults) {
+    defaults +=
+        "    {" + std::to_string(field) + ", " + (text != nullptr ? literal(*text) : "nullptr") + "},\n";
+  }
+  return array("::_ClassDef", "SchemaChooser_" + system, classes) +
+         array("::kwxml::DefaultValue", "DefaultValuesMetadata_" + system, defaults);
 }
 
-/// The class-ID table. It is as long as the class array; where the array has records without a name, the last
-/// entry is repeated instead, so that no identifier leads to such a record.
-std::string classIds(const System& system)
+std::string classIds(const SystemTables& tables)
 {
-  std::vector<std::pair<long long, int>> entries;
-  for (const Class& cls : system.classes) {
-    entries.emplace_back(cls.id, cls.index);
-  }
-  std::sort(entries.begin(), entries.end());
-  entries.resize(static_cast<std::size_t>(numberOfClasses(system)), entries.back());
   std::string lines;
-  for (const auto& [id, index] : entries) {
+  for (const auto& [id, index] : tables.classIds) {
     lines += "    {" + hexadecimal(static_cast<unsigned long>(id)) + ", " + std::to_string(index) + "},\n";
   }
-  return array("::kwxml::ClassIdIndex", "MessageIDAndIndicesMapping_" + system.name, lines);
+  return array("::kwxml::ClassIdIndex", "MessageIDAndIndicesMapping_" + tables.system->name, lines);
 }
 
 /// The XPath arrays of one system, each with an entry of zeros at its end, as anonymous-namespace constants.
-std::string xpathArrays(const System& system)
+std::string xpathArrays(const SystemTables& tables)
 {
+  const std::string& name = tables.system->name;
   std::string indices;
   std::string fieldsInfo;
-  std::vector<std::pair<long long, std::size_t>> byId;
-  std::vector<const XPath*> byText;
-  for (std::size_t i = 0; i < system.xpaths.size(); ++i) {
-    const XPath& xpath = system.xpaths[i];
-    const std::string name = "xpath" + std::to_string(i) + "_" + system.name;
+  for (std::size_t i = 0; i < tables.xpath.paths.size(); ++i) {
+    const XPath* const xpath = tables.xpath.paths[i];
+    const std::string array = "xpath" + std::to_string(i) + "_" + name;
     std::string list;
-    for (const int index : xpath.fieldIndices) {
+    for (const int index : xpath->fieldIndices) {
       list += (list.empty() ? "" : ", ") + std::to_string(index);
     }
-    indices += "const ::std::int16_t " + name + "[] = {" + list + "};\n";
-    fieldsInfo += "    {" + name + ", " + std::to_string(xpath.fieldIndices.size()) + "},\n";
-    byId.emplace_back(xpath.id, i);
-    byText.push_back(&xpath);
+    indices += "const ::std::int16_t " + array + "[] = {" + list + "};\n";
+    fieldsInfo += "    {" + array + ", " + std::to_string(xpath->fieldIndices.size()) + "},\n";
   }
-  std::sort(byId.begin(), byId.end());
-  std::sort(byText.begin(), byText.end(), [](const XPath* a, const XPath* b) {
-    const int order = std::strcmp(a->path.c_str(), b->path.c_str());
-    return order != 0 ? order < 0 : a->id < b->id;
-  });
   std::string helpers;
-  for (const auto& [id, index] : byId) {
+  for (const auto& [id, index] : tables.xpath.byId) {
     helpers += "    {" + std::to_string(id) + ", " + std::to_string(index) + "},\n";
   }
   std::string texts;
-  for (const XPath* xpath : byText) {
+  for (const XPath* xpath : tables.xpath.byText) {
     texts += "    {" + std::to_string(xpath->id) + ", " + literal(xpath->path) + "},\n";
   }
-  const std::string& name = system.name;
   return indices + "const ::kwxml::XPathFieldsInfo fieldsInfo_" + name + "[] = {\n" + fieldsInfo +
          "    {nullptr, 0},\n};\n" + "const ::XPathIDHelper idToFieldsInfo_" + name + "[] = {\n" + helpers +
          "    {0, 0},\n};\n" + "const ::XPathIDToXPath idToXPath_" + name + "[] = {\n" + texts +
          "    {0, nullptr},\n};\n";
 }
 
-std::string registryRows(const std::vector<const System*>& systems)
+std::string registryRows(const std::vector<SystemTables>& systems)
 {
   std::string out = "const MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[" +
                     std::to_string(XML_KWMessage_MessageSystemChooser::numberOfSystems) + "] = {\n";
   auto next = systems.begin();
   for (int row = 0; row < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++row) {
-    if (next == systems.end() || (*next)->index != row) {
+    if (next == systems.end() || next->system->index != row) {
       out += "    {},\n";
       continue;
     }
-    const System& system = **next++;
+    const System& system = *next->system;
     const std::string space = std::string("::") + chooser + "::";
     out += "    {" + literal(system.name) + ", " + space + "SchemaChooser_" + system.name + ",\n     " +
            space + "MessageIDAndIndicesMapping_" + system.name + ",\n     " + space +
-           "DefaultValuesMetadata_" + system.name + ", " + std::to_string(numberOfClasses(system)) + ", " +
+           "DefaultValuesMetadata_" + system.name + ", " + std::to_string(next->classes.size()) + ", " +
            (system.isEager() ? "1" : "0") + "},\n";
+    ++next;
   }
   return out + "};\n";
 }
 
+/// One of the arrays that CatalogueTables counts; none where it would be empty.
+std::string counted(const std::string& type, const std::string& name, const std::string& lines)
+{
+  return lines.empty() ? "" : "const ::kwxml::" + type + " " + name + "[] = {\n" + lines + "};\n";
+}
+
+std::string names(const Tables& tables)
+{
+  std::string classNames;
+  for (const ClassNameIndex& entry : tables.classNames) {
+    classNames += "    {" + hexadecimal(entry.hash, 8) + ", " + std::to_string(entry.system) + ", " +
+                  std::to_string(entry.classIndex) + "},\n";
+  }
+  const auto place = [](const auto& row) {
+    return "    {" + std::to_string(row.system) + ", " + std::to_string(row.classIndex) + ", " +
+           std::to_string(row.field) + ", 0, ";
+  };
+  std::string formerNames;
+  for (const FormerNameRow& row : tables.formerNames) {
+    formerNames += place(row) + hexadecimal(nameHash(row.name.data(), row.name.size())) + ", " +
+                   literal(row.name) + "},\n";
+  }
+  std::string docs;
+  for (const DocRow& row : tables.docs) {
+    docs += place(row) + literal(row.text) + "},\n";
+  }
+  return counted("ClassNameIndex", "classNames", classNames) +
+         counted("FormerName", "formerNames", formerNames) + counted("DocText", "docs", docs);
+}
+
+std::string catalogueObject(const Tables& tables, const Emission& emission)
+{
+  const std::string& name = emission.name;
+  const std::string system = "XML_KWMessage_MessageSystemChooser::";
+  const auto count = [](std::size_t size) { return std::to_string(size) + ", "; };
+  const auto pointer = [](std::size_t size, const char* array) { return size > 0 ? array : "nullptr"; };
+  const std::string object = "const ::kwxml::Registry " + name;
+  return "\nnamespace {\nconstexpr ::kwxml::CatalogueTables tables = {\n    " +
+         std::to_string(CatalogueTables::currentVersion) + ", " + count(tables.classNames.size()) +
+         count(tables.formerNames.size()) + count(tables.docs.size()) + literal(name) + ",\n    " + system +
+         "msgSysStruct,\n    " + system + "xpathData,\n    " +
+         pointer(tables.classNames.size(), "classNames") + ", " +
+         pointer(tables.formerNames.size(), "formerNames") + ", " + pointer(tables.docs.size(), "docs") +
+         "};\n}  // namespace\n\nnamespace kwxml::catalogues {\nextern " + object + ";\nconstinit " + object +
+         "(tables);\n}  // namespace kwxml::catalogues\n" +
+         (emission.builtIn
+              ? ""
+              : "\nconst ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =\n"
+                "    &::kwxml::catalogues::" +
+                    name + ";\n");
+}
+
 }  // namespace
 
-OutputFile emitRegistry(const Catalogue& catalogue, const std::string& headLine)
+OutputFile emitRegistry(const Catalogue& catalogue, const Emission& emission)
 {
-  std::vector<const System*> systems;
-  for (const System& system : catalogue.systems) {
-    systems.push_back(&system);
-  }
-  std::sort(systems.begin(), systems.end(),
-            [](const System* a, const System* b) { return a->index < b->index; });
-
-  std::string out = headLine + "#include <kwxml/model/Metadata.h>\n";
+  const Tables tables = makeTables(catalogue);
+  std::string out = emission.headLine + "#include <kwxml/model/Registry.h>\n\n" + hiddenFromHere;
   std::string xpathConstants;
   std::string xpathRows;
-  for (const System* system : systems) {
-    out += fieldDeclarations(*system);
-    if (system->hasXPathTables() && !system->xpaths.empty()) {
-      xpathConstants += xpathArrays(*system);
-      xpathRows += "    {" + std::to_string(system->index) + ", fieldsInfo_" + system->name +
-                   ", idToFieldsInfo_" + system->name + ", idToXPath_" + system->name + ", " +
-                   std::to_string(system->xpaths.size()) + "},\n";
+  for (const SystemTables& system : tables.systems) {
+    out += fieldDeclarations(*system.system);
+    if (!system.xpath.paths.empty()) {
+      const std::string& name = system.system->name;
+      xpathConstants += xpathArrays(system);
+      xpathRows += "    {" + std::to_string(system.system->index) + ", fieldsInfo_" + name +
+                   ", idToFieldsInfo_" + name + ", idToXPath_" + name + ", " +
+                   std::to_string(system.xpath.paths.size()) + "},\n";
     }
   }
   out += std::string("\nnamespace ") + chooser + " {\n";
-  for (const System* system : systems) {
-    out += classesAndDefaults(*system) + classIds(*system);
+  for (const SystemTables& system : tables.systems) {
+    out += classesAndDefaults(system) + classIds(system);
   }
-  out += std::string("}  // namespace ") + chooser + "\n";
-  for (const System* system : systems) {
-    out += "\nnamespace " + system->name +
-           " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " + system->name +
-           "\n";
+  out += std::string("}  // namespace ") + chooser + "\n\nnamespace {\n" + xpathConstants + names(tables) +
+         "}  // namespace\n\n" + hiddenToHere + "#pragma GCC visibility push(default)\n";
+  for (const SystemTables& system : tables.systems) {
+    out += "\nnamespace " + system.system->name +
+           " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " +
+           system.system->name + "\n";
   }
-  if (!xpathConstants.empty()) {
-    out += "\nnamespace {\n" + xpathConstants + "}  // namespace\n";
-  }
-  out += "\n" + registryRows(systems);
+  out += "\n" + registryRows(tables.systems);
   out += "\nconst XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {\n" + xpathRows +
-         "    {0, nullptr, nullptr, nullptr, -1},\n};\n";
+         "    {0, nullptr, nullptr, nullptr, -1},\n};\n" + catalogueObject(tables, emission) + "\n" +
+         hiddenToHere;
   return {"registry.cpp", out};
 }
 

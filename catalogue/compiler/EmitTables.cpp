@@ -2,6 +2,8 @@
 //
 //   #include <kwxml/model/Metadata.h>
 //
+//   #pragma GCC visibility push(hidden)
+//
 //   namespace {
 //   const unsigned char annotations0[] = {0x00, 0x05, 0x01, 0x00, 0x00};
 //   }  // namespace
@@ -14,12 +16,14 @@
 //   };
 //   }  // namespace KWXMLMSG_STRUCT_DEFS_Demo
 //
+//   #pragma GCC visibility pop
+//
 // Everything is constant-initialised. An annotation record that several fields of a file share stands there
 // once.
-#include "AnnotationRecord.h"
 #include "CppText.h"
 #include "SchemaTypes.h"
 #include "Stages.h"
+#include "Tables.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -30,12 +34,6 @@ namespace {
 
 // Keeps one file's compile time in the order of a second.
 constexpr std::size_t classesPerFile = 256;
-
-std::string packedReferenceBytes(const Class& cls)
-{
-  return {static_cast<char>(cls.system->index), static_cast<char>(cls.index >> 16),
-          static_cast<char>(cls.index >> 8 & 0xFF), static_cast<char>(cls.index & 0xFF)};
-}
 
 /// One table file in the making.
 class Shard
@@ -59,34 +57,25 @@ public:
   std::string text(const std::string& headLine)
   {
     closeNamespace();
-    std::string out = headLine + "#include <kwxml/model/Metadata.h>\n";
+    std::string out = headLine + "#include <kwxml/model/Metadata.h>\n\n" + hiddenFromHere;
     if (!records_.empty()) {
       out += "\nnamespace {\n" + annotations_ + "}  // namespace\n";
     }
-    return out + arrays_;
+    return out + arrays_ + "\n" + hiddenToHere;
   }
 
 private:
   void addField(const Field& field, std::size_t position)
   {
-    std::string references;
-    if (field.keyReference != nullptr) {
-      references += packedReferenceBytes(*field.keyReference);
-    }
-    if (field.reference != nullptr) {
-      references += packedReferenceBytes(*field.reference);
-    }
-    // Records without a type have no place in the bits of their class.
-    const std::size_t number = field.type == FIELD_UNSET ? 0 : position;
-    arrays_ += "    {" + (references.empty() ? "" : literal(references) + " ") + literal(field.name) + ", " +
-               annotationsName(field) + ", " + hexadecimal(field.recordHash()) + ", 0, " +
-               std::to_string(number) + ", " + std::to_string(field.slot) +
-               ", ::" + enumeratorName(field.type) + "},\n";
+    const FieldRow row = fieldRow(field, position);
+    arrays_ += "    {" + (row.references.empty() ? "" : literal(row.references) + " ") + literal(field.name) +
+               ", " + annotationsName(row.annotations) + ", " + hexadecimal(row.hash) + ", 0, " +
+               std::to_string(row.number) + ", " + std::to_string(row.slot) +
+               ", ::" + enumeratorName(row.type) + "},\n";
   }
 
-  std::string annotationsName(const Field& field)
+  std::string annotationsName(const std::string& record)
   {
-    const std::string record = annotationRecord(field);
     if (record.empty()) {
       return "nullptr";
     }
@@ -118,7 +107,7 @@ private:
 
 }  // namespace
 
-std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string& headLine, unsigned shards)
+std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& emission)
 {
   std::vector<const System*> systems;
   for (const System& system : catalogue.systems) {
@@ -135,7 +124,8 @@ std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string
     }
   }
   const std::size_t count =
-      shards > 0 ? shards : std::max<std::size_t>(1, (classes.size() + classesPerFile - 1) / classesPerFile);
+      emission.shards > 0 ? emission.shards
+                          : std::max<std::size_t>(1, (classes.size() + classesPerFile - 1) / classesPerFile);
   std::vector<OutputFile> files;
   for (std::size_t i = 0; i < count; ++i) {
     Shard shard;
@@ -144,7 +134,7 @@ std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string
     }
     char name[32];
     std::snprintf(name, sizeof name, "tables_%03zu.cpp", i);
-    files.push_back({name, shard.text(headLine)});
+    files.push_back({name, shard.text(emission.headLine)});
   }
   return files;
 }

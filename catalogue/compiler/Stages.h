@@ -29,13 +29,25 @@ struct OutputFile
   std::string text;
 };
 
-/// All generated files of a laid-out catalogue. `headLine` is the first line of each; `shards` 0 chooses the
-/// number of table files from the number of classes. The same catalogue gives the same bytes.
-std::vector<OutputFile> emit(const Catalogue& catalogue, const std::string& headLine, unsigned shards);
+/// How to write a catalogue.
+struct Emission
+{
+  std::string headLine;            ///< the first line of each file
+  std::string name = "catalogue";  ///< of the catalogue: a C++ identifier
+  unsigned shards = 0;             ///< the number of table files; 0: by the number of classes
+  bool builtIn = false;  ///< the catalogue of the library itself, which every other one comes before
+};
+
+/// All generated files of a laid-out catalogue. The same catalogue gives the same bytes.
+std::vector<OutputFile> emit(const Catalogue& catalogue, const Emission& emission);
 
 // The emitters, one per artefact.
-std::vector<OutputFile> emitTables(const Catalogue& catalogue, const std::string& headLine, unsigned shards);
-OutputFile emitRegistry(const Catalogue& catalogue, const std::string& headLine);
-OutputFile emitHeader(const System& system, const std::string& headLine);
+std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& emission);
+OutputFile emitRegistry(const Catalogue& catalogue, const Emission& emission);
+OutputFile emitHeader(const System& system, const Emission& emission);
+
+// The arrays between these lines are seen inside the catalogue's library alone, however it is compiled.
+inline constexpr const char* hiddenFromHere = "#pragma GCC visibility push(hidden)\n";
+inline constexpr const char* hiddenToHere = "#pragma GCC visibility pop\n";
 
 }  // namespace kwxml::catalogue

@@ -21,7 +21,8 @@ constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
 
-constexpr const char* usage = "usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
+constexpr const char* usage =
+    "usage: kwxml-catalogue [--name NAME] [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
 
 constexpr const char* help =
     "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
@@ -48,6 +49,8 @@ struct Arguments
 {
   bool help = false;
   bool strict = false;
+  bool builtIn = false;
+  std::string name = "catalogue";
   unsigned shards = 0;
   std::string outputDirectory;
   std::vector<std::string> schemas;
@@ -67,13 +70,19 @@ std::string readArguments(int argc, char** argv, Arguments& arguments)
       options = false;
     } else if (options && argument == "--strict") {
       arguments.strict = true;
-    } else if (options && (argument == "-o" || argument == "--shards")) {
+    } else if (options && argument == "--built-in") {
+      arguments.builtIn = true;
+    } else if (options && (argument == "-o" || argument == "--shards" || argument == "--name")) {
       if (++i == argc) {
         return argument + " needs a value";
       }
       const std::string value = argv[i];
       if (argument == "-o") {
         arguments.outputDirectory = value;
+        continue;
+      }
+      if (argument == "--name") {
+        arguments.name = value;
         continue;
       }
       const char* end = value.data() + value.size();
@@ -193,7 +202,8 @@ int compile(const Arguments& arguments)
   if (diagnostics.hasErrors()) {
     return exitRefused;
   }
-  writeFiles(arguments.outputDirectory, emit(catalogue, headLine(files), arguments.shards));
+  writeFiles(arguments.outputDirectory,
+             emit(catalogue, {headLine(files), arguments.name, arguments.shards, arguments.builtIn}));
   return exitDone;
 }
 

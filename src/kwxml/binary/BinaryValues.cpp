@@ -2,6 +2,7 @@
 #include <kwxml/binary/BodyReader.h>
 
 #include <kwxml/diagnostics/Log.h>
+#include <kwxml/model/MessageLife.h>
 
 #include <algorithm>
 #include <bit>
@@ -206,7 +207,7 @@ bool BodyReader<Watch>::readNumbers(std::vector<Number>& list, const FieldDef& d
 template <class Watch>
 bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
 {
-  const PackedReference reference = packedReference(def);
+  const PackedReference reference = MessageAccess::reference(message, def);
   YMMessageBase*& nested = MessageAccess::pointer<YMMessageBase>(message, def.slot);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
@@ -220,8 +221,9 @@ bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
     delete std::exchange(nested, nullptr);
   }
   if (nested == nullptr) {
-    nested =
-        cls != nullptr ? new (std::nothrow) YMMessageBase(reference.system, reference.classIndex) : nullptr;
+    nested = cls != nullptr ? new (std::nothrow)
+                                  YMMessageBase(*reference.registry, reference.system, reference.classIndex)
+                            : nullptr;
     if (nested == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
@@ -241,7 +243,7 @@ template <class Watch>
 bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
                                     std::vector<YMMessageBase>& list)
 {
-  const PackedReference reference = packedReference(def);
+  const PackedReference reference = MessageAccess::reference(message, def);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
     watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
@@ -270,9 +272,9 @@ bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
     YMMessageBase* item = filling.old();
     const bool reused = item != nullptr && MessageReuse::canBegin(*item, cls);
     if (item == nullptr) {
-      item = &list.emplace_back(reference.system, reference.classIndex);
+      item = &list.emplace_back(*reference.registry, reference.system, reference.classIndex);
     } else if (!reused) {
-      item->initialize(reference.system, reference.classIndex, false, nullptr, 0);
+      MessageLife::restart(*item, reference);
     }
     filling.next();
     if (!readNested(message, *item, reused, def, i)) {
@@ -324,7 +326,8 @@ std::optional<YMMessageBase> BodyReader<Watch>::makeMapPart(const FieldDef& def,
     watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
     return std::nullopt;
   }
-  return std::optional<YMMessageBase>(std::in_place, reference.system, reference.classIndex);
+  return std::optional<YMMessageBase>(std::in_place, *reference.registry, reference.system,
+                                      reference.classIndex);
 }
 
 template <class Watch>

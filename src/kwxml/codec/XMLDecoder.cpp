@@ -92,11 +92,13 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
   int index = 0;
   if (!YMMessageBase::getMessageSystemIndexFromName(systemName.c_str(), system)) {
     log().logError(function, "Subsystem : [%s] does not exist.", systemName.c_str());
+    kwxml::Registry::tellLoadedOnce();
     return false;
   }
   if (!YMMessageBase::getMessageIndexFromName(className.c_str(), system, index)) {
     log().logError(function, "Subsystem : [%s] does not contain message : [%s].", systemName.c_str(),
                    className.c_str());
+    kwxml::Registry::tellLoadedOnce();
     return false;
   }
   if (out == nullptr) {

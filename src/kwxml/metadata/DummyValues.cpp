@@ -32,10 +32,7 @@ private:
 
 std::unique_ptr<YMMessageBase> Filler::create(const FieldDef& def)
 {
-  const auto reference = kwxml::packedReference(def);
-  auto system = static_cast<short>(reference.system);
-  auto index = reference.classIndex;
-  return std::unique_ptr<YMMessageBase>(YMMessageBase::createObjectFromIndices(system, index));
+  return std::unique_ptr<YMMessageBase>(kwxml::createIfThere(kwxml::packedReference(def)));
 }
 
 int Filler::fillList(MsgFieldContext& field, int depth)

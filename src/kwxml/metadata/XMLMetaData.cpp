@@ -154,7 +154,7 @@ int XMLMetaData::getXpathMetaData(YMMessageBase* message, std::vector<XPathMetaD
     return 1;
   }
   if (data_ == nullptr) {
-    data_ = YMMessageBase::getXPathData(static_cast<short>(message->getSubsysID()));
+    data_ = kwxml::Registry::of(*message).xpathData(static_cast<short>(message->getSubsysID()));
   }
   if (data_ == nullptr) {
     log().logError(getFunction, "No XPath metadata exists for given subsystem id : [%ul]",
@@ -185,7 +185,7 @@ int XMLMetaData::setXpathMetaData(YMMessageBase*& message, std::vector<XPathMeta
     return 1;
   }
   if (data_ == nullptr) {
-    data_ = YMMessageBase::getXPathData(systemIndex);
+    data_ = kwxml::Registry::of(*message).xpathData(systemIndex);
   }
   if (data_ == nullptr) {
     log().logError(setFunction, "No XPath metadata exists for given subsystem index: [%d]",
@@ -238,10 +238,7 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
   if (def.type == FIELD_OBJECT) {
     auto*& held = MessageAccess::pointer<YMMessageBase>(*message, def.slot);
     if (held == nullptr) {
-      const auto reference = kwxml::packedReference(def);
-      auto system = static_cast<short>(reference.system);
-      auto classIndex = reference.classIndex;
-      held = YMMessageBase::createObjectFromIndices(system, classIndex);
+      held = kwxml::createIfThere(MessageAccess::reference(*message, def));
     }
     if (held != nullptr) {
       MessageAccess::mark(*message, def);
@@ -249,10 +246,8 @@ int XMLMetaData::setValue(YMMessageBase* message, const kwxml::XPathFieldsInfo& 
     return setValue(held, path, level + 1, value);
   }
   if (def.type == FIELD_LIST_OBJECT) {
-    const auto reference = kwxml::packedReference(def);
-    auto system = static_cast<short>(reference.system);
-    auto classIndex = reference.classIndex;
-    const std::unique_ptr<YMMessageBase> element(YMMessageBase::createObjectFromIndices(system, classIndex));
+    const std::unique_ptr<YMMessageBase> element(
+        kwxml::createIfThere(MessageAccess::reference(*message, def)));
     if (setValue(element.get(), path, level + 1, value) != 0) {
       return 1;
     }

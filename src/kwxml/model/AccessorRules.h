@@ -40,7 +40,7 @@ struct AccessorRules : MessageAccess
                         bool takeOwnership, bool markSet);
   /// What getObjectAccessor() does, at a resolved address.
   static YMMessageBase* nestedMessage(YMMessageBase& m, const FieldAddress& a, bool create, bool markSet,
-                                      int system, int classIndex);
+                                      const PackedReference& cls);
 
   static void logInvalidField(const YMMessageBase& m, const char* signature, int field);
   static void logInvalidSlot(const YMMessageBase& m, const char* signature, int slot);

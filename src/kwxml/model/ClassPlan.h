@@ -2,9 +2,9 @@
 // Not installed.
 #pragma once
 
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/WireTypes.h>
 
-#include <array>
 #include <atomic>
 #include <vector>
 
@@ -30,14 +30,26 @@ struct OwningField
   bool isString;  ///< of type FIELD_STRING, which most are
 };
 
-struct WritePlan;  // of the XML writer
+/// What a higher room works out of a class and keeps with its plan.
+struct KeptWithPlan
+{
+  KeptWithPlan() = default;
+  virtual ~KeptWithPlan() = default;
+};
 
 /// Plans are made when the first message of a class is, kept to the end of the process, and read from any
 /// thread.
 struct ClassPlan
 {
-  explicit ClassPlan(const _ClassDef& cls, bool eager);
+  ClassPlan(const Registry& registry, unsigned system, unsigned classIndex);
+  ~ClassPlan() { delete writing.load(); }
+  ClassPlan(const ClassPlan&) = delete;
+  ClassPlan& operator=(const ClassPlan&) = delete;
 
+  const Registry* registry;
+  const _ClassDef* cls;
+  /// Over the class's records, as wrappers have it: fingerprintStep().
+  std::uint32_t fingerprint = fingerprintStart;
   /// One for each field record, and one more whose key 0 is no field's.
   std::vector<FieldPlan> fields;
   /// In the order of the records. Those whose values exist in every message, set or not, come in
@@ -49,11 +61,13 @@ struct ClassPlan
   std::vector<std::uint64_t> untyped;
   /// Leading slots that stay inline.
   short inlineCount;
+  /// The class is of a system whose messages build their nested messages when they are made.
+  bool eager;
   /// An unset field of a new message is empty: no defaults, nothing that eager systems build.
   bool plain;
   /// What the XML writer works out of the class, kept here because this plan is at hand then; null before the
   /// first message is written.
-  mutable std::atomic<const WritePlan*> writing{nullptr};
+  mutable std::atomic<const KeptWithPlan*> writing{nullptr};
 
   /// findField() in constant time.
   const FieldDef* field(std::uint32_t hash) const
@@ -61,13 +75,15 @@ struct ClassPlan
     for (std::uint32_t at = placeOf(hash);; at = (at + 1) & static_cast<std::uint32_t>(byHash.size() - 1)) {
       const std::uint16_t entry = byHash[at];
       if (entry == 0) {
-        return nullptr;
+        return formerNames == nullptr ? nullptr : fieldOfFormerName(hash);
       }
-      if (records[entry - 1].hash == hash) {
-        return &records[entry - 1];
+      if (cls->fields[entry - 1].hash == hash) {
+        return &cls->fields[entry - 1];
       }
     }
   }
+  /// The field that had a name of this hash before.
+  const FieldDef* fieldOfFormerName(std::uint32_t hash) const;
 
 private:
   std::uint32_t placeOf(std::uint32_t hash) const { return hash * 0x9E3779B1U >> hashShift; }
@@ -75,23 +91,9 @@ private:
   /// of the places, a power of two, stay 0.
   std::vector<std::uint16_t> byHash;
   int hashShift;
-  const FieldDef* records;
+  std::size_t formerCount = 0;
+  /// Those of the class and its fields; null where there are none, as nearly everywhere.
+  const FormerName* formerNames;
 };
-
-/// For each system an array with one place for each of its classes, made with the first plan of the system.
-using PlanPlace = std::atomic<const ClassPlan*>;
-extern std::array<std::atomic<PlanPlace*>, XML_KWMessage_MessageSystemChooser::numberOfSystems> planPlaces;
-const ClassPlan& makePlan(unsigned system, unsigned classIndex);
-
-/// The plan of a class that is there.
-inline const ClassPlan& classPlan(unsigned system, unsigned classIndex)
-{
-  if (PlanPlace* places = planPlaces[system].load(std::memory_order_acquire)) [[likely]] {
-    if (const ClassPlan* plan = places[classIndex].load(std::memory_order_acquire)) [[likely]] {
-      return *plan;
-    }
-  }
-  return makePlan(system, classIndex);
-}
 
 }  // namespace kwxml

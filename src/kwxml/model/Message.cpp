@@ -17,29 +17,43 @@ using kwxml::MessageAccess;
 
 YMMessageBase::YMMessageBase(int system, int classIndex) : YMMessageBase()
 {
-  kwxml::MessageLife::construct(*this, system, classIndex, false, nullptr, 0);
+  kwxml::MessageLife::construct(*this, kwxml::Registry::current(), system, classIndex);
+}
+
+YMMessageBase::YMMessageBase(const kwxml::Registry& registry, int system, int classIndex) : YMMessageBase()
+{
+  kwxml::MessageLife::construct(*this, registry, system, classIndex);
 }
 
 YMMessageBase::YMMessageBase(int system, int classIndex, long long* buffer, int sizeInBytes) : YMMessageBase()
 {
-  kwxml::MessageLife::construct(*this, system, classIndex, true, buffer, sizeInBytes);
+  kwxml::MessageLife::construct(*this, kwxml::Registry::current(), system, classIndex, true, buffer,
+                                sizeInBytes);
 }
 
 void YMMessageBase::initialize(int system, int classIndex, bool external, long long* buffer, int size)
 {
   kwxml::MessageLife::destroyValues(*this);
   kwxml::MessageLife::destroyCaches(*this);
-  kwxml::MessageLife::construct(*this, system, classIndex, external, buffer, size);
+  kwxml::MessageLife::construct(*this, kwxml::Registry::current(), system, classIndex, external, buffer,
+                                size);
 }
 
-void kwxml::MessageLife::construct(YMMessageBase& m, int system, int classIndex, bool external,
-                                   long long* buffer, int size)
+void kwxml::MessageLife::restart(YMMessageBase& m, const PackedReference& reference)
 {
-  const _ClassDef* cls = findClass(system, classIndex);
+  destroyValues(m);
+  destroyCaches(m);
+  construct(m, registryOf(reference), reference.system, reference.classIndex);
+}
+
+void kwxml::MessageLife::construct(YMMessageBase& m, const Registry& registry, int system, int classIndex,
+                                   bool external, long long* buffer, int size)
+{
+  const _ClassDef* cls = registry.findClass(system, classIndex);
   if (cls == nullptr) {
     return;  // indices come from look-ups; others give a message without a class
   }
-  const ClassPlan& plan = classPlan(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
+  const ClassPlan& plan = registry.plan(static_cast<unsigned>(system), static_cast<unsigned>(classIndex));
   const short slots = cls->numberOfSlots;
   const short fields = cls->numberOfFields;
   if (external) {
@@ -53,9 +67,9 @@ void kwxml::MessageLife::construct(YMMessageBase& m, int system, int classIndex,
   } else {
     m.buffer_.init(plan.inlineCount, slots, fields);
   }
-  m.system_ = system;
-  m.classIndex_ = classIndex;
+  m.classIndex_ = static_cast<short>(classIndex);
   m.class_ = cls;
+  m.plan_ = &plan;
   m.tagId_ = tagOf(system, *cls);
 
   const Slots slotsOf(m.buffer_);
@@ -70,7 +84,7 @@ void kwxml::MessageLife::construct(YMMessageBase& m, int system, int classIndex,
     return;
   }
   m.setDefaults(-1);
-  if (kwxml::isEager(system)) {
+  if (plan.eager) {
     m.constructSubObjects();
     m.setEveryPrimitiveBitset(true);
   }
@@ -112,7 +126,7 @@ void kwxml::MessageLife::copyValues(YMMessageBase& to, const YMMessageBase& from
   const ClassPlan& plan = planOf(from);
   if (!plan.plain) {
     // An unset field of the copy still reads as its default, or holds what eager systems build.
-    to.initialize(from.system_, from.classIndex_, false, nullptr, 0);
+    restart(to, {from.getSubsysID(), from.classIndex_, plan.registry});
     to.wipeBitset();
     forEachSet(from, [&](const FieldDef& def) { copyValue(to, from, def); });
     return;
@@ -125,8 +139,8 @@ void kwxml::MessageLife::copyValues(YMMessageBase& to, const YMMessageBase& from
     }
   });
   to.class_ = cls;
+  to.plan_ = &plan;
   to.tagId_ = from.tagId_;
-  to.system_ = from.system_;
   to.classIndex_ = from.classIndex_;
 
   const Slots target(to.buffer_);
@@ -235,8 +249,8 @@ void kwxml::MessageLife::destroyValues(YMMessageBase& m) noexcept
   endValues(m);
   m.class_ = nullptr;
   m.buffer_.init(0, 0, 0);
+  m.plan_ = nullptr;
   m.tagId_ = 0;
-  m.system_ = 0;
   m.classIndex_ = 0;
 }
 
@@ -263,8 +277,8 @@ void kwxml::MessageLife::takeOverValues(YMMessageBase& to, YMMessageBase& from) 
   }
   to.class_ = std::exchange(from.class_, nullptr);
   to.tagId_ = std::exchange(from.tagId_, 0);
-  to.system_ = std::exchange(from.system_, 0);
-  to.classIndex_ = std::exchange(from.classIndex_, 0);
+  to.plan_ = std::exchange(from.plan_, nullptr);
+  to.classIndex_ = std::exchange(from.classIndex_, short{0});
 }
 
 void kwxml::MessageLife::takeOver(YMMessageBase& to, YMMessageBase& from) noexcept

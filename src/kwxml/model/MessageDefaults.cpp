@@ -14,7 +14,7 @@ void YMMessageBase::setDefaults(short onlyField)
     return;
   }
   const kwxml::DefaultValue* entry =
-      XML_KWMessage_MessageSystemChooser::msgSysStruct[system_].defaults + class_->defaultsIndex;
+      plan_->registry->row(static_cast<unsigned>(getSubsysID())).defaults + class_->defaultsIndex;
   for (short i = 0; i < class_->numberOfFields; ++i) {
     const FieldDef& def = class_->fields[i];
     if (entry->fieldNumber == kwxml::DefaultValue::noField || entry->fieldNumber != def.fieldNumber) {
@@ -60,7 +60,7 @@ void YMMessageBase::constructSubObjects()
         MessageAccess::mark(*this, def);
       } else if constexpr (kwxml::MessageValue<Tag>) {
         YMMessageBase* message =
-            createFromClassIDIfNotProcessingInstructionInfo(reinterpret_cast<const unsigned long*>(def.name));
+            kwxml::createUnlessProcessingInstruction(MessageAccess::reference(*this, def));
         if (message != nullptr) {
           delete std::exchange(MessageAccess::pointer<YMMessageBase>(*this, def.slot), message);
           MessageAccess::mark(*this, def);

@@ -15,6 +15,7 @@ YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
   if (!getIndicesFromTagID(system, index, tag)) {
     XMLDebug::getInstance()->logError("YMMessageBase::createObject",
                                       "TagId : [%lu] could not be resolved to a message.", tag);
+    kwxml::Registry::tellLoadedOnce();
     return nullptr;
   }
   return new (std::nothrow) YMMessageBase(system, index);
@@ -28,29 +29,33 @@ YMMessageBase* YMMessageBase::createObjectFromIndices(short& system, int& classI
   return new (std::nothrow) YMMessageBase(system, classIndex);
 }
 
-YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packed, bool)
+YMMessageBase* kwxml::createIfThere(const PackedReference& reference)
 {
-  if (packed == nullptr) {
-    return nullptr;
-  }
-  const auto reference = kwxml::PackedReference::read(packed);
-  if (kwxml::findClass(reference) == nullptr) {
+  return findClass(reference) != nullptr
+             ? new (std::nothrow) YMMessageBase(registryOf(reference), reference.system, reference.classIndex)
+             : nullptr;
+}
+
+YMMessageBase* kwxml::createReferenced(const PackedReference& reference)
+{
+  if (findClass(reference) == nullptr) {
     XMLDebug::getInstance()->logError(
         "YMMessageBase::createObjectFromClassID",
         "Error instantiating YMMessageBase with msgSysIndex : [%d], msgIndex : [%d]", reference.system,
         reference.classIndex);
     return nullptr;
   }
-  return new (std::nothrow) YMMessageBase(reference.system, reference.classIndex);
+  return createIfThere(reference);
 }
 
-YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
+YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packed, bool)
+{
+  return packed != nullptr ? kwxml::createReferenced(kwxml::PackedReference::read(packed)) : nullptr;
+}
+
+YMMessageBase* kwxml::createUnlessProcessingInstruction(const PackedReference& reference)
 {
   constexpr const char* function = "YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo";
-  if (packed == nullptr) {
-    return nullptr;
-  }
-  const auto reference = kwxml::PackedReference::read(packed);
   const auto system = reference.system;
   const auto classIndex = reference.classIndex;
   if (system >= XML_KWMessage_MessageSystemChooser::numberOfSystems) {
@@ -59,15 +64,21 @@ YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(co
         classIndex);
     return nullptr;
   }
-  unsigned long tag = 0;
-  if (classIndex > INT16_MAX ||
-      !getTagIDFromIndices(static_cast<short>(system), static_cast<short>(classIndex), tag)) {
+  const _ClassDef* cls = findClass(reference);
+  if (cls == nullptr) {
     XMLDebug::getInstance()->logError(
         function, "Error retrieving tagID with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
     return nullptr;
   }
-  return tag == kwxml::processingInstructionTag ? nullptr
-                                                : new (std::nothrow) YMMessageBase(system, classIndex);
+  return tagOf(system, *cls) == processingInstructionTag
+             ? nullptr
+             : new (std::nothrow) YMMessageBase(registryOf(reference), system, classIndex);
+}
+
+YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
+{
+  return packed != nullptr ? kwxml::createUnlessProcessingInstruction(kwxml::PackedReference::read(packed))
+                           : nullptr;
 }
 
 int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
@@ -89,7 +100,7 @@ const FieldDef* processingInstructionField(const YMMessageBase& message)
       cls->fields[0].type != FIELD_OBJECT) {
     return nullptr;
   }
-  const auto reference = kwxml::packedReference(cls->fields[0]);
+  const auto reference = MessageAccess::reference(message, cls->fields[0]);
   const _ClassDef* field = kwxml::findClass(reference);
   const bool same =
       field != nullptr && kwxml::tagOf(reference.system, *field) == kwxml::processingInstructionTag;
@@ -107,8 +118,9 @@ KwEntities::ProcessingInstructionInfo*& YMMessageBase::getProcessinginstructioni
   }
   auto*& info = MessageAccess::pointer<YMMessageBase>(*this, def->slot);
   if (!MessageAccess::isSet(*this, *def)) {
-    const auto reference = kwxml::packedReference(*def);
-    delete std::exchange(info, new YMMessageBase(reference.system, reference.classIndex));
+    const auto reference = MessageAccess::reference(*this, *def);
+    delete std::exchange(info,
+                         new YMMessageBase(*reference.registry, reference.system, reference.classIndex));
     MessageAccess::mark(*this, *def);
   }
   // A wrapper derives from the message class alone and adds nothing, so the pointer is the same.

@@ -127,11 +127,23 @@ template <class Visit>
   }
 }
 
+/// New message of a class that a field refers to; null when there is no such class.
+YMMessageBase* createIfThere(const PackedReference& reference);
+/// The same with one log line when there is none.
+YMMessageBase* createReferenced(const PackedReference& reference);
+/// The same, but null for the processing-instruction class.
+YMMessageBase* createUnlessProcessingInstruction(const PackedReference& reference);
+
 struct MessageAccess
 {
-  static const ClassPlan& planOf(const YMMessageBase& m)
+  /// Of a message that has a class.
+  static const ClassPlan& planOf(const YMMessageBase& m) { return *m.plan_; }
+  /// packedReference() of a field of a message, without a search for its catalogue.
+  static PackedReference reference(const YMMessageBase& m, const FieldDef& def, int which = 0)
   {
-    return classPlan(static_cast<unsigned>(m.system_), static_cast<unsigned>(m.classIndex_));
+    PackedReference reference = PackedReference::read(def.name + which * 4);
+    reference.registry = m.plan_->registry;
+    return reference;
   }
   static Slots slots(YMMessageBase& m) { return Slots(m.buffer_); }
   /// Calls `visit(const FieldDef&)` for each set field.

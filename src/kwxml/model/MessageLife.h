@@ -15,8 +15,10 @@ namespace kwxml {
 struct MessageLife : MessageAccess
 {
   /// Gives a message without a class and caches its class and storage.
-  static void construct(YMMessageBase& m, int system, int classIndex, bool external, long long* buffer,
-                        int size);
+  static void construct(YMMessageBase& m, const Registry& registry, int system, int classIndex,
+                        bool external = false, long long* buffer = nullptr, int size = 0);
+  /// The same of one that may hold anything, which ends.
+  static void restart(YMMessageBase& m, const PackedReference& reference);
   /// Destroys what lives in the message and gives it another class's storage.
   static void destroyValues(YMMessageBase& m) noexcept;
   static void destroyCaches(YMMessageBase& m) noexcept;

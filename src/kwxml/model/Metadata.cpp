@@ -2,6 +2,7 @@
 
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/TypedMessage.h>
 
 #include <algorithm>
@@ -13,8 +14,7 @@ constexpr int systemCount = XML_KWMessage_MessageSystemChooser::numberOfSystems;
 
 const MessageSystemRow& row(unsigned system)
 {
-  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system < static_cast<unsigned>(systemCount) ? system
-                                                                                                      : 0];
+  return kwxml::Registry::current().row(system);
 }
 
 }  // namespace
@@ -23,13 +23,24 @@ namespace kwxml {
 
 const _ClassDef* findClass(int system, int classIndex)
 {
-  const MessageSystemRow& r = row(static_cast<unsigned>(system));
-  return classIndex >= 0 && classIndex < r.numberOfClasses ? &r.classes[classIndex] : nullptr;
+  return Registry::current().findClass(system, classIndex);
+}
+
+PackedReference packedReference(const FieldDef& field, int which)
+{
+  PackedReference reference = PackedReference::read(field.name + which * 4);
+  reference.registry = &Registry::of(field);
+  return reference;
+}
+
+const _ClassDef* findClass(const PackedReference& reference)
+{
+  return registryOf(reference).findClass(reference.system, reference.classIndex);
 }
 
 std::string tagNameOf(int system, const _ClassDef& cls)
 {
-  const char* name = row(static_cast<unsigned>(system)).name;
+  const char* name = Registry::of(cls).row(static_cast<unsigned>(system)).name;
   return std::string(name != nullptr ? name : "") + "_" + (cls.name != nullptr ? cls.name : "");
 }
 
@@ -42,6 +53,18 @@ const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash)
   }
   return nullptr;
 }
+
+namespace {
+
+/// The line of a class that is not there.
+void logNoClass(int system, int classIndex)
+{
+  XMLDebug::getInstance()->logError(
+      "YMMessageBase::GetClassDef",
+      "Unable to retrieve metadata for message with msgSysIndex : [%d], msgIndex : [%d]", system, classIndex);
+}
+
+}  // namespace
 
 bool isPrimitiveType(unsigned type)
 {
@@ -59,16 +82,17 @@ bool isPrimitiveType(unsigned type)
   }
 }
 
-const char* enumeratorName(int system, int classIndex, int value)
+const char* enumeratorName(const Registry& registry, int system, int classIndex, int value)
 {
-  const _ClassDef* cls = findClass(system, classIndex);
+  const _ClassDef* cls = registry.findClass(system, classIndex);
   const FieldDef* found = cls != nullptr && cls->isEnum() ? findEnumerator(cls, value) : nullptr;
   return found != nullptr ? found->getName() : "";
 }
 
-bool enumeratorValue(int system, int classIndex, const std::string& name, int& value)
+bool enumeratorValue(const Registry& registry, int system, int classIndex, const std::string& name,
+                     int& value)
 {
-  const _ClassDef* cls = findClass(system, classIndex);
+  const _ClassDef* cls = registry.findClass(system, classIndex);
   if (cls == nullptr || !cls->isEnum()) {
     return false;
   }
@@ -117,9 +141,9 @@ bool FieldDef::isValidEnumValue(const FieldDef& field, int value)
     return false;
   }
   const auto reference = kwxml::packedReference(field);
-  const _ClassDef* cls =
-      YMMessageBase::GetClassDef(static_cast<short>(reference.system), reference.classIndex);
+  const _ClassDef* cls = kwxml::findClass(reference);
   if (cls == nullptr) {
+    kwxml::logNoClass(reference.system, reference.classIndex);
     XMLDebug::getInstance()->logError("static bool FieldDef::isValidEnumValue(const FieldDef&, int)",
                                       "Error identifying [%s]:[%d] as an enum ", field.getName(), value);
     return false;
@@ -144,14 +168,7 @@ const void* FieldDef::getFieldAddrResolved(const YMMessageBase& message) const
 
 bool YMMessageBase::getMessageSystemIndexFromName(const char* name, short& system)
 {
-  for (int i = 1; name != nullptr && i < systemCount; ++i) {
-    const char* rowName = row(static_cast<unsigned>(i)).name;
-    if (rowName != nullptr && std::strcmp(rowName, name) == 0) {
-      system = static_cast<short>(i);
-      return true;
-    }
-  }
-  return false;
+  return name != nullptr && kwxml::Registry::current().findSystem(name, system);
 }
 
 bool YMMessageBase::getMessageIndexFromName(const char* name, short& system, int& index)
@@ -160,41 +177,13 @@ bool YMMessageBase::getMessageIndexFromName(const char* name, short& system, int
   if (number >= systemCount || name == nullptr) {
     return false;
   }
-  const MessageSystemRow& r = row(number);
-  for (int i = 0; i < r.numberOfClasses; ++i) {
-    if (r.classes[i].name != nullptr && std::strcmp(r.classes[i].name, name) == 0) {
-      index = i;
-      return true;
-    }
-  }
-  return false;
+  const char* systemName = row(number).name;
+  return systemName != nullptr && kwxml::Registry::current().findClass(systemName, name, system, index);
 }
 
 bool YMMessageBase::getIndicesFromTagID(short& system, int& index, unsigned long tag)
 {
-  system = static_cast<short>(tag >> 24 & 0xFF);
-  if (system < 1 || system >= systemCount) {
-    return false;
-  }
-  const MessageSystemRow& r = row(static_cast<unsigned>(system));
-  const std::uint64_t wanted = tag & 0xFFFFFF;
-  // Repeated IDs exist; this exact search decides which of equal entries is met first.
-  int low = 0;
-  int high = r.numberOfClasses - 1;
-  while (low <= high) {
-    const int middle = (low + high) / 2;
-    const std::uint64_t id = r.classIds[middle].classId;
-    if (wanted == id) {
-      index = r.classIds[middle].classIndex;
-      return true;
-    }
-    if (wanted < id) {
-      high = middle - 1;
-    } else {
-      low = middle + 1;
-    }
-  }
-  return false;
+  return kwxml::Registry::current().findTag(tag, system, index);
 }
 
 bool YMMessageBase::getTagIDFromIndices(short system, short index, unsigned long& tag)
@@ -212,10 +201,7 @@ const _ClassDef* YMMessageBase::GetClassDef(short system, int index)
 {
   const _ClassDef* cls = system >= 1 && index >= 0 ? kwxml::findClass(system, index) : nullptr;
   if (cls == nullptr) {
-    XMLDebug::getInstance()->logError(
-        "YMMessageBase::GetClassDef",
-        "Unable to retrieve metadata for message with msgSysIndex : [%d], msgIndex : [%d]",
-        static_cast<int>(system), index);
+    kwxml::logNoClass(system, index);
   }
   return cls;
 }
@@ -235,9 +221,8 @@ const _ClassDef* YMMessageBase::GetClassDef(const YMMessageBase* message)
 namespace {
 
 /// The two public forms differ in one capital of their log text.
-const _ClassDef* classOfReference(const void* packed, const char* subsystems)
+const _ClassDef* classOfReference(const kwxml::PackedReference& reference, const char* subsystems)
 {
-  const auto reference = kwxml::PackedReference::read(packed);
   if (reference.system < systemCount) {
     return kwxml::findClass(reference);
   }
@@ -255,7 +240,7 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const FieldDef& field)
   if (field.name == nullptr || FieldDef::packedReferences(field.type) == 0) {
     return nullptr;  // the name of such a field is no reference
   }
-  return classOfReference(field.name, "subsystems");
+  return classOfReference(kwxml::packedReference(field), "subsystems");
 }
 
 const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* packed)
@@ -263,7 +248,7 @@ const _ClassDef* YMMessageBase::GetClassDefFromClassID(const unsigned long* pack
   if (packed == nullptr) {
     return nullptr;
   }
-  return classOfReference(packed, "Subsystems");
+  return classOfReference(kwxml::PackedReference::read(packed), "Subsystems");
 }
 
 std::string YMMessageBase::getTagName() const
@@ -271,12 +256,12 @@ std::string YMMessageBase::getTagName() const
   if (class_ == nullptr) {
     return {};
   }
-  return kwxml::tagNameOf(system_, *class_);
+  return kwxml::tagNameOf(getSubsysID(), *class_);
 }
 
 std::string YMMessageBase::getSubsystemName() const
 {
-  const char* name = row(static_cast<unsigned>(system_)).name;
+  const char* name = kwxml::Registry::of(*this).row(static_cast<unsigned>(getSubsysID())).name;
   return name != nullptr ? name : "";
 }
 
@@ -345,21 +330,7 @@ const char* YMMessageBase::getEnumString(short system, const char* enumName, int
 
 const XPathDataRow* YMMessageBase::getXPathData(short system)
 {
-  switch (system) {
-    case 12:
-    case 18:
-    case 22:
-    case 100:
-      break;
-    default:
-      return nullptr;
-  }
-  for (const XPathDataRow* r = XML_KWMessage_MessageSystemChooser::xpathData; r->count >= 0; ++r) {
-    if (static_cast<short>(r->system) == system) {
-      return r;
-    }
-  }
-  return nullptr;  // a catalogue may hold no XPath identifiers for the system
+  return kwxml::Registry::current().xpathData(system);
 }
 
 bool YMMessageBase::isOldWay(unsigned long tag)

@@ -148,15 +148,24 @@ struct MessageSystemRow
 };
 static_assert(sizeof(MessageSystemRow) == 40);
 
-/// The registry. Its tables are defined by the catalogue that a program is linked with; the library defines
-/// none.
-struct XML_KWMessage_MessageSystemChooser
+namespace kwxml {
+class Registry;
+struct ClassPlan;
+}  // namespace kwxml
+
+/// The first registry of the process (see Registry.h). Its tables are defined by the catalogue that a program
+/// is linked with, or that the library is. Visible to the library whatever flags a catalogue is compiled
+/// with.
+struct [[gnu::visibility("default")]] XML_KWMessage_MessageSystemChooser
 {
   static constexpr int numberOfSystems = 206;
   /// Row 0 is always empty.
   static const MessageSystemRow msgSysStruct[numberOfSystems];
   /// One row per system with XPath data; ends with a row of system 0, null pointers and count -1.
   static const XPathDataRow xpathData[];
+  /// The same tables as an object. A library's own tables are the first registry only where no catalogue
+  /// defines this one; so it may be missing, which only the library asks.
+  static const kwxml::Registry* const catalogue;
   /// The systems whose eager flag is 1. Tag identifiers travel in encoded messages, so the numbers are fixed.
   static constexpr std::uint16_t oldXFilesSubsystemIDS[28] = {1,  2,   3,   4,   5,   6,   7,   9,  10, 11,
                                                               13, 15,  16,  17,  19,  25,  31,  33, 34, 36,
@@ -177,11 +186,30 @@ constexpr std::uint32_t nameHash(const char* text, std::size_t length)
 }
 static_assert(nameHash("errorCode", 9) == 0x9CB015 && nameHash("\xC3", 1) == 0xFFFFC3);
 
+/// What a program compiled with a class's wrapper counts on: the fingerprint of the class's records, one step
+/// for each, from `fingerprintStart` on. Of two catalogues whose classes have one fingerprint each reads the
+/// other's messages in place.
+inline constexpr std::uint32_t fingerprintStart = 2166136261U;
+constexpr std::uint32_t fingerprintStep(std::uint32_t fingerprint, std::uint32_t hash, int number, int slot,
+                                        int type)
+{
+  const std::uint32_t parts[] = {hash,
+                                 static_cast<std::uint32_t>(number) << 16 | static_cast<std::uint16_t>(slot),
+                                 static_cast<std::uint32_t>(type)};
+  for (const std::uint32_t part : parts) {
+    for (int shift = 0; shift < 32; shift += 8) {
+      fingerprint = (fingerprint ^ (part >> shift & 0xFF)) * 16777619U;
+    }
+  }
+  return fingerprint;
+}
+
 /// A packed class reference as it stands before a field's name.
 struct PackedReference
 {
   int system;
   int classIndex;
+  const Registry* registry = nullptr;  ///< in which it is looked up; null: in the one in use
   static PackedReference read(const void* fourBytes)
   {
     const auto* b = static_cast<const unsigned char*>(fourBytes);
@@ -190,17 +218,11 @@ struct PackedReference
 };
 
 /// The reference before the name of `field`, `which` being 0 or (type 39: the value's class) 1.
-inline PackedReference packedReference(const FieldDef& field, int which = 0)
-{
-  return PackedReference::read(field.name + which * 4);
-}
+PackedReference packedReference(const FieldDef& field, int which = 0);
 
 /// Class record at an index of a system; null when either is out of range. Logs nothing.
 const _ClassDef* findClass(int system, int classIndex);
-inline const _ClassDef* findClass(const PackedReference& reference)
-{
-  return findClass(reference.system, reference.classIndex);
-}
+const _ClassDef* findClass(const PackedReference& reference);
 
 /// The tag identifier of a class of a system.
 constexpr unsigned long tagOf(int system, const _ClassDef& cls)
@@ -211,11 +233,16 @@ constexpr unsigned long tagOf(int system, const _ClassDef& cls)
 /// The tag name of a class of a system: the names of both with "_" between them.
 std::string tagNameOf(int system, const _ClassDef& cls);
 
-/// Whether messages of a system, which is one of the registry's, build their nested messages when they are
-/// made.
-inline bool isEager(int system)
+/// Whether messages of a system build their nested messages when they are made. The rows of all catalogues
+/// say the same, since the numbers are fixed.
+constexpr bool isEager(int system)
 {
-  return XML_KWMessage_MessageSystemChooser::msgSysStruct[system].eager == 1;
+  for (const std::uint16_t number : XML_KWMessage_MessageSystemChooser::oldXFilesSubsystemIDS) {
+    if (number == system) {
+      return true;
+    }
+  }
+  return false;
 }
 
 /// The tag of the processing-instruction class, which the library reaches by it in any catalogue.

@@ -89,11 +89,11 @@ void kwxml::AccessorRules::setObject(YMMessageBase& m, FieldAddress a, TypeSet t
 }
 
 YMMessageBase* kwxml::AccessorRules::nestedMessage(YMMessageBase& m, const FieldAddress& a, bool create,
-                                                   bool markSet, int system, int classIndex)
+                                                   bool markSet, const PackedReference& cls)
 {
   auto*& message = pointer<YMMessageBase>(m, a.slot);
   if (message == nullptr && (create || markSet)) {
-    message = new YMMessageBase(system, classIndex);
+    message = new YMMessageBase(registryOf(cls), cls.system, cls.classIndex);
   }
   if (message != nullptr && markSet) {
     m.buffer_.setBit(a.field);
@@ -102,12 +102,17 @@ YMMessageBase* kwxml::AccessorRules::nestedMessage(YMMessageBase& m, const Field
 }
 
 const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                                 unsigned int hash)
+                                 unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
 {
   FieldAddress a{field, slot, tag, hash};
-  return Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)
-             ? Access::pointer<YMMessageBase>(message, a.slot)
-             : nullptr;
+  if (!Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)) {
+    return nullptr;
+  }
+  const auto* nested = Access::pointer<YMMessageBase>(message, a.slot);
+  if (nested != nullptr) {
+    checkWrapper(*nested, wrapperTag, fingerprint, nullptr);
+  }
+  return nested;
 }
 
 void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
@@ -117,13 +122,18 @@ void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, un
 }
 
 void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                                  unsigned int hash, int system, int classIndex)
+                                  unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
 {
   FieldAddress a{field, slot, tag, hash};
   if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
     throwUnknownObject(message, tag, hash);
   }
-  return Access::nestedMessage(message, a, true, true, system, classIndex);
+  // The class that the message's own catalogue has there, which need not stand where the wrapper's has it.
+  const FieldDef& def = message.getClass()->fields[a.field];
+  const PackedReference reference = Access::reference(message, def);
+  auto* nested = Access::nestedMessage(message, a, true, true, reference);
+  checkWrapper(*nested, wrapperTag, fingerprint, nullptr);
+  return nested;
 }
 
 YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short field, short slot,
@@ -137,7 +147,7 @@ YMMessageBase* YMMessageBase::getObjectAccessor(bool create, bool markSet, short
     }
     return nullptr;
   }
-  return Access::nestedMessage(*this, a, create, markSet, system, classIndex);
+  return Access::nestedMessage(*this, a, create, markSet, {system, classIndex, plan_->registry});
 }
 
 void YMMessageBase::setObjectAccessor(const void* value, short field, short slot, unsigned long tag,

@@ -1,6 +1,8 @@
 // The human-readable table of one message class, as log lines about wrong accesses quote it.
 #include <kwxml/model/YMMessageBase.h>
 
+#include <kwxml/model/Registry.h>
+
 namespace {
 
 void column(std::string& out, const std::string& text, std::size_t width)
@@ -37,7 +39,7 @@ bool YMMessageBase::getMessageSchemaString(std::string& out, short systemIndex, 
   if (cls == nullptr) {
     return false;
   }
-  const char* systemName = XML_KWMessage_MessageSystemChooser::msgSysStruct[systemIndex].name;
+  const char* systemName = kwxml::Registry::of(*cls).row(static_cast<unsigned>(systemIndex)).name;
   std::string text = "Subsystem Name : ";
   text += systemName != nullptr ? systemName : "";
   text += "\nSubsystem Id : " + std::to_string(systemIndex);

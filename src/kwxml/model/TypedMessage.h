@@ -5,6 +5,7 @@
 // them. Its accessors are the generic ones with constant addresses.
 #pragma once
 
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
 
 #include <cstddef>
@@ -13,6 +14,35 @@
 #include <vector>
 
 namespace kwxml {
+
+/// A field as a wrapper was compiled for it.
+struct WrapperField
+{
+  std::uint32_t hash;
+  std::int16_t number;
+  std::int16_t slot;
+  FieldDataType type;
+};
+
+/// A class as its wrapper was compiled for it. Constant, in the program that uses the wrapper.
+struct WrapperClass
+{
+  const Registry* registry;  ///< of the wrapper's catalogue: without that catalogue the program does not link
+  const char* catalogue;     ///< its name then
+  const char* system;
+  const char* name;
+  std::uint32_t tag;
+  std::int32_t classIndex;
+  std::uint32_t fingerprint;  ///< over `fields`: fingerprintStep()
+  std::int32_t numberOfFields;
+  const WrapperField* fields;  ///< null when there are none
+};
+
+/// Throws KwException (and logs) when a message of the wrapper's tag has other fields than the wrapper was
+/// compiled for: its accessors would take one field for another. A message of another tag is read by the
+/// names of its fields, whatever it has.
+void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
+                  const WrapperClass* wrapper);
 
 /// A wrapper has neither data nor virtual functions: object and wrapper are the same bytes. (To the language
 /// a message of the generic class is none of the wrapper's type. All that a wrapper does is to call members
@@ -29,20 +59,21 @@ concept NoText = std::is_null_pointer_v<T> || std::is_integral_v<T>;
 template <class T>
 concept Floating = std::is_floating_point_v<T>;
 
-/// A message as its wrapper. The message may be of another class, or of the same class in another catalogue:
-/// on a foreign tag fields are found by the hashes of their names, and those that are not there read as
-/// unset.
+/// A message as its wrapper. The message may be of another class: on a foreign tag fields are found by the
+/// hashes of their names, and those that are not there read as unset. Throws KwException (and logs) when the
+/// message is of the wrapper's tag, but its catalogue has other fields for it than the wrapper was compiled
+/// for.
 template <class Wrapper>
-Wrapper& as(YMMessageBase& message) noexcept
+Wrapper& as(YMMessageBase& message)
 {
   static_assert(isWrapper<Wrapper>, "a wrapper adds nothing to a message");
+  checkWrapper(message, Wrapper::tag, Wrapper::kwxmlClass.fingerprint, &Wrapper::kwxmlClass);
   return static_cast<Wrapper&>(message);
 }
 template <class Wrapper>
-const Wrapper& as(const YMMessageBase& message) noexcept
+const Wrapper& as(const YMMessageBase& message)
 {
-  static_assert(isWrapper<Wrapper>, "a wrapper adds nothing to a message");
-  return static_cast<const Wrapper&>(message);
+  return as<Wrapper>(const_cast<YMMessageBase&>(message));
 }
 
 /// What an accessor gives for a value that is not there: an empty one, the same for all.
@@ -65,22 +96,27 @@ T& orScratch(T* value)
 /// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
 /// because a wrapper's header need not have the other wrapper's class; all are of messages.
 ///
+/// Each that gives a message checks it as kwxml::as() does, by the tag and the fingerprint of the wrapper
+/// that it is given as.
+///
 /// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
 const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                          unsigned int hash);
+                          unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint);
 /// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
 /// message.
 void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
                       const void* value);
-/// The message in the field, made as one of (system, classIndex) when it is missing, and marked set. Throws
-/// KwException (after one log line) when the field can hold none.
+/// The message in the field, made as one of the class that the field refers to when it is missing, and marked
+/// set. Throws KwException (after one log line) when the field can hold none.
 void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                           unsigned int hash, int system, int classIndex);
+                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint);
 
-/// Name of an enumerator of the enumeration at a class index; an empty text when there is none.
-const char* enumeratorName(int system, int classIndex, int value);
+/// Name of an enumerator of the enumeration at a class index of a catalogue; an empty text when there is
+/// none.
+const char* enumeratorName(const Registry& registry, int system, int classIndex, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
-bool enumeratorValue(int system, int classIndex, const std::string& name, int& value);
+bool enumeratorValue(const Registry& registry, int system, int classIndex, const std::string& name,
+                     int& value);
 
 /// Steps through messages as their wrappers.
 template <class Wrapper, class Message>
@@ -131,8 +167,13 @@ public:
   using const_iterator = MessageIterator<const Wrapper, const YMMessageBase>;
   using iterator = const_iterator;
 
-  /// Null is an empty list.
-  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages)) {}
+  /// Null is an empty list. Throws as kwxml::as() does of the first message.
+  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages))
+  {
+    if (!messages_->empty()) {
+      as<Wrapper>(messages_->front());
+    }
+  }
 
   bool empty() const noexcept { return messages_->empty(); }
   std::size_t size() const noexcept { return messages_->size(); }
@@ -159,8 +200,13 @@ public:
   using value_type = Wrapper;
   using iterator = MessageIterator<Wrapper, YMMessageBase>;
 
-  /// Null is a list that is never read again.
-  MessageList(Messages* messages) : messages_(&orScratch(messages)) {}
+  /// Null is a list that is never read again. Throws as kwxml::as() does of the first message.
+  MessageList(Messages* messages) : messages_(&orScratch(messages))
+  {
+    if (!messages_->empty()) {
+      as<Wrapper>(messages_->front());
+    }
+  }
   operator ConstMessageList<Wrapper>() const { return messages_; }
 
   bool empty() const noexcept { return messages_->empty(); }

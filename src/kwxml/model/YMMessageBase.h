@@ -34,6 +34,7 @@ namespace kwxml {
 struct MessageAccess;
 struct AccessorRules;
 struct MessageLife;
+struct WrapperClass;
 }  // namespace kwxml
 
 class YMMessageBase
@@ -46,6 +47,8 @@ public:
   YMMessageBase() noexcept {}
   /// A message of class `classIndex` of `system`, with its defaults; without a class when there is none.
   YMMessageBase(int system, int classIndex);
+  /// The same of a catalogue of one's own choice.
+  YMMessageBase(const kwxml::Registry& registry, int system, int classIndex);
   /// The same in storage of the caller (8-byte aligned, `sizeInBytes` bytes), which must outlive the message
   /// and is zeroed first. Throws KwException (and logs) when the slots and the is-set bits need more bytes.
   YMMessageBase(int system, int classIndex, long long* buffer, int sizeInBytes);
@@ -128,7 +131,7 @@ public:
                                      bool showHash);
 
   unsigned long getTagID() const noexcept { return tagId_; }
-  int getSubsysID() const noexcept { return system_; }
+  int getSubsysID() const noexcept { return static_cast<int>(tagId_ >> 24); }
   int getClassIndex() const noexcept { return classIndex_; }
   std::string getTagName() const;
   std::string getSubsystemName() const;
@@ -355,6 +358,9 @@ public:
   }
 
 protected:
+  /// A message of a wrapper's class, in the catalogue that the wrapper names. Throws KwException (and logs)
+  /// when that catalogue has no such class, or has it with other fields than the wrapper was compiled for.
+  explicit YMMessageBase(const kwxml::WrapperClass& wrapper);
   /// A field number or slot as a wrapper knows it, or 0 on a message of another tag: there the name's hash
   /// alone says which field is meant, and the place would only be held against bounds that it was not made
   /// for.
@@ -414,14 +420,14 @@ private:
   unsigned long tagId_ = 0;
   YMMessageBuffer buffer_{YMMessageBuffer::NotZeroed()};
   const _ClassDef* class_ = nullptr;
+  const kwxml::ClassPlan* plan_ = nullptr;  ///< of class_
   std::string* serializedXml_ = nullptr;
   std::string* lastSerializedXml_ = nullptr;
   XMLChstring* m_SerializedXMLUTF16 = nullptr;
   XMLChstring* m_wsLastErrorEnglish = nullptr;
   CdataBuffer* cdataBuffer_ = nullptr;
   unsigned int cachedSize_ = 0;
-  int system_ = 0;
-  int classIndex_ = 0;
+  short classIndex_ = 0;
   bool serialized_ = false;
 };
 static_assert(sizeof(YMMessageBase) <= 320, "a message of a small class is one object of fixed size");

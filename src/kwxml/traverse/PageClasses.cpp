@@ -124,7 +124,7 @@ void PageClasses::appendLink(std::string& out, const PackedReference& place)
     appendLine(out, className(place));
     return;
   }
-  met_.emplace(place.system, place.classIndex);
+  met_.emplace(std::pair(place.system, place.classIndex), place.registry);
   out += "<a href=\"#" + anchor(place.system, place.classIndex) + "\">";
   appendLine(out, className(place));
   out += "</a>";
@@ -138,7 +138,7 @@ void PageClasses::appendFields(std::string& out, const PackedReference& place, c
   const DefaultValue* next =  // the defaults of a class run in the order of its fields
       cls.defaultsIndex < 0
           ? nullptr
-          : XML_KWMessage_MessageSystemChooser::msgSysStruct[place.system].defaults + cls.defaultsIndex;
+          : registryOf(place).row(static_cast<unsigned>(place.system)).defaults + cls.defaultsIndex;
   for (const FieldDef& field : cls) {
     const bool hasDefault = next != nullptr && next->fieldNumber != DefaultValue::noField &&
                             next->fieldNumber == field.fieldNumber;
@@ -172,8 +172,8 @@ std::string PageClasses::text()
   // Enumerations are met while the classes that have them are written.
   for (const bool isEnums : {false, true}) {
     const auto met = met_;
-    for (const auto& [system, index] : met) {
-      const PackedReference place{system, index};
+    for (const auto& [key, registry] : met) {
+      const PackedReference place{key.first, key.second, registry};
       const _ClassDef& cls = *findClass(place);
       if (cls.isEnum() != isEnums) {
         continue;
@@ -182,7 +182,8 @@ std::string PageClasses::text()
       appendLine(out, className(place));
       out += "</h3> ";
       out += isEnums ? "enumeration" : countText(static_cast<unsigned>(cls.numberOfFields), "field");
-      out += "</summary>\n<div class=\"w\" id=\"" + anchor(system, index) + "\">\n<table>\n<thead>";
+      out += "</summary>\n<div class=\"w\" id=\"" + anchor(place.system, place.classIndex) +
+             "\">\n<table>\n<thead>";
       if (isEnums) {
         appendEnumerators(out, cls);
       } else {

@@ -1,9 +1,9 @@
 // The documentation of the classes that a page has met. Not installed.
 #pragma once
 
-#include <kwxml/model/Metadata.h>
+#include <kwxml/model/Registry.h>
 
-#include <set>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,7 +25,8 @@ private:
   void appendFields(std::string& out, const PackedReference& place, const _ClassDef& cls);
   bool has(const PackedReference& place) const { return met_.contains({place.system, place.classIndex}); }
 
-  std::set<std::pair<int, int>> met_;
+  /// By system and class index; of one page's messages all classes are of one catalogue.
+  std::map<std::pair<int, int>, const Registry*> met_;
 };
 
 }  // namespace kwxml

@@ -156,7 +156,7 @@ void PageWalk::nested(const std::string& label, const YMMessageBase& message, bo
   out_ += label;
   out_ += "</b> ";
   if (message.getClass() != nullptr) {
-    classes_.appendLink(out_, {message.getSubsysID(), message.getClassIndex()});
+    classes_.appendLink(out_, {message.getSubsysID(), message.getClassIndex(), &Registry::of(message)});
   }
   out_ += "</summary>\n";
   this->message(message, depth);
@@ -330,7 +330,7 @@ void PageWalk::table(const std::vector<Item>& items, const std::vector<const Fie
 {
   const YMMessageBase& first = *items.front().message;
   out_ += "<div class=\"w\"><table>\n<thead><tr><th scope=\"col\">";
-  classes_.appendLink(out_, {first.getSubsysID(), first.getClassIndex()});
+  classes_.appendLink(out_, {first.getSubsysID(), first.getClassIndex(), &Registry::of(first)});
   out_ += "</th>";
   for (const FieldDef* column : columns) {
     out_ += "<th scope=\"col\"><b>";

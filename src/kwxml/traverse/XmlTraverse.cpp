@@ -158,10 +158,7 @@ std::unique_ptr<YMMessageBase> XmlTraverse::Walk::create(const FieldDef& def)
     tooDeep();
     return nullptr;
   }
-  const auto reference = kwxml::packedReference(def);
-  auto system = static_cast<short>(reference.system);
-  auto index = reference.classIndex;
-  std::unique_ptr<YMMessageBase> made(YMMessageBase::createObjectFromIndices(system, index));
+  std::unique_ptr<YMMessageBase> made(kwxml::createIfThere(kwxml::packedReference(def)));
   if (made != nullptr) {
     ++owner.created_;
   } else if (ordered || def.type != FIELD_OBJECT) {

@@ -29,12 +29,6 @@ bool traces(int level)
   return log().getDebugLevel() >= level;
 }
 
-/// The packed reference of a field's class, which = 1 for the value class of a map from message to message.
-YMMessageBase* createReferenced(const FieldDef& def, int which = 0)
-{
-  return YMMessageBase::createObjectFromClassID(reinterpret_cast<const unsigned long*>(def.name + which * 4));
-}
-
 }  // namespace
 
 MessageReader::MessageReader()
@@ -135,22 +129,27 @@ bool MessageReader::startRoot(std::string_view name, XmlAttributes attributes)
   started_ = true;
   short system = 0;
   int index = 0;
-  const bool found = findRoot(name, system, index);
-  if (!found || (target_ != nullptr && target_->getClass() != findClass(system, index))) {
+  const Registry& registry = target_ != nullptr ? Registry::of(*target_) : Registry::current();
+  const bool found = findRoot(registry, name, system, index);
+  if (!found || (target_ != nullptr && target_->getClass() != registry.findClass(system, index))) {
     log().logError(startFunction(), "Unable to construct object out of tag : [%s]", shown(name).c_str());
+    if (!found) {
+      Registry::tellLoadedOnce();
+    }
     if (observer_ != nullptr) {
-      const std::string why = found ? "a message of another class is read into" : describeUnknownRoot(name);
+      const std::string why =
+          found ? "a message of another class is read into" : describeUnknownRoot(registry, name);
       tell(ProblemKind::ClassUnknown, {.text = name, .remark = why});
     }
     return false;
   }
   if (target_ != nullptr) {
     root_ = target_;
-  } else if (reusable_ != nullptr && reusable_->getClass() == findClass(system, index)) {
+  } else if (reusable_ != nullptr && reusable_->getClass() == registry.findClass(system, index)) {
     root_ = reusable_;
     beginReuse(root_);
   } else {
-    root_ = new YMMessageBase(system, index);
+    root_ = new YMMessageBase(registry, system, index);
     ownsRoot_ = true;
     prepare(*root_);
   }
@@ -197,9 +196,9 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
 {
   return visitFieldType(def.type, [&]<class Tag>(Tag) {
     if constexpr (Tag::type == FIELD_LIST_OBJECT) {
-      const auto reference = packedReference(def);
+      const auto reference = MessageAccess::reference(*current_, def);
       if (findClass(reference) == nullptr) {
-        delete createReferenced(def);  // null, with the line that says so
+        delete createReferenced(reference);  // null, with the line that says so
         startSkipping(name);
         return true;
       }
@@ -214,12 +213,13 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
     } else if constexpr (MessageValue<Tag>) {
       auto*& stored = MessageAccess::pointer<YMMessageBase>(*current_, def.slot);
       const bool stale = stored != nullptr && isStale(def);
-      const bool reused = stale && MessageReuse::canBegin(*stored, findClass(packedReference(def)));
+      const bool reused =
+          stale && MessageReuse::canBegin(*stored, findClass(MessageAccess::reference(*current_, def)));
       if (stale && !reused) {
         delete std::exchange(stored, nullptr);
       }
       if (stored == nullptr) {
-        stored = createReferenced(def);
+        stored = createReferenced(MessageAccess::reference(*current_, def));
         if (stored == nullptr) {
           startSkipping(name);
           return true;
@@ -277,7 +277,8 @@ bool MessageReader::startMapPart(bool isKey, std::string_view name, XmlAttribute
   if (partType == FIELD_OBJECT) {
     auto& holder = isKey ? entry.objectKey : entry.objectValue;
     // In a map from message to message the second reference names the value's class.
-    holder.reset(createReferenced(def, FieldDef::packedReferences(def.type) == 2 && !isKey ? 1 : 0));
+    holder.reset(
+        createReferenced(packedReference(def, FieldDef::packedReferences(def.type) == 2 && !isKey ? 1 : 0)));
     if (holder == nullptr) {
       startSkipping(name);
       return true;

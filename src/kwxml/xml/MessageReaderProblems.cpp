@@ -124,7 +124,8 @@ bool MessageReader::knowsName(std::string_view name) const
   };
   short system = 0;
   int index = 0;
-  return findRoot(name, system, index) || has(current_) ||
+  const Registry& registry = root_ != nullptr ? Registry::of(*root_) : Registry::current();
+  return findRoot(registry, name, system, index) || has(current_) ||
          std::any_of(frames_.begin(), frames_.end(),
                      [&](const Frame& frame) { return has(frame.enclosing); });
 }

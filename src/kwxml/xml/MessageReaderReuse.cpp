@@ -1,6 +1,7 @@
 // Reading into a message that keeps the memory of its former values.
 #include <kwxml/xml/MessageReader.h>
 
+#include <kwxml/model/MessageLife.h>
 #include <kwxml/model/MessageReuse.h>
 
 namespace kwxml {
@@ -40,9 +41,11 @@ YMMessageBase& MessageReader::addMessage(const FieldDef& def, std::vector<YMMess
     return *old;
   }
   if (old != nullptr) {
-    old->initialize(reference.system, reference.classIndex, false, nullptr, 0);
+    MessageLife::restart(*old, reference);
   }
-  YMMessageBase& message = old != nullptr ? *old : list.emplace_back(reference.system, reference.classIndex);
+  YMMessageBase& message =
+      old != nullptr ? *old
+                     : list.emplace_back(registryOf(reference), reference.system, reference.classIndex);
   prepare(message);
   return message;
 }

@@ -1,7 +1,7 @@
 // The names of root elements: the tag names of messages, but for some of one system. Not installed.
 #pragma once
 
-#include <kwxml/model/Metadata.h>
+#include <kwxml/model/Registry.h>
 
 #include <string>
 #include <string_view>
@@ -13,11 +13,10 @@ namespace kwxml {
 std::string rootElementName(int system, const _ClassDef& cls);
 
 /// The class whose messages have a root element of that name; false when there is none. All classes of
-/// "MonitoringHost" are found under both of its names. What was found once is found again in constant time.
-/// Thread-safe.
-[[nodiscard]] bool findRoot(std::string_view name, short& system, int& classIndex);
+/// "MonitoringHost" are found under both of its names. Thread-safe.
+[[nodiscard]] bool findRoot(const Registry& registry, std::string_view name, short& system, int& classIndex);
 
 /// A sentence for people about a name that findRoot() does not find, with the nearest one that it does.
-std::string describeUnknownRoot(std::string_view name);
+std::string describeUnknownRoot(const Registry& registry, std::string_view name);
 
 }  // namespace kwxml

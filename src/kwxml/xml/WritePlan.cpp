@@ -87,13 +87,14 @@ WritePlan::WritePlan(int system, const _ClassDef& cls)
 
 const WritePlan& writePlan(const ClassPlan& plan, int system, const _ClassDef& cls)
 {
-  const WritePlan* known = plan.writing.load(std::memory_order_acquire);
-  if (known != nullptr) [[likely]] {
-    return *known;
+  const KeptWithPlan* known = plan.writing.load(std::memory_order_acquire);
+  if (known == nullptr) [[unlikely]] {
+    auto made = std::make_unique<const WritePlan>(system, cls);
+    if (plan.writing.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel)) {
+      known = made.release();
+    }
   }
-  auto made = std::make_unique<const WritePlan>(system, cls);
-  return plan.writing.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel) ? *made.release()
-                                                                                            : *known;
+  return static_cast<const WritePlan&>(*known);
 }
 
 }  // namespace kwxml

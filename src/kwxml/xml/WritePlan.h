@@ -17,7 +17,7 @@ struct XmlName
   std::size_t size;
 };
 
-struct WritePlan
+struct WritePlan : KeptWithPlan
 {
   enum class Place : std::uint8_t
   {

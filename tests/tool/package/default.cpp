@@ -1,4 +1,4 @@
-// Linked with the library alone: prints the first system of the catalogue that it brings.
+// Names no class of a catalogue: prints the first system of the one that the program is linked with.
 #include <kwxml/KwXMLMsgsBase.h>
 
 #include <iostream>

@@ -1,0 +1,390 @@
+#include <kwxml/model/Registry.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/ClassPlan.h>
+#include <kwxml/model/MessageInternal.h>
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <mutex>
+#include <tuple>
+#include <utility>
+
+// Weak: what a program's catalogue defines, when it has one. (The class's member, by the name that linkers
+// know.)
+extern const kwxml::Registry* const programCatalogue __asm__(
+    "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE") __attribute__((weak));
+
+namespace kwxml {
+
+namespace catalogues {
+/// The tables that the library is linked with.
+extern const Registry builtin;
+}  // namespace catalogues
+
+namespace {
+
+constexpr unsigned systemCount = XML_KWMessage_MessageSystemChooser::numberOfSystems;
+
+/// A registry that the process uses, and where the field records of its classes lie. Those of two catalogues
+/// never lie among each other: they are of two libraries, or of two blocks of memory.
+struct Joined
+{
+  const Registry* registry;
+  std::uintptr_t begin;
+  std::uintptr_t end;
+};
+
+/// All of them at one time, by address. Read without a lock, so a list that was shown is kept: they grow by
+/// loading catalogues alone.
+struct JoinedList
+{
+  std::vector<Joined> entries;
+  const JoinedList* before;
+};
+
+constinit std::atomic<const JoinedList*> joinedList{nullptr};
+constinit std::mutex joining;
+constinit std::atomic<const Registry*> processRegistry{nullptr};
+/// Whether any thread has ever had one of its own: a look-up of a thread's variables is not free.
+constinit std::atomic<bool> threadsDiffer{false};
+constinit thread_local const Registry* threadRegistry = nullptr;
+
+std::uintptr_t addressOf(const void* object)
+{
+  return reinterpret_cast<std::uintptr_t>(object);
+}
+
+Joined placeOf(const Registry& registry)
+{
+  Joined place{&registry, std::numeric_limits<std::uintptr_t>::max(), 0};
+  for (unsigned system = 0; system < systemCount; ++system) {
+    const MessageSystemRow& row = registry.row(system);
+    for (int i = 0; i < row.numberOfClasses; ++i) {
+      if (row.classes[i].fields != nullptr) {
+        place.begin = std::min(place.begin, addressOf(row.classes[i].begin()));
+        place.end = std::max(place.end, addressOf(row.classes[i].end()));
+      }
+    }
+  }
+  return place;
+}
+
+/// Keeps the library that an object lies in loaded: messages point into its tables. Fails for the program
+/// itself, which needs no keeping.
+void keepLoaded(const void* object)
+{
+  Dl_info info{};
+  if (dladdr(object, &info) != 0 && info.dli_fname != nullptr) {
+    (void)dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
+  }
+}
+
+bool isNamed(const Registry& registry, const ClassNameIndex& entry, std::string_view system,
+             std::string_view cls)
+{
+  const char* const systemName = registry.row(static_cast<unsigned>(entry.system)).name;
+  if (systemName == nullptr || system != systemName) {
+    return false;
+  }
+  const _ClassDef* const record = registry.findClass(entry.system, entry.classIndex);
+  if (record == nullptr || (record->name != nullptr && cls == record->name)) {
+    return record != nullptr || cls.empty();
+  }
+  std::size_t count = 0;
+  const FormerName* const names = registry.formerNames(entry.system, entry.classIndex, count);
+  return std::any_of(names, names + count,
+                     [&](const FormerName& former) { return former.field == -1 && cls == former.name; });
+}
+
+/// The first entry of a system and a class; null when there is none.
+const ClassNameIndex* findName(const Registry& registry, std::string_view system, std::string_view cls)
+{
+  const CatalogueTables& tables = registry.tables();
+  const std::uint32_t hash = classNameHash(system, cls);
+  const ClassNameIndex* const end = tables.classNames + tables.numberOfClassNames;
+  const ClassNameIndex* at =
+      std::lower_bound(tables.classNames, end, hash,
+                       [](const ClassNameIndex& entry, std::uint32_t wanted) { return entry.hash < wanted; });
+  for (; at != end && at->hash == hash; ++at) {
+    if (isNamed(registry, *at, system, cls)) {
+      return at;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+// ---- The registries of the process
+
+void Registry::join() const
+{
+  const std::lock_guard lock(joining);
+  if (joined_.load(std::memory_order_relaxed)) {
+    return;
+  }
+  keepLoaded(tables_);
+  const JoinedList* before = joinedList.load(std::memory_order_relaxed);
+  auto next =
+      std::make_unique<JoinedList>(before != nullptr ? before->entries : std::vector<Joined>(), before);
+  const Joined place = placeOf(*this);
+  next->entries.insert(std::upper_bound(next->entries.begin(), next->entries.end(), place,
+                                        [](const Joined& a, const Joined& b) { return a.begin < b.begin; }),
+                       place);
+  joinedList.store(next.release(), std::memory_order_release);
+  joined_.store(true, std::memory_order_release);
+}
+
+void Registry::leave() const noexcept
+{
+  const std::lock_guard lock(joining);
+  const JoinedList* before = joinedList.load(std::memory_order_relaxed);
+  if (before == nullptr || !joined_.load(std::memory_order_relaxed)) {
+    return;
+  }
+  auto next = std::make_unique<JoinedList>(before->entries, before);
+  std::erase_if(next->entries, [this](const Joined& entry) { return entry.registry == this; });
+  joinedList.store(next.release(), std::memory_order_release);
+  const Registry* expected = this;
+  processRegistry.compare_exchange_strong(expected, nullptr);
+}
+
+const Registry& Registry::first() noexcept
+{
+  // In whatever order the libraries were named to the linker, a program's catalogue comes before the
+  // library's own.
+  const Registry* const* const ofProgram = &programCatalogue;
+  return ofProgram != nullptr ? **ofProgram : catalogues::builtin;
+}
+
+const Registry& Registry::current() noexcept
+{
+  if (threadsDiffer.load(std::memory_order_relaxed) && threadRegistry != nullptr) [[unlikely]] {
+    return *threadRegistry;
+  }
+  const Registry* registry = processRegistry.load(std::memory_order_acquire);
+  if (registry == nullptr) {
+    registry = &first();
+  }
+  if (!registry->joined_.load(std::memory_order_acquire)) [[unlikely]] {
+    registry->join();
+  }
+  return *registry;
+}
+
+const Registry& Registry::of(const FieldDef& field) noexcept
+{
+  const JoinedList* list = joinedList.load(std::memory_order_acquire);
+  if (list == nullptr || list->entries.empty()) {
+    return current();
+  }
+  const std::vector<Joined>& entries = list->entries;
+  if (entries.size() == 1) [[likely]] {
+    return *entries[0].registry;
+  }
+  auto after =
+      std::upper_bound(entries.begin(), entries.end(), addressOf(&field),
+                       [](std::uintptr_t address, const Joined& entry) { return address < entry.begin; });
+  return after != entries.begin() && addressOf(&field) < (--after)->end ? *after->registry : current();
+}
+
+const Registry& Registry::of(const _ClassDef& cls) noexcept
+{
+  const JoinedList* list = joinedList.load(std::memory_order_acquire);
+  if (list == nullptr || list->entries.size() < 2) [[likely]] {
+    return list == nullptr || list->entries.empty() ? current() : *list->entries[0].registry;
+  }
+  if (cls.numberOfFields > 0) {
+    return of(cls.fields[0]);
+  }
+  for (const Joined& entry : list->entries) {
+    for (unsigned system = 0; system < systemCount; ++system) {
+      const MessageSystemRow& row = entry.registry->row(system);
+      if (addressOf(&cls) >= addressOf(row.classes) &&
+          addressOf(&cls) < addressOf(row.classes + row.numberOfClasses)) {
+        return *entry.registry;
+      }
+    }
+  }
+  return current();
+}
+
+const Registry& Registry::of(const YMMessageBase& message) noexcept
+{
+  return message.getClass() != nullptr ? *MessageAccess::planOf(message).registry : current();
+}
+
+std::string Registry::describeLoaded()
+{
+  current();  // at least that one
+  std::string text;
+  const JoinedList* list = joinedList.load(std::memory_order_acquire);
+  for (const Joined& entry : list->entries) {
+    text += (text.empty() ? "" : ", ") + std::string(entry.registry->name()) + " (";
+    const char* separator = "";
+    for (unsigned system = 1; system < systemCount; ++system) {
+      if (const char* name = entry.registry->row(system).name) {
+        text += separator + std::string(name);
+        separator = " ";
+      }
+    }
+    text += ")";
+  }
+  return text;
+}
+
+void Registry::tellLoadedOnce()
+{
+  static constinit std::atomic<bool> told{false};
+  if (!told.exchange(true)) {
+    XMLDebug::getInstance()->logError("kwxml::Registry", "The catalogues in use are : [%s]",
+                                      describeLoaded().c_str());
+  }
+}
+
+void useCatalogue(const Registry& registry) noexcept
+{
+  processRegistry.store(&registry, std::memory_order_release);
+}
+
+UsingCatalogue::UsingCatalogue(const Registry& registry) noexcept : before_(threadRegistry)
+{
+  if (!registry.joined_.load(std::memory_order_acquire)) {
+    registry.join();
+  }
+  threadsDiffer.store(true, std::memory_order_relaxed);
+  threadRegistry = &registry;
+}
+
+UsingCatalogue::~UsingCatalogue()
+{
+  threadRegistry = before_;
+}
+
+// ---- Look-ups in one
+
+bool Registry::findTag(unsigned long tag, short& system, int& classIndex) const noexcept
+{
+  system = static_cast<short>(tag >> 24 & 0xFF);
+  if (system < 1 || static_cast<unsigned>(system) >= systemCount) {
+    return false;
+  }
+  const MessageSystemRow& r = row(static_cast<unsigned>(system));
+  const std::uint64_t wanted = tag & 0xFFFFFF;
+  // Repeated IDs exist; this exact search decides which of equal entries is met first.
+  int low = 0;
+  int high = r.numberOfClasses - 1;
+  while (low <= high) {
+    const int middle = (low + high) / 2;
+    const std::uint64_t id = r.classIds[middle].classId;
+    if (wanted == id) {
+      classIndex = r.classIds[middle].classIndex;
+      return true;
+    }
+    if (wanted < id) {
+      high = middle - 1;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return false;
+}
+
+bool Registry::findSystem(std::string_view name, short& system) const noexcept
+{
+  const ClassNameIndex* const found = findName(*this, name, {});
+  system = found != nullptr ? found->system : system;
+  return found != nullptr;
+}
+
+bool Registry::findClass(std::string_view system, std::string_view cls, short& systemIndex,
+                         int& classIndex) const noexcept
+{
+  const ClassNameIndex* const found = cls.empty() ? nullptr : findName(*this, system, cls);
+  if (found == nullptr) {
+    return false;
+  }
+  systemIndex = found->system;
+  classIndex = found->classIndex;
+  return true;
+}
+
+const XPathDataRow* Registry::xpathData(short system) const noexcept
+{
+  switch (system) {
+    case 12:
+    case 18:
+    case 22:
+    case 100:
+      break;
+    default:
+      return nullptr;
+  }
+  for (const XPathDataRow* r = tables_->xpath; r->count >= 0; ++r) {
+    if (static_cast<short>(r->system) == system) {
+      return r;
+    }
+  }
+  return nullptr;  // a catalogue may hold no XPath identifiers for the system
+}
+
+const FormerName* Registry::formerNames(int system, int classIndex, std::size_t& count) const noexcept
+{
+  const FormerName* const all = tables_->formerNames;
+  const auto isBefore = [](const FormerName& entry, const std::pair<int, int>& wanted) {
+    return std::pair<int, int>(entry.system, entry.classIndex) < wanted;
+  };
+  const std::pair<int, int> wanted(system, classIndex);
+  const FormerName* begin = std::lower_bound(all, all + tables_->numberOfFormerNames, wanted, isBefore);
+  const FormerName* end = begin;
+  while (end != all + tables_->numberOfFormerNames && end->system == system &&
+         end->classIndex == classIndex) {
+    ++end;
+  }
+  count = static_cast<std::size_t>(end - begin);
+  return begin;
+}
+
+const char* Registry::doc(int system, int classIndex, int field) const noexcept
+{
+  using Place = std::tuple<int, int, int>;
+  const Place wanted(system, classIndex, field);
+  const auto place = [](const DocText& entry) { return Place(entry.system, entry.classIndex, entry.field); };
+  const DocText* const end = tables_->docs + tables_->numberOfDocs;
+  const DocText* found = std::lower_bound(
+      tables_->docs, end, wanted, [&](const DocText& entry, const Place& key) { return place(entry) < key; });
+  return found != end && place(*found) == wanted ? found->text : "";
+}
+
+// ---- Compiled catalogues
+
+const Registry* Registry::fromLibrary(const std::string& path, std::string& problem)
+{
+  void* library = dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(),
+                         RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  if (library == nullptr) {
+    const char* reason = dlerror();
+    problem = reason != nullptr ? reason : path + ": cannot be loaded";
+    return nullptr;
+  }
+  // XML_KWMessage_MessageSystemChooser::catalogue
+  const auto* const* found = static_cast<const Registry* const*>(
+      dlsym(library, "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE"));
+  if (found == nullptr || *found == nullptr) {
+    problem = path + ": it holds no catalogue of this library's kind";
+    return nullptr;
+  }
+  if (const std::uint32_t version = (*found)->tables().version; version != CatalogueTables::currentVersion) {
+    problem = path + ": its tables are of version " + std::to_string(version) +
+              ", this library reads version " + std::to_string(CatalogueTables::currentVersion);
+    return nullptr;
+  }
+  (*found)->join();
+  return *found;
+}
+
+}  // namespace kwxml

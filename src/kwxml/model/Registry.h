@@ -1,0 +1,210 @@
+// Catalogues as objects: the tables of one set of schemas, and which of them a process uses.
+//
+// Every catalogue that is linked into a process brings one constant Registry, which its wrappers name; others
+// are made from schemas at run time. Messages belong to the registry of which they were made: what they refer
+// to is looked up there, whatever else is loaded. The look-ups that take no message (by tag, by name, by
+// indices) ask the registry in use: of the thread, of the process, or else the first one, whose rows are
+// XML_KWMessage_MessageSystemChooser::msgSysStruct.
+//
+// Thread safety: a registry is constant to its users; all members may be called from any thread. Lifetime:
+// compiled registries last as long as the process (a plug-in that brings one stays loaded); for those made at
+// run time see Registry::Owner.
+#pragma once
+
+#include <kwxml/model/Metadata.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kwxml {
+
+/// An entry of the index of names. A class stands in it under the hash of its tag name, and of its former
+/// one; a system under that of its name, "_" and nothing.
+struct ClassNameIndex
+{
+  std::uint32_t hash;  ///< classNameHash()
+  std::int16_t system;
+  std::int16_t classIndex;  ///< -1: the system itself
+};
+
+/// A name that a class or one of its fields had before, by which readers still find it.
+struct FormerName
+{
+  std::int16_t system;
+  std::int16_t classIndex;
+  std::int16_t field;  ///< position of its record, or -1 for the class itself
+  std::int16_t reserved;
+  std::uint32_t hash;  ///< nameHash() of the name
+  const char* name;
+};
+
+/// What a schema says about a system, a class, a field or an enumerator, for people.
+struct DocText
+{
+  std::int16_t system;
+  std::int16_t classIndex;  ///< -1: the system itself
+  std::int16_t field;       ///< -1: the class itself
+  std::int16_t reserved;
+  const char* text;
+};
+
+/// Everything that the compiler writes of a catalogue. Constant data; the arrays are sorted as their rows are
+/// ordered, member by member, but for xpath.
+struct CatalogueTables
+{
+  /// Changes with every change of the records.
+  static constexpr std::uint32_t currentVersion = 1;
+
+  std::uint32_t version;
+  std::uint32_t numberOfClassNames;
+  std::uint32_t numberOfFormerNames;
+  std::uint32_t numberOfDocs;
+  const char* name;                 ///< of the catalogue: a C++ identifier
+  const MessageSystemRow* systems;  ///< numberOfSystems rows
+  const XPathDataRow* xpath;        ///< ends as XML_KWMessage_MessageSystemChooser::xpathData does
+  const ClassNameIndex* classNames;
+  const FormerName* formerNames;
+  const DocText* docs;
+};
+
+/// The hash of the index of classes by name, of a tag name's parts.
+constexpr std::uint32_t classNameHash(std::string_view system, std::string_view cls)
+{
+  std::uint32_t h = 2166136261U;
+  for (const char c : system) {
+    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
+  }
+  h = (h ^ '_') * 16777619U;
+  for (const char c : cls) {
+    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
+  }
+  return h;
+}
+
+class [[gnu::visibility("default")]] Registry
+{
+public:
+  /// Of tables that last as long as the registry does; refers to them alone.
+  constexpr explicit Registry(const CatalogueTables& tables) noexcept : tables_(&tables) {}
+  Registry(const Registry&) = delete;
+  Registry& operator=(const Registry&) = delete;
+
+  /// Ends a registry made at run time. No message of it may be alive then, and none may be made.
+  struct End
+  {
+    void operator()(const Registry* registry) const noexcept;
+  };
+  using Owner = std::unique_ptr<const Registry, End>;
+
+  /// The catalogue of schema files and folders of them (their *.xml files), with the tables that a compiled
+  /// one has. Null when they have errors; `problems` holds the lines, "FILE:LINE:COLUMN: error: TEXT", and
+  /// any warnings.
+  static Owner fromSchemas(const std::vector<std::string>& paths, std::string& problems);
+  /// The compiled catalogue in a shared library, which stays loaded. Null when it cannot be loaded or has
+  /// none; `problem` says why.
+  static const Registry* fromLibrary(const std::string& path, std::string& problem);
+
+  /// The registry in use by the calling thread.
+  static const Registry& current() noexcept;
+  /// The one whose rows are msgSysStruct.
+  static const Registry& first() noexcept;
+  /// The registry that a record is of.
+  static const Registry& of(const FieldDef& field) noexcept;
+  static const Registry& of(const _ClassDef& cls) noexcept;
+  /// The registry that a message was made of; current() for one without a class.
+  static const Registry& of(const YMMessageBase& message) noexcept;
+  /// Names of the catalogues that the process has used so far, with their systems, for people.
+  static std::string describeLoaded();
+
+  /// Logs describeLoaded(), as an error, at the first call of the process: for a class that was not found.
+  static void tellLoadedOnce();
+
+  const char* name() const noexcept
+  {
+    return tables_->name;
+  }
+  const CatalogueTables& tables() const noexcept
+  {
+    return *tables_;
+  }
+  /// A row; row 0, which is empty, for a number that is none.
+  const MessageSystemRow& row(unsigned system) const noexcept
+  {
+    return tables_->systems[system < XML_KWMessage_MessageSystemChooser::numberOfSystems ? system : 0];
+  }
+  /// Class record at an index of a system; null when there is none. Logs nothing.
+  const _ClassDef* findClass(int system, int classIndex) const noexcept
+  {
+    const MessageSystemRow& r = row(static_cast<unsigned>(system));
+    return classIndex >= 0 && classIndex < r.numberOfClasses ? &r.classes[classIndex] : nullptr;
+  }
+  /// The system of a name; false when there is none.
+  [[nodiscard]] bool findSystem(std::string_view name, short& system) const noexcept;
+  /// The class of a name or of a former name, the first of several of one name; false when there is none.
+  [[nodiscard]] bool findClass(std::string_view system, std::string_view cls, short& systemIndex,
+                               int& classIndex) const noexcept;
+  /// The class of a tag identifier, found as YMMessageBase::getIndicesFromTagID() finds it.
+  [[nodiscard]] bool findTag(unsigned long tag, short& system, int& classIndex) const noexcept;
+  const XPathDataRow* xpathData(short system) const noexcept;
+  /// The former names of a class's fields, and their number.
+  const FormerName* formerNames(int system, int classIndex, std::size_t& count) const noexcept;
+  /// What the schema says of a system (class -1), a class (field -1), a field or an enumerator; empty when it
+  /// says nothing.
+  const char* doc(int system, int classIndex, int field) const noexcept;
+
+  // ---- For the library itself
+
+  using PlanPlace = std::atomic<const ClassPlan*>;
+  /// The plan of a class that is there.
+  const ClassPlan& plan(unsigned system, unsigned classIndex) const
+  {
+    if (PlanPlace* places = places_[system].load(std::memory_order_acquire)) [[likely]] {
+      if (const ClassPlan* plan = places[classIndex].load(std::memory_order_acquire)) [[likely]] {
+        return *plan;
+      }
+    }
+    return makePlan(system, classIndex);
+  }
+
+private:
+  friend class UsingCatalogue;
+  const ClassPlan& makePlan(unsigned system, unsigned classIndex) const;
+  /// Makes it one of those that records are looked for in; leave() is its end.
+  void join() const;
+  void leave() const noexcept;
+  void endPlans() const noexcept;
+
+  const CatalogueTables* tables_;
+  /// For each system an array with one place for each of its classes, made with the first plan of the system.
+  mutable std::atomic<PlanPlace*> places_[XML_KWMessage_MessageSystemChooser::numberOfSystems]{};
+  mutable std::atomic<bool> joined_{false};
+};
+
+/// Where a reference is looked up.
+inline const Registry& registryOf(const PackedReference& reference) noexcept
+{
+  return reference.registry != nullptr ? *reference.registry : Registry::current();
+}
+
+/// Makes a catalogue the one in use by all threads that name no other. Call it before the first message is
+/// made or read: what was made before keeps its catalogue, which is then a stranger to what is made later.
+void useCatalogue(const Registry& registry) noexcept;
+
+/// Makes a catalogue the one in use by the calling thread until the object ends; of nested ones the inner one
+/// counts. For readers and writers of another catalogue than the process's: their calls go inside.
+class UsingCatalogue
+{
+public:
+  explicit UsingCatalogue(const Registry& registry) noexcept;
+  ~UsingCatalogue();
+  UsingCatalogue(const UsingCatalogue&) = delete;
+  UsingCatalogue& operator=(const UsingCatalogue&) = delete;
+
+private:
+  const Registry* before_;
+};
+
+}  // namespace kwxml

@@ -1,0 +1,96 @@
+// Whether a program's wrappers and the tables that it runs with belong together.
+#include <kwxml/model/TypedMessage.h>
+
+#include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/MessageLife.h>
+#include <kwxml/platform/KwException.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace kwxml {
+
+namespace {
+
+constexpr const char* function = "kwxml::checkWrapper";
+
+std::string described(std::uint32_t hash, bool withHash, int number, int slot, FieldDataType type)
+{
+  const char* text = fieldTypeInfo(type).text;
+  char name[32] = "";
+  if (withHash) {
+    std::snprintf(name, sizeof name, " of name hash 0x%06X", hash);
+  }
+  return std::string(text != nullptr ? text : "no type") + name + " at position " + std::to_string(number) +
+         ", slot " + std::to_string(slot);
+}
+
+/// The first record in which the two differ.
+std::string difference(const WrapperClass& wrapper, const _ClassDef& cls)
+{
+  const int common = std::min<int>(wrapper.numberOfFields, cls.numberOfFields);
+  for (int i = 0; i < common; ++i) {
+    const WrapperField& field = wrapper.fields[i];
+    const FieldDef& def = cls.fields[i];
+    if (field.hash != def.hash || field.number != def.fieldNumber || field.slot != def.slot ||
+        field.type != def.type) {
+      return "record " + std::to_string(i) + " (" + def.getName() + ") is " +
+             described(def.hash, field.hash != def.hash, def.fieldNumber, def.slot, def.type) +
+             " in the tables and " +
+             described(field.hash, field.hash != def.hash, field.number, field.slot, field.type) +
+             " in the program";
+    }
+  }
+  return "the tables have " + std::to_string(cls.numberOfFields) + " records and the program " +
+         std::to_string(wrapper.numberOfFields);
+}
+
+[[noreturn]] void refuse(const std::string& text)
+{
+  XMLDebug::getInstance()->logError(function, "[%s]", text.c_str());
+  throw KwException(function, text);
+}
+
+[[noreturn]] void refuseFields(const std::string& tagName, const _ClassDef& cls, const WrapperClass* wrapper)
+{
+  const Registry& registry = Registry::of(cls);
+  refuse("The tables of class " + tagName + " in catalogue '" + registry.name() +
+         "' are not those that the program was compiled with" +
+         (wrapper != nullptr
+              ? ", of catalogue '" + std::string(wrapper->catalogue) + "': " + difference(*wrapper, cls)
+              : std::string()) +
+         ". Compile the program anew, or load the catalogue that it was compiled with");
+}
+
+}  // namespace
+
+void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
+                  const WrapperClass* wrapper)
+{
+  if (message.getTagID() == tag && MessageAccess::planOf(message).fingerprint != fingerprint) [[unlikely]] {
+    refuseFields(message.getTagName(), *message.getClass(), wrapper);
+  }
+}
+
+}  // namespace kwxml
+
+YMMessageBase::YMMessageBase(const kwxml::WrapperClass& wrapper) : YMMessageBase()
+{
+  const kwxml::Registry& registry = *wrapper.registry;
+  const int system = static_cast<int>(wrapper.tag >> 24);
+  int index = wrapper.classIndex;
+  const _ClassDef* cls = registry.findClass(system, index);
+  if (cls == nullptr || cls->classId != (wrapper.tag & 0xFFFFFF)) [[unlikely]] {
+    // The class stands elsewhere in these tables; a class of another ID goes by its name.
+    short found = static_cast<short>(system);
+    if (!registry.findTag(wrapper.tag, found, index) &&
+        !registry.findClass(wrapper.system, wrapper.name, found, index)) {
+      kwxml::refuse("Catalogue '" + std::string(registry.name()) + "' has no class " + wrapper.system + "_" +
+                    wrapper.name + ", which the program was compiled with");
+    }
+    kwxml::MessageLife::construct(*this, registry, found, index);
+  } else {
+    kwxml::MessageLife::construct(*this, registry, system, index);
+  }
+  kwxml::checkWrapper(*this, wrapper.tag, wrapper.fingerprint, &wrapper);
+}
