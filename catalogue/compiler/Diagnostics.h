@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kwxml::catalogue {
@@ -52,6 +53,10 @@ private:
   std::size_t errors_ = 0;
   bool warningsAreErrors_ = false;
 };
+
+/// Text from outside as part of one line: control characters of ASCII are blanks, and what else a terminal
+/// would obey is shown as what it is.
+std::string oneLine(std::string_view text);
 
 /// The text in single quotes; of a long one the beginning and "...".
 std::string quoted(const std::string& text);

@@ -1,5 +1,6 @@
 // Schema files to elements: SAX2 with the grammar built in, positions kept for every element.
 #include "Grammar.h"
+#include "OutputFiles.h"
 #include "Stages.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -15,14 +16,10 @@
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
 
-#include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 namespace kwxml::catalogue {
 namespace {
@@ -43,6 +40,10 @@ std::string toUtf8(const XMLCh* text)
 /// How deep elements may nest. The grammar's own nest 5 deep; the parser's work on elements that have no
 /// place in it grows with the square of their depth.
 constexpr int maxElementDepth = 16;
+
+/// Bytes of all files together, many times what real catalogues have: the parser and the elements take about
+/// twenty times the memory.
+constexpr std::size_t maxSchemaBytes = 64 << 20;
 
 /// Thrown out of a parse to end it; the diagnostics already hold the reason.
 struct ParseEnded
@@ -283,22 +284,6 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::XMLGrammarPool& pool
   return reader;
 }
 
-/// The file's bytes; none, and the reason in `error`, when it cannot be read.
-std::optional<std::string> readFile(const std::string& path, std::string& error)
-{
-  errno = 0;
-  try {
-    std::ifstream in(path, std::ios::binary);
-    if (in.is_open()) {
-      return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-  } catch (const std::ios_base::failure&) {
-    // The buffer's own report of a failed read, such as that of a directory.
-  }
-  error = errno != 0 ? std::generic_category().message(errno) : "it cannot be read";
-  return std::nullopt;
-}
-
 }  // namespace
 
 Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
@@ -319,15 +304,22 @@ Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
     throw std::logic_error("the built-in grammar does not load");
   }
 
+  std::size_t unread = maxSchemaBytes;
   for (const std::string& path : files) {
     const std::uint32_t file = diagnostics.addFile(path);
     handler.startFile(file);
     std::string reason;
-    const std::optional<std::string> content = readFile(path, reason);
+    const std::optional<std::string> content = readFile(path, unread + 1, reason);
     if (!content) {
       diagnostics.error({file, 0, 0}, reason);
       continue;
     }
+    if (content->size() > unread) {
+      diagnostics.error({file, 0, 0}, "the schema files have more than " + std::to_string(maxSchemaBytes) +
+                                          " bytes in all");
+      break;
+    }
+    unread -= content->size();
     try {
       const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(content->data()),
                                               content->size(), path.c_str());

@@ -1,15 +1,19 @@
 // kwxml-catalogue: schema files in, constant tables and wrapper headers out.
+#include "CppText.h"
+#include "Options.h"
+#include "OutputFiles.h"
 #include "Stages.h"
 
+#include <CLI/CLI.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <system_error>
+#include <stdexcept>
 
 namespace {
 
@@ -20,75 +24,93 @@ constexpr int exitDone = 0;
 constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
-
-constexpr const char* usage = "usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
-
-constexpr const char* help =
-    "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
-    "header\n"
-    "of typed wrappers per system.\n"
-    "\n"
-    "  SCHEMA      a schema file, or a directory: its *.xml files, sorted by name\n"
-    "  -o OUTDIR   where the files go; made when it does not exist\n"
-    "  --shards N  the number of table files (default: one per 256 classes)\n"
-    "  --strict    what is only suspicious, and warned of, is an error\n"
-    "  --help      this text\n"
-    "\n"
-    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
-    "the same\n"
-    "bytes. Mistakes are reported on standard error as FILE:LINE:COLUMN: error: TEXT, the place being just "
-    "behind\n"
-    "the start tag of the element in question; nothing is written then.\n"
-    "\n"
-    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
-    "\n"
-    "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml\n";
+constexpr std::size_t maxName = 255;
 
 struct Arguments
 {
-  bool help = false;
   bool strict = false;
-  unsigned shards = 0;
+  bool listOutputs = false;
+  Options options;
   std::string outputDirectory;
   std::vector<std::string> schemas;
 };
 
-/// Returns what is wrong, empty when nothing is.
-std::string readArguments(int argc, char** argv, Arguments& arguments)
+constexpr const char* description =
+    "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
+    "header\n"
+    "of typed wrappers per system.";
+
+constexpr const char* footer =
+    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
+    "the same\n"
+    "bytes, and a file whose text stays keeps its time. Mistakes are reported on standard error as\n"
+    "FILE:LINE:COLUMN: error: TEXT, the place being just behind the start tag of the element in question; "
+    "nothing\n"
+    "is written then.\n"
+    "\n"
+    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
+    "\n"
+    "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml";
+
+/// Of an option's value: empty, or why it is refused.
+std::string refuseShards(const std::string& value)
 {
-  bool options = true;
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
-    if (options && argument == "--help") {
-      arguments.help = true;
-      return {};
-    }
-    if (options && argument == "--") {
-      options = false;
-    } else if (options && argument == "--strict") {
-      arguments.strict = true;
-    } else if (options && (argument == "-o" || argument == "--shards")) {
-      if (++i == argc) {
-        return argument + " needs a value";
-      }
-      const std::string value = argv[i];
-      if (argument == "-o") {
-        arguments.outputDirectory = value;
-        continue;
-      }
-      const char* end = value.data() + value.size();
-      const auto result = std::from_chars(value.data(), end, arguments.shards);
-      if (result.ec != std::errc() || result.ptr != end || arguments.shards < 1 ||
-          arguments.shards > maxShards) {
-        return "--shards takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
-      }
-    } else if (options && argument.size() > 1 && argument.starts_with('-')) {
-      return "unknown option " + quoted(argument);
-    } else {
-      arguments.schemas.push_back(argument);
-    }
-  }
-  if (arguments.outputDirectory.empty()) {
+  unsigned shards = 0;
+  const char* end = value.data() + value.size();
+  const auto result = std::from_chars(value.data(), end, shards);
+  return result.ec == std::errc() && result.ptr == end && shards >= 1 && shards <= maxShards
+             ? std::string()
+             : "takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
+}
+
+std::string refuseName(const std::string& value)
+{
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  const auto isPart = [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; };
+  // Names with "__" are those of the C++ implementation.
+  return !value.empty() && value.size() <= maxName && isLetter(value[0]) &&
+                 std::all_of(value.begin(), value.end(), isPart) && value.find("__") == std::string::npos &&
+                 isUsableNamespace(value)
+             ? std::string()
+             : "takes a name that C++ has room for, of letters, digits and '_', not " + quoted(value);
+}
+
+/// CLI11's words, but for unknown options.
+std::string explain(const CLI::App& app, const CLI::ParseError& error)
+{
+  const bool unknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+  return unknown ? "unknown option " + kwxml::catalogue::quoted(app.remaining().front()) : error.what();
+}
+
+void addOptions(CLI::App& app, Arguments& arguments)
+{
+  const auto check = [](std::string (*refuse)(const std::string&)) {
+    return CLI::Validator([refuse](std::string& value) { return refuse(value); }, "");
+  };
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.add_option("SCHEMA", arguments.schemas,
+                 "Schema files, or directories: their *.xml files, sorted by name")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->type_name("");
+  app.add_option("-o", arguments.outputDirectory, "Where the files go; made when it does not exist")
+      ->type_name("OUTDIR");
+  app.add_option("--name", arguments.options.name, "Name of the catalogue (default: catalogue)")
+      ->check(check(refuseName))
+      ->type_name("NAME");
+  app.add_option("--shards", arguments.options.shards, "Number of table files (default: one per 256 classes)")
+      ->check(check(refuseShards))
+      ->type_name("N");
+  app.add_flag("--list-outputs", arguments.listOutputs,
+               "Print the names of the files that would be written, and write none");
+  app.add_flag("--strict", arguments.strict, "What is only suspicious, and warned of, is an error");
+  app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
+  app.footer(footer);
+}
+
+/// What a whole command line lacks, empty when it lacks nothing.
+std::string findMissing(const Arguments& arguments)
+{
+  if (arguments.outputDirectory.empty() && !arguments.listOutputs) {
     return "no output directory";
   }
   return arguments.schemas.empty() ? "no schemas" : "";
@@ -130,43 +152,6 @@ std::string headLine(const std::vector<std::string>& files)
   return "// Generated by kwxml-catalogue from " + names + ". Do not edit.\n";
 }
 
-/// Writes all files beside their places first and moves them there when every one is whole, so that a failure
-/// leaves what was there before.
-void writeFiles(const fs::path& directory, const std::vector<OutputFile>& files)
-{
-  constexpr const char* temporary = ".new";
-  fs::create_directories(directory);
-  const auto removeTemporaries = [&] {
-    std::error_code ignored;  // the failure that led here is the one to report
-    for (const OutputFile& file : files) {
-      fs::remove(directory / (file.name + temporary), ignored);
-    }
-  };
-  try {
-    for (const OutputFile& file : files) {
-      const fs::path path = directory / (file.name + temporary);
-      std::ofstream out(path, std::ios::binary | std::ios::trunc);
-      out << file.text;
-      out.close();
-      if (!out) {
-        throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
-      }
-    }
-    for (const OutputFile& file : files) {  // a rename that can only fail must not leave half of them done
-      const fs::path path = directory / file.name;
-      if (fs::is_directory(fs::symlink_status(path))) {
-        throw fs::filesystem_error("cannot replace", path, std::make_error_code(std::errc::is_a_directory));
-      }
-    }
-    for (const OutputFile& file : files) {
-      fs::rename(directory / (file.name + temporary), directory / file.name);
-    }
-  } catch (...) {
-    removeTemporaries();
-    throw;
-  }
-}
-
 struct XmlPlatform
 {
   XmlPlatform() { xercesc::XMLPlatformUtils::Initialize(); }
@@ -193,7 +178,18 @@ int compile(const Arguments& arguments)
   if (diagnostics.hasErrors()) {
     return exitRefused;
   }
-  writeFiles(arguments.outputDirectory, emit(catalogue, headLine(files), arguments.shards));
+  const std::vector<OutputFile> outputs = emit(catalogue, headLine(files), arguments.options.shards);
+  if (!arguments.listOutputs) {
+    writeFiles(arguments.outputDirectory, outputs);
+    return exitDone;
+  }
+  for (const OutputFile& file : outputs) {
+    std::cout << file.name << '\n';
+  }
+  std::cout.flush();
+  if (!std::cout) {
+    throw std::runtime_error("cannot write to standard output");
+  }
   return exitDone;
 }
 
@@ -203,21 +199,32 @@ int main(int argc, char** argv)
 {
   try {
     Arguments arguments;
-    const std::string problem = readArguments(argc, argv, arguments);
-    if (!problem.empty()) {
-      std::cerr << "kwxml-catalogue: " << problem << '\n' << usage;
-      return exitUsage;
-    }
-    if (arguments.help) {
-      std::cout << usage << '\n' << help;
+    CLI::App app(description, "kwxml-catalogue");
+    addOptions(app, arguments);
+    std::string problem;
+    try {
+      app.parse(argc, argv);
+      problem = findMissing(arguments);
+    } catch (const CLI::CallForHelp&) {
+      std::cout << app.help();
       return exitDone;
+    } catch (const CLI::CallForVersion& version) {
+      std::cout << version.what() << '\n';
+      return exitDone;
+    } catch (const CLI::ParseError& error) {
+      problem = explain(app, error);
+    }
+    if (!problem.empty()) {
+      std::cerr << "kwxml-catalogue: " << oneLine(problem) << '\n';
+      return exitUsage;
     }
     return compile(arguments);
   } catch (const std::exception& exception) {
-    std::cerr << "kwxml-catalogue: " << exception.what() << '\n';
-    return exitRefused;
+    std::cerr << "kwxml-catalogue: " << oneLine(exception.what()) << '\n';
   } catch (const xercesc::XMLException&) {
     std::cerr << "kwxml-catalogue: the XML parser cannot be started\n";
-    return exitRefused;
+  } catch (const xercesc::OutOfMemoryException&) {
+    std::cerr << "kwxml-catalogue: not enough memory\n";
   }
+  return exitRefused;
 }
