@@ -37,6 +37,23 @@ std::string toUtf8(const XMLCh* text)
   return ascii;
 }
 
+/// Text in one line: blanks, line ends and other control characters, as many as stand together, are one
+/// blank, and none at the ends.
+std::string collapsed(const std::string& text)
+{
+  std::string line;
+  for (const char c : text) {
+    const bool blank = static_cast<unsigned char>(c) <= 0x20 || c == 0x7F;
+    if (!blank) {
+      line += c;
+    } else if (!line.empty() && line.back() != ' ') {
+      line += ' ';
+    }
+  }
+  line.resize(line.size() - (line.ends_with(' ') ? 1 : 0));
+  return line;
+}
+
 /// How deep elements may nest. The grammar's own nest 5 deep; the parser's work on elements that have no
 /// place in it grows with the square of their depth.
 constexpr int maxElementDepth = 16;
@@ -64,6 +81,8 @@ public:
     system_ = nullptr;
     class_ = nullptr;
     field_ = nullptr;
+    docOwner_ = nullptr;
+    docText_.reset();
   }
 
   void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
@@ -91,6 +110,15 @@ public:
       startAnnotation();
     } else if (element == "xpath" && system_ != nullptr) {
       startXPath();
+    } else if (element == "doc" && docOwner_ != nullptr) {
+      startDoc();
+    }
+  }
+
+  void characters(const XMLCh* text, XMLSize_t length) override
+  {
+    if (docText_) {
+      docText_->append(text, length);
     }
   }
 
@@ -98,7 +126,9 @@ public:
   {
     --depth_;
     const std::string element = toUtf8(localName);
-    if (element == "system") {
+    if (element == "doc") {
+      endDoc();
+    } else if (element == "system") {
       system_ = nullptr;
     } else if (element == "message" || element == "enum") {
       class_ = nullptr;
@@ -187,6 +217,7 @@ private:
     system_->at = here();
     system_->name = text("name");
     system_->index = number("index");
+    takeDoc(system_->doc);
   }
 
   void startClass(bool isEnum)
@@ -198,6 +229,8 @@ private:
     class_->name = text("name");
     class_->id = number("id");
     class_->writtenIndex = optionalNumber("index");
+    class_->formerly = optionalText("formerly");
+    takeDoc(class_->doc);
   }
 
   void startField()
@@ -218,6 +251,7 @@ private:
     field_->timeOfDay = flag("timeOfDay");
     field_->cdata = flag("cdata");
     field_->xpath = flag("xpath");
+    takeFieldNotes();
   }
 
   void startEnumerator()
@@ -227,6 +261,39 @@ private:
     field_->type = FIELD_ENUMERATOR;
     field_->name = text("name");
     field_->value = number("value");
+    takeFieldNotes();
+  }
+
+  void takeFieldNotes()
+  {
+    field_->formerly = optionalText("formerly");
+    takeDoc(field_->doc);
+  }
+
+  /// The attribute; a "doc" element, which would be the next one, belongs to the same owner.
+  void takeDoc(std::string& owner)
+  {
+    const std::optional<std::string> written = optionalText("doc");
+    owner = collapsed(written.value_or(""));
+    docOwner_ = &owner;
+    hasDocAttribute_ = written.has_value();
+  }
+
+  void startDoc()
+  {
+    if (hasDocAttribute_) {
+      diagnostics_.error(here(), "an element has its doc text in an attribute or in an element, not in both");
+    }
+    docText_.emplace();
+  }
+
+  void endDoc()
+  {
+    if (docText_) {
+      *docOwner_ = collapsed(toUtf8(docText_->c_str()));
+    }
+    docText_.reset();
+    docOwner_ = nullptr;
   }
 
   void startAnnotation()
@@ -263,7 +330,10 @@ private:
   int depth_ = 0;  // of open elements
   System* system_ = nullptr;
   Class* class_ = nullptr;
-  Field* field_ = nullptr;  // the last one of class_
+  Field* field_ = nullptr;           // the last one of class_
+  std::string* docOwner_ = nullptr;  // of the last element that may have one
+  bool hasDocAttribute_ = false;
+  std::optional<std::u16string> docText_;  // of an open "doc" element
 };
 
 /// A reader that validates against the grammar in `pool` and looks at nothing but the text it is given.
