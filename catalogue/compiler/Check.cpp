@@ -114,9 +114,10 @@ private:
       }
       const auto [first, unique] = ids.emplace(cls.id, &cls);
       if (!unique) {
-        diagnostics_.warning(cls.at, "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
-                                         quoted(cls.name) + " is that of " + quoted(first->second->name) +
-                                         ": a lookup by ID finds either");
+        diagnostics_.warning(cls.at, Rule::RepeatedId,
+                             "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
+                                 quoted(cls.name) + " is that of " + quoted(first->second->name) +
+                                 ": a lookup by ID finds either");
       }
     }
     checkFormerNames("class", system.classes);
@@ -219,16 +220,16 @@ private:
       const std::uint32_t hash = field.recordHash();
       if (hash == 0) {
         if (!field.hidden) {
-          diagnostics_.warning(field.at,
+          diagnostics_.warning(field.at, Rule::HashOfZero,
                                "the hash of field " + quoted(field.name) + " is 0: it is as hidden");
         }
         continue;
       }
       const auto [first, unique] = hashes.emplace(hash, &field);
       if (!unique) {
-        diagnostics_.warning(field.at, "field " + quoted(field.name) + " has the hash of field " +
-                                           quoted(first->second->name) +
-                                           ": a lookup by name finds the latter");
+        diagnostics_.warning(field.at, Rule::SameHash,
+                             "field " + quoted(field.name) + " has the hash of field " +
+                                 quoted(first->second->name) + ": a lookup by name finds the latter");
       }
     }
     checkFormerNames(cls.isEnum ? "enumerator" : "field", cls.fields);
@@ -303,7 +304,7 @@ private:
       }
       if (kind.member == nullptr || name != kind.member) {
         diagnostics_.warning(
-            annotation.at,
+            annotation.at, Rule::AnnotationMember,
             "annotation " + quoted(annotation.name) + " has no member " + quoted(name) +
                 (kind.member != nullptr ? "; known: " + std::string(kind.member) : std::string()));
       } else if (kind.members == AnnotationMembers::Bool && !parseAnnotationBool(value)) {
@@ -325,10 +326,10 @@ private:
                                          quoted(system.name));
       }
       if (!system.hasXPathTables()) {
-        diagnostics_.warning(xpath.at,
+        diagnostics_.warning(xpath.at, Rule::UnreadXPath,
                              "only systems 12, 18, 22 and 100 have XPath tables: this xpath is left out");
       } else if (!paths.insert(xpath.path).second) {
-        diagnostics_.warning(xpath.at,
+        diagnostics_.warning(xpath.at, Rule::RepeatedXPath,
                              "xpath " + quoted(xpath.path) + " is repeated: a lookup by text finds either");
       }
     }

@@ -28,6 +28,13 @@ std::uint32_t Diagnostics::addFile(std::string name)
   return static_cast<std::uint32_t>(files_.size() - 1);
 }
 
+void Diagnostics::warning(const Location& at, Rule rule, const std::string& text)
+{
+  if (!allowed_.contains(rule)) {
+    add(at, warningsAreErrors_, text + " [" + ruleName(rule) + "]");
+  }
+}
+
 void Diagnostics::add(const Location& at, bool isError, std::string text)
 {
   entries_.push_back({at, isError, oneLine(text)});

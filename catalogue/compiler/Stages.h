@@ -22,6 +22,9 @@ void check(const Catalogue& catalogue, Diagnostics& diagnostics);
 /// Assigns class indices and slots, and refuses a layout that does not fit.
 void layOut(Catalogue& catalogue, Diagnostics& diagnostics);
 
+/// Warns of what the forms of a message lose; of a catalogue without errors.
+void checkForms(const Catalogue& catalogue, Diagnostics& diagnostics);
+
 /// One file to be written; the name is relative to the output directory.
 struct OutputFile
 {

@@ -31,6 +31,7 @@ struct Arguments
   bool strict = false;
   bool listOutputs = false;
   Options options;
+  std::vector<std::string> allowed;  ///< names of rules
   std::string outputDirectory;
   std::vector<std::string> schemas;
 };
@@ -46,7 +47,7 @@ constexpr const char* footer =
     "bytes, and a file whose text stays keeps its time. Mistakes are reported on standard error as\n"
     "FILE:LINE:COLUMN: error: TEXT, the place being just behind the start tag of the element in question; "
     "nothing\n"
-    "is written then.\n"
+    "is written then. Warnings have the name of their rule, for --allow, behind them.\n"
     "\n"
     "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
     "\n"
@@ -73,6 +74,11 @@ std::string refuseName(const std::string& value)
                  isUsableNamespace(value)
              ? std::string()
              : "takes a name that C++ has room for, of letters, digits and '_', not " + quoted(value);
+}
+
+std::string refuseRule(const std::string& value)
+{
+  return findRule(value) ? std::string() : "unknown rule " + quoted(value) + "; known: " + ruleNames();
 }
 
 /// CLI11's words, but for unknown options.
@@ -103,6 +109,11 @@ void addOptions(CLI::App& app, Arguments& arguments)
   app.add_flag("--list-outputs", arguments.listOutputs,
                "Print the names of the files that would be written, and write none");
   app.add_flag("--strict", arguments.strict, "What is only suspicious, and warned of, is an error");
+  app.add_option("--allow", arguments.allowed, "Do not warn of what this rule finds; may be repeated")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)  // one value each: what follows is a schema
+      ->check(check(refuseRule))
+      ->type_name("RULE");
   app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
   app.footer(footer);
 }
@@ -167,12 +178,18 @@ int compile(const Arguments& arguments)
   if (arguments.strict) {
     diagnostics.makeWarningsErrors();
   }
+  for (const std::string& rule : arguments.allowed) {
+    diagnostics.allow(*findRule(rule));
+  }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
   Catalogue catalogue = parse(files, diagnostics);
   if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
     resolve(catalogue, diagnostics);
     check(catalogue, diagnostics);
     layOut(catalogue, diagnostics);
+  }
+  if (!diagnostics.hasErrors()) {
+    checkForms(catalogue, diagnostics);
   }
   diagnostics.print(std::cerr);
   if (diagnostics.hasErrors()) {
