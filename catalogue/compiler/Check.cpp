@@ -263,8 +263,11 @@ private:
     if (field.passwordName && field.type != FIELD_PSTRING) {
       refuse("password", "a pstring");
     }
-    if (field.cdata && field.type != FIELD_STRING && field.type != FIELD_LIST_STRING) {
-      refuse("cdata", "a string or a list of strings");
+    const FieldTypeInfo& info = fieldTypeInfo(field.type);
+    const FieldTypeInfo& value = info.element != FIELD_UNSET ? fieldTypeInfo(info.element) : info;
+    if (field.cdata &&
+        (value.storage == Storage::None || value.type == FIELD_OBJECT || value.mapKey != FIELD_UNSET)) {
+      refuse("cdata", "a scalar or a list of scalars");
     }
   }
 

@@ -43,6 +43,10 @@ void warnOfField(const Field& field, Diagnostics& diagnostics)
   if (loss != std::end(losses)) {
     warn(loss->rule, loss->text);
   }
+  if (field.cdata &&
+      (field.type == FIELD_BSTRING || field.type == FIELD_LIST_BSTRING || field.type == FIELD_PSTRING)) {
+    warn(Rule::IdleCdata, "XML has no sections of bytes and passwords: attribute 'cdata' changes nothing");
+  }
   if (field.type == FIELD_PSTRING && field.passwordType == 0) {
     const bool unmarked = annotationRecordSize(field) == 0;
     warn(Rule::PasswordType,

@@ -10,6 +10,7 @@ namespace {
 constexpr const char* names[] = {
     "annotation-member",  // a member that nothing looks for
     "hash-of-zero",       // a field that no name leads to
+    "idle-cdata",         // a CDATA mark that changes nothing
     "old-way",            // a system whose messages are always written whole
     "password-type",      // a password without a type
     "repeated-id",        // two classes with one ID

@@ -12,6 +12,7 @@ enum class Rule
 {
   AnnotationMember,
   HashOfZero,
+  IdleCdata,
   OldWay,
   PasswordType,
   RepeatedId,
