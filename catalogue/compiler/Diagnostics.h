@@ -42,6 +42,7 @@ public:
   /// From now on the rule's warnings are dropped.
   void allow(Rule rule) { allowed_.insert(rule); }
   bool hasErrors() const { return errors_ > 0; }
+  std::size_t errors() const { return errors_; }
 
   /// Writes "file:line:column: error: text" per error, "warning: text [rule]" alike; a place without a line
   /// is written as the file alone. Each is one line: control characters become blanks.

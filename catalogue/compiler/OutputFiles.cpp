@@ -72,6 +72,9 @@ void writeFiles(const fs::path& directory, const std::vector<OutputFile>& files)
       if (!out) {
         throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
       }
+      if (const fs::file_status earlier = fs::status(directory / file->name); fs::is_regular_file(earlier)) {
+        fs::permissions(path, earlier.permissions());
+      }
     }
     for (const OutputFile* file : changed) {  // a rename that can only fail must not leave half of them done
       const fs::path path = directory / file->name;

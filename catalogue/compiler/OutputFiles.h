@@ -15,7 +15,7 @@ std::optional<std::string> readFile(const std::filesystem::path& path, std::size
 
 /// Writes all files or, when one cannot be written, none: then those that were there are there as before. A
 /// file that already holds its text is left alone, its time stamp with it, so that what is built from it is
-/// not built again. Throws std::filesystem::filesystem_error.
+/// not built again; one that is replaced keeps its permissions. Throws std::filesystem::filesystem_error.
 void writeFiles(const std::filesystem::path& directory, const std::vector<OutputFile>& files);
 
 }  // namespace kwxml::catalogue

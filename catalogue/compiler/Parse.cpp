@@ -356,7 +356,30 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::XMLGrammarPool& pool
 
 }  // namespace
 
-Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
+std::vector<SchemaText> read(const std::vector<std::string>& files, Diagnostics& diagnostics)
+{
+  std::vector<SchemaText> schemas;
+  std::size_t unread = maxSchemaBytes;
+  for (const std::string& path : files) {
+    const std::uint32_t file = diagnostics.addFile(path);
+    std::string reason;
+    std::optional<std::string> text = readFile(path, unread + 1, reason);
+    if (!text) {
+      diagnostics.error({file, 0, 0}, reason);
+      continue;
+    }
+    if (text->size() > unread) {
+      diagnostics.error({file, 0, 0}, "the schema files have more than " + std::to_string(maxSchemaBytes) +
+                                          " bytes in all");
+      break;
+    }
+    unread -= text->size();
+    schemas.push_back({file, std::move(*text)});
+  }
+  return schemas;
+}
+
+Catalogue parse(const std::vector<SchemaText>& schemas, Diagnostics& diagnostics)
 {
   Catalogue catalogue;
   Handler handler(catalogue, diagnostics);
@@ -367,32 +390,17 @@ Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
   reader->setLexicalHandler(&handler);
   reader->setEntityResolver(&handler);
 
-  handler.startFile(diagnostics.addFile("catalogue.xsd"));
   const xercesc::MemBufInputSource grammar(reinterpret_cast<const XMLByte*>(grammarText),
                                            std::strlen(grammarText), "catalogue.xsd");
   if (reader->loadGrammar(grammar, xercesc::Grammar::SchemaGrammarType, true) == nullptr) {
     throw std::logic_error("the built-in grammar does not load");
   }
 
-  std::size_t unread = maxSchemaBytes;
-  for (const std::string& path : files) {
-    const std::uint32_t file = diagnostics.addFile(path);
+  for (const auto& [file, text] : schemas) {
     handler.startFile(file);
-    std::string reason;
-    const std::optional<std::string> content = readFile(path, unread + 1, reason);
-    if (!content) {
-      diagnostics.error({file, 0, 0}, reason);
-      continue;
-    }
-    if (content->size() > unread) {
-      diagnostics.error({file, 0, 0}, "the schema files have more than " + std::to_string(maxSchemaBytes) +
-                                          " bytes in all");
-      break;
-    }
-    unread -= content->size();
     try {
-      const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(content->data()),
-                                              content->size(), path.c_str());
+      const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
+                                              diagnostics.files()[file].c_str());
       reader->parse(source);
     } catch (const ParseEnded&) {
       continue;

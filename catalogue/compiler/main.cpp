@@ -30,6 +30,7 @@ struct Arguments
 {
   bool strict = false;
   bool listOutputs = false;
+  bool format = false;
   Options options;
   std::vector<std::string> allowed;  ///< names of rules
   std::string outputDirectory;
@@ -108,6 +109,10 @@ void addOptions(CLI::App& app, Arguments& arguments)
       ->type_name("N");
   app.add_flag("--list-outputs", arguments.listOutputs,
                "Print the names of the files that would be written, and write none");
+  app.add_flag("--format", arguments.format,
+               "Rewrite the schema files in their canonical layout, and no others")
+      ->excludes("-o")
+      ->excludes("--list-outputs");
   app.add_flag("--strict", arguments.strict, "What is only suspicious, and warned of, is an error");
   app.add_option("--allow", arguments.allowed, "Do not warn of what this rule finds; may be repeated")
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -121,7 +126,7 @@ void addOptions(CLI::App& app, Arguments& arguments)
 /// What a whole command line lacks, empty when it lacks nothing.
 std::string findMissing(const Arguments& arguments)
 {
-  if (arguments.outputDirectory.empty() && !arguments.listOutputs) {
+  if (arguments.outputDirectory.empty() && !arguments.listOutputs && !arguments.format) {
     return "no output directory";
   }
   return arguments.schemas.empty() ? "no schemas" : "";
@@ -171,6 +176,42 @@ struct XmlPlatform
   XmlPlatform& operator=(const XmlPlatform&) = delete;
 };
 
+/// Brings a schema file into its canonical layout. One that is not valid stays as it is.
+void formatFile(const std::string& path, const SchemaText& schema, Diagnostics& diagnostics)
+{
+  const std::size_t errors = diagnostics.errors();
+  parse({schema}, diagnostics);
+  if (diagnostics.errors() > errors) {
+    return;
+  }
+  const fs::path place = fs::canonical(path);  // not a link to it
+  std::string reason = "it is no regular file";
+  const std::optional<std::string> text =
+      fs::is_regular_file(place) ? format(schema.text, reason) : std::nullopt;
+  if (!text) {
+    diagnostics.error({schema.file, 0, 0}, reason);
+    return;
+  }
+  Diagnostics again;
+  parse({{again.addFile(path), *text}}, again);
+  if (again.hasErrors()) {
+    throw std::logic_error("the canonical layout of " + path + " is not valid; the file stays as it is");
+  }
+  writeFiles(place.parent_path(), {{place.filename().string(), *text}});
+}
+
+int formatFiles(const Arguments& arguments)
+{
+  const XmlPlatform platform;
+  Diagnostics diagnostics;
+  const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
+  for (const SchemaText& schema : schemas) {
+    formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+  }
+  diagnostics.print(std::cerr);
+  return diagnostics.hasErrors() ? exitRefused : exitDone;
+}
+
 int compile(const Arguments& arguments)
 {
   const XmlPlatform platform;
@@ -182,7 +223,7 @@ int compile(const Arguments& arguments)
     diagnostics.allow(*findRule(rule));
   }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
-  Catalogue catalogue = parse(files, diagnostics);
+  Catalogue catalogue = parse(read(files, diagnostics), diagnostics);
   if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
     resolve(catalogue, diagnostics);
     check(catalogue, diagnostics);
@@ -235,7 +276,7 @@ int main(int argc, char** argv)
       std::cerr << "kwxml-catalogue: " << oneLine(problem) << '\n';
       return exitUsage;
     }
-    return compile(arguments);
+    return arguments.format ? formatFiles(arguments) : compile(arguments);
   } catch (const std::exception& exception) {
     std::cerr << "kwxml-catalogue: " << oneLine(exception.what()) << '\n';
   } catch (const xercesc::XMLException&) {
