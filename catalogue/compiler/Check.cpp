@@ -27,6 +27,33 @@ constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
 // dozens.
 constexpr std::size_t maxConstructedObjects = 10000;
 
+/// An element that may have a former name.
+struct Named
+{
+  Named(const Class& cls) : at(&cls.at), name(&cls.name), formerly(&cls.formerly) {}
+  Named(const Field& field)
+      : at(&field.at),
+        name(&field.name),
+        formerly(&field.formerly),
+        hash(field.isEnumerator() ? 0 : field.recordHash())
+  {
+  }
+
+  const Location* at;
+  const std::string* name;
+  const std::optional<std::string>* formerly;
+  std::uint32_t hash = 0;  // 0: not found by a hash
+};
+
+/// Readers take names of enumerators in any case.
+std::string lowerCase(std::string text)
+{
+  for (char& c : text) {
+    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return text;
+}
+
 class Checker
 {
 public:
@@ -87,12 +114,74 @@ private:
       }
       const auto [first, unique] = ids.emplace(cls.id, &cls);
       if (!unique) {
-        diagnostics_.warning(cls.at, "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
-                                         quoted(cls.name) + " is that of " + quoted(first->second->name) +
-                                         ": a lookup by ID finds either");
+        diagnostics_.warning(cls.at, Rule::RepeatedId,
+                             "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
+                                 quoted(cls.name) + " is that of " + quoted(first->second->name) +
+                                 ": a lookup by ID finds either");
       }
     }
+    checkFormerNames("class", system.classes);
     checkXPaths(system);
+  }
+
+  /// A former name leads to its element alone: no other has it, and no other has the hash by which fields are
+  /// found. `what` the elements are: "class", "field" or "enumerator".
+  template <class Elements>
+  void checkFormerNames(const std::string& what, const Elements& elements)
+  {
+    const bool hashed = what == "field";
+    const auto key = [&](const std::string& name) { return what == "enumerator" ? lowerCase(name) : name; };
+    struct Taken
+    {
+      std::size_t element;
+      const char* as;
+    };
+    std::unordered_map<std::string, Taken> names;
+    std::unordered_map<std::uint32_t, Taken> hashes;
+    std::size_t position = 0;
+    for (const Named element : elements) {
+      names.emplace(key(*element.name), Taken{position, "name"});
+      if (element.hash != 0) {
+        hashes.emplace(element.hash, Taken{position, "name"});
+      }
+      ++position;
+    }
+    position = 0;
+    for (const Named element : elements) {
+      const std::size_t own = position++;
+      if (!*element.formerly) {
+        continue;
+      }
+      const std::string& formerly = **element.formerly;
+      const auto refuse = [&](const std::string& why) {
+        diagnostics_.error(*element.at, "former name " + quoted(formerly) + " of " + what + " " +
+                                            quoted(*element.name) + why);
+      };
+      const auto refuseTaken = [&](const auto& entry, const char* property) {
+        const auto& [by, isNew] = entry;
+        const bool taken = !isNew && by->second.element != own;
+        if (taken) {
+          const Named other = elements[by->second.element];
+          refuse(std::string(" ") + property + " the " + by->second.as + " of " + what + " " +
+                 quoted(*other.name));
+        }
+        return taken;
+      };
+      if (formerly == *element.name) {
+        refuse(" is its name still");
+        continue;
+      }
+      const Taken former{own, "former name"};
+      if (refuseTaken(names.emplace(key(formerly), former), "is") || !hashed) {
+        continue;
+      }
+      const std::uint32_t hash = nameHash(formerly.data(), formerly.size());
+      if (hash == 0) {
+        refuse(" has the hash 0, which leads to no field");
+      } else {
+        refuseTaken(hashes.emplace(hash, former), "has the hash of");
+      }
+    }
   }
 
   void checkClass(const Class& cls)
@@ -131,24 +220,30 @@ private:
       const std::uint32_t hash = field.recordHash();
       if (hash == 0) {
         if (!field.hidden) {
-          diagnostics_.warning(field.at,
+          diagnostics_.warning(field.at, Rule::HashOfZero,
                                "the hash of field " + quoted(field.name) + " is 0: it is as hidden");
         }
         continue;
       }
       const auto [first, unique] = hashes.emplace(hash, &field);
       if (!unique) {
-        diagnostics_.warning(field.at, "field " + quoted(field.name) + " has the hash of field " +
-                                           quoted(first->second->name) +
-                                           ": a lookup by name finds the latter");
+        diagnostics_.warning(field.at, Rule::SameHash,
+                             "field " + quoted(field.name) + " has the hash of field " +
+                                 quoted(first->second->name) + ": a lookup by name finds the latter");
       }
     }
+    checkFormerNames(cls.isEnum ? "enumerator" : "field", cls.fields);
   }
 
   void checkMarks(const Field& field)
   {
     if (field.type == FIELD_INVALID) {
       return;
+    }
+    if (field.formerly && (field.hidden || fieldTypeInfo(field.type).storage == Storage::None)) {
+      diagnostics_.error(field.at,
+                         "field " + quoted(field.name) + " has no former name: " +
+                             (field.hidden ? "no name leads to a hidden field" : "it has no value"));
     }
     const auto refuse = [&](const char* mark, const char* where) {
       diagnostics_.error(field.at, std::string("attribute ") + quoted(mark) + " of field " +
@@ -168,8 +263,11 @@ private:
     if (field.passwordName && field.type != FIELD_PSTRING) {
       refuse("password", "a pstring");
     }
-    if (field.cdata && field.type != FIELD_STRING && field.type != FIELD_LIST_STRING) {
-      refuse("cdata", "a string or a list of strings");
+    const FieldTypeInfo& info = fieldTypeInfo(field.type);
+    const FieldTypeInfo& value = info.element != FIELD_UNSET ? fieldTypeInfo(info.element) : info;
+    if (field.cdata &&
+        (value.storage == Storage::None || value.type == FIELD_OBJECT || value.mapKey != FIELD_UNSET)) {
+      refuse("cdata", "a scalar or a list of scalars");
     }
   }
 
@@ -209,7 +307,7 @@ private:
       }
       if (kind.member == nullptr || name != kind.member) {
         diagnostics_.warning(
-            annotation.at,
+            annotation.at, Rule::AnnotationMember,
             "annotation " + quoted(annotation.name) + " has no member " + quoted(name) +
                 (kind.member != nullptr ? "; known: " + std::string(kind.member) : std::string()));
       } else if (kind.members == AnnotationMembers::Bool && !parseAnnotationBool(value)) {
@@ -231,10 +329,10 @@ private:
                                          quoted(system.name));
       }
       if (!system.hasXPathTables()) {
-        diagnostics_.warning(xpath.at,
+        diagnostics_.warning(xpath.at, Rule::UnreadXPath,
                              "only systems 12, 18, 22 and 100 have XPath tables: this xpath is left out");
       } else if (!paths.insert(xpath.path).second) {
-        diagnostics_.warning(xpath.at,
+        diagnostics_.warning(xpath.at, Rule::RepeatedXPath,
                              "xpath " + quoted(xpath.path) + " is repeated: a lookup by text finds either");
       }
     }

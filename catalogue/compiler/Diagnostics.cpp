@@ -20,29 +20,19 @@ std::string shortened(const std::string& text)
   return end == text.size() ? text : text.substr(0, end) + "...";
 }
 
-/// Text from outside as part of one line: control characters of ASCII are blanks, and what else a terminal
-/// would obey is shown as what it is.
-std::string oneLine(std::string_view text)
-{
-  std::string line;
-  while (!text.empty()) {
-    const auto c = static_cast<unsigned char>(text[0]);
-    if (c < 0x20 || c == 0x7F) {
-      line += ' ';
-      text.remove_prefix(1);
-    } else {
-      text.remove_prefix(appendShownCharacter(line, text));
-    }
-  }
-  return line;
-}
-
 }  // namespace
 
 std::uint32_t Diagnostics::addFile(std::string name)
 {
   files_.push_back(std::move(name));
   return static_cast<std::uint32_t>(files_.size() - 1);
+}
+
+void Diagnostics::warning(const Location& at, Rule rule, const std::string& text)
+{
+  if (!allowed_.contains(rule)) {
+    add(at, warningsAreErrors_, text + " [" + ruleName(rule) + "]");
+  }
 }
 
 void Diagnostics::add(const Location& at, bool isError, std::string text)
@@ -68,6 +58,21 @@ void Diagnostics::print(std::ostream& out) const
     }
     out << (entry->isError ? " error: " : " warning: ") << entry->text << '\n';
   }
+}
+
+std::string oneLine(std::string_view text)
+{
+  std::string line;
+  while (!text.empty()) {
+    const auto c = static_cast<unsigned char>(text[0]);
+    if (c < 0x20 || c == 0x7F) {
+      line += ' ';
+      text.remove_prefix(1);
+    } else {
+      text.remove_prefix(appendShownCharacter(line, text));
+    }
+  }
+  return line;
 }
 
 std::string quoted(const std::string& text)

@@ -4,9 +4,13 @@
 // The lines are printed at the end, in the order of the files and of the positions in them.
 #pragma once
 
+#include "Rules.h"
+
 #include <cstdint>
 #include <iosfwd>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kwxml::catalogue {
@@ -29,13 +33,19 @@ public:
   const std::vector<std::string>& files() const { return files_; }
 
   void error(const Location& at, std::string text) { add(at, true, std::move(text)); }
+  /// Nothing when the rule is allowed; the text gets the rule's name behind it.
+  void warning(const Location& at, Rule rule, const std::string& text);
+  /// A warning of the parser, which has no rule.
   void warning(const Location& at, std::string text) { add(at, warningsAreErrors_, std::move(text)); }
   /// From now on.
   void makeWarningsErrors() { warningsAreErrors_ = true; }
+  /// From now on the rule's warnings are dropped.
+  void allow(Rule rule) { allowed_.insert(rule); }
   bool hasErrors() const { return errors_ > 0; }
+  std::size_t errors() const { return errors_; }
 
-  /// Writes "file:line:column: error: text" per error, "warning" alike; a place without a line is written as
-  /// the file alone. Each is one line: control characters become blanks.
+  /// Writes "file:line:column: error: text" per error, "warning: text [rule]" alike; a place without a line
+  /// is written as the file alone. Each is one line: control characters become blanks.
   void print(std::ostream& out) const;
 
 private:
@@ -51,7 +61,12 @@ private:
   std::vector<Entry> entries_;
   std::size_t errors_ = 0;
   bool warningsAreErrors_ = false;
+  std::set<Rule> allowed_;
 };
+
+/// Text from outside as part of one line: control characters of ASCII are blanks, and what else a terminal
+/// would obey is shown as what it is.
+std::string oneLine(std::string_view text);
 
 /// The text in single quotes; of a long one the beginning and "...".
 std::string quoted(const std::string& text);

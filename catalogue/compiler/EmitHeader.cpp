@@ -41,6 +41,7 @@
 
 #include <kwxml/model/YMMessageBase.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -83,6 +84,30 @@ std::string uniqueName(std::string wanted, std::set<std::string>& names)
   return wanted;
 }
 
+/// A schema's text as a comment on lines of its own. It ends in no backslash, which would join the next line.
+std::string comment(const std::string& doc, const std::string& indent)
+{
+  constexpr std::size_t width = 110;
+  std::string out;
+  std::string line;
+  const auto endLine = [&] {
+    out += indent + "///" + line + (line.ends_with('\\') ? "." : "") + "\n";
+    line.clear();
+  };
+  for (std::size_t at = 0; at < doc.size();) {
+    const std::size_t end = std::min(doc.find(' ', at), doc.size());
+    if (!line.empty() && indent.size() + 3 + line.size() + 1 + (end - at) > width) {
+      endLine();
+    }
+    line += " " + doc.substr(at, end - at);
+    at = end + 1;
+  }
+  if (!line.empty()) {
+    endLine();
+  }
+  return out;
+}
+
 std::string qualified(const Class& cls)
 {
   return "::" + cls.system->name + "::" + cppName(cls.name);
@@ -91,12 +116,12 @@ std::string qualified(const Class& cls)
 std::string enumeration(const Class& cls, const std::string& catalogue)
 {
   const std::string name = cppName(cls.name);
-  std::string out = "\nenum class " + name + " : int {\n";
+  std::string out = "\n" + comment(cls.doc, "") + "enum class " + name + " : int {\n";
   std::set<std::string> names;
   for (const Field& field : cls.fields) {
     // Messages hold enumeration values as 32 bits; the upper half of the unsigned range is the negative half
     // here.
-    out += "  " + uniqueName(cppName(field.name), names) + " = " +
+    out += comment(field.doc, "  ") + "  " + uniqueName(cppName(field.name), names) + " = " +
            (static_cast<std::int32_t>(field.value) == INT32_MIN
                 ? "-2147483647 - 1"
                 : std::to_string(static_cast<std::int32_t>(field.value))) +
@@ -133,7 +158,7 @@ public:
   std::string text() const
   {
     const std::string value = visitFieldType(field_.type, [this](auto tag) { return valueAccessors(tag); });
-    return value.empty() ? value : "\n" + value + marks();
+    return value.empty() ? value : "\n" + comment(field_.doc, "  ") + value + marks();
   }
 
 private:
@@ -335,7 +360,7 @@ std::string wrapper(const Class& cls, const std::string& catalogue)
   const std::string name = cppName(cls.name);
   // As a number in each accessor: to look up a name thousands of times takes compilers long.
   const std::string tag = hexadecimal(tagId(cls), 8) + "UL";
-  std::string out = "\nclass " + name +
+  std::string out = "\n" + comment(cls.doc, "") + "class " + name +
                     " : public ::YMMessageBase\n{\npublic:\n  static constexpr unsigned long tag = " + tag +
                     ";\n  static constexpr int systemIndex = " + std::to_string(cls.system->index) +
                     ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n" +
@@ -405,7 +430,7 @@ OutputFile emitHeader(const System& system, const Emission& emission)
     }
     out += "}  // namespace " + name + "\n\n";
   }
-  out += "namespace " + system.name + " {\n\n";
+  out += comment(system.doc, "") + "namespace " + system.name + " {\n\n";
   for (const Class& cls : system.classes) {
     out += declaration(cls);
   }

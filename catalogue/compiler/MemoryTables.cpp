@@ -213,7 +213,7 @@ Registry::Owner Registry::fromSchemas(const std::vector<std::string>& paths, std
   try {
     YMMessageBase::Initialize();  // the XML parser
     Diagnostics diagnostics;
-    Catalogue schemas = parse(schemaFiles(paths), diagnostics);
+    Catalogue schemas = parse(read(schemaFiles(paths), diagnostics), diagnostics);
     if (!diagnostics.hasErrors()) {
       resolve(schemas, diagnostics);
       check(schemas, diagnostics);

@@ -1,5 +1,6 @@
 // Schema files to elements: SAX2 with the grammar built in, positions kept for every element.
 #include "Grammar.h"
+#include "OutputFiles.h"
 #include "Stages.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -15,14 +16,10 @@
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
 
-#include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
-#include <system_error>
 
 namespace kwxml::catalogue {
 namespace {
@@ -40,9 +37,30 @@ std::string toUtf8(const XMLCh* text)
   return ascii;
 }
 
+/// Text in one line: blanks, line ends and other control characters, as many as stand together, are one
+/// blank, and none at the ends.
+std::string collapsed(const std::string& text)
+{
+  std::string line;
+  for (const char c : text) {
+    const bool blank = static_cast<unsigned char>(c) <= 0x20 || c == 0x7F;
+    if (!blank) {
+      line += c;
+    } else if (!line.empty() && line.back() != ' ') {
+      line += ' ';
+    }
+  }
+  line.resize(line.size() - (line.ends_with(' ') ? 1 : 0));
+  return line;
+}
+
 /// How deep elements may nest. The grammar's own nest 5 deep; the parser's work on elements that have no
 /// place in it grows with the square of their depth.
 constexpr int maxElementDepth = 16;
+
+/// Bytes of all files together, many times what real catalogues have: the parser and the elements take about
+/// twenty times the memory.
+constexpr std::size_t maxSchemaBytes = 64 << 20;
 
 /// Thrown out of a parse to end it; the diagnostics already hold the reason.
 struct ParseEnded
@@ -63,6 +81,8 @@ public:
     system_ = nullptr;
     class_ = nullptr;
     field_ = nullptr;
+    docOwner_ = nullptr;
+    docText_.reset();
   }
 
   void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
@@ -90,6 +110,15 @@ public:
       startAnnotation();
     } else if (element == "xpath" && system_ != nullptr) {
       startXPath();
+    } else if (element == "doc" && docOwner_ != nullptr) {
+      startDoc();
+    }
+  }
+
+  void characters(const XMLCh* text, XMLSize_t length) override
+  {
+    if (docText_) {
+      docText_->append(text, length);
     }
   }
 
@@ -97,7 +126,9 @@ public:
   {
     --depth_;
     const std::string element = toUtf8(localName);
-    if (element == "system") {
+    if (element == "doc") {
+      endDoc();
+    } else if (element == "system") {
       system_ = nullptr;
     } else if (element == "message" || element == "enum") {
       class_ = nullptr;
@@ -186,6 +217,7 @@ private:
     system_->at = here();
     system_->name = text("name");
     system_->index = number("index");
+    takeDoc(system_->doc);
   }
 
   void startClass(bool isEnum)
@@ -197,6 +229,8 @@ private:
     class_->name = text("name");
     class_->id = number("id");
     class_->writtenIndex = optionalNumber("index");
+    class_->formerly = optionalText("formerly");
+    takeDoc(class_->doc);
   }
 
   void startField()
@@ -217,6 +251,7 @@ private:
     field_->timeOfDay = flag("timeOfDay");
     field_->cdata = flag("cdata");
     field_->xpath = flag("xpath");
+    takeFieldNotes();
   }
 
   void startEnumerator()
@@ -226,6 +261,39 @@ private:
     field_->type = FIELD_ENUMERATOR;
     field_->name = text("name");
     field_->value = number("value");
+    takeFieldNotes();
+  }
+
+  void takeFieldNotes()
+  {
+    field_->formerly = optionalText("formerly");
+    takeDoc(field_->doc);
+  }
+
+  /// The attribute; a "doc" element, which would be the next one, belongs to the same owner.
+  void takeDoc(std::string& owner)
+  {
+    const std::optional<std::string> written = optionalText("doc");
+    owner = collapsed(written.value_or(""));
+    docOwner_ = &owner;
+    hasDocAttribute_ = written.has_value();
+  }
+
+  void startDoc()
+  {
+    if (hasDocAttribute_) {
+      diagnostics_.error(here(), "an element has its doc text in an attribute or in an element, not in both");
+    }
+    docText_.emplace();
+  }
+
+  void endDoc()
+  {
+    if (docText_) {
+      *docOwner_ = collapsed(toUtf8(docText_->c_str()));
+    }
+    docText_.reset();
+    docOwner_ = nullptr;
   }
 
   void startAnnotation()
@@ -262,7 +330,10 @@ private:
   int depth_ = 0;  // of open elements
   System* system_ = nullptr;
   Class* class_ = nullptr;
-  Field* field_ = nullptr;  // the last one of class_
+  Field* field_ = nullptr;           // the last one of class_
+  std::string* docOwner_ = nullptr;  // of the last element that may have one
+  bool hasDocAttribute_ = false;
+  std::optional<std::u16string> docText_;  // of an open "doc" element
 };
 
 /// A reader that validates against the grammar in `pool` and looks at nothing but the text it is given.
@@ -283,25 +354,32 @@ std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::XMLGrammarPool& pool
   return reader;
 }
 
-/// The file's bytes; none, and the reason in `error`, when it cannot be read.
-std::optional<std::string> readFile(const std::string& path, std::string& error)
-{
-  errno = 0;
-  try {
-    std::ifstream in(path, std::ios::binary);
-    if (in.is_open()) {
-      return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-  } catch (const std::ios_base::failure&) {
-    // The buffer's own report of a failed read, such as that of a directory.
-  }
-  error = errno != 0 ? std::generic_category().message(errno) : "it cannot be read";
-  return std::nullopt;
-}
-
 }  // namespace
 
-Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
+std::vector<SchemaText> read(const std::vector<std::string>& files, Diagnostics& diagnostics)
+{
+  std::vector<SchemaText> schemas;
+  std::size_t unread = maxSchemaBytes;
+  for (const std::string& path : files) {
+    const std::uint32_t file = diagnostics.addFile(path);
+    std::string reason;
+    std::optional<std::string> text = readFile(path, unread + 1, reason);
+    if (!text) {
+      diagnostics.error({file, 0, 0}, reason);
+      continue;
+    }
+    if (text->size() > unread) {
+      diagnostics.error({file, 0, 0}, "the schema files have more than " + std::to_string(maxSchemaBytes) +
+                                          " bytes in all");
+      break;
+    }
+    unread -= text->size();
+    schemas.push_back({file, std::move(*text)});
+  }
+  return schemas;
+}
+
+Catalogue parse(const std::vector<SchemaText>& schemas, Diagnostics& diagnostics)
 {
   Catalogue catalogue;
   Handler handler(catalogue, diagnostics);
@@ -312,25 +390,17 @@ Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics)
   reader->setLexicalHandler(&handler);
   reader->setEntityResolver(&handler);
 
-  handler.startFile(diagnostics.addFile("catalogue.xsd"));
   const xercesc::MemBufInputSource grammar(reinterpret_cast<const XMLByte*>(grammarText),
                                            std::strlen(grammarText), "catalogue.xsd");
   if (reader->loadGrammar(grammar, xercesc::Grammar::SchemaGrammarType, true) == nullptr) {
     throw std::logic_error("the built-in grammar does not load");
   }
 
-  for (const std::string& path : files) {
-    const std::uint32_t file = diagnostics.addFile(path);
+  for (const auto& [file, text] : schemas) {
     handler.startFile(file);
-    std::string reason;
-    const std::optional<std::string> content = readFile(path, reason);
-    if (!content) {
-      diagnostics.error({file, 0, 0}, reason);
-      continue;
-    }
     try {
-      const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(content->data()),
-                                              content->size(), path.c_str());
+      const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
+                                              diagnostics.files()[file].c_str());
       reader->parse(source);
     } catch (const ParseEnded&) {
       continue;

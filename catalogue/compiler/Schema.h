@@ -33,6 +33,8 @@ struct Field
 {
   Location at;
   std::string name;
+  std::optional<std::string> formerly;  ///< its name in messages of earlier programs
+  std::string doc;                      ///< one line, without blanks at its ends
 
   // As written.
   std::string typeName;
@@ -77,6 +79,8 @@ struct Class
   Location at;
   const System* system = nullptr;
   std::string name;
+  std::optional<std::string> formerly;  ///< as a field's
+  std::string doc;                      ///< as a field's
   bool isEnum = false;
   long long id = 0;
   std::optional<long long> writtenIndex;
@@ -103,6 +107,7 @@ struct System
 {
   Location at;
   std::string name;
+  std::string doc;  ///< as a field's
   long long index = 0;
   std::deque<Class> classes;
   std::vector<XPath> xpaths;

@@ -4,14 +4,30 @@
 #include "Diagnostics.h"
 #include "Schema.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kwxml::catalogue {
 
-/// Reads schema files, validated against the built-in grammar. Opens nothing but the files themselves: a
-/// document type declaration is refused, and nothing that a file names is fetched.
-Catalogue parse(const std::vector<std::string>& files, Diagnostics& diagnostics);
+/// What a schema file holds; `file` is its number in the diagnostics.
+struct SchemaText
+{
+  std::uint32_t file;
+  std::string text;
+};
+
+/// Reads schema files, as far as they can be read and are not too large.
+std::vector<SchemaText> read(const std::vector<std::string>& files, Diagnostics& diagnostics);
+
+/// The elements of schemas, validated against the built-in grammar. Opens no file: a document type
+/// declaration is refused, and nothing that a schema names is fetched.
+Catalogue parse(const std::vector<SchemaText>& schemas, Diagnostics& diagnostics);
+
+/// A valid schema in its canonical layout, which compiles to the same files; none, and the reason, for one in
+/// an encoding that has none.
+std::optional<std::string> format(std::string_view text, std::string& reason);
 
 /// Turns type names, class references, defaults, password names and XPaths into what they mean.
 void resolve(Catalogue& catalogue, Diagnostics& diagnostics);
@@ -21,6 +37,9 @@ void check(const Catalogue& catalogue, Diagnostics& diagnostics);
 
 /// Assigns class indices and slots, and refuses a layout that does not fit.
 void layOut(Catalogue& catalogue, Diagnostics& diagnostics);
+
+/// Warns of what the forms of a message lose; of a catalogue without errors.
+void checkForms(const Catalogue& catalogue, Diagnostics& diagnostics);
 
 /// One file to be written; the name is relative to the output directory.
 struct OutputFile

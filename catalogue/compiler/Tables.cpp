@@ -74,10 +74,28 @@ void addXPaths(SystemTables& tables)
 void addNames(Tables& tables, const System& system)
 {
   const auto number = static_cast<std::int16_t>(system.index);
+  const auto addDoc = [&](int classIndex, int field, const std::string& doc) {
+    if (!doc.empty()) {
+      tables.docs.push_back({number, classIndex, field, doc});
+    }
+  };
   tables.classNames.push_back({classNameHash(system.name, {}), number, -1});
+  addDoc(-1, -1, system.doc);
   for (const Class& cls : system.classes) {
     const auto index = static_cast<std::int16_t>(cls.index);
     tables.classNames.push_back({classNameHash(system.name, cls.name), number, index});
+    addDoc(index, -1, cls.doc);
+    if (cls.formerly) {
+      tables.classNames.push_back({classNameHash(system.name, *cls.formerly), number, index});
+      tables.formerNames.push_back({number, index, -1, *cls.formerly});
+    }
+    for (std::size_t i = 0; i < cls.fields.size(); ++i) {
+      const Field& field = cls.fields[i];
+      addDoc(index, static_cast<int>(i), field.doc);
+      if (field.formerly) {
+        tables.formerNames.push_back({number, index, static_cast<int>(i), *field.formerly});
+      }
+    }
   }
 }
 

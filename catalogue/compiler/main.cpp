@@ -1,15 +1,19 @@
 // kwxml-catalogue: schema files in, constant tables and wrapper headers out.
+#include "CppText.h"
+#include "OutputFiles.h"
+#include "SchemaFiles.h"
 #include "Stages.h"
 
+#include <CLI/CLI.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include <algorithm>
 #include <charconv>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <system_error>
+#include <stdexcept>
 
 namespace {
 
@@ -20,111 +24,114 @@ constexpr int exitDone = 0;
 constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
-
-constexpr const char* usage =
-    "usage: kwxml-catalogue [--name NAME] [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
-
-constexpr const char* help =
-    "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
-    "header\n"
-    "of typed wrappers per system.\n"
-    "\n"
-    "  SCHEMA      a schema file, or a directory: its *.xml files, sorted by name\n"
-    "  -o OUTDIR   where the files go; made when it does not exist\n"
-    "  --shards N  the number of table files (default: one per 256 classes)\n"
-    "  --strict    what is only suspicious, and warned of, is an error\n"
-    "  --help      this text\n"
-    "\n"
-    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
-    "the same\n"
-    "bytes. Mistakes are reported on standard error as FILE:LINE:COLUMN: error: TEXT, the place being just "
-    "behind\n"
-    "the start tag of the element in question; nothing is written then.\n"
-    "\n"
-    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
-    "\n"
-    "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml\n";
+constexpr std::size_t maxName = 255;
 
 struct Arguments
 {
-  bool help = false;
   bool strict = false;
-  bool builtIn = false;
-  std::string name = "catalogue";
-  unsigned shards = 0;
+  bool listOutputs = false;
+  bool format = false;
+  Emission emission;
+  std::vector<std::string> allowed;  ///< names of rules
   std::string outputDirectory;
   std::vector<std::string> schemas;
 };
 
-/// Returns what is wrong, empty when nothing is.
-std::string readArguments(int argc, char** argv, Arguments& arguments)
+constexpr const char* description =
+    "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
+    "header\n"
+    "of typed wrappers per system.";
+
+constexpr const char* footer =
+    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
+    "the same\n"
+    "bytes, and a file whose text stays keeps its time. Mistakes are reported on standard error as\n"
+    "FILE:LINE:COLUMN: error: TEXT, the place being just behind the start tag of the element in question; "
+    "nothing\n"
+    "is written then. Warnings have the name of their rule, for --allow, behind them.\n"
+    "\n"
+    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
+    "\n"
+    "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml";
+
+/// Of an option's value: empty, or why it is refused.
+std::string refuseShards(const std::string& value)
 {
-  bool options = true;
-  for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
-    if (options && argument == "--help") {
-      arguments.help = true;
-      return {};
-    }
-    if (options && argument == "--") {
-      options = false;
-    } else if (options && argument == "--strict") {
-      arguments.strict = true;
-    } else if (options && argument == "--built-in") {
-      arguments.builtIn = true;
-    } else if (options && (argument == "-o" || argument == "--shards" || argument == "--name")) {
-      if (++i == argc) {
-        return argument + " needs a value";
-      }
-      const std::string value = argv[i];
-      if (argument == "-o") {
-        arguments.outputDirectory = value;
-        continue;
-      }
-      if (argument == "--name") {
-        arguments.name = value;
-        continue;
-      }
-      const char* end = value.data() + value.size();
-      const auto result = std::from_chars(value.data(), end, arguments.shards);
-      if (result.ec != std::errc() || result.ptr != end || arguments.shards < 1 ||
-          arguments.shards > maxShards) {
-        return "--shards takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
-      }
-    } else if (options && argument.size() > 1 && argument.starts_with('-')) {
-      return "unknown option " + quoted(argument);
-    } else {
-      arguments.schemas.push_back(argument);
-    }
-  }
-  if (arguments.outputDirectory.empty()) {
+  unsigned shards = 0;
+  const char* end = value.data() + value.size();
+  const auto result = std::from_chars(value.data(), end, shards);
+  return result.ec == std::errc() && result.ptr == end && shards >= 1 && shards <= maxShards
+             ? std::string()
+             : "takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
+}
+
+std::string refuseName(const std::string& value)
+{
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  const auto isPart = [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; };
+  // Names with "__" are those of the C++ implementation.
+  return !value.empty() && value.size() <= maxName && isLetter(value[0]) &&
+                 std::all_of(value.begin(), value.end(), isPart) && value.find("__") == std::string::npos &&
+                 isUsableNamespace(value)
+             ? std::string()
+             : "takes a name that C++ has room for, of letters, digits and '_', not " + quoted(value);
+}
+
+std::string refuseRule(const std::string& value)
+{
+  return findRule(value) ? std::string() : "unknown rule " + quoted(value) + "; known: " + ruleNames();
+}
+
+/// CLI11's words, but for unknown options.
+std::string explain(const CLI::App& app, const CLI::ParseError& error)
+{
+  const bool unknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+  return unknown ? "unknown option " + kwxml::catalogue::quoted(app.remaining().front()) : error.what();
+}
+
+void addOptions(CLI::App& app, Arguments& arguments)
+{
+  const auto check = [](std::string (*refuse)(const std::string&)) {
+    return CLI::Validator([refuse](std::string& value) { return refuse(value); }, "");
+  };
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.add_option("SCHEMA", arguments.schemas,
+                 "Schema files, or directories: their *.xml files, sorted by name")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->type_name("");
+  app.add_option("-o", arguments.outputDirectory, "Where the files go; made when it does not exist")
+      ->type_name("OUTDIR");
+  app.add_option("--name", arguments.emission.name, "Name of the catalogue (default: catalogue)")
+      ->check(check(refuseName))
+      ->type_name("NAME");
+  app.add_option("--shards", arguments.emission.shards, "Number of table files (default: one per 256 classes)")
+      ->check(check(refuseShards))
+      ->type_name("N");
+  app.add_flag("--built-in", arguments.emission.builtIn, "The catalogue of the message library itself")
+      ->group("");  // for the library's own build
+  app.add_flag("--list-outputs", arguments.listOutputs,
+               "Print the names of the files that would be written, and write none");
+  app.add_flag("--format", arguments.format,
+               "Rewrite the schema files in their canonical layout, and no others")
+      ->excludes("-o")
+      ->excludes("--list-outputs");
+  app.add_flag("--strict", arguments.strict, "What is only suspicious, and warned of, is an error");
+  app.add_option("--allow", arguments.allowed, "Do not warn of what this rule finds; may be repeated")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)  // one value each: what follows is a schema
+      ->check(check(refuseRule))
+      ->type_name("RULE");
+  app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
+  app.footer(footer);
+}
+
+/// What a whole command line lacks, empty when it lacks nothing.
+std::string findMissing(const Arguments& arguments)
+{
+  if (arguments.outputDirectory.empty() && !arguments.listOutputs && !arguments.format) {
     return "no output directory";
   }
   return arguments.schemas.empty() ? "no schemas" : "";
-}
-
-/// The files that the arguments stand for. Throws std::runtime_error or fs::filesystem_error.
-std::vector<std::string> schemaFiles(const std::vector<std::string>& arguments)
-{
-  std::vector<std::string> files;
-  for (const std::string& argument : arguments) {
-    if (!fs::is_directory(argument)) {
-      files.push_back(argument);
-      continue;
-    }
-    std::vector<std::string> found;
-    for (const fs::directory_entry& entry : fs::directory_iterator(argument)) {
-      if (entry.path().extension() == ".xml") {
-        found.push_back(entry.path().string());
-      }
-    }
-    if (found.empty()) {
-      throw std::runtime_error(argument + " has no *.xml files");
-    }
-    std::sort(found.begin(), found.end());
-    files.insert(files.end(), found.begin(), found.end());
-  }
-  return files;
 }
 
 std::string headLine(const std::vector<std::string>& files)
@@ -139,43 +146,6 @@ std::string headLine(const std::vector<std::string>& files)
   return "// Generated by kwxml-catalogue from " + names + ". Do not edit.\n";
 }
 
-/// Writes all files beside their places first and moves them there when every one is whole, so that a failure
-/// leaves what was there before.
-void writeFiles(const fs::path& directory, const std::vector<OutputFile>& files)
-{
-  constexpr const char* temporary = ".new";
-  fs::create_directories(directory);
-  const auto removeTemporaries = [&] {
-    std::error_code ignored;  // the failure that led here is the one to report
-    for (const OutputFile& file : files) {
-      fs::remove(directory / (file.name + temporary), ignored);
-    }
-  };
-  try {
-    for (const OutputFile& file : files) {
-      const fs::path path = directory / (file.name + temporary);
-      std::ofstream out(path, std::ios::binary | std::ios::trunc);
-      out << file.text;
-      out.close();
-      if (!out) {
-        throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
-      }
-    }
-    for (const OutputFile& file : files) {  // a rename that can only fail must not leave half of them done
-      const fs::path path = directory / file.name;
-      if (fs::is_directory(fs::symlink_status(path))) {
-        throw fs::filesystem_error("cannot replace", path, std::make_error_code(std::errc::is_a_directory));
-      }
-    }
-    for (const OutputFile& file : files) {
-      fs::rename(directory / (file.name + temporary), directory / file.name);
-    }
-  } catch (...) {
-    removeTemporaries();
-    throw;
-  }
-}
-
 struct XmlPlatform
 {
   XmlPlatform() { xercesc::XMLPlatformUtils::Initialize(); }
@@ -184,6 +154,42 @@ struct XmlPlatform
   XmlPlatform& operator=(const XmlPlatform&) = delete;
 };
 
+/// Brings a schema file into its canonical layout. One that is not valid stays as it is.
+void formatFile(const std::string& path, const SchemaText& schema, Diagnostics& diagnostics)
+{
+  const std::size_t errors = diagnostics.errors();
+  parse({schema}, diagnostics);
+  if (diagnostics.errors() > errors) {
+    return;
+  }
+  const fs::path place = fs::canonical(path);  // not a link to it
+  std::string reason = "it is no regular file";
+  const std::optional<std::string> text =
+      fs::is_regular_file(place) ? format(schema.text, reason) : std::nullopt;
+  if (!text) {
+    diagnostics.error({schema.file, 0, 0}, reason);
+    return;
+  }
+  Diagnostics again;
+  parse({{again.addFile(path), *text}}, again);
+  if (again.hasErrors()) {
+    throw std::logic_error("the canonical layout of " + path + " is not valid; the file stays as it is");
+  }
+  writeFiles(place.parent_path(), {{place.filename().string(), *text}});
+}
+
+int formatFiles(const Arguments& arguments)
+{
+  const XmlPlatform platform;
+  Diagnostics diagnostics;
+  const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
+  for (const SchemaText& schema : schemas) {
+    formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+  }
+  diagnostics.print(std::cerr);
+  return diagnostics.hasErrors() ? exitRefused : exitDone;
+}
+
 int compile(const Arguments& arguments)
 {
   const XmlPlatform platform;
@@ -191,19 +197,37 @@ int compile(const Arguments& arguments)
   if (arguments.strict) {
     diagnostics.makeWarningsErrors();
   }
+  for (const std::string& rule : arguments.allowed) {
+    diagnostics.allow(*findRule(rule));
+  }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
-  Catalogue catalogue = parse(files, diagnostics);
+  Catalogue catalogue = parse(read(files, diagnostics), diagnostics);
   if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
     resolve(catalogue, diagnostics);
     check(catalogue, diagnostics);
     layOut(catalogue, diagnostics);
   }
+  if (!diagnostics.hasErrors()) {
+    checkForms(catalogue, diagnostics);
+  }
   diagnostics.print(std::cerr);
   if (diagnostics.hasErrors()) {
     return exitRefused;
   }
-  writeFiles(arguments.outputDirectory,
-             emit(catalogue, {headLine(files), arguments.name, arguments.shards, arguments.builtIn}));
+  Emission emission = arguments.emission;
+  emission.headLine = headLine(files);
+  const std::vector<OutputFile> outputs = emit(catalogue, emission);
+  if (!arguments.listOutputs) {
+    writeFiles(arguments.outputDirectory, outputs);
+    return exitDone;
+  }
+  for (const OutputFile& file : outputs) {
+    std::cout << file.name << '\n';
+  }
+  std::cout.flush();
+  if (!std::cout) {
+    throw std::runtime_error("cannot write to standard output");
+  }
   return exitDone;
 }
 
@@ -213,21 +237,32 @@ int main(int argc, char** argv)
 {
   try {
     Arguments arguments;
-    const std::string problem = readArguments(argc, argv, arguments);
+    CLI::App app(description, "kwxml-catalogue");
+    addOptions(app, arguments);
+    std::string problem;
+    try {
+      app.parse(argc, argv);
+      problem = findMissing(arguments);
+    } catch (const CLI::CallForHelp&) {
+      std::cout << app.help();
+      return exitDone;
+    } catch (const CLI::CallForVersion& version) {
+      std::cout << version.what() << '\n';
+      return exitDone;
+    } catch (const CLI::ParseError& error) {
+      problem = explain(app, error);
+    }
     if (!problem.empty()) {
-      std::cerr << "kwxml-catalogue: " << problem << '\n' << usage;
+      std::cerr << "kwxml-catalogue: " << oneLine(problem) << '\n';
       return exitUsage;
     }
-    if (arguments.help) {
-      std::cout << usage << '\n' << help;
-      return exitDone;
-    }
-    return compile(arguments);
+    return arguments.format ? formatFiles(arguments) : compile(arguments);
   } catch (const std::exception& exception) {
-    std::cerr << "kwxml-catalogue: " << exception.what() << '\n';
-    return exitRefused;
+    std::cerr << "kwxml-catalogue: " << oneLine(exception.what()) << '\n';
   } catch (const xercesc::XMLException&) {
     std::cerr << "kwxml-catalogue: the XML parser cannot be started\n";
-    return exitRefused;
+  } catch (const xercesc::OutOfMemoryException&) {
+    std::cerr << "kwxml-catalogue: not enough memory\n";
   }
+  return exitRefused;
 }

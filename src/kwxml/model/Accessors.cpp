@@ -99,7 +99,7 @@ bool AccessorRules::resolveSlow(const YMMessageBase& m, const char* signature, F
     logInvalidSlot(m, signature, address.slot);
     return false;
   }
-  const FieldDef* def = findField(*m.class_, address.hash);
+  const FieldDef* def = findFieldOrFormer(*m.class_, address.hash);
   if (def == nullptr ||
       !contains(types, def->type)) {  // the same name with a value of another kind is another field
     logUnknownHash(m, signature, address.tag, address.hash);
@@ -203,7 +203,7 @@ long long YMMessageBase::getSlotSlow(const char* signature, short slot, unsigned
   if (tag == tagId_) {
     return buffer_[slot];
   }
-  const FieldDef* def = kwxml::findField(*class_, hash);
+  const FieldDef* def = kwxml::findFieldOrFormer(*class_, hash);
   if (def == nullptr || !kwxml::contains(kwxml::scalarTypes, def->type)) {
     Access::logUnknownHash(*this, signature, tag, hash);
     return 0;

@@ -235,7 +235,7 @@ void YMMessageBase::deleteMember(short field, unsigned long tag, unsigned long h
   }
   if (tag == tagId_) {
     def = &class_->fields[field];
-  } else if (def = kwxml::findField(*class_, hash); def == nullptr) {
+  } else if (def = kwxml::findFieldOrFormer(*class_, hash); def == nullptr) {
     kwxml::AccessorRules::logUnknownHash(
         *this, "void YMMessageBase::deleteMember(short int, long unsigned int, long unsigned int, bool)", tag,
         hash);
@@ -284,7 +284,7 @@ void YMMessageBase::setEveryPrimitiveBitset(bool on)
 void YMMessageBase::setMemberTestBit(const std::string& name, bool on)
 {
   const FieldDef* def =
-      class_ != nullptr ? kwxml::findField(*class_, kwxml::nameHash(name.data(), name.size())) : nullptr;
+      class_ != nullptr ? kwxml::findFieldOrFormer(*class_, kwxml::nameHash(name.data(), name.size())) : nullptr;
   if (def == nullptr || static_cast<std::uint16_t>(def->fieldNumber) == kwxml::DefaultValue::noField) {
     return;
   }

@@ -54,6 +54,21 @@ const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash)
   return nullptr;
 }
 
+const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash)
+{
+  const FieldDef* const found = findField(cls, hash);
+  const Registry& registry = Registry::of(cls);
+  if (found != nullptr || registry.tables().numberOfFormerNames == 0) {
+    return found;
+  }
+  const FormerName* const end = registry.tables().formerNames + registry.tables().numberOfFormerNames;
+  const FormerName* const former =
+      std::find_if(registry.tables().formerNames, end, [&](const FormerName& name) {
+        return name.field >= 0 && name.hash == hash && registry.findClass(name.system, name.classIndex) == &cls;
+      });
+  return former != end ? &cls.fields[former->field] : nullptr;
+}
+
 namespace {
 
 /// The line of a class that is not there.
@@ -299,7 +314,7 @@ int YMMessageBase::getFieldNumberFromName(const _ClassDef* cls, const std::strin
     found = std::find_if(cls->begin(), cls->end(), [&](const FieldDef& def) { return name == def.name; });
     found = found == cls->end() ? nullptr : found;
   } else {
-    found = kwxml::findField(*cls, kwxml::nameHash(name.data(), name.size()));
+    found = kwxml::findFieldOrFormer(*cls, kwxml::nameHash(name.data(), name.size()));
   }
   return found == nullptr ? -1 : static_cast<int>(found - cls->fields);
 }

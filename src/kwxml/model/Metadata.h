@@ -250,6 +250,8 @@ inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
 
 /// First record of an ordinary class whose stored hash is `hash`; null when there is none.
 const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash);
+/// The same, or else the field that had a name of that hash before.
+const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash);
 
 /// The enumerator of a number; null when there is none, and without a class.
 inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long value)

@@ -1,0 +1,35 @@
+// What the compiler warns of. Each rule has a name, which stands behind its warnings and by which --allow
+// turns it off; names stay as they are once published.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kwxml::catalogue {
+
+enum class Rule
+{
+  AnnotationMember,
+  HashOfZero,
+  IdleCdata,
+  OldWay,
+  PasswordType,
+  RepeatedId,
+  RepeatedXPath,
+  SameHash,
+  Ulonglong,
+  UnreadXPath,
+  WideIntegers,
+  WideStrings,
+};
+
+const char* ruleName(Rule rule);
+
+/// None for an unknown name.
+std::optional<Rule> findRule(std::string_view name);
+
+/// All names, comma-separated.
+std::string ruleNames();
+
+}  // namespace kwxml::catalogue
