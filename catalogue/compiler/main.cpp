@@ -1,4 +1,6 @@
 // kwxml-catalogue: schema files in, constant tables and wrapper headers out.
+#include "CompareCatalogues.h"
+#include "EvolutionReport.h"
 #include "Stages.h"
 
 #include <xercesc/util/PlatformUtils.hpp>
@@ -9,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <system_error>
 
 namespace {
@@ -21,7 +24,10 @@ constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
 
-constexpr const char* usage = "usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA...\n";
+constexpr const char* usage =
+    "usage: kwxml-catalogue [--shards N] [--strict] -o OUTDIR SCHEMA...\n"
+    "       kwxml-catalogue --against OLD [--format text|json] [--allow RULE]... NEW\n"
+    "       kwxml-catalogue --rules\n";
 
 constexpr const char* help =
     "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
@@ -34,19 +40,36 @@ constexpr const char* help =
     "  --strict    what is only suspicious, and warned of, is an error\n"
     "  --help      this text\n"
     "\n"
+    "With --against nothing is compiled: the differences of two versions of a catalogue are listed, each "
+    "with "
+    "what it\n"
+    "does to data that the older one wrote.\n"
+    "\n"
+    "  OLD, NEW       a schema file, or a directory\n"
+    "  --format json  an array of objects, for programs\n"
+    "  --allow RULE   differences of this rule do not count; may be repeated\n"
+    "  --rules        lists the rules\n"
+    "\n"
     "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
     "the same\n"
     "bytes. Mistakes are reported on standard error as FILE:LINE:COLUMN: error: TEXT, the place being just "
     "behind\n"
     "the start tag of the element in question; nothing is written then.\n"
     "\n"
-    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
+    "Exit status: 0 done, 1 the schemas have errors, a file could not be read or written, or a difference "
+    "that is not\n"
+    "allowed breaks data, 2 usage.\n"
     "\n"
     "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml\n";
 
 struct Arguments
 {
   bool help = false;
+  bool rules = false;
+  bool compiling = false;  // an option of one kind of call was given
+  bool comparing = false;  // of the other
+  std::optional<std::string> against;
+  CompareArguments compare;
   bool strict = false;
   unsigned shards = 0;
   std::string outputDirectory;
@@ -63,15 +86,33 @@ std::string readArguments(int argc, char** argv, Arguments& arguments)
       arguments.help = true;
       return {};
     }
+    if (options && argument == "--rules") {
+      arguments.rules = true;
+      return {};
+    }
     if (options && argument == "--") {
       options = false;
     } else if (options && argument == "--strict") {
+      arguments.compiling = true;
       arguments.strict = true;
+    } else if (options && (argument == "--against" || argument == "--format" || argument == "--allow")) {
+      if (++i == argc) {
+        return argument + " needs a value";
+      }
+      arguments.comparing = arguments.comparing || argument != "--against";
+      if (argument == "--against") {
+        arguments.against = argv[i];
+      } else if (argument == "--format") {
+        arguments.compare.format = argv[i];
+      } else {
+        arguments.compare.allowed.emplace_back(argv[i]);
+      }
     } else if (options && (argument == "-o" || argument == "--shards")) {
       if (++i == argc) {
         return argument + " needs a value";
       }
       const std::string value = argv[i];
+      arguments.compiling = true;
       if (argument == "-o") {
         arguments.outputDirectory = value;
         continue;
@@ -87,6 +128,15 @@ std::string readArguments(int argc, char** argv, Arguments& arguments)
     } else {
       arguments.schemas.push_back(argument);
     }
+  }
+  if (!arguments.against && arguments.comparing) {
+    return "--format and --allow go with --against";
+  }
+  if (arguments.against && arguments.compiling) {
+    return "--against compiles nothing: -o, --shards and --strict do not go with it";
+  }
+  if (arguments.against) {
+    return arguments.schemas.size() == 1 ? "" : "--against takes one newer schema file or directory";
   }
   if (arguments.outputDirectory.empty()) {
     return "no output directory";
@@ -197,6 +247,14 @@ int compile(const Arguments& arguments)
   return exitDone;
 }
 
+int compareWith(const std::string& older, Arguments arguments)
+{
+  const XmlPlatform platform;
+  arguments.compare.olderFiles = schemaFiles({older});
+  arguments.compare.newerFiles = schemaFiles(arguments.schemas);
+  return compareCatalogues(arguments.compare);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -212,7 +270,11 @@ int main(int argc, char** argv)
       std::cout << usage << '\n' << help;
       return exitDone;
     }
-    return compile(arguments);
+    if (arguments.rules) {
+      printRules(std::cout);
+      return exitDone;
+    }
+    return arguments.against ? compareWith(*arguments.against, arguments) : compile(arguments);
   } catch (const std::exception& exception) {
     std::cerr << "kwxml-catalogue: " << exception.what() << '\n';
     return exitRefused;
