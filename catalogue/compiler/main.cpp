@@ -1,5 +1,7 @@
 // kwxml-catalogue: schema files in, constant tables and wrapper headers out.
+#include "CompareCatalogues.h"
 #include "CppText.h"
+#include "EvolutionReport.h"
 #include "OutputFiles.h"
 #include "SchemaFiles.h"
 #include "Stages.h"
@@ -52,7 +54,22 @@ constexpr const char* footer =
     "\n"
     "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
     "\n"
+    "Other calls: kwxml-catalogue --against OLD NEW compares two versions of a catalogue, kwxml-catalogue "
+    "--rules\n"
+    "lists what that finds; see kwxml-catalogue --against --help.\n"
+    "\n"
     "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml";
+
+constexpr const char* compareDescription =
+    "Lists the differences of two versions of a catalogue, and what each does to data that the older one "
+    "wrote.\n"
+    "Nothing is compiled.";
+
+constexpr const char* compareFooter =
+    "Exit status: 0 done, 1 a difference that is not allowed breaks data or the schemas have errors, 2 "
+    "usage.\n"
+    "\n"
+    "Example: kwxml-catalogue --against released/schemas schemas --allow enumerator-removed";
 
 /// Of an option's value: empty, or why it is refused.
 std::string refuseShards(const std::string& value)
@@ -104,7 +121,8 @@ void addOptions(CLI::App& app, Arguments& arguments)
   app.add_option("--name", arguments.emission.name, "Name of the catalogue (default: catalogue)")
       ->check(check(refuseName))
       ->type_name("NAME");
-  app.add_option("--shards", arguments.emission.shards, "Number of table files (default: one per 256 classes)")
+  app.add_option("--shards", arguments.emission.shards,
+                 "Number of table files (default: one per 256 classes)")
       ->check(check(refuseShards))
       ->type_name("N");
   app.add_flag("--built-in", arguments.emission.builtIn, "The catalogue of the message library itself")
@@ -123,6 +141,38 @@ void addOptions(CLI::App& app, Arguments& arguments)
       ->type_name("RULE");
   app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
   app.footer(footer);
+}
+
+std::string refuseEvolutionRule(const std::string& value)
+{
+  return findEvolutionRule(value) != nullptr ? std::string()
+                                             : "no rule is called " + quoted(value) + "; --rules lists them";
+}
+
+/// What comparing takes, which shares words with compiling but not their meaning.
+struct CompareCall
+{
+  bool rules = false;
+  std::string older;
+  std::string newer;
+  CompareArguments arguments;
+};
+
+void addOptions(CLI::App& app, CompareCall& call)
+{
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.add_option("--against", call.older, "The older schema file, or directory")->type_name("OLD");
+  app.add_option("NEW", call.newer, "The newer schema file, or directory")->type_name("");
+  app.add_option("--format", call.arguments.format, "text, or json: an array of objects, for programs")
+      ->check(CLI::IsMember({"text", "json"}).description(""))
+      ->type_name("FORMAT");
+  app.add_option("--allow", call.arguments.allowed, "Differences of this rule do not count; may be repeated")
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->allow_extra_args(false)
+      ->check(CLI::Validator([](std::string& value) { return refuseEvolutionRule(value); }, ""))
+      ->type_name("RULE");
+  app.add_flag("--rules", call.rules, "List the rules, and no differences");
+  app.footer(compareFooter);
 }
 
 /// What a whole command line lacks, empty when it lacks nothing.
@@ -231,32 +281,79 @@ int compile(const Arguments& arguments)
   return exitDone;
 }
 
+std::string findMissing(const CompareCall& call)
+{
+  if (call.rules) {
+    return call.older.empty() && call.newer.empty() ? "" : "--rules takes nothing else";
+  }
+  return call.older.empty() || call.newer.empty()
+             ? "--against takes an older and a newer schema file or directory"
+             : "";
+}
+
+int run(const Arguments& arguments)
+{
+  return arguments.format ? formatFiles(arguments) : compile(arguments);
+}
+
+int run(const CompareCall& call)
+{
+  if (call.rules) {
+    printRules(std::cout);
+    return exitDone;
+  }
+  const XmlPlatform platform;
+  CompareArguments arguments = call.arguments;
+  arguments.olderFiles = schemaFiles({call.older});
+  arguments.newerFiles = schemaFiles({call.newer});
+  return compareCatalogues(arguments);
+}
+
+/// Reads the command line as that of one kind of call, and does what it says.
+template <class Call>
+int runCall(const char* about, int argc, char** argv)
+{
+  Call call;
+  CLI::App app(about, "kwxml-catalogue");
+  addOptions(app, call);
+  std::string problem;
+  try {
+    app.parse(argc, argv);
+    problem = findMissing(call);
+  } catch (const CLI::CallForHelp&) {
+    std::cout << app.help();
+    return exitDone;
+  } catch (const CLI::CallForVersion& version) {
+    std::cout << version.what() << '\n';
+    return exitDone;
+  } catch (const CLI::ParseError& error) {
+    problem = explain(app, error);
+  }
+  if (!problem.empty()) {
+    std::cerr << "kwxml-catalogue: " << oneLine(problem) << '\n';
+    return exitUsage;
+  }
+  return run(call);
+}
+
+bool isComparing(int argc, char** argv)
+{
+  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument == "--against" || argument.starts_with("--against=") || argument == "--rules") {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
   try {
-    Arguments arguments;
-    CLI::App app(description, "kwxml-catalogue");
-    addOptions(app, arguments);
-    std::string problem;
-    try {
-      app.parse(argc, argv);
-      problem = findMissing(arguments);
-    } catch (const CLI::CallForHelp&) {
-      std::cout << app.help();
-      return exitDone;
-    } catch (const CLI::CallForVersion& version) {
-      std::cout << version.what() << '\n';
-      return exitDone;
-    } catch (const CLI::ParseError& error) {
-      problem = explain(app, error);
-    }
-    if (!problem.empty()) {
-      std::cerr << "kwxml-catalogue: " << oneLine(problem) << '\n';
-      return exitUsage;
-    }
-    return arguments.format ? formatFiles(arguments) : compile(arguments);
+    return isComparing(argc, argv) ? runCall<CompareCall>(compareDescription, argc, argv)
+                                   : runCall<Arguments>(description, argc, argv);
   } catch (const std::exception& exception) {
     std::cerr << "kwxml-catalogue: " << oneLine(exception.what()) << '\n';
   } catch (const xercesc::XMLException&) {

@@ -283,8 +283,9 @@ void YMMessageBase::setEveryPrimitiveBitset(bool on)
 
 void YMMessageBase::setMemberTestBit(const std::string& name, bool on)
 {
-  const FieldDef* def =
-      class_ != nullptr ? kwxml::findFieldOrFormer(*class_, kwxml::nameHash(name.data(), name.size())) : nullptr;
+  const FieldDef* def = class_ != nullptr
+                            ? kwxml::findFieldOrFormer(*class_, kwxml::nameHash(name.data(), name.size()))
+                            : nullptr;
   if (def == nullptr || static_cast<std::uint16_t>(def->fieldNumber) == kwxml::DefaultValue::noField) {
     return;
   }

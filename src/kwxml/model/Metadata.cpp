@@ -64,7 +64,8 @@ const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash)
   const FormerName* const end = registry.tables().formerNames + registry.tables().numberOfFormerNames;
   const FormerName* const former =
       std::find_if(registry.tables().formerNames, end, [&](const FormerName& name) {
-        return name.field >= 0 && name.hash == hash && registry.findClass(name.system, name.classIndex) == &cls;
+        return name.field >= 0 && name.hash == hash &&
+               registry.findClass(name.system, name.classIndex) == &cls;
       });
   return former != end ? &cls.fields[former->field] : nullptr;
 }

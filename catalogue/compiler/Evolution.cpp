@@ -1,0 +1,688 @@
+#include "Evolution.h"
+
+#include "CppText.h"
+
+#include <kwxml/model/WireTypes.h>
+
+#include <map>
+#include <optional>
+#include <tuple>
+#include <unordered_map>
+
+namespace kwxml::catalogue {
+namespace {
+
+static_assert(
+    [] {
+      for (std::size_t i = 0; i < std::size(evolutionRules); ++i) {
+        if (static_cast<std::size_t>(evolutionRules[i].id) != i) {
+          return false;
+        }
+      }
+      return true;
+    }(),
+    "a rule is found by its number");
+
+using Id = EvolutionRuleId;
+
+// Two types in the binary form. A reader finds a field by its name alone and then reads what its own type
+// has.
+
+enum class BinaryShape : std::uint8_t
+{
+  Nothing,     ///< it has no values
+  Incomplete,  ///< no reader, not even of the same type, knows where the value ends
+  Number,
+  Numbers,
+  Text,
+  Texts,
+  Other,  ///< messages, lists of them and maps: alike for the same type alone
+};
+
+struct BinaryForm
+{
+  BinaryShape shape = BinaryShape::Nothing;
+  wire::NumberForm number = wire::NumberForm::Varint;  ///< of numbers
+  bool floating = false;                               ///< of numbers
+};
+
+/// How a list codes a number, as its scalar type does but for two: enumerations are plain in a list, and a
+/// list of ulonglong is no collection.
+template <class Tag>
+constexpr wire::NumberForm listForm =
+    Tag::info.element == FIELD_ENUM ? wire::NumberForm::Varint
+                                    : wire::scalarForm<FieldTypeTag<Tag::info.element>>;
+
+constexpr BinaryForm binaryForm(FieldDataType type)
+{
+  return visitFieldType(type, []<class Tag>(Tag) -> BinaryForm {
+    constexpr bool collection = ListValue<Tag> || MapValue<Tag>;
+    constexpr FieldTypeInfo scalar = fieldTypeInfo(ListValue<Tag> ? Tag::info.element : Tag::type);
+    if constexpr (NoStorage<Tag>) {
+      return {};
+    } else if constexpr (scalar.json == JsonForm::WideText || isCollectionType(Tag::type) != collection) {
+      return {BinaryShape::Incomplete};
+    } else if constexpr (IntegerSlot<Tag> || FloatingSlot<Tag>) {
+      return {BinaryShape::Number, wire::scalarForm<Tag>, FloatingSlot<Tag>};
+    } else if constexpr (StringSlot<Tag> || ByteString<Tag> || PasswordString<Tag>) {
+      return {BinaryShape::Text};
+    } else if constexpr (ListValue<Tag>) {
+      using Element = FieldTypeTag<Tag::info.element>;
+      if constexpr (IntegerSlot<Element> || FloatingSlot<Element>) {
+        return {BinaryShape::Numbers, listForm<Tag>, FloatingSlot<Element>};
+      } else if constexpr (StringSlot<Element> || ByteString<Element>) {
+        return {BinaryShape::Texts};
+      }
+    }
+    return {BinaryShape::Other};
+  });
+}
+
+enum class BinaryEffect
+{
+  Kept,
+  Value,  ///< another value, from the same bytes
+  Rest,   ///< other bytes: what follows is misread
+};
+
+/// What a text of the type is: integers of all widths have the same texts.
+std::tuple<JsonForm, JsonForm, JsonForm> textForm(FieldDataType type)
+{
+  const auto single = [](FieldDataType one) {
+    const JsonForm form = fieldTypeInfo(one).json;
+    return form == JsonForm::WideNumber || form == JsonForm::UnsignedNumber ? JsonForm::Number : form;
+  };
+  const FieldTypeInfo& info = fieldTypeInfo(type);
+  return {single(type), single(info.element != FIELD_UNSET ? info.element : info.mapValue),
+          single(info.mapKey)};
+}
+
+BinaryEffect binaryEffect(FieldDataType older, FieldDataType newer)
+{
+  const BinaryForm a = binaryForm(older);
+  const BinaryForm b = binaryForm(newer);
+  if (a.shape != b.shape || a.shape == BinaryShape::Incomplete || a.shape == BinaryShape::Other) {
+    return BinaryEffect::Rest;
+  }
+  if (a.shape == BinaryShape::Text || a.shape == BinaryShape::Texts) {
+    return BinaryEffect::Value;
+  }
+  if (a.number == b.number) {
+    return a.floating == b.floating ? BinaryEffect::Kept : BinaryEffect::Value;
+  }
+  const auto variable = [](wire::NumberForm form) {
+    return form == wire::NumberForm::Zigzag || form == wire::NumberForm::Varint;
+  };
+  return variable(a.number) && variable(b.number) ? BinaryEffect::Value : BinaryEffect::Rest;
+}
+
+bool isWide(FieldDataType type)
+{
+  const FieldTypeInfo& info = fieldTypeInfo(type);
+  const JsonForm form = info.element != FIELD_UNSET ? fieldTypeInfo(info.element).json : info.json;
+  return form == JsonForm::WideNumber || form == JsonForm::UnsignedNumber;
+}
+
+bool isUncoded(FieldDataType type)
+{
+  return binaryForm(type).shape == BinaryShape::Incomplete;
+}
+
+/// The name that the older catalogue may have for an element. A schema cannot say it yet, so a field that is
+/// renamed is one that is gone and one that is new.
+template <class Element>
+std::optional<std::string> formerName(const Element&)
+{
+  return std::nullopt;
+}
+
+/// Elements of two catalogues that are the same one: by name, and those left over by number.
+template <class Element>
+struct Matches
+{
+  std::unordered_map<const Element*, const Element*> toOld;
+  std::unordered_map<const Element*, const Element*> toNew;
+
+  const Element* oldOf(const Element& element) const { return find(toOld, element); }
+  const Element* newOf(const Element& element) const { return find(toNew, element); }
+
+  void add(const Element& older, const Element& newer)
+  {
+    toOld.emplace(&newer, &older);
+    toNew.emplace(&older, &newer);
+  }
+
+  /// Matches what has no partner yet and the same key; of several with one key the first.
+  template <class Elements, class OldKey, class NewKey>
+  void addBy(const Elements& older, const Elements& newer, OldKey oldKey, NewKey newKey)
+  {
+    std::map<decltype(oldKey(older.front())), const Element*> free;
+    for (const Element& element : older) {
+      if (newOf(element) == nullptr) {
+        free.emplace(oldKey(element), &element);
+      }
+    }
+    for (const Element& element : newer) {
+      if (oldOf(element) != nullptr) {
+        continue;
+      }
+      const auto found = free.find(newKey(element));
+      if (found != free.end()) {
+        add(*found->second, element);
+        free.erase(found);
+      }
+    }
+  }
+
+private:
+  static const Element* find(const std::unordered_map<const Element*, const Element*>& map,
+                             const Element& element)
+  {
+    const auto found = map.find(&element);
+    return found != map.end() ? found->second : nullptr;
+  }
+};
+
+template <class Element>
+std::string nameOf(const Element& element)
+{
+  return element.name;
+}
+
+template <class Element>
+std::string oldNameOf(const Element& element)
+{
+  return formerName(element).value_or(element.name);
+}
+
+std::string typeText(const Field& field)
+{
+  std::string text = field.typeName;
+  if (field.key) {
+    text += " " + *field.key;
+  }
+  return field.of ? text + " of " + *field.of : text;
+}
+
+std::string fromTo(const std::string& what, const std::string& from, const std::string& to)
+{
+  return what + " was " + from + " and is " + to;
+}
+
+std::string fromTo(const std::string& what, long long from, long long to)
+{
+  return fromTo(what, std::to_string(from), std::to_string(to));
+}
+
+std::string hex(long long value)
+{
+  return hexadecimal(static_cast<unsigned long>(value));
+}
+
+std::string valueOrNone(const std::optional<std::string>& value)
+{
+  return value ? quoted(*value) : "none";
+}
+
+class Comparison
+{
+public:
+  Comparison(const Catalogue& older, const Catalogue& newer) : older_(older), newer_(newer) {}
+
+  std::vector<Difference> run()
+  {
+    matchClasses();
+    for (const System& system : newer_.systems) {
+      if (const System* before = systems_.oldOf(system)) {
+        compareSystems(*before, system);
+      } else {
+        tell(Id::SystemAdded, system, "system " + quoted(system.name) + " is new");
+      }
+      reportReusedIndex(system);
+    }
+    for (const System& system : older_.systems) {
+      if (systems_.newOf(system) == nullptr) {
+        tellGone(Id::SystemRemoved, system, "system " + quoted(system.name) + " is gone");
+      }
+    }
+    return std::move(differences_);
+  }
+
+private:
+  // Systems have no class, and classes no field.
+  void tell(Id rule, const System& system, std::string text)
+  {
+    differences_.push_back({rule, false, system.at, {}, {}, std::move(text)});
+  }
+  void tellGone(Id rule, const System& system, std::string text)
+  {
+    differences_.push_back({rule, true, system.at, {}, {}, std::move(text)});
+  }
+  void tell(Id rule, const Class& cls, std::string text)
+  {
+    differences_.push_back({rule, false, cls.at, tagName(cls), {}, std::move(text)});
+  }
+  void tellGone(Id rule, const Class& cls, std::string text)
+  {
+    differences_.push_back({rule, true, cls.at, tagName(cls), {}, std::move(text)});
+  }
+  void tell(Id rule, const Class& cls, const Field& field, std::string text)
+  {
+    differences_.push_back({rule, false, field.at, tagName(cls), field.name, std::move(text)});
+  }
+  void tellGone(Id rule, const Class& cls, const Field& field, std::string text)
+  {
+    differences_.push_back({rule, true, field.at, tagName(cls), field.name, std::move(text)});
+  }
+
+  static std::string kindOf(const Class& cls) { return cls.isEnum ? "enumeration " : "message "; }
+  static std::string called(const Class& cls) { return kindOf(cls) + quoted(tagName(cls)); }
+  static std::string called(const Class& cls, const Field& field)
+  {
+    return (cls.isEnum ? "enumerator " : "field ") + quoted(field.name) + " of " + quoted(tagName(cls));
+  }
+
+  /// All first: fields refer to classes of other systems.
+  void matchClasses()
+  {
+    const auto index = [](const System& system) { return system.index; };
+    systems_.addBy(older_.systems, newer_.systems, nameOf<System>, nameOf<System>);
+    systems_.addBy(older_.systems, newer_.systems, index, index);
+    const auto number = [](const Class& cls) { return std::pair(cls.isEnum, cls.id); };
+    for (const System& system : newer_.systems) {
+      if (const System* before = systems_.oldOf(system)) {
+        classes_.addBy(before->classes, system.classes, nameOf<Class>, oldNameOf<Class>);
+        classes_.addBy(before->classes, system.classes, number, number);
+      }
+    }
+  }
+
+  void compareSystems(const System& older, const System& newer)
+  {
+    if (older.name != newer.name) {
+      tell(Id::SystemRenamed, newer, "system " + quoted(older.name) + " is now called " + quoted(newer.name));
+    }
+    if (older.index != newer.index) {
+      tell(Id::SystemIndexChanged, newer,
+           fromTo("index of system " + quoted(newer.name), older.index, newer.index));
+    }
+    if (older.isEager() != newer.isEager()) {
+      tell(Id::SystemEagerChanged, newer,
+           "system " + quoted(newer.name) +
+               (newer.isEager() ? " becomes one of the old way" : " is no longer one of the old way"));
+    }
+    for (const Class& cls : newer.classes) {
+      if (const Class* before = classes_.oldOf(cls)) {
+        compareClasses(*before, cls);
+      } else {
+        tell(cls.isEnum ? Id::EnumAdded : Id::ClassAdded, cls, called(cls) + " is new");
+      }
+      reportReusedId(older, cls);
+    }
+    for (const Class& cls : older.classes) {
+      if (classes_.newOf(cls) == nullptr) {
+        tellGone(cls.isEnum ? Id::EnumRemoved : Id::ClassRemoved, cls, called(cls) + " is gone");
+      }
+    }
+    if (newer.hasXPathTables()) {
+      compareXPaths(older, newer);
+    }
+  }
+
+  void reportReusedIndex(const System& system)
+  {
+    const System* before = systems_.oldOf(system);
+    for (const System& older : older_.systems) {
+      if (older.index == system.index && before != &older) {
+        tell(Id::SystemIndexReused, system,
+             "index " + std::to_string(system.index) + " of system " + quoted(system.name) + " was that of " +
+                 quoted(older.name));
+      }
+    }
+  }
+
+  /// The ID of an enumeration is in no data, so only messages have one to lose.
+  void reportReusedId(const System& older, const Class& cls)
+  {
+    const Class* before = classes_.oldOf(cls);
+    if (before != nullptr && before->id == cls.id) {
+      return;
+    }
+    for (const Class& owner : older.classes) {
+      if (owner.id == cls.id && !owner.isEnum) {
+        tell(Id::ClassIdReused, cls,
+             "class ID " + hex(cls.id) + " of " + called(cls) + " was that of " + called(owner));
+        return;
+      }
+    }
+  }
+
+  void compareClasses(const Class& older, const Class& newer)
+  {
+    if (older.isEnum != newer.isEnum) {
+      tell(Id::ClassKindChanged, newer,
+           called(older) + " is now " + kindOf(newer).insert(0, "the ") + quoted(tagName(newer)));
+      return;
+    }
+    if (older.name != newer.name) {
+      tell(newer.isEnum ? Id::EnumRenamed : Id::ClassRenamed, newer,
+           called(older) + " is now called " + quoted(tagName(newer)));
+    }
+    if (older.id != newer.id) {
+      tell(newer.isEnum ? Id::EnumIdChanged : Id::ClassIdChanged, newer,
+           fromTo("class ID of " + called(newer), hex(older.id), hex(newer.id)));
+    }
+    if (older.index != newer.index) {
+      tell(Id::ClassIndexChanged, newer, fromTo("class index of " + called(newer), older.index, newer.index));
+    }
+    if (newer.isEnum) {
+      compareEnumerators(older, newer);
+    } else {
+      compareFields(older, newer);
+    }
+  }
+
+  void compareEnumerators(const Class& older, const Class& newer)
+  {
+    const auto value = [](const Field& field) { return field.recordHash(); };
+    Matches<Field> matches;
+    matches.addBy(older.fields, newer.fields, nameOf<Field>, nameOf<Field>);
+    matches.addBy(older.fields, newer.fields, value, value);
+    for (const Field& field : newer.fields) {
+      const Field* before = matches.oldOf(field);
+      if (before == nullptr) {
+        tell(Id::EnumeratorAdded, newer, field, called(newer, field) + " is new");
+        continue;
+      }
+      if (before->name != field.name) {
+        tell(Id::EnumeratorRenamed, newer, field,
+             called(older, *before) + " is now called " + quoted(field.name));
+      }
+      if (value(*before) != value(field)) {
+        tell(Id::EnumeratorRenumbered, newer, field,
+             fromTo("value of " + called(newer, field), before->value, field.value));
+      }
+      compareAnnotations(newer, *before, field);
+    }
+    for (const Field& field : older.fields) {
+      if (matches.newOf(field) == nullptr) {
+        tellGone(Id::EnumeratorRemoved, older, field, called(older, field) + " is gone");
+      }
+    }
+  }
+
+  void compareFields(const Class& older, const Class& newer)
+  {
+    Matches<Field> matches;
+    matches.addBy(older.fields, newer.fields, nameOf<Field>, oldNameOf<Field>);
+    comparePositions(older, newer, matches);
+    for (const Field& field : newer.fields) {
+      if (const Field* before = matches.oldOf(field)) {
+        compareField(newer, *before, field);
+      } else {
+        tell(isUncoded(field.type) ? Id::FieldAddedUncoded : Id::FieldAdded, newer, field,
+             called(newer, field) + " is new, of type " + typeText(field));
+        reportReusedHash(older, newer, field, matches);
+      }
+      reportClash(older, newer, field);
+    }
+    for (const Field& field : older.fields) {
+      if (matches.newOf(field) == nullptr) {
+        const bool unread = field.hidden || fieldTypeInfo(field.type).storage == Storage::None;
+        tellGone(unread                  ? Id::FieldRemovedUnread
+                 : isUncoded(field.type) ? Id::FieldRemovedUncoded
+                                         : Id::FieldRemoved,
+                 older, field, called(older, field) + " is gone");
+      }
+    }
+  }
+
+  /// Positions and slots, which move together: the first field of the class that has moved speaks for all.
+  void comparePositions(const Class& older, const Class& newer, const Matches<Field>& matches)
+  {
+    bool numbers = false;
+    bool slots = false;
+    for (std::size_t i = 0; i < newer.fields.size(); ++i) {
+      const Field& field = newer.fields[i];
+      const Field* before = matches.oldOf(field);
+      if (before == nullptr) {
+        continue;
+      }
+      const auto position = before - older.fields.data();
+      if (!numbers && position != static_cast<std::ptrdiff_t>(i)) {
+        numbers = true;
+        tell(Id::FieldOrderChanged, newer, field,
+             fromTo("number of " + called(newer, field), position, static_cast<long long>(i)) +
+                 "; programs compiled with one version address another field in the other");
+      }
+      if (!slots && before->slot != field.slot) {
+        slots = true;
+        tell(Id::FieldSlotChanged, newer, field,
+             fromTo("slot of " + called(newer, field), before->slot, field.slot) +
+                 "; programs compiled with one version address another place in the other");
+      }
+    }
+  }
+
+  void compareField(const Class& cls, const Field& older, const Field& newer)
+  {
+    const std::string name = called(cls, newer);
+    if (older.hidden != newer.hidden) {
+      tell(newer.hidden ? Id::FieldHidden : Id::FieldShown, cls, newer,
+           name + (newer.hidden ? " is hidden now" : " is no longer hidden"));
+    }
+    if (older.type != newer.type) {
+      tell(retypeRule(older.type, newer.type), cls, newer,
+           fromTo("type of " + name, typeText(older), typeText(newer)));
+    } else if (sameReference(older.reference, newer.reference) &&
+               sameReference(older.keyReference, newer.keyReference)) {
+      if (older.defaultValue != newer.defaultValue) {
+        tell(Id::FieldDefaultChanged, cls, newer,
+             fromTo("default of " + name, valueOrNone(older.defaultValue), valueOrNone(newer.defaultValue)));
+      }
+    } else {
+      tell(Id::FieldClassChanged, cls, newer,
+           fromTo("class of " + name, references(older), references(newer)));
+    }
+    compareMarks(cls, older, newer);
+    compareAnnotations(cls, older, newer);
+  }
+
+  bool sameReference(const Class* older, const Class* newer) const
+  {
+    return older == nullptr ? newer == nullptr : newer != nullptr && classes_.newOf(*older) == newer;
+  }
+
+  static std::string references(const Field& field)
+  {
+    return (field.keyClassName ? quoted(*field.keyClassName) + " to " : std::string()) +
+           quoted(field.className.value_or(""));
+  }
+
+  void compareMarks(const Class& cls, const Field& older, const Field& newer)
+  {
+    const std::string name = called(cls, newer);
+    const auto mark = [&](Id rule, const char* what, const std::string& from, const std::string& to) {
+      if (from != to) {
+        tell(rule, cls, newer, fromTo(std::string(what) + " of " + name, from, to));
+      }
+    };
+    const auto date = [](const Field& field) {
+      return field.timeOfDay ? "timeOfDay" : field.dateForm.value_or("none");
+    };
+    const bool isNew = !older.timeOfDay && !older.dateForm;
+    mark(isNew ? Id::DateMarkAdded : Id::DateMarkChanged, "date mark", date(older), date(newer));
+    if (older.type == newer.type) {
+      mark(Id::PasswordTypeChanged, "password type", older.passwordName.value_or("none"),
+           newer.passwordName.value_or("none"));
+    }
+    const auto there = [](bool value) { return value ? "there" : "absent"; };
+    mark(Id::CdataMarkChanged, "CDATA mark", there(older.cdata), there(newer.cdata));
+    mark(Id::XPathMarkChanged, "XPath mark", there(older.xpath), there(newer.xpath));
+  }
+
+  void compareAnnotations(const Class& cls, const Field& older, const Field& newer)
+  {
+    using Members = std::vector<std::pair<std::string, std::string>>;
+    const auto byName = [](const Field& field) {
+      std::map<std::string, Members> all;
+      for (const Annotation& annotation : field.annotations) {
+        all.emplace(annotation.name, annotation.members);
+      }
+      return all;
+    };
+    const std::map<std::string, Members> before = byName(older);
+    const std::map<std::string, Members> after = byName(newer);
+    for (const auto& [name, members] : before) {
+      const auto found = after.find(name);
+      if (found == after.end()) {
+        tellAnnotation(cls, newer, name, "is gone");
+      } else if (found->second != members) {
+        tellAnnotation(cls, newer, name, "has other members");
+      }
+    }
+    for (const auto& [name, members] : after) {
+      if (!before.contains(name)) {
+        tellAnnotation(cls, newer, name, "is new");
+      }
+    }
+  }
+
+  void tellAnnotation(const Class& cls, const Field& field, const std::string& name, const char* what)
+  {
+    tell(Id::AnnotationChanged, cls, field,
+         "annotation " + quoted(name) + " of " + called(cls, field) + " " + what);
+  }
+
+  void reportReusedHash(const Class& older, const Class& newer, const Field& field,
+                        const Matches<Field>& matches)
+  {
+    for (const Field& owner : older.fields) {
+      if (matches.newOf(owner) == nullptr && owner.recordHash() == field.recordHash() &&
+          owner.recordHash() != 0) {
+        tell(Id::FieldHashReused, newer, field,
+             called(newer, field) + " has the hash of " + quoted(owner.name) + ", which is gone");
+      }
+    }
+  }
+
+  /// The first field of a class with the hash, null when there is none.
+  static const Field* firstWithHash(const Class& cls, std::uint32_t hash)
+  {
+    for (const Field& field : cls.fields) {
+      if (hash != 0 && field.recordHash() == hash) {
+        return &field;
+      }
+    }
+    return nullptr;
+  }
+
+  void reportClash(const Class& older, const Class& newer, const Field& field)
+  {
+    const Field* first = firstWithHash(newer, field.recordHash());
+    if (first == nullptr || first == &field) {
+      return;
+    }
+    const Field* before = firstWithHash(older, field.recordHash());
+    if (before == nullptr || before->name != first->name) {
+      tell(Id::FieldHashClash, newer, field,
+           called(newer, field) + " has the hash of " + quoted(first->name));
+    }
+  }
+
+  void compareXPaths(const System& older, const System& newer)
+  {
+    const auto id = [](const XPath& xpath) { return xpath.id; };
+    const auto path = [](const XPath& xpath) { return std::pair(xpath.message, xpath.path); };
+    // A message that is renamed keeps its paths.
+    std::map<std::string, std::string> names;
+    for (const Class& cls : older.classes) {
+      if (const Class* now = classes_.newOf(cls)) {
+        names.emplace(cls.name, now->name);
+      }
+    }
+    const auto oldPath = [&](const XPath& xpath) {
+      const auto found = names.find(xpath.message);
+      return std::pair(found != names.end() ? found->second : xpath.message, xpath.path);
+    };
+    Matches<XPath> matches;
+    matches.addBy(older.xpaths, newer.xpaths, oldPath, path);
+    matches.addBy(older.xpaths, newer.xpaths, id, id);
+    const auto report = [&](Id rule, const System& system, const XPath& xpath, std::string text) {
+      differences_.push_back(
+          {rule, &system == &older, xpath.at, system.name + "_" + xpath.message, {}, std::move(text)});
+    };
+    for (const XPath& xpath : newer.xpaths) {
+      const XPath* before = matches.oldOf(xpath);
+      if (before == nullptr) {
+        report(Id::XPathAdded, newer, xpath, "path " + quoted(xpath.path) + " is new");
+      } else if (oldPath(*before) != path(xpath)) {
+        report(Id::XPathPathChanged, newer, xpath,
+               fromTo("path of ID " + std::to_string(xpath.id), quoted(before->path), quoted(xpath.path)));
+      } else if (before->id != xpath.id) {
+        report(Id::XPathIdChanged, newer, xpath,
+               fromTo("ID of path " + quoted(xpath.path), before->id, xpath.id));
+      }
+      if (before != nullptr && before->id == xpath.id) {
+        continue;
+      }
+      for (const XPath& owner : older.xpaths) {
+        if (owner.id == xpath.id) {
+          report(Id::XPathIdReused, newer, xpath,
+                 "ID " + std::to_string(xpath.id) + " of path " + quoted(xpath.path) + " was that of " +
+                     quoted(owner.path));
+        }
+      }
+    }
+    for (const XPath& xpath : older.xpaths) {
+      if (matches.newOf(xpath) == nullptr) {
+        report(Id::XPathRemoved, older, xpath, "path " + quoted(xpath.path) + " is gone");
+      }
+    }
+  }
+
+  const Catalogue& older_;
+  const Catalogue& newer_;
+  Matches<System> systems_;
+  Matches<Class> classes_;
+  std::vector<Difference> differences_;
+};
+
+}  // namespace
+
+const char* kindName(ChangeKind kind)
+{
+  switch (kind) {
+    case ChangeKind::Safe:
+      return "safe";
+    case ChangeKind::SourceBreaking:
+      return "source-breaking";
+    case ChangeKind::DataBreaking:
+      break;
+  }
+  return "data-breaking";
+}
+
+EvolutionRuleId retypeRule(FieldDataType older, FieldDataType newer)
+{
+  const bool sameText = textForm(older) == textForm(newer);
+  switch (binaryEffect(older, newer)) {
+    case BinaryEffect::Kept:
+      if (!sameText) {
+        return Id::FieldTypeText;
+      }
+      return isWide(older) && !isWide(newer) ? Id::FieldTypeNarrowed : Id::FieldTypeAlike;
+    case BinaryEffect::Value:
+      return sameText ? Id::FieldTypeSign : Id::FieldTypeValue;
+    case BinaryEffect::Rest:
+      break;
+  }
+  return sameText ? Id::FieldTypeCode : Id::FieldTypeChanged;
+}
+
+std::vector<Difference> compare(const Catalogue& older, const Catalogue& newer)
+{
+  return Comparison(older, newer).run();
+}
+
+}  // namespace kwxml::catalogue
