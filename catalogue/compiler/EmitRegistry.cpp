@@ -17,7 +17,7 @@
 //
 //   namespace {
 //   const ::kwxml::ClassNameIndex classNames[] = {{0x1234ABCD, 1, 0}};
-//   extern const ::kwxml::CatalogueTables tables;
+//   const ::MessageSystemRow systemRows[206] = {...};
 //   }
 //
 //   #pragma GCC visibility pop
@@ -25,9 +25,9 @@
 //
 //   namespace Demo { void RegisterSubsystem() {} }
 //
-//   const MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[206] = {...};
-//   const XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr, nullptr,
-//   -1}};
+//   const ::MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[206] = {...};
+//   const ::XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr,
+//   nullptr, -1}};
 //
 //   namespace kwxml::catalogues {
 //   extern const ::kwxml::Registry pets;
@@ -38,7 +38,9 @@
 //
 //   #pragma GCC visibility pop
 //
-// Systems come in ascending order of their indices.
+// Systems come in ascending order of their indices. The rows stand there twice: the catalogue's object refers
+// to those that no other catalogue of the process can take the place of, as the first one does with
+// msgSysStruct.
 #include "CppText.h"
 #include "Stages.h"
 #include "Tables.h"
@@ -130,9 +132,10 @@ std::string xpathArrays(const SystemTables& tables)
          "    {0, nullptr},\n};\n";
 }
 
-std::string registryRows(const std::vector<SystemTables>& systems)
+/// The rows as an array of that name.
+std::string registryRows(const std::vector<SystemTables>& systems, const std::string& name)
 {
-  std::string out = "const MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[" +
+  std::string out = "const ::MessageSystemRow " + name + "[" +
                     std::to_string(XML_KWMessage_MessageSystemChooser::numberOfSystems) + "] = {\n";
   auto next = systems.begin();
   for (int row = 0; row < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++row) {
@@ -181,18 +184,21 @@ std::string names(const Tables& tables)
          counted("FormerName", "formerNames", formerNames) + counted("DocText", "docs", docs);
 }
 
+std::string xpathArray(const std::string& name, const std::string& rows)
+{
+  return "const ::XPathDataRow " + name + "[] = {\n" + rows + "    {0, nullptr, nullptr, nullptr, -1},\n};\n";
+}
+
 std::string catalogueObject(const Tables& tables, const Emission& emission)
 {
   const std::string& name = emission.name;
-  const std::string system = "XML_KWMessage_MessageSystemChooser::";
   const auto count = [](std::size_t size) { return std::to_string(size) + ", "; };
   const auto pointer = [](std::size_t size, const char* array) { return size > 0 ? array : "nullptr"; };
   const std::string object = "const ::kwxml::Registry " + name;
   return "\nnamespace {\nconstexpr ::kwxml::CatalogueTables tables = {\n    " +
          std::to_string(CatalogueTables::currentVersion) + ", " + count(tables.classNames.size()) +
-         count(tables.formerNames.size()) + count(tables.docs.size()) + literal(name) + ",\n    " + system +
-         "msgSysStruct,\n    " + system + "xpathData,\n    " +
-         pointer(tables.classNames.size(), "classNames") + ", " +
+         count(tables.formerNames.size()) + count(tables.docs.size()) + literal(name) +
+         ",\n    systemRows, xpathRows, " + pointer(tables.classNames.size(), "classNames") + ", " +
          pointer(tables.formerNames.size(), "formerNames") + ", " + pointer(tables.docs.size(), "docs") +
          "};\n}  // namespace\n\nnamespace kwxml::catalogues {\nextern " + object + ";\nconstinit " + object +
          "(tables);\n}  // namespace kwxml::catalogues\n" +
@@ -226,16 +232,16 @@ OutputFile emitRegistry(const Catalogue& catalogue, const Emission& emission)
     out += classesAndDefaults(system) + classIds(system);
   }
   out += std::string("}  // namespace ") + chooser + "\n\nnamespace {\n" + xpathConstants + names(tables) +
+         registryRows(tables.systems, "systemRows") + xpathArray("xpathRows", xpathRows) +
          "}  // namespace\n\n" + hiddenToHere + "#pragma GCC visibility push(default)\n";
   for (const SystemTables& system : tables.systems) {
     out += "\nnamespace " + system.system->name +
            " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " +
            system.system->name + "\n";
   }
-  out += "\n" + registryRows(tables.systems);
-  out += "\nconst XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {\n" + xpathRows +
-         "    {0, nullptr, nullptr, nullptr, -1},\n};\n" + catalogueObject(tables, emission) + "\n" +
-         hiddenToHere;
+  out += "\n" + registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") + "\n" +
+         xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
+         catalogueObject(tables, emission) + "\n" + hiddenToHere;
   return {"registry.cpp", out};
 }
 

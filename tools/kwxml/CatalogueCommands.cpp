@@ -5,6 +5,7 @@
 
 #include <kwxml/metadata/JsonSchema.h>
 #include <kwxml/metadata/XmlSchema.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/text/ShownText.h>
 
@@ -25,7 +26,7 @@ std::string listSystems()
 {
   std::string text;
   for (int index = 0; index < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++index) {
-    const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[index];
+    const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(index));
     if (row.name == nullptr) {
       continue;
     }
@@ -40,7 +41,7 @@ std::string listSystems()
 
 std::string listClasses(short system)
 {
-  const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+  const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
   std::string text;
   for (int i = 0; i < row.numberOfClasses; ++i) {
     const _ClassDef& cls = row.classes[i];
@@ -102,7 +103,7 @@ void appendMessages(const std::string& name, std::vector<PackedReference>& place
     return;
   }
   const short system = findSystem(name);
-  const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+  const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
   for (int i = 0; i < row.numberOfClasses; ++i) {
     if (hasName(row.classes[i]) && !row.classes[i].isEnum()) {
       places.push_back({system, i});

@@ -36,6 +36,7 @@ struct Session
 {
   std::function<void(LibraryLog& log)> run;
   int logLevel = 0;
+  std::string catalogue;  ///< schemas or a library; empty: the linked one
   ExitStatus status = exitDone;
 };
 

@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "Report.h"
 
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/text/NearestName.h>
 
@@ -17,7 +18,7 @@ template <class Visit>
 void forEachClass(Visit visit)
 {
   for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
-    const MessageSystemRow& row = XML_KWMessage_MessageSystemChooser::msgSysStruct[system];
+    const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
     for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
       const _ClassDef& cls = row.classes[index];
       if (cls.name != nullptr && *cls.name != '\0') {
@@ -48,7 +49,8 @@ std::string didYouMean(std::string_view name, const std::vector<std::string>& ca
 std::vector<std::string> systemNames()
 {
   std::vector<std::string> names;
-  for (const MessageSystemRow& row : XML_KWMessage_MessageSystemChooser::msgSysStruct) {
+  for (unsigned system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+    const MessageSystemRow& row = Registry::current().row(system);
     if (row.name != nullptr) {
       names.emplace_back(row.name);
     }

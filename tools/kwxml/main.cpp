@@ -1,6 +1,7 @@
 // kwxml: everything that the message library does, from a shell.
 #include "Command.h"
 #include "Files.h"
+#include "NamedCatalogue.h"
 #include "Names.h"
 #include "Report.h"
 
@@ -85,6 +86,13 @@ int run(int argc, char** argv)
                  "Level of the library's log on standard error (default: 0, errors)")
       ->check(CLI::Validator(notNegative, ""))
       ->type_name("N");
+  app.add_option(
+         "--catalogue", session.catalogue,
+         "Messages of this catalogue: a schema file (.xml), a folder of them, or a library (.so) that "
+         "kwxml_add_catalogue() has made. Without it the one that the environment variable "
+         "KWXML_CATALOGUE names, or else the one that the tool is linked with")
+      ->envname("KWXML_CATALOGUE")
+      ->type_name("PATH");
   app.footer(
       "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n"
       "kwxml <command> --help explains a command.\n\n"
@@ -114,6 +122,7 @@ int run(int argc, char** argv)
   if (isPasswordKeyConfigured()) {
     registerPasswordAlgorithms();
   }
+  useNamedCatalogue(session.catalogue);
   session.run(log);
   return session.status;
 }
