@@ -204,9 +204,13 @@ int formatFiles(const Arguments& arguments)
 {
   const XmlPlatform platform;
   Diagnostics diagnostics;
-  const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
-  for (const SchemaText& schema : schemas) {
-    formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+  try {
+    const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
+    for (const SchemaText& schema : schemas) {
+      formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+    }
+  } catch (const TooManyErrors&) {
+    // They are printed as any others.
   }
   diagnostics.print(std::cerr);
   return diagnostics.hasErrors() ? exitRefused : exitDone;
@@ -223,14 +227,19 @@ int compile(const Arguments& arguments)
     diagnostics.allow(*findRule(rule));
   }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
-  Catalogue catalogue = parse(read(files, diagnostics), diagnostics);
-  if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
-    resolve(catalogue, diagnostics);
-    check(catalogue, diagnostics);
-    layOut(catalogue, diagnostics);
-  }
-  if (!diagnostics.hasErrors()) {
-    checkForms(catalogue, diagnostics);
+  Catalogue catalogue;
+  try {
+    catalogue = parse(read(files, diagnostics), diagnostics);
+    if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
+      resolve(catalogue, diagnostics);
+      check(catalogue, diagnostics);
+      layOut(catalogue, diagnostics);
+    }
+    if (!diagnostics.hasErrors()) {
+      checkForms(catalogue, diagnostics);
+    }
+  } catch (const TooManyErrors&) {
+    // They are printed as any others.
   }
   diagnostics.print(std::cerr);
   if (diagnostics.hasErrors()) {
