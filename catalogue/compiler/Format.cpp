@@ -176,7 +176,9 @@ private:
       return;
     }
     for (const char c : text) {
-      if (blanks.find(c) == std::string_view::npos) {
+      if (c == '>' && top.content.ends_with("]]")) {
+        top.content += "&gt;";  // once a section's end stood between
+      } else if (blanks.find(c) == std::string_view::npos) {
         top.content += c;
       } else if (!top.content.empty() && top.content.back() != ' ') {
         top.content += ' ';
