@@ -1,4 +1,4 @@
-# kwxml_add_catalogue(<target> SCHEMAS <schema.xml>... [NAME <name>] [SHARED|STATIC])
+# kwxml_add_catalogue(<target> SCHEMAS <schema.xml>... [NAME <name>] [ALLOW <rule>...] [STRICT] [SHARED|STATIC])
 #
 # Compiles schema files into a library of message tables (SHARED by default). A program that links <target> uses its
 # message systems, and includes its typed wrappers by system:
@@ -12,7 +12,8 @@
 # configures anew, since the number of generated files depends on the schemas.
 #
 # NAME is the catalogue's name, by which wrappers ask for their tables: a C++ identifier. Without it, the target's name,
-# each other character of which becomes "_". Versions of one catalogue go by one name.
+# each other character of which becomes "_". Versions of one catalogue go by one name. ALLOW names rules of the compiler
+# that it shall not warn of; with STRICT its other warnings are errors.
 
 include(CheckLinkerFlag)
 
@@ -91,7 +92,7 @@ function(_kwxml_compile_catalogue prefix target name schemas)
 endfunction()
 
 function(kwxml_add_catalogue target)
-  cmake_parse_arguments(arg "SHARED;STATIC" "NAME" "SCHEMAS" ${ARGN})
+  cmake_parse_arguments(arg "SHARED;STATIC;STRICT" "NAME" "SCHEMAS;ALLOW" ${ARGN})
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "kwxml_add_catalogue(${target}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
   endif()
@@ -108,7 +109,14 @@ function(kwxml_add_catalogue target)
   if(NOT arg_NAME)
     string(MAKE_C_IDENTIFIER "${target}" arg_NAME)
   endif()
-  _kwxml_compile_catalogue(catalogue "${target}" "${arg_NAME}" "${arg_SCHEMAS}")
+  set(options "")
+  foreach(rule IN LISTS arg_ALLOW)
+    list(APPEND options --allow "${rule}")
+  endforeach()
+  if(arg_STRICT)
+    list(APPEND options --strict)
+  endif()
+  _kwxml_compile_catalogue(catalogue "${target}" "${arg_NAME}" "${arg_SCHEMAS}" ${options})
 
   add_library(${target} ${kind} ${catalogue_SOURCES} ${catalogue_HEADERS})
   set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)

@@ -21,7 +21,6 @@ constexpr long long minSystem = 1;  // row 0 is always empty
 constexpr long long maxSystem = XML_KWMessage_MessageSystemChooser::numberOfSystems - 1;
 constexpr long long minClassId = 1;  // records without a name have ID 0
 constexpr long long maxClassId = 0xFFFFFF;
-constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
 
 // How many messages making one may build within it. Messages made of messages grow by powers; real ones hold
 // dozens.
@@ -187,10 +186,6 @@ private:
   void checkClass(const Class& cls)
   {
     checkRange(cls.at, "class ID", cls.id, minClassId, maxClassId);
-    if (cls.fields.size() > maxFields) {
-      diagnostics_.error(cls.at, "class " + quoted(cls.name) + " has " + std::to_string(cls.fields.size()) +
-                                     " fields; the limit is " + std::to_string(maxFields));
-    }
     if (cls.isEnum && cls.fields.empty()) {
       diagnostics_.error(cls.at, "enumeration " + quoted(cls.name) + " has no enumerators");
     }

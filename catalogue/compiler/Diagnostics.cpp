@@ -13,6 +13,10 @@ namespace {
 
 constexpr std::size_t maxQuoted = 80;
 
+// A file can have a mistake in every few bytes. Nobody reads so many, and each takes many times its place.
+constexpr std::size_t maxErrors = 1000;
+constexpr std::size_t maxWarnings = 10000;
+
 /// At most maxQuoted bytes of the text, not ending within a character, and "..." when that is not all.
 std::string shortened(const std::string& text)
 {
@@ -37,8 +41,15 @@ void Diagnostics::warning(const Location& at, Rule rule, const std::string& text
 
 void Diagnostics::add(const Location& at, bool isError, std::string text)
 {
+  if (!isError && entries_.size() - errors_ >= maxWarnings) {
+    ++unseenWarnings_;
+    return;
+  }
   entries_.push_back({at, isError, oneLine(text)});
   errors_ += isError ? 1 : 0;
+  if (errors_ >= maxErrors) {
+    throw TooManyErrors();
+  }
 }
 
 void Diagnostics::print(std::ostream& out) const
@@ -57,6 +68,13 @@ void Diagnostics::print(std::ostream& out) const
       out << entry->at.line << ':' << entry->at.column << ':';
     }
     out << (entry->isError ? " error: " : " warning: ") << entry->text << '\n';
+  }
+  if (errors_ >= maxErrors) {
+    out << "kwxml-catalogue: stopped at the error number " << maxErrors << '\n';
+  }
+  if (unseenWarnings_ > 0) {
+    out << "kwxml-catalogue: " << unseenWarnings_
+        << " more warnings; --allow RULE leaves out those of a rule\n";
   }
 }
 

@@ -25,6 +25,11 @@ struct Location
   std::uint32_t column = 0;
 };
 
+/// Thrown when the errors are too many to go on; those so far are there to be printed.
+struct TooManyErrors
+{
+};
+
 class Diagnostics
 {
 public:
@@ -32,6 +37,7 @@ public:
   std::uint32_t addFile(std::string name);
   const std::vector<std::string>& files() const { return files_; }
 
+  /// Throws TooManyErrors.
   void error(const Location& at, std::string text) { add(at, true, std::move(text)); }
   /// Nothing when the rule is allowed; the text gets the rule's name behind it.
   void warning(const Location& at, Rule rule, const std::string& text);
@@ -60,6 +66,7 @@ private:
   std::vector<std::string> files_;
   std::vector<Entry> entries_;
   std::size_t errors_ = 0;
+  std::size_t unseenWarnings_ = 0;
   bool warningsAreErrors_ = false;
   std::set<Rule> allowed_;
 };

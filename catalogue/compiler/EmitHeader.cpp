@@ -40,6 +40,7 @@
 #include "Tables.h"
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/text/ShownText.h>
 
 #include <algorithm>
 #include <map>
@@ -85,8 +86,9 @@ std::string uniqueName(std::string wanted, std::set<std::string>& names)
 }
 
 /// A schema's text as a comment on lines of its own. It ends in no backslash, which would join the next line.
-std::string comment(const std::string& doc, const std::string& indent)
+std::string comment(const std::string& text, const std::string& indent)
 {
+  const std::string doc = shown(text);  // no characters that turn the line around
   constexpr std::size_t width = 110;
   std::string out;
   std::string line;

@@ -88,14 +88,14 @@ public:
     while (at_ < text_.size()) {
       Node& top = *open.back();
       if (starts("<!--")) {
-        addRemark(top, through("-->"));
+        addRemark(top, through("-->", 4));
       } else if (starts("<![CDATA[")) {
-        std::string_view section = through("]]>");
+        std::string_view section = through("]]>", 9);
         section.remove_prefix(9);
         section.remove_suffix(std::min<std::size_t>(section.size(), 3));
         addText(top, escaped(section));
       } else if (starts("<?")) {
-        addRemark(top, through("?>"));
+        addRemark(top, through("?>", 2));
       } else if (starts("</")) {
         through(">");
         collapseEnd(top);
@@ -123,10 +123,10 @@ public:
 private:
   bool starts(std::string_view word) const { return text_.substr(at_).starts_with(word); }
 
-  /// From here through the next `end`.
-  std::string_view through(std::string_view end)
+  /// From here through the next `end` behind the first `begin` bytes: "<!-->" does not end a comment.
+  std::string_view through(std::string_view end, std::size_t begin = 0)
   {
-    const std::size_t found = text_.find(end, at_);
+    const std::size_t found = text_.find(end, at_ + begin);
     const std::size_t next = found == std::string_view::npos ? text_.size() : found + end.size();
     const std::string_view token = text_.substr(at_, next - at_);
     at_ = next;
@@ -176,7 +176,9 @@ private:
       return;
     }
     for (const char c : text) {
-      if (blanks.find(c) == std::string_view::npos) {
+      if (c == '>' && top.content.ends_with("]]")) {
+        top.content += "&gt;";  // once a section's end stood between
+      } else if (blanks.find(c) == std::string_view::npos) {
         top.content += c;
       } else if (!top.content.empty() && top.content.back() != ' ') {
         top.content += ' ';
@@ -376,9 +378,14 @@ private:
     std::size_t at = 0;
     while (at < content.size() && content[at] != ' ') {
       const std::string_view rest = content.substr(at);
-      const std::string_view end = rest.starts_with("<!--") ? "-->" : rest.starts_with("<?") ? "?>" : "";
-      const std::size_t found = content.find(end, at);
-      at = end.empty() ? at + 1 : found == std::string_view::npos ? content.size() : found + end.size();
+      if (rest.starts_with("<!--") || rest.starts_with("<?")) {
+        const bool comment = rest[1] == '!';
+        const std::string_view end = comment ? "-->" : "?>";
+        const std::size_t found = content.find(end, at + (comment ? 4 : 2));
+        at = found == std::string_view::npos ? content.size() : found + end.size();
+      } else {
+        ++at;
+      }
     }
     return at;
   }

@@ -17,7 +17,9 @@
 #include <xercesc/validators/common/Grammar.hpp>
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <stdexcept>
 
@@ -58,6 +60,14 @@ std::string collapsed(const std::string& text)
 /// place in it grows with the square of their depth.
 constexpr int maxElementDepth = 16;
 
+/// Elements of all files together, ten times those of the largest catalogues. A field of a few bytes takes
+/// hundreds in memory and in what is made of it.
+constexpr std::size_t maxElements = 1000000;
+
+/// What the records of a class and of a system count in 16 bits. More is refused before it has been read.
+constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
+constexpr std::size_t maxClasses = std::numeric_limits<std::int16_t>::max();
+
 /// Bytes of all files together, many times what real catalogues have: the parser and the elements take about
 /// twenty times the memory.
 constexpr std::size_t maxSchemaBytes = 64 << 20;
@@ -93,8 +103,10 @@ public:
                     const xercesc::Attributes& attributes) override
   {
     if (++depth_ > maxElementDepth) {
-      diagnostics_.error(here(), "elements nest more than " + std::to_string(maxElementDepth) + " deep");
-      throw ParseEnded();
+      end("elements nest more than " + std::to_string(maxElementDepth) + " deep");
+    }
+    if (++elements_ > maxElements) {
+      end("the schema files have more than " + std::to_string(maxElements) + " elements in all");
     }
     attributes_ = &attributes;
     const std::string element = toUtf8(localName);
@@ -140,14 +152,12 @@ public:
   // Without a document type there are no entities: nothing to expand and nothing to fetch.
   void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override
   {
-    diagnostics_.error(here(), "a schema file has no document type declaration");
-    throw ParseEnded();
+    end("a schema file has no document type declaration");
   }
 
   xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override
   {
-    diagnostics_.error(here(), "a schema file refers to no other file: " + quoted(toUtf8(systemId)));
-    throw ParseEnded();
+    end("a schema file refers to no other file: " + quoted(toUtf8(systemId)));
   }
 
   void warning(const xercesc::SAXParseException& exception) override
@@ -166,6 +176,23 @@ public:
   void resetErrors() override {}
 
 private:
+  /// Reports what the parse ends with.
+  [[noreturn]] void end(const std::string& why)
+  {
+    diagnostics_.error(here(), why);
+    throw ParseEnded();
+  }
+
+  /// The place of one more member in the class.
+  Field* addMember()
+  {
+    if (class_->fields.size() == maxFields) {
+      end("class " + catalogue::quoted(class_->name) + " has more than " + std::to_string(maxFields) +
+          (class_->isEnum ? " enumerators" : " fields"));
+    }
+    return &class_->fields.emplace_back();
+  }
+
   Location here() const
   {
     return {file_, static_cast<std::uint32_t>(locator_->getLineNumber()),
@@ -222,6 +249,10 @@ private:
 
   void startClass(bool isEnum)
   {
+    if (system_->classes.size() == maxClasses) {
+      end("system " + catalogue::quoted(system_->name) + " has more than " + std::to_string(maxClasses) +
+          " classes");
+    }
     class_ = &system_->classes.emplace_back();
     class_->at = here();
     class_->system = system_;
@@ -235,7 +266,7 @@ private:
 
   void startField()
   {
-    field_ = &class_->fields.emplace_back();
+    field_ = addMember();
     field_->at = here();
     field_->name = text("name");
     field_->typeName = text("type");
@@ -256,7 +287,7 @@ private:
 
   void startEnumerator()
   {
-    field_ = &class_->fields.emplace_back();
+    field_ = addMember();
     field_->at = here();
     field_->type = FIELD_ENUMERATOR;
     field_->name = text("name");
@@ -327,7 +358,8 @@ private:
   const xercesc::Locator* locator_ = nullptr;
   const xercesc::Attributes* attributes_ = nullptr;
   std::uint32_t file_ = 0;
-  int depth_ = 0;  // of open elements
+  int depth_ = 0;             // of open elements
+  std::size_t elements_ = 0;  // of all files
   System* system_ = nullptr;
   Class* class_ = nullptr;
   Field* field_ = nullptr;           // the last one of class_

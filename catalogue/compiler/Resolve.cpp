@@ -5,7 +5,9 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace kwxml::catalogue {
 namespace {
@@ -178,16 +180,34 @@ private:
     return text;
   }
 
-  static std::optional<std::string> enumDefault(const Field& field)
+  /// Names and values of a class's members; found once, since any number of fields and paths may ask.
+  struct Members
   {
-    const std::string& text = *field.defaultText;
-    const std::optional<long long> number = integer(text);
-    for (const Field& enumerator : field.reference->fields) {
-      if (enumerator.name == text || (number && enumerator.value == *number)) {
-        return std::to_string(enumerator.value);
+    std::unordered_map<std::string_view, const Field*> byName;  // of equal ones the first
+    std::unordered_set<long long> values;
+  };
+
+  const Members& membersOf(const Class& cls)
+  {
+    const auto [known, isNew] = members_.try_emplace(&cls);
+    if (isNew) {
+      for (const Field& field : cls.fields) {
+        known->second.byName.emplace(field.name, &field);
+        known->second.values.insert(field.value);
       }
     }
-    return std::nullopt;
+    return known->second;
+  }
+
+  std::optional<std::string> enumDefault(const Field& field)
+  {
+    const std::string& text = *field.defaultText;
+    const Members& members = membersOf(*field.reference);
+    if (const auto named = members.byName.find(text); named != members.byName.end()) {
+      return std::to_string(named->second->value);
+    }
+    const std::optional<long long> number = integer(text);
+    return number && members.values.contains(*number) ? std::optional(std::to_string(*number)) : std::nullopt;
   }
 
   /// Brings a default into the form that the library reads: integers and enumeration values in decimal.
@@ -309,10 +329,10 @@ private:
   const Field* fieldNamed(const Class& cls, const std::string& name, const std::string& step,
                           const XPath& xpath)
   {
-    for (const Field& field : cls.fields) {
-      if (field.name == name) {
-        return field.type != FIELD_INVALID ? &field : nullptr;  // invalid: reported where it stands
-      }
+    const Members& members = membersOf(cls);
+    if (const auto found = members.byName.find(name); found != members.byName.end()) {
+      return found->second->type != FIELD_INVALID ? found->second
+                                                  : nullptr;  // invalid: reported where it stands
     }
     return refuseStep(step, xpath, "names no field of " + tagName(cls));
   }
@@ -327,6 +347,7 @@ private:
   Diagnostics& diagnostics_;
   std::unordered_map<std::string, const System*> systems_;
   std::unordered_map<std::string, const Class*> classes_;
+  std::unordered_map<const Class*, Members> members_;
 };
 
 }  // namespace

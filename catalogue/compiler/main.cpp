@@ -204,6 +204,17 @@ struct XmlPlatform
   XmlPlatform& operator=(const XmlPlatform&) = delete;
 };
 
+bool isValid(const std::string& path, const std::string& text)
+{
+  Diagnostics diagnostics;
+  try {
+    parse({{diagnostics.addFile(path), text}}, diagnostics);
+  } catch (const TooManyErrors&) {
+    // It has them.
+  }
+  return !diagnostics.hasErrors();
+}
+
 /// Brings a schema file into its canonical layout. One that is not valid stays as it is.
 void formatFile(const std::string& path, const SchemaText& schema, Diagnostics& diagnostics)
 {
@@ -212,29 +223,33 @@ void formatFile(const std::string& path, const SchemaText& schema, Diagnostics& 
   if (diagnostics.errors() > errors) {
     return;
   }
-  const fs::path place = fs::canonical(path);  // not a link to it
   std::string reason = "it is no regular file";
-  const std::optional<std::string> text =
-      fs::is_regular_file(place) ? format(schema.text, reason) : std::nullopt;
-  if (!text) {
-    diagnostics.error({schema.file, 0, 0}, reason);
-    return;
+  try {
+    const fs::path place = fs::canonical(path);  // not a link to it
+    const std::optional<std::string> text =
+        fs::is_regular_file(place) ? format(schema.text, reason) : std::nullopt;
+    if (text && isValid(path, *text)) {
+      writeFiles(place.parent_path(), {{place.filename().string(), *text}});
+      return;
+    }
+    reason = text ? "its canonical layout would not be valid" : reason;
+  } catch (const fs::filesystem_error& error) {
+    reason = error.what();
   }
-  Diagnostics again;
-  parse({{again.addFile(path), *text}}, again);
-  if (again.hasErrors()) {
-    throw std::logic_error("the canonical layout of " + path + " is not valid; the file stays as it is");
-  }
-  writeFiles(place.parent_path(), {{place.filename().string(), *text}});
+  diagnostics.error({schema.file, 0, 0}, reason);
 }
 
 int formatFiles(const Arguments& arguments)
 {
   const XmlPlatform platform;
   Diagnostics diagnostics;
-  const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
-  for (const SchemaText& schema : schemas) {
-    formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+  try {
+    const std::vector<SchemaText> schemas = read(schemaFiles(arguments.schemas), diagnostics);
+    for (const SchemaText& schema : schemas) {
+      formatFile(diagnostics.files()[schema.file], schema, diagnostics);
+    }
+  } catch (const TooManyErrors&) {
+    // They are printed as any others.
   }
   diagnostics.print(std::cerr);
   return diagnostics.hasErrors() ? exitRefused : exitDone;
@@ -251,14 +266,19 @@ int compile(const Arguments& arguments)
     diagnostics.allow(*findRule(rule));
   }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
-  Catalogue catalogue = parse(read(files, diagnostics), diagnostics);
-  if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
-    resolve(catalogue, diagnostics);
-    check(catalogue, diagnostics);
-    layOut(catalogue, diagnostics);
-  }
-  if (!diagnostics.hasErrors()) {
-    checkForms(catalogue, diagnostics);
+  Catalogue catalogue;
+  try {
+    catalogue = parse(read(files, diagnostics), diagnostics);
+    if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
+      resolve(catalogue, diagnostics);
+      check(catalogue, diagnostics);
+      layOut(catalogue, diagnostics);
+    }
+    if (!diagnostics.hasErrors()) {
+      checkForms(catalogue, diagnostics);
+    }
+  } catch (const TooManyErrors&) {
+    // They are printed as any others.
   }
   diagnostics.print(std::cerr);
   if (diagnostics.hasErrors()) {
