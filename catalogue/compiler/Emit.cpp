@@ -1,17 +1,14 @@
 #include "Stages.h"
 
-#include <iterator>
-
 namespace kwxml::catalogue {
 
-std::vector<OutputFile> emit(const Catalogue& catalogue, const Emission& emission)
+void emit(const Catalogue& catalogue, const Emission& emission, const TakeFile& take)
 {
-  std::vector<OutputFile> files = emitTables(catalogue, emission);
-  files.push_back(emitRegistry(catalogue, emission));
+  emitTables(catalogue, emission, take);
+  emitRegistry(catalogue, emission, take);
   for (const System& system : catalogue.systems) {
-    files.push_back(emitHeader(system, emission));
+    take(emitHeader(system, emission));
   }
-  return files;
 }
 
 }  // namespace kwxml::catalogue

@@ -150,9 +150,11 @@ public:
         name_(std::move(name)),
         // A getter of a scalar is called with its slot alone; of the others the field number is held against
         // the class.
-        number_("ifOwn(" + std::to_string(number) + ", " + tag + ")"),
-        slot_("ifOwn(" + std::to_string(field.slot) + ", " + tag + ")"),
-        place_(number_ + ", " + std::to_string(field.slot)),
+        number_(std::to_string(number)),
+        slot_(std::to_string(field.slot)),
+        ownPlace_(number_ + ", " + slot_),
+        place_("ifOwn(" + number_ + ", " + tag + "), " + slot_),
+        tag_(tag),
         key_(tag + ", " + hexadecimal(field.recordHash()))
   {
   }
@@ -173,8 +175,8 @@ private:
   }
   std::string marks() const
   {
-    return "  bool has_" + name_ + "() const { return isSet(" + number_ + ", " + key_ +
-           "); }\n  void clear_" + name_ + "() { deleteMember(" + number_ + ", " + key_ + ", false); }\n";
+    return "  bool has_" + name_ + "() const { return hasOwn(" + number_ + ", " + key_ +
+           "); }\n  void clear_" + name_ + "() { clearOwn(" + number_ + ", " + key_ + "); }\n";
   }
   std::string getter(const std::string& type, const std::string& expression) const
   {
@@ -189,10 +191,15 @@ private:
     return "  " + type + " mutable_" + name_ + "() { return " + expression + "; }\n";
   }
 
+  /// The same of a function of wrappers alone.
+  std::string ownCall(const std::string& function, const std::string& value = {}) const
+  {
+    return function + "(" + ownPlace_ + (value.empty() ? "" : ", " + value) + ", " + key_ + ")";
+  }
   std::string integer(const std::string& type) const
   {
-    return getter(type, "static_cast<" + type + ">(getint64(" + slot_ + ", " + key_ + "))") +
-           setter(type, call("setint64", "static_cast<long long>(value)"));
+    return getter(type, "static_cast<" + type + ">(int64Own(" + slot_ + ", " + key_ + "))") +
+           setter(type, ownCall("setInt64Own", "static_cast<long long>(value)"));
   }
   /// Types that would convert to the setter's without being meant.
   std::string refused(const std::string& types) const
@@ -224,11 +231,11 @@ private:
   std::string message() const
   {
     const std::string wrapper = qualified(*field_.reference);
-    const std::string address = "(*this, " + place_ + ", " + key_;
+    const std::string address = "(*this, " + ownPlace_ + ", " + key_;
     const std::string checked = address + ", " + hexadecimal(tagId(*field_.reference), 8) + ", " +
                                 hexadecimal(fingerprint(*field_.reference), 8) + ")";
     const std::string made = "::kwxml::mutableNestedMessage" + checked;
-    return getter("const " + wrapper + "*", "isSet(" + number_ + ", " + key_ + ") ? static_cast<const " +
+    return getter("const " + wrapper + "*", "hasOwn(" + number_ + ", " + key_ + ") ? static_cast<const " +
                                                 wrapper + "*>(::kwxml::nestedMessage" + checked +
                                                 ") : nullptr") +
            setter("const " + wrapper + "&", "::kwxml::setNestedMessage" + address + ", &value)") +
@@ -243,19 +250,22 @@ private:
       return integer(qualified(*field_.reference));
     } else if constexpr (Tag::type == FIELD_BOOL) {
       // Any pointer would do for a truth value.
-      return getter("bool", "getint64(" + slot_ + ", " + key_ + ") != 0") +
-             setter("bool", call("setint64", "value ? 1 : 0")) + "  template <class T>\n  void set_" + name_ +
-             "(T* value) = delete;\n";
+      return getter("bool", "int64Own(" + slot_ + ", " + key_ + ") != 0") +
+             setter("bool", ownCall("setInt64Own", "value ? 1 : 0")) + "  template <class T>\n  void set_" +
+             name_ + "(T* value) = delete;\n";
     } else if constexpr (IntegerSlot<Tag>) {
       return integer(nativeName<Native>()) + refused("Floating");
     } else if constexpr (FloatingSlot<Tag>) {
       const std::string type = std::is_same_v<Native, double> ? "double" : "float";
-      return getter(type, "get" + type + "(" + slot_ + ", " + key_ + ")") +
+      return getter(type, "get" + type + "(ifOwn(" + slot_ + ", " + tag_ + "), " + key_ + ")") +
              setter(type, call("set" + type, "value"));
-    } else if constexpr (StringSlot<Tag>) {
-      const std::string type = Tag::type == FIELD_STRING ? "string" : "wstring";
-      return object("::std::" + type, call("get" + type + "_const"), call("set" + type, "value"),
-                    call("get" + type + "ByRef")) +
+    } else if constexpr (Tag::type == FIELD_STRING) {
+      return object("::std::string", ownCall("stringOwn"), ownCall("setStringOwn", "value"),
+                    ownCall("mutableStringOwn")) +
+             refused("NoText");
+    } else if constexpr (Tag::type == FIELD_WSTRING) {
+      return object("::std::wstring", call("getwstring_const"), call("setwstring", "value"),
+                    call("getwstringByRef")) +
              refused("NoText");
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
@@ -332,7 +342,9 @@ private:
   std::string name_;
   std::string number_;
   std::string slot_;
+  std::string ownPlace_;  ///< of a function that minds foreign tags itself
   std::string place_;
+  std::string tag_;
   std::string key_;
 };
 

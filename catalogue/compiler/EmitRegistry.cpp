@@ -1,42 +1,42 @@
-// The registry of message systems, what its rows point to, and the catalogue as an object:
+// The class records, what else stands beside them, and the registry with the catalogue as an object, in a
+// file each so that none takes compilers long:
 //
-//   #pragma GCC visibility push(hidden)
+//   classes.cpp and lists.cpp, seen by the catalogue's own files alone
 //
-//   namespace KWXMLMSG_STRUCT_DEFS_Demo {
-//   extern const ::FieldDef Status[];
-//   }
+//     namespace KWXMLMSG_STRUCT_DEFS_Demo {
+//     extern const ::FieldDef Status[];
+//     }
 //
-//   namespace KWXMLMSG_STRUCT_DEFS_CHOOSER {
-//   extern const ::_ClassDef SchemaChooser_Demo[];
-//   const ::_ClassDef SchemaChooser_Demo[] = {
-//       {"Status", KWXMLMSG_STRUCT_DEFS_Demo::Status, 0x3F0, 0, 2, 5},
-//   };
-//   const ::kwxml::ClassIdIndex MessageIDAndIndicesMapping_Demo[] = {{0x3F0, 0}};
-//   const ::kwxml::DefaultValue DefaultValuesMetadata_Demo[] = {{0, "0"}, {65535, nullptr}};
-//   }
+//     namespace KWXMLMSG_STRUCT_DEFS_CHOOSER {
+//     extern const ::_ClassDef SchemaChooser_Demo[];
+//     const ::_ClassDef SchemaChooser_Demo[] = {
+//         {"Status", KWXMLMSG_STRUCT_DEFS_Demo::Status, 0x3F0, 0, 2, 5},
+//     };
+//     const ::kwxml::ClassIdIndex MessageIDAndIndicesMapping_Demo[] = {{0x3F0, 0}};
+//     const ::kwxml::DefaultValue DefaultValuesMetadata_Demo[] = {{0, "0"}, {65535, nullptr}};
+//     const ::kwxml::ClassNameIndex classNames[] = {{0x1234ABCD, 1, 0}};
+//     }
 //
-//   namespace {
-//   const ::kwxml::ClassNameIndex classNames[] = {{0x1234ABCD, 1, 0}};
-//   const ::MessageSystemRow systemRows[206] = {...};
-//   }
+//   registry.cpp
 //
-//   #pragma GCC visibility pop
-//   #pragma GCC visibility push(default)
+//     namespace {
+//     const ::MessageSystemRow systemRows[206] = {...};
+//     }
 //
-//   namespace Demo { void RegisterSubsystem() {} }
+//     #pragma GCC visibility push(default)
 //
-//   const ::MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[206] = {...};
-//   const ::XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr,
-//   nullptr, -1}};
+//     namespace Demo { void RegisterSubsystem() {} }
 //
-//   namespace kwxml::catalogues {
-//   extern const ::kwxml::Registry pets;
-//   constinit const ::kwxml::Registry pets(tables);
-//   }
-//   const ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =
-//   &::kwxml::catalogues::pets;
+//     const ::MessageSystemRow XML_KWMessage_MessageSystemChooser::msgSysStruct[206] = {...};
+//     const ::XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr,
+//     nullptr, -1}};
 //
-//   #pragma GCC visibility pop
+//     namespace kwxml::catalogues {
+//     extern const ::kwxml::Registry pets;
+//     constinit const ::kwxml::Registry pets(tables);
+//     }
+//     const ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =
+//     &::kwxml::catalogues::pets;
 //
 // Systems come in ascending order of their indices. The rows stand there twice: the catalogue's object refers
 // to those that no other catalogue of the process can take the place of, as the first one does with
@@ -69,28 +69,31 @@ std::string fieldDeclarations(const System& system)
   return out + "}  // namespace KWXMLMSG_STRUCT_DEFS_" + system.name + "\n";
 }
 
-std::string classesAndDefaults(const SystemTables& tables)
+std::string classes(const SystemTables& tables)
 {
   const std::string& system = tables.system->name;
-  std::string classes;
+  std::string lines;
   for (const auto& [cls, defaultsIndex] : tables.classes) {
     if (cls == nullptr) {
-      classes += "    {nullptr, nullptr, 0x0, -1, 0, 0},\n";
+      lines += "    {nullptr, nullptr, 0x0, -1, 0, 0},\n";
       continue;
     }
     const std::string fields =
         cls->fields.empty() ? "nullptr" : "::KWXMLMSG_STRUCT_DEFS_" + system + "::" + cppName(cls->name);
-    classes += "    {" + literal(cls->name) + ", " + fields + ", " +
-               hexadecimal(static_cast<unsigned long>(cls->id)) + ", " + std::to_string(defaultsIndex) +
-               ", " + std::to_string(cls->fields.size()) + ", " + std::to_string(cls->numberOfSlots) + "},\n";
+    lines += "    {" + literal(cls->name) + ", " + fields + ", " +
+             hexadecimal(static_cast<unsigned long>(cls->id)) + ", " + std::to_string(defaultsIndex) + ", " +
+             std::to_string(cls->fields.size()) + ", " + std::to_string(cls->numberOfSlots) + "},\n";
   }
-  std::string defaults;
+  return array("::_ClassDef", "SchemaChooser_" + system, lines);
+}
+
+std::string defaults(const SystemTables& tables)
+{
+  std::string lines;
   for (const auto& [field, text] : tables.defaults) {
-    defaults +=
-        "    {" + std::to_string(field) + ", " + (text != nullptr ? literal(*text) : "nullptr") + "},\n";
+    lines += "    {" + std::to_string(field) + ", " + (text != nullptr ? literal(*text) : "nullptr") + "},\n";
   }
-  return array("::_ClassDef", "SchemaChooser_" + system, classes) +
-         array("::kwxml::DefaultValue", "DefaultValuesMetadata_" + system, defaults);
+  return array("::kwxml::DefaultValue", "DefaultValuesMetadata_" + tables.system->name, lines);
 }
 
 std::string classIds(const SystemTables& tables)
@@ -157,7 +160,7 @@ std::string registryRows(const std::vector<SystemTables>& systems, const std::st
 /// One of the arrays that CatalogueTables counts; none where it would be empty.
 std::string counted(const std::string& type, const std::string& name, const std::string& lines)
 {
-  return lines.empty() ? "" : "const ::kwxml::" + type + " " + name + "[] = {\n" + lines + "};\n";
+  return lines.empty() ? "" : array("::kwxml::" + type, name, lines);
 }
 
 std::string names(const Tables& tables)
@@ -180,6 +183,7 @@ std::string names(const Tables& tables)
   for (const DocRow& row : tables.docs) {
     docs += place(row) + literal(row.text) + "},\n";
   }
+  // Visible to registry.cpp, and no further.
   return counted("ClassNameIndex", "classNames", classNames) +
          counted("FormerName", "formerNames", formerNames) + counted("DocText", "docs", docs);
 }
@@ -193,7 +197,9 @@ std::string catalogueObject(const Tables& tables, const Emission& emission)
 {
   const std::string& name = emission.name;
   const auto count = [](std::size_t size) { return std::to_string(size) + ", "; };
-  const auto pointer = [](std::size_t size, const char* array) { return size > 0 ? array : "nullptr"; };
+  const auto pointer = [](std::size_t size, const char* array) {
+    return size > 0 ? std::string("::") + chooser + "::" + array : "nullptr";
+  };
   const std::string object = "const ::kwxml::Registry " + name;
   return "\nnamespace {\nconstexpr ::kwxml::CatalogueTables tables = {\n    " +
          std::to_string(CatalogueTables::currentVersion) + ", " + count(tables.classNames.size()) +
@@ -209,40 +215,62 @@ std::string catalogueObject(const Tables& tables, const Emission& emission)
                     name + ";\n");
 }
 
+/// A file of tables that only the catalogue's other files see.
+OutputFile hiddenTables(const char* name, const Emission& emission, const std::string& before,
+                        const std::string& tables)
+{
+  return {name, emission.headLine + "#include <kwxml/model/Metadata.h>\n\n" + hiddenFromHere + before +
+                    "\nnamespace " + chooser + " {\n" + tables + "}  // namespace " + chooser + "\n\n" +
+                    hiddenToHere};
+}
+
+std::string tableDeclarations(const std::string& system)
+{
+  return "extern const ::_ClassDef SchemaChooser_" + system +
+         "[];\nextern const ::kwxml::ClassIdIndex MessageIDAndIndicesMapping_" + system +
+         "[];\nextern const ::kwxml::DefaultValue DefaultValuesMetadata_" + system + "[];\n";
+}
+
 }  // namespace
 
-OutputFile emitRegistry(const Catalogue& catalogue, const Emission& emission)
+void emitRegistry(const Catalogue& catalogue, const Emission& emission, const TakeFile& take)
 {
   const Tables tables = makeTables(catalogue);
-  std::string out = emission.headLine + "#include <kwxml/model/Registry.h>\n\n" + hiddenFromHere;
+  std::string fields;
+  std::string classRecords;
+  std::string lists;
+  std::string declarations;
   std::string xpathConstants;
   std::string xpathRows;
+  std::string functions;
   for (const SystemTables& system : tables.systems) {
-    out += fieldDeclarations(*system.system);
+    const std::string& name = system.system->name;
+    fields += fieldDeclarations(*system.system);
+    classRecords += classes(system);
+    lists += classIds(system) + defaults(system);
+    declarations += tableDeclarations(name);
     if (!system.xpath.paths.empty()) {
-      const std::string& name = system.system->name;
       xpathConstants += xpathArrays(system);
       xpathRows += "    {" + std::to_string(system.system->index) + ", fieldsInfo_" + name +
                    ", idToFieldsInfo_" + name + ", idToXPath_" + name + ", " +
                    std::to_string(system.xpath.paths.size()) + "},\n";
     }
+    functions += "\nnamespace " + name +
+                 " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " + name + "\n";
   }
-  out += std::string("\nnamespace ") + chooser + " {\n";
-  for (const SystemTables& system : tables.systems) {
-    out += classesAndDefaults(system) + classIds(system);
-  }
-  out += std::string("}  // namespace ") + chooser + "\n\nnamespace {\n" + xpathConstants + names(tables) +
-         registryRows(tables.systems, "systemRows") + xpathArray("xpathRows", xpathRows) +
-         "}  // namespace\n\n" + hiddenToHere + "#pragma GCC visibility push(default)\n";
-  for (const SystemTables& system : tables.systems) {
-    out += "\nnamespace " + system.system->name +
-           " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " +
-           system.system->name + "\n";
-  }
-  out += "\n" + registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") + "\n" +
-         xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
-         catalogueObject(tables, emission) + "\n" + hiddenToHere;
-  return {"registry.cpp", out};
+  take(hiddenTables("classes.cpp", emission, fields, classRecords));
+  take(hiddenTables("lists.cpp", emission, "", lists + names(tables)));
+  take({"registry.cpp",
+        emission.headLine + "#include <kwxml/model/Registry.h>\n\n" + hiddenFromHere + "\nnamespace " +
+            chooser + " {\n" + declarations +
+            "extern const ::kwxml::ClassNameIndex classNames[];\nextern const ::kwxml::FormerName "
+            "formerNames[];\nextern const ::kwxml::DocText docs[];\n}  // namespace " +
+            chooser + "\n\nnamespace {\n" + xpathConstants + registryRows(tables.systems, "systemRows") +
+            xpathArray("xpathRows", xpathRows) + "}  // namespace\n\n" + hiddenToHere +
+            "#pragma GCC visibility push(default)\n" + functions + "\n" +
+            registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") + "\n" +
+            xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
+            catalogueObject(tables, emission) + "\n" + hiddenToHere});
 }
 
 }  // namespace kwxml::catalogue

@@ -107,7 +107,7 @@ private:
 
 }  // namespace
 
-std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& emission)
+void emitTables(const Catalogue& catalogue, const Emission& emission, const TakeFile& take)
 {
   std::vector<const System*> systems;
   for (const System& system : catalogue.systems) {
@@ -126,7 +126,6 @@ std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& e
   const std::size_t count =
       emission.shards > 0 ? emission.shards
                           : std::max<std::size_t>(1, (classes.size() + classesPerFile - 1) / classesPerFile);
-  std::vector<OutputFile> files;
   for (std::size_t i = 0; i < count; ++i) {
     Shard shard;
     for (std::size_t c = classes.size() * i / count; c < classes.size() * (i + 1) / count; ++c) {
@@ -134,9 +133,8 @@ std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& e
     }
     char name[32];
     std::snprintf(name, sizeof name, "tables_%03zu.cpp", i);
-    files.push_back({name, shard.text(emission.headLine)});
+    take({name, shard.text(emission.headLine)});
   }
-  return files;
 }
 
 }  // namespace kwxml::catalogue

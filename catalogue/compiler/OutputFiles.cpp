@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 namespace kwxml::catalogue {
 namespace {
@@ -48,47 +49,50 @@ std::optional<std::string> readFile(const fs::path& path, std::size_t limit, std
   return std::nullopt;
 }
 
-void writeFiles(const fs::path& directory, const std::vector<OutputFile>& files)
+OutputFolder::OutputFolder(fs::path directory) : directory_(std::move(directory))
 {
-  fs::create_directories(directory);
-  std::vector<const OutputFile*> changed;
-  for (const OutputFile& file : files) {
-    if (!holds(directory / file.name, file.text)) {
-      changed.push_back(&file);
+  fs::create_directories(directory_);
+}
+
+OutputFolder::~OutputFolder()
+{
+  std::error_code ignored;  // the failure that led here is the one to report
+  for (const std::string& name : changed_) {
+    fs::remove(directory_ / (name + temporary), ignored);
+  }
+}
+
+void OutputFolder::add(const OutputFile& file)
+{
+  const fs::path place = directory_ / file.name;
+  if (holds(place, file.text)) {
+    return;
+  }
+  changed_.push_back(file.name);
+  const fs::path path = directory_ / (file.name + temporary);
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out << file.text;
+  out.close();
+  if (!out) {
+    throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
+  }
+  if (const fs::file_status earlier = fs::status(place); fs::is_regular_file(earlier)) {
+    fs::permissions(path, earlier.permissions());
+  }
+}
+
+void OutputFolder::commit()
+{
+  for (const std::string& name : changed_) {  // a rename that can only fail must not leave half of them done
+    if (fs::is_directory(fs::symlink_status(directory_ / name))) {
+      throw fs::filesystem_error("cannot replace", directory_ / name,
+                                 std::make_error_code(std::errc::is_a_directory));
     }
   }
-  const auto removeTemporaries = [&] {
-    std::error_code ignored;  // the failure that led here is the one to report
-    for (const OutputFile* file : changed) {
-      fs::remove(directory / (file->name + temporary), ignored);
-    }
-  };
-  try {
-    for (const OutputFile* file : changed) {
-      const fs::path path = directory / (file->name + temporary);
-      std::ofstream out(path, std::ios::binary | std::ios::trunc);
-      out << file->text;
-      out.close();
-      if (!out) {
-        throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
-      }
-      if (const fs::file_status earlier = fs::status(directory / file->name); fs::is_regular_file(earlier)) {
-        fs::permissions(path, earlier.permissions());
-      }
-    }
-    for (const OutputFile* file : changed) {  // a rename that can only fail must not leave half of them done
-      const fs::path path = directory / file->name;
-      if (fs::is_directory(fs::symlink_status(path))) {
-        throw fs::filesystem_error("cannot replace", path, std::make_error_code(std::errc::is_a_directory));
-      }
-    }
-    for (const OutputFile* file : changed) {
-      fs::rename(directory / (file->name + temporary), directory / file->name);
-    }
-  } catch (...) {
-    removeTemporaries();
-    throw;
+  for (const std::string& name : changed_) {
+    fs::rename(directory_ / (name + temporary), directory_ / name);
   }
+  changed_.clear();
 }
 
 }  // namespace kwxml::catalogue

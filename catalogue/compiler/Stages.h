@@ -4,6 +4,7 @@
 #include "Diagnostics.h"
 #include "Schema.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -57,12 +58,15 @@ struct Emission
   bool builtIn = false;  ///< the catalogue of the library itself, which every other one comes before
 };
 
+/// Takes the generated files one by one: together they may be large.
+using TakeFile = std::function<void(const OutputFile& file)>;
+
 /// All generated files of a laid-out catalogue. The same catalogue gives the same bytes.
-std::vector<OutputFile> emit(const Catalogue& catalogue, const Emission& emission);
+void emit(const Catalogue& catalogue, const Emission& emission, const TakeFile& take);
 
 // The emitters, one per artefact.
-std::vector<OutputFile> emitTables(const Catalogue& catalogue, const Emission& emission);
-OutputFile emitRegistry(const Catalogue& catalogue, const Emission& emission);
+void emitTables(const Catalogue& catalogue, const Emission& emission, const TakeFile& take);
+void emitRegistry(const Catalogue& catalogue, const Emission& emission, const TakeFile& take);
 OutputFile emitHeader(const System& system, const Emission& emission);
 
 // The arrays between these lines are seen inside the catalogue's library alone, however it is compiled.

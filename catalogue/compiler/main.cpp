@@ -229,7 +229,9 @@ void formatFile(const std::string& path, const SchemaText& schema, Diagnostics& 
     const std::optional<std::string> text =
         fs::is_regular_file(place) ? format(schema.text, reason) : std::nullopt;
     if (text && isValid(path, *text)) {
-      writeFiles(place.parent_path(), {{place.filename().string(), *text}});
+      OutputFolder folder(place.parent_path());
+      folder.add({place.filename().string(), *text});
+      folder.commit();
       return;
     }
     reason = text ? "its canonical layout would not be valid" : reason;
@@ -286,14 +288,13 @@ int compile(const Arguments& arguments)
   }
   Emission emission = arguments.emission;
   emission.headLine = headLine(files);
-  const std::vector<OutputFile> outputs = emit(catalogue, emission);
   if (!arguments.listOutputs) {
-    writeFiles(arguments.outputDirectory, outputs);
+    OutputFolder folder(arguments.outputDirectory);
+    emit(catalogue, emission, [&folder](const OutputFile& file) { folder.add(file); });
+    folder.commit();
     return exitDone;
   }
-  for (const OutputFile& file : outputs) {
-    std::cout << file.name << '\n';
-  }
+  emit(catalogue, emission, [](const OutputFile& file) { std::cout << file.name << '\n'; });
   std::cout.flush();
   if (!std::cout) {
     throw std::runtime_error("cannot write to standard output");

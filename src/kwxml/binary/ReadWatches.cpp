@@ -76,9 +76,15 @@ void Traced::key(std::uint64_t at, const YMMessageBase& message, const FieldDef*
     return;
   }
   const std::uint32_t own = fieldTypeInfo(def->type).wireCode;
-  if (code != own) {
-    const std::string remark = "coded as " + wireCodeName(code) + ", read as " + wireCodeName(own);
-    tell(position, ProblemKind::WireCodeOther, {.field = def, .remark = remark});
+  // The values of enumerations are coded as those of ints, whatever their keys say.
+  const bool isInt = def->type == FIELD_ENUM && code == fieldTypeInfo(FIELD_INT).wireCode;
+  const bool mayBeEnum = def->type == FIELD_INT && code == fieldTypeInfo(FIELD_ENUM).wireCode;
+  if (code != own && !isInt) {
+    const std::string remark =
+        "coded as " + wireCodeName(code) + ", read as " + wireCodeName(own) +
+        (mayBeEnum ? ": right if it was an enumeration, another number if it was unsigned" : "");
+    tell(position, mayBeEnum ? ProblemKind::WireCodeUnclear : ProblemKind::WireCodeOther,
+         {.field = def, .remark = remark});
   }
   if (!call_.merges &&
       contains(scalarTypes | stringSlots | typesHolding<bstring> | typesHolding<YMMessageBase>, def->type) &&

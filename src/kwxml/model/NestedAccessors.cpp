@@ -101,10 +101,21 @@ YMMessageBase* kwxml::AccessorRules::nestedMessage(YMMessageBase& m, const Field
   return message;
 }
 
+namespace {
+
+/// On a foreign tag the name's hash alone says which field is meant.
+kwxml::FieldAddress wrappersAddress(const YMMessageBase& message, short field, short slot, unsigned long tag,
+                                    unsigned int hash)
+{
+  return {tag == message.getTagID() ? field : short{0}, slot, tag, hash};
+}
+
+}  // namespace
+
 const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
                                  unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
 {
-  FieldAddress a{field, slot, tag, hash};
+  FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)) {
     return nullptr;
   }
@@ -118,13 +129,14 @@ const void* kwxml::nestedMessage(const YMMessageBase& message, short field, shor
 void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
                              unsigned int hash, const void* value)
 {
-  Access::setObject(message, {field, slot, tag, hash}, typesHolding<YMMessageBase>, value, false, true);
+  Access::setObject(message, wrappersAddress(message, field, slot, tag, hash), typesHolding<YMMessageBase>,
+                    value, false, true);
 }
 
 void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
                                   unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
 {
-  FieldAddress a{field, slot, tag, hash};
+  FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
     throwUnknownObject(message, tag, hash);
   }

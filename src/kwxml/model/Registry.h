@@ -21,69 +21,6 @@
 
 namespace kwxml {
 
-/// An entry of the index of names. A class stands in it under the hash of its tag name, and of its former
-/// one; a system under that of its name, "_" and nothing.
-struct ClassNameIndex
-{
-  std::uint32_t hash;  ///< classNameHash()
-  std::int16_t system;
-  std::int16_t classIndex;  ///< -1: the system itself
-};
-
-/// A name that a class or one of its fields had before, by which readers still find it.
-struct FormerName
-{
-  std::int16_t system;
-  std::int16_t classIndex;
-  std::int16_t field;  ///< position of its record, or -1 for the class itself
-  std::int16_t reserved;
-  std::uint32_t hash;  ///< nameHash() of the name
-  const char* name;
-};
-
-/// What a schema says about a system, a class, a field or an enumerator, for people.
-struct DocText
-{
-  std::int16_t system;
-  std::int16_t classIndex;  ///< -1: the system itself
-  std::int16_t field;       ///< -1: the class itself
-  std::int16_t reserved;
-  const char* text;
-};
-
-/// Everything that the compiler writes of a catalogue. Constant data; the arrays are sorted as their rows are
-/// ordered, member by member, but for xpath.
-struct CatalogueTables
-{
-  /// Changes with every change of the records.
-  static constexpr std::uint32_t currentVersion = 1;
-
-  std::uint32_t version;
-  std::uint32_t numberOfClassNames;
-  std::uint32_t numberOfFormerNames;
-  std::uint32_t numberOfDocs;
-  const char* name;                 ///< of the catalogue: a C++ identifier
-  const MessageSystemRow* systems;  ///< numberOfSystems rows
-  const XPathDataRow* xpath;        ///< ends as XML_KWMessage_MessageSystemChooser::xpathData does
-  const ClassNameIndex* classNames;
-  const FormerName* formerNames;
-  const DocText* docs;
-};
-
-/// The hash of the index of classes by name, of a tag name's parts.
-constexpr std::uint32_t classNameHash(std::string_view system, std::string_view cls)
-{
-  std::uint32_t h = 2166136261U;
-  for (const char c : system) {
-    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
-  }
-  h = (h ^ '_') * 16777619U;
-  for (const char c : cls) {
-    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
-  }
-  return h;
-}
-
 class [[gnu::visibility("default")]] Registry
 {
 public:

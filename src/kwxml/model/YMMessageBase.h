@@ -368,6 +368,36 @@ protected:
   {
     return tag == tagId_ ? place : short{0};
   }
+  // What most accessors of wrappers do. One call each: headers of a thousand classes are parsed again and
+  // again.
+  bool hasOwn(short field, unsigned long tag, unsigned int hash) const
+  {
+    return isSet(ifOwn(field, tag), tag, hash);
+  }
+  void clearOwn(short field, unsigned long tag, unsigned int hash)
+  {
+    deleteMember(ifOwn(field, tag), tag, hash, false);
+  }
+  XML_INT64 int64Own(short slot, unsigned long tag, unsigned int hash) const
+  {
+    return getint64(ifOwn(slot, tag), tag, hash);
+  }
+  void setInt64Own(short field, short slot, XML_INT64 value, unsigned long tag, unsigned int hash)
+  {
+    setint64(ifOwn(field, tag), slot, value, tag, hash);
+  }
+  const std::string& stringOwn(short field, short slot, unsigned long tag, unsigned int hash) const
+  {
+    return getstring_const(ifOwn(field, tag), slot, tag, hash);
+  }
+  void setStringOwn(short field, short slot, const std::string& value, unsigned long tag, unsigned int hash)
+  {
+    setstring(ifOwn(field, tag), slot, value, tag, hash);
+  }
+  std::string& mutableStringOwn(short field, short slot, unsigned long tag, unsigned int hash)
+  {
+    return getstringByRef(ifOwn(field, tag), slot, tag, hash);
+  }
 
 private:
   friend struct kwxml::MessageAccess;

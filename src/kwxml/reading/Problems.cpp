@@ -31,12 +31,13 @@ constexpr std::array kindTable{
     KindRow{ProblemKind::StrayText, Severity::Error, "stray text"},
     KindRow{ProblemKind::ItemUnreadable, Severity::Error, "unreadable item"},
     KindRow{ProblemKind::PasswordUnreadable, Severity::Error, "unreadable password"},
+    KindRow{ProblemKind::WireCodeOther, Severity::Error, "other wire code"},
     KindRow{ProblemKind::PrecisionLost, Severity::Warning, "precision lost"},
     KindRow{ProblemKind::AttributeUnknown, Severity::Warning, "unknown attribute"},
     KindRow{ProblemKind::ElementUnknown, Severity::Warning, "unknown element"},
     KindRow{ProblemKind::MemberUnknown, Severity::Warning, "unknown member"},
     KindRow{ProblemKind::FieldUnknown, Severity::Warning, "unknown field"},
-    KindRow{ProblemKind::WireCodeOther, Severity::Warning, "other wire code"},
+    KindRow{ProblemKind::WireCodeUnclear, Severity::Warning, "unclear wire code"},
     KindRow{ProblemKind::TrailingBytes, Severity::Warning, "trailing bytes"},
     KindRow{ProblemKind::TextRescued, Severity::Warning, "rescued text"},
 };
@@ -125,6 +126,7 @@ std::string describe(const Problem& problem)
     case ProblemKind::BufferCut:
     case ProblemKind::EntryIncomplete:
     case ProblemKind::WireCodeOther:
+    case ProblemKind::WireCodeUnclear:
     case ProblemKind::TrailingBytes:
     case ProblemKind::TextRescued:
       return remark.empty() ? nameOf(problem.kind) : remark;
