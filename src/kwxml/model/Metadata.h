@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// One field of a message class, or one enumerator of an enumeration. The records of a class are contiguous
 /// and in declaration order.
@@ -261,6 +262,10 @@ inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long va
              ? findField(*enumeration, static_cast<std::uint32_t>(number))
              : nullptr;
 }
+
+/// The enumerator of a name, in any case of its letters, or else the one that had the name before; null when
+/// there is none, and without an enumeration.
+const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name);
 
 /// Irregular sets, kept exactly as the product's encodings have them.
 bool isPrimitiveType(unsigned type);
