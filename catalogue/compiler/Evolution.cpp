@@ -4,8 +4,10 @@
 
 #include <kwxml/model/WireTypes.h>
 
+#include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <unordered_map>
 
@@ -500,7 +502,7 @@ private:
       const Field* before = fields_.oldOf(field);
       if (before != nullptr) {
         if (isRenamed(*before, field)) {
-          tell(Id::FieldRenamed, newer, field,
+          tell(isUncoded(field.type) ? Id::FieldRenamedUncoded : Id::FieldRenamed, newer, field,
                called(older, *before) + " is now called " + quoted(field.name));
         }
         compareField(newer, *before, field);
@@ -508,6 +510,9 @@ private:
       } else {
         tell(isUncoded(field.type) ? Id::FieldAddedUncoded : Id::FieldAdded, newer, field,
              called(newer, field) + " is new, of type " + typeText(field));
+      }
+      if (before == nullptr || isRenamed(*before, field)) {
+        reportNestedName(newer, field);
       }
       reportReusedHash(older, newer, field);
       reportTakenName(older.fields, field, before, called(newer, field), newer, field);
@@ -641,6 +646,28 @@ private:
          "annotation " + quoted(name) + " of " + called(cls, field) + " " + what);
   }
 
+  /// A field that older programs pass over, with messages in it that have a field of its name.
+  void reportNestedName(const Class& cls, const Field& field)
+  {
+    std::set<const Class*> seen;
+    std::vector<const Class*> left = {field.reference, field.keyReference};
+    while (!left.empty()) {
+      const Class* const inner = left.back();
+      left.pop_back();
+      if (inner == nullptr || inner->isEnum || !seen.insert(inner).second) {
+        continue;
+      }
+      for (const Field& other : inner->fields) {
+        if (other.name == field.name && fieldTypeInfo(other.type).storage != Storage::None) {
+          tell(Id::FieldNameNested, cls, field,
+               "messages within " + called(cls, field) + " have a field of its name: " + called(*inner));
+          return;
+        }
+        left.insert(left.end(), {other.reference, other.keyReference});
+      }
+    }
+  }
+
   void reportReusedHash(const Class& older, const Class& newer, const Field& field)
   {
     for (const Field& owner : older.fields) {
@@ -674,8 +701,13 @@ private:
     if (first == nullptr || first == &field) {
       return;
     }
-    const Field* before = firstWithHash(older, field.recordHash());
-    if (before == nullptr || before->name != first->name) {
+    // The readers of the binary form look for a key behind the field that they met last.
+    const auto count = &field - newer.fields.data() + 1;
+    const bool isAsBefore =
+        count <= static_cast<std::ptrdiff_t>(older.fields.size()) &&
+        std::equal(newer.fields.begin(), newer.fields.begin() + count, older.fields.begin(),
+                   [](const Field& a, const Field& b) { return a.name == b.name && a.hidden == b.hidden; });
+    if (!isAsBefore) {
       tell(Id::FieldHashClash, newer, field,
            called(newer, field) + " has the hash of " + quoted(first->name));
     }
