@@ -44,15 +44,6 @@ struct Named
   std::uint32_t hash = 0;  // 0: not found by a hash
 };
 
-/// Readers take names of enumerators in any case.
-std::string lowerCase(std::string text)
-{
-  for (char& c : text) {
-    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
-  return text;
-}
-
 class Checker
 {
 public:

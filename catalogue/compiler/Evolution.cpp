@@ -4,8 +4,10 @@
 
 #include <kwxml/model/WireTypes.h>
 
+#include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <unordered_map>
 
@@ -128,15 +130,8 @@ bool isUncoded(FieldDataType type)
   return binaryForm(type).shape == BinaryShape::Incomplete;
 }
 
-/// The name that the older catalogue may have for an element. A schema cannot say it yet, so a field that is
-/// renamed is one that is gone and one that is new.
-template <class Element>
-std::optional<std::string> formerName(const Element&)
-{
-  return std::nullopt;
-}
-
-/// Elements of two catalogues that are the same one: by name, and those left over by number.
+/// Elements of two catalogues that are the same one: by name, those left over by former name, and some of
+/// those left over then by number.
 template <class Element>
 struct Matches
 {
@@ -189,10 +184,43 @@ std::string nameOf(const Element& element)
   return element.name;
 }
 
-template <class Element>
-std::string oldNameOf(const Element& element)
+/// The names by which readers find an element of the newer catalogue in old data: enumerators in any case.
+std::string readName(const Field& field)
 {
-  return formerName(element).value_or(element.name);
+  return field.isEnumerator() ? lowerCase(field.name) : field.name;
+}
+std::string readName(const Class& cls)
+{
+  return cls.name;
+}
+std::optional<std::string> formerName(const Field& field)
+{
+  return field.formerly && field.isEnumerator() ? lowerCase(*field.formerly) : field.formerly;
+}
+std::optional<std::string> formerName(const Class& cls)
+{
+  return cls.formerly;
+}
+
+template <class Element>
+bool isRenamed(const Element& older, const Element& newer)
+{
+  return older.name != newer.name;
+}
+/// Readers of the newer catalogue find what was written under the old name.
+template <class Element>
+bool knowsOldName(const Element& older, const Element& newer)
+{
+  return formerName(newer) == readName(older);
+}
+
+/// By name, then by former name.
+template <class Element, class Elements>
+void matchByNames(Matches<Element>& matches, const Elements& older, const Elements& newer)
+{
+  matches.addBy(older, newer, nameOf<Element>, nameOf<Element>);
+  const auto before = [](const Element& element) { return std::optional(readName(element)); };
+  matches.addBy(older, newer, before, [](const Element& element) { return formerName(element); });
 }
 
 std::string typeText(const Field& field)
@@ -291,11 +319,59 @@ private:
     const auto number = [](const Class& cls) { return std::pair(cls.isEnum, cls.id); };
     for (const System& system : newer_.systems) {
       if (const System* before = systems_.oldOf(system)) {
-        classes_.addBy(before->classes, system.classes, nameOf<Class>, oldNameOf<Class>);
+        matchByNames(classes_, before->classes, system.classes);
         classes_.addBy(before->classes, system.classes, number, number);
+        for (const Class& cls : system.classes) {
+          matchFields(cls);
+        }
       }
     }
   }
+
+  void matchFields(const Class& newer)
+  {
+    const Class* const older = classes_.oldOf(newer);
+    if (older == nullptr || older->isEnum != newer.isEnum) {
+      return;
+    }
+    matchByNames(fields_, older->fields, newer.fields);
+    if (newer.isEnum) {
+      const auto value = [](const Field& field) { return field.recordHash(); };
+      fields_.addBy(older->fields, newer.fields, value, value);
+    }
+  }
+
+  /// What is told of one element's former names: that of the older catalogue which nothing leads to any more.
+  template <class Element, class... Place>
+  void reportLostName(const Element& older, const Element& newer, const std::string& what,
+                      const Place&... place)
+  {
+    const std::optional<std::string> former = formerName(older);
+    if (former && former != readName(newer) && former != formerName(newer)) {
+      tell(Id::FormerNameRemoved, place..., what + " is no longer found by " + quoted(*older.formerly));
+    }
+  }
+
+  /// That its name is a former one of another element, to which programs of the older catalogue take it.
+  template <class Element, class Elements, class... Place>
+  void reportTakenName(const Elements& older, const Element& newer, const Element* before,
+                       const std::string& what, const Place&... place)
+  {
+    for (const Element& owner : older) {
+      if (&owner != before && owner.formerly && sameWhenRead(*owner.formerly, newer)) {
+        tell(Id::FormerNameReused, place...,
+             what + " is read as the former name " + quoted(*owner.formerly) + " of " + quoted(owner.name));
+      }
+    }
+  }
+
+  static bool sameWhenRead(const std::string& former, const Class& newer) { return former == newer.name; }
+  static bool sameWhenRead(const std::string& former, const Field& newer)
+  {
+    return newer.isEnumerator() ? lowerCase(former) == lowerCase(newer.name)
+                                : hashOf(former) == hashOf(newer.name);
+  }
+  static std::uint32_t hashOf(const std::string& name) { return nameHash(name.data(), name.size()); }
 
   void compareSystems(const System& older, const System& newer)
   {
@@ -316,6 +392,9 @@ private:
         compareClasses(*before, cls);
       } else {
         tell(cls.isEnum ? Id::EnumAdded : Id::ClassAdded, cls, called(cls) + " is new");
+      }
+      if (!cls.isEnum) {  // the name of an enumeration is in no data
+        reportTakenName(older.classes, cls, classes_.oldOf(cls), called(cls), cls);
       }
       reportReusedId(older, cls);
     }
@@ -364,9 +443,14 @@ private:
            called(older) + " is now " + kindOf(newer).insert(0, "the ") + quoted(tagName(newer)));
       return;
     }
-    if (older.name != newer.name) {
-      tell(newer.isEnum ? Id::EnumRenamed : Id::ClassRenamed, newer,
-           called(older) + " is now called " + quoted(tagName(newer)));
+    if (isRenamed(older, newer)) {
+      tell(newer.isEnum                 ? Id::EnumRenamed
+           : knowsOldName(older, newer) ? Id::ClassRenamedFormerly
+                                        : Id::ClassRenamed,
+           newer, called(older) + " is now called " + quoted(tagName(newer)));
+    }
+    if (!newer.isEnum) {
+      reportLostName(older, newer, called(newer), newer);
     }
     if (older.id != newer.id) {
       tell(newer.isEnum ? Id::EnumIdChanged : Id::ClassIdChanged, newer,
@@ -384,28 +468,28 @@ private:
 
   void compareEnumerators(const Class& older, const Class& newer)
   {
-    const auto value = [](const Field& field) { return field.recordHash(); };
-    Matches<Field> matches;
-    matches.addBy(older.fields, newer.fields, nameOf<Field>, nameOf<Field>);
-    matches.addBy(older.fields, newer.fields, value, value);
     for (const Field& field : newer.fields) {
-      const Field* before = matches.oldOf(field);
+      const Field* before = fields_.oldOf(field);
       if (before == nullptr) {
         tell(Id::EnumeratorAdded, newer, field, called(newer, field) + " is new");
+      }
+      reportTakenName(older.fields, field, before, called(newer, field), newer, field);
+      if (before == nullptr) {
         continue;
       }
-      if (before->name != field.name) {
-        tell(Id::EnumeratorRenamed, newer, field,
-             called(older, *before) + " is now called " + quoted(field.name));
+      if (isRenamed(*before, field)) {
+        tell(knowsOldName(*before, field) ? Id::EnumeratorRenamedFormerly : Id::EnumeratorRenamed, newer,
+             field, called(older, *before) + " is now called " + quoted(field.name));
       }
-      if (value(*before) != value(field)) {
+      reportLostName(*before, field, called(newer, field), newer, field);
+      if (before->recordHash() != field.recordHash()) {
         tell(Id::EnumeratorRenumbered, newer, field,
              fromTo("value of " + called(newer, field), before->value, field.value));
       }
       compareAnnotations(newer, *before, field);
     }
     for (const Field& field : older.fields) {
-      if (matches.newOf(field) == nullptr) {
+      if (fields_.newOf(field) == nullptr) {
         tellGone(Id::EnumeratorRemoved, older, field, called(older, field) + " is gone");
       }
     }
@@ -413,21 +497,29 @@ private:
 
   void compareFields(const Class& older, const Class& newer)
   {
-    Matches<Field> matches;
-    matches.addBy(older.fields, newer.fields, nameOf<Field>, oldNameOf<Field>);
-    comparePositions(older, newer, matches);
+    comparePositions(older, newer);
     for (const Field& field : newer.fields) {
-      if (const Field* before = matches.oldOf(field)) {
+      const Field* before = fields_.oldOf(field);
+      if (before != nullptr) {
+        if (isRenamed(*before, field)) {
+          tell(isUncoded(field.type) ? Id::FieldRenamedUncoded : Id::FieldRenamed, newer, field,
+               called(older, *before) + " is now called " + quoted(field.name));
+        }
         compareField(newer, *before, field);
+        reportLostName(*before, field, called(newer, field), newer, field);
       } else {
         tell(isUncoded(field.type) ? Id::FieldAddedUncoded : Id::FieldAdded, newer, field,
              called(newer, field) + " is new, of type " + typeText(field));
-        reportReusedHash(older, newer, field, matches);
       }
+      if (before == nullptr || isRenamed(*before, field)) {
+        reportNestedName(newer, field);
+      }
+      reportReusedHash(older, newer, field);
+      reportTakenName(older.fields, field, before, called(newer, field), newer, field);
       reportClash(older, newer, field);
     }
     for (const Field& field : older.fields) {
-      if (matches.newOf(field) == nullptr) {
+      if (fields_.newOf(field) == nullptr) {
         const bool unread = field.hidden || fieldTypeInfo(field.type).storage == Storage::None;
         tellGone(unread                  ? Id::FieldRemovedUnread
                  : isUncoded(field.type) ? Id::FieldRemovedUncoded
@@ -438,13 +530,13 @@ private:
   }
 
   /// Positions and slots, which move together: the first field of the class that has moved speaks for all.
-  void comparePositions(const Class& older, const Class& newer, const Matches<Field>& matches)
+  void comparePositions(const Class& older, const Class& newer)
   {
     bool numbers = false;
     bool slots = false;
     for (std::size_t i = 0; i < newer.fields.size(); ++i) {
       const Field& field = newer.fields[i];
-      const Field* before = matches.oldOf(field);
+      const Field* before = fields_.oldOf(field);
       if (before == nullptr) {
         continue;
       }
@@ -554,14 +646,40 @@ private:
          "annotation " + quoted(name) + " of " + called(cls, field) + " " + what);
   }
 
-  void reportReusedHash(const Class& older, const Class& newer, const Field& field,
-                        const Matches<Field>& matches)
+  /// A field that older programs pass over, with messages in it that have a field of its name.
+  void reportNestedName(const Class& cls, const Field& field)
+  {
+    std::set<const Class*> seen;
+    std::vector<const Class*> left = {field.reference, field.keyReference};
+    while (!left.empty()) {
+      const Class* const inner = left.back();
+      left.pop_back();
+      if (inner == nullptr || inner->isEnum || !seen.insert(inner).second) {
+        continue;
+      }
+      for (const Field& other : inner->fields) {
+        if (other.name == field.name && fieldTypeInfo(other.type).storage != Storage::None) {
+          tell(Id::FieldNameNested, cls, field,
+               "messages within " + called(cls, field) + " have a field of its name: " + called(*inner));
+          return;
+        }
+        left.insert(left.end(), {other.reference, other.keyReference});
+      }
+    }
+  }
+
+  void reportReusedHash(const Class& older, const Class& newer, const Field& field)
   {
     for (const Field& owner : older.fields) {
-      if (matches.newOf(owner) == nullptr && owner.recordHash() == field.recordHash() &&
-          owner.recordHash() != 0) {
+      if (fields_.newOf(owner) != nullptr) {
+        continue;
+      }
+      if (owner.recordHash() == field.recordHash() && owner.recordHash() != 0) {
         tell(Id::FieldHashReused, newer, field,
              called(newer, field) + " has the hash of " + quoted(owner.name) + ", which is gone");
+      } else if (field.formerly && hashOf(*field.formerly) == hashOf(owner.name)) {
+        tell(Id::FieldHashReused, newer, field,
+             called(newer, field) + " is found by the name of " + quoted(owner.name) + ", which is gone");
       }
     }
   }
@@ -583,27 +701,47 @@ private:
     if (first == nullptr || first == &field) {
       return;
     }
-    const Field* before = firstWithHash(older, field.recordHash());
-    if (before == nullptr || before->name != first->name) {
+    // The readers of the binary form look for a key behind the field that they met last.
+    const auto count = &field - newer.fields.data() + 1;
+    const bool isAsBefore =
+        count <= static_cast<std::ptrdiff_t>(older.fields.size()) &&
+        std::equal(newer.fields.begin(), newer.fields.begin() + count, older.fields.begin(),
+                   [](const Field& a, const Field& b) { return a.name == b.name && a.hidden == b.hidden; });
+    if (!isAsBefore) {
       tell(Id::FieldHashClash, newer, field,
            called(newer, field) + " has the hash of " + quoted(first->name));
     }
+  }
+
+  /// A path of the older catalogue, from a class on, in the names of the newer one.
+  std::string pathNow(const XPath& xpath, const Class* cls) const
+  {
+    std::string path;
+    std::size_t at = 0;
+    for (const int index : xpath.fieldIndices) {
+      const Field& field = cls->fields[static_cast<std::size_t>(index)];
+      const Field* const now = fields_.newOf(field);
+      const std::size_t name = xpath.path.find(field.name, at);
+      path += xpath.path.substr(at, name - at) + (now != nullptr ? now->name : field.name);
+      at = name + field.name.size();
+      cls = field.reference;
+    }
+    return path + xpath.path.substr(at);
   }
 
   void compareXPaths(const System& older, const System& newer)
   {
     const auto id = [](const XPath& xpath) { return xpath.id; };
     const auto path = [](const XPath& xpath) { return std::pair(xpath.message, xpath.path); };
-    // A message that is renamed keeps its paths.
-    std::map<std::string, std::string> names;
+    // A message or a field that is renamed keeps its paths.
+    std::map<std::string, const Class*> classes;
     for (const Class& cls : older.classes) {
-      if (const Class* now = classes_.newOf(cls)) {
-        names.emplace(cls.name, now->name);
-      }
+      classes.emplace(cls.name, &cls);
     }
     const auto oldPath = [&](const XPath& xpath) {
-      const auto found = names.find(xpath.message);
-      return std::pair(found != names.end() ? found->second : xpath.message, xpath.path);
+      const Class* const cls = classes.at(xpath.message);
+      const Class* const now = classes_.newOf(*cls);
+      return std::pair(now != nullptr ? now->name : cls->name, pathNow(xpath, cls));
     };
     Matches<XPath> matches;
     matches.addBy(older.xpaths, newer.xpaths, oldPath, path);
@@ -645,6 +783,7 @@ private:
   const Catalogue& newer_;
   Matches<System> systems_;
   Matches<Class> classes_;
+  Matches<Field> fields_;  ///< and enumerators
   std::vector<Difference> differences_;
 };
 

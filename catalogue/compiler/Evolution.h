@@ -2,8 +2,9 @@
 // older one.
 //
 // EvolutionRules.def has the rules: what each is called, how bad it is and what it means in each form of the
-// data. Systems, classes, enumerators and paths are matched by name, and those left over by number: then the
-// name has changed. Fields are matched by name alone, since data knows nothing else of them.
+// data. What the catalogues have is matched by name, then by the former name that the newer one says. Of what
+// is left over then, systems, classes, enumerators and paths are matched by number: their name has changed.
+// Data knows fields by nothing but names.
 #pragma once
 
 #include "Schema.h"

@@ -16,6 +16,14 @@ std::string tagName(const Class& cls)
   return cls.system->name + "_" + cls.name;
 }
 
+std::string lowerCase(std::string text)
+{
+  for (char& c : text) {
+    c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  return text;
+}
+
 std::uint32_t tagId(const Class& cls)
 {
   return static_cast<std::uint32_t>(cls.system->index << 24 | cls.id);

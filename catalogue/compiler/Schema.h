@@ -127,6 +127,9 @@ struct Catalogue
 /// System, "_", class: the name by which schemas refer to a class.
 std::string tagName(const Class& cls);
 
+/// Readers take names of enumerators in any case.
+std::string lowerCase(std::string text);
+
 /// The class's tag identifier.
 std::uint32_t tagId(const Class& cls);
 

@@ -30,6 +30,19 @@ std::size_t search(const FieldDef* fields, std::size_t count, std::uint32_t hash
   return count;
 }
 
+/// The same, of a hash that no record has, among the former names of the fields.
+std::size_t searchFormer(const YMMessageBase& message, std::size_t count, std::uint32_t hash,
+                         std::size_t& hint)
+{
+  const FieldDef* const found = MessageAccess::planOf(message).fieldOfFormerName(hash);
+  if (found == nullptr) {
+    return count;
+  }
+  const auto position = static_cast<std::size_t>(found - message.getClass()->fields);
+  hint = position + 1;
+  return position;
+}
+
 }  // namespace
 
 /// In one piece, because the cursor stays in registers only as long as no other function has its address:
@@ -69,7 +82,12 @@ bool BodyReader<Watch>::readFields(YMMessageBase& message, std::uint64_t end)
       ++hint;
       watch_.key(in.position(), message, &fields[position], key);
     } else {
-      position = key != wire::collectionMarker ? search(fields, count, key >> 3, hint) : count;
+      if (key != wire::collectionMarker) {
+        position = search(fields, count, key >> 3, hint);
+        position = position < count ? position : searchFormer(message, count, key >> 3, hint);
+      } else {
+        position = count;
+      }
       watch_.key(in.position(), message, position < count ? &fields[position] : nullptr, key);
       if (position == count) {
         if (in.position() < bodyEnd_) {

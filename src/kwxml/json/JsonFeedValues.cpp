@@ -170,12 +170,9 @@ void JsonFeed::itemValue(const FieldDef& def, JsonToken token, std::string_view 
 /// Lists keep enumerators by number.
 void JsonFeed::enumItem(const FieldDef& def, JsonToken token, std::string_view text)
 {
-  const _ClassDef* cls = findClass(packedReference(def));
-  if (token == JsonToken::Text && cls != nullptr) {
-    for (const FieldDef& enumerator : *cls) {
-      if (asciiEqualsIgnoreCase(enumerator.getName(), text)) {
-        return rules_.storeText(def, formatUnsigned(enumerator.hash, digits_));
-      }
+  if (token == JsonToken::Text) {
+    if (const FieldDef* const enumerator = findEnumeratorNamed(packedReference(def), text)) {
+      return rules_.storeText(def, formatUnsigned(enumerator->hash, digits_));
     }
   }
   const std::string_view number = numberText(FIELD_UINT, token, text);

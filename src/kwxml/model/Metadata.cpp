@@ -4,6 +4,7 @@
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/Registry.h>
 #include <kwxml/model/TypedMessage.h>
+#include <kwxml/text/NumberText.h>
 
 #include <algorithm>
 #include <cstring>
@@ -68,6 +69,26 @@ const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash)
                registry.findClass(name.system, name.classIndex) == &cls;
       });
   return former != end ? &cls.fields[former->field] : nullptr;
+}
+
+const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name)
+{
+  const _ClassDef* const cls = findClass(enumeration);
+  if (cls == nullptr) {
+    return nullptr;
+  }
+  const auto isIt = [name](const char* other) { return asciiEqualsIgnoreCase(other, name); };
+  const FieldDef* const found =
+      std::find_if(cls->begin(), cls->end(), [&](const FieldDef& def) { return isIt(def.getName()); });
+  if (found != cls->end()) {
+    return found;
+  }
+  std::size_t count = 0;
+  const FormerName* const names =
+      registryOf(enumeration).formerNames(enumeration.system, enumeration.classIndex, count);
+  const FormerName* const former = std::find_if(
+      names, names + count, [&](const FormerName& entry) { return entry.field >= 0 && isIt(entry.name); });
+  return former != names + count ? &cls->fields[former->field] : nullptr;
 }
 
 namespace {

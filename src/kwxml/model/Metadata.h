@@ -326,6 +326,10 @@ inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long va
              : nullptr;
 }
 
+/// The enumerator of a name, in any case of its letters, or else the one that had the name before; null when
+/// there is none, and without an enumeration.
+const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name);
+
 /// Irregular sets, kept exactly as the product's encodings have them.
 bool isPrimitiveType(unsigned type);
 /// It has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring.

@@ -42,6 +42,8 @@ struct Joined
 /// loading catalogues alone.
 struct JoinedList
 {
+  JoinedList(std::vector<Joined> all, const JoinedList* last) : entries(std::move(all)), before(last) {}
+
   std::vector<Joined> entries;
   const JoinedList* before;
 };

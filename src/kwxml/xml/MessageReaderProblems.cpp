@@ -195,13 +195,11 @@ void MessageReader::reportTime(const FieldDef& def, std::string_view text, std::
 void MessageReader::reportEnumerator(const FieldDef& def, std::string_view text)
 {
   const std::string_view value = withoutBlanks(text);
-  const _ClassDef* cls = findClass(packedReference(def));
+  const PackedReference enumeration = packedReference(def);
   // Only what begins with a digit is read as a number; lists read nothing else.
   const bool isNumber = def.type == FIELD_LIST_ENUM || (!text.empty() && text[0] >= '0' && text[0] <= '9');
   if (!isNumber) {
-    if (cls == nullptr || std::none_of(cls->begin(), cls->end(), [&](const FieldDef& enumerator) {
-          return asciiEqualsIgnoreCase(enumerator.getName(), text);
-        })) {
+    if (findEnumeratorNamed(enumeration, text) == nullptr) {
       tell(ProblemKind::EnumeratorUnknown, {.field = &def, .text = text});
     }
     return;
@@ -214,7 +212,7 @@ void MessageReader::reportEnumerator(const FieldDef& def, std::string_view text)
   // nobody has set is 0 then.
   const auto number = static_cast<std::int32_t>(std::strtoll(std::string(value).c_str(), nullptr, 10));
   const bool unsetIsWritten = number == 0 && isEager(static_cast<int>(current_->getTagID() >> 24 & 0xFF));
-  if (findEnumerator(cls, number) == nullptr && !unsetIsWritten) {
+  if (findEnumerator(findClass(enumeration), number) == nullptr && !unsetIsWritten) {
     tell(ProblemKind::EnumeratorUnknown, {.field = &def, .text = value});
   }
 }

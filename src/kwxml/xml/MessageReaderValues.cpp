@@ -201,13 +201,7 @@ bool MessageReader::storeEnum(const FieldDef& def, std::string_view text, const 
       log().logError(function, "Error identifying %s as an enum value", name.c_str());
       return false;
     }
-    const FieldDef* found = nullptr;
-    for (const FieldDef& enumerator : *cls) {
-      if (asciiEqualsIgnoreCase(enumerator.getName(), name)) {
-        found = &enumerator;
-        break;
-      }
-    }
+    const FieldDef* const found = findEnumeratorNamed(packedReference(def), name);
     if (found == nullptr) {
       log().logError(function, "Enum [%s] does not have enum value [%s]",
                      cls->name != nullptr ? cls->name : "", name.c_str());
