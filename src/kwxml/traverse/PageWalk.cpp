@@ -3,6 +3,7 @@
 #include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/traverse/DiffText.h>
+#include <kwxml/traverse/FieldWords.h>
 #include <kwxml/traverse/PageText.h>
 
 #include <algorithm>
