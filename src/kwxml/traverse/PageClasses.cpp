@@ -19,13 +19,15 @@ void appendCell(std::string& out, std::string_view text)
   out += "</td>";
 }
 
-void appendEnumerators(std::string& out, const _ClassDef& cls)
+void appendEnumerators(std::string& out, const PackedReference& place, const _ClassDef& cls)
 {
   out +=
       "<tr><th scope=\"col\">Enumerator</th><th scope=\"col\">Number</th><th "
       "scope=\"col\">Notes</th></tr></thead>\n<tbody>\n";
   for (const FieldDef& enumerator : cls) {
-    out += "<tr><th scope=\"row\">";
+    out += "<tr><th scope=\"row\"";
+    appendTitle(out, docOf(place, cls, enumerator));
+    out += '>';
     appendLine(out, enumerator.getName());
     out += "</th>";
     appendCell(out, std::to_string(static_cast<std::int32_t>(enumerator.hash)));
@@ -58,7 +60,9 @@ void PageClasses::appendFields(std::string& out, const PackedReference& place, c
     if (field.hash == 0) {
       return;
     }
-    out += "<tr><th scope=\"row\">";
+    out += "<tr><th scope=\"row\"";
+    appendTitle(out, docOf(place, cls, field));
+    out += '>';
     appendLine(out, field.getName());
     out += "</th><td>";
     const int references = FieldDef::packedReferences(field.type);
@@ -94,10 +98,15 @@ std::string PageClasses::text()
       appendLine(out, className(place));
       out += "</h3> ";
       out += isEnums ? "enumeration" : countText(static_cast<unsigned>(cls.numberOfFields), "field");
-      out += "</summary>\n<div class=\"w\" id=\"" + anchor(place.system, place.classIndex) +
-             "\">\n<table>\n<thead>";
+      out += "</summary>\n<div class=\"w\" id=\"" + anchor(place.system, place.classIndex) + "\">\n";
+      if (const char* const doc = docOf(place); *doc != '\0') {
+        out += "<p>";
+        appendLine(out, doc);
+        out += "</p>\n";
+      }
+      out += "<table>\n<thead>";
       if (isEnums) {
-        appendEnumerators(out, cls);
+        appendEnumerators(out, place, cls);
       } else {
         appendFields(out, place, cls);
       }
