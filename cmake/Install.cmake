@@ -1,5 +1,5 @@
-# What an installation holds: the libraries, the two programs, the headers, and the packages for CMake and pkg-config
-# by which other builds find them. Nothing in it names the prefix, so that it may be moved as a whole.
+# What an installation holds: the libraries, the two programs, the headers, the packages for CMake and pkg-config by
+# which other builds find them, and the grammar of schema files. Nothing in it names the prefix, so that it may be moved as a whole.
 include(CMakePackageConfigHelpers)
 
 set(KWXML_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/KwXMLMsgsBase")
@@ -26,6 +26,10 @@ foreach(header IN LISTS headers)
     endif()
   endif()
 endforeach()
+
+# For editors of schema files.
+install(FILES "${CMAKE_SOURCE_DIR}/catalogue/catalogue.xsd" "${CMAKE_SOURCE_DIR}/cmake/catalog.xml"
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/kwxml")
 
 set(installed_targets KwXMLMsgsBase kwxml kwxml-catalogue)
 if(NOT KWXML_CATALOGUE_DIR)

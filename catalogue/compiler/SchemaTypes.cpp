@@ -1,5 +1,6 @@
 #include "SchemaTypes.h"
 
+#include <kwxml/model/SchemaTypeNames.h>
 #include <kwxml/model/StringTypes.h>
 
 #include <algorithm>
@@ -7,34 +8,6 @@
 
 namespace kwxml::catalogue {
 namespace {
-
-/// The schema name of a scalar type: its text in the table of types, but for those that have none, or share
-/// one, or are named after a C type there. Null for lists, maps and types that no schema can name.
-const char* scalarName(const FieldTypeInfo& info)
-{
-  if (info.type == FIELD_UNSET) {
-    return "none";
-  }
-  if (info.type == FIELD_UTF16) {
-    return "utf16";
-  }
-  if (info.type == FIELD_PSTRING) {
-    return "pstring";
-  }
-  if (info.type == FIELD_TIME32) {
-    return "time32";
-  }
-  if (info.type == FIELD_TIME64) {
-    return "time64";
-  }
-  return info.element == FIELD_UNSET && info.mapKey == FIELD_UNSET ? info.text : nullptr;
-}
-
-/// The schema name of a map's key or value type; 64-bit integers have a type of their own there.
-const char* mapColumnName(FieldDataType type)
-{
-  return scalarName(fieldTypeInfo(type == FIELD_INT64 ? FIELD_LONGLONG : type));
-}
 
 /// The names of the rows that have one, comma-separated.
 template <class Name>
@@ -65,7 +38,7 @@ std::string join(const char* const (&names)[N])
 std::optional<FieldDataType> scalarType(const std::string& name)
 {
   for (const FieldTypeInfo& info : fieldTypeTable) {
-    const char* known = scalarName(info);
+    const char* known = schemaScalarName(info.type);
     if (known != nullptr && name == known) {
       return info.type;
     }
@@ -76,7 +49,7 @@ std::optional<FieldDataType> scalarType(const std::string& name)
 std::optional<FieldDataType> listType(const std::string& of)
 {
   for (const FieldTypeInfo& info : fieldTypeTable) {
-    if (info.element != FIELD_UNSET && of == scalarName(fieldTypeInfo(info.element))) {
+    if (info.element != FIELD_UNSET && of == schemaScalarName(info.element)) {
       return info.type;
     }
   }
@@ -86,8 +59,8 @@ std::optional<FieldDataType> listType(const std::string& of)
 std::optional<FieldDataType> mapType(const std::string& key, const std::string& of)
 {
   for (const FieldTypeInfo& info : fieldTypeTable) {
-    if (info.mapKey != FIELD_UNSET && key == mapColumnName(info.mapKey) &&
-        of == mapColumnName(info.mapValue)) {
+    if (info.mapKey != FIELD_UNSET && key == schemaMapPartName(info.mapKey) &&
+        of == schemaMapPartName(info.mapValue)) {
       return info.type;
     }
   }
@@ -97,7 +70,7 @@ std::optional<FieldDataType> mapType(const std::string& key, const std::string& 
 std::string scalarNames()
 {
   return joinRows([](const FieldTypeInfo& info) -> std::string {
-           const char* name = scalarName(info);
+           const char* name = schemaScalarName(info.type);
            return name != nullptr ? name : "";
          }) +
          ", list, map";
@@ -106,7 +79,7 @@ std::string scalarNames()
 std::string listElementNames()
 {
   return joinRows([](const FieldTypeInfo& info) -> std::string {
-    return info.element != FIELD_UNSET ? scalarName(fieldTypeInfo(info.element)) : "";
+    return info.element != FIELD_UNSET ? schemaScalarName(info.element) : "";
   });
 }
 
@@ -115,7 +88,7 @@ std::string mapTypeNames()
   return joinRows([](const FieldTypeInfo& info) {
     return info.mapKey == FIELD_UNSET
                ? std::string()
-               : std::string(mapColumnName(info.mapKey)) + " to " + mapColumnName(info.mapValue);
+               : std::string(schemaMapPartName(info.mapKey)) + " to " + schemaMapPartName(info.mapValue);
   });
 }
 

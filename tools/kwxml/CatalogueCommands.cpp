@@ -4,6 +4,7 @@
 #include "Names.h"
 
 #include <kwxml/metadata/JsonSchema.h>
+#include <kwxml/metadata/SchemaDetails.h>
 #include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
@@ -11,6 +12,8 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace kwxml::tool {
 
@@ -63,20 +66,26 @@ struct Options
   std::vector<std::string> names;
   bool hidden = false;
   bool hash = false;
+  bool details = false;
   std::string format = "text";
   std::string form;
 };
 
-void refuseForm(const Options& options)
+/// Refuses an option that its format would pass over.
+void refuse(bool isGiven, const char* what)
 {
-  if (!options.form.empty()) {
-    throw Failure(exitUsage, "--form is for the format xsd");
+  if (isGiven) {
+    throw Failure(exitUsage, what);
   }
 }
 
-std::string schemaTexts(const Options& options)
+void refuseForm(const Options& options)
 {
-  refuseForm(options);
+  refuse(!options.form.empty(), "--form is for the format xsd");
+}
+
+std::string schemaTables(const Options& options)
+{
   std::string all;
   for (const std::string& name : options.names) {
     const ClassPlace place = findTag(name);
@@ -90,13 +99,13 @@ std::string schemaTexts(const Options& options)
   return all;
 }
 
-/// The message classes that a name stands for: a system's name, which has no "_", for all of them.
-void appendMessages(const std::string& name, std::vector<PackedReference>& places)
+/// The classes that a name stands for: a system's name, which has no "_", for all of them.
+void appendClasses(const std::string& name, bool hasEnums, std::vector<PackedReference>& places)
 {
   if (name.find('_') != std::string::npos || (!name.empty() && name[0] >= '0' && name[0] <= '9')) {
     const ClassPlace place = findTag(name);
     const _ClassDef* cls = findClass(place.system, place.index);
-    if (cls == nullptr || cls->isEnum()) {
+    if (cls == nullptr || (cls->isEnum() && !hasEnums)) {
       throw Failure(exitData, name + " is an enumeration, not a message");
     }
     places.push_back({place.system, place.index});
@@ -105,21 +114,56 @@ void appendMessages(const std::string& name, std::vector<PackedReference>& place
   const short system = findSystem(name);
   const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
   for (int i = 0; i < row.numberOfClasses; ++i) {
-    if (hasName(row.classes[i]) && !row.classes[i].isEnum()) {
+    if (hasName(row.classes[i]) && (hasEnums || !row.classes[i].isEnum())) {
       places.push_back({system, i});
     }
   }
 }
 
+std::vector<ClassDetails> details(const Options& options)
+{
+  refuse(options.hidden || options.hash, "--hidden and --hash are for the plain text");
+  std::vector<PackedReference> places;
+  for (const std::string& name : options.names) {
+    appendClasses(name, true, places);
+  }
+  std::vector<ClassDetails> all;
+  for (const PackedReference& place : places) {
+    if (std::optional<ClassDetails> one = describeClass(place)) {
+      all.push_back(std::move(*one));
+    }
+  }
+  return all;
+}
+
+std::string schemaTexts(const Options& options)
+{
+  refuseForm(options);
+  if (!options.details) {
+    return schemaTables(options);
+  }
+  std::string all;
+  for (const ClassDetails& one : details(options)) {
+    all += (all.empty() ? "" : "\n") + detailsText(one);
+  }
+  return all;
+}
+
+std::string jsonDescription(const Options& options)
+{
+  refuseForm(options);
+  refuse(options.details, "--details is for the format text; json has all of them");
+  return detailsJson(details(options));
+}
+
 /// The classes of a schema document of either format.
 std::vector<PackedReference> documentClasses(const Options& options)
 {
-  if (options.hidden || options.hash) {
-    throw Failure(exitUsage, "--hidden and --hash are for the format text");
-  }
+  refuse(options.hidden || options.hash, "--hidden and --hash are for the plain text");
+  refuse(options.details, "--details is for the format text");
   std::vector<PackedReference> places;
   for (const std::string& name : options.names) {
-    appendMessages(name, places);
+    appendClasses(name, false, places);
   }
   return places;
 }
@@ -169,25 +213,32 @@ void addSchemaCommand(CLI::App& app, Session& session)
   const auto options = std::make_shared<Options>();
   CLI::App& command = addCommand(
       app, "schema", "Shows the fields of classes, or makes a schema document of their messages.",
+      "With --details each class is shown with what its schema says of it: the classes that fields refer "
+      "to,\n"
+      "values of enumerations, defaults, marks, former names and docs. The format json has all of it, and\n"
+      "numbers, slots, hashes and fingerprints, for programs.\n\n"
       "An XML Schema (xsd) or a JSON Schema (json-schema, of the draft 2020-12) accepts the messages of the\n"
       "classes as the tool writes them, and finds unknown names, wrong numbers and unknown enumerators in\n"
       "those of others.\n\n"
       "Example:\n  kwxml schema Demo_Status\n  kwxml schema 0x10003F0 --hash\n"
+      "  kwxml schema --details Demo\n  kwxml schema --format json Demo_Item\n"
       "  kwxml schema --format xsd Demo Shop_Order -o messages.xsd\n"
       "  kwxml schema --format json-schema Shop_Order -o order.schema.json",
       options->outputFile);
   command
       .add_option(
           "TAG", options->names,
-          "Tag names (Demo_Status) or tag IDs (decimal or 0x); for schema documents also systems (Demo), for "
-          "all their messages")
+          "Tag names (Demo_Status) or tag IDs (decimal or 0x); but for the plain text also systems (Demo), "
+          "for all their classes")
       ->type_name("")
       ->required();
   command.add_flag("--hidden", options->hidden, "Show hidden fields too");
   command.add_flag("--hash", options->hash, "Show the hash of each name");
+  command.add_flag("--details", options->details, "Show all that the schema says");
   command
-      .add_option("--format", options->format, "text (default), xsd (an XML Schema document) or json-schema")
-      ->check(oneOf({"text", "xsd", "json-schema"}))
+      .add_option("--format", options->format,
+                  "text (default), json, xsd (an XML Schema document) or json-schema")
+      ->check(oneOf({"text", "json", "xsd", "json-schema"}))
       ->type_name("FORMAT");
   command
       .add_option("--form", options->form,
@@ -199,6 +250,7 @@ void addSchemaCommand(CLI::App& app, Session& session)
     session.run = [options](LibraryLog&) {
       writeText(options->outputFile, options->format == "xsd"           ? xsdDocument(*options)
                                      : options->format == "json-schema" ? jsonSchemaDocument(*options)
+                                     : options->format == "json"        ? jsonDescription(*options)
                                                                         : schemaTexts(*options));
     };
   });

@@ -33,6 +33,7 @@ public:
   bool isTimeOfDay() const noexcept { return length_ > 2 && (bytes_[2] & 0x08) != 0; }
   /// An Annotation::PasswordEncryptType, or one of the numbers 12 to 15, which name none.
   int passwordType() const noexcept { return length_ > 2 ? bytes_[2] >> 4 : 0; }
+  bool isXPath() const noexcept { return length_ > 3 && (bytes_[3] & 0x80) != 0; }
   bool isCdata() const noexcept { return length_ >= 5 && (bytes_[4] & 0x80) != 0; }
 
   /// Calls `visit(unsigned long tag, std::string_view members)` for each attached annotation, in schema

@@ -5,6 +5,7 @@
 #include <kwxml/metadata/SchemaWords.h>
 #include <kwxml/text/Dates.h>
 #include <kwxml/text/JsonText.h>
+#include <kwxml/traverse/FieldWords.h>
 #include <kwxml/xml/RootName.h>
 
 #include <map>
@@ -47,6 +48,12 @@ std::string inRange(std::string_view type, std::string_view least, std::string_v
 std::string arrayOf(const std::string& items)
 {
   return "{\"type\":\"array\",\"items\":" + items + "}";
+}
+
+/// The member "description" with a comma behind it; nothing for an empty text.
+std::string description(const std::string& text)
+{
+  return text.empty() ? text : "\"description\":" + quoted(text) + ",";
 }
 
 constexpr std::string_view text = "{\"type\":\"string\"}";
@@ -140,13 +147,15 @@ std::string SchemaWriter::objectOf(const PackedReference& place)
   std::set<std::string_view> names;
   for (const FieldDef& def : cls) {
     const std::string schema = ofField(def, isEager(place.system));
+    const char* const doc = docOf(place, cls, def);
     if (!schema.empty() && names.insert(def.getName()).second) {
       // A reference may have words beside it.
-      properties += (properties.empty() ? "\n      " : ",\n      ") + quoted(def.getName()) +
-                    ":{\"description\":" + quoted(describeField(def)) + "," + schema.substr(1);
+      properties += (properties.empty() ? "\n      " : ",\n      ") + quoted(def.getName()) + ":{" +
+                    description(describeField(def) + (*doc != '\0' ? ": " : "") + doc) + schema.substr(1);
     }
   }
-  return "{\"type\":\"object\",\"additionalProperties\":false,\"properties\":{" + properties + "}}";
+  return "{" + description(docOf(place)) +
+         "\"type\":\"object\",\"additionalProperties\":false,\"properties\":{" + properties + "}}";
 }
 
 /// Empty for what has no values, or whose class is missing.
@@ -239,7 +248,11 @@ std::string SchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
       values += (values.empty() ? "" : ",") + value;
     }
   };
+  std::string docs = docOf(reference);
   for (const FieldDef& enumerator : *cls) {
+    if (const char* const doc = docOf(reference, *cls, enumerator); *doc != '\0') {
+      docs += (docs.empty() ? "" : "\n") + std::string(enumerator.getName()) + ": " + doc;
+    }
     add(quoted(enumerator.getName()));
     add(std::to_string(static_cast<std::int32_t>(enumerator.hash)));
   }
@@ -247,7 +260,7 @@ std::string SchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
     add("0");  // that of a message in which nobody has set it
   }
   return define((isOldWay ? "unset." : "") + tagNameOf(reference.system, *cls),
-                "{\"enum\":[" + values + "]}");
+                "{" + description(docs) + "\"enum\":[" + values + "]}");
 }
 
 /// What a text or a number of a type looks like, as a reference.

@@ -4,6 +4,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/metadata/SchemaWords.h>
 #include <kwxml/metadata/XmlSchemaTypes.h>
+#include <kwxml/traverse/FieldWords.h>
 #include <kwxml/xml/RootName.h>
 #include <kwxml/xml/XmlText.h>
 
@@ -33,22 +34,20 @@ bool isRepeated(const FieldDef& def)
                         []<class Tag>(Tag) { return !NoXmlForm<Tag> && (ListValue<Tag> || MapValue<Tag>); });
 }
 
-std::string documentation(const FieldDef& def)
-{
-  std::string escaped;
-  for (const char c : describeField(def) + (isCdata(def) ? ", in a CDATA section" : "")) {
-    c == '<' ? escaped += "&lt;" : escaped += c;
-  }
-  return "<xs:annotation><xs:documentation>" + escaped + "</xs:documentation></xs:annotation>";
-}
-
 /// What a complex type holds, as its lines.
 struct Content
 {
+  PackedReference place;  ///< of its class
+  const _ClassDef& cls;
   std::string remarks;
   std::string elements;
   std::string attributes;
 
+  std::string documentation(const FieldDef& def) const
+  {
+    return xmlDocumentation(describeField(def) + (isCdata(def) ? ", in a CDATA section" : ""),
+                            docOf(place, cls, def));
+  }
   void remark(const std::string& text) { remarks += "    <!-- " + text + " -->\n"; }
 };
 
@@ -68,8 +67,8 @@ private:
   /// The type of a nested message; empty, with a remark, when its class is missing.
   std::string nestedType(Content& content, const FieldDef& def, int which);
   std::string mapEntry(Content& content, const FieldDef& def);
-  static std::string element(const FieldDef& def, const std::string& type, const char* occurrence,
-                             const std::string& content = {});
+  static std::string element(const Content& content, const FieldDef& def, const std::string& type,
+                             const char* occurrence, const std::string& typeContent = {});
 
   const XmlSchemaForm form_;
   XmlSchemaTypes types_;
@@ -114,7 +113,7 @@ std::string SchemaWriter::complexType(const PackedReference& place)
   const _ClassDef& cls = *findClass(place);
   const bool isOldWay = isEager(place.system);
   const bool repeats = std::any_of(cls.begin(), cls.end(), isRepeated);
-  Content content;
+  Content content{.place = place, .cls = cls, .remarks = {}, .elements = {}, .attributes = {}};
   std::set<std::string> names;
   for (const FieldDef& def : cls) {
     if (!isXmlName(def.getName()) || !names.insert(def.getName()).second) {
@@ -124,7 +123,11 @@ std::string SchemaWriter::complexType(const PackedReference& place)
       addField(content, def, isOldWay, repeats ? "" : " minOccurs=\"0\"");
     }
   }
-  std::string text = "  <xs:complexType name=\"" + xmlSchemaTypeName(place) + "\">\n" + content.remarks;
+  std::string text = "  <xs:complexType name=\"" + xmlSchemaTypeName(place) + "\">\n";
+  if (const std::string documentation = xmlDocumentation({}, docOf(place)); !documentation.empty()) {
+    text += "    " + documentation + "\n";
+  }
+  text += content.remarks;
   if (!content.elements.empty()) {
     const std::string model = repeats ? "choice" : "all";
     text += "    <xs:" + model + (repeats ? " minOccurs=\"0\" maxOccurs=\"unbounded\">\n" : ">\n") +
@@ -141,22 +144,22 @@ void SchemaWriter::addField(Content& content, const FieldDef& def, bool isOldWay
       content.remark(name + " is left out: its type has no XML form.");
     } else if constexpr (MessageValue<Tag> || Tag::type == FIELD_LIST_OBJECT) {
       if (const std::string type = nestedType(content, def, 0); !type.empty()) {
-        content.elements += element(def, type, occurrence);
+        content.elements += element(content, def, type, occurrence);
       }
     } else if constexpr (MapValue<Tag>) {
       if (const std::string entry = mapEntry(content, def); !entry.empty()) {
-        content.elements += element(def, "", occurrence, entry);
+        content.elements += element(content, def, "", occurrence, entry);
       }
     } else if constexpr (ListValue<Tag>) {
-      content.elements += element(def, types_.ofItem(def, isOldWay, isCdata(def)), occurrence);
+      content.elements += element(content, def, types_.ofItem(def, isOldWay, isCdata(def)), occurrence);
     } else {
       const std::string type = types_.ofScalar(def, isOldWay);
       if (form_ != XmlSchemaForm::Attributes || isCdata(def)) {
-        content.elements += element(def, type, occurrence);
+        content.elements += element(content, def, type, occurrence);
       }
       if (form_ != XmlSchemaForm::Elements && !isCdata(def)) {
         content.attributes += "    <xs:attribute name=\"" + name + "\" type=\"" + type + "\">" +
-                              documentation(def) + "</xs:attribute>\n";
+                              content.documentation(def) + "</xs:attribute>\n";
       }
     }
   });
@@ -192,14 +195,14 @@ std::string SchemaWriter::mapEntry(Content& content, const FieldDef& def)
 }
 
 /// An element of a named type, or of the type that is its content.
-std::string SchemaWriter::element(const FieldDef& def, const std::string& type, const char* occurrence,
-                                  const std::string& content)
+std::string SchemaWriter::element(const Content& content, const FieldDef& def, const std::string& type,
+                                  const char* occurrence, const std::string& typeContent)
 {
   const std::string tag = "      <xs:element name=\"" + std::string(def.getName()) + "\"" +
                           (type.empty() ? "" : " type=\"" + type + "\"") + occurrence + ">";
   return tag +
-         (content.empty() ? documentation(def)
-                          : "\n        " + documentation(def) + "\n" + content + "      ") +
+         (typeContent.empty() ? content.documentation(def)
+                              : "\n        " + content.documentation(def) + "\n" + typeContent + "      ") +
          "</xs:element>\n";
 }
 

@@ -2,6 +2,8 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/text/Dates.h>
+#include <kwxml/traverse/FieldWords.h>
+#include <kwxml/traverse/PageText.h>
 #include <kwxml/xml/XmlText.h>
 
 #include <set>
@@ -47,7 +49,7 @@ std::string timeOfDayFacets()
 }
 
 /// The values of an enumeration. Readers of a list know numbers alone, and its writer knows no signs.
-std::string enumeratorFacets(const _ClassDef& cls, bool isListed)
+std::string enumeratorFacets(const PackedReference& place, const _ClassDef& cls, bool isListed)
 {
   std::string names;
   std::string numbers;
@@ -61,9 +63,8 @@ std::string enumeratorFacets(const _ClassDef& cls, bool isListed)
     if (isListed) {
       add(std::to_string(enumerator.hash));
     } else if (isXmlName(enumerator.getName())) {
-      names += "      <xs:enumeration value=\"" + std::string(enumerator.getName()) +
-               "\"><xs:annotation><xs:documentation>" + number +
-               "</xs:documentation></xs:annotation></xs:enumeration>\n";
+      names += "      <xs:enumeration value=\"" + std::string(enumerator.getName()) + "\">" +
+               xmlDocumentation(number, docOf(place, cls, enumerator)) + "</xs:enumeration>\n";
     } else {
       names += "      <!-- The name of the enumerator of number " + number + " is no XML name. -->\n";
     }
@@ -84,6 +85,19 @@ std::string xmlSchemaTypeName(const PackedReference& place)
   return isXmlName(name.c_str())
              ? name
              : "class." + std::to_string(place.system) + "." + std::to_string(place.classIndex);
+}
+
+std::string xmlDocumentation(std::string_view text, std::string_view doc)
+{
+  std::string out;
+  for (const std::string_view part : {text, doc}) {
+    if (!part.empty()) {
+      out += "<xs:documentation>";
+      appendEscaped(out, part);
+      out += "</xs:documentation>";
+    }
+  }
+  return out.empty() ? out : "<xs:annotation>" + out + "</xs:annotation>";
 }
 
 std::string XmlSchemaTypes::ofScalar(const FieldDef& def, bool isOldWay)
@@ -200,7 +214,8 @@ std::string XmlSchemaTypes::ofEnumeration(const FieldDef& def, bool isOldWay, bo
   }
   std::string name = (isListed ? "number." : "") + xmlSchemaTypeName(reference);
   // Blanks do not count around numbers; a name has none.
-  restriction(name, isListed ? "xs:token" : "xs:string", enumeratorFacets(*cls, isListed));
+  restriction(name, isListed ? "xs:token" : "xs:string", enumeratorFacets(reference, *cls, isListed),
+              docOf(reference));
   return isOldWay && !hasZero(*cls)
              ? unionOf("unset." + name, name, restriction("unset", "xs:token", facet("enumeration", "0")))
              : name;
@@ -237,17 +252,18 @@ std::string XmlSchemaTypes::unionOf(const std::string& name, const std::string& 
 }
 
 std::string XmlSchemaTypes::restriction(const std::string& name, std::string_view base,
-                                        std::string_view facets)
+                                        std::string_view facets, std::string_view doc)
 {
   std::string content = "    <xs:restriction base=\"";
   content.append(base).append("\">\n").append(facets).append("    </xs:restriction>\n");
-  return define(name, content);
+  return define(name, content, doc);
 }
 
-std::string XmlSchemaTypes::define(const std::string& name, std::string_view content)
+std::string XmlSchemaTypes::define(const std::string& name, std::string_view content, std::string_view doc)
 {
   std::string& definition = definitions_[name];
   definition = "  <xs:simpleType name=\"" + name + "\">\n";
+  definition += doc.empty() ? "" : "    " + xmlDocumentation({}, doc) + "\n";
   definition.append(content).append("  </xs:simpleType>\n");
   return name;
 }

@@ -15,6 +15,10 @@ namespace kwxml {
 /// The name of the type of a class: its tag name, or its place where that is no XML name.
 std::string xmlSchemaTypeName(const PackedReference& place);
 
+/// The annotation of a schema's element: what is written there, and what the catalogue says of it, for
+/// people. Nothing of what is empty.
+std::string xmlDocumentation(std::string_view text, std::string_view doc);
+
 /// Gives the types that values have by name, and keeps the definitions of those that have been asked for.
 class XmlSchemaTypes
 {
@@ -43,8 +47,9 @@ private:
   std::string unionOf(const std::string& name, const std::string& first, const std::string& second);
 
   /// Keeps the definition of a simple type and gives its name.
-  std::string define(const std::string& name, std::string_view content);
-  std::string restriction(const std::string& name, std::string_view base, std::string_view facets);
+  std::string define(const std::string& name, std::string_view content, std::string_view doc = {});
+  std::string restriction(const std::string& name, std::string_view base, std::string_view facets,
+                          std::string_view doc = {});
 
   const XmlSchemaForm form_;
   std::map<std::string, std::string> definitions_;

@@ -10,9 +10,6 @@
 
 namespace kwxml {
 
-/// What a field holds, in words: "list of Demo_Item".
-std::string typeWords(const FieldDef& field);
-
 class PageClasses
 {
 public:

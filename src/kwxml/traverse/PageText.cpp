@@ -192,6 +192,16 @@ void appendCutLine(std::string& out, std::string_view text, std::size_t limit)
   out += length < text.size() ? "…" : "";
 }
 
+void appendTitle(std::string& out, std::string_view doc, std::size_t limit)
+{
+  if (!doc.empty()) {
+    const std::size_t length = utf8Cut(doc, limit);
+    out += " title=\"";
+    appendEscaped(out, shown(doc.substr(0, length)));
+    out += length < doc.size() ? "…\"" : "\"";
+  }
+}
+
 void appendTextBox(std::string& out, std::string_view text)
 {
   appendBox(out, text, text.substr(0, utf8Cut(text, beginning)), text.find('\n') != std::string_view::npos);

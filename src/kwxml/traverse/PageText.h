@@ -2,7 +2,8 @@
 //
 // All that a message holds goes through here, so that nothing of it is markup, and nothing of it looks like a
 // part of the page: characters that would be obeyed are shown (ShownText.h) and marked, so that a text that
-// spells "\n" is told from one that has a line end. None of it ever stands in an attribute.
+// spells "\n" is told from one that has a line end. None of it ever stands in an attribute; what the
+// catalogue says of fields does.
 #pragma once
 
 #include <kwxml/model/Metadata.h>
@@ -21,6 +22,10 @@ void appendLine(std::string& out, std::string_view text);
 std::string lineOf(std::string_view text);
 /// The same, cut at a number of bytes, with "…" where something is left out.
 void appendCutLine(std::string& out, std::string_view text, std::size_t limit);
+
+/// Appends an attribute `title` with what the catalogue says of something, cut at a number of bytes; nothing
+/// where it says nothing.
+void appendTitle(std::string& out, std::string_view doc, std::size_t limit = std::string_view::npos);
 
 /// Appends a text from outside in a box of its own, in which its line ends are line ends. A long one is
 /// folded, and shown by its beginning.

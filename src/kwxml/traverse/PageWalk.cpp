@@ -3,6 +3,7 @@
 #include <kwxml/annotation/PasswordFields.h>
 #include <kwxml/model/Limits.h>
 #include <kwxml/traverse/DiffText.h>
+#include <kwxml/traverse/FieldWords.h>
 #include <kwxml/traverse/PageText.h>
 
 #include <algorithm>
@@ -53,6 +54,25 @@ bool isNothing(const Value* value)
   } else {
     return value == nullptr || value->empty();
   }
+}
+
+/// A name is shown beside every value; what is said of it at length stands with its class.
+constexpr std::size_t longestTitle = 300;
+
+std::string bold(const std::string& markup)
+{
+  return "<b>" + markup + "</b>";
+}
+
+/// The name of a field, with what the catalogue says of it where a pointer rests on the name.
+std::string fieldName(const YMMessageBase& message, const FieldDef& def)
+{
+  const PackedReference place{message.getSubsysID(), message.getClassIndex(), &Registry::of(message)};
+  std::string markup = "<b";
+  appendTitle(markup, docOf(place, *message.getClass(), def), longestTitle);
+  markup += '>';
+  appendLine(markup, def.getName());
+  return markup + "</b>";
 }
 
 std::string elementLabel(long long number)
@@ -106,55 +126,53 @@ void PageWalk::field(Tag, const YMMessageBase& message, const FieldDef& def, int
 {
   using Value = typename Tag::Value;
   if (isSecret(def)) {
-    textRow(def, mask);
+    textRow(message, def, mask);
     return;
   }
   if constexpr (Tag::type == FIELD_INVALID) {
-    textRow(def, "(unknown type)");
+    textRow(message, def, "(unknown type)");
   } else if constexpr (NoStorage<Tag>) {
-    textRow(def, "(set)");
+    textRow(message, def, "(set)");
   } else if constexpr (InPlaceValue<Tag> || ByteString<Tag> || PasswordString<Tag>) {
-    row(def);
+    row(message, def);
     scalar(message, def, false);
     out_ += "</li>\n";
   } else {
     const Value* const value = MessageAccess::pointer<Value>(message, def.slot);
     if (isNothing(value)) {
-      textRow(def, nothing<Tag>());
+      textRow(message, def, nothing<Tag>());
       return;
     }
     if constexpr (MessageValue<Tag>) {
-      nested(lineOf(def.getName()), *value, depth < openDepth, depth + 1);
+      nested(fieldName(message, def), *value, depth < openDepth, depth + 1);
     } else if constexpr (MapValue<Tag>) {
-      map<Tag>(*value, def, depth);
+      map<Tag>(*value, message, def, depth);
     } else {
-      list<Tag::info.element>(*value, def, depth);
+      list<Tag::info.element>(*value, message, def, depth);
     }
   }
 }
 
-void PageWalk::row(const FieldDef& def)
+void PageWalk::row(const YMMessageBase& message, const FieldDef& def)
 {
-  out_ += "<li><b>";
-  appendLine(out_, def.getName());
-  out_ += "</b> ";
+  out_ += "<li>" + fieldName(message, def) + ' ';
   appendLine(out_, typeWords(def));
   out_ += ' ';
 }
 
-void PageWalk::textRow(const FieldDef& def, std::string_view text)
+void PageWalk::textRow(const YMMessageBase& message, const FieldDef& def, std::string_view text)
 {
   ++count_;
-  row(def);
+  row(message, def);
   appendValueBox(out_, text);
   out_ += "</li>\n";
 }
 
 void PageWalk::nested(const std::string& label, const YMMessageBase& message, bool isOpen, int depth)
 {
-  out_ += isOpen ? "<li><details open><summary><b>" : "<li><details><summary><b>";
+  out_ += isOpen ? "<li><details open><summary>" : "<li><details><summary>";
   out_ += label;
-  out_ += "</b> ";
+  out_ += ' ';
   if (message.getClass() != nullptr) {
     classes_.appendLink(out_, {message.getSubsysID(), message.getClassIndex(), &Registry::of(message)});
   }
@@ -204,12 +222,12 @@ void PageWalk::inGroups(std::size_t size, Group group)
   }
 }
 
-void PageWalk::beginFold(const FieldDef& def, std::size_t size, std::string_view one, int depth)
+void PageWalk::beginFold(const YMMessageBase& message, const FieldDef& def, std::size_t size,
+                         std::string_view one, int depth)
 {
-  out_ += size <= smallCollection && depth < openDepth ? "<li><details open><summary><b>"
-                                                       : "<li><details><summary><b>";
-  appendLine(out_, def.getName());
-  out_ += "</b> ";
+  out_ +=
+      size <= smallCollection && depth < openDepth ? "<li><details open><summary>" : "<li><details><summary>";
+  out_ += fieldName(message, def) + ' ';
   appendLine(out_, typeWords(def));
   out_ += ", " + countText(size, one) + "</summary>\n";
 }
@@ -233,10 +251,10 @@ void PageWalk::elements(const List& list, const FieldDef& def, std::size_t from,
 }
 
 template <FieldDataType Element, class List>
-void PageWalk::list(const List& list, const FieldDef& def, int depth)
+void PageWalk::list(const List& list, const YMMessageBase& message, const FieldDef& def, int depth)
 {
   if constexpr (Element == FIELD_OBJECT) {
-    beginFold(def, list.size(), "element", depth);
+    beginFold(message, def, list.size(), "element", depth);
     inGroups(list.size(), [&](std::size_t from, std::size_t to) {
       std::vector<Item> group;
       for (std::size_t i = from; i < to; ++i) {
@@ -246,28 +264,28 @@ void PageWalk::list(const List& list, const FieldDef& def, int depth)
     });
     endFold();
   } else if (list.size() <= smallCollection) {
-    row(def);
+    row(message, def);
     elements<Element>(list, def, 0, list.size());
     out_ += "</li>\n";
   } else {
-    beginFold(def, list.size(), "element", depth);
+    beginFold(message, def, list.size(), "element", depth);
     inGroups(list.size(), [&](std::size_t from, std::size_t to) { elements<Element>(list, def, from, to); });
     endFold();
   }
 }
 
 template <class Tag, class Map>
-void PageWalk::map(const Map& map, const FieldDef& def, int depth)
+void PageWalk::map(const Map& map, const YMMessageBase& message, const FieldDef& def, int depth)
 {
-  beginFold(def, map.size(), "entry", depth);
+  beginFold(message, def, map.size(), "entry", depth);
   auto entry = map.begin();
   inGroups(map.size(), [&](std::size_t from, std::size_t to) {
     if constexpr (Tag::info.mapKey == FIELD_OBJECT) {
       out_ += "<ul>\n";
       for (std::size_t i = from; i < to; ++i, ++entry) {
         const std::string label = elementLabel(static_cast<long long>(i));
-        nested(label + ".key", entry->first, false, depth + 1);
-        nested(label + ".value", entry->second, false, depth + 1);
+        nested(bold(label + ".key"), entry->first, false, depth + 1);
+        nested(bold(label + ".value"), entry->second, false, depth + 1);
       }
       out_ += "</ul>\n";
     } else if constexpr (Tag::info.mapValue == FIELD_OBJECT) {
@@ -302,7 +320,7 @@ void PageWalk::items(const std::vector<Item>& items, int depth)
   const bool isOpen = items.size() <= smallCollection && depth < openDepth;
   out_ += "<ul>\n";
   for (const Item& item : items) {
-    nested(item.label, *item.message, isOpen, depth);
+    nested(bold(item.label), *item.message, isOpen, depth);
   }
   out_ += "</ul>\n";
 }
@@ -333,9 +351,7 @@ void PageWalk::table(const std::vector<Item>& items, const std::vector<const Fie
   classes_.appendLink(out_, {first.getSubsysID(), first.getClassIndex(), &Registry::of(first)});
   out_ += "</th>";
   for (const FieldDef* column : columns) {
-    out_ += "<th scope=\"col\"><b>";
-    appendLine(out_, column->getName());
-    out_ += "</b> ";
+    out_ += "<th scope=\"col\">" + fieldName(first, *column) + ' ';
     appendLine(out_, typeWords(*column));
     out_ += "</th>";
   }

@@ -38,7 +38,7 @@ public:
   std::size_t count() const { return count_; }
 
 private:
-  /// An element of a list or map that is a message: its name in the path, as markup.
+  /// An element of a list or map that is a message: its name in the path, as the content of an element.
   struct Item
   {
     std::string label;
@@ -51,16 +51,17 @@ private:
   template <FieldDataType Element, class List>
   void elements(const List& list, const FieldDef& def, std::size_t from, std::size_t to);
   template <FieldDataType Element, class List>
-  [[gnu::noinline]] void list(const List& list, const FieldDef& def, int depth);
+  [[gnu::noinline]] void list(const List& list, const YMMessageBase& message, const FieldDef& def, int depth);
   template <class Tag, class Map>
-  [[gnu::noinline]] void map(const Map& map, const FieldDef& def, int depth);
+  [[gnu::noinline]] void map(const Map& map, const YMMessageBase& message, const FieldDef& def, int depth);
   /// Calls `group(from, to)` for the elements in groups, each folded when there are several.
   template <class Group>
   void inGroups(std::size_t size, Group group);
 
-  void row(const FieldDef& def);
-  void textRow(const FieldDef& def, std::string_view text);
-  void beginFold(const FieldDef& def, std::size_t size, std::string_view one, int depth);
+  void row(const YMMessageBase& message, const FieldDef& def);
+  void textRow(const YMMessageBase& message, const FieldDef& def, std::string_view text);
+  void beginFold(const YMMessageBase& message, const FieldDef& def, std::size_t size, std::string_view one,
+                 int depth);
   void endFold();
   [[gnu::noinline]] void nested(const std::string& label, const YMMessageBase& message, bool isOpen,
                                 int depth);
