@@ -451,7 +451,7 @@ private:
 TEST(Evolution, WhatIsNoBreakOfDataKeepsIt)
 {
   const char* const wanted = std::getenv("KWXML_EVOLUTION_PAIRS");
-  const unsigned pairs = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 200;
+  const unsigned pairs = wanted != nullptr ? static_cast<unsigned>(std::atoi(wanted)) : 150;
   const test::TempDirectory folder;
   unsigned made = 0;
   long compared = 0;
