@@ -1,6 +1,6 @@
 // Writes what the fuzzers start from: seeds <folder> fills <folder>/<fuzzer>/ with inputs (every class of the
-// catalogue filled, its fields one by one, records and batches of them) and <folder>/<fuzzer>.dict with
-// words.
+// catalogue filled, its fields one by one, records and batches of them, schemas) and <folder>/<fuzzer>.dict
+// with words.
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/codec/JSONEncoder.h>
@@ -9,11 +9,14 @@
 
 #include "support/Messages.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <set>
+#include <sstream>
 #include <string>
 
 using namespace kwxml;
@@ -27,7 +30,7 @@ class Seeds
 public:
   explicit Seeds(fs::path folder) : folder_(std::move(folder))
   {
-    for (const char* fuzzer : {"decode", "records", "batch", "xml", "json"}) {
+    for (const char* fuzzer : {"decode", "records", "batch", "xml", "json", "schemas"}) {
       fs::create_directories(folder_ / fuzzer);
     }
     wordsOfBinary_ = {"\x02\0\1\0"s, "\1\0\1\0"s, number(wire::collectionMarker), "\xFF\xFF\xFF\xFF\x0F"s};
@@ -65,6 +68,21 @@ public:
     }
   }
 
+  /// The schemas of a folder and those below it.
+  void addSchemas(const fs::path& from)
+  {
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(from)) {
+      if (entry.path().extension() == ".xml") {
+        std::ifstream in(entry.path(), std::ios::binary);
+        const std::string text{std::istreambuf_iterator<char>(in), {}};
+        std::string name = entry.path().lexically_relative(from).string();
+        std::replace(name.begin(), name.end(), '/', '.');
+        write("schemas/" + name, text);
+        addWords(text);
+      }
+    }
+  }
+
   /// The files of several records, and the words.
   void finish() const
   {
@@ -75,6 +93,7 @@ public:
     }
     writeWords("xml.dict", wordsOfXml_);
     writeWords("json.dict", wordsOfJson_);
+    writeWords("schemas.dict", wordsOfSchemas_);
   }
 
 private:
@@ -84,6 +103,17 @@ private:
   {
     value = littleEndian(value);
     return {reinterpret_cast<const char*>(&value), sizeof value};
+  }
+
+  /// The tags and attributes of a schema.
+  void addWords(const std::string& text)
+  {
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+      if (word.size() <= 40 && word.find_first_of("<=") != std::string::npos) {
+        wordsOfSchemas_.insert(" " + word);
+      }
+    }
   }
 
   void addName(const std::string& name)
@@ -149,6 +179,7 @@ private:
   fs::path folder_;
   std::set<std::string> wordsOfBinary_;
   std::set<std::string> wordsOfXml_;
+  std::set<std::string> wordsOfSchemas_;
   std::set<std::string> wordsOfJson_ = {
       "{",       "}",     "[",        "]",         ",",     "\\u00e9", "\\ud83d\\ude00",
       "\\\"",    "true",  "false",    "null",      "1e400", "-0.0",    "18446744073709551615",
@@ -175,6 +206,8 @@ int main(int argc, char** argv)
         }
       }
     }
+    seeds.addSchemas(KWXML_SOURCE_DIR "/catalogue/sample");
+    seeds.addSchemas(KWXML_SOURCE_DIR "/tests/catalogue");
     seeds.finish();
   } catch (const std::exception& error) {
     std::cerr << "seeds: " << error.what() << "\n";

@@ -702,7 +702,7 @@ private:
       return;
     }
     // The readers of the binary form look for a key behind the field that they met last.
-    const auto count = &field - newer.fields.data() + 1;
+    const std::ptrdiff_t count = &field - newer.fields.data() + 1;
     const bool isAsBefore =
         count <= static_cast<std::ptrdiff_t>(older.fields.size()) &&
         std::equal(newer.fields.begin(), newer.fields.begin() + count, older.fields.begin(),
