@@ -1,5 +1,6 @@
 // Reads an order from a file, changes it, and writes it to standard output: another price for the first item,
 // the colour of the second, and a status.
+#include <catalogue/Demo.h>
 #include <catalogue/Shop.h>
 #include <kwxml/KwXMLMsgsBase.h>
 

@@ -10,6 +10,7 @@ int JSONDecoder::unSerialize(YMMessageBase& message, std::string_view json,
                              kwxml::ReadObserver* observer) const
 {
   constexpr int otherClass = 5;
+  const kwxml::UsingCatalogue catalogue(message);
   const kwxml::JsonRead read = kwxml::readJson(json, 0, true, context_, observer);
   if (read.result != 0) {
     return read.result;

@@ -262,9 +262,20 @@ UsingCatalogue::UsingCatalogue(const Registry& registry) noexcept : before_(thre
   threadRegistry = &registry;
 }
 
+UsingCatalogue::UsingCatalogue(const YMMessageBase& message) noexcept
+    : changed_(message.getClass() != nullptr && &Registry::of(message) != &Registry::current())
+{
+  if (changed_) [[unlikely]] {
+    threadsDiffer.store(true, std::memory_order_relaxed);
+    before_ = std::exchange(threadRegistry, &Registry::of(message));
+  }
+}
+
 UsingCatalogue::~UsingCatalogue()
 {
-  threadRegistry = before_;
+  if (changed_) {
+    threadRegistry = before_;
+  }
 }
 
 // ---- Look-ups in one

@@ -136,12 +136,15 @@ class UsingCatalogue
 {
 public:
   explicit UsingCatalogue(const Registry& registry) noexcept;
+  /// The catalogue of a message that is to be read into.
+  explicit UsingCatalogue(const YMMessageBase& message) noexcept;
   ~UsingCatalogue();
   UsingCatalogue(const UsingCatalogue&) = delete;
   UsingCatalogue& operator=(const UsingCatalogue&) = delete;
 
 private:
-  const Registry* before_;
+  const Registry* before_ = nullptr;
+  bool changed_ = true;
 };
 
 }  // namespace kwxml

@@ -200,6 +200,7 @@ YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)
 template <class Parse>
 int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse parse)
 {
+  const kwxml::UsingCatalogue catalogue(message);
   MySAX2Handler handler;
   YMMessageBase merged;
   if (merge) {
