@@ -1,5 +1,5 @@
-// A program with a catalogue of its own opens a library with another one, linked into it statically and compiled with
-// hidden symbols: each works with its own, whichever the process found first.
+// A program with a catalogue of its own opens a library with another one, linked into it statically and
+// compiled with hidden symbols: each works with its own, whichever the process found first.
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Registry.h>
@@ -21,8 +21,9 @@ TEST(Plugin, BringsItsCatalogueWithIt)
   ASSERT_NE(make, nullptr);
   std::string text;
   make(text);
-  EXPECT_EQ(text, "evolving: <Evolving_Item count=\"3\" grade=\"1\" name=\"Saw\" price=\"0\"/> GOOD; first own_static");
-  // A message of the library's catalogue in the program, whose look-ups without a message are the program's own.
+  EXPECT_EQ(text, "evolving: <Evolving_Item count=\"3\" grade=\"1\" name=\"Saw\"/> GOOD; first own_static");
+  // A message of the library's catalogue in the program, whose look-ups without a message are the program's
+  // own.
   auto* give = reinterpret_cast<YMMessageBase* (*)()>(dlsym(library, "give"));
   const std::unique_ptr<YMMessageBase> given(give());
   EXPECT_EQ(given->getTagName(), "Evolving_Item");

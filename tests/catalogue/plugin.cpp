@@ -8,8 +8,8 @@ extern "C" __attribute__((visibility("default"))) void describe(std::string& tex
   Evolving::Item item;
   XMLDecoder().unSerialize(item, std::string("<Evolving_Item name=\"Saw\" count=\"3\" grade=\"GOOD\"/>"));
   XMLEncoder().serialize(item, text, true);
-  text = std::string(kwxml::Registry::of(item).name()) + ": " + text + " " + nameOf(item.grade()) + "; first " +
-         kwxml::Registry::current().name();
+  text = std::string(kwxml::Registry::of(item).name()) + ": " + text + " " + nameOf(item.grade()) +
+         "; first " + kwxml::Registry::current().name();
 }
 
 extern "C" __attribute__((visibility("default"))) YMMessageBase* give()

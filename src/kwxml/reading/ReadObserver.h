@@ -29,16 +29,18 @@ enum class ProblemKind : std::uint8_t
   StrayText,           ///< text where no value stands
   ItemUnreadable,      ///< a list's item was left out
   PasswordUnreadable,  ///< a password was left out: it is wrong, or there is nothing to decrypt it with
-  WireCodeOther,       ///< the writer meant other bytes than those of the field's type, and they were read as the type's
-                       // The value is kept nearly, or belongs to another version.
-  PrecisionLost,       ///< the number has more digits than the type keeps
-  AttributeUnknown,    ///< the class has no field of that name
-  ElementUnknown,      ///< the same, with all that the element holds
-  MemberUnknown,       ///< the same in JSON
-  FieldUnknown,        ///< the same in the binary form, which knows fields by the hash of their name
-  WireCodeUnclear,     ///< an int's bytes are coded as those of enumerations, which are the same, and of uint, which are not
-  TrailingBytes,       ///< bytes behind the last field
-  TextRescued,         ///< bytes were no base64, or had a zero among them, and were kept as far as they go
+  WireCodeOther,  ///< the writer meant other bytes than those of the field's type, and they were read as the
+                  ///< type's
+                  // The value is kept nearly, or belongs to another version.
+  PrecisionLost,  ///< the number has more digits than the type keeps
+  AttributeUnknown,  ///< the class has no field of that name
+  ElementUnknown,    ///< the same, with all that the element holds
+  MemberUnknown,     ///< the same in JSON
+  FieldUnknown,      ///< the same in the binary form, which knows fields by the hash of their name
+  WireCodeUnclear,   ///< an int's bytes are coded as those of enumerations, which are the same, and of uint,
+                     ///< which are not
+  TrailingBytes,     ///< bytes behind the last field
+  TextRescued,       ///< bytes were no base64, or had a zero among them, and were kept as far as they go
 };
 
 enum class Severity : std::uint8_t
