@@ -268,10 +268,10 @@ void emitRegistry(const Catalogue& catalogue, const Emission& emission, const Ta
             chooser + "\n\nnamespace {\n" + xpathConstants + registryRows(tables.systems, "systemRows") +
             xpathArray("xpathRows", xpathRows) + "}  // namespace\n\n" + hiddenToHere +
             "#pragma GCC visibility push(default)\n" + functions + "\n" +
-            (emission.builtIn ? "// Weak: a program's catalogue may define them too, and its come first.\n"
-                                "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser12msgSysStructE\n"
-                                "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser9xpathDataE\n"
-                              : "") +
+            "// Weak: several catalogues of a process may define them; the first counts.\n"
+            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser12msgSysStructE\n"
+            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser9xpathDataE\n"
+            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser9catalogueE\n" +
             registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") + "\n" +
             xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
             catalogueObject(tables, emission) + "\n" + hiddenToHere});
