@@ -208,11 +208,11 @@ std::string catalogueObject(const Tables& tables, const Emission& emission)
          pointer(tables.formerNames.size(), "formerNames") + ", " + pointer(tables.docs.size(), "docs") +
          "};\n}  // namespace\n\nnamespace kwxml::catalogues {\nextern " + object + ";\nconstinit " + object +
          "(tables);\n}  // namespace kwxml::catalogues\n" +
-         (emission.builtIn
-              ? ""
-              : "\nconst ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =\n"
-                "    &::kwxml::catalogues::" +
-                    name + ";\n");
+         (emission.builtIn ? ""
+                           : "\n[[gnu::weak]] const ::kwxml::Registry* const "
+                             "XML_KWMessage_MessageSystemChooser::catalogue =\n"
+                             "    &::kwxml::catalogues::" +
+                                 name + ";\n");
 }
 
 /// A file of tables that only the catalogue's other files see.
@@ -268,12 +268,9 @@ void emitRegistry(const Catalogue& catalogue, const Emission& emission, const Ta
             chooser + "\n\nnamespace {\n" + xpathConstants + registryRows(tables.systems, "systemRows") +
             xpathArray("xpathRows", xpathRows) + "}  // namespace\n\n" + hiddenToHere +
             "#pragma GCC visibility push(default)\n" + functions + "\n" +
-            "// Weak: several catalogues of a process may define them; the first counts.\n"
-            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser12msgSysStructE\n"
-            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser9xpathDataE\n"
-            "#pragma weak _ZN34XML_KWMessage_MessageSystemChooser9catalogueE\n" +
-            registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") + "\n" +
-            xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
+            "// Weak: several catalogues of a process may define these; the first counts.\n[[gnu::weak]] " +
+            registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") +
+            "\n[[gnu::weak]] " + xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +
             catalogueObject(tables, emission) + "\n" + hiddenToHere});
 }
 

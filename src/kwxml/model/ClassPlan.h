@@ -41,7 +41,7 @@ struct KeptWithPlan
 /// thread.
 struct ClassPlan
 {
-  ClassPlan(const Registry& registry, unsigned system, unsigned classIndex);
+  ClassPlan(const Registry& of, unsigned system, unsigned classIndex);
   ~ClassPlan() { delete writing.load(); }
   ClassPlan(const ClassPlan&) = delete;
   ClassPlan& operator=(const ClassPlan&) = delete;

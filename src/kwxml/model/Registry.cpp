@@ -380,7 +380,7 @@ const Registry* Registry::fromLibrary(const std::string& path, std::string& prob
   void* library = dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(),
                          RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (library == nullptr) {
-    const char* reason = dlerror();
+    const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): the text is the thread's own
     problem = reason != nullptr ? reason : path + ": cannot be loaded";
     return nullptr;
   }
