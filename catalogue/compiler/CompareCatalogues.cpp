@@ -1,7 +1,12 @@
 #include "CompareCatalogues.h"
 
 #include "EvolutionReport.h"
+#include "ReadTables.h"
+#include "SchemaFiles.h"
 #include "Stages.h"
+
+#include <kwxml/model/CatalogueLibrary.h>
+#include <kwxml/model/Registry.h>
 
 #include <iostream>
 
@@ -11,15 +16,34 @@ namespace {
 constexpr int exitDone = 0;
 constexpr int exitBroken = 1;
 
-/// The catalogue, laid out unless the diagnostics have errors.
-Catalogue load(const std::vector<std::string>& files, Diagnostics& diagnostics)
+/// What a compiled catalogue's schemas said, but for places in them.
+Catalogue loadLibrary(const std::string& path, Diagnostics& diagnostics)
 {
-  Catalogue catalogue = parse(read(files, diagnostics), diagnostics);
+  const Location whole{diagnostics.addFile(path), 0, 0};
+  std::string problem;
+  if (const Registry* registry = loadCatalogueLibrary(path, problem)) {
+    return readTables(registry->tables());
+  }
+  diagnostics.error(whole, problem);
+  return {};
+}
+
+Catalogue loadSchemas(const std::string& path, Diagnostics& diagnostics)
+{
+  Catalogue catalogue = parse(read(schemaFiles({path}), diagnostics), diagnostics);
   if (!diagnostics.hasErrors()) {
     resolve(catalogue, diagnostics);
     check(catalogue, diagnostics);
     layOut(catalogue, diagnostics);
   }
+  return catalogue;
+}
+
+/// The catalogue, laid out unless the diagnostics have errors.
+Catalogue load(const std::string& path, Diagnostics& diagnostics)
+{
+  Catalogue catalogue =
+      isSharedLibrary(path) ? loadLibrary(path, diagnostics) : loadSchemas(path, diagnostics);
   diagnostics.print(std::cerr);
   return catalogue;
 }
@@ -32,8 +56,8 @@ int compareCatalogues(const CompareArguments& arguments)
   report.allowed.insert(arguments.allowed.begin(), arguments.allowed.end());
   Diagnostics older;
   Diagnostics newer;
-  const Catalogue before = load(arguments.olderFiles, older);
-  const Catalogue after = load(arguments.newerFiles, newer);
+  const Catalogue before = load(arguments.older, older);
+  const Catalogue after = load(arguments.newer, newer);
   if (older.hasErrors() || newer.hasErrors()) {
     return exitBroken;
   }

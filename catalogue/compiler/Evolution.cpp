@@ -739,22 +739,41 @@ private:
       classes.emplace(cls.name, &cls);
     }
     const auto oldPath = [&](const XPath& xpath) {
+      if (xpath.message.empty()) {
+        return std::pair(std::string(), xpath.path);
+      }
       const Class* const cls = classes.at(xpath.message);
       const Class* const now = classes_.newOf(*cls);
       return std::pair(now != nullptr ? now->name : cls->name, pathNow(xpath, cls));
     };
+    // The tables of a compiled catalogue do not always tell of which message a path is.
+    const auto isUnknown = [](const XPath& xpath) { return xpath.message.empty(); };
+    const auto samePath = [&](const XPath& before, const XPath& now) {
+      return isUnknown(before) || isUnknown(now) ? before.path == now.path : oldPath(before) == path(now);
+    };
     Matches<XPath> matches;
     matches.addBy(older.xpaths, newer.xpaths, oldPath, path);
+    const auto idAndText = [](const XPath& xpath) { return std::pair(xpath.id, xpath.path); };
+    matches.addBy(older.xpaths, newer.xpaths, idAndText, idAndText);
+    if (std::any_of(older.xpaths.begin(), older.xpaths.end(), isUnknown) ||
+        std::any_of(newer.xpaths.begin(), newer.xpaths.end(), isUnknown)) {
+      const auto text = [](const XPath& xpath) { return xpath.path; };
+      matches.addBy(older.xpaths, newer.xpaths, text, text);
+    }
     matches.addBy(older.xpaths, newer.xpaths, id, id);
     const auto report = [&](Id rule, const System& system, const XPath& xpath, std::string text) {
-      differences_.push_back(
-          {rule, &system == &older, xpath.at, system.name + "_" + xpath.message, {}, std::move(text)});
+      differences_.push_back({rule,
+                              &system == &older,
+                              xpath.at,
+                              xpath.message.empty() ? std::string() : system.name + "_" + xpath.message,
+                              {},
+                              std::move(text)});
     };
     for (const XPath& xpath : newer.xpaths) {
       const XPath* before = matches.oldOf(xpath);
       if (before == nullptr) {
         report(Id::XPathAdded, newer, xpath, "path " + quoted(xpath.path) + " is new");
-      } else if (oldPath(*before) != path(xpath)) {
+      } else if (!samePath(*before, xpath)) {
         report(Id::XPathPathChanged, newer, xpath,
                fromTo("path of ID " + std::to_string(xpath.id), quoted(before->path), quoted(xpath.path)));
       } else if (before->id != xpath.id) {

@@ -37,8 +37,10 @@ void printEffects(std::ostream& out, const EvolutionRule& rule)
 std::string placeOf(const EvolutionReport& report, const Difference& difference)
 {
   const std::vector<std::string>& files = difference.inOld ? report.olderFiles : report.newerFiles;
-  return shown(files[difference.at.file]) + ':' + std::to_string(difference.at.line) + ':' +
-         std::to_string(difference.at.column);
+  const std::string file = shown(files[difference.at.file]);
+  return difference.at.line == 0  // in a compiled catalogue
+             ? file
+             : file + ':' + std::to_string(difference.at.line) + ':' + std::to_string(difference.at.column);
 }
 
 /// A text that has been through shown(), and so holds no control characters.

@@ -96,7 +96,7 @@ struct XPath
 {
   Location at;
   long long id = 0;
-  std::string message;
+  std::string message;  ///< empty when it is not known: tables do not have it
   std::string path;
 
   // Resolved.

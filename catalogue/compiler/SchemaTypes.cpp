@@ -102,6 +102,13 @@ std::optional<int> passwordType(const std::string& name)
   return static_cast<int>(found - std::begin(passwordEncryptTypeNames));
 }
 
+std::string passwordName(int type)
+{
+  const auto number = static_cast<std::size_t>(type);
+  return number < std::size(passwordEncryptTypeNames) ? passwordEncryptTypeNames[number]
+                                                      : std::to_string(type);
+}
+
 std::string passwordNames()
 {
   return join(passwordEncryptTypeNames);

@@ -24,6 +24,8 @@ std::string mapTypeNames();
 
 /// The number of a password type by its name; none for an unknown name.
 std::optional<int> passwordType(const std::string& name);
+/// The name of a password type; its number for one of those without.
+std::string passwordName(int type);
 std::string passwordNames();
 
 /// Null for an unknown kind.

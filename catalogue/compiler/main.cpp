@@ -66,7 +66,7 @@ constexpr const char* compareDescription =
     "Nothing is compiled.";
 
 constexpr const char* compareFooter =
-    "Exit status: 0 done, 1 a difference that is not allowed breaks data or the schemas have errors, 2 "
+    "Exit status: 0 done, 1 a difference that is not allowed breaks data or a catalogue has errors, 2 "
     "usage.\n"
     "\n"
     "Example: kwxml-catalogue --against released/schemas schemas --allow enumerator-removed";
@@ -153,16 +153,16 @@ std::string refuseEvolutionRule(const std::string& value)
 struct CompareCall
 {
   bool rules = false;
-  std::string older;
-  std::string newer;
   CompareArguments arguments;
 };
 
 void addOptions(CLI::App& app, CompareCall& call)
 {
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.add_option("--against", call.older, "The older schema file, or directory")->type_name("OLD");
-  app.add_option("NEW", call.newer, "The newer schema file, or directory")->type_name("");
+  app.add_option("--against", call.arguments.older,
+                 "The older schema file or directory, or the library of a compiled catalogue")
+      ->type_name("OLD");
+  app.add_option("NEW", call.arguments.newer, "The newer one, alike")->type_name("");
   app.add_option("--format", call.arguments.format, "text, or json: an array of objects, for programs")
       ->check(CLI::IsMember({"text", "json"}).description(""))
       ->type_name("FORMAT");
@@ -305,10 +305,10 @@ int compile(const Arguments& arguments)
 std::string findMissing(const CompareCall& call)
 {
   if (call.rules) {
-    return call.older.empty() && call.newer.empty() ? "" : "--rules takes nothing else";
+    return call.arguments.older.empty() && call.arguments.newer.empty() ? "" : "--rules takes nothing else";
   }
-  return call.older.empty() || call.newer.empty()
-             ? "--against takes an older and a newer schema file or directory"
+  return call.arguments.older.empty() || call.arguments.newer.empty()
+             ? "--against takes an older and a newer catalogue"
              : "";
 }
 
@@ -324,10 +324,7 @@ int run(const CompareCall& call)
     return exitDone;
   }
   const XmlPlatform platform;
-  CompareArguments arguments = call.arguments;
-  arguments.olderFiles = schemaFiles({call.older});
-  arguments.newerFiles = schemaFiles({call.newer});
-  return compareCatalogues(arguments);
+  return compareCatalogues(call.arguments);
 }
 
 /// Reads the command line as that of one kind of call, and does what it says.

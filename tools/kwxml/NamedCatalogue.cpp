@@ -3,29 +3,14 @@
 #include "Command.h"
 #include "Report.h"
 
+#include <kwxml/model/CatalogueLibrary.h>
 #include <kwxml/model/Registry.h>
 #include <kwxml/text/ShownText.h>
 
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 
 namespace kwxml::tool {
-
-namespace {
-
-/// Whether a file begins as shared libraries do. Its name says nothing: they go by version numbers too.
-bool isLibrary(const std::string& path)
-{
-  std::ifstream in(path, std::ios::binary);
-  char magic[4] = {};
-  in.read(magic, sizeof magic);
-  return in && std::string_view(magic, sizeof magic) ==
-                   "\x7F"
-                   "ELF";
-}
-
-}  // namespace
 
 void useNamedCatalogue(const std::string& path)
 {
@@ -38,7 +23,7 @@ void useNamedCatalogue(const std::string& path)
                                 (error ? error.message() : std::string("no such file or folder")));
   }
   std::string problems;
-  if (!std::filesystem::is_directory(path, error) && isLibrary(path)) {
+  if (!std::filesystem::is_directory(path, error) && isSharedLibrary(path)) {
     const Registry* const registry = Registry::fromLibrary(path, problems);
     if (registry == nullptr) {
       throw Failure(exitData, "--catalogue: " + problems);

@@ -1,6 +1,7 @@
 #include <kwxml/model/Registry.h>
 
 #include <kwxml/diagnostics/XMLDebug.h>
+#include <kwxml/model/CatalogueLibrary.h>
 #include <kwxml/model/ClassPlan.h>
 #include <kwxml/model/MessageInternal.h>
 
@@ -377,27 +378,13 @@ const char* Registry::doc(int system, int classIndex, int field) const noexcept
 
 const Registry* Registry::fromLibrary(const std::string& path, std::string& problem)
 {
-  void* library = dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(),
-                         RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  if (library == nullptr) {
-    const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): the text is the thread's own
-    problem = reason != nullptr ? reason : path + ": cannot be loaded";
+  const Registry* const found = loadCatalogueLibrary(path, problem);
+  if (found == nullptr) {
+    problem.insert(0, path + ": ");
     return nullptr;
   }
-  // XML_KWMessage_MessageSystemChooser::catalogue
-  const auto* const* found = static_cast<const Registry* const*>(
-      dlsym(library, "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE"));
-  if (found == nullptr || *found == nullptr) {
-    problem = path + ": it holds no catalogue of this library's kind";
-    return nullptr;
-  }
-  if (const std::uint32_t version = (*found)->tables().version; version != CatalogueTables::currentVersion) {
-    problem = path + ": its tables are of version " + std::to_string(version) +
-              ", this library reads version " + std::to_string(CatalogueTables::currentVersion);
-    return nullptr;
-  }
-  (*found)->join();
-  return *found;
+  found->join();
+  return found;
 }
 
 }  // namespace kwxml
