@@ -9,7 +9,7 @@
 #   #include <catalogue/Demo.h>
 #
 # All schemas of a catalogue are named in one call; references between them need no order. A change to a schema
-# configures anew, since the number of generated files depends on the schemas.
+# configures anew, since the schemas say which files are generated.
 #
 # NAME is the catalogue's name, by which wrappers ask for their tables: a C++ identifier. Without it, the target's name,
 # each other character of which becomes "_". Versions of one catalogue go by one name. ALLOW names rules of the compiler
@@ -17,73 +17,45 @@
 
 include(CheckLinkerFlag)
 
-# The text of a schema without its comments and without the characters that mean something in a CMake list.
-function(_kwxml_schema_text schema result)
-  file(READ "${schema}" text)
-  string(REGEX REPLACE "[][;]" " " text "${text}")
-  set(kept "")
-  while(TRUE)
-    string(FIND "${text}" "<!--" start)
-    if(start EQUAL -1)
-      break()
-    endif()
-    string(SUBSTRING "${text}" 0 ${start} before)
-    string(APPEND kept "${before}")
-    string(SUBSTRING "${text}" ${start} -1 text)
-    string(FIND "${text}" "-->" end)
-    if(end EQUAL -1)  # not well-formed; the compiler says so
-      set(text "")
-      break()
-    endif()
-    math(EXPR end "${end} + 3")
-    string(SUBSTRING "${text}" ${end} -1 text)
-  endwhile()
-  set(${result} "${kept}${text}" PARENT_SCOPE)
-endfunction()
-
 # What the compiler will write for schemas, and the command that writes it: sets <prefix>_SOURCES, <prefix>_HEADERS and
 # <prefix>_INCLUDE_DIR for the caller.
 function(_kwxml_compile_catalogue prefix target name schemas)
-  # What the compiler will write must be known now: one table file per 256 classes, a header per system.
-  set(classes 0)
   set(files "")
-  set(headers "")
-  set(include_dir "${CMAKE_CURRENT_BINARY_DIR}/${target}_catalogue")
-  set(output_dir "${include_dir}/catalogue")
   foreach(schema IN LISTS schemas)
     get_filename_component(schema "${schema}" ABSOLUTE)
     if(NOT EXISTS "${schema}")
       message(FATAL_ERROR "catalogue ${target}: no such schema: ${schema}")
     endif()
     list(APPEND files "${schema}")
-    _kwxml_schema_text("${schema}" text)
-    string(REGEX MATCHALL "<(message|enum)[ \t\r\n]" found "${text}")
-    list(LENGTH found count)
-    math(EXPR classes "${classes} + ${count}")
-    string(REGEX MATCHALL "<system[ \t\r\n][^>]*>" systems "${text}")
-    foreach(system IN LISTS systems)
-      if(system MATCHES "[ \t\r\n]name[ \t\r\n]*=[ \t\r\n]*[\"']([A-Za-z][A-Za-z0-9]*)[\"']")
-        list(APPEND headers "${output_dir}/${CMAKE_MATCH_1}.h")
-      endif()
-    endforeach()
   endforeach()
-  list(REMOVE_DUPLICATES headers)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
-  math(EXPR shards "${classes} / 256 + 1")
-  set(sources "${output_dir}/registry.cpp" "${output_dir}/classes.cpp" "${output_dir}/lists.cpp")
-  math(EXPR last "${shards} - 1")
-  foreach(i RANGE ${last})
-    set(number "${i}")
-    while(number MATCHES "^..?$")
-      set(number "0${number}")
-    endwhile()
-    list(APPEND sources "${output_dir}/tables_${number}.cpp")
-  endforeach()
+  set(include_dir "${CMAKE_CURRENT_BINARY_DIR}/${target}_catalogue")
+  set(output_dir "${include_dir}/catalogue")
+  set(compiler "${_KWXML_SCHEMA_COMPILER}")  # in the library's own build
+  if(NOT compiler)
+    get_target_property(compiler KwXMLMsgsBase::kwxml-catalogue LOCATION)
+  endif()
 
+  # Schemas with errors have no files. The build then says the errors, as it does for any other source.
+  execute_process(COMMAND "${compiler}" --list-outputs -- ${files}
+                  OUTPUT_VARIABLE outputs ERROR_QUIET RESULT_VARIABLE result OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT result EQUAL 0)
+    set(outputs "registry.cpp")
+  endif()
+  string(REPLACE "\n" ";" outputs "${outputs}")
+  list(TRANSFORM outputs PREPEND "${output_dir}/")
+  set(sources ${outputs})
+  set(headers ${outputs})
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  list(FILTER headers INCLUDE REGEX "\\.h$")
+  set(depends "${compiler}")
+  if(TARGET _kwxml_schema_compiler)
+    list(APPEND depends _kwxml_schema_compiler)
+  endif()
   add_custom_command(
-    OUTPUT ${sources} ${headers}
-    COMMAND "$<TARGET_FILE:KwXMLMsgsBase::kwxml-catalogue>" --name "${name}" ${ARGN} --shards ${shards} -o "${output_dir}" -- ${files}
-    DEPENDS "$<TARGET_FILE:KwXMLMsgsBase::kwxml-catalogue>" ${files}
+    OUTPUT ${outputs}
+    COMMAND "${compiler}" --name "${name}" ${ARGN} -o "${output_dir}" -- ${files}
+    DEPENDS ${depends} ${files}
     COMMENT "Compiling catalogue ${target}"
     VERBATIM)
   set(${prefix}_SOURCES "${sources}" PARENT_SCOPE)

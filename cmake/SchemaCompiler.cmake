@@ -1,0 +1,41 @@
+# Which files the schema compiler will write, CMake must know when it configures, and asks the compiler itself. In this
+# build that is to be built yet; so a build of its own makes it first, without the sanitizers and for the machine that
+# builds. The targets of catalogues depend on _kwxml_schema_compiler, which keeps it up to date.
+#
+# Sets _KWXML_SCHEMA_COMPILER, the program's path, for kwxml_add_catalogue().
+set(KWXML_SCHEMA_COMPILER "" CACHE FILEPATH
+    "A schema compiler of this version that runs on the building machine; without it the build makes one first")
+if(KWXML_SCHEMA_COMPILER)
+  set(_KWXML_SCHEMA_COMPILER "${KWXML_SCHEMA_COMPILER}" CACHE INTERNAL "")
+  add_custom_target(_kwxml_schema_compiler)
+  return()
+endif()
+
+include(ProcessorCount)
+ProcessorCount(cores)
+if(cores EQUAL 0)
+  set(cores 1)
+endif()
+set(folder "${CMAKE_BINARY_DIR}/schema-compiler")
+set(settings "-DCMAKE_BUILD_TYPE=Release" "-DCMAKE_CXX_FLAGS_RELEASE=-O1"  # it runs for seconds
+             "-DCMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER}" "-DCMAKE_PREFIX_PATH=${CMAKE_PREFIX_PATH}"
+             "-DCMAKE_MAKE_PROGRAM=${CMAKE_MAKE_PROGRAM}" "-DCMAKE_EXPORT_COMPILE_COMMANDS=OFF")
+if(NOT CMAKE_CROSSCOMPILING)
+  list(APPEND settings "-DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER}")
+endif()
+set(build "${CMAKE_COMMAND}" --build "${folder}" --config Release --target kwxml-catalogue --parallel ${cores})
+message(STATUS "Building the schema compiler")
+foreach(command configure build)
+  if(command STREQUAL "configure")
+    set(words "${CMAKE_COMMAND}" -S "${PROJECT_SOURCE_DIR}/cmake/schema-compiler" -B "${folder}" -G "${CMAKE_GENERATOR}" ${settings})
+  else()
+    set(words ${build})
+  endif()
+  execute_process(COMMAND ${words} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "The schema compiler cannot be built:\n${output}")
+  endif()
+endforeach()
+set(_KWXML_SCHEMA_COMPILER "${folder}/kwxml-catalogue${CMAKE_HOST_EXECUTABLE_SUFFIX}" CACHE INTERNAL "")
+add_custom_target(_kwxml_schema_compiler COMMAND ${build} BYPRODUCTS "${_KWXML_SCHEMA_COMPILER}"
+                  COMMENT "Building the schema compiler" VERBATIM)
