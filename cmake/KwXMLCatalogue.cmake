@@ -12,7 +12,9 @@
 # configures anew, since the schemas say which files are generated.
 #
 # NAME is the catalogue's name, by which wrappers ask for their tables: a C++ identifier. Without it, the target's name,
-# each other character of which becomes "_". Versions of one catalogue go by one name. ALLOW names rules of the compiler
+# each other character of which, and each row of them, becomes "_". Versions of one catalogue go by one name; so a plug-in
+# that has another version than the program that opens it needs a name of its own, or to be opened with RTLD_DEEPBIND.
+# Several STATIC catalogues go into one program where no two have a system of one name. ALLOW names rules of the compiler
 # that it shall not warn of; with STRICT its other warnings are errors.
 
 include(CheckLinkerFlag)
@@ -52,13 +54,17 @@ function(_kwxml_compile_catalogue prefix target name schemas)
   if(TARGET _kwxml_schema_compiler)
     list(APPEND depends _kwxml_schema_compiler)
   endif()
+  # What did not change keeps its time, so that nothing else is built again; that the compiler has run, the stamp says.
+  set(stamp "${include_dir}/compiled")
   add_custom_command(
-    OUTPUT ${outputs}
+    OUTPUT "${stamp}"
+    BYPRODUCTS ${outputs}
     COMMAND "${compiler}" --name "${name}" ${ARGN} -o "${output_dir}" -- ${files}
+    COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
     DEPENDS ${depends} ${files}
     COMMENT "Compiling catalogue ${target}"
     VERBATIM)
-  set(${prefix}_SOURCES "${sources}" PARENT_SCOPE)
+  set(${prefix}_SOURCES "${sources};${stamp}" PARENT_SCOPE)
   set(${prefix}_HEADERS "${headers}" PARENT_SCOPE)
   set(${prefix}_INCLUDE_DIR "${include_dir}" PARENT_SCOPE)
 endfunction()
@@ -80,6 +86,8 @@ function(kwxml_add_catalogue target)
   endif()
   if(NOT arg_NAME)
     string(MAKE_C_IDENTIFIER "${target}" arg_NAME)
+    string(REGEX REPLACE "__+" "_" arg_NAME "${arg_NAME}")  # such names are the compiler's
+    string(REGEX REPLACE "^_" "catalogue_" arg_NAME "${arg_NAME}")
   endif()
   set(options "")
   foreach(rule IN LISTS arg_ALLOW)

@@ -3,7 +3,6 @@
 #include "EvolutionReport.h"
 #include "ReadTables.h"
 #include "SchemaFiles.h"
-#include "Stages.h"
 
 #include <kwxml/model/CatalogueLibrary.h>
 #include <kwxml/model/Registry.h>
@@ -28,22 +27,11 @@ Catalogue loadLibrary(const std::string& path, Diagnostics& diagnostics)
   return {};
 }
 
-Catalogue loadSchemas(const std::string& path, Diagnostics& diagnostics)
-{
-  Catalogue catalogue = parse(read(schemaFiles({path}), diagnostics), diagnostics);
-  if (!diagnostics.hasErrors()) {
-    resolve(catalogue, diagnostics);
-    check(catalogue, diagnostics);
-    layOut(catalogue, diagnostics);
-  }
-  return catalogue;
-}
-
 /// The catalogue, laid out unless the diagnostics have errors.
 Catalogue load(const std::string& path, Diagnostics& diagnostics)
 {
   Catalogue catalogue =
-      isSharedLibrary(path) ? loadLibrary(path, diagnostics) : loadSchemas(path, diagnostics);
+      isSharedLibrary(path) ? loadLibrary(path, diagnostics) : loadSchemas(schemaFiles({path}), diagnostics);
   diagnostics.print(std::cerr);
   return catalogue;
 }

@@ -88,7 +88,10 @@ std::string uniqueName(std::string wanted, std::set<std::string>& names)
 /// A schema's text as a comment on lines of its own. It ends in no backslash, which would join the next line.
 std::string comment(const std::string& text, const std::string& indent)
 {
-  const std::string doc = shown(text);  // no characters that turn the line around
+  std::string doc = shown(text);  // no characters that turn the line around
+  for (std::size_t at = 0; (at = doc.find("?\?/", at)) != std::string::npos;) {
+    doc.insert(at + 1, " ");  // to some compilers it is a backslash
+  }
   constexpr std::size_t width = 110;
   std::string out;
   std::string line;
@@ -129,16 +132,21 @@ std::string enumeration(const Class& cls, const std::string& catalogue)
                 : std::to_string(static_cast<std::int32_t>(field.value))) +
            ",\n";
   }
-  const std::string place = "::kwxml::catalogues::" + catalogue + ", " + std::to_string(cls.system->index) +
-                            ", " + std::to_string(cls.index);
+  const std::string self = "  static constexpr ::kwxml::WrapperEnum self{&::kwxml::catalogues::" + catalogue +
+                           ", " + literal(catalogue) + ", " + literal(cls.system->name) + ", " +
+                           literal(cls.name) + ", " + std::to_string(cls.system->index) + ", " +
+                           std::to_string(cls.index) + ", " + std::to_string(cls.fields.size()) + ", " +
+                           hexadecimal(fingerprint(cls), 8) + "};\n";
   return out +
          "};\n/// The enumerator's name; an empty text for another number.\ninline const char* nameOf(" +
-         name + " value)\n{\n  return ::kwxml::enumeratorName(" + place +
-         ", static_cast<int>(value));\n}\n/// False, with `value` unchanged, for another name.\n"
-         "inline bool valueOf(const ::std::string& name, " +
-         name + "& value)\n{\n  int number = 0;\n  if (!::kwxml::enumeratorValue(" + place +
-         ", name, number)) {\n    return false;\n  }\n  value = static_cast<" + name +
-         ">(number);\n  return true;\n}\n";
+         name + " value)\n{\n" + self +
+         "  return ::kwxml::enumeratorName(self, static_cast<int>(value));\n}\n"
+         "/// False, with `value` unchanged, for another name.\ninline bool valueOf(const ::std::string& "
+         "name, " +
+         name + "& value)\n{\n" + self +
+         "  int number = 0;\n  if (!::kwxml::enumeratorValue(self, name, number)) {\n    return false;\n  "
+         "}\n  value = static_cast<" +
+         name + ">(number);\n  return true;\n}\n";
 }
 
 /// The accessors of one field.
@@ -233,7 +241,7 @@ private:
     const std::string wrapper = qualified(*field_.reference);
     const std::string address = "(*this, " + ownPlace_ + ", " + key_;
     const std::string checked = address + ", " + hexadecimal(tagId(*field_.reference), 8) + ", " +
-                                hexadecimal(fingerprint(*field_.reference), 8) + ")";
+                                hexadecimal(fingerprint(*field_.reference), 8) + ", kwxmlClass.catalogue)";
     const std::string made = "::kwxml::mutableNestedMessage" + checked;
     return getter("const " + wrapper + "*", "hasOwn(" + number_ + ", " + key_ + ") ? static_cast<const " +
                                                 wrapper + "*>(::kwxml::nestedMessage" + checked +
@@ -429,7 +437,7 @@ OutputFile emitHeader(const System& system, const Emission& emission)
 {
   std::string out = emission.headLine + "//" + explanation +
                     "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\nnamespace kwxml::catalogues {\n"
-                    "extern const ::kwxml::Registry " +
+                    "extern const ::kwxml::Registry* const " +
                     emission.name + ";\n}  // namespace kwxml::catalogues\n\n";
   std::map<std::string, std::set<std::string>> others;  // sorted by name: equal schemas give equal bytes
   for (const auto& [other, classes] : references(system)) {

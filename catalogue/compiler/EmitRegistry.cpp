@@ -14,7 +14,7 @@
 //     };
 //     const ::kwxml::ClassIdIndex MessageIDAndIndicesMapping_Demo[] = {{0x3F0, 0}};
 //     const ::kwxml::DefaultValue DefaultValuesMetadata_Demo[] = {{0, "0"}, {65535, nullptr}};
-//     const ::kwxml::ClassNameIndex classNames[] = {{0x1234ABCD, 1, 0}};
+//     const ::kwxml::ClassNameIndex classNames_pets[] = {{0x1234ABCD, 1, 0}};
 //     }
 //
 //   registry.cpp
@@ -32,11 +32,12 @@
 //     nullptr, -1}};
 //
 //     namespace kwxml::catalogues {
-//     extern const ::kwxml::Registry pets;
-//     constinit const ::kwxml::Registry pets(tables);
+//     extern const ::kwxml::Registry* const pets;
+//     const ::kwxml::Registry* const pets = &registry;
 //     }
-//     const ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue =
-//     &::kwxml::catalogues::pets;
+//     const ::kwxml::Registry* const XML_KWMessage_MessageSystemChooser::catalogue = &registry;
+//
+// What others see of the object are pointers: a program may have a copy of what it refers to in a library.
 //
 // Systems come in ascending order of their indices. The rows stand there twice: the catalogue's object refers
 // to those that no other catalogue of the process can take the place of, as the first one does with
@@ -163,7 +164,13 @@ std::string counted(const std::string& type, const std::string& name, const std:
   return lines.empty() ? "" : array("::kwxml::" + type, name, lines);
 }
 
-std::string names(const Tables& tables)
+/// The lists of a catalogue go by its name: several may be linked into one program.
+std::string listName(const char* list, const Emission& emission)
+{
+  return list + ("_" + emission.name);
+}
+
+std::string names(const Tables& tables, const Emission& emission)
 {
   std::string classNames;
   for (const ClassNameIndex& entry : tables.classNames) {
@@ -184,8 +191,9 @@ std::string names(const Tables& tables)
     docs += place(row) + literal(row.text) + "},\n";
   }
   // Visible to registry.cpp, and no further.
-  return counted("ClassNameIndex", "classNames", classNames) +
-         counted("FormerName", "formerNames", formerNames) + counted("DocText", "docs", docs);
+  return counted("ClassNameIndex", listName("classNames", emission), classNames) +
+         counted("FormerName", listName("formerNames", emission), formerNames) +
+         counted("DocText", listName("docs", emission), docs);
 }
 
 std::string xpathArray(const std::string& name, const std::string& rows)
@@ -197,22 +205,21 @@ std::string catalogueObject(const Tables& tables, const Emission& emission)
 {
   const std::string& name = emission.name;
   const auto count = [](std::size_t size) { return std::to_string(size) + ", "; };
-  const auto pointer = [](std::size_t size, const char* array) {
-    return size > 0 ? std::string("::") + chooser + "::" + array : "nullptr";
+  const auto pointer = [&emission](std::size_t size, const char* array) {
+    return size > 0 ? std::string("::") + chooser + "::" + listName(array, emission) : "nullptr";
   };
-  const std::string object = "const ::kwxml::Registry " + name;
+  const std::string declarator = "const ::kwxml::Registry* const " + name;
   return "\nnamespace {\nconstexpr ::kwxml::CatalogueTables tables = {\n    " +
          std::to_string(CatalogueTables::currentVersion) + ", " + count(tables.classNames.size()) +
          count(tables.formerNames.size()) + count(tables.docs.size()) + literal(name) +
          ",\n    systemRows, xpathRows, " + pointer(tables.classNames.size(), "classNames") + ", " +
          pointer(tables.formerNames.size(), "formerNames") + ", " + pointer(tables.docs.size(), "docs") +
-         "};\n}  // namespace\n\nnamespace kwxml::catalogues {\nextern " + object + ";\nconstinit " + object +
-         "(tables);\n}  // namespace kwxml::catalogues\n" +
+         "};\nconstinit const ::kwxml::Registry registry(tables);\n}  // namespace\n\nnamespace "
+         "kwxml::catalogues {\nextern " +
+         declarator + ";\n" + declarator + " = &registry;\n}  // namespace kwxml::catalogues\n" +
          (emission.builtIn ? ""
                            : "\n[[gnu::weak]] const ::kwxml::Registry* const "
-                             "XML_KWMessage_MessageSystemChooser::catalogue =\n"
-                             "    &::kwxml::catalogues::" +
-                                 name + ";\n");
+                             "XML_KWMessage_MessageSystemChooser::catalogue = &registry;\n");
 }
 
 /// A file of tables that only the catalogue's other files see.
@@ -259,15 +266,16 @@ void emitRegistry(const Catalogue& catalogue, const Emission& emission, const Ta
                  " {\nvoid RegisterSubsystem();\nvoid RegisterSubsystem() {}\n}  // namespace " + name + "\n";
   }
   take(hiddenTables("classes.cpp", emission, fields, classRecords));
-  take(hiddenTables("lists.cpp", emission, "", lists + names(tables)));
+  take(hiddenTables("lists.cpp", emission, "", lists + names(tables, emission)));
   take({"registry.cpp",
         emission.headLine + "#include <kwxml/model/Registry.h>\n\n" + hiddenFromHere + "\nnamespace " +
-            chooser + " {\n" + declarations +
-            "extern const ::kwxml::ClassNameIndex classNames[];\nextern const ::kwxml::FormerName "
-            "formerNames[];\nextern const ::kwxml::DocText docs[];\n}  // namespace " +
-            chooser + "\n\nnamespace {\n" + xpathConstants + registryRows(tables.systems, "systemRows") +
-            xpathArray("xpathRows", xpathRows) + "}  // namespace\n\n" + hiddenToHere +
-            "#pragma GCC visibility push(default)\n" + functions + "\n" +
+            chooser + " {\n" + declarations + "extern const ::kwxml::ClassNameIndex " +
+            listName("classNames", emission) + "[];\nextern const ::kwxml::FormerName " +
+            listName("formerNames", emission) + "[];\nextern const ::kwxml::DocText " +
+            listName("docs", emission) + "[];\n}  // namespace " + chooser + "\n\nnamespace {\n" +
+            xpathConstants + registryRows(tables.systems, "systemRows") + xpathArray("xpathRows", xpathRows) +
+            "}  // namespace\n\n" + hiddenToHere + "#pragma GCC visibility push(default)\n" + functions +
+            "\n" +
             "// Weak: several catalogues of a process may define these; the first counts.\n[[gnu::weak]] " +
             registryRows(tables.systems, "XML_KWMessage_MessageSystemChooser::msgSysStruct") +
             "\n[[gnu::weak]] " + xpathArray("XML_KWMessage_MessageSystemChooser::xpathData", xpathRows) +

@@ -341,14 +341,19 @@ private:
     }
   }
 
-  /// What is told of one element's former names: that of the older catalogue which nothing leads to any more.
+  /// What is told of one element's former names: that of the older catalogue which nothing leads to any more,
+  /// and a new one that is not the name which the element had.
   template <class Element, class... Place>
-  void reportLostName(const Element& older, const Element& newer, const std::string& what,
-                      const Place&... place)
+  void reportFormerNames(const Element& older, const Element& newer, const std::string& what,
+                         const Place&... place)
   {
     const std::optional<std::string> former = formerName(older);
     if (former && former != readName(newer) && former != formerName(newer)) {
       tell(Id::FormerNameRemoved, place..., what + " is no longer found by " + quoted(*older.formerly));
+    }
+    const std::optional<std::string> added = formerName(newer);
+    if (added && added != former && added != readName(older)) {
+      tell(Id::FormerNameAdded, place..., what + " is found by " + quoted(*newer.formerly) + ", too");
     }
   }
 
@@ -450,7 +455,7 @@ private:
            newer, called(older) + " is now called " + quoted(tagName(newer)));
     }
     if (!newer.isEnum) {
-      reportLostName(older, newer, called(newer), newer);
+      reportFormerNames(older, newer, called(newer), newer);
     }
     if (older.id != newer.id) {
       tell(newer.isEnum ? Id::EnumIdChanged : Id::ClassIdChanged, newer,
@@ -478,10 +483,19 @@ private:
         continue;
       }
       if (isRenamed(*before, field)) {
-        tell(knowsOldName(*before, field) ? Id::EnumeratorRenamedFormerly : Id::EnumeratorRenamed, newer,
-             field, called(older, *before) + " is now called " + quoted(field.name));
+        const bool sameRead = readName(*before) == readName(field);
+        tell(sameRead                       ? Id::EnumeratorRespelled
+             : knowsOldName(*before, field) ? Id::EnumeratorRenamedFormerly
+                                            : Id::EnumeratorRenamed,
+             newer, field, called(older, *before) + " is now called " + quoted(field.name));
       }
-      reportLostName(*before, field, called(newer, field), newer, field);
+      const Field* const read = firstRead(newer, *before);
+      if (read != nullptr && read != &field && firstRead(older, *before) == before) {
+        tell(Id::EnumeratorNameTaken, newer, field,
+             "the name " + quoted(before->name) + " of " + called(newer, field) + " is read as " +
+                 quoted(read->name));
+      }
+      reportFormerNames(*before, field, called(newer, field), newer, field);
       if (before->recordHash() != field.recordHash()) {
         tell(Id::EnumeratorRenumbered, newer, field,
              fromTo("value of " + called(newer, field), before->value, field.value));
@@ -495,6 +509,17 @@ private:
     }
   }
 
+  /// What readers take an enumerator's name for; null when they do not know it.
+  static const Field* firstRead(const Class& enumeration, const Field& name)
+  {
+    for (const Field& field : enumeration.fields) {
+      if (readName(field) == readName(name)) {
+        return &field;
+      }
+    }
+    return nullptr;
+  }
+
   void compareFields(const Class& older, const Class& newer)
   {
     comparePositions(older, newer);
@@ -506,13 +531,13 @@ private:
                called(older, *before) + " is now called " + quoted(field.name));
         }
         compareField(newer, *before, field);
-        reportLostName(*before, field, called(newer, field), newer, field);
+        reportFormerNames(*before, field, called(newer, field), newer, field);
       } else {
         tell(isUncoded(field.type) ? Id::FieldAddedUncoded : Id::FieldAdded, newer, field,
              called(newer, field) + " is new, of type " + typeText(field));
       }
-      if (before == nullptr || isRenamed(*before, field)) {
-        reportNestedName(newer, field);
+      if (before == nullptr || isRenamed(*before, field) || (before->hidden && !field.hidden)) {
+        reportNestedName(newer, field, false);
       }
       reportReusedHash(older, newer, field);
       reportTakenName(older.fields, field, before, called(newer, field), newer, field);
@@ -525,6 +550,9 @@ private:
                  : isUncoded(field.type) ? Id::FieldRemovedUncoded
                                          : Id::FieldRemoved,
                  older, field, called(older, field) + " is gone");
+        if (!unread) {
+          reportNestedName(older, field, true);
+        }
       }
     }
   }
@@ -560,21 +588,22 @@ private:
   {
     const std::string name = called(cls, newer);
     if (older.hidden != newer.hidden) {
-      tell(newer.hidden ? Id::FieldHidden : Id::FieldShown, cls, newer,
-           name + (newer.hidden ? " is hidden now" : " is no longer hidden"));
+      tell(newer.hidden            ? Id::FieldHidden
+           : isUncoded(newer.type) ? Id::FieldAddedUncoded
+                                   : Id::FieldShown,
+           cls, newer, name + (newer.hidden ? " is hidden now" : " is no longer hidden"));
     }
     if (older.type != newer.type) {
       tell(retypeRule(older.type, newer.type), cls, newer,
            fromTo("type of " + name, typeText(older), typeText(newer)));
-    } else if (sameReference(older.reference, newer.reference) &&
-               sameReference(older.keyReference, newer.keyReference)) {
-      if (older.defaultValue != newer.defaultValue) {
-        tell(Id::FieldDefaultChanged, cls, newer,
-             fromTo("default of " + name, valueOrNone(older.defaultValue), valueOrNone(newer.defaultValue)));
-      }
-    } else {
+    } else if (!sameReference(older.reference, newer.reference) ||
+               !sameReference(older.keyReference, newer.keyReference)) {
       tell(Id::FieldClassChanged, cls, newer,
            fromTo("class of " + name, references(older), references(newer)));
+    }
+    if (older.defaultValue != newer.defaultValue) {
+      tell(Id::FieldDefaultChanged, cls, newer,
+           fromTo("default of " + name, valueOrNone(older.defaultValue), valueOrNone(newer.defaultValue)));
     }
     compareMarks(cls, older, newer);
     compareAnnotations(cls, older, newer);
@@ -609,7 +638,8 @@ private:
            newer.passwordName.value_or("none"));
     }
     const auto there = [](bool value) { return value ? "there" : "absent"; };
-    mark(Id::CdataMarkChanged, "CDATA mark", there(older.cdata), there(newer.cdata));
+    mark(newer.cdata ? Id::CdataMarkAdded : Id::CdataMarkRemoved, "CDATA mark", there(older.cdata),
+         there(newer.cdata));
     mark(Id::XPathMarkChanged, "XPath mark", there(older.xpath), there(newer.xpath));
   }
 
@@ -646,8 +676,8 @@ private:
          "annotation " + quoted(name) + " of " + called(cls, field) + " " + what);
   }
 
-  /// A field that older programs pass over, with messages in it that have a field of its name.
-  void reportNestedName(const Class& cls, const Field& field)
+  /// A field that the programs of one version pass over, with messages in it that have a field of its name.
+  void reportNestedName(const Class& cls, const Field& field, bool isGone)
   {
     std::set<const Class*> seen;
     std::vector<const Class*> left = {field.reference, field.keyReference};
@@ -659,8 +689,13 @@ private:
       }
       for (const Field& other : inner->fields) {
         if (other.name == field.name && fieldTypeInfo(other.type).storage != Storage::None) {
-          tell(Id::FieldNameNested, cls, field,
-               "messages within " + called(cls, field) + " have a field of its name: " + called(*inner));
+          const std::string text =
+              "messages within " + called(cls, field) + " have a field of its name: " + called(*inner);
+          if (isGone) {
+            tellGone(Id::FieldNameNested, cls, field, text);
+          } else {
+            tell(Id::FieldNameNested, cls, field, text);
+          }
           return;
         }
         left.insert(left.end(), {other.reference, other.keyReference});

@@ -1,7 +1,6 @@
 // The second back end: the tables of schemas in memory, record for record those that the compiler writes as
 // C++. Part of the message library.
 #include "SchemaFiles.h"
-#include "Stages.h"
 #include "Tables.h"
 
 #include <kwxml/model/Registry.h>
@@ -210,15 +209,14 @@ Registry::Owner Registry::fromSchemas(const std::vector<std::string>& paths, std
 {
   using namespace catalogue;
   problems.clear();
+  if (paths.empty()) {
+    problems = "no schemas\n";
+    return nullptr;
+  }
   try {
     YMMessageBase::Initialize();  // the XML parser
     Diagnostics diagnostics;
-    Catalogue schemas = parse(read(schemaFiles(paths), diagnostics), diagnostics);
-    if (!diagnostics.hasErrors()) {
-      resolve(schemas, diagnostics);
-      check(schemas, diagnostics);
-      layOut(schemas, diagnostics);
-    }
+    const Catalogue schemas = loadSchemas(schemaFiles(paths), diagnostics);
     std::ostringstream lines;
     diagnostics.print(lines);
     problems = lines.str();

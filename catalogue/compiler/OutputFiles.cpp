@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -11,8 +13,24 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What a file is called until all of them are whole.
-constexpr const char* temporary = ".new";
+struct Close
+{
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, Close>;
+
+/// A new file beside a place, for what is to come there. Takes nobody's file, and follows no link.
+File createBeside(const fs::path& place, fs::path& path)
+{
+  constexpr int tries = 1000;
+  File file;
+  for (int i = 0; file == nullptr && i < tries && (i == 0 || errno == EEXIST); ++i) {
+    path = place;
+    path += ".new" + (i > 0 ? std::to_string(i) : std::string());
+    file.reset(std::fopen(path.c_str(), "wbx"));
+  }
+  return file;
+}
 
 bool holds(const fs::path& path, const std::string& text)
 {
@@ -57,8 +75,8 @@ OutputFolder::OutputFolder(fs::path directory) : directory_(std::move(directory)
 OutputFolder::~OutputFolder()
 {
   std::error_code ignored;  // the failure that led here is the one to report
-  for (const std::string& name : changed_) {
-    fs::remove(directory_ / (name + temporary), ignored);
+  for (const Waiting& file : changed_) {
+    fs::remove(file.path, ignored);
   }
 }
 
@@ -68,13 +86,18 @@ void OutputFolder::add(const OutputFile& file)
   if (holds(place, file.text)) {
     return;
   }
-  changed_.push_back(file.name);
-  const fs::path path = directory_ / (file.name + temporary);
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out << file.text;
-  out.close();
-  if (!out) {
-    throw fs::filesystem_error("cannot write", path, std::make_error_code(std::errc::io_error));
+  fs::path path;
+  File out = createBeside(place, path);
+  const auto failed = [&path] {
+    return fs::filesystem_error("cannot write", path, std::error_code(errno, std::generic_category()));
+  };
+  if (out == nullptr) {
+    throw failed();
+  }
+  changed_.push_back({file.name, path});
+  const bool written = std::fwrite(file.text.data(), 1, file.text.size(), out.get()) == file.text.size();
+  if (std::fclose(out.release()) != 0 || !written) {
+    throw failed();
   }
   if (const fs::file_status earlier = fs::status(place); fs::is_regular_file(earlier)) {
     fs::permissions(path, earlier.permissions());
@@ -83,14 +106,14 @@ void OutputFolder::add(const OutputFile& file)
 
 void OutputFolder::commit()
 {
-  for (const std::string& name : changed_) {  // a rename that can only fail must not leave half of them done
-    if (fs::is_directory(fs::symlink_status(directory_ / name))) {
-      throw fs::filesystem_error("cannot replace", directory_ / name,
+  for (const Waiting& file : changed_) {  // a rename that can only fail must not leave half of them done
+    if (fs::is_directory(fs::symlink_status(directory_ / file.name))) {
+      throw fs::filesystem_error("cannot replace", directory_ / file.name,
                                  std::make_error_code(std::errc::is_a_directory));
     }
   }
-  for (const std::string& name : changed_) {
-    fs::rename(directory_ / (name + temporary), directory_ / name);
+  for (const Waiting& file : changed_) {
+    fs::rename(file.path, directory_ / file.name);
   }
   changed_.clear();
 }

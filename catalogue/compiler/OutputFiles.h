@@ -31,7 +31,13 @@ public:
 
 private:
   std::filesystem::path directory_;
-  std::vector<std::string> changed_;  ///< names of the files that wait beside their places
+  /// A file that waits beside its place.
+  struct Waiting
+  {
+    std::string name;
+    std::filesystem::path path;
+  };
+  std::vector<Waiting> changed_;
 };
 
 }  // namespace kwxml::catalogue

@@ -1,5 +1,7 @@
 #include "SchemaFiles.h"
 
+#include "Stages.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
@@ -28,6 +30,22 @@ std::vector<std::string> schemaFiles(const std::vector<std::string>& paths)
     files.insert(files.end(), found.begin(), found.end());
   }
   return files;
+}
+
+Catalogue loadSchemas(const std::vector<std::string>& files, Diagnostics& diagnostics)
+{
+  Catalogue catalogue;
+  try {
+    catalogue = parse(read(files, diagnostics), diagnostics);
+    if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
+      resolve(catalogue, diagnostics);
+      check(catalogue, diagnostics);
+      layOut(catalogue, diagnostics);
+    }
+  } catch (const TooManyErrors&) {
+    // They are printed as any others.
+  }
+  return catalogue;
 }
 
 }  // namespace kwxml::catalogue

@@ -126,6 +126,10 @@ std::uint32_t fingerprint(const Class& cls)
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     const FieldRow row = fieldRow(cls.fields[i], i);
     value = fingerprintStep(value, row.hash, row.number, row.slot, row.type);
+    if (cls.fields[i].isEnumerator()) {
+      const std::string& name = cls.fields[i].name;
+      value = fingerprintStep(value, nameHash(name.data(), name.size()), 0, 0, 0);
+    }
   }
   return value;
 }

@@ -27,6 +27,7 @@ constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
 constexpr unsigned maxShards = 9999;
 constexpr std::size_t maxName = 255;
+constexpr const char* builtInName = "builtin";
 
 struct Arguments
 {
@@ -45,9 +46,9 @@ constexpr const char* description =
     "of typed wrappers per system.";
 
 constexpr const char* footer =
-    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/registry.cpp and OUTDIR/<System>.h. The same schemas give "
-    "the same\n"
-    "bytes, and a file whose text stays keeps its time. Mistakes are reported on standard error as\n"
+    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/classes.cpp, OUTDIR/lists.cpp, OUTDIR/registry.cpp and\n"
+    "OUTDIR/<System>.h. The same schemas give the same bytes, and a file whose text stays keeps its time.\n"
+    "Mistakes are reported on standard error as\n"
     "FILE:LINE:COLUMN: error: TEXT, the place being just behind the start tag of the element in question; "
     "nothing\n"
     "is written then. Warnings have the name of their rule, for --allow, behind them.\n"
@@ -172,12 +173,16 @@ void addOptions(CLI::App& app, CompareCall& call)
       ->check(CLI::Validator([](std::string& value) { return refuseEvolutionRule(value); }, ""))
       ->type_name("RULE");
   app.add_flag("--rules", call.rules, "List the rules, and no differences");
+  app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
   app.footer(compareFooter);
 }
 
 /// What a whole command line lacks, empty when it lacks nothing.
 std::string findMissing(const Arguments& arguments)
 {
+  if (arguments.emission.name == builtInName && !arguments.emission.builtIn) {
+    return "--name: the message library's own catalogue is called " + kwxml::catalogue::quoted(builtInName);
+  }
   if (arguments.outputDirectory.empty() && !arguments.listOutputs && !arguments.format) {
     return "no output directory";
   }
@@ -268,14 +273,8 @@ int compile(const Arguments& arguments)
     diagnostics.allow(*findRule(rule));
   }
   const std::vector<std::string> files = schemaFiles(arguments.schemas);
-  Catalogue catalogue;
+  const Catalogue catalogue = loadSchemas(files, diagnostics);
   try {
-    catalogue = parse(read(files, diagnostics), diagnostics);
-    if (!diagnostics.hasErrors()) {  // what follows counts on the structure that the grammar asks for
-      resolve(catalogue, diagnostics);
-      check(catalogue, diagnostics);
-      layOut(catalogue, diagnostics);
-    }
     if (!diagnostics.hasErrors()) {
       checkForms(catalogue, diagnostics);
     }
@@ -295,10 +294,6 @@ int compile(const Arguments& arguments)
     return exitDone;
   }
   emit(catalogue, emission, [](const OutputFile& file) { std::cout << file.name << '\n'; });
-  std::cout.flush();
-  if (!std::cout) {
-    throw std::runtime_error("cannot write to standard output");
-  }
   return exitDone;
 }
 
@@ -370,8 +365,12 @@ bool isComparing(int argc, char** argv)
 int main(int argc, char** argv)
 {
   try {
-    return isComparing(argc, argv) ? runCall<CompareCall>(compareDescription, argc, argv)
-                                   : runCall<Arguments>(description, argc, argv);
+    const int status = isComparing(argc, argv) ? runCall<CompareCall>(compareDescription, argc, argv)
+                                               : runCall<Arguments>(description, argc, argv);
+    if (!std::cout.flush()) {
+      throw std::runtime_error("cannot write to standard output");
+    }
+    return status;
   } catch (const std::exception& exception) {
     std::cerr << "kwxml-catalogue: " << oneLine(exception.what()) << '\n';
   } catch (const xercesc::XMLException&) {

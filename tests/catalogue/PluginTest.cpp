@@ -6,9 +6,13 @@
 
 #include <catalogue/Own.h>
 
+#include "platform/TempDirectory.h"
+
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <memory>
 
 namespace {
@@ -44,6 +48,35 @@ TEST(Plugin, BringsItsCatalogueWithIt)
   EXPECT_TRUE(*made == target);
   dlclose(library);  // stays loaded, since messages point into its tables
   EXPECT_EQ(copy.getTagName(), "Evolving_Item");
+}
+
+/// Why the library cannot be loaded, without its path.
+std::string refusal(const std::string& path)
+{
+  std::string problem;
+  EXPECT_EQ(kwxml::Registry::fromLibrary(path, problem), nullptr);
+  EXPECT_TRUE(problem.starts_with(path + ": ")) << problem;
+  return problem.substr(std::min(problem.size(), path.size() + 2));
+}
+
+TEST(Libraries, AreRefusedByName)
+{
+  const kwxml::test::TempDirectory folder;
+  std::ifstream in(KWXML_PLUGIN, std::ios::binary);
+  const std::string whole((std::istreambuf_iterator<char>(in)), {});
+  std::string otherMachine = whole;
+  otherMachine[18] = static_cast<char>(0xB7);  // e_machine: AArch64
+  otherMachine[19] = 0;
+  std::string otherWidth = whole;
+  otherWidth[4] = 1;  // ELFCLASS32
+  EXPECT_EQ(refusal(folder.write("machine.so", otherMachine)), "it is built for another machine");
+  EXPECT_EQ(refusal(folder.write("width.so", otherWidth)), "it is built for another machine");
+  EXPECT_EQ(refusal(folder.write("head.so", whole.substr(0, 20))), "the file is cut short");
+  EXPECT_EQ(refusal(folder.write("half.so", whole.substr(0, whole.size() / 2))), "the file is cut short");
+  EXPECT_EQ(refusal(folder.write("text.so", std::string(100, ' '))), "it is no shared library");
+  EXPECT_NE(refusal(folder.path() + "/none.so").find("No such file or directory"), std::string::npos);
+  EXPECT_EQ(refusal(KWXML_LATER), "its tables are of version 3, this library reads version 2");
+  EXPECT_EQ(refusal(KWXML_OTHER), "it holds no catalogue of this library's kind");
 }
 
 }  // namespace

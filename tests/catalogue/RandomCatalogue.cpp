@@ -227,7 +227,10 @@ void RandomCatalogue::changeEnum(RandomClass& cls)
     return;
   }
   RandomMember& enumerator = anyOf(cls.members);
-  switch (below(5)) {
+  switch (below(6)) {
+    case 5:  // readers take names in any case
+      enumerator.name[0] = static_cast<char>(enumerator.name[0] ^ 0x20);
+      break;
     case 0:
       cls.members.erase(cls.members.begin() + (&enumerator - cls.members.data()));
       break;

@@ -91,18 +91,18 @@ TEST(Versions, AMessageIsNotMadeOfWhatIsNone)
 
 /// What is refused says which class of which catalogue, and the first record that differs.
 template <class Access>
-void expectRefused(Access access, const std::string& difference)
+void expectRefused(Access access, const std::string& difference, const std::string& cls = "SameId")
 {
   kwxml::test::LogCapture log;
   try {
     access();
     ADD_FAILURE() << "no exception";
   } catch (const KwException& e) {
-    EXPECT_NE(
-        e.getText().find("The tables of class Evolving_SameId in catalogue 'evolving' are not those that the "
-                         "program was compiled with" +
-                         difference),
-        std::string::npos)
+    EXPECT_NE(e.getText().find("The tables of class Evolving_" + cls +
+                               " in catalogue 'evolving' are not those that the "
+                               "program was compiled with" +
+                               difference),
+              std::string::npos)
         << e.getText();
     EXPECT_TRUE(log.has("kwxml::checkWrapper", "[" + e.getText() + "]"));
   }
@@ -124,14 +124,33 @@ TEST(Versions, TheSameClassWithOtherFieldsIsRefused)
   YMMessageBase message(Evolving::SameId::systemIndex, Evolving::SameId::classIndex);
   expectRefused([] { Evolving::SameId made; }, difference);
   expectRefused([&] { kwxml::as<Evolving::SameId>(message).has_number(); }, difference);
-  std::vector<YMMessageBase> list = {message};
-  expectRefused([&] { kwxml::ConstMessageList<Evolving::SameId> view(&list); }, difference);
-  expectRefused([&] { kwxml::MessageList<Evolving::SameId> view(&list); }, difference);
+  std::vector<YMMessageBase> list = {Evolving::Holder(), message};
+  kwxml::MessageList<Evolving::SameId> view(&list);
+  EXPECT_FALSE(view[0].has_number()) << "of another tag";
+  expectRefused([&] { view[1].has_number(); }, difference);
+  expectRefused([&] { view.back(); }, difference);
+  expectRefused([&] { kwxml::ConstMessageList<Evolving::SameId>(view).at(1); }, difference);
+  expectRefused([&] { (void)view.begin()[1]; }, difference);
   // As a part of a message that is the same in both.
   Evolving::Holder holder;
   holder.setObject(0, 0, &message, false, Evolving::Holder::tag, kwxml::nameHash("same", 4), true);
-  expectRefused([&] { holder.same(); }, "");
-  expectRefused([&] { holder.mutable_same(); }, "");
+  const std::string records = ", of catalogue 'evolving': the records of its fields differ";
+  expectRefused([&] { holder.same(); }, records);
+  expectRefused([&] { holder.mutable_same(); }, records);
+}
+
+TEST(Versions, AnEnumerationWithOtherEnumeratorsIsRefused)
+{
+  const std::string turned = ", of catalogue 'evolving': its 2 enumerators do not begin with the program's 2";
+  expectRefused([] { nameOf(Evolving::Turned::RED); }, turned, "Turned");
+  auto value = Evolving::Turned::RED;
+  expectRefused([&] { valueOf("GREEN", value); }, turned, "Turned");
+#ifdef HAS_DROPPED
+  EXPECT_STREQ(nameOf(Evolving::Grade::GOOD), "GOOD") << "it stands elsewhere, and has one more at its end";
+#else
+  expectRefused([] { nameOf(Evolving::Grade::BETTER); },
+                ", of catalogue 'evolving': its 1 enumerators do not begin with the program's 2", "Grade");
+#endif
 }
 
 TEST(Versions, AClassThatTheTablesLackIsRefused)

@@ -3,6 +3,8 @@
 #include "Files.h"
 #include "Names.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/metadata/JsonSchema.h>
 #include <kwxml/metadata/SchemaDetails.h>
 #include <kwxml/metadata/XmlSchema.h>
@@ -288,6 +290,7 @@ void addCatalogueCommands(CLI::App& app, Session& session)
                                    "Example:\n  kwxml hash errorCode errorMessage", options->outputFile);
     command.add_option("NAME", options->names, "Names of fields")->type_name("")->required();
     command.callback([options, &session] {
+      session.needsCatalogue = false;
       session.run = [options](LibraryLog&) {
         std::string text;
         for (const std::string& name : options->names) {

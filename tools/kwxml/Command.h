@@ -5,11 +5,14 @@
 // behind.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
 #include <stdexcept>
 #include <string>
+
+// Its header takes compilers seconds: only the files that add options include that.
+namespace CLI {
+class App;
+}
 
 namespace kwxml::tool {
 
@@ -37,6 +40,7 @@ struct Session
   std::function<void(LibraryLog& log)> run;
   int logLevel = 0;
   std::string catalogue;  ///< schemas or a library; empty: the linked one
+  bool needsCatalogue = true;
   ExitStatus status = exitDone;
 };
 

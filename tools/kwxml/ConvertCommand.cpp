@@ -3,6 +3,8 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <memory>
 #include <vector>

@@ -4,6 +4,8 @@
 #include "PageForm.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/codec/StandInPasswords.h>
 #include <kwxml/traverse/DifferencePage.h>
 #include <kwxml/traverse/MessageDiff.h>

@@ -4,6 +4,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/traverse/XmlTraverse.h>
 

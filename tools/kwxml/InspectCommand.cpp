@@ -5,6 +5,8 @@
 #include "Inspect.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <fstream>
 #include <memory>
 #include <optional>

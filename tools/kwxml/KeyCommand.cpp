@@ -2,6 +2,8 @@
 #include "Command.h"
 #include "Files.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/platform/PasswordKeyFile.h>
 
 #include <csignal>
@@ -69,7 +71,10 @@ void addKeyCommand(CLI::App& app, Session& session)
       "none.\n\n"
       "Example:\n  kwxml key create /etc/kwxml/password.key >> /etc/kwxml/settings.ini");
   command.add_option("FILE", *file, "The key file to create")->required()->type_name("");
-  command.callback([file, &session] { session.run = [file](LibraryLog&) { create(*file); }; });
+  command.callback([file, &session] {
+    session.needsCatalogue = false;
+    session.run = [file](LibraryLog&) { create(*file); };
+  });
 }
 
 }  // namespace kwxml::tool

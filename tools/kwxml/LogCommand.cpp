@@ -3,6 +3,8 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/log/XmlBinaryLogger.h>
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/platform/LogSink.h>

@@ -3,6 +3,8 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/traverse/XmlTraverse.h>
 
 namespace kwxml::tool {

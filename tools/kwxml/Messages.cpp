@@ -4,6 +4,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/codec/StandInPasswords.h>
 
 #include <optional>

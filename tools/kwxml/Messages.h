@@ -7,11 +7,14 @@
 
 #include <kwxml/reading/Problems.h>
 
-#include <CLI/CLI.hpp>
-
 #include <memory>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+class Validator;
+}  // namespace CLI
 
 namespace kwxml::tool {
 

@@ -4,6 +4,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/text/ShownText.h>
 
@@ -66,8 +68,10 @@ struct SetOptions
   WriteChoices write;
 };
 
-/// The XPath that a path of field positions stands for from a class on; empty when it leads nowhere there.
-std::string xpathFrom(const _ClassDef* cls, const XPathFieldsInfo& path)
+/// The XPath that a path of field positions stands for from a class on; empty when it leads nowhere there. A
+/// name that `written` has in its place is taken from there where it leads to the same field: it may be a
+/// former one.
+std::string xpathFrom(const _ClassDef* cls, const XPathFieldsInfo& path, std::string_view written = {})
 {
   std::string xpath;
   for (int level = 0; level < path.depth; ++level) {
@@ -78,7 +82,13 @@ std::string xpathFrom(const _ClassDef* cls, const XPathFieldsInfo& path)
     const FieldDef& def = cls->fields[position];
     const bool last = level + 1 == path.depth;
     const bool list = fieldTypeInfo(def.type).element != FIELD_UNSET;
-    xpath += (last && !list ? "@" : "") + std::string(def.getName()) + (last ? "" : "[1]/");
+    std::string_view name = written.substr(0, written.find_first_of("[/"));
+    name.remove_prefix(name.starts_with('@') ? 1 : 0);
+    written.remove_prefix(std::min(written.find('/'), written.size() - 1) + 1);
+    if (name.empty() || findFieldOrFormer(*cls, nameHash(name.data(), name.size())) != &def) {
+      name = def.getName();
+    }
+    xpath += (last && !list ? "@" : "") + std::string(name) + (last ? "" : "[1]/");
     const bool leadsOn = def.type == FIELD_OBJECT || def.type == FIELD_LIST_OBJECT;
     cls = leadsOn ? YMMessageBase::GetClassDefFromClassID(def) : nullptr;
   }
@@ -140,11 +150,12 @@ void Setter::set(std::string_view line, const std::string& where)
     return;
   }
   const int index = data_.getXPathFieldsInfoIndex(tables_.idToFieldsInfo, tables_.count - 1, record.id);
-  if (xpathFrom(message_.getClass(), tables_.fieldsInfo[index]) != xpath) {
+  const XPathFieldsInfo& path = tables_.fieldsInfo[index];
+  if (xpathFrom(message_.getClass(), path) != xpath) {
     throw Failure(exitData, where + "XPath ID " + std::to_string(record.id) + " (" + xpath + ") is none of " +
                                 message_.getTagName());
   }
-  if (!record.xpath.empty() && record.xpath != escaped(xpath)) {
+  if (!record.xpath.empty() && record.xpath != escaped(xpathFrom(message_.getClass(), path, record.xpath))) {
     throw Failure(exitData, where + "XPath ID " + std::to_string(record.id) + " is " + xpath + ", not " +
                                 oneLine(record.xpath, 64));
   }

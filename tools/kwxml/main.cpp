@@ -5,6 +5,8 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <CLI/CLI.hpp>
+
 #include <kwxml/codec/StandInPasswords.h>
 
 #include <charconv>
@@ -92,6 +94,8 @@ int run(int argc, char** argv)
          "kwxml_add_catalogue() has made. Without it the one that the environment variable "
          "KWXML_CATALOGUE names, or else the one that the tool is linked with")
       ->envname("KWXML_CATALOGUE")
+      ->check(CLI::Validator(
+          [](std::string& path) { return path.empty() ? std::string("takes a path") : std::string(); }, ""))
       ->type_name("PATH");
   app.footer(
       "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n"
@@ -122,7 +126,9 @@ int run(int argc, char** argv)
   if (isPasswordKeyConfigured()) {
     registerPasswordAlgorithms();
   }
-  useNamedCatalogue(session.catalogue);
+  if (session.needsCatalogue) {
+    useNamedCatalogue(session.catalogue);
+  }
   session.run(log);
   return session.status;
 }

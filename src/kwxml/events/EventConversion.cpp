@@ -2,6 +2,7 @@
 
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/MessageInternal.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/FXString.h>
@@ -72,6 +73,7 @@ std::vector<YMMessageBase>* arguments(YMMessageBase& message, bool markSet)
 }
 
 /// A new argument; null, logged, where the catalogue has no such class.
+/// Of the catalogue in use, which callers make that of their message.
 std::unique_ptr<YMMessageBase> makeArgument()
 {
   return std::unique_ptr<YMMessageBase>(YMMessageBase::createObject(argumentTag));
@@ -117,6 +119,7 @@ void fillFrom(YMMessageBase& message, const ArgumentInfo::Argument& argument)
 /// Appends an argument to a message, behind those that it has. False when it cannot be made.
 bool push(YMMessageBase& message, Type type, const std::string& data)
 {
+  const kwxml::UsingCatalogue scope(message);
   const auto argument = makeArgument();
   std::vector<YMMessageBase>* list = argument != nullptr ? arguments(message, true) : nullptr;
   if (list == nullptr) {
@@ -160,6 +163,7 @@ void setEvMessageContainerToXML(const EvMessageContainer& in, Common::EventMessa
   if (in.arguments().NoOfArgs() == 0) {
     return;
   }
+  const kwxml::UsingCatalogue scope(out);
   std::vector<Common::EventArgument> made;
   setEvMessageArgumentsToXML(&in.arguments(), made);
   if (std::vector<YMMessageBase>* list = arguments(out, true)) {

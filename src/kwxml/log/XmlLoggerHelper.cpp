@@ -7,6 +7,7 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/log/IdleRecords.h>
 #include <kwxml/log/LineFormat.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KwCriticalSectionH.h>
 #include <kwxml/xml/XMLSerializer.h>
@@ -67,6 +68,7 @@ std::unique_ptr<messageContainer> makeRecord(const char* function, int level, lo
   record->function = function != nullptr ? function : "";
   record->reference = reference;
   record->level = level;
+  record->registry = &kwxml::Registry::current();
   kwxml::formatLine(*record, format, args);
   return record;
 }
@@ -121,6 +123,7 @@ void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int l
   }
   auto record = makeRecord(function, level, reference, format, args);
   if (message != nullptr) {
+    record->registry = &kwxml::Registry::of(*message);
     if (kwxml::serializeReusing(*message, *record->buffer) == 0) {
       empty(*record->buffer);
     }
@@ -157,6 +160,8 @@ std::string xmlOf(messageContainer& record)
   }
   try {
     XMLSerializer::initialize();
+    const kwxml::UsingCatalogue scope(record.registry != nullptr ? *record.registry
+                                                                 : kwxml::Registry::current());
     record.message.reset(XMLDecoder().UnserializeBinary(*record.buffer));
     if (record.message != nullptr && XMLEncoder().serialize(*record.message, xml) != 0) {
       xml.clear();

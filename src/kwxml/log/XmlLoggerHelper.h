@@ -14,6 +14,10 @@
 
 class YMMessageBase;
 
+namespace kwxml {
+class Registry;
+}
+
 /// One line on its way to the log. Owns everything in it. Some records wait, with their memory, for lines to
 /// come: what one thread takes and another frees is slow to come back.
 struct messageContainer
@@ -27,6 +31,9 @@ struct messageContainer
   std::unique_ptr<YMMessageBase> message;  ///< what the worker makes of them
   std::string text;                        ///< the formatted line, without its placeholder
   std::size_t xmlAt = noXml;               ///< where the message's XML stands in it
+  /// In which the message's class is found: its own, or the one in use where the line was logged; null: the
+  /// worker's.
+  const kwxml::Registry* registry = nullptr;
 
   static constexpr std::size_t noXml = ~std::size_t{0};
 };

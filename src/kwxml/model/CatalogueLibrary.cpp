@@ -3,12 +3,62 @@
 #include <kwxml/model/Registry.h>
 
 #include <dlfcn.h>
+#include <elf.h>
+#include <link.h>
 
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 
 namespace kwxml {
 namespace {
+
+/// The header of the library or program that this code is in.
+const ElfW(Ehdr) * ownHeader()
+{
+  static const char here = 0;
+  Dl_info info{};
+  return dladdr(&here, &info) != 0 ? static_cast<const ElfW(Ehdr)*>(info.dli_fbase) : nullptr;
+}
+
+/// Why a file cannot be loaded; null when it may be. The loader itself would not tell of another machine, and
+/// map what is not there.
+const char* findFault(const std::string& path)
+{
+  std::ifstream in(path, std::ios::binary | std::ios::ate);
+  if (!in) {
+    return nullptr;  // the loader says why
+  }
+  const auto size = static_cast<std::uint64_t>(in.tellg());
+  const auto read = [&in](std::uint64_t at, auto& record) {
+    in.seekg(static_cast<std::streamoff>(at));
+    in.read(reinterpret_cast<char*>(&record), sizeof record);
+    return static_cast<bool>(in);
+  };
+  constexpr const char* cut = "the file is cut short";
+  ElfW(Ehdr) header{};
+  if (!read(0, header)) {
+    return cut;
+  }
+  const ElfW(Ehdr)* const own = ownHeader();
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_type != ET_DYN) {
+    return "it is no shared library";
+  }
+  if (own != nullptr &&
+      (header.e_ident[EI_CLASS] != own->e_ident[EI_CLASS] ||
+       header.e_ident[EI_DATA] != own->e_ident[EI_DATA] || header.e_machine != own->e_machine)) {
+    return "it is built for another machine";
+  }
+  for (unsigned i = 0; i < header.e_phnum; ++i) {
+    ElfW(Phdr) segment{};
+    if (!read(header.e_phoff + i * sizeof segment, segment) || segment.p_offset > size ||
+        segment.p_filesz > size - segment.p_offset) {
+      return cut;
+    }
+  }
+  return nullptr;
+}
 
 /// Whether an object lies in the library itself, not in one that it needs.
 bool isWithin(void* library, const void* object)
@@ -20,23 +70,29 @@ bool isWithin(void* library, const void* object)
          dlinfo(library, RTLD_DI_LINKMAP, static_cast<void*>(&own)) == 0 && holder == own;
 }
 
+/// The library's own one: a look-up goes on in the libraries that it needs.
 const Registry* findRegistry(void* library)
 {
-  // XML_KWMessage_MessageSystemChooser::catalogue, of the library or of a catalogue that it is linked with.
-  const auto* const* const found = static_cast<const Registry* const*>(
-      dlsym(library, "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE"));
-  if (found != nullptr) {
-    return *found;
+  for (const char* symbol : {
+           "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE",
+           "_ZN5kwxml10catalogues7builtinE",  // the catalogue inside a message library
+       }) {
+    const auto* const* const found = static_cast<const Registry* const*>(dlsym(library, symbol));
+    if (found != nullptr && isWithin(library, *found)) {
+      return *found;
+    }
   }
-  // kwxml::catalogues::builtin, which all that use the message library are linked with.
-  const void* const builtin = dlsym(library, "_ZN5kwxml10catalogues7builtinE");
-  return builtin != nullptr && isWithin(library, builtin) ? static_cast<const Registry*>(builtin) : nullptr;
+  return nullptr;
 }
 
 }  // namespace
 
 const Registry* loadCatalogueLibrary(const std::string& path, std::string& problem)
 {
+  if (const char* fault = findFault(path)) {
+    problem = fault;
+    return nullptr;
+  }
   void* const library = dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(),
                                RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (library == nullptr) {
@@ -65,6 +121,10 @@ bool isSharedLibrary(const std::string& path)
   constexpr std::string_view begin(
       "\x7F"
       "ELF");
+  std::error_code unknown;
+  if (!std::filesystem::is_regular_file(path, unknown)) {  // nothing is taken from a pipe
+    return false;
+  }
   std::ifstream in(path, std::ios::binary);
   char magic[begin.size()] = {};
   in.read(magic, sizeof magic);

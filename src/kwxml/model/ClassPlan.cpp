@@ -50,8 +50,8 @@ ClassPlan::ClassPlan(const Registry& of, unsigned system, unsigned classIndex)
   const auto count = static_cast<std::uint32_t>(std::max<int>(cls->numberOfFields, 1));
   byHash.resize(std::bit_ceil(2 * count));
   hashShift = 32 - std::countr_zero(static_cast<std::uint32_t>(byHash.size()));
+  fingerprint = fingerprintOf(*cls, cls->numberOfFields);
   for (const FieldDef& def : *cls) {
-    fingerprint = fingerprintStep(fingerprint, def.hash, def.fieldNumber, def.slot, def.type);
     std::uint32_t at = placeOf(def.hash);
     while (byHash[at] != 0 && cls->fields[byHash[at] - 1].hash != def.hash) {
       at = (at + 1) & static_cast<std::uint32_t>(byHash.size() - 1);

@@ -119,29 +119,6 @@ bool isPrimitiveType(unsigned type)
   }
 }
 
-const char* enumeratorName(const Registry& registry, int system, int classIndex, int value)
-{
-  const _ClassDef* cls = registry.findClass(system, classIndex);
-  const FieldDef* found = cls != nullptr && cls->isEnum() ? findEnumerator(cls, value) : nullptr;
-  return found != nullptr ? found->getName() : "";
-}
-
-bool enumeratorValue(const Registry& registry, int system, int classIndex, const std::string& name,
-                     int& value)
-{
-  const _ClassDef* cls = registry.findClass(system, classIndex);
-  if (cls == nullptr || !cls->isEnum()) {
-    return false;
-  }
-  for (const FieldDef& enumerator : *cls) {
-    if (name == enumerator.getName()) {
-      value = static_cast<int>(enumerator.hash);
-      return true;
-    }
-  }
-  return false;
-}
-
 }  // namespace kwxml
 
 // ---- FieldDef

@@ -8,6 +8,7 @@
 #include <kwxml/model/FieldTypes.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -209,8 +210,8 @@ struct DocText
 /// ordered, member by member, but for xpath.
 struct CatalogueTables
 {
-  /// Changes with every change of the records.
-  static constexpr std::uint32_t currentVersion = 1;
+  /// Changes with every change of the records and of the order in which they are found.
+  static constexpr std::uint32_t currentVersion = 2;
 
   std::uint32_t version;
   std::uint32_t numberOfClassNames;
@@ -224,18 +225,37 @@ struct CatalogueTables
   const DocText* docs;
 };
 
-/// The hash of the index of classes by name, of a tag name's parts.
+/// One step of classNameHash(): a part of the name, eight bytes at a time, its length with the last of them.
+constexpr std::uint64_t classNameHashStep(std::uint64_t h, std::string_view part)
+{
+  constexpr std::uint64_t factor = 0x9E3779B97F4A7C15U;
+  const auto load = [](const char* bytes, std::size_t count) {
+    std::uint64_t word = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[i])) << i * 8;
+    }
+    return word;
+  };
+  const char* at = part.data();
+  std::size_t left = part.size();
+  for (; left >= 8; at += 8, left -= 8) {
+    h = (h ^ load(at, 8)) * factor;
+    h ^= h >> 32;
+  }
+  std::uint64_t last = part.size() << 56;
+  if (left >= 4) {  // two words of four, which may overlap
+    last ^= load(at, 4) | load(at + left - 4, 4) << 24;
+  } else if (left > 0) {
+    last ^= load(at, 1) | load(at + left / 2, 1) << 8 | load(at + left - 1, 1) << 16;
+  }
+  h = (h ^ last) * factor;
+  return h ^ h >> 32;
+}
+
+/// The hash of the index of classes by name, of a tag name's parts: its values are spread evenly.
 constexpr std::uint32_t classNameHash(std::string_view system, std::string_view cls)
 {
-  std::uint32_t h = 2166136261U;
-  for (const char c : system) {
-    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
-  }
-  h = (h ^ '_') * 16777619U;
-  for (const char c : cls) {
-    h = (h ^ static_cast<unsigned char>(c)) * 16777619U;
-  }
-  return h;
+  return static_cast<std::uint32_t>(classNameHashStep(classNameHashStep(0, system), cls) >> 32);
 }
 
 /// The hash by which fields are found: h = h * 31 + c over the bytes read as signed characters, in wrapping
@@ -251,8 +271,8 @@ constexpr std::uint32_t nameHash(const char* text, std::size_t length)
 static_assert(nameHash("errorCode", 9) == 0x9CB015 && nameHash("\xC3", 1) == 0xFFFFC3);
 
 /// What a program compiled with a class's wrapper counts on: the fingerprint of the class's records, one step
-/// for each, from `fingerprintStart` on. Of two catalogues whose classes have one fingerprint each reads the
-/// other's messages in place.
+/// for each, from `fingerprintStart` on; of an enumerator, a second one with the hash of its name alone. Of
+/// two catalogues whose classes have one fingerprint each reads the other's messages in place.
 inline constexpr std::uint32_t fingerprintStart = 2166136261U;
 constexpr std::uint32_t fingerprintStep(std::uint32_t fingerprint, std::uint32_t hash, int number, int slot,
                                         int type)
@@ -266,6 +286,19 @@ constexpr std::uint32_t fingerprintStep(std::uint32_t fingerprint, std::uint32_t
     }
   }
   return fingerprint;
+}
+
+/// The fingerprint of the first `count` records of a class.
+inline std::uint32_t fingerprintOf(const _ClassDef& cls, int count)
+{
+  std::uint32_t value = fingerprintStart;
+  for (const FieldDef& def : std::span(cls.fields, static_cast<std::size_t>(count))) {
+    value = fingerprintStep(value, def.hash, def.fieldNumber, def.slot, def.type);
+    if (def.type == FIELD_ENUMERATOR) {
+      value = fingerprintStep(value, nameHash(def.name, std::string_view(def.name).size()), 0, 0, 0);
+    }
+  }
+  return value;
 }
 
 /// A packed class reference as it stands before a field's name.

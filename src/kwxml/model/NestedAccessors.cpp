@@ -113,7 +113,8 @@ kwxml::FieldAddress wrappersAddress(const YMMessageBase& message, short field, s
 }  // namespace
 
 const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                                 unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
+                                 unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                                 const char* catalogue)
 {
   FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)) {
@@ -121,7 +122,7 @@ const void* kwxml::nestedMessage(const YMMessageBase& message, short field, shor
   }
   const auto* nested = Access::pointer<YMMessageBase>(message, a.slot);
   if (nested != nullptr) {
-    checkWrapper(*nested, wrapperTag, fingerprint, nullptr);
+    checkWrapper(*nested, wrapperTag, fingerprint, catalogue, nullptr);
   }
   return nested;
 }
@@ -134,7 +135,8 @@ void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, un
 }
 
 void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                                  unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint)
+                                  unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                                  const char* catalogue)
 {
   FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
@@ -144,7 +146,7 @@ void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slo
   const FieldDef& def = message.getClass()->fields[a.field];
   const PackedReference reference = Access::reference(message, def);
   auto* nested = Access::nestedMessage(message, a, true, true, reference);
-  checkWrapper(*nested, wrapperTag, fingerprint, nullptr);
+  checkWrapper(*nested, wrapperTag, fingerprint, catalogue, nullptr);
   return nested;
 }
 

@@ -23,7 +23,7 @@ namespace kwxml {
 
 namespace catalogues {
 /// The tables that the library is linked with.
-extern const Registry builtin;
+extern const Registry* const builtin;
 }  // namespace catalogues
 
 namespace {
@@ -86,15 +86,19 @@ void keepLoaded(const void* object)
   }
 }
 
+bool isText(const char* text, std::string_view wanted)
+{
+  return text != nullptr && wanted == text;
+}
+
 bool isNamed(const Registry& registry, const ClassNameIndex& entry, std::string_view system,
              std::string_view cls)
 {
-  const char* const systemName = registry.row(static_cast<unsigned>(entry.system)).name;
-  if (systemName == nullptr || system != systemName) {
+  if (!isText(registry.row(static_cast<unsigned>(entry.system)).name, system)) {
     return false;
   }
   const _ClassDef* const record = registry.findClass(entry.system, entry.classIndex);
-  if (record == nullptr || (record->name != nullptr && cls == record->name)) {
+  if (record == nullptr || isText(record->name, cls)) {
     return record != nullptr || cls.empty();
   }
   std::size_t count = 0;
@@ -103,16 +107,41 @@ bool isNamed(const Registry& registry, const ClassNameIndex& entry, std::string_
                      [&](const FormerName& former) { return former.field == -1 && cls == former.name; });
 }
 
+/// The first entry of a hash that is not less. Hashes are spread evenly, so a hash stands near its share of
+/// the table; where it does not, the table is searched by halves.
+const ClassNameIndex* firstNotLess(const ClassNameIndex* names, std::int64_t count, std::uint32_t hash)
+{
+  std::int64_t at = static_cast<std::int64_t>(hash) * count >> 32;
+  for (int step = 0; step < 2; ++step) {
+    const std::int64_t off = static_cast<std::int64_t>(hash) - names[at].hash;
+    at = std::clamp(at + (off * count >> 32), std::int64_t{0}, count - 1);
+  }
+  constexpr std::int64_t near = 32;
+  const std::int64_t from = std::max(at - near, std::int64_t{0});
+  const std::int64_t to = std::min(at + near, count);
+  if ((from > 0 && names[from].hash >= hash) || (to < count && names[to].hash < hash)) {
+    return std::lower_bound(
+        names, names + count, hash,
+        [](const ClassNameIndex& entry, std::uint32_t wanted) { return entry.hash < wanted; });
+  }
+  for (; at > from && names[at - 1].hash >= hash; --at) {
+  }
+  for (; at < to && names[at].hash < hash; ++at) {
+  }
+  return names + at;
+}
+
 /// The first entry of a system and a class; null when there is none.
 const ClassNameIndex* findName(const Registry& registry, std::string_view system, std::string_view cls)
 {
   const CatalogueTables& tables = registry.tables();
-  const std::uint32_t hash = classNameHash(system, cls);
   const ClassNameIndex* const end = tables.classNames + tables.numberOfClassNames;
-  const ClassNameIndex* at =
-      std::lower_bound(tables.classNames, end, hash,
-                       [](const ClassNameIndex& entry, std::uint32_t wanted) { return entry.hash < wanted; });
-  for (; at != end && at->hash == hash; ++at) {
+  if (tables.numberOfClassNames == 0) {
+    return nullptr;
+  }
+  const std::uint32_t hash = classNameHash(system, cls);
+  for (const ClassNameIndex* at = firstNotLess(tables.classNames, end - tables.classNames, hash);
+       at != end && at->hash == hash; ++at) {
     if (isNamed(registry, *at, system, cls)) {
       return at;
     }
@@ -161,7 +190,20 @@ const Registry& Registry::first() noexcept
   // In whatever order the libraries were named to the linker, a program's catalogue comes before the
   // library's own.
   const Registry* const* const ofProgram = &programCatalogue;
-  return ofProgram != nullptr ? **ofProgram : catalogues::builtin;
+  if (ofProgram == nullptr) {
+    return *catalogues::builtin;
+  }
+  if (const std::uint32_t version = (*ofProgram)->tables().version;
+      version != CatalogueTables::currentVersion) [[unlikely]] {
+    static constinit std::atomic<bool> told{false};
+    if (!told.exchange(true)) {
+      XMLDebug::getInstance()->logError(
+          "kwxml::Registry", "Catalogue [%s] has tables of version [%u], this library reads version [%u]",
+          (*ofProgram)->name(), version, CatalogueTables::currentVersion);
+    }
+    return *catalogues::builtin;
+  }
+  return **ofProgram;
 }
 
 const Registry& Registry::current() noexcept

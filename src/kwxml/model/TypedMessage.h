@@ -27,8 +27,9 @@ struct WrapperField
 /// A class as its wrapper was compiled for it. Constant, in the program that uses the wrapper.
 struct WrapperClass
 {
-  const Registry* registry;  ///< of the wrapper's catalogue: without that catalogue the program does not link
-  const char* catalogue;     ///< its name then
+  const Registry* const*
+      registry;           ///< of the wrapper's catalogue: without that catalogue the program does not link
+  const char* catalogue;  ///< its name then
   const char* system;
   const char* name;
   std::uint32_t tag;
@@ -38,11 +39,25 @@ struct WrapperClass
   const WrapperField* fields;  ///< null when there are none
 };
 
+/// An enumeration as it was compiled for a program. Constant.
+struct WrapperEnum
+{
+  const Registry* const* registry;  ///< as a WrapperClass's
+  const char* catalogue;
+  const char* system;
+  const char* name;
+  std::int32_t systemIndex;
+  std::int32_t classIndex;
+  std::int32_t numberOfEnumerators;
+  std::uint32_t fingerprint;  ///< over the enumerators
+};
+
 /// Throws KwException (and logs) when a message of the wrapper's tag has other fields than the wrapper was
 /// compiled for: its accessors would take one field for another. A message of another tag is read by the
 /// names of its fields, whatever it has.
+/// (`catalogue`: the name of the wrapper's, `wrapper`: null where it is not at hand.)
 void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
-                  const WrapperClass* wrapper);
+                  const char* catalogue, const WrapperClass* wrapper);
 
 /// A wrapper has neither data nor virtual functions: object and wrapper are the same bytes. (To the language
 /// a message of the generic class is none of the wrapper's type. All that a wrapper does is to call members
@@ -67,7 +82,8 @@ template <class Wrapper>
 Wrapper& as(YMMessageBase& message)
 {
   static_assert(isWrapper<Wrapper>, "a wrapper adds nothing to a message");
-  checkWrapper(message, Wrapper::tag, Wrapper::kwxmlClass.fingerprint, &Wrapper::kwxmlClass);
+  checkWrapper(message, Wrapper::tag, Wrapper::kwxmlClass.fingerprint, Wrapper::kwxmlClass.catalogue,
+               &Wrapper::kwxmlClass);
   return static_cast<Wrapper&>(message);
 }
 template <class Wrapper>
@@ -96,12 +112,13 @@ T& orScratch(T* value)
 /// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
 /// because a wrapper's header need not have the other wrapper's class; all are of messages.
 ///
-/// Each that gives a message checks it as kwxml::as() does, by the tag and the fingerprint of the wrapper
-/// that it is given as.
+/// Each that gives a message checks it as kwxml::as() does, by the tag, the fingerprint and the catalogue of
+/// the wrapper that it is given as.
 ///
 /// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
 const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                          unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint);
+                          unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                          const char* catalogue);
 /// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
 /// message.
 void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
@@ -109,16 +126,17 @@ void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned 
 /// The message in the field, made as one of the class that the field refers to when it is missing, and marked
 /// set. Throws KwException (after one log line) when the field can hold none.
 void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint);
+                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                           const char* catalogue);
 
-/// Name of an enumerator of the enumeration at a class index of a catalogue; an empty text when there is
-/// none.
-const char* enumeratorName(const Registry& registry, int system, int classIndex, int value);
+/// Name of an enumerator; an empty text when there is none. Both functions throw KwException (and log) when
+/// the tables do not begin with the enumerators that the program was compiled with, or have no such
+/// enumeration: a program's constants would mean others.
+const char* enumeratorName(const WrapperEnum& enumeration, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
-bool enumeratorValue(const Registry& registry, int system, int classIndex, const std::string& name,
-                     int& value);
+bool enumeratorValue(const WrapperEnum& enumeration, const std::string& name, int& value);
 
-/// Steps through messages as their wrappers.
+/// Steps through messages as their wrappers, which it gives as kwxml::as() does.
 template <class Wrapper, class Message>
 class MessageIterator
 {
@@ -133,7 +151,7 @@ public:
   MessageIterator() = default;
   explicit MessageIterator(Message* at) : at_(at) {}
 
-  reference operator*() const { return static_cast<Wrapper&>(*at_); }
+  reference operator*() const { return as<value_type>(*at_); }
   pointer operator->() const { return &**this; }
   reference operator[](difference_type n) const { return *(*this + n); }
   MessageIterator& operator++() { return *this += 1; }
@@ -156,8 +174,8 @@ private:
   Message* at_ = nullptr;
 };
 
-/// The messages of a list field as their wrappers, to read. A view: it holds while the list is neither
-/// changed nor destroyed.
+/// The messages of a list field as their wrappers, to read, each given as kwxml::as() does. A view: it holds
+/// while the list is neither changed nor destroyed.
 template <class Wrapper>
 class ConstMessageList
 {
@@ -167,19 +185,14 @@ public:
   using const_iterator = MessageIterator<const Wrapper, const YMMessageBase>;
   using iterator = const_iterator;
 
-  /// Null is an empty list. Throws as kwxml::as() does of the first message.
-  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages))
-  {
-    if (!messages_->empty()) {
-      as<Wrapper>(messages_->front());
-    }
-  }
+  /// Null is an empty list.
+  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages)) {}
 
   bool empty() const noexcept { return messages_->empty(); }
   std::size_t size() const noexcept { return messages_->size(); }
-  const Wrapper& operator[](std::size_t i) const { return static_cast<const Wrapper&>((*messages_)[i]); }
-  /// Throws std::out_of_range.
-  const Wrapper& at(std::size_t i) const { return static_cast<const Wrapper&>(messages_->at(i)); }
+  const Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
+  /// Throws std::out_of_range as well.
+  const Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
   const Wrapper& front() const { return (*this)[0]; }
   const Wrapper& back() const { return (*this)[size() - 1]; }
   const_iterator begin() const { return const_iterator(messages_->data()); }
@@ -200,20 +213,15 @@ public:
   using value_type = Wrapper;
   using iterator = MessageIterator<Wrapper, YMMessageBase>;
 
-  /// Null is a list that is never read again. Throws as kwxml::as() does of the first message.
-  MessageList(Messages* messages) : messages_(&orScratch(messages))
-  {
-    if (!messages_->empty()) {
-      as<Wrapper>(messages_->front());
-    }
-  }
+  /// Null is a list that is never read again.
+  MessageList(Messages* messages) : messages_(&orScratch(messages)) {}
   operator ConstMessageList<Wrapper>() const { return messages_; }
 
   bool empty() const noexcept { return messages_->empty(); }
   std::size_t size() const noexcept { return messages_->size(); }
-  Wrapper& operator[](std::size_t i) const { return static_cast<Wrapper&>((*messages_)[i]); }
-  /// Throws std::out_of_range.
-  Wrapper& at(std::size_t i) const { return static_cast<Wrapper&>(messages_->at(i)); }
+  Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
+  /// Throws std::out_of_range as well.
+  Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
   Wrapper& front() const { return (*this)[0]; }
   Wrapper& back() const { return (*this)[size() - 1]; }
   iterator begin() const { return iterator(messages_->data()); }

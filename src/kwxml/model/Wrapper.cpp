@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 namespace kwxml {
 
@@ -51,32 +52,88 @@ std::string difference(const WrapperClass& wrapper, const _ClassDef& cls)
   throw KwException(function, text);
 }
 
-[[noreturn]] void refuseFields(const std::string& tagName, const _ClassDef& cls, const WrapperClass* wrapper)
+[[noreturn]] void refuseRecords(const std::string& tagName, const Registry& registry, const char* catalogue,
+                                const std::string& what)
 {
-  const Registry& registry = Registry::of(cls);
   refuse("The tables of class " + tagName + " in catalogue '" + registry.name() +
-         "' are not those that the program was compiled with" +
-         (wrapper != nullptr
-              ? ", of catalogue '" + std::string(wrapper->catalogue) + "': " + difference(*wrapper, cls)
-              : std::string()) +
+         "' are not those that the program was compiled with, of catalogue '" + catalogue + "': " + what +
          ". Compile the program anew, or load the catalogue that it was compiled with");
+}
+
+/// A registry of a wrapper, whose tables are such as this library reads.
+const Registry& usableRegistry(const Registry* const* wrappers)
+{
+  const Registry& registry = **wrappers;
+  if (registry.tables().version != CatalogueTables::currentVersion) [[unlikely]] {
+    refuse("Catalogue '" + std::string(registry.name()) + "' has tables of version " +
+           std::to_string(registry.tables().version) + ", this library reads version " +
+           std::to_string(CatalogueTables::currentVersion) + ". Compile the catalogue anew");
+  }
+  return registry;
+}
+
+/// The enumeration of a catalogue, which may stand elsewhere now.
+const _ClassDef& findEnumeration(const WrapperEnum& wanted)
+{
+  const Registry& registry = usableRegistry(wanted.registry);
+  short system = static_cast<short>(wanted.systemIndex);
+  int index = wanted.classIndex;
+  const _ClassDef* cls = registry.findClass(system, index);
+  if (cls == nullptr || cls->name == nullptr || std::strcmp(cls->name, wanted.name) != 0) {
+    cls = registry.findClass(wanted.system, wanted.name, system, index) ? registry.findClass(system, index)
+                                                                        : nullptr;
+  }
+  const std::string tagName = std::string(wanted.system) + "_" + wanted.name;
+  if (cls == nullptr || !cls->isEnum()) {
+    refuse("Catalogue '" + std::string(registry.name()) + "' has no enumeration " + tagName +
+           ", which the program was compiled with");
+  }
+  const int count = wanted.numberOfEnumerators;
+  if (count > cls->numberOfFields ||
+      (count == cls->numberOfFields
+           ? registry.plan(static_cast<unsigned>(system), static_cast<unsigned>(index)).fingerprint
+           : fingerprintOf(*cls, count)) != wanted.fingerprint) {
+    refuseRecords(tagName, registry, wanted.catalogue,
+                  "its " + std::to_string(cls->numberOfFields) +
+                      " enumerators do not begin with the program's " + std::to_string(count));
+  }
+  return *cls;
 }
 
 }  // namespace
 
 void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
-                  const WrapperClass* wrapper)
+                  const char* catalogue, const WrapperClass* wrapper)
 {
   if (message.getTagID() == tag && MessageAccess::planOf(message).fingerprint != fingerprint) [[unlikely]] {
-    refuseFields(message.getTagName(), *message.getClass(), wrapper);
+    refuseRecords(
+        message.getTagName(), Registry::of(message), catalogue,
+        wrapper != nullptr ? difference(*wrapper, *message.getClass()) : "the records of its fields differ");
   }
+}
+
+const char* enumeratorName(const WrapperEnum& enumeration, int value)
+{
+  const FieldDef* const found = findEnumerator(&findEnumeration(enumeration), value);
+  return found != nullptr ? found->getName() : "";
+}
+
+bool enumeratorValue(const WrapperEnum& enumeration, const std::string& name, int& value)
+{
+  for (const FieldDef& enumerator : findEnumeration(enumeration)) {
+    if (name == enumerator.getName()) {
+      value = static_cast<int>(enumerator.hash);
+      return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace kwxml
 
 YMMessageBase::YMMessageBase(const kwxml::WrapperClass& wrapper) : YMMessageBase()
 {
-  const kwxml::Registry& registry = *wrapper.registry;
+  const kwxml::Registry& registry = kwxml::usableRegistry(wrapper.registry);
   const int system = static_cast<int>(wrapper.tag >> 24);
   int index = wrapper.classIndex;
   const _ClassDef* cls = registry.findClass(system, index);
@@ -92,5 +149,5 @@ YMMessageBase::YMMessageBase(const kwxml::WrapperClass& wrapper) : YMMessageBase
   } else {
     kwxml::MessageLife::construct(*this, registry, system, index);
   }
-  kwxml::checkWrapper(*this, wrapper.tag, wrapper.fingerprint, &wrapper);
+  kwxml::checkWrapper(*this, wrapper.tag, wrapper.fingerprint, wrapper.catalogue, &wrapper);
 }
