@@ -1,15 +1,12 @@
 #include "Evolution.h"
 
 #include "CppText.h"
-
-#include <kwxml/model/WireTypes.h>
+#include "ElementMatches.h"
 
 #include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
-#include <tuple>
-#include <unordered_map>
 
 namespace kwxml::catalogue {
 namespace {
@@ -26,202 +23,6 @@ static_assert(
     "a rule is found by its number");
 
 using Id = EvolutionRuleId;
-
-// Two types in the binary form. A reader finds a field by its name alone and then reads what its own type
-// has.
-
-enum class BinaryShape : std::uint8_t
-{
-  Nothing,     ///< it has no values
-  Incomplete,  ///< no reader, not even of the same type, knows where the value ends
-  Number,
-  Numbers,
-  Text,
-  Texts,
-  Other,  ///< messages, lists of them and maps: alike for the same type alone
-};
-
-struct BinaryForm
-{
-  BinaryShape shape = BinaryShape::Nothing;
-  wire::NumberForm number = wire::NumberForm::Varint;  ///< of numbers
-  bool floating = false;                               ///< of numbers
-};
-
-/// How a list codes a number, as its scalar type does but for two: enumerations are plain in a list, and a
-/// list of ulonglong is no collection.
-template <class Tag>
-constexpr wire::NumberForm listForm =
-    Tag::info.element == FIELD_ENUM ? wire::NumberForm::Varint
-                                    : wire::scalarForm<FieldTypeTag<Tag::info.element>>;
-
-constexpr BinaryForm binaryForm(FieldDataType type)
-{
-  return visitFieldType(type, []<class Tag>(Tag) -> BinaryForm {
-    constexpr bool collection = ListValue<Tag> || MapValue<Tag>;
-    constexpr FieldTypeInfo scalar = fieldTypeInfo(ListValue<Tag> ? Tag::info.element : Tag::type);
-    if constexpr (NoStorage<Tag>) {
-      return {};
-    } else if constexpr (scalar.json == JsonForm::WideText || isCollectionType(Tag::type) != collection) {
-      return {BinaryShape::Incomplete};
-    } else if constexpr (IntegerSlot<Tag> || FloatingSlot<Tag>) {
-      return {BinaryShape::Number, wire::scalarForm<Tag>, FloatingSlot<Tag>};
-    } else if constexpr (StringSlot<Tag> || ByteString<Tag> || PasswordString<Tag>) {
-      return {BinaryShape::Text};
-    } else if constexpr (ListValue<Tag>) {
-      using Element = FieldTypeTag<Tag::info.element>;
-      if constexpr (IntegerSlot<Element> || FloatingSlot<Element>) {
-        return {BinaryShape::Numbers, listForm<Tag>, FloatingSlot<Element>};
-      } else if constexpr (StringSlot<Element> || ByteString<Element>) {
-        return {BinaryShape::Texts};
-      }
-    }
-    return {BinaryShape::Other};
-  });
-}
-
-enum class BinaryEffect
-{
-  Kept,
-  Value,  ///< another value, from the same bytes
-  Rest,   ///< other bytes: what follows is misread
-};
-
-/// What a text of the type is: integers of all widths have the same texts.
-std::tuple<JsonForm, JsonForm, JsonForm> textForm(FieldDataType type)
-{
-  const auto single = [](FieldDataType one) {
-    const JsonForm form = fieldTypeInfo(one).json;
-    return form == JsonForm::WideNumber || form == JsonForm::UnsignedNumber ? JsonForm::Number : form;
-  };
-  const FieldTypeInfo& info = fieldTypeInfo(type);
-  return {single(type), single(info.element != FIELD_UNSET ? info.element : info.mapValue),
-          single(info.mapKey)};
-}
-
-BinaryEffect binaryEffect(FieldDataType older, FieldDataType newer)
-{
-  const BinaryForm a = binaryForm(older);
-  const BinaryForm b = binaryForm(newer);
-  if (a.shape != b.shape || a.shape == BinaryShape::Incomplete || a.shape == BinaryShape::Other) {
-    return BinaryEffect::Rest;
-  }
-  if (a.shape == BinaryShape::Text || a.shape == BinaryShape::Texts) {
-    return BinaryEffect::Value;
-  }
-  if (a.number == b.number) {
-    return a.floating == b.floating ? BinaryEffect::Kept : BinaryEffect::Value;
-  }
-  const auto variable = [](wire::NumberForm form) {
-    return form == wire::NumberForm::Zigzag || form == wire::NumberForm::Varint;
-  };
-  return variable(a.number) && variable(b.number) ? BinaryEffect::Value : BinaryEffect::Rest;
-}
-
-bool isWide(FieldDataType type)
-{
-  const FieldTypeInfo& info = fieldTypeInfo(type);
-  const JsonForm form = info.element != FIELD_UNSET ? fieldTypeInfo(info.element).json : info.json;
-  return form == JsonForm::WideNumber || form == JsonForm::UnsignedNumber;
-}
-
-bool isUncoded(FieldDataType type)
-{
-  return binaryForm(type).shape == BinaryShape::Incomplete;
-}
-
-/// Elements of two catalogues that are the same one: by name, those left over by former name, and some of
-/// those left over then by number.
-template <class Element>
-struct Matches
-{
-  std::unordered_map<const Element*, const Element*> toOld;
-  std::unordered_map<const Element*, const Element*> toNew;
-
-  const Element* oldOf(const Element& element) const { return find(toOld, element); }
-  const Element* newOf(const Element& element) const { return find(toNew, element); }
-
-  void add(const Element& older, const Element& newer)
-  {
-    toOld.emplace(&newer, &older);
-    toNew.emplace(&older, &newer);
-  }
-
-  /// Matches what has no partner yet and the same key; of several with one key the first.
-  template <class Elements, class OldKey, class NewKey>
-  void addBy(const Elements& older, const Elements& newer, OldKey oldKey, NewKey newKey)
-  {
-    std::map<decltype(oldKey(older.front())), const Element*> free;
-    for (const Element& element : older) {
-      if (newOf(element) == nullptr) {
-        free.emplace(oldKey(element), &element);
-      }
-    }
-    for (const Element& element : newer) {
-      if (oldOf(element) != nullptr) {
-        continue;
-      }
-      const auto found = free.find(newKey(element));
-      if (found != free.end()) {
-        add(*found->second, element);
-        free.erase(found);
-      }
-    }
-  }
-
-private:
-  static const Element* find(const std::unordered_map<const Element*, const Element*>& map,
-                             const Element& element)
-  {
-    const auto found = map.find(&element);
-    return found != map.end() ? found->second : nullptr;
-  }
-};
-
-template <class Element>
-std::string nameOf(const Element& element)
-{
-  return element.name;
-}
-
-/// The names by which readers find an element of the newer catalogue in old data: enumerators in any case.
-std::string readName(const Field& field)
-{
-  return field.isEnumerator() ? lowerCase(field.name) : field.name;
-}
-std::string readName(const Class& cls)
-{
-  return cls.name;
-}
-std::optional<std::string> formerName(const Field& field)
-{
-  return field.formerly && field.isEnumerator() ? lowerCase(*field.formerly) : field.formerly;
-}
-std::optional<std::string> formerName(const Class& cls)
-{
-  return cls.formerly;
-}
-
-template <class Element>
-bool isRenamed(const Element& older, const Element& newer)
-{
-  return older.name != newer.name;
-}
-/// Readers of the newer catalogue find what was written under the old name.
-template <class Element>
-bool knowsOldName(const Element& older, const Element& newer)
-{
-  return formerName(newer) == readName(older);
-}
-
-/// By name, then by former name.
-template <class Element, class Elements>
-void matchByNames(Matches<Element>& matches, const Elements& older, const Elements& newer)
-{
-  matches.addBy(older, newer, nameOf<Element>, nameOf<Element>);
-  const auto before = [](const Element& element) { return std::optional(readName(element)); };
-  matches.addBy(older, newer, before, [](const Element& element) { return formerName(element); });
-}
 
 std::string typeText(const Field& field)
 {
@@ -854,23 +655,6 @@ const char* kindName(ChangeKind kind)
       break;
   }
   return "data-breaking";
-}
-
-EvolutionRuleId retypeRule(FieldDataType older, FieldDataType newer)
-{
-  const bool sameText = textForm(older) == textForm(newer);
-  switch (binaryEffect(older, newer)) {
-    case BinaryEffect::Kept:
-      if (!sameText) {
-        return Id::FieldTypeText;
-      }
-      return isWide(older) && !isWide(newer) ? Id::FieldTypeNarrowed : Id::FieldTypeAlike;
-    case BinaryEffect::Value:
-      return sameText ? Id::FieldTypeSign : Id::FieldTypeValue;
-    case BinaryEffect::Rest:
-      break;
-  }
-  return sameText ? Id::FieldTypeCode : Id::FieldTypeChanged;
 }
 
 std::vector<Difference> compare(const Catalogue& older, const Catalogue& newer)

@@ -75,4 +75,7 @@ std::vector<Difference> compare(const Catalogue& older, const Catalogue& newer);
 /// The rule for a field of one type that becomes one of another.
 EvolutionRuleId retypeRule(FieldDataType older, FieldDataType newer);
 
+/// Whether no binary reader, not even one of the same type, knows where a value of the type ends.
+bool isUncoded(FieldDataType type);
+
 }  // namespace kwxml::catalogue

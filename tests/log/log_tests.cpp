@@ -7,6 +7,7 @@
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/platform/LogSink.h>
 
+#include "platform/TempDirectory.h"
 #include "support/AllocationCounter.h"
 #include "support/Documents.h"
 #include "support/LogCapture.h"
@@ -316,6 +317,35 @@ TEST(MessageLog, ARecordOfTheCallersOwn)
   XmlLoggerHelper::deAllocateMessageContainer(nullptr);
   const KwThreadPool* pool = XmlLoggerHelper::getXmlLoggerInstance();
   EXPECT_EQ(pool, XmlLoggerHelper::xmlLoggerInstance.load());
+}
+
+/// The class has the tag of another one in the catalogue of the process, which workers have in use.
+TEST(MessageLog, AMessageOfAnotherCatalogue)
+{
+  const std::uint64_t tag = leaf(0, "").getTagID();
+  const TempDirectory folder;
+  std::string problems;
+  const kwxml::Registry::Owner zoo = kwxml::Registry::fromSchemas(
+      {folder.write("Zoo.xml", "<catalogue><system name='Zoo' index='" + std::to_string(tag >> 24) +
+                                   "'><message name='Lion' id='" + std::to_string(tag & 0xFFFFFF) +
+                                   "'><field name='teeth' type='int'/></message></system></catalogue>")},
+      problems);
+  ASSERT_NE(zoo, nullptr) << problems;
+  std::unique_ptr<YMMessageBase> lion;
+  {
+    const kwxml::UsingCatalogue scope(*zoo);
+    lion.reset(YMMessageBase::createObject(static_cast<unsigned long>(tag)));
+  }
+  ASSERT_NE(lion, nullptr);
+  setInt(*lion, "teeth", 30);
+  LogCapture log;
+  XmlBinaryLogger logger;
+  logger.Debug("f", "%bxml_kw", lion.get());
+  logger.initialize();
+  logger.Debug("f", "%bxml_kw", lion.get());
+  XmlLoggerHelper::getXmlLoggerInstance()->drain();
+  const std::string line = std::string("0 f: ") + frame + toXml(*lion, {}, false) + frame + "\n";
+  EXPECT_EQ(toText(log), line + line);
 }
 
 TEST(LogXml, FourResults)

@@ -29,7 +29,8 @@ public:
   Registry(const Registry&) = delete;
   Registry& operator=(const Registry&) = delete;
 
-  /// Ends a registry made at run time. No message of it may be alive then, and none may be made.
+  /// Ends a registry made at run time. No message of it may be alive then, also not in a line that waits for
+  /// the log's workers, and none may be made.
   struct End
   {
     void operator()(const Registry* registry) const noexcept;
