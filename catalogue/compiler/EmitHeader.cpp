@@ -17,8 +17,7 @@
 //     static constexpr unsigned long tag = 0x010003F0;
 //     static constexpr int systemIndex = 1;
 //     static constexpr int classIndex = 0;
-//     static constexpr ::kwxml::WrapperField kwxmlFields[] = {{0x9CB015, 0, 0, ::FIELD_INT}, ...};
-//     static constexpr ::kwxml::WrapperClass kwxmlClass = {...};
+//     static constexpr ::kwxml::WrapperClass kwxmlClass = {..., "10268693,0,0,1;..."};
 //     Status() : ::YMMessageBase(kwxmlClass) {}
 //
 //     int errorCode() const ...
@@ -241,7 +240,7 @@ private:
     const std::string wrapper = qualified(*field_.reference);
     const std::string address = "(*this, " + ownPlace_ + ", " + key_;
     const std::string checked = address + ", " + hexadecimal(tagId(*field_.reference), 8) + ", " +
-                                hexadecimal(fingerprint(*field_.reference), 8) + ", kwxmlClass.catalogue)";
+                                hexadecimal(fingerprint(*field_.reference), 8) + ", kwxmlClass)";
     const std::string made = "::kwxml::mutableNestedMessage" + checked;
     return getter("const " + wrapper + "*", "hasOwn(" + number_ + ", " + key_ + ") ? static_cast<const " +
                                                 wrapper + "*>(::kwxml::nestedMessage" + checked +
@@ -356,25 +355,19 @@ private:
   std::string key_;
 };
 
-/// What the wrapper was compiled for.
+/// What the wrapper was compiled for. The records are one text, which takes compilers less than an array.
 std::string wrapperClass(const Class& cls, const std::string& catalogue)
 {
   std::string fields;
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     const FieldRow row = fieldRow(cls.fields[i], i);
-    fields += std::string(i == 0       ? ""
-                          : i % 4 == 0 ? ",\n      "
-                                       : ", ") +
-              "{" + hexadecimal(row.hash) + ", " + std::to_string(row.number) + ", " +
-              std::to_string(row.slot) + ", ::" + enumeratorName(row.type) + "}";
+    fields += std::to_string(row.hash) + "," + std::to_string(row.number) + "," + std::to_string(row.slot) +
+              "," + std::to_string(row.type) + ";";
   }
-  return (fields.empty()
-              ? ""
-              : "  static constexpr ::kwxml::WrapperField kwxmlFields[] = {\n      " + fields + "};\n") +
-         "  static constexpr ::kwxml::WrapperClass kwxmlClass = {\n      &::kwxml::catalogues::" + catalogue +
+  return "  static constexpr ::kwxml::WrapperClass kwxmlClass = {\n      &::kwxml::catalogues::" + catalogue +
          ", " + literal(catalogue) + ", " + literal(cls.system->name) + ", " + literal(cls.name) +
          ", tag, classIndex, " + hexadecimal(fingerprint(cls), 8) + ", " + std::to_string(cls.fields.size()) +
-         ", " + (fields.empty() ? "nullptr" : "kwxmlFields") + "};\n";
+         ",\n      " + literal(fields) + "};\n";
 }
 
 std::string wrapper(const Class& cls, const std::string& catalogue)
@@ -388,7 +381,7 @@ std::string wrapper(const Class& cls, const std::string& catalogue)
                     ";\n  static constexpr int classIndex = " + std::to_string(cls.index) + ";\n" +
                     wrapperClass(cls, catalogue) + "  " + name + "() : ::YMMessageBase(kwxmlClass) {}\n";
   // And the accessors' template parameter.
-  std::set<std::string> names = {name, "List", "kwxmlClass", "kwxmlFields"};
+  std::set<std::string> names = {name, "List", "kwxmlClass"};
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     std::string base = cppName(cls.fields[i].name);
     const auto taken = [&names](const std::string& candidate) {

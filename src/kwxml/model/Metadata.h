@@ -8,7 +8,6 @@
 #include <kwxml/model/FieldTypes.h>
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -292,7 +291,8 @@ constexpr std::uint32_t fingerprintStep(std::uint32_t fingerprint, std::uint32_t
 inline std::uint32_t fingerprintOf(const _ClassDef& cls, int count)
 {
   std::uint32_t value = fingerprintStart;
-  for (const FieldDef& def : std::span(cls.fields, static_cast<std::size_t>(count))) {
+  for (int i = 0; i < count; ++i) {
+    const FieldDef& def = cls.fields[i];
     value = fingerprintStep(value, def.hash, def.fieldNumber, def.slot, def.type);
     if (def.type == FIELD_ENUMERATOR) {
       value = fingerprintStep(value, nameHash(def.name, std::string_view(def.name).size()), 0, 0, 0);

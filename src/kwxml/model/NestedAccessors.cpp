@@ -114,7 +114,7 @@ kwxml::FieldAddress wrappersAddress(const YMMessageBase& message, short field, s
 
 const void* kwxml::nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
                                  unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                                 const char* catalogue)
+                                 const WrapperClass& outer)
 {
   FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getConstObjectSignature, a, typesHolding<YMMessageBase>)) {
@@ -122,7 +122,7 @@ const void* kwxml::nestedMessage(const YMMessageBase& message, short field, shor
   }
   const auto* nested = Access::pointer<YMMessageBase>(message, a.slot);
   if (nested != nullptr) {
-    checkWrapper(*nested, wrapperTag, fingerprint, catalogue, nullptr);
+    checkWrapper(*nested, wrapperTag, fingerprint, outer.catalogue, nullptr);
   }
   return nested;
 }
@@ -136,7 +136,7 @@ void kwxml::setNestedMessage(YMMessageBase& message, short field, short slot, un
 
 void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
                                   unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                                  const char* catalogue)
+                                  const WrapperClass& outer)
 {
   FieldAddress a = wrappersAddress(message, field, slot, tag, hash);
   if (!Access::resolve(message, getObjectSignature, a, typesHolding<YMMessageBase>)) {
@@ -146,7 +146,7 @@ void* kwxml::mutableNestedMessage(YMMessageBase& message, short field, short slo
   const FieldDef& def = message.getClass()->fields[a.field];
   const PackedReference reference = Access::reference(message, def);
   auto* nested = Access::nestedMessage(message, a, true, true, reference);
-  checkWrapper(*nested, wrapperTag, fingerprint, catalogue, nullptr);
+  checkWrapper(*nested, wrapperTag, fingerprint, outer.catalogue, nullptr);
   return nested;
 }
 

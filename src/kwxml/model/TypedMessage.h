@@ -15,15 +15,6 @@
 
 namespace kwxml {
 
-/// A field as a wrapper was compiled for it.
-struct WrapperField
-{
-  std::uint32_t hash;
-  std::int16_t number;
-  std::int16_t slot;
-  FieldDataType type;
-};
-
 /// A class as its wrapper was compiled for it. Constant, in the program that uses the wrapper.
 struct WrapperClass
 {
@@ -36,7 +27,7 @@ struct WrapperClass
   std::int32_t classIndex;
   std::uint32_t fingerprint;  ///< over `fields`: fingerprintStep()
   std::int32_t numberOfFields;
-  const WrapperField* fields;  ///< null when there are none
+  const char* fields;  ///< of each record its hash, number, slot and type in decimal: "9023,0,2,1;"
 };
 
 /// An enumeration as it was compiled for a program. Constant.
@@ -112,13 +103,13 @@ T& orScratch(T* value)
 /// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
 /// because a wrapper's header need not have the other wrapper's class; all are of messages.
 ///
-/// Each that gives a message checks it as kwxml::as() does, by the tag, the fingerprint and the catalogue of
-/// the wrapper that it is given as.
+/// Each that gives a message checks it as kwxml::as() does, by the tag and the fingerprint of the wrapper
+/// that it is given as; `outer` is the wrapper of the message around it, whose catalogue has both.
 ///
 /// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
 const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                          const char* catalogue);
+                          const WrapperClass& outer);
 /// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
 /// message.
 void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
@@ -127,7 +118,7 @@ void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned 
 /// set. Throws KwException (after one log line) when the field can hold none.
 void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
                            unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                           const char* catalogue);
+                           const WrapperClass& outer);
 
 /// Name of an enumerator; an empty text when there is none. Both functions throw KwException (and log) when
 /// the tables do not begin with the enumerators that the program was compiled with, or have no such

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace kwxml {
@@ -15,7 +16,7 @@ namespace {
 
 constexpr const char* function = "kwxml::checkWrapper";
 
-std::string described(std::uint32_t hash, bool withHash, int number, int slot, FieldDataType type)
+std::string described(std::uint32_t hash, bool withHash, long number, long slot, FieldDataType type)
 {
   const char* text = fieldTypeInfo(type).text;
   char name[32] = "";
@@ -26,12 +27,34 @@ std::string described(std::uint32_t hash, bool withHash, int number, int slot, F
          ", slot " + std::to_string(slot);
 }
 
+/// A record of WrapperClass::fields.
+struct WrapperField
+{
+  std::uint32_t hash;
+  long number;
+  long slot;
+  FieldDataType type;
+};
+
+/// The record at the beginning of a text, which goes on behind it.
+WrapperField takeField(const char*& text)
+{
+  long parts[4] = {};
+  for (long& part : parts) {
+    char* end = nullptr;
+    part = std::strtol(text, &end, 10);
+    text = *end != '\0' ? end + 1 : end;
+  }
+  return {static_cast<std::uint32_t>(parts[0]), parts[1], parts[2], static_cast<FieldDataType>(parts[3])};
+}
+
 /// The first record in which the two differ.
 std::string difference(const WrapperClass& wrapper, const _ClassDef& cls)
 {
   const int common = std::min<int>(wrapper.numberOfFields, cls.numberOfFields);
+  const char* fields = wrapper.fields;
   for (int i = 0; i < common; ++i) {
-    const WrapperField& field = wrapper.fields[i];
+    const WrapperField field = takeField(fields);
     const FieldDef& def = cls.fields[i];
     if (field.hash != def.hash || field.number != def.fieldNumber || field.slot != def.slot ||
         field.type != def.type) {
