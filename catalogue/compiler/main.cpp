@@ -140,6 +140,9 @@ void addOptions(CLI::App& app, Arguments& arguments)
       ->allow_extra_args(false)  // one value each: what follows is a schema
       ->check(check(refuseRule))
       ->type_name("RULE");
+  for (const char* other : {"--name", "--shards", "--strict", "--allow"}) {  // of compiling alone
+    app.get_option("--format")->excludes(app.get_option(other));
+  }
   app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
   app.footer(footer);
 }
