@@ -140,9 +140,6 @@ void addOptions(CLI::App& app, Arguments& arguments)
       ->allow_extra_args(false)  // one value each: what follows is a schema
       ->check(check(refuseRule))
       ->type_name("RULE");
-  for (const char* other : {"--name", "--shards", "--strict", "--allow"}) {  // of compiling alone
-    app.get_option("--format")->excludes(app.get_option(other));
-  }
   app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
   app.footer(footer);
 }
@@ -185,6 +182,11 @@ std::string findMissing(const Arguments& arguments)
 {
   if (arguments.emission.name == builtInName && !arguments.emission.builtIn) {
     return "--name: the message library's own catalogue is called " + kwxml::catalogue::quoted(builtInName);
+  }
+  const bool compiles = arguments.strict || !arguments.allowed.empty() || arguments.emission.shards != 0 ||
+                        arguments.emission.name != Emission().name;
+  if (arguments.format && compiles) {
+    return "--format excludes the options of compiling";
   }
   if (arguments.outputDirectory.empty() && !arguments.listOutputs && !arguments.format) {
     return "no output directory";
