@@ -41,7 +41,9 @@ function(_kwxml_compile_catalogue prefix target name schemas)
   # Schemas with errors have no files. The build then says the errors, as it does for any other source.
   execute_process(COMMAND "${compiler}" --list-outputs -- ${files}
                   OUTPUT_VARIABLE outputs ERROR_QUIET RESULT_VARIABLE result OUTPUT_STRIP_TRAILING_WHITESPACE)
-  if(NOT result EQUAL 0)
+  if(NOT result MATCHES "^[01]$")
+    message(FATAL_ERROR "catalogue ${target}: the schema compiler cannot be run: ${compiler}: ${result}")
+  elseif(result)
     set(outputs "registry.cpp")
   endif()
   string(REPLACE "\n" ";" outputs "${outputs}")
@@ -53,6 +55,8 @@ function(_kwxml_compile_catalogue prefix target name schemas)
   set(depends "${compiler}")
   if(TARGET _kwxml_schema_compiler)
     list(APPEND depends _kwxml_schema_compiler)
+  else()  # another compiler may write other files
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${compiler}")
   endif()
   # What did not change keeps its time, so that nothing else is built again; that the compiler has run, the stamp says.
   set(stamp "${include_dir}/compiled")

@@ -7,6 +7,7 @@
 #include <kwxml/model/CatalogueLibrary.h>
 #include <kwxml/model/Registry.h>
 
+#include <algorithm>
 #include <iostream>
 
 namespace kwxml::catalogue {
@@ -21,7 +22,17 @@ Catalogue loadLibrary(const std::string& path, Diagnostics& diagnostics)
   const Location whole{diagnostics.addFile(path), 0, 0};
   std::string problem;
   if (const Registry* registry = loadCatalogueLibrary(path, problem)) {
-    return readTables(registry->tables());
+    Catalogue catalogue = readTables(registry->tables());
+    for (const System& system : catalogue.systems) {
+      const auto unknown = std::count_if(system.xpaths.begin(), system.xpaths.end(),
+                                         [](const XPath& xpath) { return xpath.message.empty(); });
+      if (unknown > 0) {
+        diagnostics.warning(whole, "the library does not tell of which message " + std::to_string(unknown) +
+                                       " XPaths of system " + quoted(system.name) +
+                                       " are: that they go to another message is not found");
+      }
+    }
+    return catalogue;
   }
   diagnostics.error(whole, problem);
   return {};

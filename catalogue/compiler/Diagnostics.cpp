@@ -70,7 +70,7 @@ void Diagnostics::print(std::ostream& out) const
     out << (entry->isError ? " error: " : " warning: ") << entry->text << '\n';
   }
   if (errors_ >= maxErrors) {
-    out << "kwxml-catalogue: stopped at the error number " << maxErrors << '\n';
+    out << "stopped at the error number " << maxErrors << '\n';
   }
   if (unseenWarnings_ > 0) {
     out << "kwxml-catalogue: " << unseenWarnings_

@@ -27,11 +27,11 @@ struct Matches
     toNew.emplace(&older, &newer);
   }
 
-  /// Matches what has no partner yet and the same key; of several with one key the first.
+  /// Matches what has no partner yet and the same key; of several with one key the first with the first.
   template <class Elements, class OldKey, class NewKey>
   void addBy(const Elements& older, const Elements& newer, OldKey oldKey, NewKey newKey)
   {
-    std::map<decltype(oldKey(older.front())), const Element*> free;
+    std::multimap<decltype(oldKey(older.front())), const Element*> free;
     for (const Element& element : older) {
       if (newOf(element) == nullptr) {
         free.emplace(oldKey(element), &element);
@@ -41,8 +41,9 @@ struct Matches
       if (oldOf(element) != nullptr) {
         continue;
       }
-      const auto found = free.find(newKey(element));
-      if (found != free.end()) {
+      const auto key = newKey(element);
+      const auto found = free.lower_bound(key);
+      if (found != free.end() && found->first == key) {
         add(*found->second, element);
         free.erase(found);
       }

@@ -429,9 +429,11 @@ std::map<const System*, std::set<const Class*>> references(const System& system)
 OutputFile emitHeader(const System& system, const Emission& emission)
 {
   std::string out = emission.headLine + "//" + explanation +
-                    "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\nnamespace kwxml::catalogues {\n"
+                    "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\nnamespace " +
+                    std::string(objectNamespace) +
+                    " {\n"
                     "extern const ::kwxml::Registry* const " +
-                    emission.name + ";\n}  // namespace kwxml::catalogues\n\n";
+                    emission.name + ";\n}  // namespace " + objectNamespace + "\n\n";
   std::map<std::string, std::set<std::string>> others;  // sorted by name: equal schemas give equal bytes
   for (const auto& [other, classes] : references(system)) {
     for (const Class* cls : classes) {

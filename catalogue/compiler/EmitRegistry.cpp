@@ -31,7 +31,7 @@
 //     const ::XPathDataRow XML_KWMessage_MessageSystemChooser::xpathData[] = {..., {0, nullptr, nullptr,
 //     nullptr, -1}};
 //
-//     namespace kwxml::catalogues {
+//     namespace kwxml::catalogues::inline v2 {
 //     extern const ::kwxml::Registry* const pets;
 //     const ::kwxml::Registry* const pets = &registry;
 //     }
@@ -214,9 +214,9 @@ std::string catalogueObject(const Tables& tables, const Emission& emission)
          count(tables.formerNames.size()) + count(tables.docs.size()) + literal(name) +
          ",\n    systemRows, xpathRows, " + pointer(tables.classNames.size(), "classNames") + ", " +
          pointer(tables.formerNames.size(), "formerNames") + ", " + pointer(tables.docs.size(), "docs") +
-         "};\nconstinit const ::kwxml::Registry registry(tables);\n}  // namespace\n\nnamespace "
-         "kwxml::catalogues {\nextern " +
-         declarator + ";\n" + declarator + " = &registry;\n}  // namespace kwxml::catalogues\n" +
+         "};\nconstinit const ::kwxml::Registry registry(tables);\n}  // namespace\n\nnamespace " +
+         objectNamespace + " {\nextern " + declarator + ";\n" + declarator +
+         " = &registry;\n}  // namespace " + objectNamespace + "\n" +
          (emission.builtIn ? ""
                            : "\n[[gnu::weak]] const ::kwxml::Registry* const "
                              "XML_KWMessage_MessageSystemChooser::catalogue = &registry;\n");

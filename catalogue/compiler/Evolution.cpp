@@ -306,6 +306,12 @@ private:
     for (const Field& field : older.fields) {
       if (fields_.newOf(field) == nullptr) {
         tellGone(Id::EnumeratorRemoved, older, field, called(older, field) + " is gone");
+        const Field* const read = firstRead(newer, field);
+        if (read != nullptr && firstRead(older, field) == &field) {
+          tellGone(Id::EnumeratorNameTaken, older, field,
+                   "the name " + quoted(field.name) + " of " + called(older, field) + " is read as " +
+                       quoted(read->name));
+        }
       }
     }
   }
@@ -576,7 +582,7 @@ private:
     }
     const auto oldPath = [&](const XPath& xpath) {
       if (xpath.message.empty()) {
-        return std::pair(std::string(), xpath.path);
+        return std::pair(std::string(), xpath.of != nullptr ? pathNow(xpath, xpath.of) : xpath.path);
       }
       const Class* const cls = classes.at(xpath.message);
       const Class* const now = classes_.newOf(*cls);
@@ -584,17 +590,18 @@ private:
     };
     // The tables of a compiled catalogue do not always tell of which message a path is.
     const auto isUnknown = [](const XPath& xpath) { return xpath.message.empty(); };
+    const auto textNow = [&](const XPath& xpath) { return oldPath(xpath).second; };
     const auto samePath = [&](const XPath& before, const XPath& now) {
-      return isUnknown(before) || isUnknown(now) ? before.path == now.path : oldPath(before) == path(now);
+      return isUnknown(before) || isUnknown(now) ? textNow(before) == now.path : oldPath(before) == path(now);
     };
     Matches<XPath> matches;
     matches.addBy(older.xpaths, newer.xpaths, oldPath, path);
-    const auto idAndText = [](const XPath& xpath) { return std::pair(xpath.id, xpath.path); };
-    matches.addBy(older.xpaths, newer.xpaths, idAndText, idAndText);
+    matches.addBy(
+        older.xpaths, newer.xpaths, [&](const XPath& xpath) { return std::pair(xpath.id, textNow(xpath)); },
+        [](const XPath& xpath) { return std::pair(xpath.id, xpath.path); });
     if (std::any_of(older.xpaths.begin(), older.xpaths.end(), isUnknown) ||
         std::any_of(newer.xpaths.begin(), newer.xpaths.end(), isUnknown)) {
-      const auto text = [](const XPath& xpath) { return xpath.path; };
-      matches.addBy(older.xpaths, newer.xpaths, text, text);
+      matches.addBy(older.xpaths, newer.xpaths, textNow, [](const XPath& xpath) { return xpath.path; });
     }
     matches.addBy(older.xpaths, newer.xpaths, id, id);
     const auto report = [&](Id rule, const System& system, const XPath& xpath, std::string text) {

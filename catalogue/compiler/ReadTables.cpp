@@ -180,11 +180,13 @@ private:
   /// nobody knows.
   static void nameMessage(const System& system, XPath& xpath)
   {
-    const auto leads = [&xpath](const Class& cls) { return leadsFrom(cls, xpath); };
+    const auto leads = [&xpath](const Class& cls) { return !cls.isEnum && leadsFrom(cls, xpath); };
     const auto first = std::find_if(system.classes.begin(), system.classes.end(), leads);
     if (first != system.classes.end() &&
         std::find_if(std::next(first), system.classes.end(), leads) == system.classes.end()) {
       xpath.message = first->name;
+    } else if (first != system.classes.end()) {
+      xpath.of = &*first;
     }
   }
 

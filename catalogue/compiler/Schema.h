@@ -96,7 +96,8 @@ struct XPath
 {
   Location at;
   long long id = 0;
-  std::string message;  ///< empty when it is not known: tables do not have it
+  std::string message;        ///< empty when it is not known: tables do not have it
+  const Class* of = nullptr;  ///< when it is not known, one that has the path's fields
   std::string path;
 
   // Resolved.

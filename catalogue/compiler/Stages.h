@@ -69,6 +69,9 @@ void emitTables(const Catalogue& catalogue, const Emission& emission, const Take
 void emitRegistry(const Catalogue& catalogue, const Emission& emission, const TakeFile& take);
 OutputFile emitHeader(const System& system, const Emission& emission);
 
+/// Where the catalogues' objects are named: the inline namespace goes with CatalogueTables::currentVersion.
+inline constexpr const char* objectNamespace = "kwxml::catalogues::inline v2";
+
 // The arrays between these lines are seen inside the catalogue's library alone, however it is compiled.
 inline constexpr const char* hiddenFromHere = "#pragma GCC visibility push(hidden)\n";
 inline constexpr const char* hiddenToHere = "#pragma GCC visibility pop\n";

@@ -354,6 +354,14 @@ int runCall(const char* about, int argc, char** argv)
   return run(call);
 }
 
+/// Asked for beside options that take values, which need not be there then.
+template <class Call>
+int answer(const char* about, char* program, std::string question)
+{
+  char* words[] = {program, question.data(), nullptr};
+  return runCall<Call>(about, 2, words);
+}
+
 bool isComparing(int argc, char** argv)
 {
   for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
@@ -370,8 +378,14 @@ bool isComparing(int argc, char** argv)
 int main(int argc, char** argv)
 {
   try {
-    const int status = isComparing(argc, argv) ? runCall<CompareCall>(compareDescription, argc, argv)
-                                               : runCall<Arguments>(description, argc, argv);
+    const auto asks = [&](std::string_view question) {
+      return std::any_of(argv, argv + argc, [&](const char* word) { return word == question; });
+    };
+    const int status = !isComparing(argc, argv) ? runCall<Arguments>(description, argc, argv)
+                       : asks("--help") || asks("-h")
+                           ? answer<CompareCall>(compareDescription, argv[0], "--help")
+                       : asks("--version") ? answer<CompareCall>(compareDescription, argv[0], "--version")
+                                           : runCall<CompareCall>(compareDescription, argc, argv);
     if (!std::cout.flush()) {
       throw std::runtime_error("cannot write to standard output");
     }

@@ -6,10 +6,12 @@
 #include <elf.h>
 #include <link.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string_view>
+#include <vector>
 
 namespace kwxml {
 namespace {
@@ -26,6 +28,11 @@ const ElfW(Ehdr) * ownHeader()
 /// map what is not there.
 const char* findFault(const std::string& path)
 {
+  std::error_code unknown;
+  const std::filesystem::file_status status = std::filesystem::status(path, unknown);
+  if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+    return "it is no regular file";
+  }
   std::ifstream in(path, std::ios::binary | std::ios::ate);
   if (!in) {
     return nullptr;  // the loader says why
@@ -50,11 +57,23 @@ const char* findFault(const std::string& path)
        header.e_ident[EI_DATA] != own->e_ident[EI_DATA] || header.e_machine != own->e_machine)) {
     return "it is built for another machine";
   }
-  for (unsigned i = 0; i < header.e_phnum; ++i) {
-    ElfW(Phdr) segment{};
+  std::vector<ElfW(Phdr)> segments(header.e_phnum);
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    ElfW(Phdr)& segment = segments[i];
     if (!read(header.e_phoff + i * sizeof segment, segment) || segment.p_offset > size ||
         segment.p_filesz > size - segment.p_offset) {
       return cut;
+    }
+  }
+  for (const ElfW(Phdr) & segment : segments) {
+    const bool loaded = std::any_of(segments.begin(), segments.end(), [&](const ElfW(Phdr) & other) {
+      return other.p_type == PT_LOAD && segment.p_vaddr >= other.p_vaddr &&
+             other.p_memsz >= segment.p_memsz &&
+             segment.p_vaddr - other.p_vaddr <= other.p_memsz - segment.p_memsz;
+    });
+    if ((segment.p_type == PT_LOAD && segment.p_memsz < segment.p_filesz) ||
+        (segment.p_type == PT_DYNAMIC && !loaded)) {
+      return "the file is damaged";
     }
   }
   return nullptr;
@@ -75,7 +94,7 @@ const Registry* findRegistry(void* library)
 {
   for (const char* symbol : {
            "_ZN34XML_KWMessage_MessageSystemChooser9catalogueE",
-           "_ZN5kwxml10catalogues7builtinE",  // the catalogue inside a message library
+           "_ZN5kwxml10catalogues2v27builtinE",  // the catalogue inside a message library
        }) {
     const auto* const* const found = static_cast<const Registry* const*>(dlsym(library, symbol));
     if (found != nullptr && isWithin(library, *found)) {
@@ -93,12 +112,13 @@ const Registry* loadCatalogueLibrary(const std::string& path, std::string& probl
     problem = fault;
     return nullptr;
   }
-  void* const library = dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(),
-                               RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  const std::string name =
+      path.find('/') == std::string::npos ? "./" + path : path;  // not one that the loader looks for
+  void* const library = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   if (library == nullptr) {
     const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): the text is the thread's own
     problem = reason != nullptr ? reason : "it cannot be loaded";
-    if (const std::string place = path + ": "; problem.starts_with(place)) {
+    if (const std::string place = name + ": "; problem.starts_with(place)) {
       problem.erase(0, place.size());
     }
     return nullptr;

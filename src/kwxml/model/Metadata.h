@@ -209,7 +209,9 @@ struct DocText
 /// ordered, member by member, but for xpath.
 struct CatalogueTables
 {
-  /// Changes with every change of the records and of the order in which they are found.
+  /// Changes with every change of the records and of the order in which they are found. So does the name of
+  /// the inline namespaces that hold what programs and catalogues refer to by symbols: what is compiled for
+  /// another version does not link.
   static constexpr std::uint32_t currentVersion = 2;
 
   std::uint32_t version;

@@ -21,10 +21,10 @@ extern const kwxml::Registry* const programCatalogue __asm__(
 
 namespace kwxml {
 
-namespace catalogues {
+namespace catalogues::inline v2 {
 /// The tables that the library is linked with.
 extern const Registry* const builtin;
-}  // namespace catalogues
+}  // namespace catalogues::inline v2
 
 namespace {
 
@@ -149,6 +149,24 @@ const ClassNameIndex* findName(const Registry& registry, std::string_view system
   return nullptr;
 }
 
+/// Whether this library reads the tables; an error is logged once when it does not.
+bool isReadable(const Registry& registry)
+{
+  const std::uint32_t version = registry.tables().version;
+  if (version == CatalogueTables::currentVersion) [[likely]] {
+    return true;
+  }
+  static constinit std::atomic<bool> told{false};
+  if (!told.exchange(true)) {
+    XMLDebug::getInstance()->logError(
+        "kwxml::Registry",
+        "Catalogue [%s] is not used: it has tables of version [%u], this library reads "
+        "version [%u]",
+        registry.name(), version, CatalogueTables::currentVersion);
+  }
+  return false;
+}
+
 }  // namespace
 
 // ---- The registries of the process
@@ -193,17 +211,7 @@ const Registry& Registry::first() noexcept
   if (ofProgram == nullptr) {
     return *catalogues::builtin;
   }
-  if (const std::uint32_t version = (*ofProgram)->tables().version;
-      version != CatalogueTables::currentVersion) [[unlikely]] {
-    static constinit std::atomic<bool> told{false};
-    if (!told.exchange(true)) {
-      XMLDebug::getInstance()->logError(
-          "kwxml::Registry", "Catalogue [%s] has tables of version [%u], this library reads version [%u]",
-          (*ofProgram)->name(), version, CatalogueTables::currentVersion);
-    }
-    return *catalogues::builtin;
-  }
-  return **ofProgram;
+  return isReadable(**ofProgram) ? **ofProgram : *catalogues::builtin;
 }
 
 const Registry& Registry::current() noexcept
@@ -293,25 +301,26 @@ void Registry::tellLoadedOnce()
 
 void useCatalogue(const Registry& registry) noexcept
 {
-  processRegistry.store(&registry, std::memory_order_release);
+  if (isReadable(registry)) {
+    processRegistry.store(&registry, std::memory_order_release);
+  }
 }
 
-UsingCatalogue::UsingCatalogue(const Registry& registry) noexcept : before_(threadRegistry)
+UsingCatalogue::UsingCatalogue(const Registry& registry) noexcept
+    : changed_(&registry != &Registry::current() && isReadable(registry))
 {
-  if (!registry.joined_.load(std::memory_order_acquire)) {
-    registry.join();
+  if (changed_) {
+    if (!registry.joined_.load(std::memory_order_acquire)) {
+      registry.join();
+    }
+    threadsDiffer.store(true, std::memory_order_relaxed);
+    before_ = std::exchange(threadRegistry, &registry);
   }
-  threadsDiffer.store(true, std::memory_order_relaxed);
-  threadRegistry = &registry;
 }
 
 UsingCatalogue::UsingCatalogue(const YMMessageBase& message) noexcept
-    : changed_(message.getClass() != nullptr && &Registry::of(message) != &Registry::current())
+    : UsingCatalogue(message.getClass() != nullptr ? Registry::of(message) : Registry::current())
 {
-  if (changed_) [[unlikely]] {
-    threadsDiffer.store(true, std::memory_order_relaxed);
-    before_ = std::exchange(threadRegistry, &Registry::of(message));
-  }
 }
 
 UsingCatalogue::~UsingCatalogue()

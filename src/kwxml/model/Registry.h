@@ -129,6 +129,7 @@ inline const Registry& registryOf(const PackedReference& reference) noexcept
 
 /// Makes a catalogue the one in use by all threads that name no other. Call it before the first message is
 /// made or read: what was made before keeps its catalogue, which is then a stranger to what is made later.
+/// One whose tables this library does not read is not used (logged once), here and by UsingCatalogue.
 void useCatalogue(const Registry& registry) noexcept;
 
 /// Makes a catalogue the one in use by the calling thread until the object ends; of nested ones the inner one

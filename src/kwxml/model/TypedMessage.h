@@ -15,6 +15,8 @@
 
 namespace kwxml {
 
+inline namespace v2 {  // as CatalogueTables::currentVersion
+
 /// A class as its wrapper was compiled for it. Constant, in the program that uses the wrapper.
 struct WrapperClass
 {
@@ -42,6 +44,8 @@ struct WrapperEnum
   std::int32_t numberOfEnumerators;
   std::uint32_t fingerprint;  ///< over the enumerators
 };
+
+}  // namespace v2
 
 /// Throws KwException (and logs) when a message of the wrapper's tag has other fields than the wrapper was
 /// compiled for: its accessors would take one field for another. A message of another tag is read by the

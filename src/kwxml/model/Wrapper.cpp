@@ -106,9 +106,9 @@ const _ClassDef& findEnumeration(const WrapperEnum& wanted)
     cls = registry.findClass(wanted.system, wanted.name, system, index) ? registry.findClass(system, index)
                                                                         : nullptr;
   }
-  const std::string tagName = std::string(wanted.system) + "_" + wanted.name;
+  const auto tagName = [&wanted] { return std::string(wanted.system) + "_" + wanted.name; };
   if (cls == nullptr || !cls->isEnum()) {
-    refuse("Catalogue '" + std::string(registry.name()) + "' has no enumeration " + tagName +
+    refuse("Catalogue '" + std::string(registry.name()) + "' has no enumeration " + tagName() +
            ", which the program was compiled with");
   }
   const int count = wanted.numberOfEnumerators;
@@ -116,7 +116,7 @@ const _ClassDef& findEnumeration(const WrapperEnum& wanted)
       (count == cls->numberOfFields
            ? registry.plan(static_cast<unsigned>(system), static_cast<unsigned>(index)).fingerprint
            : fingerprintOf(*cls, count)) != wanted.fingerprint) {
-    refuseRecords(tagName, registry, wanted.catalogue,
+    refuseRecords(tagName(), registry, wanted.catalogue,
                   "its " + std::to_string(cls->numberOfFields) +
                       " enumerators do not begin with the program's " + std::to_string(count));
   }

@@ -34,7 +34,9 @@ namespace kwxml {
 struct MessageAccess;
 struct AccessorRules;
 struct MessageLife;
+inline namespace v2 {
 struct WrapperClass;
+}
 }  // namespace kwxml
 
 class YMMessageBase
