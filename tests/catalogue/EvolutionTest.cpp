@@ -528,6 +528,38 @@ TEST(Evolution, TablesAreComparedAsTheirSchemasAre)
   EXPECT_GT(differences, 200);
 }
 
+/// Tables do not say of which message a path is, and two have the same fields.
+TEST(Evolution, PathsOfMessagesThatAreAlike)
+{
+  const auto schema = [](const char* fields, const char* last, int firstId) {
+    const auto path = [&](int id, const char* message, const char* text) {
+      return "<xpath id='" + std::to_string(firstId + id) + "' message='" + message + "' path='" + text +
+             "'/>";
+    };
+    const bool renamed = std::strstr(fields, "yy") != nullptr;
+    return std::string("<catalogue><system name='Paths' index='12'><message name='A' id='1'>") + fields +
+           "</message><message name='B' id='2'>" + fields + "</message><message name='C' id='3'>" + last +
+           "</message><enum name='E' id='4'><enumerator name='z' value='1'/></enum>" + path(1, "A", "@x") +
+           path(2, "B", "@x") + path(3, "A", renamed ? "@yy" : "@y") +
+           path(4, "C", std::strstr(last, "zz") != nullptr ? "@zz" : "@z") + "</system></catalogue>";
+  };
+  const char* const fields = "<field name='x' type='int'/><field name='y' type='int'/>";
+  const char* const last = "<field name='z' type='int'/>";
+  const test::TempDirectory folder;
+  const Version older(folder, "older.xml", schema(fields, last, 0));
+  ASSERT_NE(older.registry, nullptr) << older.problems;
+  const std::string changed[] = {
+      schema("<field name='x' type='int'/><field name='yy' type='int' formerly='y'/>", last, 0),
+      schema(fields, "<field name='zz' type='int' formerly='z'/>", 0),
+      schema(fields, last, 10),
+  };
+  for (const std::string& text : changed) {
+    const Version newer(folder, "newer.xml", text);
+    ASSERT_NE(newer.registry, nullptr) << newer.problems;
+    compareTables(older, newer);
+  }
+}
+
 // ---- Former names
 
 constexpr const char* oldSchema = R"(<catalogue><system name="Names" index="60">
