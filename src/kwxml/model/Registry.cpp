@@ -21,10 +21,12 @@ extern const kwxml::Registry* const programCatalogue __asm__(
 
 namespace kwxml {
 
-namespace catalogues::inline v2 {
+namespace catalogues {
+inline namespace v2 {
 /// The tables that the library is linked with.
 extern const Registry* const builtin;
-}  // namespace catalogues::inline v2
+}  // namespace v2
+}  // namespace catalogues
 
 namespace {
 
