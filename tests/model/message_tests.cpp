@@ -298,3 +298,40 @@ TEST(Values, EveryOperationFitsASmallStackAtTheNestingLimit)
     EXPECT_FALSE(copy == deep);
   });
 }
+
+TEST(Values, ChainsOfMessagesThatCallersBuildMayBeAnyLength)
+{
+  constexpr int length = 5000;
+  // In each kind of value that holds messages; `put` hands the deeper ones over without copying them.
+  const auto check = [](auto put) {
+    onSmallStack([&] {
+      const auto chain = [&](const char* end) {
+        YMMessageBase node = make("Types_Node");
+        setText(node, "label", end);
+        for (int i = 0; i < length; ++i) {
+          YMMessageBase outer = make("Types_Node");
+          put(outer, std::move(node));
+          node = std::move(outer);
+        }
+        return node;
+      };
+      YMMessageBase deep = chain("end");
+      YMMessageBase copy(deep);
+      EXPECT_TRUE(copy == deep);
+      EXPECT_FALSE(copy == chain("other"));
+      copy = deep;
+      EXPECT_TRUE(copy == deep);
+      deep.reset();
+      EXPECT_FALSE(copy == deep);
+    });
+  };
+  check([](YMMessageBase& outer, YMMessageBase&& inner) {
+    object<YMMessageBase>(outer, "child") = std::move(inner);
+  });
+  check([](YMMessageBase& outer, YMMessageBase&& inner) {
+    object<std::vector<YMMessageBase>>(outer, "children").push_back(std::move(inner));
+  });
+  check([](YMMessageBase& outer, YMMessageBase&& inner) {
+    object<std::map<std::string, YMMessageBase>>(outer, "byName").emplace("a", std::move(inner));
+  });
+}

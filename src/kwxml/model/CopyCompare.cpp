@@ -4,9 +4,11 @@
 
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/AccessorRules.h>
+#include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageLife.h>
 
 #include <algorithm>
+#include <memory>
 
 using Access = kwxml::MessageAccess;
 
@@ -14,12 +16,97 @@ using Access = kwxml::MessageAccess;
 
 // Values behind pointers may hold messages again. Each type's branch is a function of its own, so that one
 // level of nesting costs the stack of one branch and not of all of them.
+//
+// Encodings bound how deep messages nest, callers do not: what lies deeper is put aside, and done by the
+// outermost of the calls that are open.
 
 namespace {
 
 template <class Value>
+constexpr bool holdsMessages = std::is_same_v<Value, YMMessageBase>;
+template <>
+constexpr bool holdsMessages<std::vector<YMMessageBase>> = true;
+template <class Key>
+constexpr bool holdsMessages<std::map<Key, YMMessageBase>> = true;
+
+/// Work of one kind on values that hold messages, by one thread.
+struct NestedWork
+{
+  struct Item
+  {
+    void (*work)(NestedWork&, const Item&);
+    void* target;
+    const void* source;
+  };
+  int depth = 0;
+  bool equal = true;  ///< what was compared so far is
+  std::vector<Item> aside{};
+
+  /// Does the work now, or puts it aside; `open` is where the thread keeps the outermost call's.
+  template <class Work>
+  static bool run(NestedWork*& open, const Item& item, Work work)
+  {
+    if (open != nullptr && open->depth >= kwxml::maxMessageNesting) {
+      open->aside.push_back(item);
+      return true;
+    }
+    if (open != nullptr) {
+      const Deeper deeper(*open);
+      return work();
+    }
+    NestedWork outermost;
+    const Opened opened(open, outermost);
+    bool good = work();
+    while (good && !outermost.aside.empty()) {
+      const Item next = outermost.aside.back();
+      outermost.aside.pop_back();
+      next.work(outermost, next);
+      good = outermost.equal;
+    }
+    return good;
+  }
+
+private:
+  struct Deeper
+  {
+    explicit Deeper(NestedWork& work) : work(work) { ++work.depth; }
+    Deeper(const Deeper&) = delete;
+    Deeper& operator=(const Deeper&) = delete;
+    ~Deeper() { --work.depth; }
+    NestedWork& work;
+  };
+  struct Opened
+  {
+    Opened(NestedWork*& place, NestedWork& work) : place(place) { place = &work; }
+    Opened(const Opened&) = delete;
+    Opened& operator=(const Opened&) = delete;
+    ~Opened() { place = nullptr; }
+    NestedWork*& place;
+  };
+};
+
+thread_local NestedWork* copying = nullptr;
+thread_local NestedWork* comparing = nullptr;
+
+template <class Value>
 [[gnu::noinline]] void copyObject(Value*& target, const Value* source)
 {
+  if constexpr (holdsMessages<Value>) {
+    if (source != nullptr) {
+      const NestedWork::Item item{[](NestedWork&, const NestedWork::Item& later) {
+                                    auto*& place = *static_cast<Value**>(later.target);
+                                    place = new Value(*static_cast<const Value*>(later.source));
+                                  },
+                                  &target, source};
+      std::unique_ptr<Value> copy;
+      NestedWork::run(copying, item, [&] {
+        copy = std::make_unique<Value>(*source);
+        return true;
+      });
+      delete std::exchange(target, copy.release());
+      return;
+    }
+  }
   Value* copy = nullptr;
   if (source != nullptr) {
     copy = new Value(*source);
@@ -29,13 +116,72 @@ template <class Value>
   delete std::exchange(target, copy);
 }
 
-template <class Value>
-[[gnu::noinline]] void destroyObject(Value*& target) noexcept
-{
-  delete std::exchange(target, nullptr);
-}
-
 }  // namespace
+
+/// Values that lie deep, to be ended by the outermost call that is open. Ending takes no memory: the values
+/// are linked through the caches of one message that each holds.
+struct kwxml::MessageLife::Ending
+{
+  using End = void (*)(void*) noexcept;
+  int depth = 0;
+  YMMessageBase* aside = nullptr;
+
+  static Ending& open()
+  {
+    thread_local constinit Ending ending;
+    return ending;
+  }
+
+  template <class Value>
+  void end(Value* value) noexcept
+  {
+    if (depth >= maxMessageNesting) {
+      if (YMMessageBase* const message = anyMessage(*value)) {
+        destroyCaches(*message);
+        message->serializedXml_ = reinterpret_cast<std::string*>(aside);
+        message->lastSerializedXml_ = reinterpret_cast<std::string*>(value);
+        message->m_wsLastErrorEnglish = reinterpret_cast<XMLChstring*>(
+            static_cast<End>([](void* later) noexcept { delete static_cast<Value*>(later); }));
+        aside = message;
+        return;
+      }
+    }
+    ++depth;
+    delete value;
+    while (depth == 1 && aside != nullptr) {
+      YMMessageBase& message = *aside;
+      aside = reinterpret_cast<YMMessageBase*>(std::exchange(message.serializedXml_, nullptr));
+      void* const later = std::exchange(message.lastSerializedXml_, nullptr);
+      reinterpret_cast<End>(std::exchange(message.m_wsLastErrorEnglish, nullptr))(later);
+    }
+    --depth;
+  }
+
+private:
+  static YMMessageBase* anyMessage(YMMessageBase& message) { return &message; }
+  static YMMessageBase* anyMessage(std::vector<YMMessageBase>& list)
+  {
+    return list.empty() ? nullptr : &list.front();
+  }
+  template <class Key>
+  static YMMessageBase* anyMessage(std::map<Key, YMMessageBase>& map)
+  {
+    return map.empty() ? nullptr : &map.begin()->second;
+  }
+};
+
+template <class Value>
+void kwxml::MessageLife::destroyObject(Value*& target) noexcept
+{
+  Value* const value = std::exchange(target, nullptr);
+  if constexpr (holdsMessages<Value>) {
+    if (value != nullptr) {
+      Ending::open().end(value);
+    }
+  } else {
+    delete value;
+  }
+}
 
 void kwxml::MessageLife::copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def)
 {
@@ -117,7 +263,16 @@ template <class Value>
 [[gnu::noinline]] bool equalObjects(const Value* a, const Value* b)
 {
   if (a != nullptr && b != nullptr) {
-    return Equal()(*a, *b);
+    if constexpr (holdsMessages<Value>) {
+      const NestedWork::Item item{[](NestedWork& work, const NestedWork::Item& later) {
+                                    work.equal = Equal()(*static_cast<const Value*>(later.target),
+                                                         *static_cast<const Value*>(later.source));
+                                  },
+                                  const_cast<Value*>(a), b};
+      return NestedWork::run(comparing, item, [&] { return Equal()(*a, *b); });
+    } else {
+      return Equal()(*a, *b);
+    }
   }
   if constexpr (requires { a->empty(); }) {  // a collection never made is an empty one
     return (a == nullptr || a->empty()) && (b == nullptr || b->empty());

@@ -35,6 +35,12 @@ struct MessageLife : MessageAccess
   static void copyValue(YMMessageBase& to, const YMMessageBase& from, const FieldDef& def);
   /// Drops a value as deleteMember() does, without the bit.
   static void dropValue(YMMessageBase& m, const FieldDef& def, bool destroying) noexcept;
+  /// Ends a value behind a pointer, however deep messages nest in it.
+  template <class Value>
+  static void destroyObject(Value*& target) noexcept;
+
+private:
+  struct Ending;
 };
 
 }  // namespace kwxml
