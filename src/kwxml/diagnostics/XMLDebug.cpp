@@ -1,15 +1,36 @@
 #include <kwxml/diagnostics/XMLDebug.h>
 
+#include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KWPlatformInfo.h>
+
+#include <mutex>
 
 char XMLDebug::sysName[1025];
 constinit std::atomic<bool> XMLDebug::ended = false;
 
+namespace {
+
+constinit std::mutex making;
+constinit std::atomic<XMLDebug*> made = nullptr;
+
+[[gnu::constructor(102)]] void watchForks()
+{
+  kwxml::holdOverForks<making>();
+}
+
+}  // namespace
+
 XMLDebug* XMLDebug::getInstance()
 {
-  static XMLDebug instance;
-  return &instance;
+  XMLDebug* instance = made.load(std::memory_order_acquire);
+  if (instance == nullptr) [[unlikely]] {
+    const std::lock_guard lock(making);
+    static XMLDebug only;
+    instance = &only;
+    made.store(instance, std::memory_order_release);
+  }
+  return instance;
 }
 
 XMLDebug::XMLDebug()

@@ -4,6 +4,7 @@
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/log/IdleRecords.h>
 #include <kwxml/log/LineFormat.h>
@@ -27,6 +28,11 @@ std::atomic<KwThreadPool*> XmlLoggerHelper::xmlLoggerInstance = nullptr;
 namespace {
 
 constinit KwCriticalSectionH poolSection;
+
+[[gnu::constructor(106)]] void watchForks()
+{
+  kwxml::holdOverForks<poolSection>();
+}
 
 constexpr const char* frame = "   ";
 

@@ -1,5 +1,6 @@
 #include <kwxml/platform/EvDebug.h>
 
+#include <kwxml/platform/ForkGate.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KWPlatformInfo.h>
 #include <kwxml/platform/LogFile.h>
@@ -14,6 +15,7 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -96,11 +98,21 @@ LogNames& logNames()
   return instance;
 }
 
+using Sink = std::function<void(const kwxml::LogRecord&)>;
+
 struct SinkState
 {
-  std::recursive_mutex mutex;  // held while the sink runs; recursive, because the sink may replace itself
-  std::shared_ptr<const std::function<void(const kwxml::LogRecord&)>> sink;
+  std::recursive_mutex running;  // held while the sink runs; recursive, because the sink may replace itself
+  std::mutex mutex;              // guards what is below; held by nobody who runs a sink or is outside the log
+  std::shared_ptr<const Sink> sink;
   std::atomic<bool> present = false;
+
+  std::shared_ptr<const Sink> get()
+  {
+    const kwxml::InsideLog inside;
+    const std::lock_guard lock(mutex);
+    return sink;
+  }
 };
 
 SinkState& sinkState()
@@ -110,6 +122,8 @@ SinkState& sinkState()
 }
 
 constinit thread_local bool insideSink = false;
+// By a thread that waits inside the sink for others: see SinkPause.
+constinit std::atomic<bool> sinkIsPaused = false;
 
 bool wantsSink()
 {
@@ -119,9 +133,9 @@ bool wantsSink()
 void giveToSink(const kwxml::LogRecord& record)
 {
   SinkState& state = sinkState();
-  std::lock_guard lock(state.mutex);
-  const auto sink = state.sink;  // keeps it alive when it replaces itself
-  if (!sink) {
+  std::lock_guard lock(state.running);
+  const auto sink = state.get();  // keeps it alive when it replaces itself
+  if (!sink || sinkIsPaused.load(std::memory_order_relaxed)) {
     return;
   }
   insideSink = true;
@@ -243,6 +257,7 @@ EvDebug::EvDebug() : EvDebug(EvDebugSettings()) {}
 
 EvDebug::EvDebug(const EvDebugSettings& settings) : ownLevel_(settings.level), impl_(std::make_unique<Impl>())
 {
+  const kwxml::InsideLog inside;
   logConfig();  // sets the shared level, which may be asked for before any line is written
   impl_->settings = settings;
   impl_->settings.sizeMb = std::min(settings.sizeMb, kMaxSizeMb);
@@ -253,6 +268,7 @@ EvDebug::~EvDebug() = default;
 
 int EvDebug::initialize(int logId, int files, int sizeMb, const char* directory)
 {
+  const kwxml::InsideLog inside;
   {
     LogNames& all = logNames();
     std::lock_guard lock(all.mutex);
@@ -280,6 +296,7 @@ int EvDebug::getLogId(const char* name)
   if (!name || !*name) {
     return -1;
   }
+  const kwxml::InsideLog inside;
   LogNames& all = logNames();
   std::lock_guard lock(all.mutex);
   const auto known = std::find(all.names.begin(), all.names.end(), name);
@@ -292,6 +309,7 @@ int EvDebug::getLogId(const char* name)
 
 void EvDebug::setLogFileSize(unsigned megabytes)
 {
+  const kwxml::InsideLog inside;
   std::lock_guard lock(impl_->mutex);
   impl_->settings.sizeMb = std::min(megabytes, kMaxSizeMb);
   impl_->target.reset();
@@ -319,18 +337,23 @@ void EvDebug::write(int level, const char* function, long long reference, const 
   }
   // Logging is what other failures are reported with; its own must not become the caller's.
   try {
-    const std::shared_ptr<const Impl::Target> target = impl_->getTarget();
-    const bool toSink = impl_->settings.toSink != 0 && wantsSink();
-    if (!target->file && !toSink) {
-      return;
-    }
+    std::shared_ptr<const Impl::Target> target;
     std::string text;
-    if (format && !kwxml::formatText(text, format, args)) {
-      text = std::string("(arguments not formatted) ") + format;
-    }
-    const kwxml::LogRecord record{target->name.c_str(), level, function, systemName, text, reference};
-    if (target->file) {
-      target->file->write(level, lineOf(record));
+    kwxml::LogRecord record{};
+    const bool toSink = impl_->settings.toSink != 0 && wantsSink();
+    {
+      const kwxml::InsideLog inside;
+      target = impl_->getTarget();
+      if (!target->file && !toSink) {
+        return;
+      }
+      if (format && !kwxml::formatText(text, format, args)) {
+        text = std::string("(arguments not formatted) ") + format;
+      }
+      record = {target->name.c_str(), level, function, systemName, text, reference};
+      if (target->file) {
+        target->file->write(level, lineOf(record));
+      }
     }
     if (toSink) {
       giveToSink(record);
@@ -349,13 +372,44 @@ void setLogSink(std::function<void(const LogRecord&)> sink)
   if (sink) {
     former = std::make_shared<const std::function<void(const LogRecord&)>>(std::move(sink));
   }
-  std::lock_guard lock(state.mutex);
+  const std::lock_guard running(state.running);
+  const InsideLog inside;
+  const std::lock_guard lock(state.mutex);
   state.present.store(former != nullptr, std::memory_order_release);
   state.sink.swap(former);
 }
 
+/// In the child only the thread that forked exists. If another one was running the sink, it is not any more;
+/// who forked in the sink returns to it.
+void renewSinkInChild()
+{
+  SinkState& state = sinkState();
+  new (&state.running) std::recursive_mutex;
+  if (insideSink) {
+    state.running.lock();
+  }
+  sinkIsPaused.store(false, std::memory_order_relaxed);
+}
+
+SinkPause::SinkPause() : pauses_(insideSink)
+{
+  if (pauses_) {
+    sinkIsPaused.store(true, std::memory_order_relaxed);
+    sinkState().running.unlock();
+  }
+}
+
+SinkPause::~SinkPause()
+{
+  if (pauses_) {
+    sinkState().running.lock();
+    sinkIsPaused.store(false, std::memory_order_relaxed);
+  }
+}
+
 void setLogLevel(int level)
 {
+  const InsideLog inside;
   logConfig();  // first, so that reading the settings later does not undo this
   EvDebugAccess::setSharedLevel(level);
 }

@@ -15,7 +15,8 @@
 // line is flushed. A file that cannot be opened or written is reported once on standard error; nothing is
 // thrown.
 //
-// Every function may be called from any thread.
+// Every function may be called from any thread. In a child that a thread forks while others log, logs are
+// usable; a fork waits for lines that are being written, not for sinks.
 #pragma once
 
 #include <atomic>

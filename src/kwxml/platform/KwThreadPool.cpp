@@ -1,5 +1,7 @@
 #include <kwxml/platform/KwThreadPool.h>
 
+#include <kwxml/platform/PlatformInternal.h>
+
 #include <pthread.h>
 #include <signal.h>
 
@@ -350,6 +352,7 @@ void KwThreadPool::drain()
   if (!impl_->usable() || poolOfThisThread() == impl_.get()) {
     return;
   }
+  const kwxml::SinkPause pause;
   std::unique_lock lock(impl_->mutex);
   const unsigned long last = impl_->lastId;
   ++impl_->drainers;

@@ -52,7 +52,8 @@ public:
 
   /// Returns when all work that was taken before the call is done; what is taken meanwhile is not waited for.
   /// Called by a thread of this pool, which would wait for itself, or after a fork in the child, it returns
-  /// at once.
+  /// at once. Where it is called in a log sink (by exit(), perhaps), the lines of other threads pass that
+  /// sink by until it returns.
   void drain();
 
 private:

@@ -23,7 +23,8 @@ struct LogRecord
 /// the sink are serialised. When setLogSink returns, the former sink is not running and will not be called
 /// again (unless it is the sink itself that calls setLogSink). Lines that the sink itself logs do not come
 /// back to it. A sink that throws loses that line, with a line on standard error; the logging function
-/// returns as usual.
+/// returns as usual. In a forked child the sink is called as in the parent; what locks it has of its own are
+/// its own care there. exit() in the sink does not wait for it.
 void setLogSink(std::function<void(const LogRecord&)> sink);
 
 /// Sets the level of all logs that have none of their own. Overrides `level` of section [Log] in the

@@ -19,6 +19,20 @@ namespace kwxml {
 /// again by every object of a class.
 void reportOnceToStderr(const std::string& text);
 
+/// While it lives in a thread that a sink is running in, other threads' lines pass the sink by, for they
+/// would wait for it: for who waits there for other threads.
+class SinkPause
+{
+public:
+  SinkPause();
+  ~SinkPause();
+  SinkPause(const SinkPause&) = delete;
+  SinkPause& operator=(const SinkPause&) = delete;
+
+private:
+  const bool pauses_;
+};
+
 /// The system's text for an errno code, safe in every thread.
 std::string errnoText(int code);
 

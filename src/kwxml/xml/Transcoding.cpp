@@ -1,5 +1,6 @@
 #include <kwxml/xml/Transcoding.h>
 
+#include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/text/Utf8.h>
 #include <kwxml/xml/XercesRuntime.h>
@@ -219,15 +220,25 @@ bool XMLEncXStr::convertUnformattedToUTF16(const std::string& in, XMLChstring& o
   return convertUTF8ToUTF16(utf8, out);
 }
 
+namespace {
+
+constinit std::mutex makingTranscoder;
+
+[[gnu::constructor(105)]] void watchForks()
+{
+  kwxml::holdOverForks<makingTranscoder>();
+}
+
+}  // namespace
+
 xercesc::XMLTranscoder* XMLEncXStr::getTranscoderObject()
 {
   static std::atomic<xercesc::XMLTranscoder*> shared{nullptr};
-  static std::mutex guard;
   xercesc::XMLTranscoder* transcoder = shared.load(std::memory_order_acquire);
   if (transcoder != nullptr || !kwxml::initializeXerces()) {
     return transcoder;
   }
-  const std::lock_guard lock(guard);
+  const std::lock_guard lock(makingTranscoder);
   transcoder = shared.load(std::memory_order_relaxed);
   if (transcoder == nullptr) {
     xercesc::XMLTransService::Codes code = xercesc::XMLTransService::Ok;

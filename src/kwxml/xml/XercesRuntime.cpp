@@ -1,5 +1,6 @@
 #include <kwxml/xml/XercesRuntime.h>
 
+#include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 
 #include <atomic>
@@ -10,10 +11,20 @@
 
 namespace kwxml {
 
+namespace {
+
+constinit std::atomic<bool> initialized = false;
+constinit std::mutex guard;
+
+[[gnu::constructor(104)]] void watchForks()
+{
+  holdOverForks<guard>();
+}
+
+}  // namespace
+
 bool initializeXerces() noexcept
 {
-  static std::atomic<bool> initialized{false};
-  static std::mutex guard;
   if (initialized.load(std::memory_order_acquire)) {
     return true;
   }
