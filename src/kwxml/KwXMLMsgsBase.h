@@ -9,6 +9,7 @@
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/binary/BinaryExplain.h>
 #include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/RecordScan.h>
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/JSONEncoder.h>

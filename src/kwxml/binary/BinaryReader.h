@@ -4,15 +4,17 @@
 // call. A nested body ends at the latest where the one around it does. A count never reserves more than the
 // bytes that are left can hold.
 //
-// What is built is in proportion to the bytes and to the classes: a message takes its class's storage, and no
-// message is built before the bytes of its key or size have been read. The encoder writes a message without
-// set fields in as few bytes, so that nothing stricter would let all of its messages pass.
+// What is built is in proportion to the bytes, but for messages, which take the storage of their classes: see
+// usualDecodeMemory().
 #pragma once
 
 #include <kwxml/binary/BinaryStream.h>
+#include <kwxml/model/MemoryBudget.h>
 
 #include <cstdint>
+#include <memory>
 
+class BinaryBuffer;
 class KwXMLContextInfo;
 class YMMessageBase;
 
@@ -33,7 +35,13 @@ struct DecodeCall
   bool merges = false;
   bool reuses = false;  ///< the message is stale: see MessageReuse
   int depth = 0;
+  MemoryBudget budget{0, ~std::uint64_t{0}};
 };
+
+/// What BinarySerializer::unserialize does that makes the message; but without memory for it throws
+/// std::bad_alloc.
+std::unique_ptr<YMMessageBase> unserializeNew(BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                              ReadObserver* observer);
 
 /// Reads fields into the message up to `end`. False, logged, when something was wrong; what was read stays.
 [[nodiscard]] bool readBody(YMMessageBase& message, BinaryStream& in, std::uint64_t end, DecodeCall& call);

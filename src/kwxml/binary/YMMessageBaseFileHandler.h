@@ -9,15 +9,21 @@
 // four, and nothing can be read from there on. That limit is part of the layout.
 //
 // A handler keeps no position of its own; it and its file belong to one thread at a time. Failures are logged
-// where the comments do not say otherwise, and leave in the file what was written.
+// where the comments do not say otherwise, and leave in the file what was written. After one of appending,
+// the file may end within a record, and what is appended there could not be read: the handler then refuses to
+// append (WriteFailed, logged) until cutTornTail() has mended the file. A file whose last writer was killed
+// may end so too; kwxml/binary/RecordScan.h finds the whole records of files that are damaged elsewhere.
 #pragma once
 
 #include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/platform/CYxCRC64.h>
 
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
-class CYxCRC64;
 class CYxFile;
 class KwXMLContextInfo;
 class YMMessageBase;
@@ -43,7 +49,13 @@ public:
   YMMessageBaseFileHandler() = default;
   /// Both stay the caller's; null means none.
   explicit YMMessageBaseFileHandler(CYxFile* file, CYxCRC64* crc = nullptr) : file_(file), crc_(crc) {}
-  void setFile(CYxFile* file) { file_ = file; }
+  void setFile(CYxFile* file)
+  {
+    if (file != file_) {
+      tornAt_.reset();
+    }
+    file_ = file;
+  }
   void setCRC(CYxCRC64* crc) { crc_ = crc; }
   /// What passwords are read with; null, as it is at first: default flags and no context. The caller's.
   void setContext(KwXMLContextInfo* context) { context_ = context; }
@@ -51,27 +63,50 @@ public:
   /// nobody. The caller's.
   void setObserver(kwxml::ReadObserver* observer) { observer_ = observer; }
 
+  /// With `durable` an append that succeeds is on the storage device (fdatasync); one that does not get there
+  /// has failed. At first appends are not: they survive the end of the process, not that of the machine. The
+  /// name of a new file is made durable by the caller (fsync of its folder).
+  void setDurable(bool durable) { durable_ = durable; }
+
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
   int AddObjectToFile(YMMessageBase& message, unsigned int& written);
   int AddObjectToFile(YMMessageBase& message);
   /// The record at the position, as a new message of the caller's. A record that does not decode gives null
-  /// with Success. Nothing is logged for the file. `message` is unchanged when there is no record.
+  /// with Success. Nothing is logged for the file. `message` is unchanged when there is no record. Without
+  /// memory (NoMemory) the record stays the next one to read.
   int GetObjectFromFile(YMMessageBase*& message);
 
   /// Appends a record per message. A file that is not empty must stand at its beginning.
   int appendBinaryBufferToFile(std::vector<YMMessageBase*>& messages);
   /// Appends up to `count` new messages, the caller's, to `messages`; those that do not decode are left out.
-  /// A record that the file cuts short is none (ReadFailed).
+  /// A record that the file cuts short is none (ReadFailed). Without memory (NoMemory) the record stays the
+  /// next one to read; those before it are in `messages`.
   /// At position 0 the version is read first, so that a file can be read in several calls.
   int readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count);
 
+  /// Makes the file, of either layout, end with its last whole record, and leaves it positioned there. `cut`
+  /// are the bytes that are gone; 0 when it ended so. After a failure of this handler that is where the last
+  /// append that succeeded ended, and a checksum is set back to what it was there. Otherwise the file is
+  /// walked, and only the beginning of one record at its end is cut: of a file that is damaged elsewhere
+  /// nothing is (ReadFailed).
+  int cutTornTail(std::uint64_t& cut);
+  int cutTornTail();
+
 private:
+  class Append;
+
+  std::unique_ptr<YMMessageBase> decode(BinaryBuffer& buffer);
+  void stepBack(unsigned long bytes);
+  void tell(std::string_view why) const;
+  int findWholeEnd(const char* function, std::uint64_t& end) const;
+
   CYxFile* file_ = nullptr;
   BinaryBuffer buffer_;
   CYxCRC64* crc_ = nullptr;
-  YMMessageBase* decode(BinaryBuffer& buffer);
-  void tell(std::string_view why) const;
-
+  bool durable_ = false;
+  /// Where the last whole record ended when an append failed, and the checksum up to there.
+  std::optional<std::uint64_t> tornAt_;
+  CYxCRC64 wholeCrc_;
   KwXMLContextInfo* context_ = nullptr;
   kwxml::ReadObserver* observer_ = nullptr;
 };

@@ -193,17 +193,20 @@ long long CYxFile::Size(CYxError* error) const
   return succeed(error, static_cast<long long>(status.st_size));
 }
 
-bool CYxFile::IsEOF() const
+bool CYxFile::IsEOF(CYxError* error) const
 {
   struct stat status;
   if (fstat(fd_, &status) != 0) {
-    return true;
+    return fail(error, errno, true);
   }
   if (!S_ISREG(status.st_mode)) {
-    return readEnd_;
+    return succeed(error, readEnd_);
   }
   const off_t position = lseek(fd_, 0, SEEK_CUR);
-  return position < 0 || position >= status.st_size;
+  if (position < 0) {
+    return fail(error, errno, true);
+  }
+  return succeed(error, position >= status.st_size);
 }
 
 bool CYxFile::OthersMayWrite() const
@@ -213,15 +216,39 @@ bool CYxFile::OthersMayWrite() const
          (status.st_uid != geteuid() && status.st_uid != 0);
 }
 
-bool CYxFile::Flush(CYxError* error)
+namespace {
+
+/// Repeats the call while it is interrupted; its errno, 0 when it did its work.
+template <typename Call>
+int repeated(Call call)
 {
   int result;
   do {
-    result = fsync(fd_);
+    result = call();
   } while (result != 0 && errno == EINTR);
-  // EINVAL: a pipe or a device without storage behind it, where nothing can be pending.
-  if (result != 0 && errno != EINVAL) {
-    return fail(error, errno, false);
-  }
-  return succeed(error, true);
+  return result != 0 ? errno : 0;
+}
+
+/// EINVAL: a pipe or a device without storage behind it, where nothing can be pending.
+bool flushed(int code, CYxError* error)
+{
+  return code == 0 || code == EINVAL ? succeed(error, true) : fail(error, code, false);
+}
+
+}  // namespace
+
+bool CYxFile::Flush(CYxError* error)
+{
+  return flushed(repeated([this] { return fsync(fd_); }), error);
+}
+
+bool CYxFile::FlushData(CYxError* error)
+{
+  return flushed(repeated([this] { return fdatasync(fd_); }), error);
+}
+
+bool CYxFile::Truncate(long long size, CYxError* error)
+{
+  const int code = repeated([this, size] { return ftruncate(fd_, size); });
+  return code == 0 ? succeed(error, true) : fail(error, code, false);
 }

@@ -56,13 +56,18 @@ public:
   /// The file's length in bytes, or -1.
   [[nodiscard]] long long Size(CYxError* error = nullptr) const;
   /// Whether the position is at or behind the end. For what has no positions (a pipe): whether a read found
-  /// the end. True for a file that is not open.
-  bool IsEOF() const;
+  /// the end. True for a file that is not open, and where the system does not tell: nothing can be read on.
+  /// `error` says which.
+  bool IsEOF(CYxError* error = nullptr) const;
   /// Whether another user than this process's and root may have changed the file: by its owner or by the
   /// permissions of its group and of others. True for a file that is not open.
   [[nodiscard]] bool OthersMayWrite() const;
   /// Hands everything written to the storage device.
   [[nodiscard]] bool Flush(CYxError* error = nullptr);
+  /// The same but for what is not needed to read the bytes again, such as the time of the last change.
+  [[nodiscard]] bool FlushData(CYxError* error = nullptr);
+  /// Makes the file `size` bytes long. The position stays, also where it then lies behind the end.
+  [[nodiscard]] bool Truncate(long long size, CYxError* error = nullptr);
 
 private:
   int fd_ = -1;

@@ -23,6 +23,7 @@ constexpr std::array kindTable{
     KindRow{ProblemKind::ClassUnknown, Severity::Error, "unknown class"},
     KindRow{ProblemKind::TooDeep, Severity::Error, "nested too deep"},
     KindRow{ProblemKind::BufferCut, Severity::Error, "damaged"},
+    KindRow{ProblemKind::NoMemory, Severity::Error, "too much memory"},
     KindRow{ProblemKind::NotOfType, Severity::Error, "not of its type"},
     KindRow{ProblemKind::OutOfRange, Severity::Error, "out of range"},
     KindRow{ProblemKind::EnumeratorUnknown, Severity::Error, "unknown enumerator"},
@@ -124,6 +125,7 @@ std::string describe(const Problem& problem)
     case ProblemKind::NotWellFormed:
     case ProblemKind::TooDeep:
     case ProblemKind::BufferCut:
+    case ProblemKind::NoMemory:
     case ProblemKind::EntryIncomplete:
     case ProblemKind::WireCodeOther:
     case ProblemKind::WireCodeUnclear:

@@ -20,6 +20,7 @@ enum class ProblemKind : std::uint8_t
   ClassUnknown,        ///< the catalogue has no class of that name or tag, or the target is of another
   TooDeep,             ///< messages or elements nest deeper than is read
   BufferCut,           ///< the bytes end, or make no sense, before the message does
+  NoMemory,            ///< the message takes more memory than there is, or than may be taken
                        // A value is not what the text or the bytes say.
   NotOfType,           ///< the text is no value, or not as a whole, of the field's type
   OutOfRange,          ///< the text is a number that the type does not hold

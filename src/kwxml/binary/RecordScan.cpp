@@ -1,0 +1,214 @@
+#include <kwxml/binary/RecordScan.h>
+
+#include <kwxml/annotation/KwXMLContextInfo.h>
+#include <kwxml/binary/BinaryBuffer.h>
+#include <kwxml/binary/BinaryReader.h>
+#include <kwxml/binary/RecordPrefix.h>
+#include <kwxml/binary/WireFormat.h>
+#include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/CYxFile.h>
+#include <kwxml/reading/Problems.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+
+namespace kwxml {
+
+namespace {
+
+constexpr std::uint64_t shortest = recordPrefixSize + wire::headerSize;
+
+/// The upper half of a version word says that it is one.
+bool isVersionWord(std::string_view bytes)
+{
+  return bytes.size() >= sizeof(std::uint32_t) && bytes[2] == 1 && bytes[3] == 0;
+}
+
+}  // namespace
+
+std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size)
+{
+  if (head.starts_with(batchVersionBytes)) {
+    return RecordLayout::Batch;
+  }
+  if (head.size() < shortest || !isVersionWord(head.substr(recordPrefixSize))) {
+    return std::nullopt;
+  }
+  const std::uint64_t length = singlePrefix(head);
+  return length >= wire::headerSize && length <= size - recordPrefixSize ? std::optional(RecordLayout::Single)
+                                                                         : std::nullopt;
+}
+
+RecordScan::RecordScan(CYxFile& file, RecordLayout layout, Depth depth)
+    : file_(file), layout_(layout), depth_(depth)
+{
+  const long long size = file.Size(&error_);
+  size_ = static_cast<std::uint64_t>(std::max(size, 0LL));
+  // Places that only look like records, and are made to, must not cost the square of the file's size.
+  constexpr std::uint64_t small = std::uint64_t{16} << 20;
+  searchBudget_ = small + 64 * size_;
+}
+
+/// Bytes of the file; fewer than `count`, with error(), when they cannot be read.
+std::string_view RecordScan::bytes(std::uint64_t offset, std::uint64_t count)
+{
+  count = std::min(count, size_ - offset);
+  if (offset < windowBegin_ || offset + count > windowBegin_ + window_.size()) {
+    constexpr std::uint64_t usual = std::uint64_t{1} << 20;
+    const std::uint64_t wanted = std::min(std::max(count, usual), size_ - offset);
+    window_.clear();
+    windowBegin_ = offset;
+    if (file_.Seek(static_cast<long long>(offset), CYxFile::Origin::Begin, &error_) < 0) {
+      return {};
+    }
+    window_.resize(wanted);
+    const long long got = file_.Read(window_.data(), wanted, &error_);
+    window_.resize(static_cast<std::size_t>(std::max(got, 0LL)));
+    if (got >= 0 && static_cast<std::uint64_t>(got) < count) {
+      error_ = CYxError(EIO);  // the file has become shorter meanwhile
+    }
+  }
+  return std::string_view(window_).substr(offset - windowBegin_, count);
+}
+
+/// What the four bytes say; less than a header where they say nothing.
+std::uint64_t RecordScan::length(std::uint64_t offset)
+{
+  const std::string_view prefix = bytes(offset, recordPrefixSize);
+  if (prefix.size() < recordPrefixSize) {
+    return 0;
+  }
+  return layout_ == RecordLayout::Single ? singlePrefix(prefix) : writtenBatchPrefix(prefix);
+}
+
+RecordScan::Frame RecordScan::frame(std::uint64_t offset)
+{
+  const std::uint64_t left = size_ - offset;
+  if (left < recordPrefixSize) {
+    return Frame::Torn;
+  }
+  const std::uint64_t length = this->length(offset);
+  if (length < wire::headerSize) {
+    return Frame::None;
+  }
+  if (left >= shortest && !isVersionWord(bytes(offset + recordPrefixSize, sizeof(std::uint32_t)))) {
+    return Frame::None;
+  }
+  return length > left - recordPrefixSize ? Frame::Torn : Frame::Whole;
+}
+
+/// Of the message of a record of `size` bytes.
+RecordScan::Judgement RecordScan::content(std::uint64_t offset, std::uint64_t size)
+{
+  const std::string_view message = bytes(offset, size).substr(recordPrefixSize);
+  std::uint32_t tag = 0;
+  for (std::size_t i = wire::headerSize; i-- > sizeof tag;) {
+    tag = tag << 8 | static_cast<unsigned char>(message[i]);
+  }
+  const _ClassDef* const cls = YMMessageBase::GetClassDef(tag);
+  if (cls == nullptr) {
+    return {Content::Foreign, "the catalogue lacks the class of the message"};
+  }
+  if (cls->isEnum()) {
+    return {Content::Bad, "an enumeration, not a message"};
+  }
+  KwXMLContextInfo context;
+  context.setPasswordEncType(Annotation::PASS_THROUGH);  // no key is needed
+  BinaryBuffer buffer;
+  buffer.SetReadBuffer(message.data(), message.size(), true);
+  Problems problems(1);
+  const std::unique_ptr<YMMessageBase> read = unserializeNew(buffer, &context, &problems);
+  if (read != nullptr) {
+    return {problems.empty() ? Content::Good : Content::Doubtful, {}};
+  }
+  const std::string why =
+      problems.entries().empty() ? "the message cannot be read" : problems.entries().front().text;
+  return {problems.has(ProblemKind::NoMemory) ? Content::Doubtful : Content::Bad, why};
+}
+
+/// Where from `from` on the next record begins that can be read; the end of the file when none does.
+std::uint64_t RecordScan::search(std::uint64_t from)
+{
+  std::uint64_t at = from;
+  if (from >= searchedFrom_ && from <= searchedTo_) {
+    at = searchedTo_;
+  } else {
+    searchedFrom_ = from;
+  }
+  for (; at + shortest <= size_ && !error_.IsError(); ++at) {
+    if (frame(at) != Frame::Whole) {
+      continue;
+    }
+    const std::uint64_t size = recordPrefixSize + length(at);
+    searchBudget_ -= std::min(searchBudget_, size);
+    if (searchBudget_ == 0) {
+      break;
+    }
+    const Content content = this->content(at, size).content;
+    if (content == Content::Good || content == Content::Doubtful) {
+      break;
+    }
+  }
+  searchedTo_ = at + shortest <= size_ && searchBudget_ != 0 ? at : size_;
+  return searchedTo_;
+}
+
+RecordStretch RecordScan::damage(std::uint64_t searchFrom, std::string why)
+{
+  const std::uint64_t end = search(searchFrom);
+  return {.kind = RecordStretch::Kind::Damage, .offset = at_, .size = end - at_, .why = std::move(why)};
+}
+
+/// The record whose frame is whole and begins here, or damage.
+RecordStretch RecordScan::record()
+{
+  const std::uint64_t size = recordPrefixSize + length(at_);
+  if (depth_ == Depth::Frames) {
+    return {.offset = at_, .size = size};
+  }
+  Judgement judgement = content(at_, size);
+  const std::uint64_t end = at_ + size;
+  const bool goesOn = end == size_ || frame(end) != Frame::None;
+  if (judgement.content == Content::Bad) {
+    // Behind it the next one begins, so that its length is right; otherwise nothing of it can be trusted.
+    return goesOn ? RecordStretch{.kind = RecordStretch::Kind::Damage,
+                                  .offset = at_,
+                                  .size = size,
+                                  .why = std::move(judgement.why)}
+                  : damage(at_ + 1, std::move(judgement.why));
+  }
+  // One that was cut, or has swallowed the next, is doubtful, and nothing goes on where it ends.
+  if (judgement.content != Content::Good && !goesOn && search(at_ + 1) < end) {
+    return damage(at_ + 1, "the length of the record does not fit its message");
+  }
+  return {.offset = at_, .size = size, .why = std::move(judgement.why)};
+}
+
+bool RecordScan::next(RecordStretch& stretch)
+{
+  if (at_ >= size_ || error_.IsError()) {
+    return false;
+  }
+  if (layout_ == RecordLayout::Batch && at_ == 0) {
+    const bool good = bytes(0, recordPrefixSize) == batchVersionBytes;
+    stretch = good ? RecordStretch{.kind = RecordStretch::Kind::Version, .size = recordPrefixSize}
+                   : damage(std::min(recordPrefixSize, size_), "the version of the batch is not 1");
+  } else if (const Frame frame = this->frame(at_); frame == Frame::Whole) {
+    stretch = record();
+  } else {
+    const std::uint64_t length = frame == Frame::Torn ? this->length(at_) : 0;
+    stretch =
+        damage(at_ + 1, length != 0 ? "the file ends within a record of " + std::to_string(length) + " bytes"
+                        : frame == Frame::Torn ? "the file ends within the length of a record"
+                                               : "no record begins here");
+    stretch.torn = frame == Frame::Torn && at_ + stretch.size == size_;
+  }
+  if (error_.IsError()) {
+    return false;
+  }
+  at_ += stretch.size;
+  return true;
+}
+
+}  // namespace kwxml
