@@ -5,6 +5,7 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/StringTypes.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -26,6 +27,12 @@ public:
 
   void setPasswordEncType(Annotation::PasswordEncryptType type) noexcept { passwordType_ = type; }
   Annotation::PasswordEncryptType getPasswordEncType() const noexcept { return passwordType_; }
+
+  /// The most bytes of memory that messages which a call decodes with this context may take; 0, as it is at
+  /// first: the usual limit (usualDecodeMemory() in kwxml/model/Limits.h). A call that meets its limit fails
+  /// as one whose text or bytes are damaged, and says so (ProblemKind::NoMemory, logged).
+  void setMemoryLimit(std::uint64_t bytes) noexcept { memoryLimit_ = bytes; }
+  std::uint64_t getMemoryLimit() const noexcept { return memoryLimit_; }
 
   void setError(int code, const std::string& message)
   {
@@ -49,6 +56,7 @@ private:
   std::map<std::string, void*> params_;
   EncodingFlags flags_;
   Annotation::PasswordEncryptType passwordType_{};
+  std::uint64_t memoryLimit_ = 0;
   bool failed_ = false;
   std::vector<int> codes_;
   std::vector<std::string> messages_;

@@ -1,6 +1,7 @@
 #include <kwxml/binary/BinarySerializer.h>
 
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinaryReader.h>
 #include <kwxml/binary/BinaryWriter.h>
 #include <kwxml/binary/WireFormat.h>
@@ -244,6 +245,8 @@ void tell(kwxml::ReadObserver* observer, kwxml::ProblemKind kind, std::uint64_t 
   }
 }
 
+constexpr const char* unserializeNewFunction = "BinarySerializer::unserialize(buffer, context)";
+
 std::string hexadecimal(int tag)
 {
   char text[16];
@@ -251,23 +254,31 @@ std::string hexadecimal(int tag)
   return text;
 }
 
-/// The fields of an outermost message.
+/// The fields of an outermost message. Throws std::bad_alloc.
 bool readOutermost(YMMessageBase& message, BinaryStream& in, std::uint64_t end, int version,
                    KwXMLContextInfo* context, bool merges, bool reuses, kwxml::ReadObserver* observer)
 {
   kwxml::DecodeCall call{version, context, log().getDebugLevel() >= traceLevel, observer};
+  call.budget = kwxml::MemoryBudget(in.size(), context != nullptr ? context->getMemoryLimit() : 0);
   call.merges = merges;
   call.reuses = reuses;
+  const bool good = kwxml::readBody(message, in, end, call);
+  if (good && in.remaining() > 0) {
+    tell(observer, kwxml::ProblemKind::TrailingBytes, in.position(), {},
+         "bytes behind the last field, too few for a key");
+  }
+  return good;
+}
+
+/// Without memory false, logged and told.
+template <class Read>
+bool orFalse(kwxml::ReadObserver* observer, Read read)
+{
   try {
-    const bool good = kwxml::readBody(message, in, end, call);
-    if (good && in.remaining() > 0) {
-      tell(observer, kwxml::ProblemKind::TrailingBytes, in.position(), {},
-           "bytes behind the last field, too few for a key");
-    }
-    return good;
-  } catch (const std::exception& error) {  // no memory
+    return read();
+  } catch (const std::bad_alloc& error) {
     log().logError("BinarySerializer::unserializeBinaryRecur", "[%s]", error.what());
-    tell(observer, kwxml::ProblemKind::BufferCut, in.position(), {}, error.what());
+    tell(observer, kwxml::ProblemKind::NoMemory, 0, {}, "there is no memory for the message");
     return false;
   }
 }
@@ -278,7 +289,8 @@ bool BinarySerializer::unserializeBinaryRecur(YMMessageBase& message, BinaryStre
                                               int version, KwXMLContextInfo* context, bool flag)
 {
   static_cast<void>(flag);  // construction of nested messages knows no choice
-  return readOutermost(message, in, end, version, context, true, false, nullptr);
+  return orFalse(nullptr,
+                 [&] { return readOutermost(message, in, end, version, context, true, false, nullptr); });
 }
 
 int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
@@ -307,14 +319,17 @@ int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, 
          "a message of another class is read into");
     return -1;
   }
-  const bool reuses = !merge && kwxml::MessageReuse::canBegin(message, message.getClass());
-  if (!merge) {
-    if (!reuses) {
-      message.reset();
+  const bool good = orFalse(observer, [&] {
+    const bool reuses = !merge && kwxml::MessageReuse::canBegin(message, message.getClass());
+    if (!merge) {
+      if (!reuses) {
+        message.reset();
+      }
+      message.wipeBitset();  // and no more: cached texts stay
     }
-    message.wipeBitset();  // and no more: cached texts stay
-  }
-  if (!readOutermost(message, in, buffer.length(), version, context, merge, reuses, observer)) {
+    return readOutermost(message, in, buffer.length(), version, context, merge, reuses, observer);
+  });
+  if (!good) {
     log().logError(function, "Error unserializing from buffer on object [%s]", message.getTagName().c_str());
     return -1;
   }
@@ -324,19 +339,39 @@ int BinarySerializer::unserialize(YMMessageBase& message, BinaryBuffer& buffer, 
 YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag,
                                              kwxml::ReadObserver* observer)
 {
-  constexpr const char* function = "BinarySerializer::unserialize(buffer, context)";
+  static_cast<void>(flag);  // as above
+  std::unique_ptr<YMMessageBase> message;
+  const auto read = [&] {
+    message = kwxml::unserializeNew(buffer, context, observer);
+    return true;
+  };
+  static_cast<void>(orFalse(observer, read));
+  return message.release();
+}
+
+std::unique_ptr<YMMessageBase> kwxml::unserializeNew(BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                                     ReadObserver* observer)
+{
+  constexpr const char* function = unserializeNewFunction;
   BinaryStream in(buffer.data(), buffer.length());
   int version = 0;
   int tag = 0;
   int hasFlag = 0;
   if (buffer.data() == nullptr || buffer.capacity() == 0 ||
-      !getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
+      !BinarySerializer::getVersionAndTagIDFromBuffer(in, version, tag, hasFlag)) {
     log().logError(function, "[%s]", "Buffer received for unserialization is not set");
     tell(observer, kwxml::ProblemKind::BufferCut, 0, {}, "shorter than a header");
     return nullptr;
   }
-  std::unique_ptr<YMMessageBase> message(
-      YMMessageBase::createObject(static_cast<unsigned long>(static_cast<long>(tag)), flag));
+  const auto wanted = static_cast<unsigned long>(static_cast<long>(tag));
+  short system = 0;
+  int index = 0;
+  std::unique_ptr<YMMessageBase> message;
+  if (YMMessageBase::getIndicesFromTagID(system, index, wanted)) {
+    message = std::make_unique<YMMessageBase>(system, index);
+  } else {
+    YMMessageBase::createObject(wanted);  // null, with the line that says so
+  }
   if (message == nullptr || message->getClass() == nullptr) {
     log().logError(function, "Error identifying the object received. TagID = [%u]",
                    static_cast<unsigned>(tag));
@@ -348,7 +383,7 @@ YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextI
     log().logError(function, "Error unserializing from buffer on object [%s]", message->getTagName().c_str());
     return nullptr;
   }
-  return message.release();
+  return message;
 }
 
 // ---- Types

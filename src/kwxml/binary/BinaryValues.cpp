@@ -23,6 +23,12 @@ bool BodyReader<Watch>::readNested(YMMessageBase& owner, YMMessageBase& nested, 
     MessageReuse::begin(nested);
   } else {
     nested.wipeBitset();
+    if (!call_.budget.take(nested)) {
+      const std::string why = call_.budget.explain();
+      log().logError(readerFunction, "%s", why.c_str());
+      watch_.ended(in_.position(), ProblemKind::NoMemory, &def, why);
+      return false;
+    }
   }
   const bool opened = Watch::follows && !in_.failed();
   if (opened) {
@@ -221,15 +227,13 @@ bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
     delete std::exchange(nested, nullptr);
   }
   if (nested == nullptr) {
-    nested = cls != nullptr ? new (std::nothrow)
-                                  YMMessageBase(*reference.registry, reference.system, reference.classIndex)
-                            : nullptr;
-    if (nested == nullptr) {
+    if (cls == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
       watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
       return false;
     }
+    nested = new YMMessageBase(*reference.registry, reference.system, reference.classIndex);
   }
   MessageAccess::mark(message, def);
   if (!readNested(message, *nested, reused, def)) {

@@ -1,5 +1,6 @@
 #include <kwxml/json/JsonReader.h>
 
+#include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/json/JsonFeed.h>
 #include <kwxml/json/JsonPlaces.h>
@@ -154,6 +155,7 @@ JsonRead readJson(std::string_view text, std::size_t begin, bool isLast, KwXMLCo
   }
   MessageReader rules;
   rules.setContext(context);
+  rules.setBudget(MemoryBudget(text.size() - begin, context != nullptr ? context->getMemoryLimit() : 0));
   JsonPlaces places(text, begin);
   JsonFeed feed(rules, observer, places);
   json::parse_options options;

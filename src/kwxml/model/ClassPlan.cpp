@@ -81,6 +81,14 @@ ClassPlan::ClassPlan(const Registry& of, unsigned system, unsigned classIndex)
     fields.push_back({wire::fieldKey(def), slot, wire::kindOf(def.type), onHeap});
   }
   fields.push_back({0, 0, wire::Kind::Other, false});
+  footprint = static_cast<std::uint32_t>(sizeof(YMMessageBase));
+  if (inlineCount < cls->numberOfSlots) {
+    footprint +=
+        static_cast<std::uint32_t>((cls->numberOfSlots - inlineCount) * 8 + cls->numberOfFields / 8 + 1);
+  }
+  for (const OwningField& field : constructed) {
+    footprint += contains(objectTypes, field.def->type) ? static_cast<std::uint32_t>(sizeof(pstring)) : 0;
+  }
   std::stable_partition(constructed.begin(), constructed.end(),
                         [](const OwningField& field) { return contains(stringSlots, field.def->type); });
 }

@@ -59,6 +59,8 @@ struct ClassPlan
   std::vector<OwningField> constructed;
   /// The records of type 0, one bit each, 64 a number; empty where there are none.
   std::vector<std::uint64_t> untyped;
+  /// Bytes of memory that a new message takes, without the nested messages that eager systems build.
+  std::uint32_t footprint;
   /// Leading slots that stay inline.
   short inlineCount;
   /// The class is of a system whose messages build their nested messages when they are made.

@@ -70,7 +70,7 @@ void YMMessageBase::constructSubObjects()
   }
 }
 
-void YMMessageBase::reset() noexcept
+void YMMessageBase::reset()
 {
   if (class_ == nullptr) {
     return;

@@ -8,6 +8,21 @@
 
 using kwxml::MessageAccess;
 
+namespace {
+
+/// What callers are given who cannot tell a class that is missing from memory that is.
+template <class Create>
+YMMessageBase* orNull(Create create)
+{
+  try {
+    return create();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+}  // namespace
+
 YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
 {
   short system = 0;
@@ -18,7 +33,7 @@ YMMessageBase* YMMessageBase::createObject(unsigned long tag, bool)
     kwxml::Registry::tellLoadedOnce();
     return nullptr;
   }
-  return new (std::nothrow) YMMessageBase(system, index);
+  return orNull([&] { return new YMMessageBase(system, index); });
 }
 
 YMMessageBase* YMMessageBase::createObjectFromIndices(short& system, int& classIndex)
@@ -26,13 +41,13 @@ YMMessageBase* YMMessageBase::createObjectFromIndices(short& system, int& classI
   if (kwxml::findClass(static_cast<unsigned short>(system), classIndex) == nullptr) {
     return nullptr;
   }
-  return new (std::nothrow) YMMessageBase(system, classIndex);
+  return orNull([&] { return new YMMessageBase(system, classIndex); });
 }
 
 YMMessageBase* kwxml::createIfThere(const PackedReference& reference)
 {
   return findClass(reference) != nullptr
-             ? new (std::nothrow) YMMessageBase(registryOf(reference), reference.system, reference.classIndex)
+             ? new YMMessageBase(registryOf(reference), reference.system, reference.classIndex)
              : nullptr;
 }
 
@@ -50,7 +65,9 @@ YMMessageBase* kwxml::createReferenced(const PackedReference& reference)
 
 YMMessageBase* YMMessageBase::createObjectFromClassID(const unsigned long* packed, bool)
 {
-  return packed != nullptr ? kwxml::createReferenced(kwxml::PackedReference::read(packed)) : nullptr;
+  return packed != nullptr
+             ? orNull([packed] { return kwxml::createReferenced(kwxml::PackedReference::read(packed)); })
+             : nullptr;
 }
 
 YMMessageBase* kwxml::createUnlessProcessingInstruction(const PackedReference& reference)
@@ -72,12 +89,14 @@ YMMessageBase* kwxml::createUnlessProcessingInstruction(const PackedReference& r
   }
   return tagOf(system, *cls) == processingInstructionTag
              ? nullptr
-             : new (std::nothrow) YMMessageBase(registryOf(reference), system, classIndex);
+             : new YMMessageBase(registryOf(reference), system, classIndex);
 }
 
 YMMessageBase* YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed)
 {
-  return packed != nullptr ? kwxml::createUnlessProcessingInstruction(kwxml::PackedReference::read(packed))
+  return packed != nullptr ? orNull([packed] {
+    return kwxml::createUnlessProcessingInstruction(kwxml::PackedReference::read(packed));
+  })
                            : nullptr;
 }
 

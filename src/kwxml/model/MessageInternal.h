@@ -127,6 +127,8 @@ template <class Visit>
   }
 }
 
+// Without memory these throw std::bad_alloc.
+
 /// New message of a class that a field refers to; null when there is no such class.
 YMMessageBase* createIfThere(const PackedReference& reference);
 /// The same with one log line when there is none.

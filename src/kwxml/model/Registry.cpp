@@ -1,5 +1,6 @@
 #include <kwxml/model/Registry.h>
 
+#include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/diagnostics/XMLDebug.h>
 #include <kwxml/model/CatalogueLibrary.h>
 #include <kwxml/model/ClassPlan.h>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <mutex>
 #include <tuple>
@@ -45,14 +47,22 @@ struct Joined
 /// loading catalogues alone.
 struct JoinedList
 {
-  JoinedList(std::vector<Joined> all, const JoinedList* last) : entries(std::move(all)), before(last) {}
+  JoinedList(std::vector<Joined> all, JoinedList* last) : entries(std::move(all)), before(last) {}
 
   std::vector<Joined> entries;
-  const JoinedList* before;
+  JoinedList* before;  ///< of a spare list, the next one
 };
 
-constinit std::atomic<const JoinedList*> joinedList{nullptr};
+constinit std::atomic<JoinedList*> joinedList{nullptr};
 constinit std::mutex joining;
+/// A list for each registry that may leave, which must not fail; with room for all. Under `joining`.
+constinit JoinedList* spareLists = nullptr;
+
+[[gnu::constructor(103)]] void watchForks()
+{
+  holdOverForks<joining>();
+}
+
 constinit std::atomic<const Registry*> processRegistry{nullptr};
 /// Whether any thread has ever had one of its own: a look-up of a thread's variables is not free.
 constinit std::atomic<bool> threadsDiffer{false};
@@ -180,13 +190,19 @@ void Registry::join() const
     return;
   }
   keepLoaded(tables_);
-  const JoinedList* before = joinedList.load(std::memory_order_relaxed);
+  JoinedList* const before = joinedList.load(std::memory_order_relaxed);
   auto next =
       std::make_unique<JoinedList>(before != nullptr ? before->entries : std::vector<Joined>(), before);
   const Joined place = placeOf(*this);
   next->entries.insert(std::upper_bound(next->entries.begin(), next->entries.end(), place,
                                         [](const Joined& a, const Joined& b) { return a.begin < b.begin; }),
                        place);
+  auto spare = std::make_unique<JoinedList>(std::vector<Joined>(), spareLists);
+  spare->entries.reserve(next->entries.size());
+  for (JoinedList* list = spareLists; list != nullptr; list = list->before) {
+    list->entries.reserve(next->entries.size());
+  }
+  spareLists = spare.release();
   joinedList.store(next.release(), std::memory_order_release);
   joined_.store(true, std::memory_order_release);
 }
@@ -194,13 +210,16 @@ void Registry::join() const
 void Registry::leave() const noexcept
 {
   const std::lock_guard lock(joining);
-  const JoinedList* before = joinedList.load(std::memory_order_relaxed);
+  JoinedList* const before = joinedList.load(std::memory_order_relaxed);
   if (before == nullptr || !joined_.load(std::memory_order_relaxed)) {
     return;
   }
-  auto next = std::make_unique<JoinedList>(before->entries, before);
-  std::erase_if(next->entries, [this](const Joined& entry) { return entry.registry == this; });
-  joinedList.store(next.release(), std::memory_order_release);
+  JoinedList* const next = spareLists;
+  spareLists = next->before;
+  std::copy_if(before->entries.begin(), before->entries.end(), std::back_inserter(next->entries),
+               [this](const Joined& entry) { return entry.registry != this; });
+  next->before = before;
+  joinedList.store(next, std::memory_order_release);
   const Registry* expected = this;
   processRegistry.compare_exchange_strong(expected, nullptr);
 }
@@ -256,7 +275,9 @@ const Registry& Registry::of(const _ClassDef& cls) noexcept
   if (cls.numberOfFields > 0) {
     return of(cls.fields[0]);
   }
-  for (const Joined& entry : list->entries) {
+  // While one that another thread ends is still whole.
+  const std::lock_guard lock(joining);
+  for (const Joined& entry : joinedList.load(std::memory_order_relaxed)->entries) {
     for (unsigned system = 0; system < systemCount; ++system) {
       const MessageSystemRow& row = entry.registry->row(system);
       if (addressOf(&cls) >= addressOf(row.classes) &&
@@ -277,8 +298,8 @@ std::string Registry::describeLoaded()
 {
   current();  // at least that one
   std::string text;
-  const JoinedList* list = joinedList.load(std::memory_order_acquire);
-  for (const Joined& entry : list->entries) {
+  const std::lock_guard lock(joining);
+  for (const Joined& entry : joinedList.load(std::memory_order_relaxed)->entries) {
     text += (text.empty() ? "" : ", ") + std::string(entry.registry->name()) + " (";
     const char* separator = "";
     for (unsigned system = 1; system < systemCount; ++system) {

@@ -74,6 +74,9 @@ public:
   /// Initialises the XML machinery of the process.
   static void Initialize();
 
+  // The four functions below give null, without a line, when there is no memory for the message; all others
+  // throw std::bad_alloc then, and leave what they change valid.
+
   /// New message for a tag; the caller owns it. Null (and a log line) when the tag does not resolve. The flag
   /// has no effect.
   static YMMessageBase* createObject(unsigned long tag, bool flag = false);
@@ -93,8 +96,9 @@ public:
 
   /// Deletes every field and applies the defaults; then an old-way class builds its sub-objects and marks
   /// every primitive set, and any other unmarks every primitive, so that its defaults are values but not set
-  /// ones.
-  void reset() noexcept;
+  /// ones. Throws std::bad_alloc when memory ends on the way; then every field has been deleted, and some
+  /// have their defaults.
+  void reset();
   /// Sets the field at position `onlyField`, or every field (-1), to its default value, where it has one.
   void setDefaults(short onlyField);
   /// Creates empty lists and nested messages (old-way classes do so at construction).

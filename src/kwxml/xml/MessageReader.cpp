@@ -172,6 +172,18 @@ void MessageReader::prepare(YMMessageBase& message) const
   }
 }
 
+/// Whether a message that has just been made may stay; logged and told when not.
+bool MessageReader::takesMemoryFor(const YMMessageBase& made)
+{
+  if (budget_.take(made)) {
+    return true;
+  }
+  const std::string why = budget_.explain();
+  log().logError(startFunction(), "%s", why.c_str());
+  tell(ProblemKind::NoMemory, {.remark = why});
+  return false;
+}
+
 bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes,
                                  bool isKey, bool reused)
 {
@@ -181,6 +193,9 @@ bool MessageReader::enterMessage(YMMessageBase* message, const FieldDef* def, Xm
   if (++messageDepth_ > maxMessageNesting) {
     log().logError(startFunction(), "Messages nest deeper than [%d]", maxMessageNesting);
     tell(ProblemKind::TooDeep, {.remark = "messages nest too deep"});
+    return false;
+  }
+  if (!reused && !takesMemoryFor(*message)) {
     return false;
   }
   frames_.push_back({Kind::Message, def, current_, isKey});

@@ -11,6 +11,7 @@
 
 #include <kwxml/annotation/AnnotationRecord.h>
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/model/MemoryBudget.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/reading/ReadObserver.h>
@@ -69,6 +70,8 @@ public:
   void setFlags(const EncodingFlags& flags) { flags_ = flags; }
   /// Defaults of new messages stay set while reading; otherwise only what the document holds is set.
   void keepDefaults() { keepDefaults_ = true; }
+  /// The memory that messages may take; without it any.
+  void setBudget(const MemoryBudget& budget) { budget_ = budget; }
   /// Reads into a message of the caller instead of a new one: its fields stay unless the document sets them.
   void readInto(YMMessageBase* message) { target_ = message; }
 
@@ -202,6 +205,7 @@ private:
   bool enterMessage(YMMessageBase* message, const FieldDef* def, XmlAttributes attributes, bool isKey = false,
                     bool reused = false);
   void prepare(YMMessageBase& message) const;
+  [[nodiscard]] bool takesMemoryFor(const YMMessageBase& made);
   bool isStale(const FieldDef& def) const { return !reuses_.empty() && isOld(def); }
   bool isOld(const FieldDef& def) const;
   template <class Item>
@@ -291,6 +295,7 @@ private:
   std::vector<Reuse> reuses_;  ///< of all open messages where the root is reused; else empty
   bool keepDefaults_ = false;
   int messageDepth_ = 0;
+  MemoryBudget budget_{0, ~std::uint64_t{0}};
   bool skipping_ = false;
   std::string skippedName_;
   std::string text_;

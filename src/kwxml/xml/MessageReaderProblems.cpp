@@ -136,7 +136,7 @@ void MessageReader::report(ProblemKind kind, const Met& met)
   const _ClassDef* owner = current_ != nullptr ? current_->getClass() : nullptr;
   const bool isValue = kind != ProblemKind::AttributeUnknown && kind != ProblemKind::ElementUnknown &&
                        kind != ProblemKind::MemberUnknown && kind != ProblemKind::ClassUnknown &&
-                       kind != ProblemKind::TooDeep;
+                       kind != ProblemKind::TooDeep && kind != ProblemKind::NoMemory;
   const bool secret =
       isValue && (isInSecret() || (met.field != nullptr ? isSecret(*met.field) : holdsSecrets(owner)));
   const FieldDataType type = met.type != FIELD_UNSET ? met.type

@@ -108,6 +108,11 @@ void MySAX2Handler::setTargetMessage(YMMessageBase* message)
   reader_->readInto(message);
 }
 
+void MySAX2Handler::setBudget(const kwxml::MemoryBudget& budget)
+{
+  reader_->setBudget(budget);
+}
+
 void MySAX2Handler::setObserver(kwxml::ReadObserver* observer)
 {
   reader_->setObserver(observer, reader_.get());

@@ -19,8 +19,9 @@
 class KwXMLContextInfo;
 
 namespace kwxml {
+class MemoryBudget;
 class MessageReader;
-}
+}  // namespace kwxml
 
 class MySAX2Handler : public xercesc::DefaultHandler
 {
@@ -41,6 +42,9 @@ public:
   void setDefaultsWhileUnserialization();
   /// The document is read into this message of the caller, whose other fields stay as they are.
   void setTargetMessage(YMMessageBase* message);
+
+  /// The memory that the messages of the document may take; without it any. XMLSerializer sets it.
+  void setBudget(const kwxml::MemoryBudget& budget);
 
   /// Told of what reading bends or drops; null: nobody is. It stays the caller's and must outlive the parse.
   void setObserver(kwxml::ReadObserver* observer);

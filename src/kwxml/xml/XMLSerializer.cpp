@@ -3,6 +3,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/platform/CYxFile.h>
 #include <kwxml/xml/DomSink.h>
+#include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageWriter.h>
 #include <kwxml/xml/RootName.h>
 #include <kwxml/xml/TextWriting.h>
@@ -11,6 +12,8 @@
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include <memory>
@@ -30,7 +33,7 @@ using Released = std::unique_ptr<T, Release<T>>;
 
 xercesc::DOMImplementation* domImplementation()
 {
-  return xercesc::DOMImplementationRegistry::getDOMImplementation(u"LS");
+  return xercesc::DOMImplementation::getImplementation();
 }
 
 }  // namespace
@@ -129,9 +132,10 @@ int XMLSerializer::serializeByDom(YMMessageBase& message, std::string& out, bool
 {
   constexpr const char* function = "XMLSerializer::serialize";
   xercesc::DOMDocument* document = nullptr;
+  kwxml::ParserMemory memory;  // what the document cannot give back when memory ends
   try {
     const std::u16string root = rootOf(message);
-    document = domImplementation()->createDocument(nullptr, root.c_str(), nullptr);
+    document = domImplementation()->createDocument(nullptr, root.c_str(), nullptr, &memory);
   } catch (...) {  // a name that is none, or no memory
     document = nullptr;
   }
@@ -246,7 +250,12 @@ xercesc::DOMLSSerializer* XMLSerializer::DOMCreateAWriterUTF8()
     log().logError("XMLSerializer::DOMCreateAWriterUTF8", "[%s]", "Error initializing xerces library");
     return nullptr;
   }
-  xercesc::DOMLSSerializer* writer = domImplementation()->createLSSerializer();
+  return createWriter(xercesc::XMLPlatformUtils::fgMemoryManager);
+}
+
+xercesc::DOMLSSerializer* XMLSerializer::createWriter(xercesc::MemoryManager* memory) const
+{
+  xercesc::DOMLSSerializer* writer = domImplementation()->createLSSerializer(memory);
   writer->setNewLine(u"\n");
   if (flags_.readableForm) {
     writer->getDomConfig()->setParameter(xercesc::XMLUni::fgDOMWRTFormatPrettyPrint, true);
@@ -314,29 +323,28 @@ bool XMLSerializer::DumpDOMDocumentToStringUTF8(std::string& out, xercesc::DOMDo
 bool XMLSerializer::dumpDocument(std::string& out, xercesc::DOMDocument* document, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::DumpDOMDocumentToStringUTF8";
-  const Released<xercesc::DOMLSSerializer> writer(DOMCreateAWriterUTF8());
-  const Released<xercesc::DOMLSOutput> output(domImplementation()->createLSOutput());
-  xercesc::MemBufFormatTarget target(1023);
-  output->setByteStream(&target);
-  output->setEncoding(u"UTF-8");
-  bool written = false;
+  kwxml::ParserMemory memory;
   try {
+    const Released<xercesc::DOMLSSerializer> writer(createWriter(&memory));
+    const Released<xercesc::DOMLSOutput> output(domImplementation()->createLSOutput(&memory));
+    xercesc::MemBufFormatTarget target(1023, &memory);
+    output->setByteStream(&target);
+    output->setEncoding(u"UTF-8");
     const xercesc::DOMNode* node = document;
     if (elementOnly) {
       node = document->getDocumentElement();
     }
-    written = writer != nullptr && node != nullptr && writer->write(node, output.get());
+    if (node != nullptr && writer->write(node, output.get())) {
+      out.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
+      return true;
+    }
   } catch (const xercesc::DOMException&) {
-    written = false;
+    // as where the writer says that it could not write
   } catch (const xercesc::XMLException&) {
-    written = false;
+  } catch (const xercesc::OutOfMemoryException&) {
   }
-  if (!written) {
-    log().logError(function, "[%s]", "Error Writing Xml to String");
-    return false;
-  }
-  out.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
-  return true;
+  log().logError(function, "[%s]", "Error Writing Xml to String");
+  return false;
 }
 
 int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)

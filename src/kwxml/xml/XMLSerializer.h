@@ -136,6 +136,7 @@ public:
 private:
   int serializeByDom(YMMessageBase& message, std::string& out, bool elementOnly);
   static int finish(const std::string& out);
+  xercesc_3_2::DOMLSSerializer* createWriter(xercesc_3_2::MemoryManager* memory) const;
   bool dumpDocument(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
   enum class Failure
   {
@@ -144,7 +145,8 @@ private:
     Other,
   };
   template <class Parse, class Log>
-  int guarded(MySAX2Handler& handler, Parse parse, Log log);
+  int guarded(MySAX2Handler& handler, std::size_t size, Parse parse, Log log);
+  std::uint64_t memoryLimit() const;
   template <class Parse>
   int unserializeWith(YMMessageBase& message, bool merge, Parse parse);
 

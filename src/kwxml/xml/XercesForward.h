@@ -7,4 +7,5 @@ class DOMDocument;
 class DOMElement;
 class DOMLSSerializer;
 class MemBufInputSource;
+class MemoryManager;
 }  // namespace xercesc_3_2

@@ -10,6 +10,7 @@
 #include <kwxml/xml/XmlText.h>
 
 #include <xercesc/framework/XMLPScanToken.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include <memory>
 
@@ -33,14 +34,15 @@ bool tell(const YMMessageBase* root, bool started, std::string& tagName, unsigne
 
 }  // namespace
 
-bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
-                                           unsigned int& tag)
+namespace {
+
+bool readRoot(xercesc::MemBufInputSource* source, kwxml::ParserMemory& memory, std::string& tagName,
+              unsigned int& tag)
 {
   tagName.clear();
   tag = 0;
   MySAX2Handler handler;
   bool started = false;
-  kwxml::ParserMemory memory;
   try {
     kwxml::GuardedReader reader(memory, handler);
     reader.readNarrow(skipValidation);
@@ -54,6 +56,15 @@ bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, s
   } catch (...) {  // what went wrong shows in what was read
   }
   return tell(handler.getMessage(), started, tagName, tag);
+}
+
+}  // namespace
+
+bool XMLSerializer::_GetTagAndTagIDFromXML(xercesc::MemBufInputSource* source, std::string& tagName,
+                                           unsigned int& tag)
+{
+  kwxml::ParserMemory memory;
+  return readRoot(source, memory, tagName, tag);
 }
 
 namespace {
@@ -72,8 +83,13 @@ bool peek(bool isEmpty, const std::string& utf8, bool isWhole, std::string& tagN
       const bool isRead = scanner.tellRoot(reader);
       return tell(isRead ? reader.root() : nullptr, true, found, foundTag);
     }
-    const auto source = makeSource();
-    return source != nullptr && XMLSerializer::_GetTagAndTagIDFromXML(source.get(), found, foundTag);
+    kwxml::ParserMemory memory;
+    try {
+      const auto source = makeSource(memory);
+      return source != nullptr && readRoot(source.get(), memory, found, foundTag);
+    } catch (const xercesc::OutOfMemoryException&) {
+      return false;
+    }
   };
   if (isEmpty) {
     log().debug(function, 10, "[%s]", "Received empty xml");
@@ -92,7 +108,7 @@ bool peek(bool isEmpty, const std::string& utf8, bool isWhole, std::string& tagN
 bool XMLSerializer::GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName, unsigned int& tag)
 {
   return peek(xml.empty(), xml, true, tagName, tag, "XMLSerializer::GetTagAndTagIDFromXML(string)",
-              [&] { return kwxml::narrowSource(xml); });
+              [&](auto& memory) { return kwxml::narrowSource(xml, memory); });
 }
 
 bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName, unsigned int& tag)
@@ -101,5 +117,5 @@ bool XMLSerializer::GetTagAndTagIDFromXML(const std::wstring& xml, std::string& 
   const bool isValid = kwxml::toUtf16(xml.c_str(), text);
   return peek(xml.empty(), kwxml::toUtf8(text), isValid && !kwxml::hasLoneSurrogate(text), tagName, tag,
               "XMLSerializer::GetTagAndTagIDFromXML(wstring)",
-              [&] { return isValid ? kwxml::wideSource(text) : nullptr; });
+              [&](auto& memory) { return isValid ? kwxml::wideSource(text, memory) : nullptr; });
 }

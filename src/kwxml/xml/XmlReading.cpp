@@ -3,6 +3,7 @@
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/diagnostics/Log.h>
+#include <kwxml/model/MemoryBudget.h>
 #include <kwxml/model/MessageReuse.h>
 #include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageReader.h>
@@ -12,9 +13,11 @@
 #include <kwxml/xml/XmlText.h>
 
 #include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
 #include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -30,24 +33,38 @@ constexpr int parseFailed = 5;
 /// What the rules have told of themselves ends a parse by an exception of this type, and no other.
 using ReadingEnded = xercesc::SAXException;
 
+/// What one reading goes by.
+struct Call
+{
+  kwxml::ReadObserver* observer;
+  YMMessageBase* reused;      ///< the message that is read into, where its memory can be kept
+  std::uint64_t memoryLimit;  ///< as KwXMLContextInfo has it
+};
+
+/// No class of a catalogue takes so much, but for those that build others.
+constexpr std::uint64_t muchForAMessage = 4096;
+
 /// Reads the document by the scanner when that accepts it; false when the parser has to.
-bool readByScanner(MySAX2Handler& handler, kwxml::ReadObserver* observer, YMMessageBase* reused,
-                   std::string_view xml)
+bool readByScanner(MySAX2Handler& handler, const Call& call, std::string_view xml)
 {
   kwxml::MessageReader* reader = handler.rulesForAnotherFeed();
   if (reader == nullptr) {
     return false;
   }
   // The text may be a part of the message.
-  const std::string apart(reused != nullptr ? xml : std::string_view());
-  kwxml::XmlScanner scanner(reused != nullptr ? std::string_view(apart) : xml);
+  const std::string apart(call.reused != nullptr ? xml : std::string_view());
+  kwxml::XmlScanner scanner(call.reused != nullptr ? std::string_view(apart) : xml);
   if (!scanner.accepts()) {
     return false;
   }
-  if (scanner.deepest() <= kwxml::maxMessageNesting) {  // no more can end the reading
-    reader->reuse(reused);
+  // A message that is read in its place cannot be as before: nothing may end the reading.
+  if (scanner.deepest() <= kwxml::maxMessageNesting && call.memoryLimit == 0 &&
+      scanner.elements() <= kwxml::usualDecodeMemory(xml.size()) / muchForAMessage) {
+    reader->reuse(call.reused);
+  } else {
+    reader->setBudget(kwxml::MemoryBudget(xml.size(), call.memoryLimit));
   }
-  reader->setObserver(observer, &scanner);
+  reader->setObserver(call.observer, &scanner);
   const bool whole = scanner.tell(*reader);
   reader->setObserver(nullptr, nullptr);
   if (!whole) {
@@ -83,17 +100,19 @@ std::string wordsOf(const XMLCh* message, const MySAX2Handler& handler)
 
 }  // namespace
 
-/// Runs a parse; what it throws becomes a result, after `log` has been told the kind of failure and its
-/// words.
+/// Runs a parse of a text of `size` bytes; what it throws becomes a result, after `log` has been told the
+/// kind of failure and its words.
 template <class Parse, class Log>
-int XMLSerializer::guarded(MySAX2Handler& handler, Parse parse, Log log)
+int XMLSerializer::guarded(MySAX2Handler& handler, std::size_t size, Parse parse, Log log)
 {
   handler.setContextInfo(context_);
   handler.setEncodingFlags(flags_);
   handler.setObserver(observer_);
-  const auto tell = [&](std::string_view words, kwxml::ReadPlace place = {}) {
+  handler.setBudget(kwxml::MemoryBudget(size, memoryLimit()));
+  const auto tell = [&](std::string_view words, kwxml::ReadPlace place = {},
+                        kwxml::ProblemKind kind = kwxml::ProblemKind::NotWellFormed) {
     if (observer_ != nullptr) {
-      observer_->met({.kind = kwxml::ProblemKind::NotWellFormed, .place = place, .remark = words});
+      observer_->met({.kind = kind, .place = place, .remark = words});
     }
   };
   kwxml::ParserMemory memory;
@@ -109,11 +128,22 @@ int XMLSerializer::guarded(MySAX2Handler& handler, Parse parse, Log log)
     return notWellFormed;
   } catch (const ReadingEnded&) {
     log(Failure::Other, {});
+  } catch (const std::bad_alloc&) {
+    log(Failure::Other, {});
+    tell("there is no memory for the message", {}, kwxml::ProblemKind::NoMemory);
+  } catch (const xercesc::OutOfMemoryException&) {
+    log(Failure::Other, {});
+    tell("there is no memory for the message", {}, kwxml::ProblemKind::NoMemory);
   } catch (...) {
     log(Failure::Other, {});
-    tell("reading failed: memory ran out, or an observer failed");
+    tell("reading failed: the observer failed");
   }
   return parseFailed;
+}
+
+std::uint64_t XMLSerializer::memoryLimit() const
+{
+  return context_ != nullptr ? context_->getMemoryLimit() : 0;
 }
 
 int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
@@ -131,14 +161,14 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
     return parseFailed;
   }
   const auto parse = [&](kwxml::ParserMemory& memory) {
-    if (!readByScanner(*handler, observer_, reused_, xml)) {
-      const auto source = kwxml::narrowSource(xml);
+    if (!readByScanner(*handler, {observer_, reused_, memoryLimit()}, xml)) {
+      const auto source = kwxml::narrowSource(xml, memory);
       kwxml::GuardedReader reader(memory, *handler);
       reader.readNarrow(skipValidation);
       reader->parse(*source);
     }
   };
-  return guarded(*handler, parse, [&](Failure failure, const std::string& words) {
+  return guarded(*handler, xml.size(), parse, [&](Failure failure, const std::string& words) {
     switch (failure) {
       case Failure::Parser:
         return log().logError(function, "XMLException: %s\nXML: [%s]", words.c_str(), xml.c_str());
@@ -173,23 +203,24 @@ int XMLSerializer::parserHelperWideChar(MySAX2Handler* handler, const wchar_t* x
   const auto parse = [&](kwxml::ParserMemory& memory) {
     std::string narrow;
     if (validate || kwxml::appendLooseUtf8(narrow, text) ||
-        !readByScanner(*handler, observer_, reused_, narrow)) {
-      const auto source = kwxml::wideSource(text);
+        !readByScanner(*handler, {observer_, reused_, memoryLimit()}, narrow)) {
+      const auto source = kwxml::wideSource(text, memory);
       kwxml::GuardedReader reader(memory, *handler);
       reader.readWide(validate);
       reader->parse(*source);
     }
   };
-  return guarded(*handler, parse, [&](Failure failure, const std::string& words) {
-    switch (failure) {
-      case Failure::Parser:
-        return log().logError(function, "XMLException : [%s]", words.c_str());
-      case Failure::Text:
-        return log().logError(function, "SAXParseException: %s", words.c_str());
-      case Failure::Other:
-        return log().logError(function, "[%s]", "Unknown Exception!");
-    }
-  });
+  return guarded(*handler, text.size() * sizeof text[0], parse,
+                 [&](Failure failure, const std::string& words) {
+                   switch (failure) {
+                     case Failure::Parser:
+                       return log().logError(function, "XMLException : [%s]", words.c_str());
+                     case Failure::Text:
+                       return log().logError(function, "SAXParseException: %s", words.c_str());
+                     case Failure::Other:
+                       return log().logError(function, "[%s]", "Unknown Exception!");
+                   }
+                 });
 }
 
 YMMessageBase* XMLSerializer::getSAXHandlerMessageObject(MySAX2Handler& handler)
@@ -256,27 +287,28 @@ void YMMessageBase::Initialize()
 int YMMessageBase::ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,
                                    std::string& errorText)
 {
-  out = createObject(tag);
-  if (out == nullptr) {
+  out = nullptr;
+  std::unique_ptr<YMMessageBase> made(createObject(tag));
+  if (made == nullptr) {
     errorText = "Unable to construct object with tagID : [" + std::to_string(tag) + "]";
     return 1;
   }
   if (!parseNow) {
     if (xml != nullptr) {
-      out->setSerializedXMLString(xml, false);
+      made->setSerializedXMLString(xml, false);
     }
+    out = made.release();
     return 0;
   }
   if (xml == nullptr) {
     errorText = "Received NULL string for unserialization";
   } else {
     KwXMLContextInfo context;
-    if (XMLSerializer(EncodingFlags(), &context).unserialize(*out, xml) == 0) {
+    if (XMLSerializer(EncodingFlags(), &context).unserialize(*made, xml) == 0) {
+      out = made.release();
       return 0;
     }
     errorText = "Unserialization failed for given xml : [" + std::string(xml) + "]";
   }
-  delete out;
-  out = nullptr;
   return 1;
 }

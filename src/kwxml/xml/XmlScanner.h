@@ -30,6 +30,8 @@ public:
   [[nodiscard]] bool acceptsBeginning();
   /// How deep the elements of an accepted document nest.
   int deepest() const { return deepest_; }
+  /// How many elements it has.
+  std::uint32_t elements() const { return tagNumber_; }
 
   /// How many bytes of the text the first of several documents takes, with layout and comments behind it; all
   /// of them when that one is not accepted.

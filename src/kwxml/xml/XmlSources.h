@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/text/Utf8.h>
+#include <kwxml/xml/GuardedReader.h>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/XMLUni.hpp>
@@ -26,20 +27,24 @@ inline bool toUtf16(const wchar_t* text, std::u16string& out)
   return true;
 }
 
+// Sources of the parser that has that memory, which must outlive them.
+
 /// An input source over UTF-16 units, whatever encoding the text itself declares.
-inline std::unique_ptr<xercesc::MemBufInputSource> wideSource(const std::u16string& text)
+inline std::unique_ptr<xercesc::MemBufInputSource> wideSource(const std::u16string& text,
+                                                              ParserMemory& memory)
 {
   auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
-                                                             text.size() * sizeof(char16_t), sourceName);
+                                                             text.size() * sizeof(char16_t), sourceName,
+                                                             false, &memory);
   source->setEncoding(xercesc::XMLUni::fgUTF16LEncodingString);
   source->setCopyBufToStream(false);
   return source;
 }
 
-inline std::unique_ptr<xercesc::MemBufInputSource> narrowSource(const std::string& text)
+inline std::unique_ptr<xercesc::MemBufInputSource> narrowSource(const std::string& text, ParserMemory& memory)
 {
   auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
-                                                             text.size(), sourceName);
+                                                             text.size(), sourceName, false, &memory);
   source->setCopyBufToStream(false);
   return source;
 }
