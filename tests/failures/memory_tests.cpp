@@ -315,6 +315,7 @@ TEST(FailingMemory, EveryAllocationOfEveryOperation)
   const std::vector<Operation> all = operations();
   const bool full = isFull();
   std::size_t series = 0;
+  std::size_t turn = 0;
   std::size_t failures = 0;
   std::vector<YMMessageBase> messages;
   for (const PackedReference& reference : everyMessageClass()) {
@@ -323,6 +324,9 @@ TEST(FailingMemory, EveryAllocationOfEveryOperation)
   }
   for (const YMMessageBase& message : messages) {
     for (const Operation& operation : all) {
+      if (!full && ++turn % 7 != 0) {
+        continue;
+      }
       // What is made once in the life of the process is made before.
       int does = 0;
       runsOutOf(~std::size_t{0}, false, operation, message, folder, does);
