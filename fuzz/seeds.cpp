@@ -1,11 +1,14 @@
 // Writes what the fuzzers start from: seeds <folder> fills <folder>/<fuzzer>/ with inputs (every class of the
-// catalogue filled, its fields one by one, records and batches of them, schemas) and <folder>/<fuzzer>.dict
-// with words.
+// catalogue filled, its fields one by one, records and batches of them, annotation records, values by XPath,
+// schemas) and <folder>/<fuzzer>.dict with words.
+#include <kwxml/annotation/AnnotationKinds.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/WireFormat.h>
 #include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/model/Metadata.h>
+#include <kwxml/text/ShownText.h>
 
 #include "support/Messages.h"
 
@@ -18,6 +21,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 using namespace kwxml;
 namespace fs = std::filesystem;
@@ -30,7 +34,8 @@ class Seeds
 public:
   explicit Seeds(fs::path folder) : folder_(std::move(folder))
   {
-    for (const char* fuzzer : {"decode", "records", "batch", "xml", "json", "schemas"}) {
+    for (const char* fuzzer :
+         {"decode", "records", "batch", "inspect", "xml", "json", "schemas", "annotations", "xpath"}) {
       fs::create_directories(folder_ / fuzzer);
     }
     wordsOfBinary_ = {"\x02\0\1\0"s, "\1\0\1\0"s, number(wire::collectionMarker), "\xFF\xFF\xFF\xFF\x0F"s};
@@ -47,6 +52,17 @@ public:
                    ";",         "&amp;",
                    "<?xml",     "xmlns:",
                    "|",         "-9223372036854775808"};
+    for (const AnnotationKind& kind : annotationKinds) {
+      const unsigned long tag = annotationTag(kind.name);
+      std::string bytes;
+      for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes += static_cast<char>(tag >> shift & 0xFF);
+      }
+      wordsOfAnnotations_.insert(bytes);
+      if (kind.member != nullptr) {
+        wordsOfAnnotations_.insert(kind.member);
+      }
+    }
   }
 
   void addClass(int system, int index)
@@ -60,6 +76,11 @@ public:
     for (const FieldDef& def : *filled.getClass()) {
       addName(def.getName());
       wordsOfBinary_.insert(number(wire::fieldKey(def)));
+      if (def.annotations != nullptr) {
+        const auto length = static_cast<std::size_t>(def.annotations[0] << 8 | def.annotations[1]);
+        write("annotations/" + name + "." + def.getName(),
+              {reinterpret_cast<const char*>(def.annotations), length});
+      }
       YMMessageBase one(system, index);
       one.wipeBitset();
       if (test::fill(one, def, 1, 1)) {
@@ -88,9 +109,13 @@ public:
   {
     write("records/several", records_);
     write("batch/several", batch_);
-    for (const char* fuzzer : {"decode", "records", "batch"}) {
+    write("inspect/records", records_);
+    write("inspect/batch", batch_);
+    for (const char* fuzzer : {"decode", "records", "batch", "inspect"}) {
       writeWords(std::string(fuzzer) + ".dict", wordsOfBinary_);
     }
+    writeWords("annotations.dict", wordsOfAnnotations_);
+    writeWords("xpath.dict", wordsOfXPath_);
     writeWords("xml.dict", wordsOfXml_);
     writeWords("json.dict", wordsOfJson_);
     writeWords("schemas.dict", wordsOfSchemas_);
@@ -148,6 +173,27 @@ private:
     if (JSONEncoder().serialize(message, json) == 0) {
       write("json/" + name, json);
     }
+    write("inspect/" + name, bytes);
+    addXPaths(name, message);
+  }
+
+  /// The values of a message by XPath, where its system has them.
+  void addXPaths(const std::string& name, YMMessageBase& message)
+  {
+    if (YMMessageBase::getXPathData(static_cast<short>(message.getSubsysID())) == nullptr) {
+      return;
+    }
+    std::vector<XPathMetaData> records;
+    XMLMetaData().getXpathMetaData(&message, records, true);
+    std::string lines;
+    for (const XPathMetaData& record : records) {
+      lines += std::to_string(record.id) + "\t" + record.xpath + "\t" + shown(record.value, "\\") + "\n";
+      wordsOfXPath_.insert(std::to_string(record.id) + "\t");
+      wordsOfXPath_.insert("\t" + record.xpath + "\t");
+    }
+    if (!lines.empty()) {
+      write("xpath/" + name, lines);
+    }
   }
 
   void write(const std::string& name, const std::string& bytes) const
@@ -180,6 +226,8 @@ private:
   std::set<std::string> wordsOfBinary_;
   std::set<std::string> wordsOfXml_;
   std::set<std::string> wordsOfSchemas_;
+  std::set<std::string> wordsOfAnnotations_ = {"true", "false"};
+  std::set<std::string> wordsOfXPath_ = {"\\n", "\\x00", "\\\\", "nan", "-inf", "1e-320", "4294967295"};
   std::set<std::string> wordsOfJson_ = {
       "{",       "}",     "[",        "]",         ",",     "\\u00e9", "\\ud83d\\ude00",
       "\\\"",    "true",  "false",    "null",      "1e400", "-0.0",    "18446744073709551615",
