@@ -6,6 +6,7 @@
 #include "support/ParserFeed.h"
 #include "support/PasswordKey.h"
 
+#include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/StrictReading.h>
 #include <kwxml/reading/Problems.h>
 
@@ -104,6 +105,52 @@ TEST(Observer, CutAndChangedDocumentsAreTheSameByBothFeeds)
     compare();
     xml = whole;
   }
+}
+
+TEST(Observer, OneThatFailsEndsTheReadingAndIsToldSo)
+{
+  struct Failing : ReadObserver
+  {
+    void met(const Problem& problem) override
+    {
+      told.emplace_back(problem.remark);
+      if (told.size() == 1) {
+        throw std::runtime_error("full");
+      }
+    }
+    std::vector<std::string> told;
+  };
+  const LogCapture quiet;
+  using Read = bool (*)(ReadObserver&);
+  const Read readings[] = {
+      [](ReadObserver& o) {
+        return XMLDecoder().unSerialize("<Demo_Item price='x'/>", nullptr, &o) != nullptr;
+      },
+      [](ReadObserver& o) { return readByParser("<Demo_Item price='x'/>", &o) != nullptr; },
+      [](ReadObserver& o) {
+        return JSONDecoder().unSerialize(R"({"Demo_Item":{"price":"x"}})", &o) != nullptr;
+      },
+  };
+  for (const Read read : readings) {
+    Failing observer;
+    EXPECT_FALSE(read(observer));
+    ASSERT_EQ(observer.told.size(), 2U);
+    EXPECT_EQ(observer.told[1], "reading failed: memory ran out, or an observer failed");
+  }
+}
+
+TEST(Observer, IsToldWhyAMessageOfTheCallerStaysAsItWas)
+{
+  const LogCapture quiet;
+  YMMessageBase status = make("Demo_Status");
+  Problems problems;
+  XMLSerializer reader;
+  reader.setObserver(&problems);
+  EXPECT_NE(reader.unserialize(status, std::string("<Demo_Item/>")), 0);
+  EXPECT_NE(reader.unserialize(status, L"<Demo_Status errorMessage='\x110000'/>"), 0);
+  EXPECT_EQ(withoutPlaces(problems),
+            "unknown class, a message of another class is read into\n"
+            "not well-formed, The text holds a value that is no Unicode code point\n");
 }
 
 TEST(Observer, PasswordsAreNeverInAProblem)

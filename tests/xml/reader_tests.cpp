@@ -135,11 +135,13 @@ TEST(Reader, AUsedMessageKeepsItsMemoryAndNothingElse)
 {
   LogCapture quiet;
   YMMessageBase m = fromXml(
-      "<Types_AllTypes><objectList number='1'/><objectList text='x'/><intList val='1'/>"
+      "<Types_AllTypes><objectList number='1'/><objectList text='x'/><intList val='1'/><stringList val='a'/>"
       "<objectValue text='a text that needs memory of its own'/></Types_AllTypes>");
   const auto& items = object<std::vector<YMMessageBase>>(m, "objectList");
   const YMMessageBase* const first = items.data();
-  const std::string expected = "<Types_AllTypes><objectList text=\"y\"/></Types_AllTypes>";
+  const std::string expected =
+      "<Types_AllTypes><stringList val=\"b\"/><stringList val=\"c\"/><objectList "
+      "text=\"y\"/></Types_AllTypes>";
   ASSERT_EQ(XMLSerializer().unserialize(m, expected), 0);
   EXPECT_EQ(toXml(m), expected);
   EXPECT_EQ(items.data(), first);
