@@ -168,6 +168,11 @@ private:
     std::string xml;
     if (XMLEncoder().serialize(message, xml, true) == 0) {
       write("xml/" + name, xml);
+      // No writer makes a comment or an empty section, and they are hard to come by at random.
+      const std::size_t inside = xml.find('<', xml.find('>'));
+      if (inside != std::string::npos) {
+        write("xml/" + name + ".comment", xml.insert(inside, "<!-- a > -->").insert(inside, "<![CDATA[]]>"));
+      }
     }
     std::string json;
     if (JSONEncoder().serialize(message, json) == 0) {
