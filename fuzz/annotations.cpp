@@ -49,7 +49,7 @@ bool readMembers(std::string_view encoded, AnnotationBase::Members& members)
 }
 
 /// All that a record has attached, likewise: it announces how many.
-void readAttached(const AnnotationRecord& record, std::string_view bytes, Attached& attached)
+bool readAttached(const AnnotationRecord& record, std::string_view bytes, Attached& attached)
 {
   std::string written(bytes.substr(0, 6));
   const bool whole = record.forEachAttached([&](unsigned long tag, std::string_view members) {
@@ -62,6 +62,7 @@ void readAttached(const AnnotationRecord& record, std::string_view bytes, Attach
   if (!bytes.starts_with(written) || attached.size() > announced || whole != (attached.size() == announced)) {
     wrong("the annotations are not those of the record");
   }
+  return whole;
 }
 
 std::optional<std::string_view> first(const Attached& attached, unsigned long tag)
@@ -98,11 +99,14 @@ bool isTyped(const Annotation::Text& annotation)
 
 /// An annotation is filled when the record has it whole, and else keeps what it held.
 template <class Kind>
-void fillFrom(const FieldDef& def, const Attached& attached)
+void fillFrom(const FieldDef& def, const Attached& attached, bool isWhole)
 {
   Kind filled;
   const std::optional<std::string_view> encoded = first(attached, filled.getTagID());
-  if (AnnotationRecord(def.annotations).has(filled.getTagID()) != encoded.has_value()) {
+  std::optional<std::string_view> found;
+  const bool isKnown = AnnotationRecord(def.annotations).find(filled.getTagID(), found);
+  if (found != encoded || isKnown != (isWhole || encoded) ||
+      AnnotationRecord(def.annotations).has(filled.getTagID()) != encoded.has_value()) {
     wrong("an annotation is there or not");
   }
   const _ClassDef cls{"Own", &def, 1, -1, 1, 1};
@@ -153,15 +157,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const std::string_view bytes(reinterpret_cast<const char*>(exact.get()), length);
   Attached attached;
-  readAttached(record, bytes, attached);
+  const bool isWhole = readAttached(record, bytes, attached);
   FieldDef def{};
   def.name = "field";
   def.type = FIELD_STRING;
   def.annotations = exact.get();
-  fillFrom<Annotation::CommandParam>(def, attached);
-  fillFrom<Annotation::Text>(def, attached);
-  fillFrom<Annotation::Password>(def, attached);
-  fillFrom<Annotation::SearchCriteriaDef>(def, attached);
+  fillFrom<Annotation::CommandParam>(def, attached, isWhole);
+  fillFrom<Annotation::Text>(def, attached, isWhole);
+  fillFrom<Annotation::Password>(def, attached, isWhole);
+  fillFrom<Annotation::SearchCriteriaDef>(def, attached, isWhole);
   std::vector<unsigned long> ids;
   XMLDecoder::FillAnnotationIds(def, ids);
   if (!std::equal(ids.begin(), ids.end(), attached.begin(), attached.end(),
