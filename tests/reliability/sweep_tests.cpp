@@ -271,8 +271,8 @@ struct Form
 
 const Form forms[] = {
     {"binary", true, binaryOf, readBinary, 397}, {"records", true, recordsOf, readRecords, 593},
-    {"batch", true, batchOf, readBatch, 593},   {"xml", false, xmlOf, readXml, 593},
-    {"utf16", false, utf16Of, readUtf16, 997},  {"json", false, jsonOf, readJson, 397},
+    {"batch", true, batchOf, readBatch, 593},    {"xml", false, xmlOf, readXml, 593},
+    {"utf16", false, utf16Of, readUtf16, 997},   {"json", false, jsonOf, readJson, 397},
 };
 
 constexpr const char* damages[] = {"bit 0 turned",
