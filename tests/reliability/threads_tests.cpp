@@ -137,7 +137,16 @@ public:
       lookUp(shared);
       ++done;
     }
+  }
+
+  /// Looks up all classes, with a catalogue that comes and goes beside those of the others.
+  void comeAndGo()
+  {
     otherCatalogue();
+    for (const Shared& shared : shared_) {
+      lookUp(shared);
+    }
+    ++done;
   }
 
   std::size_t done = 0;
@@ -185,7 +194,6 @@ private:
     }
   }
 
-  /// One of the thread's own, which comes and goes beside the others.
   void otherCatalogue()
   {
     std::string problems;
@@ -207,44 +215,63 @@ private:
 
 }  // namespace
 
-TEST(Threads, GetWhatOneThreadGets)
+class Threads : public testing::Test
 {
-  std::atomic<long> expected = 0;
-  std::atomic<long> written = 0;
-  kwxml::setLogLevel(1);
-  kwxml::setLogSink([&](const kwxml::LogRecord& record) {
-    written += record.function != nullptr && std::string_view(record.function) == "threads";
-  });
-  std::vector<Shared> made;
-  std::vector<YMMessageBase> messages = randomMessages();
-  for (std::size_t i = 0; i < messages.size(); i += seconds != 0 ? 1 : 4) {
-    Outputs outputs = outputsOf(messages[i]);
-    std::vector<std::string> readings = readingsOf(messages[i], outputs);
-    made.push_back({messages[i], std::move(outputs), std::move(readings)});
-  }
-  const std::vector<Shared>& shared = made;
-  std::atomic<std::size_t> done = 0;
-  Figures figures("threads " + std::to_string(threads));
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+protected:
+  Threads()
   {
-    std::vector<std::jthread> running;
-    for (int number = 0; number < static_cast<int>(threads); ++number) {
-      running.emplace_back([&, number] {
-        Worker worker(shared, number, expected);
-        for (int i = 0; seconds != 0 ? std::chrono::steady_clock::now() < end : i < shortRounds; ++i) {
-          worker.round();
-        }
-        done += worker.done;
-      });
+    kwxml::setLogLevel(1);
+    kwxml::setLogSink([this](const kwxml::LogRecord& record) {
+      written_ += record.function != nullptr && std::string_view(record.function) == "threads";
+    });
+    std::vector<YMMessageBase> messages = randomMessages();
+    for (std::size_t i = 0; i < messages.size(); i += seconds != 0 ? 1 : 4) {
+      Outputs outputs = outputsOf(messages[i]);
+      std::vector<std::string> readings = readingsOf(messages[i], outputs);
+      shared_.push_back({messages[i], std::move(outputs), std::move(readings)});
     }
   }
-  XmlLoggerHelper::getXmlLoggerInstance()->drain();
-  kwxml::setLogSink({});
-  EXPECT_EQ(written.load(), expected.load()) << "lines of the log";
-  figures.inputs = done;
-  figures.more = ", " + std::to_string(written.load()) + " messages logged";
+  ~Threads() override { kwxml::setLogSink({}); }
+
+  /// All threads do it for some seconds, or a number of times in the short form.
+  void inThreads(const std::string& name, void (Worker::*work)(), long forSeconds)
+  {
+    std::atomic<std::size_t> done = 0;
+    Figures figures(name + " in " + std::to_string(threads) + " threads");
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(forSeconds);
+    {
+      std::vector<std::jthread> running;
+      for (int number = 0; number < static_cast<int>(threads); ++number) {
+        running.emplace_back([&, number] {
+          Worker worker(shared_, number, expected_);
+          for (int i = 0; seconds != 0 ? std::chrono::steady_clock::now() < end : i < shortRounds; ++i) {
+            const std::jthread coming([&] { (worker.*work)(); });  // threads come and go, too
+          }
+          done += worker.done;
+        });
+      }
+    }
+    XmlLoggerHelper::getXmlLoggerInstance()->drain();
+    EXPECT_EQ(written_.load(), expected_.load()) << "lines of the log";
+    figures.inputs = done;
+    figures.more = ", " + std::to_string(written_.load()) + " messages logged";
+  }
+
+private:
+  std::vector<Shared> shared_;
+  std::atomic<long> expected_ = 0;
+  std::atomic<long> written_ = 0;
+};
+
+TEST_F(Threads, GetWhatOneThreadGets)
+{
+  inThreads("messages", &Worker::round, seconds);
 }
 
+TEST_F(Threads, LookUpWhileCataloguesComeAndGo)
+{
+  inThreads("catalogues", &Worker::comeAndGo, (seconds + 9) / 10);
+}
 int main(int argc, char** argv)
 {
   testing::InitGoogleTest(&argc, argv);
