@@ -272,6 +272,7 @@ TEST_F(Threads, LookUpWhileCataloguesComeAndGo)
 {
   inThreads("catalogues", &Worker::comeAndGo, (seconds + 9) / 10);
 }
+
 int main(int argc, char** argv)
 {
   testing::InitGoogleTest(&argc, argv);
