@@ -154,6 +154,7 @@ YMMessageBase byWideText(YMMessageBase& message)
 
 YMMessageBase byUtf16(YMMessageBase& message)
 {
+  XMLSerializer::initialize();
   xercesc::DOMImplementation* dom = xercesc::DOMImplementationRegistry::getDOMImplementation(u"LS");
   const std::string tagName = message.getTagName();
   const auto released = [](auto* node) { node->release(); };
