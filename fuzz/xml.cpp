@@ -129,7 +129,8 @@ void peekByBoth(const std::string& text)
   XMLSerializer::GetTagAndTagIDFromXML(text, name, tag);
   std::string parsedName;
   unsigned int parsedTag = 0;
-  XMLSerializer::_GetTagAndTagIDFromXML(kwxml::narrowSource(text).get(), parsedName, parsedTag);
+  kwxml::ParserMemory memory;
+  XMLSerializer::_GetTagAndTagIDFromXML(kwxml::narrowSource(text, memory).get(), parsedName, parsedTag);
   if (name != parsedName || tag != parsedTag) {
     wrong("the feeds give different tags");
   }

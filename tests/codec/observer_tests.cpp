@@ -135,7 +135,7 @@ TEST(Observer, OneThatFailsEndsTheReadingAndIsToldSo)
     Failing observer;
     EXPECT_FALSE(read(observer));
     ASSERT_EQ(observer.told.size(), 2U);
-    EXPECT_EQ(observer.told[1], "reading failed: memory ran out, or an observer failed");
+    EXPECT_EQ(observer.told[1], "reading failed: the observer failed");
   }
 }
 

@@ -60,6 +60,7 @@ void addDummyCommand(CLI::App& app, Session& session);
 void addXPathCommand(CLI::App& app, Session& session);
 void addKeyCommand(CLI::App& app, Session& session);
 void addLogCommand(CLI::App& app, Session& session);
+void addRecordsCommand(CLI::App& app, Session& session);
 void addMergeCommand(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

@@ -200,7 +200,8 @@ ExitStatus diff(const Options& options, LibraryLog& log)
   Side left(options.left, options.from, log);
   Side right(options.right, options.from, log);
   const ReadOptions how{.strictness = strictness(options.read),
-                        .passwordsAsReceived = !isPasswordKeyConfigured()};
+                        .passwordsAsReceived = !isPasswordKeyConfigured(),
+                        .memoryLimit = memoryLimit(options.read)};
   left.input().open(how);
   right.input().open(how);
   Output output(options.outputFile);

@@ -317,6 +317,7 @@ std::unique_ptr<MessageSink> binarySink(Output& output, const WriteOptions& opti
 KwXMLContextInfo contextFor(const ReadOptions& options)
 {
   KwXMLContextInfo context;
+  context.setMemoryLimit(options.memoryLimit);
   if (options.passwordsAsReceived) {
     context.setPasswordEncType(Annotation::PASS_THROUGH);
   }

@@ -9,6 +9,7 @@
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/reading/ReadObserver.h>
 
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -44,6 +45,9 @@ struct ReadOptions
 
   /// Password texts are kept as they stand, so that no key is needed; the values are good for masking only.
   bool passwordsAsReceived = false;
+
+  /// As KwXMLContextInfo has it: bytes, 0 for the usual limit.
+  std::uint64_t memoryLimit = 0;
 };
 
 /// The context of a read that leaves passwords alone, or one that changes nothing.

@@ -1,10 +1,11 @@
 #include "Inspect.h"
 
+#include <kwxml/binary/RecordPrefix.h>
+#include <kwxml/binary/RecordScan.h>
 #include <kwxml/binary/WireFormat.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <istream>
 #include <limits>
 #include <string>
@@ -13,24 +14,7 @@ namespace kwxml::tool {
 
 namespace {
 
-constexpr std::size_t prefixSize = 4;
-
-std::uint32_t bigEndian(std::string_view bytes)
-{
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < prefixSize; ++i) {
-    value = value << 8 | static_cast<unsigned char>(bytes[i]);
-  }
-  return value;
-}
-
-/// As the reader of a batch takes it: what follows the number does not matter.
-unsigned long decimal(std::string_view bytes)
-{
-  char text[prefixSize + 1] = {};
-  bytes.copy(text, prefixSize);
-  return std::strtoul(text, nullptr, 10);
-}
+constexpr std::size_t prefixSize = recordPrefixSize;
 
 class FileWalker
 {
@@ -47,7 +31,7 @@ public:
       if (prefix.size() < prefixSize) {
         return stop("record " + std::to_string(n) + " is torn: the bytes end within its length", prefix);
       }
-      const std::uint32_t length = bigEndian(prefix);
+      const std::uint32_t length = singlePrefix(prefix);
       line(prefix, title(n, length));
       if (!record(n, length, good)) {
         return false;
@@ -59,13 +43,13 @@ public:
   bool batch()
   {
     std::string prefix = read(prefixSize);
-    if (decimal(prefix) != 1) {
+    if (batchPrefix(prefix) != batchVersion) {
       return stop("the version of the batch is not 1", prefix);
     }
     line(prefix, "batch, version 1");
     bool good = true;
     for (std::uint64_t n = 1; !(prefix = read(prefixSize)).empty(); ++n) {
-      const unsigned long length = decimal(prefix);
+      const unsigned long length = batchPrefix(prefix);
       constexpr unsigned long longest = 9999;  // four digits; only a sign makes more of them
       if (length == 0 || length > longest) {
         return stop("record " + std::to_string(n) + " has no length, so that none behind it is found",
@@ -163,19 +147,11 @@ bool inspect(std::istream& in, InspectForm form, const ShowInput& show)
 
 std::optional<InspectForm> guessInspectForm(std::string_view head, std::uint64_t size)
 {
-  if (head.starts_with(std::string_view("1\0\0\0", prefixSize))) {
-    return InspectForm::Batch;
+  if (const auto layout = recordLayout(head, size)) {
+    return *layout == RecordLayout::Batch ? InspectForm::Batch : InspectForm::Records;
   }
-  const auto isVersionWord = [head](std::size_t at) {
-    return head.size() >= at + wire::headerSize && head[at + 2] == 1 && head[at + 3] == 0;
-  };
-  if (isVersionWord(prefixSize)) {
-    const std::uint32_t length = bigEndian(head);
-    if (length >= wire::headerSize && length <= size - prefixSize) {
-      return InspectForm::Records;
-    }
-  }
-  return isVersionWord(0) ? std::optional(InspectForm::Binary) : std::nullopt;
+  return head.size() >= wire::headerSize && wire::isVersionWord(head) ? std::optional(InspectForm::Binary)
+                                                                      : std::nullopt;
 }
 
 }  // namespace kwxml::tool

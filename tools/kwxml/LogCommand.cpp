@@ -57,7 +57,7 @@ void logMessage(const Options& options, LibraryLog& log)
 {
   refuseConversions(options.format);
   MessageInput input(options.inputFile, options.from, log);
-  input.open(ReadOptions{.strictness = strictness(options.read)});
+  input.open(ReadOptions{.strictness = strictness(options.read), .memoryLimit = memoryLimit(options.read)});
   const auto message = onlyMessage(input, "log");
   const int lost = lostInXml(*message, log);
   std::string line;

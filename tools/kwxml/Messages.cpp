@@ -64,6 +64,13 @@ void addReadOptions(CLI::App& command, ReadChoices& choices)
   command.add_flag("--lenient", choices.lenient, "What the library reads is taken; problems are warnings")
       ->group(reading)
       ->excludes(strict);
+  constexpr std::uint64_t most = std::uint64_t{1} << 30;
+  command
+      .add_option("--memory-limit", choices.memoryLimit,
+                  "What the messages of an input may take of memory (default: 256 and 64 times the input)")
+      ->check(CLI::Range(std::uint64_t{1}, most))
+      ->type_name("MIB")
+      ->group(reading);
 }
 
 void addWriteOptions(CLI::App& command, WriteChoices& choices)
@@ -123,6 +130,11 @@ WriteOptions writeOptions(const WriteChoices& choices)
   return how;
 }
 
+std::uint64_t memoryLimit(const ReadChoices& choices)
+{
+  return choices.memoryLimit << 20;
+}
+
 Strictness strictness(const ReadChoices& choices)
 {
   return choices.strict ? Strictness::Strict : choices.lenient ? Strictness::Lenient : Strictness::Usual;
@@ -131,7 +143,8 @@ Strictness strictness(const ReadChoices& choices)
 ReadOptions readOptions(const ReadChoices& reading, const WriteChoices& writing)
 {
   return {.strictness = strictness(reading),
-          .passwordsAsReceived = writing.maskPasswords || !findForm(writing.to)->hasPasswords};
+          .passwordsAsReceived = writing.maskPasswords || !findForm(writing.to)->hasPasswords,
+          .memoryLimit = memoryLimit(reading)};
 }
 
 // ---- Messages
@@ -172,8 +185,10 @@ std::string MessageInput::judge(const Problems& problems, bool isRead, const cha
 {
   const bool lenient = options_.strictness == Strictness::Lenient && isRead;
   const bool strict = options_.strictness == Strictness::Strict;
-  for (const Problems::Entry& problem : problems.entries()) {
-    reportPlace(toText(problem, recordName(),
+  const std::string record = form_.many ? "record " + std::to_string(records_) + ": " : "";
+  for (Problems::Entry problem : problems.entries()) {
+    problem.text.insert(0, record);
+    reportPlace(toText(problem, name(),
                        lenient  ? Severity::Warning
                        : strict ? Severity::Error
                                 : severityOf(problem.kind)));

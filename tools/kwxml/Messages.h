@@ -7,6 +7,7 @@
 
 #include <kwxml/reading/Problems.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,9 +32,10 @@ struct ReadChoices
 {
   bool strict = false;
   bool lenient = false;
+  std::uint64_t memoryLimit = 0;  ///< MiB; 0: the usual one
 };
 
-/// The options --strict and --lenient.
+/// The options --strict, --lenient and --memory-limit.
 void addReadOptions(CLI::App& command, ReadChoices& choices);
 
 /// What the command line says about the form that is written.
@@ -57,6 +59,8 @@ WriteOptions writeOptions(const WriteChoices& choices);
 /// How messages are read that are written so: where no password is shown none is decrypted.
 ReadOptions readOptions(const ReadChoices& reading, const WriteChoices& writing);
 Strictness strictness(const ReadChoices& choices);
+/// In bytes.
+std::uint64_t memoryLimit(const ReadChoices& choices);
 
 // ---- Messages
 

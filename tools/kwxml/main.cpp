@@ -10,6 +10,7 @@
 #include <kwxml/codec/StandInPasswords.h>
 
 #include <charconv>
+#include <csignal>
 #include <exception>
 #include <new>
 
@@ -110,6 +111,7 @@ int run(int argc, char** argv)
   addLogCommand(app, session);
   addKeyCommand(app, session);
   addMergeCommand(app, session);
+  addRecordsCommand(app, session);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -142,6 +144,8 @@ int main(int argc, char** argv)
   using namespace kwxml::tool;
   try {
     occupyStandardFiles();
+    // A file that grows beyond what the process may write is an error like others, and no end without a word.
+    std::signal(SIGXFSZ, SIG_IGN);
     return run(argc, argv);
   } catch (const Failure& failure) {
     report(failure.what());

@@ -19,12 +19,6 @@ namespace {
 
 constexpr std::uint64_t shortest = recordPrefixSize + wire::headerSize;
 
-/// The upper half of a version word says that it is one.
-bool isVersionWord(std::string_view bytes)
-{
-  return bytes.size() >= sizeof(std::uint32_t) && bytes[2] == 1 && bytes[3] == 0;
-}
-
 }  // namespace
 
 std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size)
@@ -32,7 +26,7 @@ std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t si
   if (head.starts_with(batchVersionBytes)) {
     return RecordLayout::Batch;
   }
-  if (head.size() < shortest || !isVersionWord(head.substr(recordPrefixSize))) {
+  if (head.size() < shortest || !wire::isVersionWord(head.substr(recordPrefixSize))) {
     return std::nullopt;
   }
   const std::uint64_t length = singlePrefix(head);
@@ -92,7 +86,7 @@ RecordScan::Frame RecordScan::frame(std::uint64_t offset)
   if (length < wire::headerSize) {
     return Frame::None;
   }
-  if (left >= shortest && !isVersionWord(bytes(offset + recordPrefixSize, sizeof(std::uint32_t)))) {
+  if (left >= shortest && !wire::isVersionWord(bytes(offset + recordPrefixSize, sizeof(std::uint32_t)))) {
     return Frame::None;
   }
   return length > left - recordPrefixSize ? Frame::Torn : Frame::Whole;
@@ -101,7 +95,11 @@ RecordScan::Frame RecordScan::frame(std::uint64_t offset)
 /// Of the message of a record of `size` bytes.
 RecordScan::Judgement RecordScan::content(std::uint64_t offset, std::uint64_t size)
 {
-  const std::string_view message = bytes(offset, size).substr(recordPrefixSize);
+  const std::string_view record = bytes(offset, size);
+  if (record.size() < size) {
+    return {Content::Bad, error_.AsString()};
+  }
+  const std::string_view message = record.substr(recordPrefixSize);
   std::uint32_t tag = 0;
   for (std::size_t i = wire::headerSize; i-- > sizeof tag;) {
     tag = tag << 8 | static_cast<unsigned char>(message[i]);
@@ -117,13 +115,18 @@ RecordScan::Judgement RecordScan::content(std::uint64_t offset, std::uint64_t si
   context.setPasswordEncType(Annotation::PASS_THROUGH);  // no key is needed
   BinaryBuffer buffer;
   buffer.SetReadBuffer(message.data(), message.size(), true);
-  Problems problems(1);
+  Problems problems;
   const std::unique_ptr<YMMessageBase> read = unserializeNew(buffer, &context, &problems);
   if (read != nullptr) {
     return {problems.empty() ? Content::Good : Content::Doubtful, {}};
   }
-  const std::string why =
-      problems.entries().empty() ? "the message cannot be read" : problems.entries().front().text;
+  std::string why = "the message cannot be read";
+  for (const Problems::Entry& problem : problems.entries()) {
+    if (severityOf(problem.kind) == Severity::Error) {
+      why = problem.text;
+      break;
+    }
+  }
   return {problems.has(ProblemKind::NoMemory) ? Content::Doubtful : Content::Bad, why};
 }
 
@@ -198,11 +201,12 @@ bool RecordScan::next(RecordStretch& stretch)
     stretch = record();
   } else {
     const std::uint64_t length = frame == Frame::Torn ? this->length(at_) : 0;
-    stretch =
-        damage(at_ + 1, length != 0 ? "the file ends within a record of " + std::to_string(length) + " bytes"
-                        : frame == Frame::Torn ? "the file ends within the length of a record"
-                                               : "no record begins here");
+    stretch = damage(at_ + 1, "no record begins here");
     stretch.torn = frame == Frame::Torn && at_ + stretch.size == size_;
+    if (stretch.torn) {
+      stretch.why = length != 0 ? "the file ends within a record of " + std::to_string(length) + " bytes"
+                                : "the file ends within the length of a record";
+    }
   }
   if (error_.IsError()) {
     return false;

@@ -11,6 +11,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <type_traits>
 
 namespace kwxml::wire {
@@ -19,6 +20,11 @@ inline constexpr std::size_t headerSize = 8;
 inline constexpr std::size_t keySize = 4;
 /// Bit 16 of the version word: the word carries a version.
 inline constexpr std::uint32_t versionFlag = 0x10000;
+/// Whether bytes begin with such a word, as writers write them: its upper half says so.
+constexpr bool isVersionWord(std::string_view bytes) noexcept
+{
+  return bytes.size() >= 4 && bytes[2] == 1 && bytes[3] == 0;
+}
 inline constexpr int defaultVersion = 2;
 /// Stands where a collection's key would; no name hash has its bits.
 inline constexpr std::uint32_t collectionMarker = 0x7F7F7F78;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 #include <string>
 
 // The parser is compiled into this file, which hides it: a program may have another version of its own. It
@@ -189,14 +190,19 @@ JsonRead readJson(std::string_view text, std::size_t begin, bool isLast, KwXMLCo
                   "text stands behind the document");
     }
     return {.result = 0, .message = std::unique_ptr<YMMessageBase>(rules.take()), .end = end};
+  } catch (const std::bad_alloc& exception) {
+    log().logError(JsonFeed::function, "[%s]", exception.what());
+    if (observer != nullptr) {
+      observer->met({.kind = ProblemKind::NoMemory, .remark = "there is no memory for the message"});
+    }
+    return {.result = readingFailed, .message = nullptr, .end = text.size()};
   } catch (const std::exception& exception) {
     log().logError(JsonFeed::function, "[%s]", exception.what());
   } catch (...) {
     log().logError(JsonFeed::function, "[%s]", "Unknown exception");
   }
   if (observer != nullptr) {
-    observer->met({.kind = ProblemKind::NotWellFormed,
-                   .remark = "reading failed: memory ran out, or an observer failed"});
+    observer->met({.kind = ProblemKind::NotWellFormed, .remark = "reading failed: the observer failed"});
   }
   return {.result = readingFailed, .message = nullptr, .end = text.size()};
 }

@@ -198,7 +198,7 @@ std::string toText(const Problems::Entry& problem, std::string_view file, Severi
   if (place.line != 0) {
     out += ":" + std::to_string(place.line) + ":" + std::to_string(place.column);
   } else if (place.offset != 0) {
-    out += ": byte " + std::to_string(place.offset);
+    out += ":+" + std::to_string(place.offset);
   }
   return out + (severity == Severity::Error ? ": error: " : ": warning: ") + problem.text;
 }

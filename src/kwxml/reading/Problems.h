@@ -43,7 +43,7 @@ private:
   std::vector<Entry> entries_;
 };
 
-/// "FILE:LINE:COLUMN: error: TEXT" or "FILE: byte 31: warning: TEXT", without a line end. The place is left
+/// "FILE:LINE:COLUMN: error: TEXT" or "FILE:+31: warning: TEXT", without a line end. The place is left
 /// out where nothing is known of it. `severity` stands in place of the entry's own.
 std::string toText(const Problems::Entry& problem, std::string_view file, Severity severity);
 std::string toText(const Problems::Entry& problem, std::string_view file);
