@@ -1,6 +1,7 @@
 // Files of messages while calls of the system fail, after they failed, and after their writer was killed.
 #include "failures/FailingCalls.h"
 #include "platform/TempDirectory.h"
+#include "reliability/Extent.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 
@@ -99,7 +100,7 @@ using Texts = std::vector<std::string>;
 // acknowledged, and nothing is appended behind what there is of it.
 TEST_P(Files, NothingThatWasAcknowledgedIsLostWhenACallFails)
 {
-  int failures = 0;
+  Figures figures("files, failed calls");
   for (const char* const call : {"write", "lseek", "fstat", "read", "fdatasync"}) {
     for (const int error : {EIO, ENOSPC, EINTR, 0}) {
       // Only these are repeated, or have parts.
@@ -132,7 +133,7 @@ TEST_P(Files, NothingThatWasAcknowledgedIsLostWhenACallFails)
               acknowledged.push_back(text);
             }
           }
-          failures += FailingCall::failed() ? 1 : 0;
+          figures.inputs += FailingCall::failed() ? 1 : 0;
           EXPECT_TRUE(acknowledged.size() == 4 || (FailingCall::failed() && error != EINTR && error != 0))
               << "a call that is interrupted or short goes on";
         }
@@ -154,7 +155,7 @@ TEST_P(Files, NothingThatWasAcknowledgedIsLostWhenACallFails)
       }
     }
   }
-  EXPECT_GT(failures, 20);
+  EXPECT_GT(figures.inputs, 20u);
 }
 
 TEST_P(Files, CallsThatFailWhileAFileIsReadAreNoEndOfIt)
@@ -225,8 +226,9 @@ TEST_P(Files, DurableAppendsAreStoredBeforeTheyAreAcknowledged)
 TEST_P(Files, NothingThatWasAcknowledgedIsLostWhenTheWriterIsKilled)
 {
   constexpr int appends = 10000;
-  constexpr int rounds = 5;
-  for (int round = 0; round < rounds; ++round) {
+  const int rounds = isFull() ? 40 : 5;
+  Figures figures("files, writers killed");
+  for (int round = 0; round < rounds; ++round, ++figures.inputs) {
     std::string name = path_ + std::to_string(round);
     int pipes[2];
     ASSERT_EQ(pipe(pipes), 0);

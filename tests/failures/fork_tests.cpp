@@ -1,5 +1,6 @@
 // Children of processes that log, and processes that end while they log.
 #include "platform/TempDirectory.h"
+#include "reliability/Extent.h"
 #include "support/Messages.h"
 
 #include <kwxml/diagnostics/XMLDebug.h>
@@ -72,7 +73,8 @@ TEST(Forks, AChildOfAProcessThatLogsMayLog)
     });
   }
   constexpr int forks = 1000;
-  for (int i = 0; i < forks; ++i) {
+  Figures figures("forks");
+  for (int i = 0; i < forks; ++i, ++figures.inputs) {
     const int status = inChild([&] {
       const std::size_t before = lines;
       log(i);

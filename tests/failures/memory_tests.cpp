@@ -4,6 +4,7 @@
 // KWXML_RELIABILITY=full tries all of them with a message of each class; otherwise a few.
 #include "failures/FailingMemory.h"
 #include "platform/TempDirectory.h"
+#include "reliability/Extent.h"
 #include "support/ManyMessages.h"
 #include "support/ParserFeed.h"
 
@@ -13,19 +14,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 
 using namespace kwxml;
 using namespace kwxml::test;
 
 namespace {
-
-bool isFull()
-{
-  const char* const how = std::getenv("KWXML_RELIABILITY");
-  return how != nullptr && std::string(how) == "full";
-}
 
 std::string xmlOf(const YMMessageBase& message)
 {
@@ -316,7 +310,7 @@ TEST(FailingMemory, EveryAllocationOfEveryOperation)
   const bool full = isFull();
   std::size_t series = 0;
   std::size_t turn = 0;
-  std::size_t failures = 0;
+  Figures figures("memory, failed allocations");
   std::vector<YMMessageBase> messages;
   for (const PackedReference& reference : everyMessageClass()) {
     messages.emplace_back(static_cast<int>(reference.system), static_cast<int>(reference.classIndex));
@@ -337,14 +331,12 @@ TEST(FailingMemory, EveryAllocationOfEveryOperation)
         int did = 0;
         for (std::size_t number = full ? 1 : 1 + series % 5;
              runsOutOf(number, rest, operation, message, folder, did); number += step) {
-          ++failures;
+          ++figures.inputs;
           EXPECT_TRUE(did == does || did == noMemory)
               << operation.name << " of " << message.getTagName() << ", allocation " << number << ": " << did;
         }
       }
     }
   }
-  RecordProperty("failures", static_cast<int>(failures));
-  std::printf("%zu allocations failed\n", failures);
   setLogSink(nullptr);
 }
