@@ -1,8 +1,8 @@
 // Turns one message into an XML document and its text, and such a text into a message.
 //
 // One serializer serves one call or a few in a row; it is not safe for concurrent use. Failures are reported
-// by results and one log line; nothing throws. Element and attribute values given to the DOM operations are
-// NUL-terminated UTF-16.
+// by results and one log line; nothing throws but std::bad_alloc. Element and attribute values given to the
+// DOM operations are NUL-terminated UTF-16.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
