@@ -1,8 +1,9 @@
 // Messages in their binary form, and back. All operations are static and keep nothing between calls.
 //
 // Writing measures first and stores the size of every nested message in it, so a message is not written by
-// two threads at once. Reading trusts nothing: every read stays inside the buffer, messages nest as deep as
-// Limits.h says, and what is built stays in proportion to the buffer (BinaryReader.h). Errors are logged.
+// two threads at once. Reading trusts nothing: every read stays inside the buffer, and Limits.h says how deep
+// messages nest and what they take of memory. Errors are logged. Without memory reading fails, with a line,
+// and writing does, or throws std::bad_alloc.
 #pragma once
 
 #include <kwxml/binary/BinaryBuffer.h>
