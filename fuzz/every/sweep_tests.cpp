@@ -1,8 +1,8 @@
 // Damaged bytes, in every form of every class: an error or a message that is as good as any, and never a
 // crash. Every bit is turned, every byte is replaced, and the input ends at every byte.
+#include "LastInput.h"
+#include "Samples.h"
 #include "reliability/Extent.h"
-#include "reliability/LastInput.h"
-#include "reliability/Samples.h"
 #include "support/LogCapture.h"
 #include "support/ParserFeed.h"
 
