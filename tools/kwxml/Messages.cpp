@@ -64,13 +64,17 @@ void addReadOptions(CLI::App& command, ReadChoices& choices)
   command.add_flag("--lenient", choices.lenient, "What the library reads is taken; problems are warnings")
       ->group(reading)
       ->excludes(strict);
+  addMemoryOption(command, choices);
+}
+
+void addMemoryOption(CLI::App& command, ReadChoices& choices)
+{
   constexpr std::uint64_t most = std::uint64_t{1} << 30;
   command
       .add_option("--memory-limit", choices.memoryLimit,
-                  "What the messages of an input may take of memory (default: 256 and 64 times the input)")
+                  "What a message may take of memory when it is read (default: 256, and 64 times the input)")
       ->check(CLI::Range(std::uint64_t{1}, most))
-      ->type_name("MIB")
-      ->group(reading);
+      ->type_name("MIB");
 }
 
 void addWriteOptions(CLI::App& command, WriteChoices& choices)

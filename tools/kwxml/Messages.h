@@ -35,6 +35,9 @@ struct ReadChoices
   std::uint64_t memoryLimit = 0;  ///< MiB; 0: the usual one
 };
 
+/// The option --memory-limit.
+void addMemoryOption(CLI::App& command, ReadChoices& choices);
+
 /// The options --strict, --lenient and --memory-limit.
 void addReadOptions(CLI::App& command, ReadChoices& choices);
 

@@ -39,13 +39,14 @@ struct GetOptions
   std::string from;
   std::string inputFile;
   std::string outputFile;
+  ReadChoices read;
   bool marked = false;
 };
 
 void get(const GetOptions& options, LibraryLog& log)
 {
   MessageInput input(options.inputFile, options.from, log);
-  input.open(ReadOptions());
+  input.open(ReadOptions{.memoryLimit = memoryLimit(options.read)});
   const auto message = onlyMessage(input, "xpath get");
   std::vector<XPathMetaData> records;
   if (XMLMetaData().getXpathMetaData(message.get(), records, !options.marked) != 0) {
@@ -222,6 +223,7 @@ void addXPathCommand(CLI::App& app, Session& session)
   getCommand.add_option("FILE", getOptions->inputFile, "The message; - or nothing: standard input")
       ->type_name("");
   addFromOption(getCommand, getOptions->from, "the input");
+  addMemoryOption(getCommand, getOptions->read);
   getCommand.add_flag("--marked", getOptions->marked,
                       "Only from nested messages whose field has the XPath mark");
   getCommand.callback(

@@ -19,6 +19,10 @@ namespace {
 
 constexpr std::uint64_t shortest = recordPrefixSize + wire::headerSize;
 
+/// That of files: the version word of the default version.
+constexpr std::string_view writtenVersionWord{"\x02\0\1\0", 4};
+static_assert(wire::defaultVersion == 2);
+
 }  // namespace
 
 std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size)
@@ -41,7 +45,7 @@ RecordScan::RecordScan(CYxFile& file, RecordLayout layout, Depth depth)
   size_ = static_cast<std::uint64_t>(std::max(size, 0LL));
   // Places that only look like records, and are made to, must not cost the square of the file's size.
   constexpr std::uint64_t small = std::uint64_t{16} << 20;
-  searchBudget_ = small + 64 * size_;
+  searchBudget_ = small + 16 * size_;
 }
 
 /// Bytes of the file; fewer than `count`, with error(), when they cannot be read.
@@ -51,6 +55,7 @@ std::string_view RecordScan::bytes(std::uint64_t offset, std::uint64_t count)
   if (offset < windowBegin_ || offset + count > windowBegin_ + window_.size()) {
     constexpr std::uint64_t usual = std::uint64_t{1} << 20;
     const std::uint64_t wanted = std::min(std::max(count, usual), size_ - offset);
+    searchBudget_ -= std::min(searchBudget_, wanted);
     window_.clear();
     windowBegin_ = offset;
     if (file_.Seek(static_cast<long long>(offset), CYxFile::Origin::Begin, &error_) < 0) {
@@ -86,10 +91,42 @@ RecordScan::Frame RecordScan::frame(std::uint64_t offset)
   if (length < wire::headerSize) {
     return Frame::None;
   }
-  if (left >= shortest && !wire::isVersionWord(bytes(offset + recordPrefixSize, sizeof(std::uint32_t)))) {
+  const std::string_view word = bytes(offset + recordPrefixSize, writtenVersionWord.size());
+  if (word.size() < writtenVersionWord.size() ? !writtenVersionWord.starts_with(word)
+                                              : !wire::isVersionWord(word)) {
     return Frame::None;
   }
   return length > left - recordPrefixSize ? Frame::Torn : Frame::Whole;
+}
+
+std::uint64_t RecordScan::frameEnd(std::uint64_t offset)
+{
+  return offset + recordPrefixSize + length(offset);
+}
+
+/// How much speaks for a record that ends there: 2 when another one follows, or nothing; 1 for what may be
+/// the beginning of one; else 0.
+int RecordScan::evidence(std::uint64_t end)
+{
+  const Frame next = end == size_ ? Frame::Whole : frame(end);
+  return next == Frame::Whole ? 2 : next == Frame::Torn ? 1 : 0;
+}
+
+/// Whether what is left may be the beginning of one record, and nothing else: no other one begins in it, not
+/// even one that cannot be read.
+bool RecordScan::isTorn()
+{
+  if (frame(at_) != Frame::Torn) {
+    return false;
+  }
+  for (std::uint64_t at = at_ + 1; at + shortest <= size_ && !error_.IsError(); ++at) {
+    if (frame(at) == Frame::Whole) {
+      return false;
+    }
+  }
+  // Of a file that holds no whole record it must be just what writers write.
+  const std::string_view begin = bytes(at_, recordPrefixSize);
+  return at_ > 0 || batchVersionBytes.starts_with(begin) || begin.starts_with('\0');
 }
 
 /// Of the message of a record of `size` bytes.
@@ -144,16 +181,19 @@ std::uint64_t RecordScan::search(std::uint64_t from)
       continue;
     }
     const std::uint64_t size = recordPrefixSize + length(at);
-    searchBudget_ -= std::min(searchBudget_, size);
-    if (searchBudget_ == 0) {
-      break;
+    if (searchBudget_ < size) {  // by what follows alone, then
+      if (evidence(at + size) == 2) {
+        break;
+      }
+      continue;
     }
+    searchBudget_ -= size;
     const Content content = this->content(at, size).content;
     if (content == Content::Good || content == Content::Doubtful) {
       break;
     }
   }
-  searchedTo_ = at + shortest <= size_ && searchBudget_ != 0 ? at : size_;
+  searchedTo_ = at + shortest <= size_ ? at : size_;
   return searchedTo_;
 }
 
@@ -171,21 +211,27 @@ RecordStretch RecordScan::record()
     return {.offset = at_, .size = size};
   }
   Judgement judgement = content(at_, size);
+  const bool bad = judgement.content == Content::Bad;
   const std::uint64_t end = at_ + size;
-  const bool goesOn = end == size_ || frame(end) != Frame::None;
-  if (judgement.content == Content::Bad) {
-    // Behind it the next one begins, so that its length is right; otherwise nothing of it can be trusted.
-    return goesOn ? RecordStretch{.kind = RecordStretch::Kind::Damage,
-                                  .offset = at_,
-                                  .size = size,
-                                  .why = std::move(judgement.why)}
-                  : damage(at_ + 1, std::move(judgement.why));
+  const RecordStretch whole{.offset = at_, .size = size, .why = judgement.why};
+  const int mine = evidence(end);
+  if (mine == 2) {
+    if (!bad) {
+      return whole;
+    }
+    // Behind it the next one begins, so that its length is right.
+    return {
+        .kind = RecordStretch::Kind::Damage, .offset = at_, .size = size, .why = std::move(judgement.why)};
   }
-  // One that was cut, or has swallowed the next, is doubtful, and nothing goes on where it ends.
-  if (judgement.content != Content::Good && !goesOn && search(at_ + 1) < end) {
-    return damage(at_ + 1, "the length of the record does not fit its message");
+  // Nothing goes on where it ends. Perhaps its length is damaged, or it was cut short and another one was
+  // appended, which now looks like a part of it: its texts may hold anything.
+  const std::uint64_t inner = search(at_ + 1);
+  const int other = inner < end ? evidence(frameEnd(inner)) : 0;
+  if (bad || (other > 0 && other >= mine)) {
+    return damage(at_ + 1,
+                  bad ? std::move(judgement.why) : "the length of the record does not fit its message");
   }
-  return {.offset = at_, .size = size, .why = std::move(judgement.why)};
+  return whole;
 }
 
 bool RecordScan::next(RecordStretch& stretch)
@@ -202,7 +248,7 @@ bool RecordScan::next(RecordStretch& stretch)
   } else {
     const std::uint64_t length = frame == Frame::Torn ? this->length(at_) : 0;
     stretch = damage(at_ + 1, "no record begins here");
-    stretch.torn = frame == Frame::Torn && at_ + stretch.size == size_;
+    stretch.torn = at_ + stretch.size == size_ && isTorn();
     if (stretch.torn) {
       stretch.why = length != 0 ? "the file ends within a record of " + std::to_string(length) + " bytes"
                                 : "the file ends within the length of a record";

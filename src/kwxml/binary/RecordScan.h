@@ -88,6 +88,9 @@ private:
   std::string_view bytes(std::uint64_t offset, std::uint64_t count);
   std::uint64_t length(std::uint64_t offset);
   Frame frame(std::uint64_t offset);
+  std::uint64_t frameEnd(std::uint64_t offset);
+  int evidence(std::uint64_t end);
+  bool isTorn();
   Judgement content(std::uint64_t offset, std::uint64_t size);
   std::uint64_t search(std::uint64_t from);
   RecordStretch record();

@@ -31,10 +31,10 @@ bool usable(const CYxFile* file)
 }
 
 /// The next four bytes as an unsigned decimal number, as far as it goes; 0 when nothing can be read.
-unsigned long readNumber(CYxFile& file)
+unsigned long readNumber(CYxFile& file, CYxError* error = nullptr)
 {
   char text[prefixSize] = {};
-  return file.Read(text, prefixSize) > 0 ? kwxml::batchPrefix({text, prefixSize}) : 0;
+  return file.Read(text, prefixSize, error) > 0 ? kwxml::batchPrefix({text, prefixSize}) : 0;
 }
 
 /// The decimal text of a number as four bytes, zero-padded; further digits have no place.
@@ -115,6 +115,8 @@ public:
   {
     if (failed_) {
       handler_.tornAt_ = whole_;
+      handler_.tornSize_ = handler_.file_->Size();
+      handler_.tornCrc_ = handler_.crc_;
       handler_.wholeCrc_ = wholeCrc_;
     }
   }
@@ -295,20 +297,19 @@ int YMMessageBaseFileHandler::cutTornTail(std::uint64_t& cut)
     return ReadFailed;
   }
   std::uint64_t end = 0;
-  if (tornAt_) {
+  if (tornAt_ && size == tornSize_) {
     end = *tornAt_;
   } else if (const int result = findWholeEnd(function, end); result != Success) {
     return result;
   }
   const auto before = static_cast<std::uint64_t>(size);
-  if ((before > end &&
-       !(file_->Truncate(static_cast<long long>(end), &error) && (!durable_ || file_->FlushData(&error)))) ||
-      file_->Seek(0, CYxFile::Origin::End, &error) < 0) {
+  if ((before > end && !file_->Truncate(static_cast<long long>(end), &error)) ||
+      (durable_ && !file_->FlushData(&error)) || file_->Seek(0, CYxFile::Origin::End, &error) < 0) {
     log().logError(function, writeError, error.AsString());
     return WriteFailed;
   }
   cut = before - std::min(before, end);
-  if (tornAt_ && crc_ != nullptr) {
+  if (tornAt_ && size == tornSize_ && crc_ != nullptr && crc_ == tornCrc_) {
     *crc_ = wholeCrc_;
   }
   tornAt_.reset();
@@ -330,21 +331,30 @@ int YMMessageBaseFileHandler::findWholeEnd(const char* function, std::uint64_t& 
   }
   const bool batch =
       std::string_view(head, static_cast<std::size_t>(got)).starts_with(kwxml::batchVersionBytes);
-  kwxml::RecordScan scan(*file_, batch ? kwxml::RecordLayout::Batch : kwxml::RecordLayout::Single,
-                         kwxml::RecordScan::Depth::Frames);
-  kwxml::RecordStretch stretch;
-  while (scan.next(stretch)) {
-    if (stretch.kind != kwxml::RecordStretch::Kind::Damage) {
-      end = stretch.offset + stretch.size;
-    } else if (!stretch.torn) {
-      log().logError(function, "The file is damaged at offset [%llu]. Nothing is cut.",
-                     static_cast<unsigned long long>(stretch.offset));
+  const auto layout = batch ? kwxml::RecordLayout::Batch : kwxml::RecordLayout::Single;
+  // Before anything is cut the messages are read, too: lengths alone may lead through torn records.
+  for (const auto depth : {kwxml::RecordScan::Depth::Frames, kwxml::RecordScan::Depth::Contents}) {
+    kwxml::RecordScan scan(*file_, layout, depth);
+    kwxml::RecordStretch stretch;
+    bool torn = false;
+    end = 0;
+    while (scan.next(stretch)) {
+      torn = stretch.torn;
+      if (stretch.kind != kwxml::RecordStretch::Kind::Damage) {
+        end = stretch.offset + stretch.size;
+      } else if (!torn) {
+        log().logError(function, "The file is damaged at offset [%llu]. Nothing is cut.",
+                       static_cast<unsigned long long>(stretch.offset));
+        return ReadFailed;
+      }
+    }
+    if (scan.error().IsError()) {
+      log().logError(function, readError, scan.error().AsString());
       return ReadFailed;
     }
-  }
-  if (scan.error().IsError()) {
-    log().logError(function, readError, scan.error().AsString());
-    return ReadFailed;
+    if (!torn) {
+      break;
+    }
   }
   return Success;
 }
@@ -413,16 +423,20 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase
     return ReadFailed;
   }
   if (position == 0) {
-    const unsigned long version = readNumber(*file_);
+    const unsigned long version = readNumber(*file_, &error);
     if (version != kwxml::batchVersion) {
       log().logError(function, "Unknown Binary Buffer Version :[%u]", static_cast<unsigned>(version));
-      tell("a batch of version " + std::to_string(version) + "; the one that is read is 1");
+      tell(error.IsError() ? std::string(error.AsString())
+                           : "a batch of version " + std::to_string(version) + "; the one that is read is 1");
       return UnknownVersion;
     }
   }
   for (int i = 0; i < count; ++i) {
-    const unsigned long length = readNumber(*file_);
+    const unsigned long length = readNumber(*file_, &error);
     if (length == 0) {
+      if (error.IsError()) {
+        tell(error.AsString());
+      }
       log().logError(function, "No more data available to read");
       return NothingMore;
     }

@@ -12,7 +12,8 @@
 // where the comments do not say otherwise, and leave in the file what was written. After one of appending,
 // the file may end within a record, and what is appended there could not be read: the handler then refuses to
 // append (WriteFailed, logged) until cutTornTail() has mended the file. A file whose last writer was killed
-// may end so too; kwxml/binary/RecordScan.h finds the whole records of files that are damaged elsewhere.
+// may end so too: who goes on with it calls cutTornTail() first. kwxml/binary/RecordScan.h finds the whole
+// records of files that are damaged elsewhere.
 #pragma once
 
 #include <kwxml/binary/BinaryBuffer.h>
@@ -51,10 +52,8 @@ public:
   explicit YMMessageBaseFileHandler(CYxFile* file, CYxCRC64* crc = nullptr) : file_(file), crc_(crc) {}
   void setFile(CYxFile* file)
   {
-    if (file != file_) {
-      tornAt_.reset();
-    }
     file_ = file;
+    tornAt_.reset();
   }
   void setCRC(CYxCRC64* crc) { crc_ = crc; }
   /// What passwords are read with; null, as it is at first: default flags and no context. The caller's.
@@ -67,6 +66,9 @@ public:
   /// has failed. At first appends are not: they survive the end of the process, not that of the machine. The
   /// name of a new file is made durable by the caller (fsync of its folder).
   void setDurable(bool durable) { durable_ = durable; }
+
+  // Appending throws std::bad_alloc before it writes, or takes a message for one that cannot be encoded
+  // (NothingMore).
 
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
   int AddObjectToFile(YMMessageBase& message, unsigned int& written);
@@ -86,9 +88,9 @@ public:
 
   /// Makes the file, of either layout, end with its last whole record, and leaves it positioned there. `cut`
   /// are the bytes that are gone; 0 when it ended so. After a failure of this handler that is where the last
-  /// append that succeeded ended, and a checksum is set back to what it was there. Otherwise the file is
-  /// walked, and only the beginning of one record at its end is cut: of a file that is damaged elsewhere
-  /// nothing is (ReadFailed).
+  /// append that succeeded ended, and a checksum is set back to what it was there. Otherwise, also where
+  /// the file's size has changed since, the file is walked, and only the beginning of one record at its end
+  /// is cut: of a file that may be damaged elsewhere nothing is (ReadFailed). Throws std::bad_alloc.
   int cutTornTail(std::uint64_t& cut);
   int cutTornTail();
 
@@ -104,8 +106,11 @@ private:
   BinaryBuffer buffer_;
   CYxCRC64* crc_ = nullptr;
   bool durable_ = false;
-  /// Where the last whole record ended when an append failed, and the checksum up to there.
+  /// Where the last whole record ended when an append failed, the file's size then, and the checksum up to
+  /// there.
   std::optional<std::uint64_t> tornAt_;
+  long long tornSize_ = -1;
+  CYxCRC64* tornCrc_ = nullptr;
   CYxCRC64 wholeCrc_;
   KwXMLContextInfo* context_ = nullptr;
   kwxml::ReadObserver* observer_ = nullptr;

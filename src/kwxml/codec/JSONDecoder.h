@@ -23,7 +23,8 @@ public:
   /// Makes `message` what the text says, which holds one document and blanks around it. 0 on success;
   /// otherwise the message is as before (4: no JSON, or text behind the document; 5: any other reason, a
   /// message of another class among them), and the reason is logged. `observer` is told of what reading drops
-  /// or bends, and of why it failed, with line and column; null: nobody is.
+  /// or bends, and of why it failed, with line and column; null: nobody is. Where no memory is left
+  /// std::bad_alloc may be thrown.
   int unSerialize(YMMessageBase& message, std::string_view json,
                   kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the text; null on failure.

@@ -31,6 +31,7 @@ public:
 
   /// Makes `message` what the text says. 0 on success; otherwise the message is as before (4: not
   /// well-formed; 5: any other reason, a message of another class among them), and the reason is logged.
+  /// Where no memory is left the message may hold a part of what was read, and std::bad_alloc may be thrown.
   /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Of wide text
   /// lines and columns are those that it has.
   int unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context = nullptr,

@@ -1,5 +1,7 @@
 #include <kwxml/platform/ForkGate.h>
 
+#include <kwxml/platform/PlatformInternal.h>
+
 #include <pthread.h>
 
 #include <condition_variable>
@@ -34,12 +36,14 @@ void beforeFork()
   ++all.forking;
   // Of two forks the second waits for the mutex, which is held until the first is over.
   all.changed.wait(lock, [&] { return all.inside == (depth > 0 ? 1 : 0); });
+  ++depth;  // other handlers of this fork may log
   static_cast<void>(lock.release());
 }
 
 void afterForkInParent()
 {
   Gate& all = gate();
+  --depth;
   --all.forking;
   all.mutex.unlock();
   all.changed.notify_all();
@@ -50,6 +54,7 @@ void afterForkInChild()
   Gate& all = gate();
   // As new: those who waited in it do not exist here.
   new (&all) Gate;
+  --depth;
   all.inside = depth > 0 ? 1 : 0;
   renewSinkInChild();
 }
@@ -58,7 +63,10 @@ void afterForkInChild()
 [[gnu::constructor(101)]] void watchForks()
 {
   gate();
-  pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+  renewSinkInChild();  // makes what it renews
+  if (pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) != 0) {
+    reportToStderr("no memory to watch forks with: children of threads that log must not log");
+  }
 }
 
 }  // namespace

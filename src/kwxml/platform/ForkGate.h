@@ -16,7 +16,7 @@ public:
   InsideLog& operator=(const InsideLog&) = delete;
 };
 
-/// Called in each forked child, after the log is as in the parent: by EvDebug.cpp.
+/// Makes the lock of the sink new, in each forked child and before all else: in EvDebug.cpp.
 void renewSinkInChild();
 
 }  // namespace kwxml

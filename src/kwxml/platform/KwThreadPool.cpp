@@ -278,6 +278,7 @@ KwThreadPool::~KwThreadPool()
     return;
   }
   assert(poolOfThisThread() != impl_.get());
+  const kwxml::SinkPause pause;
   std::unique_lock lock(impl_->mutex);
   impl_->ending = true;
   impl_->workOrEnd.notify_all();

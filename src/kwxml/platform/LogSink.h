@@ -24,7 +24,10 @@ struct LogRecord
 /// again (unless it is the sink itself that calls setLogSink). Lines that the sink itself logs do not come
 /// back to it. A sink that throws loses that line, with a line on standard error; the logging function
 /// returns as usual. In a forked child the sink is called as in the parent; what locks it has of its own are
-/// its own care there. exit() in the sink does not wait for it.
+/// its own care there. What of
+/// this library waits for other threads when the sink calls exit(), or drains or ends a KwThreadPool, does
+/// not let those wait for the sink: until then their lines pass it by, and setLogSink() does not wait for it
+/// either.
 void setLogSink(std::function<void(const LogRecord&)> sink);
 
 /// Sets the level of all logs that have none of their own. Overrides `level` of section [Log] in the

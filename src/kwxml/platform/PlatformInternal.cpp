@@ -1,5 +1,7 @@
 #include <kwxml/platform/PlatformInternal.h>
 
+#include <kwxml/platform/ForkGate.h>
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -76,6 +78,7 @@ void reportToStderr(const char* format, ...)
 
 void reportOnceToStderr(const std::string& text)
 {
+  const InsideLog inside;
   static std::mutex& mutex = *new std::mutex;
   static std::set<std::string>& reported = *new std::set<std::string>;
   std::lock_guard lock(mutex);

@@ -70,7 +70,7 @@ public:
   void setFlags(const EncodingFlags& flags) { flags_ = flags; }
   /// Defaults of new messages stay set while reading; otherwise only what the document holds is set.
   void keepDefaults() { keepDefaults_ = true; }
-  /// The memory that messages may take; without it any.
+  /// The memory that messages may take; at first that of an empty input.
   void setBudget(const MemoryBudget& budget) { budget_ = budget; }
   /// Reads into a message of the caller instead of a new one: its fields stay unless the document sets them.
   void readInto(YMMessageBase* message) { target_ = message; }
@@ -295,7 +295,7 @@ private:
   std::vector<Reuse> reuses_;  ///< of all open messages where the root is reused; else empty
   bool keepDefaults_ = false;
   int messageDepth_ = 0;
-  MemoryBudget budget_{0, ~std::uint64_t{0}};
+  MemoryBudget budget_{0, 0};
   bool skipping_ = false;
   std::string skippedName_;
   std::string text_;

@@ -43,7 +43,8 @@ public:
   /// The document is read into this message of the caller, whose other fields stay as they are.
   void setTargetMessage(YMMessageBase* message);
 
-  /// The memory that the messages of the document may take; without it any. XMLSerializer sets it.
+  /// The memory that the messages of the document may take. XMLSerializer sets it for its text; without it,
+  /// under a parser of one's own, it is that of a small one.
   void setBudget(const kwxml::MemoryBudget& budget);
 
   /// Told of what reading bends or drops; null: nobody is. It stays the caller's and must outlive the parse.

@@ -110,7 +110,7 @@ public:
   /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with
   /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
   /// the message is as before, and the result is parserHelper()'s, or 5 when the text holds a message of
-  /// another class.
+  /// another class. Where no memory is left it may hold a part of what was read.
   int unserialize(YMMessageBase& message, const std::string& xml, bool merge = false);
   int unserialize(YMMessageBase& message, const wchar_t* xml, bool merge = false);
   /// The message in a text, which the caller owns; null on failure.

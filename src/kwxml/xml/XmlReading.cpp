@@ -5,6 +5,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/MemoryBudget.h>
 #include <kwxml/model/MessageReuse.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/xml/GuardedReader.h>
 #include <kwxml/xml/MessageReader.h>
 #include <kwxml/xml/MySAX2Handler.h>
@@ -16,6 +17,7 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -41,8 +43,30 @@ struct Call
   std::uint64_t memoryLimit;  ///< as KwXMLContextInfo has it
 };
 
-/// No class of a catalogue takes so much, but for those that build others.
-constexpr std::uint64_t muchForAMessage = 4096;
+/// Bytes that no message of a catalogue exceeds, but for those that build others.
+std::uint64_t largestMessage(const kwxml::Registry& registry)
+{
+  struct Known
+  {
+    const kwxml::Registry* registry = nullptr;
+    const kwxml::CatalogueTables* tables = nullptr;
+    std::uint64_t bytes = 0;
+  };
+  static thread_local constinit Known known;
+  if (known.registry != &registry || known.tables != &registry.tables()) {
+    int slots = 0;
+    for (unsigned system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+      for (int i = 0; i < registry.row(system).numberOfClasses; ++i) {
+        slots = std::max<int>(slots, registry.row(system).classes[i].numberOfSlots);
+      }
+    }
+    // A byte string takes a slot and the string.
+    constexpr std::uint64_t ofSlot = sizeof(long long) + sizeof(pstring);
+    known = {&registry, &registry.tables(),
+             sizeof(YMMessageBase) + ofSlot * static_cast<std::uint64_t>(slots)};
+  }
+  return known.bytes;
+}
 
 /// Reads the document by the scanner when that accepts it; false when the parser has to.
 bool readByScanner(MySAX2Handler& handler, const Call& call, std::string_view xml)
@@ -58,9 +82,11 @@ bool readByScanner(MySAX2Handler& handler, const Call& call, std::string_view xm
     return false;
   }
   // A message that is read in its place cannot be as before: nothing may end the reading.
-  if (scanner.deepest() <= kwxml::maxMessageNesting && call.memoryLimit == 0 &&
-      scanner.elements() <= kwxml::usualDecodeMemory(xml.size()) / muchForAMessage) {
+  if (call.reused != nullptr && scanner.deepest() <= kwxml::maxMessageNesting && call.memoryLimit == 0 &&
+      scanner.elements() <=
+          kwxml::usualDecodeMemory(xml.size()) / largestMessage(kwxml::Registry::of(*call.reused))) {
     reader->reuse(call.reused);
+    reader->setBudget(kwxml::MemoryBudget(0, ~std::uint64_t{0}));
   } else {
     reader->setBudget(kwxml::MemoryBudget(xml.size(), call.memoryLimit));
   }
