@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <string_view>
 #include <typeinfo>
 
 // As the wrappers of every catalogue have them: derived from the message, with nothing added. Those have
@@ -180,26 +179,12 @@ bool pushEventArgumentXML(Common::EventMessage& message, std::string value)
 
 template <class T>
 requires std::is_arithmetic_v<T>
-bool pushEventArgumentXML(Common::EventMessage& message, T value)
+bool pushEventArgumentXML(Common::EventMessage&, T)
 {
   constexpr const char* function = "pushEventArgumentXML";
   const char* name = typeid(T).name();
   name += *name == '*' ? 1 : 0;
   log().debug(function, 10, "Pushing argument of type [%s].", name);
-  FXString data;
-  const std::string_view type = name;
-  if (type == "int") {
-    data.Format("%d", static_cast<int>(value));
-    return push(message, typeInt, data);
-  }
-  if (type == "long") {
-    data.Format("%ld", static_cast<long>(value));
-    return push(message, typeLong, data);
-  }
-  if (type == "__int64") {
-    data.Format("%lld", static_cast<long long>(value));
-    return push(message, typeLongLong, data);
-  }
   log().logError(function, "Unknown argument type not supported [%s].", name);
   return false;
 }
