@@ -194,9 +194,6 @@ void XmlScanner::advance(ReadPlace& place, std::size_t offset) const
 ReadPlace XmlScanner::placeOf(std::size_t offset) const
 {
   if (offset < reached_.offset) {
-    if (offset < atTag_.offset) {
-      atTag_ = {1, 1, 0};
-    }
     advance(atTag_, std::min(tag_, offset));
     reached_ = atTag_;
   }
