@@ -6,10 +6,14 @@
 
 #include "support/LogCapture.h"
 
+#include <kwxml/model/Registry.h>
+#include <kwxml/platform/KwException.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iterator>
+#include <tuple>
 
 namespace {
 
@@ -141,6 +145,77 @@ TEST(Wrappers, EnumeratorsByName)
   EXPECT_FALSE(valueOf("below", level));
   EXPECT_EQ(level, Types::Level::BELOW);
   EXPECT_STREQ(nameOf(Types::class_::two_words), "two-words") << "the name in the catalogue";
+}
+
+/// Made as a wrapper of other tables makes it.
+struct OtherStatus : YMMessageBase
+{
+  explicit OtherStatus(const kwxml::WrapperClass& wrapper) : YMMessageBase(wrapper) {}
+};
+
+TEST(Wrappers, OfOtherTablesAreRefusedWithTheFirstDifference)
+{
+  const kwxml::Registry* registry = &kwxml::Registry::first();
+  const auto refusal = [](const auto& use) -> std::string {
+    const kwxml::test::LogCapture log;
+    try {
+      use();
+      return "nothing is refused";
+    } catch (const KwException& e) {
+      return e.getText();
+    }
+  };
+  const auto make = [&](const char* fields, int count) {
+    return refusal([&] {
+      OtherStatus({.registry = &registry,
+                   .catalogue = "other",
+                   .system = "Demo",
+                   .name = "Status",
+                   .tag = Demo::Status::tag,
+                   .classIndex = Demo::Status::classIndex,
+                   .fingerprint = 1,
+                   .numberOfFields = count,
+                   .fields = fields});
+    });
+  };
+  const std::tuple<const char*, int, const char*> differences[] = {
+      {"10268693,0,0,1;", 1, "the tables have 2 records and the program 1."},
+      {"5,0,0,1;", 1, "int of name hash 0x000005 at position 0, slot 0 in the program."},
+      {"10268693,1,0,1;", 1, "int at position 1, slot 0 in the program."},
+      {"10268693,0,3,1;", 1, "int at position 0, slot 3 in the program."},
+      {"10268693,0,0,43;", 1, "no type at position 0, slot 0 in the program."},
+      {"10268693,0,0,1;12053727,1,1,9;", 2,
+       "record 1 (errorMessage) is string at position 1, slot 1 in the tables"},
+  };
+  for (const auto& [fields, count, text] : differences) {
+    EXPECT_NE(make(fields, count).find(text), std::string::npos) << make(fields, count);
+  }
+  const auto name = [&](const char* enumeration) {
+    return refusal([&] {
+      kwxml::enumeratorName({.registry = &registry,
+                             .catalogue = "other",
+                             .system = "Demo",
+                             .name = enumeration,
+                             .systemIndex = 1,
+                             .classIndex = 0,
+                             .numberOfEnumerators = 1,
+                             .fingerprint = 1},
+                            1);
+    });
+  };
+  EXPECT_TRUE(
+      name("Nothing").ends_with("has no enumeration Demo_Nothing, which the program was compiled with"));
+  EXPECT_TRUE(
+      name("Status").ends_with("has no enumeration Demo_Status, which the program was compiled with"));
+  kwxml::CatalogueTables tables = registry->tables();
+  ++tables.version;
+  const kwxml::Registry later(tables);
+  registry = &later;
+  for (const std::string& text : {make("", 0), name("Color")}) {
+    EXPECT_TRUE(
+        text.ends_with("has tables of version 3, this library reads version 2. Compile the catalogue anew"))
+        << text;
+  }
 }
 
 TEST(Wrappers, NamesThatAreTakenGetAnUnderscore)
