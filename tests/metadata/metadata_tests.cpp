@@ -3,8 +3,10 @@
 #include <kwxml/metadata/XMLMetaData.h>
 
 #include <kwxml/model/Limits.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
+#include "platform/TempDirectory.h"
 #include "support/DataFile.h"
 #include "support/Documents.h"
 #include "support/Messages.h"
@@ -99,6 +101,8 @@ TEST(XPath, FailsWithoutTablesAndWithoutAClass)
   EXPECT_EQ(data.getXpathMetaData(&none, records, true), 1) << "the tables are kept";
   EXPECT_EQ(records[0].value, "kept");
   EXPECT_EQ(set(m, {}), 0);
+  XPathMetaData unknown = record(999999, "");
+  EXPECT_EQ(set(m, {unknown}), 0);
   EXPECT_EQ(XMLMetaData().setXpathMetaData(nothing, {}, inventory), 1);
   EXPECT_EQ(set(m, records, 1), 1);
   EXPECT_EQ(set(none, records), 1);
@@ -269,4 +273,25 @@ TEST(Dummy, NothingAndClassesWithoutEndFail)
   YMMessageBase* pointer = &node;
   onSmallStack([&] { EXPECT_EQ(createXMLObjectWithDummyValues(pointer), 1); });
   EXPECT_EQ(pointer, &node);
+  YMMessageBase all = make("Types_AllTypes");
+  const FieldDef& nested = field(all, "objectValue");
+  const YMMessageBase other = make("Types_KeyLeaf");
+  all.setObject(nested.fieldNumber, nested.slot, &other, false, all.getTagID(), nested.hash, true);
+  EXPECT_EQ(recurseAndFillDummyValues(&all), 1) << "what is there is of another class";
+
+  const TempDirectory folder;
+  std::string schema = "<catalogue><system name=\"Wide\" index=\"61\"><message name=\"M0\" id=\"1\"/>";
+  for (int i = 1; i < 9; ++i) {
+    const std::string number = std::to_string(i);
+    schema += "<message name=\"M" + number + "\" id=\"" + std::to_string(i + 1) +
+              "\"><field name=\"items\" type=\"list\" of=\"object\" class=\"Wide_M" + std::to_string(i - 1) +
+              "\"/></message>";
+  }
+  std::string problems;
+  const auto registry =
+      kwxml::Registry::fromSchemas({folder.write("Wide.xml", schema + "</system></catalogue>")}, problems);
+  ASSERT_NE(registry, nullptr) << problems;
+  const kwxml::UsingCatalogue scope(*registry);
+  YMMessageBase wide(61, 8);
+  EXPECT_EQ(recurseAndFillDummyValues(&wide), 1);
 }

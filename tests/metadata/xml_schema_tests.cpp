@@ -1,6 +1,8 @@
 // XML Schema documents: what the library writes is valid by them, and what has a fault is not. Another
 // program, xmllint, is the judge.
+#include <kwxml/metadata/JsonSchema.h>
 #include <kwxml/metadata/XmlSchema.h>
+#include <kwxml/model/Registry.h>
 
 #include "support/Documents.h"
 #include "support/LogCapture.h"
@@ -206,4 +208,41 @@ TEST(XmlSchema, IsOfMessagesAlone)
   }
   EXPECT_EQ(schema, "kept");
   EXPECT_TRUE(log.has("xmlSchema", "There is no message class at index [5] of system [20]"));
+}
+
+/// What no compiler lets through, tables may hold all the same.
+TEST(Schemas, LeaveOutOrEscapeNamesThatAreNone)
+{
+  static const FieldDef enumerators[] = {{"1st", nullptr, 1, 0, 0, 0, FIELD_ENUMERATOR},
+                                         {"second", nullptr, 2, 0, 1, 0, FIELD_ENUMERATOR}};
+  static const FieldDef fields[] = {{"\x3D\x00\x00\x01level", nullptr, 1, 0, 0, 0, FIELD_ENUM},
+                                    {"a b", nullptr, 2, 0, 1, 1, FIELD_INT},
+                                    {"twice", nullptr, 3, 0, 2, 2, FIELD_INT},
+                                    {"twice", nullptr, 3, 0, 3, 3, FIELD_INT},
+                                    {"\x3D\x00\x00\x02next", nullptr, 4, 0, 4, 4, FIELD_OBJECT}};
+  static const _ClassDef classes[] = {
+      {"M", fields, 1, -1, 5, 5}, {"Level", enumerators, 2, -1, 2, 0}, {"a~b/c%", nullptr, 3, -1, 0, 0}};
+  static const kwxml::ClassIdIndex ids[] = {{1, 0}, {2, 1}, {3, 2}};
+  static MessageSystemRow rows[XML_KWMessage_MessageSystemChooser::numberOfSystems];
+  rows[61] = {"Odd", classes, ids, nullptr, 3, 0};
+  static const kwxml::CatalogueTables tables{
+      kwxml::CatalogueTables::currentVersion,  0,       0,       0,      "odd", rows,
+      kwxml::Registry::first().tables().xpath, nullptr, nullptr, nullptr};
+  static const kwxml::Registry odd(tables);
+  const kwxml::UsingCatalogue scope(odd);
+  const LogCapture log;
+  const kwxml::PackedReference m{61, 0};
+  const kwxml::PackedReference nameless{61, 2};
+  std::string text;
+  ASSERT_TRUE(kwxml::xmlSchema(text, {&m, 1}));
+  for (const char* remark :
+       {"<!-- Field 1 is left out: its name is no XML name",
+        "<!-- Field 3 is left out: ", "<!-- The name of the enumerator of number 1 is no XML name. -->"}) {
+    EXPECT_NE(text.find(remark), std::string::npos) << remark;
+  }
+  EXPECT_FALSE(kwxml::xmlSchema(text, {&nameless, 1}));
+  EXPECT_TRUE(log.has("xmlSchema", "The name of class [Odd_a~b/c%] is no XML name"));
+  ASSERT_TRUE(kwxml::jsonSchema(text, {&m, 1}));
+  EXPECT_NE(text.find("\"#/$defs/Odd_a~0b~1c%25\""), std::string::npos) << text;
+  EXPECT_EQ(text.find("\"twice\""), text.rfind("\"twice\""));
 }
