@@ -9,10 +9,12 @@
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/StrictReading.h>
 #include <kwxml/reading/Problems.h>
+#include <kwxml/xml/TextFit.h>
 
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 
 using namespace kwxml;
 using namespace kwxml::test;
@@ -80,6 +82,32 @@ TEST(Observer, IsToldOfEachProblemOfBytes)
   });
 }
 
+TEST(Observer, EachKindHasItsWordsWithTextsAndRemarksAndWithout)
+{
+  const YMMessageBase item = make("Demo_Item");
+  expectCases(cases, "words", [&](const std::string& name) {
+    std::string words;
+    for (unsigned kind = 0; kind <= static_cast<unsigned>(ProblemKind::TextRescued); ++kind) {
+      if (name != nameOf(static_cast<ProblemKind>(kind))) {
+        continue;
+      }
+      std::set<std::string> before;
+      for (const char* text : {"", "gren"}) {
+        for (const char* remark : {"", "a remark"}) {
+          const std::string line = describe({.kind = static_cast<ProblemKind>(kind),
+                                             .field = &field(item, "color"),
+                                             .owner = item.getClass(),
+                                             .type = FIELD_INT,
+                                             .text = text,
+                                             .remark = remark});
+          words += before.insert(line).second ? line + "\n" : "";
+        }
+      }
+    }
+    return words;
+  });
+}
+
 TEST(Observer, CutAndChangedDocumentsAreTheSameByBothFeeds)
 {
   LogCapture log;
@@ -136,6 +164,13 @@ TEST(Observer, OneThatFailsEndsTheReadingAndIsToldSo)
     EXPECT_FALSE(read(observer));
     ASSERT_EQ(observer.told.size(), 2U);
     EXPECT_EQ(observer.told[1], "reading failed: the observer failed");
+    struct : ReadObserver
+    {
+      void met(const Problem&) override { ++told < 2 ? throw 7 : void(); }
+      int told = 0;
+    } unusual;
+    EXPECT_FALSE(read(unusual));
+    EXPECT_EQ(unusual.told, 2);
   }
 }
 
@@ -189,6 +224,26 @@ TEST(Scanner, LeavesToTheParserWhatWouldCostIt)
   EXPECT_NE(readXml(xml + "/>"), nullptr);
   EXPECT_EQ(readXml(xml + " AaAaAaAaAaAaAaAaAaAaAaAa=''/>"), nullptr) << "given twice";
   EXPECT_EQ(readXml("<?xml version='1.0'" + std::string(20000, ' ') + "?><Demo_Status/>"), nullptr);
+  for (const char* comment : {"<!--\x01-->", "<!-- - -", "<!-- -- -->", "<!- -->"}) {
+    EXPECT_EQ(readXml(std::string("<Demo_Status>") + comment + "</Demo_Status>"), nullptr) << comment;
+  }
+}
+
+TEST(Fit, OfTimesAndOfTypesWithoutNumbers)
+{
+  const std::tuple<const char*, const char*, bool> times[] = {
+      {"12:30", "dd:dd", true},
+      {"12-30", "dd:dd", false},
+      {"120:30", "dd:dd", false},
+      {"12:30:", "dd:dd", false},
+      {":30", "dd:dd", false},
+      {"2024-2-29   1", "dddd-dd-dd d", true},
+      {"2023-2-29 1", "dddd-dd-dd d", false},
+  };
+  for (const auto& [text, form, fits] : times) {
+    EXPECT_EQ(isTimeOfForm(text, form), fits) << text;
+  }
+  EXPECT_EQ(fitOf(FIELD_STRING, "x"), TextFit::Whole);
 }
 
 TEST(Problems, AreBounded)
@@ -205,6 +260,14 @@ TEST(Problems, AreBounded)
   const std::string lines = toText(result.problems, "f\n.xml");
   EXPECT_TRUE(lines.starts_with("f\\n.xml:2:15: error: intList[0]: 'x' is no int\n")) << lines;
   EXPECT_TRUE(lines.ends_with("f\\n.xml: and 10 more\n")) << lines;
+  Problems again;
+  again.met({.kind = ProblemKind::StrayText});
+  again.clear();
+  EXPECT_TRUE(again.empty() && again.entries().empty() && !again.has(ProblemKind::StrayText));
+  EXPECT_TRUE(readStrict("<Types_AllTypes doubleValue='0." + std::string(799, '3') + "'/>")
+                  .problems.has(ProblemKind::PrecisionLost));
+  EXPECT_TRUE(readStrict("<Types_AllTypes doubleValue='0." + std::string(900, '3') + "'/>")
+                  .problems.has(ProblemKind::PrecisionLost));
   EXPECT_TRUE(readStrict("<Demo_Status errorCode='1'/>"));
   EXPECT_FALSE(readStrict("<Demo_Status errorCod='1'/>")) << "what is only a warning is a problem too";
 }
