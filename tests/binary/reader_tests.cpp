@@ -59,6 +59,12 @@ TEST(BinaryReader, NothingAndClassesWithoutValues)
   BinaryStream none(nullptr, 0);
   EXPECT_TRUE(BinarySerializer::unserializeBinaryRecur(m, none, 0, 2, nullptr, false));
   EXPECT_EQ(bodyHex(m), "");
+  BinaryStream overrun(nullptr, 0);
+  int ignored = 0;
+  overrun.ReadInt32(ignored);
+  EXPECT_FALSE(BinarySerializer::unserializeBinaryRecur(m, overrun, 0, 2, nullptr, false));
+  YMMessageBase nobody;
+  EXPECT_FALSE(BinarySerializer::unserializeBinaryRecur(nobody, none, 0, 2, nullptr, false));
   // An enumeration is a class as well, whose records have no slots.
   YMMessageBase color = make("Demo_Color");
   const FieldDef& first = color.getClass()->fields[0];
@@ -137,6 +143,16 @@ TEST(BinaryReader, OldItemsThatCannotBeReusedAreReplaced)
   EXPECT_TRUE(other == node);
   EXPECT_EQ(XMLSerializer().unserialize(alike, toXml(node)), 0);
   EXPECT_TRUE(alike == node);
+  YMMessageBase holder = make("Types_AllTypes");
+  fill(holder, field(holder, "objectValue"), 1, 1);
+  YMMessageBase stranger = make("Types_AllTypes");
+  const FieldDef& nested = field(stranger, "objectValue");
+  stranger.setObject(nested.fieldNumber, nested.slot, new YMMessageBase(make("Types_KeyLeaf")), true,
+                     stranger.getTagID(), nested.hash, true);
+  YMMessageBase another = stranger;
+  EXPECT_EQ(decode(stranger, encode(holder)), 0);
+  EXPECT_EQ(XMLSerializer().unserialize(another, toXml(holder)), 0);
+  EXPECT_TRUE(stranger == holder && another == holder);
 }
 
 TEST(BinaryReader, SizesOfNestedMessagesStayInTheirOwner)
