@@ -8,6 +8,7 @@
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/StrictReading.h>
+#include <kwxml/json/JsonPlaces.h>
 #include <kwxml/reading/Problems.h>
 #include <kwxml/text/Utf8.h>
 #include <kwxml/traverse/MessageDiff.h>
@@ -18,6 +19,7 @@
 #include <climits>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 
 using namespace kwxml;
 using namespace kwxml::test;
@@ -202,6 +204,29 @@ TEST(Json, AllOutputsAreTheSame)
   EXPECT_EQ(JSONEncoder().serialize(m, std::span(memory.data(), 7), size), 1);
   EXPECT_EQ(size, json.size());
   EXPECT_EQ(JSONEncoder().serialize(m, TakeText([](std::string_view) { return false; })), 1);
+  LogCapture log;
+  EXPECT_EQ(JSONEncoder().serialize(
+                m, TakeText([](std::string_view) -> bool { throw std::runtime_error("full"); })),
+            1);
+  EXPECT_EQ(JSONEncoder().serialize(m, TakeText([](std::string_view) -> bool { throw 7; })), 1);
+  EXPECT_EQ(toText(log), "0 JSONEncoder::serialize: [full]\n0 JSONEncoder::serialize: [Unknown exception]\n");
+}
+
+TEST(Json, PlacesAreFoundForwardsAndBackwards)
+{
+  const std::string text = "\xEF\xBB\xBF{\n \"a\\\"\": [1, tru";
+  JsonPlaces places(text, JsonPlaces::byteOrderMark.size());
+  const auto shown = [](const ReadPlace& place) {
+    return std::to_string(place.line) + ":" + std::to_string(place.column) + ":" +
+           std::to_string(place.offset);
+  };
+  EXPECT_EQ(shown(places.ofToken(2)), "2:2:6");
+  EXPECT_EQ(shown(places.ofToken(5)), "2:13:17") << "the word that is cut short";
+  EXPECT_EQ(shown(places.ofToken(9)), "2:13:17") << "the last one";
+  EXPECT_EQ(shown(places.ofOffset(100)), "2:16:20") << "the end";
+  EXPECT_EQ(shown(places.ofOffset(6)), "2:2:6") << "before the last place";
+  JsonPlaces blank("{ ", 0);
+  EXPECT_EQ(shown(blank.ofToken(2)), "1:3:2");
 }
 
 TEST(Json, RefusesWhatCannotBeWrittenOrSaysSo)
