@@ -12,6 +12,8 @@
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <gtest/gtest.h>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/Attributes.hpp>
 
 using namespace kwxml::test;
 
@@ -122,6 +124,9 @@ TEST(Reader, IntoAMessageOfTheCaller)
   const wchar_t declared[] =
       L"<?xml version='1.0' encoding='ISO-8859-1'?><Demo_Status errorMessage='\u20AC'/>";
   EXPECT_EQ(XMLDecoder().unSerialize(m, declared), 0);
+  YMMessageBase item = make("Demo_Item");
+  EXPECT_EQ(XMLDecoder().unSerialize(item, L"<Demo_Item color='a\xD800' name='b'/>"), 0);
+  log.note("no enumerator", toXml(item));
   log.note("wide text is what it is, whatever it declares", toXml(m));
 
   MySAX2Handler handler;
@@ -193,12 +198,37 @@ TEST(Reader, HandlersReadOneDocumentAndSurviveMisuse)
   MySAX2Handler idle;
   idle.processMapEnd(field(make("Shop_Ledger"), "totals"));
   idle.endElement(u"", u"", u"x");
+  EXPECT_THROW(idle.internalEntityDecl(u"x", u"y"), xercesc::SAXParseException)
+      << "nobody has said where it stands";
   EXPECT_EQ(XMLSerializer::getSAXHandlerMessageObject(idle), nullptr);
   skipValidation = true;
   const auto m = readXml("<Demo_Status errorCode='3'/>");
+  const auto parsed =
+      readByParser("<Demo_Status errorCode='3' x:y='1'/>");  // only names with a colon, not namespaces
   skipValidation = false;
-  ASSERT_NE(m, nullptr);
-  EXPECT_EQ(getInt(*m, "errorCode"), 3);
+  ASSERT_TRUE(m != nullptr && parsed != nullptr);
+  EXPECT_EQ(getInt(*m, "errorCode") + getInt(*parsed, "errorCode"), 6);
+}
+
+TEST(Reader, ADerivedHandlerMayStoreAttributesItself)
+{
+  struct Storing : MySAX2Handler
+  {
+    void startElement(const XMLCh* uri, const XMLCh* local, const XMLCh* name,
+                      const xercesc::Attributes& attributes) override
+    {
+      stored.push_back(processAttributes(attributes));
+      MySAX2Handler::startElement(uri, local, name, attributes);
+      getMessage()->wipeBitset();
+      stored.push_back(processAttributes(attributes));
+    }
+    std::vector<bool> stored;
+  } handler;
+  ASSERT_EQ(XMLSerializer().parserHelper(&handler, "<Types_Leaf number='3' x='1'/>"), 0);
+  const std::unique_ptr<YMMessageBase> message(handler.takeMessage());
+  EXPECT_EQ(toXml(*message), "<Types_Leaf number=\"3\"/>");
+  EXPECT_EQ(handler.stored, (std::vector<bool>{false, true}))
+      << "there is no message before the first element";
 }
 
 TEST(Reader, CreatesObjectsByName)
@@ -213,6 +243,12 @@ TEST(Reader, CreatesObjectsByName)
   });
   Transcript log(logs);
   EXPECT_FALSE(XMLDecoder::CreateObjByName("Demo_Status", nullptr, nullptr, true));
+  YMMessageBase* out = nullptr;
+  EXPECT_TRUE(XMLDecoder::CreateObjByName("Demo_Status", &out, nullptr, true)) << "without a text";
+  const std::unique_ptr<YMMessageBase> made(out);
+  std::string why;
+  EXPECT_EQ(YMMessageBase::ConstructObject(0xC9000001, "<x/>", out, true, why), 1);
+  EXPECT_EQ(why, "Unable to construct object with tagID : [3372220417]");
   EXPECT_EQ(XMLDecoder::GetEnumString(0x01000013, 2), "GREEN");
   EXPECT_EQ(XMLDecoder::GetEnumString(0x01000013, 3), "");
   const YMMessageBase item = make("Demo_Item");
