@@ -1,12 +1,16 @@
 // Addressing: own tags, foreign tags, wrong fields and slots, with the log lines that each failure leaves.
+#include "platform/TempDirectory.h"
 #include "support/AllocationCounter.h"
 #include "support/DataFile.h"
 #include "support/Messages.h"
 
+#include <kwxml/model/Registry.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
 #include <gtest/gtest.h>
+
+#include <utility>
 
 using namespace kwxml::test;
 
@@ -245,6 +249,69 @@ TEST(Accessors, MarkingFollowsTheMemberTable)
   m.setPrimitiveBitValue(field(m, "ulonglongValue").fieldNumber,
                          true);  // counts as a list type, as encodings have it
   m.setPrimitiveBitValue(99, true);
+}
+
+TEST(Accessors, PasswordsObjectsAndNumbersByReference)
+{
+  Transcript log(logs);
+  YMMessageBase m = make("Types_Strings");
+  const unsigned long tag = m.getTagID();
+  const FieldDef& password = field(m, "secret");
+  const FieldDef& object = field(m, "bytes");
+  const FieldDef& text = field(m, "narrow");
+  const short far = 99;
+  pstring*& held = m.getpstringobject(password.fieldNumber, password.slot, tag, password.hash);
+  EXPECT_FALSE(isSet(m, "secret"));
+  m.getpstringobjectByRef(password.fieldNumber, password.slot, tag, password.hash) =
+      pstring("p", Annotation::BASE64);
+  ASSERT_NE(held, nullptr);
+  EXPECT_EQ(held->getEncryptionType(), Annotation::BASE64);
+  EXPECT_TRUE(isSet(m, "secret"));
+  EXPECT_EQ(m.getObject_const(password.fieldNumber, password.slot, tag, password.hash), held);
+  log.note("what is stored where no field of that type is");
+  const YMMessageBase before = m;
+  m.getpstringobjectByRef(far, 0, tag, 0) = pstring("q");
+  m.getbstringobjectByRef(far, 0, tag, 0) = bstring("q");
+  m.getint64ByRef(text.fieldNumber, text.slot, tag, text.hash) = 7;
+  m.getstringByRef(password.fieldNumber, password.slot, tag, password.hash) = "q";
+  EXPECT_EQ(m.getObject_const(far, 0, tag, 0), nullptr);
+  EXPECT_EQ(m.getObjectAccessor(true, true, far, 0, tag, 0, 60, 1), nullptr);
+  m.setObject(object.fieldNumber, password.slot, held, false, tag, object.hash, true);
+  EXPECT_TRUE(m == before);
+  log.note("members of old");
+  m.setcdataobject(0, 0, m.getcdataobject(0, 0, tag, 0), tag, 0);
+  (void)std::as_const(m).getcdataobject_const(0, 0, tag, 0);
+  EXPECT_EQ(m.getLastErrorEnglishStrW().length(), 0U);
+  int count = -1;
+  EXPECT_TRUE(YMMessageBase::getNumberOfFields(tag, count));
+  EXPECT_EQ(count, m.getNumberOfFields());
+  EXPECT_FALSE(YMMessageBase::getNumberOfFields(noTag, count));
+  EXPECT_EQ(FieldDef::convertFieldToTypeString(FIELD_LIST_INT), FieldDef::getFieldTypeName(FIELD_LIST_INT));
+  m.initialize(1, 0, false, nullptr, 0);
+  EXPECT_TRUE(m == YMMessageBase(1, 0)) << "begun anew, of another class";
+}
+
+TEST(Accessors, ForeignTagsFindTheFieldByItsFormerName)
+{
+  const TempDirectory folder;
+  std::string problems;
+  const auto registry = kwxml::Registry::fromSchemas(
+      {folder.write("Old.xml",
+                    "<catalogue><system name=\"Old\" index=\"61\"><message name=\"M\" id=\"1\">"
+                    "<field name=\"a\" type=\"int\"/><field name=\"now\" type=\"int\" formerly=\"before\"/>"
+                    "</message><message name=\"N\" id=\"2\"><field name=\"a\" type=\"int\" "
+                    "formerly=\"other\"/></message></system></catalogue>")},
+      problems);
+  ASSERT_NE(registry, nullptr) << problems;
+  const kwxml::UsingCatalogue scope(*registry);
+  LogCapture log;
+  YMMessageBase m(61, 0);
+  m.setint64(0, 0, 7, noTag, kwxml::nameHash("before", 6));
+  EXPECT_EQ(getInt(m, "now"), 7);
+  EXPECT_EQ(m.getint64(0, noTag, kwxml::nameHash("before", 6)), 7);
+  EXPECT_TRUE(log.lines().empty());
+  EXPECT_EQ(m.getint64(0, noTag, kwxml::nameHash("other", 5)), 0) << "that of another class";
+  EXPECT_EQ(log.lines().size(), 1U);
 }
 
 TEST(Accessors, OwnTagAccessAndLookUpsAllocateNothing)

@@ -46,6 +46,10 @@ TEST(CYxFile, WritesSeeksAndReadsBack)
   CYxFile moved(std::move(file));
   EXPECT_FALSE(file.IsValid());
   EXPECT_EQ(moved.Tell(), 5);
+  CYxFile other(path.c_str(), Mode::Read);
+  other = std::move(moved);
+  EXPECT_TRUE(!moved.IsValid() && other.Tell() == 5);
+  moved = std::move(other);
   EXPECT_TRUE(moved.Close());
 
   // What each mode does to an existing file.
@@ -112,6 +116,12 @@ TEST(CYxFile, ReadsAPipeWholeAndFindsItsEnd)
   EXPECT_FALSE(file.IsEOF());
   EXPECT_EQ(file.Read(got.data(), 1), 0);
   EXPECT_TRUE(file.IsEOF());
+  CYxError error;
+  EXPECT_EQ(file.Seek(0, Origin::Begin, &error), -1);
+  EXPECT_EQ(error.GetCode(), ESPIPE);
+  CYxFile memory("/proc/self/mem", Mode::Read);
+  EXPECT_EQ(memory.Read(got.data(), 1, &error), -1) << "nothing is mapped at its beginning";
+  EXPECT_EQ(error.GetCode(), EIO);
 }
 
 TEST(CYxCRC64, CheckValueAndAnyDivisionIntoCalls)
