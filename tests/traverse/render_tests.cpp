@@ -138,6 +138,19 @@ TEST(Contexts, EveryCallInEveryRendering)
   });
 }
 
+TEST(Contexts, LongTextsPasswordsAndStreamsThatHaveFailed)
+{
+  std::ostringstream stream;
+  DefaultRenderContext context(stream, ContextFormatOpts());
+  const std::string value(1000, 'x');
+  context.writeAttribute("long", bstring(value));
+  context.writeAttribute("secret", pstring("seen"));
+  EXPECT_EQ(dump(context), "long:[" + value + "],secret:[****]");
+  stream.setstate(std::ios::failbit);
+  context.writeAttribute("more", bstring("x"));
+  EXPECT_EQ(dump(context), "long:[" + value + "],secret:[****]");
+}
+
 TEST(FieldText, OneTextForEachStoredValue)
 {
   const char* locale = std::setlocale(LC_ALL, "de_DE.UTF-8");  // where there is one

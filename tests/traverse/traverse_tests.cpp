@@ -127,6 +127,14 @@ TEST(Walk, WithoutAClassCallsNothing)
   const std::string trace = walk(m, false, false, false);
   EXPECT_NE(trace.find("start leaves\nend leaves\n"), std::string::npos);
   walk(m, true, false, false);
+  YMMessageBase node = nodeChain(2);
+  const YMMessageBase taken = std::move(object<YMMessageBase>(node, "child"));  // leaves one without a class
+  EXPECT_EQ(walk(node, false, true, true).find("start child"), std::string::npos);
+  EXPECT_EQ(walk(node, true, false, false).find("start child"), std::string::npos);
+  XmlTraverse byItself;
+  EXPECT_FALSE(byItself.traverseHelper(node, node.getClass(), false, false, nullptr)) << "no handler yet";
+  byItself.traverse(node, byItself, false, false);  // its own visitor, which does nothing
+  EXPECT_FALSE(byItself.traverseByOrderHelper(node, m.getClass(), false, false, nullptr));
 }
 
 TEST(Walk, TheStackHoldsTheClassesOfTheMomentAndEmptiesItself)
@@ -283,6 +291,36 @@ TEST(FieldContext, ReplacesValuesByTheKindOfField)
     EXPECT_EQ(isSet(m, name), !list);
     return xml;
   });
+}
+
+TEST(FieldContext, OfAnotherRecordGoesByTheName)
+{
+  YMMessageBase m = make("Types_Annotated");
+  FieldDef copy = field(m, "several");
+  const std::string name = copy.getName();
+  copy.name = name.c_str();
+  for (const short number : {copy.fieldNumber, short{-1}, short{1000}}) {
+    copy.fieldNumber = number;
+    EXPECT_EQ(MsgFieldContext(copy, &m).getRecord(), &field(m, "several"));
+    EXPECT_TRUE(MsgFieldContext(copy, &m).hasAnnotations());
+  }
+  MsgFieldContext nowhere(copy, nullptr);
+  EXPECT_EQ(nowhere.getRecord(), nullptr);
+  nowhere.clearList();
+  std::vector<void*> elements;
+  YMMessageBase all = make("Types_AllTypes");
+  fill(all, field(all, "intList"), 1);
+  for (const char* other : {"nothing", static_cast<const char*>(nullptr), "intValue"}) {
+    copy = field(all, "intList");
+    copy.name = other;
+    MsgFieldContext f(copy, &all);
+    EXPECT_FALSE(f.hasAnnotations());
+    f.readListValue(&elements);
+    f.readListValue(nullptr);
+  }
+  EXPECT_TRUE(elements.empty());
+  context(all, "intList").readListValue(&elements);
+  EXPECT_EQ(elements.size(), 3U);
 }
 
 TEST(FieldContext, ReplacesNestedMessages)
