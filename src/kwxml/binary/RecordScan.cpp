@@ -213,7 +213,7 @@ RecordStretch RecordScan::record()
   Judgement judgement = content(at_, size);
   const bool bad = judgement.content == Content::Bad;
   const std::uint64_t end = at_ + size;
-  const RecordStretch whole{.offset = at_, .size = size, .why = judgement.why};
+  RecordStretch whole{.offset = at_, .size = size, .why = judgement.why};
   const int mine = evidence(end);
   if (mine == 2) {
     if (!bad) {
