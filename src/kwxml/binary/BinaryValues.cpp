@@ -217,7 +217,7 @@ bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
   YMMessageBase*& nested = MessageAccess::pointer<YMMessageBase>(message, def.slot);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
-    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, missingClass);
     return false;
   }
   const _ClassDef* const cls = findClass(reference);
@@ -230,7 +230,7 @@ bool BodyReader<Watch>::readObject(YMMessageBase& message, const FieldDef& def)
     if (cls == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
-      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
+      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, missingClass);
       return false;
     }
     nested = new YMMessageBase(*reference.registry, reference.system, reference.classIndex);
@@ -250,7 +250,7 @@ bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
   const PackedReference reference = MessageAccess::reference(message, def);
   if (reference.system == 0) {
     log().logError(readerFunction, "Error unserializing on field [%s]", def.getName());
-    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, missingClass);
     return false;
   }
   constexpr std::size_t smallest = wire::keySize + 1;
@@ -270,7 +270,7 @@ bool BodyReader<Watch>::readObjects(YMMessageBase& message, const FieldDef& def,
     if (cls == nullptr) {
       log().logError(readerFunction, "Error instantiating member : [%s]::[%s]", message.getClass()->name,
                      def.getName());
-      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
+      watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, missingClass);
       return false;
     }
     YMMessageBase* item = filling.old();
@@ -327,7 +327,7 @@ std::optional<YMMessageBase> BodyReader<Watch>::makeMapPart(const FieldDef& def,
   const PackedReference reference = packedReference(def, which);
   if (reference.system == 0 || findClass(reference) == nullptr) {
     log().logError(readerFunction, "Error constructing map object : [%s]", def.getName());
-    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, noClass);
+    watch_.ended(in_.position(), ProblemKind::ClassUnknown, &def, missingClass);
     return std::nullopt;
   }
   return std::optional<YMMessageBase>(std::in_place, *reference.registry, reference.system,

@@ -15,9 +15,6 @@
 
 namespace kwxml {
 
-/// Where a class is not in the catalogue.
-inline constexpr std::string_view noClass = "the catalogue lacks the class of a nested message";
-
 /// Under which the log knows the walk.
 inline constexpr const char* readerFunction = "BinarySerializer::unserializeBinaryRecur";
 

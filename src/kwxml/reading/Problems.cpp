@@ -87,11 +87,6 @@ std::string typeName(FieldDataType type)
                                        : "longlong";
 }
 
-std::string className(const _ClassDef* cls)
-{
-  return cls != nullptr && cls->name != nullptr ? cls->name : "";
-}
-
 std::string nearest(std::string_view name, const _ClassDef* cls)
 {
   NearestName search(name);
@@ -145,8 +140,10 @@ std::string describe(const Problem& problem)
              (remark.empty() ? "" : ": " + remark);
     case ProblemKind::EnumeratorUnknown: {
       const _ClassDef* cls = problem.field != nullptr ? findClass(packedReference(*problem.field)) : nullptr;
-      return (problem.text.empty() ? "the value" : quoted(problem)) + " is no enumerator of " +
-             className(cls) + nearest(problem.text, cls);
+      const std::string value = problem.text.empty() ? "the value" : quoted(problem);
+      return cls != nullptr && cls->name != nullptr
+                 ? value + " is no enumerator of " + std::string(cls->name) + nearest(problem.text, cls)
+                 : value + " cannot be looked up: the catalogue lacks the field's enumeration";
     }
     case ProblemKind::GivenTwice:
       return problem.text.empty() ? "given more than once; the last value counts"

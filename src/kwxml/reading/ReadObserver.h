@@ -85,6 +85,9 @@ struct Problem
 /// A sentence about a problem, without place and path; one printable line of bounded length.
 std::string describe(const Problem& problem);
 
+/// The remark of a ClassUnknown where it is a nested message that the catalogue has no class for.
+inline constexpr std::string_view missingClass = "the catalogue lacks the class of a nested message";
+
 class ReadObserver
 {
 public:

@@ -113,12 +113,16 @@ void MessageReader::setObserver(ReadObserver* observer, const XmlPlaces* places)
   places_ = places;
 }
 
-void MessageReader::startSkipping(std::string_view name)
+void MessageReader::startSkipping(std::string_view name, const FieldDef* missing)
 {
   if (traces(10)) {
     log().debug(startFunction(), 10, "Skipping member : [%s]", std::string(name).c_str());
   }
-  tell(ProblemKind::ElementUnknown, {.text = name});
+  if (missing != nullptr) {
+    tell(ProblemKind::ClassUnknown, {.field = missing, .remark = missingClass, .isWhole = true});
+  } else {
+    tell(ProblemKind::ElementUnknown, {.text = name});
+  }
   skippedName_ = name;
   skipping_ = true;
   frames_.push_back({Kind::Skipped});
@@ -214,7 +218,7 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
       const auto reference = MessageAccess::reference(*current_, def);
       if (findClass(reference) == nullptr) {
         delete createReferenced(reference);  // null, with the line that says so
-        startSkipping(name);
+        startSkipping(name, &def);
         return true;
       }
       auto*& list = MessageAccess::pointer<std::vector<YMMessageBase>>(*current_, def.slot);
@@ -236,7 +240,7 @@ bool MessageReader::startField(const FieldDef& def, std::string_view name, XmlAt
       if (stored == nullptr) {
         stored = createReferenced(MessageAccess::reference(*current_, def));
         if (stored == nullptr) {
-          startSkipping(name);
+          startSkipping(name, &def);
           return true;
         }
         prepare(*stored);
@@ -295,7 +299,7 @@ bool MessageReader::startMapPart(bool isKey, std::string_view name, XmlAttribute
     holder.reset(
         createReferenced(packedReference(def, FieldDef::packedReferences(def.type) == 2 && !isKey ? 1 : 0)));
     if (holder == nullptr) {
-      startSkipping(name);
+      startSkipping(name, &def);
       return true;
     }
     prepare(*holder);

@@ -215,7 +215,9 @@ private:
   void endList(Reuse& reuse) noexcept;
   void beginReuse(YMMessageBase* message);
   void endReuse() noexcept;
-  void startSkipping(std::string_view name);
+  /// Skips an element with all within: an unknown one, or that of the field `missing`, whose class the
+  /// catalogue lacks.
+  void startSkipping(std::string_view name, const FieldDef* missing = nullptr);
   void endScalar(const Frame& frame);
   /// Only the hash of a name counts, and of fields with the same one the first.
   const FieldDef* findField(std::uint32_t hash) const { return MessageAccess::planOf(*current_).field(hash); }
