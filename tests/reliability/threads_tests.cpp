@@ -52,11 +52,34 @@ struct Outputs
   bool operator==(const Outputs&) const = default;
 };
 
-std::string binaryOf(YMMessageBase& message)
+std::string binaryOf(const YMMessageBase& message, int version = 2)
 {
   BinaryBuffer buffer;
-  BinarySerializer::serialize(message, buffer);
+  BinarySerializer::serialize(message, buffer, version);
   return {buffer.data(), buffer.length()};
+}
+
+/// A message that nobody changes, written in one of several ways: in some of them the nested messages of the
+/// same message have other sizes.
+constexpr int encodings = 5;
+std::string encoded(const YMMessageBase& message, int way)
+{
+  std::string out;
+  switch (way % encodings) {
+    case 0:
+      return binaryOf(message);
+    case 1:
+      return binaryOf(message, 1);
+    case 2:
+      XMLEncoder().serialize(message, out);
+      return out;
+    case 3:
+      XMLEncoder(EncodingFlags{.valuesAsElements = true}).serialize(message, out);
+      return out;
+    default:
+      JSONEncoder().serialize(message, out);
+      return out;
+  }
 }
 
 /// Through every way out, of a message of the caller's own.
@@ -111,6 +134,7 @@ struct Shared
   YMMessageBase message;
   Outputs outputs;
   std::vector<std::string> readings;
+  std::vector<std::string> encoded;
 };
 
 struct Count : kwxml::MessageDiffVisitor
@@ -147,6 +171,19 @@ public:
       lookUp(shared);
     }
     ++done;
+  }
+
+  /// Writes the messages that all threads share, each thread in another way.
+  void encodeShared()
+  {
+    for (int turn = 0; turn < encodings; ++turn) {
+      for (const Shared& shared : shared_) {
+        const int way = (turn + number_) % encodings;
+        expect(encoded(shared.message, way) == shared.encoded[static_cast<std::size_t>(way)],
+               "written otherwise", shared);
+        ++done;
+      }
+    }
   }
 
   std::size_t done = 0;
@@ -228,7 +265,11 @@ protected:
     for (std::size_t i = 0; i < messages.size(); i += seconds != 0 ? 1 : 4) {
       Outputs outputs = outputsOf(messages[i]);
       std::vector<std::string> readings = readingsOf(messages[i], outputs);
-      shared_.push_back({messages[i], std::move(outputs), std::move(readings)});
+      std::vector<std::string> ways;
+      for (int way = 0; way < encodings; ++way) {
+        ways.push_back(encoded(messages[i], way));
+      }
+      shared_.push_back({messages[i], std::move(outputs), std::move(readings), std::move(ways)});
     }
   }
   ~Threads() override { kwxml::setLogSink({}); }
@@ -266,6 +307,11 @@ private:
 TEST_F(Threads, GetWhatOneThreadGets)
 {
   inThreads("messages", &Worker::round, seconds);
+}
+
+TEST_F(Threads, EncodeOneMessageAtOnce)
+{
+  inThreads("shared messages", &Worker::encodeShared, (seconds + 9) / 10);
 }
 
 TEST_F(Threads, LookUpWhileCataloguesComeAndGo)

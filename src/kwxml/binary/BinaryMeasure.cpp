@@ -38,7 +38,7 @@ bool refuseDepth(EncodeCall& call)
 namespace {
 
 template <class T>
-std::uint64_t measureMapPart(T& part, EncodeCall& call)
+std::uint64_t measureMapPart(const T& part, EncodeCall& call)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
     return delimited(measureBody(part, call));
@@ -50,19 +50,21 @@ std::uint64_t measureMapPart(T& part, EncodeCall& call)
 }
 
 template <class Map>
-std::uint64_t measureMapBody(Map& map, EncodeCall& call)
+std::uint64_t measureMapBody(const Map& map, EncodeCall& call)
 {
+  const std::size_t reserved = reserveSize(call);
   std::uint64_t size = 2;
-  for (auto& [key, value] : map) {
-    size += measureMapPart(mutableKey(key), call) + measureMapPart(value, call);
+  for (const auto& [key, value] : map) {
+    size += measureMapPart(key, call) + measureMapPart(value, call);
   }
+  storeSize(call, reserved, size);
   return size;
 }
 
 // Functions of their own for each type keep a level of nesting small on the stack.
 
 template <class Tag>
-[[gnu::noinline]] std::uint64_t measureValue(Tag, YMMessageBase& message, const FieldDef& def,
+[[gnu::noinline]] std::uint64_t measureValue(Tag, const YMMessageBase& message, const FieldDef& def,
                                              EncodeCall& call)
 {
   using Value = typename Tag::Value;
@@ -71,12 +73,12 @@ template <class Tag>
   if constexpr (Tag::type == FIELD_ULONGLONG) {
     return key + 8;
   } else if constexpr (ByteString<Tag>) {
-    const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
+    const bstring* value = MessageAccess::pointer<bstring>(message, slot);
     const std::size_t size = value != nullptr ? value->size() : 0;
     return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
   } else if constexpr (PasswordString<Tag>) {
     PasswordText password =
-        passwordText(def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
+        passwordText(def, MessageAccess::pointer<pstring>(message, slot), call);
     const std::size_t size = password.text.size();
     if (call.keepPasswords && password.kind != PasswordText::NoAnnotation) {
       call.passwordTexts.push_back(
@@ -86,10 +88,10 @@ template <class Tag>
            : password.kind == PasswordText::NoAnnotation ? key
                                                          : key + delimited(size);
   } else if constexpr (MessageValue<Tag>) {
-    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
+    const YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
     return value != nullptr ? key + delimited(measureBody(*value, call)) : 0;
   } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
-    Value* list = MessageAccess::pointer<Value>(message, slot);
+    const Value* list = MessageAccess::pointer<Value>(message, slot);
     const std::size_t count = list != nullptr ? list->size() : 0;
     std::uint64_t size = key + varintSize(low32(static_cast<long long>(count)));
     if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
@@ -108,7 +110,7 @@ template <class Tag>
       return size;
     }
   } else if constexpr (MapValue<Tag>) {
-    Value* map = MessageAccess::pointer<Value>(message, slot);
+    const Value* map = MessageAccess::pointer<Value>(message, slot);
     return key + varintSize(map != nullptr ? low32(static_cast<long long>(map->size())) : 0) + key +
            delimited(map != nullptr ? measureMapBody(*map, call) : 2);
   } else {
@@ -116,18 +118,19 @@ template <class Tag>
   }
 }
 
-[[gnu::noinline]] std::uint64_t measureOther(YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+[[gnu::noinline]] std::uint64_t measureOther(const YMMessageBase& message, const FieldDef& def, EncodeCall& call)
 {
   return visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
 }
 
 }  // namespace
 
-std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
+std::uint64_t measureBody(const YMMessageBase& message, EncodeCall& call)
 {
+  const std::size_t reserved = reserveSize(call);
   std::uint64_t size = 0;
   if (enterMessage(call) && message.getClass() != nullptr) {
-    const Slots slots = MessageAccess::slots(message);
+    const ConstSlots slots = MessageAccess::slots(message);
     const FieldDef* const fields = message.getClass()->fields;
     MessageAccess::forEachSetPlan(
         message, [&](const FieldPlan& plan, std::size_t position) __attribute__((always_inline)) {
@@ -152,6 +155,7 @@ std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call)
         });
   }
   --call.depth;
+  storeSize(call, reserved, size);
   message.SetCachedSize(low32(static_cast<long long>(size)));
   return size;
 }

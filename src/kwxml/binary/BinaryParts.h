@@ -85,11 +85,19 @@ struct PasswordText
 };
 PasswordText passwordText(const FieldDef& def, const pstring* value, const EncodeCall& call);
 
-/// Keys of maps are constant, yet a message among them keeps its size.
-template <class T>
-T& mutableKey(const T& key)
+/// Keeps the place of a size that is not known yet, where the call keeps them.
+inline std::size_t reserveSize(EncodeCall& call)
 {
-  return const_cast<T&>(key);
+  if (call.keepSizes) {
+    call.sizes.push_back(0);
+  }
+  return call.sizes.size();
+}
+inline void storeSize(EncodeCall& call, std::size_t reserved, std::uint64_t size)
+{
+  if (call.keepSizes) {
+    call.sizes[reserved - 1] = low32(static_cast<long long>(size));
+  }
 }
 
 /// Logs, once for each call, that messages nest too deep; false.

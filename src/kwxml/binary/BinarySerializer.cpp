@@ -61,27 +61,27 @@ namespace {
 /// With `reuse` an owned buffer keeps its memory where it is large enough. A template, so that others do not
 /// pay for it.
 template <bool reuse>
-unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
+unsigned long serializeTo(const YMMessageBase& message, BinaryBuffer& buffer, int version,
                           const BinarySerializerParameters* parameters);
 
 }  // namespace
 
-unsigned long kwxml::serializeReusing(YMMessageBase& message, BinaryBuffer& buffer)
+unsigned long kwxml::serializeReusing(const YMMessageBase& message, BinaryBuffer& buffer)
 {
   return serializeTo<true>(message, buffer, wire::defaultVersion, nullptr);
 }
 
-unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer)
+unsigned long BinarySerializer::serialize(const YMMessageBase& message, BinaryBuffer& buffer)
 {
   return serialize(message, buffer, wire::defaultVersion, nullptr);
 }
 
-unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version)
+unsigned long BinarySerializer::serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version)
 {
   return serialize(message, buffer, version, nullptr);
 }
 
-unsigned long BinarySerializer::serialize(YMMessageBase& message, BinaryBuffer& buffer, int version,
+unsigned long BinarySerializer::serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version,
                                           const BinarySerializerParameters* parameters)
 {
   return serializeTo<false>(message, buffer, version, parameters);
@@ -100,7 +100,7 @@ struct Body
 
 /// The caller's memory stays as it is when it is too small, and owned memory gets its exact size: a body is
 /// written to `aside` first, but for memory that may be used as it is (`room`).
-Body writeOrMeasure(YMMessageBase& message, std::span<char> aside, std::span<char> room, bool oneWalk,
+Body writeOrMeasure(const YMMessageBase& message, std::span<char> aside, std::span<char> room, bool oneWalk,
                     kwxml::EncodeCall& call)
 {
   // The size of last time tells large ones; any other number costs time only.
@@ -146,7 +146,7 @@ bool makeRoom(BinaryBuffer& buffer, std::uint64_t required)
 }
 
 template <bool reuse>
-unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int version,
+unsigned long serializeTo(const YMMessageBase& message, BinaryBuffer& buffer, int version,
                           const BinarySerializerParameters* parameters)
 {
   const int logLevel = log().getDebugLevel();
@@ -156,6 +156,7 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
   kwxml::EncodeCall call = encodeCall(version, parameters, logLevel);
   const bool measuredAsWritten = version > 1;
   call.keepPasswords = measuredAsWritten;
+  call.keepSizes = true;
   char aside[smallBody];
   std::span<char> room;
   if (reuse && !buffer.external() &&
@@ -204,7 +205,7 @@ unsigned long serializeTo(YMMessageBase& message, BinaryBuffer& buffer, int vers
 
 }  // namespace
 
-unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message, int version,
+unsigned long BinarySerializer::calculateReqBinStreamSize(const YMMessageBase& message, int version,
                                                           const BinarySerializerParameters* parameters)
 {
   kwxml::EncodeCall call = encodeCall(version, parameters, log().getDebugLevel());
@@ -212,7 +213,7 @@ unsigned long BinarySerializer::calculateReqBinStreamSize(YMMessageBase& message
   return call.tooDeep ? 0 : size;
 }
 
-void BinarySerializer::serializeBinaryRecursive(YMMessageBase& message, BinaryStream& out, int version,
+void BinarySerializer::serializeBinaryRecursive(const YMMessageBase& message, BinaryStream& out, int version,
                                                 const BinarySerializerParameters* parameters)
 {
   kwxml::EncodeCall call = encodeCall(version, parameters, log().getDebugLevel());

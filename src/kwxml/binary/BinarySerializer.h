@@ -1,7 +1,8 @@
 // Messages in their binary form, and back. All operations are static and keep nothing between calls.
 //
-// Writing measures first and stores the size of every nested message in it, so a message is not written by
-// two threads at once. Reading trusts nothing: every read stays inside the buffer, and Limits.h says how deep
+// Threads may write one message at the same time, each with settings of its own. What calculateReqBinStreamSize()
+// keeps in the messages for serializeBinaryRecursive() is the exception: between the two, no other thread writes
+// the message. Reading trusts nothing: every read stays inside the buffer, and Limits.h says how deep
 // messages nest and what they take of memory. Errors are logged. Without memory reading fails, with a line,
 // and writing does, or throws std::bad_alloc.
 #pragma once
@@ -38,17 +39,17 @@ public:
   /// With a version of 1 or less the size of byte strings and passwords is measured as if they were written
   /// as they are, yet they are written as with version 2, so that the end is missing: deliberate, since
   /// readers know it so.
-  static unsigned long serialize(YMMessageBase& message, BinaryBuffer& buffer, int version,
+  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version,
                                  const BinarySerializerParameters* parameters);
-  static unsigned long serialize(YMMessageBase& message, BinaryBuffer& buffer, int version);
-  static unsigned long serialize(YMMessageBase& message, BinaryBuffer& buffer);
+  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version);
+  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer);
 
   /// The length of the body, stored as the message's cached size too, as is that of each nested message in
   /// it. 0 when messages nest too deep.
-  static unsigned long calculateReqBinStreamSize(YMMessageBase& message, int version,
+  static unsigned long calculateReqBinStreamSize(const YMMessageBase& message, int version,
                                                  const BinarySerializerParameters* parameters);
   /// Writes the body. The cached sizes of nested messages must be those of calculateReqBinStreamSize().
-  static void serializeBinaryRecursive(YMMessageBase& message, BinaryStream& out, int version,
+  static void serializeBinaryRecursive(const YMMessageBase& message, BinaryStream& out, int version,
                                        const BinarySerializerParameters* parameters);
 
   /// Reads into a message of the class that the header names; its other fields stay with `merge`. 0 on

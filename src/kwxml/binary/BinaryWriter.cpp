@@ -14,8 +14,8 @@ using wire::Kind;
 using wire::NumberForm;
 
 template <class Out>
-Out writeFields(YMMessageBase& message, Out out, EncodeCall& call);
-BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call);
+Out writeFields(const YMMessageBase& message, Out out, EncodeCall& call);
+BoundedOut writeFields(const YMMessageBase& message, BoundedOut out, EncodeCall& call);
 
 template <class Out>
 Out writeText(Out out, const char* bytes, std::size_t length)
@@ -68,14 +68,14 @@ Out writeBehindSize(Out out, std::uint32_t guess, Write write)
 }
 
 template <class Out>
-Out writeNested(Out out, YMMessageBase& message, EncodeCall& call)
+Out writeNested(Out out, const YMMessageBase& message, EncodeCall& call)
 {
   if constexpr (isBounded<Out>) {
     // Its size when it was written or read last is a good guess.
     return writeBehindSize(out, message.GetCachedSize(),
                            [&](Out to) { return writeFields(message, to, call); });
   } else {
-    out.varint(message.GetCachedSize());
+    out.varint(call.keepSizes ? call.sizes[call.nextSize++] : message.GetCachedSize());
     return writeFields(message, out, call);
   }
 }
@@ -136,7 +136,7 @@ Out writeElements(Out out, const std::vector<Number>& list)
 }
 
 template <class Out, class T>
-Out writeMapPart(Out out, T& part, EncodeCall& call)
+Out writeMapPart(Out out, const T& part, EncodeCall& call)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
     return writeNested(out, part, call);
@@ -161,13 +161,13 @@ std::uint64_t mapPartSize(const T& part)
 }
 
 template <class Tag, class Out, class Map>
-Out writeEntries(Out out, Map* map, EncodeCall& call)
+Out writeEntries(Out out, const Map* map, EncodeCall& call)
 {
   out.varint(wire::mapCode(Tag::info.mapKey));
   out.varint(wire::mapCode(Tag::info.mapValue));
   if (map != nullptr) {
     for (auto& [key, value] : *map) {
-      out = writeMapPart(out, mutableKey(key), call);
+      out = writeMapPart(out, key, call);
       out = writeMapPart(out, value, call);
       if (hasFailed(out)) {
         break;
@@ -178,15 +178,21 @@ Out writeEntries(Out out, Map* map, EncodeCall& call)
 }
 
 template <class Tag, class Out, class Map>
-Out writeMap(Out out, Map* map, EncodeCall& call)
+Out writeMap(Out out, const Map* map, EncodeCall& call)
 {
+  const std::size_t kept = call.nextSize;
+  if (call.keepSizes && map != nullptr) {
+    ++call.nextSize;
+  }
   if constexpr (Out::direct) {
     const std::uint64_t least = 2 + (map != nullptr ? map->size() * 2 : 0);
     return writeBehindSize(out, low32(static_cast<long long>(least)),
                            [&](Out to) { return writeEntries<Tag>(to, map, call); });
   } else {
     std::uint64_t size = 2;
-    if (map != nullptr) {
+    if (call.keepSizes && map != nullptr) {
+      size = call.sizes[kept];
+    } else if (map != nullptr) {
       for (const auto& [key, value] : *map) {
         size += mapPartSize(key) + mapPartSize(value);
       }
@@ -232,7 +238,7 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
 }
 
 template <class Tag, class Out>
-[[gnu::noinline]] Out writeValue(Tag, YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+[[gnu::noinline]] Out writeValue(Tag, const YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
   using Value = typename Tag::Value;
   const short slot = def.slot;
@@ -244,13 +250,13 @@ template <class Tag, class Out>
     return out;
   } else if constexpr (ByteString<Tag>) {
     out.fixed(first);
-    const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot);
+    const bstring* value = MessageAccess::pointer<bstring>(message, slot);
     static const std::string none;
     return writeBytes(out, value != nullptr ? value->text() : none, call);
   } else if constexpr (PasswordString<Tag>) {
-    return writePassword(out, def, MessageAccess::pointer<pstring>(std::as_const(message), slot), call);
+    return writePassword(out, def, MessageAccess::pointer<pstring>(message, slot), call);
   } else if constexpr (MessageValue<Tag>) {
-    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
+    const YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
     if (value == nullptr) {
       return out;
     }
@@ -258,7 +264,7 @@ template <class Tag, class Out>
     return writeNested(out, *value, call);
   } else if constexpr (ListValue<Tag> && Tag::type != FIELD_LIST_WSTRING) {
     out.fixed(first);
-    Value* list = MessageAccess::pointer<Value>(message, slot);
+    const Value* list = MessageAccess::pointer<Value>(message, slot);
     const std::size_t count = list != nullptr ? list->size() : 0;
     out.varint(low32(static_cast<long long>(count)));
     if constexpr (std::is_arithmetic_v<typename Value::value_type>) {
@@ -286,7 +292,7 @@ template <class Tag, class Out>
     return out;
   } else if constexpr (MapValue<Tag>) {
     out.fixed(first);
-    Value* map = MessageAccess::pointer<Value>(message, slot);
+    const Value* map = MessageAccess::pointer<Value>(message, slot);
     out.varint(map != nullptr ? low32(static_cast<long long>(map->size())) : 0);
     out.fixed(key);
     return writeMap<Tag>(out, map, call);
@@ -313,7 +319,7 @@ template <class Out>
 }
 
 template <class Out>
-[[gnu::noinline]] Out writeOther(YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+[[gnu::noinline]] Out writeOther(const YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
 {
   return visitFieldType(def.type, [&](auto tag) { return writeValue(tag, message, def, out, call); });
 }
@@ -325,10 +331,10 @@ void traceField(const YMMessageBase& message, const FieldDef& def, std::uint64_t
 }
 
 template <class Out>
-Out writeFields(YMMessageBase& message, Out out, EncodeCall& call)
+Out writeFields(const YMMessageBase& message, Out out, EncodeCall& call)
 {
   if (enterMessage(call) && message.getClass() != nullptr) {
-    const Slots slots = MessageAccess::slots(message);
+    const ConstSlots slots = MessageAccess::slots(message);
     const bool trace = call.trace;
     const FieldDef* const fields = message.getClass()->fields;
     MessageAccess::forEachSetPlan(
@@ -358,11 +364,11 @@ constexpr std::ptrdiff_t longestScalar = wire::keySize + 8;
 
 /// This is where small messages spend their time: a scalar needs no look at the bound, since room for one of
 /// each field is set apart before.
-[[gnu::always_inline]] inline BoundedOut writeBoundedFields(YMMessageBase& message, BoundedOut out,
+[[gnu::always_inline]] inline BoundedOut writeBoundedFields(const YMMessageBase& message, BoundedOut out,
                                                             EncodeCall& call)
 {
   const _ClassDef& cls = *message.getClass();
-  const Slots slots = MessageAccess::slots(message);
+  const ConstSlots slots = MessageAccess::slots(message);
   const std::ptrdiff_t apart = longestScalar * cls.numberOfFields;
   if (out.end - out.at < apart) {
     return BoundedOut::failure();
@@ -396,7 +402,7 @@ constexpr std::ptrdiff_t longestScalar = wire::keySize + 8;
   return good ? BoundedOut{to.at, out.end} : BoundedOut::failure();
 }
 
-BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call)
+BoundedOut writeFields(const YMMessageBase& message, BoundedOut out, EncodeCall& call)
 {
   const char* const begin = out.at;
   if (out.failed()) {
@@ -414,19 +420,21 @@ BoundedOut writeFields(YMMessageBase& message, BoundedOut out, EncodeCall& call)
 
 }  // namespace
 
-char* writeBodyWithin(YMMessageBase& message, char* to, char* end, EncodeCall& call)
+char* writeBodyWithin(const YMMessageBase& message, char* to, char* end, EncodeCall& call)
 {
   return writeFields(message, BoundedOut{to, end}, call).at;
 }
 
-char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call)
+char* writeBody(const YMMessageBase& message, char* to, const char* begin, EncodeCall& call)
 {
   call.begin = begin;
+  call.nextSize = 1;  // behind the message's own
   return writeFields(message, DirectOut{to}, call).at;
 }
 
-void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call)
+void writeBody(const YMMessageBase& message, BinaryStream& out, EncodeCall& call)
 {
+  call.nextSize = 1;
   writeFields(message, StreamOut{&out}, call);
 }
 

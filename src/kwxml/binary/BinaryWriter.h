@@ -28,6 +28,12 @@ struct EncodeCall
   bool keepPasswords = false;
   std::vector<std::optional<std::string>> passwordTexts{};
   std::size_t nextPassword = 0;
+  /// What the measuring walk found for each nested message and each map, in the order in which the walks come
+  /// to them, where it is kept. A message's own cached size does not serve: another thread may write the same
+  /// message with other settings.
+  bool keepSizes = false;
+  std::vector<std::uint32_t> sizes{};
+  std::size_t nextSize = 0;
   const char* begin = nullptr;  ///< position 0 of traces
   int depth = 0;
   int lost = 0;          ///< values that could not be written
@@ -37,22 +43,22 @@ struct EncodeCall
 /// Writes the body to where there may be too little room, and gives the byte behind it; null where that is
 /// so, or where there might be too little, or where the body has a password. It is not traced. Each message
 /// keeps the size of its body in its cached size.
-char* writeBodyWithin(YMMessageBase& message, char* to, char* end, EncodeCall& call);
+char* writeBodyWithin(const YMMessageBase& message, char* to, char* end, EncodeCall& call);
 
-/// The bytes of the body; each nested message keeps its own in its cached size.
-std::uint64_t measureBody(YMMessageBase& message, EncodeCall& call);
+/// The bytes of the body. Each message keeps those of its own in its cached size.
+std::uint64_t measureBody(const YMMessageBase& message, EncodeCall& call);
 
 /// Writes the body to where measureBody() has found room for it, and gives the byte behind it. `begin` is the
 /// position 0 of traces.
-char* writeBody(YMMessageBase& message, char* to, const char* begin, EncodeCall& call);
+char* writeBody(const YMMessageBase& message, char* to, const char* begin, EncodeCall& call);
 /// Writes the body into a stream that may end before it does.
-void writeBody(YMMessageBase& message, BinaryStream& out, EncodeCall& call);
+void writeBody(const YMMessageBase& message, BinaryStream& out, EncodeCall& call);
 
 /// BinarySerializer::serialize() for who writes many messages: memory that the buffer owns stays where it is
 /// large enough, so that its capacity may be more than its length. 0 on failure; the length is anything then.
-unsigned long serializeReusing(YMMessageBase& message, BinaryBuffer& buffer);
+unsigned long serializeReusing(const YMMessageBase& message, BinaryBuffer& buffer);
 
 /// The message as XML, for a trace; false without one. Defined by the room that knows both forms.
-bool traceXml(YMMessageBase& message, std::string& xml);
+bool traceXml(const YMMessageBase& message, std::string& xml);
 
 }  // namespace kwxml

@@ -191,13 +191,13 @@ private:
   bool failed_ = false;
 };
 
-int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message)
+int YMMessageBaseFileHandler::AddObjectToFile(const YMMessageBase& message)
 {
   unsigned int written = 0;
   return AddObjectToFile(message, written);
 }
 
-int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message, unsigned int& written)
+int YMMessageBaseFileHandler::AddObjectToFile(const YMMessageBase& message, unsigned int& written)
 {
   constexpr const char* function = "YMMessageBaseFileHandler::AddObjectToFile";
   written = 0;
@@ -229,7 +229,7 @@ int YMMessageBaseFileHandler::AddObjectToFile(YMMessageBase& message, unsigned i
   return append.store() ? Success : WriteFailed;
 }
 
-int YMMessageBaseFileHandler::appendBinaryBufferToFile(std::vector<YMMessageBase*>& messages)
+int YMMessageBaseFileHandler::appendBinaryBufferToFile(std::span<const YMMessageBase* const> messages)
 {
   constexpr const char* function = "YMMessageBaseFileHandler::appendBinaryBufferToFile";
   if (!usable(file_)) {
@@ -259,7 +259,7 @@ int YMMessageBaseFileHandler::appendBinaryBufferToFile(std::vector<YMMessageBase
     }
     append.endOfRecord();
   }
-  for (YMMessageBase* message : messages) {
+  for (const YMMessageBase* message : messages) {
     BinaryBuffer buffer;
     const unsigned long length = message != nullptr ? BinarySerializer::serialize(*message, buffer) : 0;
     if (length == 0) {

@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -71,15 +72,15 @@ public:
   // (NothingMore).
 
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
-  int AddObjectToFile(YMMessageBase& message, unsigned int& written);
-  int AddObjectToFile(YMMessageBase& message);
+  int AddObjectToFile(const YMMessageBase& message, unsigned int& written);
+  int AddObjectToFile(const YMMessageBase& message);
   /// The record at the position, as a new message of the caller's. A record that does not decode gives null
   /// with Success. Nothing is logged for the file. `message` is unchanged when there is no record. Without
   /// memory (NoMemory) the record stays the next one to read.
   int GetObjectFromFile(YMMessageBase*& message);
 
   /// Appends a record per message. A file that is not empty must stand at its beginning.
-  int appendBinaryBufferToFile(std::vector<YMMessageBase*>& messages);
+  int appendBinaryBufferToFile(std::span<const YMMessageBase* const> messages);
   /// Appends up to `count` new messages, the caller's, to `messages`; those that do not decode are left out.
   /// A record that the file cuts short is none (ReadFailed). Without memory (NoMemory) the record stays the
   /// next one to read; those before it are in `messages`.

@@ -14,7 +14,7 @@ constexpr const char* function = "JSONEncoder::serialize";
 
 /// Writes into `text` and lets `finish` have the rest: 0, or 1 with the reason logged.
 template <class Finish>
-int write(YMMessageBase& message, kwxml::TextOutput& text, const EncodingFlags& flags,
+int write(const YMMessageBase& message, kwxml::TextOutput& text, const EncodingFlags& flags,
           KwXMLContextInfo* context, int* lost, Finish finish)
 {
   const kwxml::JsonWritten written = kwxml::writeJson(message, text, flags, context);
@@ -40,7 +40,7 @@ int guarded(Run run)
 
 }  // namespace
 
-int JSONEncoder::serialize(YMMessageBase& message, std::string& out, int* lost) const
+int JSONEncoder::serialize(const YMMessageBase& message, std::string& out, int* lost) const
 {
   const int result = guarded([&] {
     kwxml::TextOutput text;
@@ -55,7 +55,7 @@ int JSONEncoder::serialize(YMMessageBase& message, std::string& out, int* lost) 
   return result;
 }
 
-int JSONEncoder::serialize(YMMessageBase& message, const kwxml::TakeText& take, int* lost) const
+int JSONEncoder::serialize(const YMMessageBase& message, const kwxml::TakeText& take, int* lost) const
 {
   return guarded([&] {
     kwxml::TextOutput text(take);
@@ -63,12 +63,12 @@ int JSONEncoder::serialize(YMMessageBase& message, const kwxml::TakeText& take, 
   });
 }
 
-int JSONEncoder::serialize(YMMessageBase& message, std::ostream& out, int* lost) const
+int JSONEncoder::serialize(const YMMessageBase& message, std::ostream& out, int* lost) const
 {
   return serialize(message, kwxml::intoStream(out), lost);
 }
 
-int JSONEncoder::serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size, int* lost) const
+int JSONEncoder::serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size, int* lost) const
 {
   const int result = serialize(message, kwxml::intoMemory(memory, size), lost);
   return size > memory.size() ? 1 : result;

@@ -7,7 +7,7 @@
 
 namespace kwxml {
 
-JsonWritten writeJson(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
+JsonWritten writeJson(const YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       KwXMLContextInfo* context)
 {
   constexpr const char* function = "JSONEncoder::serialize";

@@ -16,7 +16,7 @@ struct JsonWritten
   int lost = 0;       ///< values that could not be written, or not as they are; each is logged
 };
 
-JsonWritten writeJson(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
+JsonWritten writeJson(const YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       KwXMLContextInfo* context);
 
 }  // namespace kwxml

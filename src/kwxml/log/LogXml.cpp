@@ -5,7 +5,7 @@
 
 #include <memory>
 
-std::string logXML(const std::string& xml, YMMessageBase* message)
+std::string logXML(const std::string& xml, const YMMessageBase* message)
 {
   if (message == nullptr && xml.empty()) {
     return {};

@@ -9,4 +9,4 @@ class YMMessageBase;
 /// settings. Empty when there is neither. On failure (logged) a text that says so: "Error unserializing given
 /// object.", "Error reserializing given object/string" when `xml` was given, or "Error serializing
 /// YMMessageBase object and given empty input string".
-std::string logXML(const std::string& xml, YMMessageBase* message);
+std::string logXML(const std::string& xml, const YMMessageBase* message);

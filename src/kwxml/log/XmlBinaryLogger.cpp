@@ -12,7 +12,7 @@ int XmlBinaryLogger::initialize()
   return 0;
 }
 
-void XmlBinaryLogger::Debug(const char* function, const char* format, YMMessageBase* message, ...)
+void XmlBinaryLogger::Debug(const char* function, const char* format, const YMMessageBase* message, ...)
 {
   va_list args;
   va_start(args, message);
@@ -28,7 +28,7 @@ void XmlBinaryLogger::Debug(const char* function, const char* format, BinaryBuff
   va_end(args);
 }
 
-void XmlBinaryLogger::DebugLvl(const char* function, int level, const char* format, YMMessageBase* message,
+void XmlBinaryLogger::DebugLvl(const char* function, int level, const char* format, const YMMessageBase* message,
                                ...)
 {
   va_list args;
@@ -46,7 +46,7 @@ void XmlBinaryLogger::DebugLvl(const char* function, int level, const char* form
 }
 
 void XmlBinaryLogger::DebugLvl(const char* function, int level, int reference, const char* format,
-                               YMMessageBase* message, ...)
+                               const YMMessageBase* message, ...)
 {
   va_list args;
   va_start(args, message);

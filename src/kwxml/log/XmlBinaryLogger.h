@@ -33,16 +33,16 @@ public:
 
   /// A line at level 0, which is always written.
   KWXML_LOG_FORMAT(3, 5)
-  void Debug(const char* function, const char* format, YMMessageBase* message, ...);
+  void Debug(const char* function, const char* format, const YMMessageBase* message, ...);
   KWXML_LOG_FORMAT(3, 5)
   void Debug(const char* function, const char* format, BinaryBuffer* buffer, ...);
   KWXML_LOG_FORMAT(4, 6)
-  void DebugLvl(const char* function, int level, const char* format, YMMessageBase* message, ...);
+  void DebugLvl(const char* function, int level, const char* format, const YMMessageBase* message, ...);
   KWXML_LOG_FORMAT(4, 6)
   void DebugLvl(const char* function, int level, const char* format, BinaryBuffer* buffer, ...);
   /// With a reference that the log shows.
   KWXML_LOG_FORMAT(5, 7)
-  void DebugLvl(const char* function, int level, int reference, const char* format, YMMessageBase* message,
+  void DebugLvl(const char* function, int level, int reference, const char* format, const YMMessageBase* message,
                 ...);
   KWXML_LOG_FORMAT(5, 7)
   void DebugLvl(const char* function, int level, int reference, const char* format, BinaryBuffer* buffer,

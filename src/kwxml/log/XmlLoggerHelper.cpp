@@ -122,7 +122,7 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
 }
 
 void XmlLoggerHelper::writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
-                                 const char* format, YMMessageBase* message, va_list args)
+                                 const char* format, const YMMessageBase* message, va_list args)
 {
   if (event.getDebugLevel() < level) {
     return;

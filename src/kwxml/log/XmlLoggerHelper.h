@@ -73,7 +73,7 @@ public:
   /// that of the log costs a test. `message`, `buffer` and `function` may be null; a message that does not
   /// encode, and bytes that do not decode (both logged), give an empty XML.
   static void writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
-                         const char* format, YMMessageBase* message, va_list args);
+                         const char* format, const YMMessageBase* message, va_list args);
   static void writeToLog(KwThreadPool* pool, const char* function, int level, long long reference,
                          const char* format, BinaryBuffer* buffer, va_list args);
 

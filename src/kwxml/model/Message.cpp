@@ -144,14 +144,14 @@ void kwxml::MessageLife::copyValues(YMMessageBase& to, const YMMessageBase& from
   to.classIndex_ = from.classIndex_;
 
   const Slots target(to.buffer_);
-  const Slots source(const_cast<YMMessageBuffer&>(from.buffer_));  // only read
+  const ConstSlots source(from.buffer_);
   auto field = plan.owners.begin();
   try {
     for (; field != plan.owners.end(); ++field) {
       if (!from.buffer_.bit(field->position)) {
         constructEmpty(to, *field->def);
       } else if (field->isString) {
-        new (&target[*field]) std::string(source.object<std::string>(*field));
+        new (&target[*field]) std::string(source.object<const std::string>(*field));
       } else {
         constructCopy(to, from, *field->def);
       }

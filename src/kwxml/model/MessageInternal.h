@@ -52,16 +52,17 @@ constexpr bool contains(TypeSet set, FieldDataType type)
 
 /// The slots of one message, held apart from it: a walk that writes bytes elsewhere would read the layout
 /// anew after each of them.
-class Slots
+template <class Word, class Buffer>
+class SlotsOf
 {
 public:
-  explicit Slots(YMMessageBuffer& buffer)
+  explicit SlotsOf(Buffer& buffer)
       : areas_{buffer.isExternal() ? buffer.heapBase() : &buffer.at(0), buffer.heapBase()}
   {
   }
   /// The first slot of a field, given as a FieldPlan or an OwningField.
   template <class Field>
-  long long& operator[](const Field& field) const
+  Word& operator[](const Field& field) const
   {
     return areas_[field.onHeap ? 1 : 0][field.slot];
   }
@@ -72,8 +73,10 @@ public:
   }
 
 private:
-  long long* areas_[2];  ///< where slot 0 lies, or would lie
+  Word* areas_[2];  ///< where slot 0 lies, or would lie
 };
+using Slots = SlotsOf<long long, YMMessageBuffer>;
+using ConstSlots = SlotsOf<const long long, const YMMessageBuffer>;
 
 /// The bits of at most 64 fields from `first` on, a multiple of 64. A message's own bitset lies in whole
 /// slots; one in the caller's memory ends with its last byte.
@@ -148,6 +151,7 @@ struct MessageAccess
     return reference;
   }
   static Slots slots(YMMessageBase& m) { return Slots(m.buffer_); }
+  static ConstSlots slots(const YMMessageBase& m) { return ConstSlots(m.buffer_); }
   /// Calls `visit(const FieldDef&)` for each set field.
   template <class Visit>
   [[gnu::always_inline]] static void forEachSet(const YMMessageBase& m, Visit visit)

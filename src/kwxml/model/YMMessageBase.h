@@ -8,8 +8,8 @@
 // catalogues understand each other.
 //
 // Ownership: a message owns everything its slots point to. Copies are deep; a move takes everything over and
-// leaves the source without a class. Thread safety: a message is not safe for concurrent use; distinct
-// messages share only constant data.
+// leaves the source without a class. Thread safety: several threads may read, copy, compare and encode one
+// message as long as none changes it; distinct messages share only constant data.
 #pragma once
 
 #include <kwxml/model/Metadata.h>
@@ -353,14 +353,15 @@ public:
   void setLastErrorEnglishW(const unsigned short*) {}
   void setLastErrorEnglishStrW(const XMLChstring&) {}
 
-  /// Byte length of the message's binary body, kept for the binary encoder.
-  void SetCachedSize(unsigned int size) noexcept
+  /// Byte length of the message's binary body when it was written, measured or read last: a cache, which
+  /// threads that write one constant message share.
+  void SetCachedSize(unsigned int size) const noexcept
   {
-    cachedSize_ = size;
+    __atomic_store_n(&cachedSize_, size, __ATOMIC_RELAXED);
   }
   unsigned int GetCachedSize() const noexcept
   {
-    return cachedSize_;
+    return __atomic_load_n(&cachedSize_, __ATOMIC_RELAXED);
   }
 
 protected:
@@ -462,7 +463,7 @@ private:
   XMLChstring* m_SerializedXMLUTF16 = nullptr;
   XMLChstring* m_wsLastErrorEnglish = nullptr;
   CdataBuffer* cdataBuffer_ = nullptr;
-  unsigned int cachedSize_ = 0;
+  mutable unsigned int cachedSize_ = 0;
   short classIndex_ = 0;
   bool serialized_ = false;
 };

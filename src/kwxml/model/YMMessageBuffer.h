@@ -60,8 +60,9 @@ public:
   /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them
   /// away.
   long long& at(short inlineSlot) noexcept { return inline_[inlineSlot]; }
+  const long long& at(short inlineSlot) const noexcept { return inline_[inlineSlot]; }
   /// Where slot 0 would lie if the slots that are not inline went on to the front.
-  long long* heapBase() noexcept
+  long long* heapBase() const noexcept
   {
     // As a number: a pointer may not point before its array.
     return reinterpret_cast<long long*>(reinterpret_cast<std::uintptr_t>(heap_) -  // NOLINT(*-no-int-to-ptr)

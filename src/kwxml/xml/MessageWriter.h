@@ -26,7 +26,7 @@ public:
   /// Writes the set fields of the message into the sink's current element. A field that cannot be written is
   /// logged and left out. False when messages nest deeper than a reader accepts; nothing may be made of the
   /// sink's content then.
-  [[nodiscard]] bool writeFields(YMMessageBase& message, int passwordMode);
+  [[nodiscard]] bool writeFields(const YMMessageBase& message, int passwordMode);
 
 private:
   using Texts = typename Sink::Texts;
@@ -37,24 +37,24 @@ private:
   using Texts::value_;
 
   void tellOfNull();
-  void writeAll(YMMessageBase& message, const WritePlan& plan, int passwordMode);
-  void writeSet(YMMessageBase& message, const WritePlan& plan, int passwordMode);
-  void writeAttributes(YMMessageBase& message, const WritePlan& plan, int passwordMode);
-  void writeChildren(YMMessageBase& message, const WritePlan& plan, int passwordMode);
-  void writeField(YMMessageBase& message, const WritePlan& plan, std::size_t position, int passwordMode);
-  bool skippedByListener(YMMessageBase& message, const FieldDef& def) const;
+  void writeAll(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
+  void writeSet(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
+  void writeAttributes(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
+  void writeChildren(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
+  void writeField(const YMMessageBase& message, const WritePlan& plan, std::size_t position, int passwordMode);
+  bool skippedByListener(const YMMessageBase& message, const FieldDef& def) const;
 
   template <class Tag>
-  void writeValue(Tag, YMMessageBase& message, const Field& field, int passwordMode);
+  void writeValue(Tag, const YMMessageBase& message, const Field& field, int passwordMode);
   template <class Tag>
   void writeList(const Field& field, const typename Tag::Value& list, int passwordMode);
   template <class Tag>
   bool writeItem(const Field& field, const typename Tag::Value::value_type& item, int passwordMode);
   template <class Tag>
-  void writeMap(const Field& field, typename Tag::Value& map, int passwordMode);
+  void writeMap(const Field& field, const typename Tag::Value& map, int passwordMode);
   template <class T>
-  void writeMapPart(T& part, int passwordMode);
-  void writeNested(YMMessageBase& message, int passwordMode);
+  void writeMapPart(const T& part, int passwordMode);
+  void writeNested(const YMMessageBase& message, int passwordMode);
   bool passwordText(const Field& field, const pstring& value, int passwordMode);
 
   /// Puts value_ where a scalar belongs.

@@ -25,7 +25,7 @@ MessageWriter<Sink>::MessageWriter(Sink& sink, const EncodingFlags& flags,
 }
 
 template <class Sink>
-bool MessageWriter<Sink>::writeFields(YMMessageBase& message, int passwordMode)
+bool MessageWriter<Sink>::writeFields(const YMMessageBase& message, int passwordMode)
 {
   const _ClassDef* cls = message.getClass();
   if (cls == nullptr) {
@@ -53,7 +53,7 @@ bool MessageWriter<Sink>::writeFields(YMMessageBase& message, int passwordMode)
 
 /// In the order of the records, with traces and listeners.
 template <class Sink>
-void MessageWriter<Sink>::writeAll(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+void MessageWriter<Sink>::writeAll(const YMMessageBase& message, const WritePlan& plan, int passwordMode)
 {
   const _ClassDef& cls = *message.getClass();
   const bool oldWay = YMMessageBase::isOldWay(message.getTagID());
@@ -90,7 +90,7 @@ void forEachWritten(const YMMessageBase& message, Visit visit)
 
 /// In the order of the records.
 template <class Sink>
-void MessageWriter<Sink>::writeSet(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+void MessageWriter<Sink>::writeSet(const YMMessageBase& message, const WritePlan& plan, int passwordMode)
 {
   forEachWritten(message, [&](std::size_t position) {
     if (!ends()) {
@@ -101,7 +101,7 @@ void MessageWriter<Sink>::writeSet(YMMessageBase& message, const WritePlan& plan
 
 /// Their ranks are sorted by setting a bit for each.
 template <class Sink>
-void MessageWriter<Sink>::writeAttributes(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+void MessageWriter<Sink>::writeAttributes(const YMMessageBase& message, const WritePlan& plan, int passwordMode)
 {
   ranks_.assign((plan.byRank.size() + 63) / 64, 0);
   forEachWritten(message, [&](std::size_t position) {
@@ -118,7 +118,7 @@ void MessageWriter<Sink>::writeAttributes(YMMessageBase& message, const WritePla
 }
 
 template <class Sink>
-void MessageWriter<Sink>::writeChildren(YMMessageBase& message, const WritePlan& plan, int passwordMode)
+void MessageWriter<Sink>::writeChildren(const YMMessageBase& message, const WritePlan& plan, int passwordMode)
 {
   forEachWritten(message, [&](std::size_t position) {
     const WritePlan::Place place = plan.fields[position].place;
@@ -131,9 +131,10 @@ void MessageWriter<Sink>::writeChildren(YMMessageBase& message, const WritePlan&
 }
 
 template <class Sink>
-bool MessageWriter<Sink>::skippedByListener(YMMessageBase& message, const FieldDef& def) const
+bool MessageWriter<Sink>::skippedByListener(const YMMessageBase& message, const FieldDef& def) const
 {
-  ListenerCbData data{def, &message, 0};
+  // Listeners may change the message, which belongs to their caller.
+  ListenerCbData data{def, const_cast<YMMessageBase*>(&message), 0};
   listeners_.ProcessCallBack(message.getTagID(), data);
   if (data.result == XMLCB_SKIP_PROCESSING) {
     log().debug(writerFunction, writerTraceLevel,
@@ -156,7 +157,7 @@ bool MessageWriter<Sink>::skippedByListener(YMMessageBase& message, const FieldD
 /// Kept apart from the walk, and the branches for single types apart from each other, so that a level of
 /// nesting costs little stack.
 template <class Sink>
-void MessageWriter<Sink>::writeField(YMMessageBase& message, const WritePlan& plan, std::size_t position,
+void MessageWriter<Sink>::writeField(const YMMessageBase& message, const WritePlan& plan, std::size_t position,
                                      int passwordMode)
 {
   const FieldDef& def = message.getClass()->fields[position];
@@ -168,7 +169,7 @@ void MessageWriter<Sink>::writeField(YMMessageBase& message, const WritePlan& pl
 
 template <class Sink>
 template <class Tag>
-[[gnu::noinline]] void MessageWriter<Sink>::writeValue(Tag, YMMessageBase& message, const Field& field,
+[[gnu::noinline]] void MessageWriter<Sink>::writeValue(Tag, const YMMessageBase& message, const Field& field,
                                                        int passwordMode)
 {
   using Value = typename Tag::Value;
@@ -197,17 +198,17 @@ template <class Tag>
     this->wideText(MessageAccess::inPlace<std::wstring>(message, slot));
     putScalar(field);
   } else if constexpr (ByteString<Tag>) {
-    if (const bstring* value = MessageAccess::pointer<bstring>(std::as_const(message), slot)) {
+    if (const bstring* value = MessageAccess::pointer<bstring>(message, slot)) {
       this->base64(value->text());
       putScalar(field);
     }
   } else if constexpr (PasswordString<Tag>) {
-    const pstring* value = MessageAccess::pointer<pstring>(std::as_const(message), slot);
+    const pstring* value = MessageAccess::pointer<pstring>(message, slot);
     if (value != nullptr && passwordText(field, *value, passwordMode)) {
       putScalar(field);
     }
   } else if constexpr (MessageValue<Tag>) {
-    YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
+    const YMMessageBase* value = MessageAccess::pointer<YMMessageBase>(message, slot);
     if (value == nullptr) {
       if (std::string_view(field.name()) != "processinginstructioninfo") {
         tellOfNull();
@@ -219,11 +220,11 @@ template <class Tag>
       sink_.close();
     }
   } else if constexpr (ListValue<Tag> && (Tag::type != FIELD_LIST_WSTRING || Sink::hasWideTexts)) {
-    if (const Value* list = MessageAccess::pointer<Value>(std::as_const(message), slot)) {
+    if (const Value* list = MessageAccess::pointer<Value>(message, slot)) {
       writeList<Tag>(field, *list, passwordMode);
     }
   } else if constexpr (MapValue<Tag>) {
-    if (Value* map = MessageAccess::pointer<Value>(message, slot)) {
+    if (const Value* map = MessageAccess::pointer<Value>(message, slot)) {
       writeMap<Tag>(field, *map, passwordMode);
     }
   }  // types without storage have no value, and XML has no form of wide strings
@@ -250,7 +251,7 @@ bool MessageWriter<Sink>::passwordText(const Field& field, const pstring& value,
 }
 
 template <class Sink>
-void MessageWriter<Sink>::writeNested(YMMessageBase& message, int passwordMode)
+void MessageWriter<Sink>::writeNested(const YMMessageBase& message, int passwordMode)
 {
   (void)writeFields(message, passwordMode);  // tooDeep_ keeps the result
 }
@@ -293,9 +294,7 @@ bool MessageWriter<Sink>::writeItem(const Field& field, const typename Tag::Valu
     if (!sink_.openItem(name)) {
       return false;
     }
-    // The list belongs to a message that the caller may change; only listeners could, through their own
-    // pointer.
-    writeNested(const_cast<YMMessageBase&>(item), passwordMode);
+    writeNested(item, passwordMode);
     sink_.close();
     return true;
   } else {
@@ -316,7 +315,7 @@ bool MessageWriter<Sink>::writeItem(const Field& field, const typename Tag::Valu
 
 template <class Sink>
 template <class T>
-void MessageWriter<Sink>::writeMapPart(T& part, int passwordMode)
+void MessageWriter<Sink>::writeMapPart(const T& part, int passwordMode)
 {
   if constexpr (std::is_same_v<T, YMMessageBase>) {
     sink_.beginPart();
@@ -334,11 +333,11 @@ void MessageWriter<Sink>::writeMapPart(T& part, int passwordMode)
 
 template <class Sink>
 template <class Tag>
-void MessageWriter<Sink>::writeMap(const Field& field, typename Tag::Value& map, int passwordMode)
+void MessageWriter<Sink>::writeMap(const Field& field, const typename Tag::Value& map, int passwordMode)
 {
   const XmlName mapName = Sink::nameOf(field.plan);
   sink_.beginMap(mapName, Tag::info.mapKey != FIELD_OBJECT);
-  for (auto& [key, value] : map) {
+  for (const auto& [key, value] : map) {
     if (ends()) {
       return;
     }
@@ -353,7 +352,7 @@ void MessageWriter<Sink>::writeMap(const Field& field, typename Tag::Value& map,
       });
       continue;
     }
-    writeMapPart(const_cast<std::remove_const_t<std::remove_reference_t<decltype(key)>>&>(key), passwordMode);
+    writeMapPart(key, passwordMode);
     sink_.mapValue();
     writeMapPart(value, passwordMode);
     sink_.closeMapEntry();

@@ -100,7 +100,7 @@ bool nestsTooDeep(const YMMessageBase& root)
   return !acceptsAll(root, true, [](const YMMessageBase&, const WritePlan&) { return true; });
 }
 
-TextWritten writeText(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
+TextWritten writeText(const YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       const XMLSerializationSupport& listeners, KwXMLContextInfo* context, bool elementOnly)
 {
   constexpr int traceLevel = 15;

@@ -20,7 +20,7 @@ struct TextWritten
 /// Leaves to the DOM what is unusual: names that XML might not allow, messages that nest too deep, passwords
 /// that an algorithm has to encrypt in their order, traces, listeners. A value that cannot be written is
 /// unusual, too, as long as nothing of the text has been handed out; later it is logged and left out.
-TextWritten writeText(YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
+TextWritten writeText(const YMMessageBase& message, TextOutput& out, const EncodingFlags& flags,
                       const XMLSerializationSupport& listeners, KwXMLContextInfo* context, bool elementOnly);
 
 /// Whether messages nest deeper in a message than a reader accepts.

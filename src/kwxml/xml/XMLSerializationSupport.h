@@ -14,7 +14,9 @@ inline constexpr int XMLCB_SKIP_PROCESSING = 1;
 struct ListenerCbData
 {
   FieldDef field;
-  YMMessageBase* message;  ///< the message being written; not owned
+  /// The message being written; not owned. A listener that changes it wants a caller whose message is not
+  /// constant, and no other thread that reads it.
+  YMMessageBase* message;
   int result;
 };
 

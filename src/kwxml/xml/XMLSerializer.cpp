@@ -57,7 +57,7 @@ std::u16string rootOf(const YMMessageBase& message)
 
 }  // namespace
 
-int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elementOnly)
+int XMLSerializer::serialize(const YMMessageBase& message, std::string& out, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::serialize";
   if (!initialize()) {
@@ -83,7 +83,7 @@ int XMLSerializer::serialize(YMMessageBase& message, std::string& out, bool elem
   return serializeByDom(message, out, elementOnly);
 }
 
-int XMLSerializer::serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly)
+int XMLSerializer::serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::serialize";
   if (!initialize()) {
@@ -107,12 +107,12 @@ int XMLSerializer::serialize(YMMessageBase& message, const kwxml::TakeText& take
   }
 }
 
-int XMLSerializer::serialize(YMMessageBase& message, std::ostream& out, bool elementOnly)
+int XMLSerializer::serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly)
 {
   return serialize(message, kwxml::intoStream(out), elementOnly);
 }
 
-int XMLSerializer::serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size,
+int XMLSerializer::serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
                              bool elementOnly)
 {
   const int result = serialize(message, kwxml::intoMemory(memory, size), elementOnly);
@@ -128,7 +128,7 @@ int XMLSerializer::finish(const std::string& out)
   return 0;
 }
 
-int XMLSerializer::serializeByDom(YMMessageBase& message, std::string& out, bool elementOnly)
+int XMLSerializer::serializeByDom(const YMMessageBase& message, std::string& out, bool elementOnly)
 {
   constexpr const char* function = "XMLSerializer::serialize";
   xercesc::DOMDocument* document = nullptr;
@@ -166,7 +166,7 @@ int XMLSerializer::serializeByDom(YMMessageBase& message, std::string& out, bool
   return finish(out);
 }
 
-bool XMLSerializer::serializeXMLRecur(YMMessageBase& message, xercesc::DOMDocument* document,
+bool XMLSerializer::serializeXMLRecur(const YMMessageBase& message, xercesc::DOMDocument* document,
                                       xercesc::DOMElement* parent, int passwordMode)
 {
   if (document == nullptr || parent == nullptr) {
@@ -347,7 +347,7 @@ bool XMLSerializer::dumpDocument(std::string& out, xercesc::DOMDocument* documen
   return false;
 }
 
-int XMLSerializer::dumpXmlToFile(YMMessageBase* message, CYxFile* file)
+int XMLSerializer::dumpXmlToFile(const YMMessageBase* message, CYxFile* file)
 {
   constexpr const char* function = "XMLSerializer::dumpXmlToFile";
   constexpr int cannotSerialize = 9;

@@ -52,26 +52,26 @@ public:
   /// The message as UTF-8 XML in `out`: the root element alone when `elementOnly`, else with the XML
   /// declaration. 0 on success; 1, with `out` empty, on failure. A field that cannot be written is logged and
   /// left out.
-  int serialize(YMMessageBase& message, std::string& out, bool elementOnly);
-  int serialize(YMMessageBase& message, std::string& out, int elementOnly)
+  int serialize(const YMMessageBase& message, std::string& out, bool elementOnly);
+  int serialize(const YMMessageBase& message, std::string& out, int elementOnly)
   {
     return serialize(message, out, elementOnly != 0);
   }
-  int serialize(YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
+  int serialize(const YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
   /// The same in parts, so that the text never stands in memory as a whole; only an unusual message (see
   /// docs/architecture.md) is written as one. 1 also when a part was not taken. On any other failure nothing
   /// has been handed out, but where memory ran out. What cannot be written is logged by attributes and then
   /// children once a part has been handed out, not in the order of the records.
-  int serialize(YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false);
-  int serialize(YMMessageBase& message, std::ostream& out, bool elementOnly = false);
+  int serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false);
+  int serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly = false);
   /// Into memory of the caller. `size` becomes the size of the text; where that is more than there is room,
   /// the result is 1 and the memory holds the beginning.
-  int serialize(YMMessageBase& message, std::span<char> memory, std::size_t& size, bool elementOnly = false);
+  int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size, bool elementOnly = false);
   /// How many values of the message that was written last could not be written, or were no UTF-8 and were
   /// taken as Latin-1; each is logged.
   int lost() const { return lost_; }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
-  bool serializeXMLRecur(YMMessageBase& message, xercesc_3_2::DOMDocument* document,
+  bool serializeXMLRecur(const YMMessageBase& message, xercesc_3_2::DOMDocument* document,
                          xercesc_3_2::DOMElement* parent, int passwordMode);
 
   /// A scalar as an attribute of `element`, or as a child with text when values go out as elements.
@@ -99,7 +99,7 @@ public:
 
   /// Writes the message's XML with default flags into a file. 0 on success, 9 when it cannot be serialized, 1
   /// otherwise.
-  static int dumpXmlToFile(YMMessageBase* message, CYxFile* file);
+  static int dumpXmlToFile(const YMMessageBase* message, CYxFile* file);
 
   // ---- Reading
 
@@ -134,7 +134,7 @@ public:
                                      unsigned int& tag);
 
 private:
-  int serializeByDom(YMMessageBase& message, std::string& out, bool elementOnly);
+  int serializeByDom(const YMMessageBase& message, std::string& out, bool elementOnly);
   static int finish(const std::string& out);
   xercesc_3_2::DOMLSSerializer* createWriter(xercesc_3_2::MemoryManager* memory) const;
   bool dumpDocument(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
