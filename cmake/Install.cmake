@@ -31,6 +31,15 @@ endforeach()
 install(FILES "${CMAKE_SOURCE_DIR}/catalogue/catalogue.xsd" "${CMAKE_SOURCE_DIR}/cmake/catalog.xml"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/kwxml")
 
+# gdb looks for what shows a library's objects by the library's whole path, in its own folder of data: it loads this by
+# itself where the prefix is gdb's own, mostly /usr. The prefix is known when the files are installed.
+set(libdir "${CMAKE_INSTALL_LIBDIR}")
+if(NOT IS_ABSOLUTE "${libdir}")
+  set(libdir "\${CMAKE_INSTALL_PREFIX}/${libdir}")
+endif()
+install(FILES "${CMAKE_SOURCE_DIR}/tools/gdb/printers.py" COMPONENT gdb
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libdir}" RENAME "$<TARGET_FILE_NAME:KwXMLMsgsBase>-gdb.py")
+
 set(installed_targets KwXMLMsgsBase kwxml kwxml-catalogue)
 if(NOT KWXML_CATALOGUE_DIR)
   list(APPEND installed_targets KwXMLSample)
