@@ -47,6 +47,64 @@ void expectSaid(const std::string& settings, const char* focus, void (*work)(con
       testing::ExitedWithCode(0), "^" + said + "$");
 }
 
+/// What a process without a log directory and without a sink writes to standard error.
+void expectShown(const char* focus, void (*work)(), const std::string& shown)
+{
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        unsetenv("KWXML_SETTINGS");
+        focus != nullptr ? setenv("KWXML_FOCUS", focus, 1) : unsetenv("KWXML_FOCUS");
+        work();
+        exit(0);
+      },
+      testing::ExitedWithCode(0), shown);
+}
+
+TEST(StandardError, HasTheLinesOfProcessesThatHaveAFocusAndNoLog)
+{
+  const auto work = [] {
+    XMLDebug::getInstance()->logError("f", "a\nb\x1B[2J %d", 1);
+    XMLDebug::getInstance()->debug("f", 1, "unseen");
+    kwxml::setLogSink([](const LogRecord&) { say("sink"); });
+    XMLDebug::getInstance()->logError("f", "unseen");
+  };
+  expectShown("backup", work, R"(^backup: error: f a\\nb\?\[2J 1
+sink
+$)");
+}
+
+TEST(StandardError, IsTheWayOutOfSilence)
+{
+  const auto work = [] {
+    XMLDebug::getInstance()->logError("f", "silent");
+    kwxml::logToStandardError(10);
+    XMLDebug::getInstance()->logError("f", "shown");
+    XMLDebug::getInstance()->debug("f", 10, "shown, too");
+    XMLDebug::getInstance()->debug("f", 11, "unseen");
+    kwxml::setLogSink([](const LogRecord&) { say("sink"); });
+    XMLDebug::getInstance()->logError("f", "twice");
+  };
+  expectShown(nullptr, work, R"(^platform_tests: error: f shown
+platform_tests: level 10: f shown, too
+platform_tests: error: f twice
+sink
+$)");
+}
+
+TEST(StandardError, HasNoFloodAndTellsWhatIsLeftOut)
+{
+  const auto work = [] {
+    for (int i = 0; i < 100000; ++i) {
+      XMLDebug::getInstance()->logError("f", "%d", i);
+    }
+  };
+  expectShown("backup", work, R"(error: f 99
+(.*
+)*backup: [0-9]+ more lines are not shown
+$)");
+}
+
 TEST(XMLDebugProcess, IsSilentWithoutFocus)
 {
   const auto work = [](const TempDirectory& directory) {

@@ -3,6 +3,9 @@
 #include <kwxml/diagnostics/HeldOverForks.h>
 #include <kwxml/platform/KWPI_Focus.h>
 #include <kwxml/platform/KWPlatformInfo.h>
+#include <kwxml/platform/LogSink.h>
+
+#include <errno.h>  // program_invocation_short_name
 
 #include <mutex>
 
@@ -43,6 +46,7 @@ XMLDebug::XMLDebug()
     messageLog = std::make_unique<EvDebug>(logSettings);
     messageLog->initialize(EvDebug::getLogId("XMLMessage"), 0, 0, "");
     messageLog->setLogFileSize(5);
+    messageLog->setStandardError(false);  // the process's log has its lines
   }
   processLog = &log;
 }
@@ -69,10 +73,10 @@ void XMLDebug::write(int level, const char* function, const char* format, va_lis
     return;
   }
   // Each log gets arguments of its own: a log may use up what it is given.
-  if (processLog) {
+  if (EvDebug* host = processLog.load(std::memory_order_acquire)) {
     va_list copy;
     va_copy(copy, args);
-    processLog->handleMsgEventDebug_NEW(level, function, -1, 0, nullptr, format, copy);
+    host->handleMsgEventDebug_NEW(level, function, -1, 0, nullptr, format, copy);
     va_end(copy);
   }
   if (messageLog) {
@@ -141,4 +145,15 @@ const char* XMLDebug::getErrorString(int code)
     default:
       return "Generic error";
   }
+}
+
+void kwxml::logToStandardError(int level)
+{
+  if (const char* focus = KWPI_Focus::getFocus(); focus == nullptr || *focus == '\0') {
+    KWPI_Focus::setFocus(program_invocation_short_name);
+  }
+  setLogLevel(level);
+  alwaysToStandardError();
+  XMLDebug* instance = XMLDebug::getInstance();
+  instance->processLog.store(&instance->log, std::memory_order_release);  // where it was silent
 }

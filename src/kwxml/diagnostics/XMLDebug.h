@@ -3,7 +3,8 @@
 //
 // Lines go to the host process's log, and to the log "XMLMessage" too where the platform setting
 // XMLMessage_DEBUGLEVEL in section EventManager exists. A process without a focus (KWPI_Focus) has a silent
-// instance: it writes nothing. Focus and setting are sampled once, when the instance is made.
+// instance: it writes nothing until it is told to (kwxml::logToStandardError). Focus and setting are sampled
+// once, when the instance is made.
 //
 // Levels: 0 errors; 10 event arguments; 15 and more field by field in the binary form; 25 and more whole
 // messages as XML. The instance is read-only once made: any thread may log. What objects log that end after
@@ -16,6 +17,16 @@
 #include <cstdarg>
 #include <memory>
 #include <string>
+
+namespace kwxml {
+
+/// Shows the library's errors on standard error, one line each, from the next line on: "PROGRAM: error:
+/// FUNCTION TEXT". For programs that have neither a focus nor a log: a process without a focus gets one, the
+/// name of the program, and is silent no more. `level`: the level of all logs, 0 for errors alone. What logs
+/// write elsewhere they write all the same. Any thread may call it, at any time.
+void logToStandardError(int level = 0);
+
+}  // namespace kwxml
 
 class XMLDebug
 {
@@ -40,7 +51,11 @@ public:
 
   /// The level to test before trace text is built: that of the process's log, or -1 for a silent instance, so
   /// that no text is built which nobody would see.
-  int getDebugLevel() const { return processLog && !ended ? processLog->getDebugLevel() : -1; }
+  int getDebugLevel() const
+  {
+    const EvDebug* host = processLog.load(std::memory_order_acquire);
+    return host != nullptr && !ended ? host->getDebugLevel() : -1;
+  }
 
   /// Whether the platform settings ask for the log "XMLMessage". Reads the settings anew.
   bool checkRegistry() const;
@@ -49,6 +64,7 @@ public:
   static const char* getErrorString(int code);
 
 private:
+  friend void kwxml::logToStandardError(int level);
   XMLDebug();
   ~XMLDebug();
   [[gnu::format(printf, 4, 0)]] void write(int level, const char* function, const char* format,
@@ -57,10 +73,10 @@ private:
   // Outside the instance, since it is asked when that has ended: static objects that are older end later.
   static std::atomic<bool> ended;
 
-  std::string name;                     // function name of lines that have none
-  int defaultLevel = 1;                 // level of traces that have none
-  std::unique_ptr<EvDebug> messageLog;  // the library's own log; null unless the settings ask for it
-  EvDebug* processLog = nullptr;        // &log, or null in a silent instance
-  EvDebug log;                          // the process's log
-  EvDebugSettings logSettings;          // what messageLog is made from
+  std::string name;                            // function name of lines that have none
+  int defaultLevel = 1;                        // level of traces that have none
+  std::unique_ptr<EvDebug> messageLog;         // the library's own log; null unless the settings ask for it
+  std::atomic<EvDebug*> processLog = nullptr;  // &log, or null in a silent instance
+  EvDebug log;                                 // the process's log
+  EvDebugSettings logSettings;                 // what messageLog is made from
 };

@@ -6,6 +6,7 @@
 #include <kwxml/platform/LogFile.h>
 #include <kwxml/platform/LogSink.h>
 #include <kwxml/platform/PlatformInternal.h>
+#include <kwxml/platform/StandardError.h>
 
 #include <errno.h>  // program_invocation_short_name
 
@@ -175,7 +176,8 @@ std::string pathOf(const std::string& directory, const std::string& log)
   return (path / fileNameOf(log)).lexically_normal().string();
 }
 
-std::string lineOf(const kwxml::LogRecord& record)
+/// `behind` stands behind each line end.
+std::string lineOf(const kwxml::LogRecord& record, std::string_view behind)
 {
   std::string line;
   line.reserve(record.text.size() + 128);
@@ -198,7 +200,7 @@ std::string lineOf(const kwxml::LogRecord& record)
     const auto u = static_cast<unsigned char>(c);
     line += (u < 0x20 && c != '\n' && c != '\t') || u == 0x7F ? '?' : c;
     if (c == '\n') {
-      line += '\t';
+      line += behind;
     }
   }
   return line;
@@ -217,6 +219,7 @@ struct EvDebug::Impl
 
   std::mutex mutex;
   EvDebugSettings settings;
+  std::atomic<bool> standardError = true;
   int logId = -1;
   std::shared_ptr<const Target> target;
 
@@ -315,6 +318,11 @@ void EvDebug::setLogFileSize(unsigned megabytes)
   impl_->target.reset();
 }
 
+void EvDebug::setStandardError(bool enabled)
+{
+  impl_->standardError.store(enabled, std::memory_order_relaxed);
+}
+
 void EvDebug::handleMsgEventDebug_NEW(int level, const char* function, int /*event*/, int /*reserved*/,
                                       const char* systemName, const char* format, va_list args)
 {
@@ -344,7 +352,11 @@ void EvDebug::write(int level, const char* function, long long reference, const 
     {
       const kwxml::InsideLog inside;
       target = impl_->getTarget();
-      if (!target->file && !toSink) {
+      const bool toStandardError =
+          impl_->standardError.load(std::memory_order_relaxed) &&
+          (kwxml::isAlwaysToStandardError() ||
+           (impl_->settings.toFile != 0 && !target->file && !sinkState().present.load()));
+      if (!target->file && !toSink && !toStandardError) {
         return;
       }
       if (format && !kwxml::formatText(text, format, args)) {
@@ -352,7 +364,10 @@ void EvDebug::write(int level, const char* function, long long reference, const 
       }
       record = {target->name.c_str(), level, function, systemName, text, reference};
       if (target->file) {
-        target->file->write(level, lineOf(record));
+        target->file->write(level, lineOf(record, "\t"));
+      }
+      if (toStandardError) {
+        kwxml::writeToStandardError(target->name, level, lineOf(record, ""));
       }
     }
     if (toSink) {

@@ -1,11 +1,12 @@
 // A log: lines with a level, written to a file that rotates. Everything that logs writes through this class.
 //
 // Where lines go: to `<directory>/<name>.log` when a directory is known, and to the program's sink
-// (LogSink.h) when one is set. With neither, lines are dropped and no file is ever created. The directory
+// (LogSink.h) when one is set. With neither they go to standard error, one line each, at most 100 at once and
+// 20 a second (how many are left out is told there, too). The directory
 // comes from the settings file (KWPlatformInfo.h), read once per process when the first log is made:
 //
 //     [Log]
-//     directory = /var/log/product    created when missing; without it no file is written
+//     directory = /var/log/product    created when missing; without it no file is ever written
 //     level = 0                       level of all logs
 //     size_mb = 10                    a file that would grow beyond it is rotated
 //     files = 5                       rotated files kept beside the current one (<name>.1.log, ...)
@@ -57,6 +58,10 @@ public:
 
   /// Sets the size at which the file is rotated; 0 returns to that of the settings.
   void setLogFileSize(unsigned megabytes);
+
+  /// Whether lines go to standard error where they go nowhere else; true at first. False for a log whose
+  /// lines another log has, too.
+  void setStandardError(bool enabled);
 
   /// The highest level that is written. One atomic load.
   int getDebugLevel() const

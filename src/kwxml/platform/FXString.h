@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <utility>
 
 class FXString
@@ -25,6 +26,7 @@ public:
   const char* c_str() const { return text_.c_str(); }
   const std::string& str() const { return text_; }
   operator const std::string&() const { return text_; }
+  operator std::string_view() const { return text_; }
   size_t length() const { return text_.length(); }
   bool empty() const { return text_.empty(); }
   void clear() { text_.clear(); }

@@ -34,4 +34,8 @@ void setLogSink(std::function<void(const LogRecord&)> sink);
 /// settings. Values below 0 count as 0: errors are always written.
 void setLogLevel(int level);
 
+/// From now on every log writes its lines to standard error, too, whatever else it has (see EvDebug.h on how
+/// many at once). Programs call kwxml::logToStandardError() (XMLDebug.h), which does more.
+void alwaysToStandardError();
+
 }  // namespace kwxml
