@@ -10,6 +10,7 @@
 
 int main(int argc, char** argv)
 {
+  kwxml::logToStandardError();
   std::stringstream text;
   text << std::ifstream(argc > 1 ? argv[1] : "").rdbuf();
   Shop::Order order;

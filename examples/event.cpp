@@ -8,6 +8,7 @@
 
 int main()
 {
+  kwxml::logToStandardError();
   EvMessageContainer event;
   event.setMessageId(4711);
   event.arguments().AddArgument("db-1", ArgumentInfo::kString);

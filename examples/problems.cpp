@@ -2,13 +2,14 @@
 #include <kwxml/codec/StrictReading.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
+#include <kwxml/diagnostics/XMLDebug.h>
 
 #include <iostream>
-#include <memory>
 #include <string>
 
 int main()
 {
+  kwxml::logToStandardError();
   const std::string xml = "<Shop_Order>\n  <items price=\"abc\" name=\"Saw\"/>\n</Shop_Order>\n";
 
   // Any problem leaves no message. They say where they are and print as compilers' lines do.
@@ -19,11 +20,13 @@ int main()
 
   // With an observer of one's own choice the message is what the library has always made of the text.
   kwxml::Problems problems;
-  const std::unique_ptr<YMMessageBase> message(XMLDecoder().unSerialize(xml, nullptr, &problems));
+  const auto message = XMLDecoder().unSerialize(xml, kwxml::owned, nullptr, &problems);
   if (message == nullptr || problems.has(kwxml::ProblemKind::GivenTwice)) {
     return 1;
   }
   std::string read;
-  XMLEncoder().serialize(*message, read, true);
+  if (XMLEncoder().serialize(*message, read, true) != 0) {
+    return 1;
+  }
   std::cout << "read: " << read << "\n";
 }

@@ -52,14 +52,18 @@ constexpr const char* explanation = R"(
 // Each field `x` of a message has
 //
 //   x()          its value: a number, an enumerator, a const reference to a text, list or map (empty when unset),
-//                a pointer to a nested message (null when unset), or a view of a list of messages
-//   set_x(v)     stores a value, or a copy of it, and marks the field set
+//                a pointer to a nested message (null when unset), or a view of a collection of messages or enumerators
+//                (<kwxml/model/TypedCollections.h>)
+//   set_x(v)     stores a value, or a copy of it, and marks the field set; texts, lists and maps that are given away
+//                (std::move) are taken over
 //   mutable_x()  what has parts, to change in place: made when it is missing, and marked set
 //   has_x()      whether the field is set
 //   clear_x()    drops the value and the mark
+//   x_time()     of a field with a date: the number as seconds since the Unix epoch (0 when unset); set_x() takes such a
+//                time, too, and throws std::out_of_range where the field's type does not hold it
 //
-// Fields without a value in memory have no accessors. Lists of enumerations and of bools are lists of unsigned int;
-// the messages in maps are YMMessageBase (kwxml::as<Wrapper>(m) takes one for its wrapper).
+// Fields without a value in memory have no accessors. Lists of bools are lists of unsigned int; maps whose keys are
+// messages are maps of YMMessageBase (kwxml::as<Wrapper>(m) takes one for its wrapper).
 //
 // Names: a character that no C++ name has becomes "_", a digit at the front gets a "_" before it. A field, class or
 // enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
@@ -145,16 +149,36 @@ std::string enumeration(const Class& cls, const std::string& catalogue)
          name + "& value)\n{\n" + self +
          "  int number = 0;\n  if (!::kwxml::enumeratorValue(self, name, number)) {\n    return false;\n  "
          "}\n  value = static_cast<" +
-         name + ">(number);\n  return true;\n}\n";
+         name +
+         ">(number);\n  return true;\n}\n"
+         "/// Writes the enumerator's name, or the number where there is none.\ninline ::std::ostream& "
+         "operator<<(::std::ostream& out, " +
+         name +
+         " value)\n{\n  return ::kwxml::writeEnumerator(out, nameOf(value), static_cast<int>(value));\n}\n";
+}
+
+/// Maps of messages by keys that are none.
+constexpr bool isTypedMap(FieldDataType type)
+{
+  const FieldTypeInfo& info = fieldTypeInfo(type);
+  return info.mapValue == FIELD_OBJECT && info.mapKey != FIELD_OBJECT;
+}
+
+bool isTime(const Field& field)
+{
+  return field.dateForm.has_value();
 }
 
 /// The accessors of one field.
 class Accessors
 {
 public:
-  Accessors(const Field& field, std::size_t number, std::string name, const std::string& tag)
+  /// `timeName` is that of the accessor of a date; empty for other fields.
+  Accessors(const Field& field, std::size_t number, std::string name, std::string timeName,
+            const std::string& tag)
       : field_(field),
         name_(std::move(name)),
+        timeName_(std::move(timeName)),
         // A getter of a scalar is called with its slot alone; of the others the field number is held against
         // the class.
         number_(std::to_string(number)),
@@ -189,6 +213,12 @@ private:
   {
     return "  " + type + " " + name_ + "() const { return " + expression + "; }\n";
   }
+  /// A setter of what its owner gives away; a template, so that it stands back where a conversion would do.
+  std::string taker(const std::string& type, const std::string& statement) const
+  {
+    return "  template <::kwxml::GivenAway<" + type + "> T>\n  void set_" + name_ + "(T&& value) { " +
+           statement + "; }\n";
+  }
   std::string setter(const std::string& type, const std::string& statement) const
   {
     return "  void set_" + name_ + "(" + type + " value) { " + statement + "; }\n";
@@ -220,20 +250,70 @@ private:
     return getter("const " + type + "&", get) + setter("const " + type + "&", set) +
            changer(type + "&", change);
   }
+  /// A text, given as a view or given away.
+  std::string text(const std::string& type, const std::string& get, const std::string& set,
+                   const std::string& change) const
+  {
+    const std::string view = type + "_view";
+    return getter("const " + type + "&", get) + setter(view, ownCall(set, "value")) +
+           taker(type, ownCall(set, "static_cast<T&&>(value)")) + changer(type + "&", change) +
+           refused("NoText");
+  }
   std::string collection(const std::string& type, const std::string& family) const
   {
     return object(type, "::kwxml::orEmpty(" + call("get" + family + "_const") + ")",
-                  call("set" + family, "&value"),
-                  "::kwxml::orScratch(" + call("get" + family, {}, "true") + ")");
+                  call("set" + family, "&value"), made(family)) +
+           setter(type + "&&", made(family) + " = static_cast<" + type + "&&>(value)");
   }
-  /// Templates, so that the views of lists that a program does not use are not made for it.
+  /// The collection itself, made when it is missing, and marked set.
+  std::string made(const std::string& family) const
+  {
+    return "::kwxml::orScratch(" + call("get" + family, {}, "true") + ")";
+  }
+  /// The accessors of a collection that is given as a view: templates, so that the views that a program does
+  /// not use are not made for it.
+  std::string viewed(const std::string& view, const std::string& family) const
+  {
+    const std::string to = "  template <class List = ::kwxml::";
+    return to + "Const" + view + ">\n" + getter("List", call("get" + family + "_const")) + to + view + ">\n" +
+           changer("List", call("get" + family, {}, "true"));
+  }
   std::string messageList() const
   {
-    const std::string view = "MessageList<" + qualified(*field_.reference) + ">";
-    const std::string to = "  template <class List = ::kwxml::";
-    return to + "Const" + view + ">\n" + getter("List", call("getlistobject_const")) + to + "Const" + view +
-           ">\n" + setter("const ::std::type_identity_t<List>&", call("setlistobject", "&value.messages()")) +
-           to + view + ">\n" + changer("List", call("getlistobject", {}, "true"));
+    const std::string wrapper = qualified(*field_.reference);
+    const std::string view = "MessageList<" + wrapper + ">";
+    return viewed(view, "listobject") + "  template <class List = ::kwxml::Const" + view + ">\n" +
+           setter("const ::std::type_identity_t<List>&", call("setlistobject", "&value.messages()")) +
+           "  template <class List = ::std::vector<" + wrapper + ">>\n" +
+           setter("::std::type_identity_t<List>",
+                  "::kwxml::assignMessages(" + made("listobject") + ", static_cast<List&&>(value))");
+  }
+  /// The numbers are taken as well: generic code has them.
+  std::string enumList() const
+  {
+    const std::string type = qualified(*field_.reference);
+    const std::string to = "  template <class List = ::std::";
+    const std::string assign = "::kwxml::assignEnumerators(" + made("listuint") + ", value)";
+    return viewed("EnumList<" + type + ">", "listuint") +
+           setter("const ::std::vector<unsigned int>&", call("setlistuint", "&value")) + to + "vector<" +
+           type + ">>\n" + setter("const ::std::type_identity_t<List>&", assign) + to + "initializer_list<" +
+           type + ">>\n" + setter("::std::type_identity_t<List>", assign);
+  }
+  std::string messageMap(const std::string& key, const std::string& family) const
+  {
+    const std::string type = "::std::map<" + key + ", ::YMMessageBase>";
+    return viewed("MessageMap<" + key + ", " + qualified(*field_.reference) + ">", family) +
+           setter("const " + type + "&", call("set" + family, "&value")) +
+           setter(type + "&&", made(family) + " = static_cast<" + type + "&&>(value)");
+  }
+  /// The number of a date as a point in time.
+  std::string time(const std::string& type) const
+  {
+    const std::string seconds = "::std::chrono::sys_seconds";
+    return "  " + seconds + " " + timeName_ + "() const { return " + seconds + "(::std::chrono::seconds(" +
+           name_ + "())); }\n" +
+           setter(seconds,
+                  "set_" + name_ + "(::kwxml::numberOf<" + type + ">(value.time_since_epoch().count()))");
   }
   std::string message() const
   {
@@ -261,22 +341,21 @@ private:
              setter("bool", ownCall("setInt64Own", "value ? 1 : 0")) + "  template <class T>\n  void set_" +
              name_ + "(T* value) = delete;\n";
     } else if constexpr (IntegerSlot<Tag>) {
-      return integer(nativeName<Native>()) + refused("Floating");
+      const std::string type = nativeName<Native>();
+      return integer(type) + refused("Floating") + (timeName_.empty() ? "" : time(type));
     } else if constexpr (FloatingSlot<Tag>) {
       const std::string type = std::is_same_v<Native, double> ? "double" : "float";
       return getter(type, "get" + type + "(ifOwn(" + slot_ + ", " + tag_ + "), " + key_ + ")") +
              setter(type, call("set" + type, "value"));
     } else if constexpr (Tag::type == FIELD_STRING) {
-      return object("::std::string", ownCall("stringOwn"), ownCall("setStringOwn", "value"),
-                    ownCall("mutableStringOwn")) +
-             refused("NoText");
+      return text("::std::string", ownCall("stringOwn"), "setStringOwn", ownCall("mutableStringOwn"));
     } else if constexpr (Tag::type == FIELD_WSTRING) {
-      return object("::std::wstring", call("getwstring_const"), call("setwstring", "value"),
-                    call("getwstringByRef")) +
-             refused("NoText");
+      return text("::std::wstring", call("getwstring_const"), "setWideStringOwn", call("getwstringByRef"));
     } else if constexpr (ByteString<Tag>) {
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
                     call("setbstringobject", "value"), call("getbstringobjectByRef")) +
+             setter("::bstring&&", ownCall("setBytesOwn", "static_cast<::bstring&&>(value)")) +
+             taker("::std::string_view", ownCall("setBytesOwn", "::bstring(value.data(), value.size())")) +
              refused("NoText");
     } else if constexpr (PasswordString<Tag>) {
       return object("::pstring", "::kwxml::orEmpty(" + call("getpstringobject_const") + ")",
@@ -288,13 +367,19 @@ private:
       return message();
     } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {
       return messageList();
+    } else if constexpr (Tag::type == FIELD_LIST_ENUM) {
+      return enumList();
     } else if constexpr (ListValue<Tag>) {
       using Element = typename Tag::Value::value_type;
       return collection("::std::vector<" + elementName<Element>() + ">", "list" + familyName<Element>());
     } else if constexpr (MapValue<Tag>) {
-      return collection(
-          "::std::map<" + partName(Tag::info.mapKey) + ", " + partName(Tag::info.mapValue) + ">",
-          "Map" + partFamily(Tag::info.mapKey) + "And" + partFamily(Tag::info.mapValue));
+      const std::string key = partName(Tag::info.mapKey);
+      const std::string family =
+          "Map" + partFamily(Tag::info.mapKey) + "And" + partFamily(Tag::info.mapValue);
+      if constexpr (isTypedMap(Tag::type)) {
+        return messageMap(key, family);
+      }
+      return collection("::std::map<" + key + ", " + partName(Tag::info.mapValue) + ">", family);
     } else {
       return {};
     }
@@ -347,6 +432,7 @@ private:
 
   const Field& field_;
   std::string name_;
+  std::string timeName_;
   std::string number_;
   std::string slot_;
   std::string ownPlace_;  ///< of a function that minds foreign tags itself
@@ -382,6 +468,11 @@ std::string wrapper(const Class& cls, const std::string& catalogue)
                     wrapperClass(cls, catalogue) + "  " + name + "() : ::YMMessageBase(kwxmlClass) {}\n";
   // And the accessors' template parameter.
   std::set<std::string> names = {name, "List", "kwxmlClass"};
+  // What a field is called does not depend on which other fields have a date.
+  std::set<std::string> fieldNames = names;
+  for (const Field& field : cls.fields) {
+    fieldNames.insert(cppName(field.name));
+  }
   for (std::size_t i = 0; i < cls.fields.size(); ++i) {
     std::string base = cppName(cls.fields[i].name);
     const auto taken = [&names](const std::string& candidate) {
@@ -398,7 +489,15 @@ std::string wrapper(const Class& cls, const std::string& catalogue)
     for (const char* prefix : {"", "set_", "mutable_", "has_", "clear_"}) {
       names.insert(prefix + base);
     }
-    out += Accessors(cls.fields[i], i, base, tag).text();
+    std::string timeName;
+    if (isTime(cls.fields[i])) {
+      timeName = base + "_time";
+      while (fieldNames.contains(timeName) || taken(timeName)) {
+        timeName.push_back('_');
+      }
+      names.insert(timeName);
+    }
+    out += Accessors(cls.fields[i], i, base, timeName, tag).text();
   }
   return out + "};\n";
 }
@@ -408,14 +507,22 @@ std::string declaration(const Class& cls)
   return cls.isEnum ? "enum class " + cppName(cls.name) + " : int;\n" : "class " + cppName(cls.name) + ";\n";
 }
 
+bool hasTimes(const System& system)
+{
+  return std::any_of(system.classes.begin(), system.classes.end(), [](const Class& cls) {
+    return std::any_of(cls.fields.begin(), cls.fields.end(), isTime);
+  });
+}
+
 /// What the classes of the system refer to, by system.
 std::map<const System*, std::set<const Class*>> references(const System& system)
 {
   std::map<const System*, std::set<const Class*>> result;
   for (const Class& cls : system.classes) {
     for (const Field& field : cls.fields) {
-      const bool named =
-          field.type == FIELD_ENUM || field.type == FIELD_OBJECT || field.type == FIELD_LIST_OBJECT;
+      const bool named = field.type == FIELD_ENUM || field.type == FIELD_OBJECT ||
+                         field.type == FIELD_LIST_ENUM || field.type == FIELD_LIST_OBJECT ||
+                         isTypedMap(field.type);
       if (named && field.reference != nullptr && field.reference->system != &system) {
         result[field.reference->system].insert(field.reference);
       }
@@ -428,12 +535,12 @@ std::map<const System*, std::set<const Class*>> references(const System& system)
 
 OutputFile emitHeader(const System& system, const Emission& emission)
 {
-  std::string out = emission.headLine + "//" + explanation +
-                    "#pragma once\n\n#include <kwxml/model/TypedMessage.h>\n\nnamespace " +
-                    std::string(objectNamespace) +
-                    " {\n"
-                    "extern const ::kwxml::Registry* const " +
-                    emission.name + ";\n}  // namespace " + objectNamespace + "\n\n";
+  std::string out =
+      emission.headLine + "//" + explanation + "#pragma once\n\n#include <kwxml/model/TypedCollections.h>\n" +
+      (hasTimes(system) ? "\n#include <chrono>\n" : "") + "\nnamespace " + std::string(objectNamespace) +
+      " {\n"
+      "extern const ::kwxml::Registry* const " +
+      emission.name + ";\n}  // namespace " + objectNamespace + "\n\n";
   std::map<std::string, std::set<std::string>> others;  // sorted by name: equal schemas give equal bytes
   for (const auto& [other, classes] : references(system)) {
     for (const Class* cls : classes) {

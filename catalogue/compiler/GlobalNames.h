@@ -159,8 +159,9 @@ inline constexpr std::string_view messageMembers =
     "setLastErrorEnglishW setLastSerializedXMLString setMapInt64AndInt64 setMapInt64AndObject "
     "setMapInt64AndString setMapObjectAndObject setMapStringAndInt64 setMapStringAndObject "
     "setMapStringAndString setMemberTestBit setObject setObjectAccessor setPrimitiveBitValue "
-    "setProcessinginstructioninfo setSerialized setSerializedXMLString setStringOwn setXmlWriteFlag "
-    "setbstringobject setcdataobject setdouble setfloat setint64 setlistbstring setlistdouble "
+    "setProcessinginstructioninfo setSerialized setSerializedXMLString setBytesOwn setStringOwn "
+    "setWideStringOwn setXmlWriteFlag setbstringobject setcdataobject setdouble setfloat setint64 "
+    "setlistbstring setlistdouble "
     "setlistfloat setlistint setlistlong setlistlonglong setlistobject setliststring setlistuint "
     "setlistulong setlistulonglong setlistwstring setpstringobject setstring setwstring slotCount "
     "stringOwn there unsetField wipeBitset ";

@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
+#include <sstream>
 #include <tuple>
 
 namespace {
@@ -24,8 +26,12 @@ static_assert(std::is_same_v<decltype(AllTypes().uintValue()), unsigned int>);
 static_assert(std::is_same_v<decltype(AllTypes().ulonglongValue()), unsigned long long>);
 static_assert(std::is_same_v<decltype(AllTypes().enumValue()), Types::Level>);
 static_assert(
-    std::is_same_v<decltype(AllTypes().stringObjectMap()), const std::map<std::string, YMMessageBase>&>);
+    std::is_same_v<decltype(AllTypes().stringObjectMap()), kwxml::ConstMessageMap<std::string, Types::Leaf>>);
+static_assert(
+    std::is_same_v<decltype(AllTypes().objectObjectMap()), const std::map<YMMessageBase, YMMessageBase>&>);
 static_assert(std::random_access_iterator<kwxml::MessageList<Demo::Item>::iterator>);
+static_assert(std::random_access_iterator<kwxml::ConstEnumList<Types::Level>::iterator>);
+static_assert(std::bidirectional_iterator<kwxml::ConstMessageMap<std::string, Types::Leaf>::iterator>);
 
 /// What every field has: unset, then set to `value`, then cleared.
 #define ROUND_TRIP(field, ...)                   \
@@ -135,8 +141,150 @@ TEST(Wrappers, NestedMessagesAndListsOfThem)
   EXPECT_EQ(kwxml::as<Demo::Item>(std::as_const(generic)).name(), "") << "a message of another class";
 }
 
+/// What stands in the memory that a string was given away with.
+template <class Text>
+const void* memoryOf(const Text& text)
+{
+  return static_cast<const void*>(text.data());
+}
+
+TEST(Wrappers, TextsAreTakenAsViewsAndTakenOver)
+{
+  AllTypes m;
+  const std::string_view part = std::string_view("a part of it").substr(2, 4);
+  m.set_stringValue(part);
+  EXPECT_EQ(m.stringValue(), "part");
+  m.set_stringValue(std::string_view("a\0b", 3));
+  EXPECT_EQ(m.stringValue().size(), 3u);
+  m.set_stringValue(std::string_view(m.stringValue()).substr(2));
+  EXPECT_EQ(m.stringValue(), "b") << "a part of itself";
+  m.set_stringValue(bstring("bytes"));
+  EXPECT_EQ(m.stringValue(), "bytes");
+  m.set_wstringValue(std::wstring_view(L"wide").substr(1));
+  EXPECT_EQ(m.wstringValue(), L"ide");
+  m.set_bstringValue(std::string_view("x\0y", 3));
+  EXPECT_EQ(m.bstringValue().size(), 3u);
+
+  std::string large(100, 'x');
+  const void* memory = memoryOf(large);
+  m.set_stringValue(std::move(large));
+  EXPECT_EQ(memoryOf(m.stringValue()), memory);
+  bstring bytes(std::string(100, 'y'));
+  memory = memoryOf(bytes.text());
+  m.set_bstringValue(std::move(bytes));
+  EXPECT_EQ(memoryOf(m.bstringValue().text()), memory);
+  std::vector<int> numbers(100, 7);
+  memory = memoryOf(numbers);
+  m.set_intList(std::move(numbers));
+  EXPECT_EQ(memoryOf(m.intList()), memory);
+  std::map<std::string, YMMessageBase> leaves{{"a", Types::Leaf()}};
+  memory = &leaves.at("a");
+  m.set_stringObjectMap(std::move(leaves));
+  EXPECT_EQ(&m.stringObjectMap().at("a"), memory);
+  EXPECT_TRUE(m.has_stringValue() && m.has_bstringValue() && m.has_intList() && m.has_stringObjectMap());
+}
+
+TEST(Wrappers, ListsOfMessagesAreChangedAsOthersAre)
+{
+  const auto named = [](const char* name) {
+    Demo::Item item;
+    item.set_name(name);
+    return item;
+  };
+  const auto names = [](const Shop::Order& order) {
+    std::string all;
+    for (const Demo::Item& item : order.items()) {
+      all += item.name();
+    }
+    return all;
+  };
+  Shop::Order order;
+  order.set_items({named("c"), named("a"), named("b")});
+  EXPECT_EQ(names(order), "cab");
+  std::vector<Demo::Item> made;
+  made.push_back(named("d"));
+  Shop::Order other;
+  other.set_items(std::move(made));
+  EXPECT_EQ(names(other), "d");
+
+  auto items = order.mutable_items();
+  std::ranges::sort(items, {}, &Demo::Item::name);
+  EXPECT_EQ(names(order), "abc");
+  EXPECT_EQ(items.insert(items.begin() + 1, named("x"))->name(), "x");
+  items.insert(items.end(), named("y"));
+  EXPECT_EQ(names(order), "axbcy");
+  EXPECT_EQ(items.erase(items.begin())->name(), "x");
+  EXPECT_EQ(erase_if(items, [](const Demo::Item& item) { return item.name() >= "x"; }), 2u);
+  EXPECT_EQ(names(order), "bc");
+  items.erase(items.begin(), items.end());
+  EXPECT_TRUE(order.items().empty());
+  order.set_items({});
+  EXPECT_TRUE(order.has_items() && order.items().empty());
+}
+
+TEST(Wrappers, ListsOfEnumeratorsAndMapsOfMessagesHaveTheirTypes)
+{
+  using Types::Level;
+  AllTypes m;
+  m.set_enumList({Level::LOW, Level::BELOW});
+  EXPECT_EQ(m.enumList().back(), Level::BELOW);
+  m.set_enumList(std::vector<Level>{Level::HIGH});
+  auto levels = m.mutable_enumList();
+  levels.push_back(Level::TOP);
+  levels.set(0, Level::MIDDLE);
+  EXPECT_EQ(std::ranges::count(m.enumList(), Level::MIDDLE), 1);
+  EXPECT_EQ(m.enumList(), (std::vector<unsigned>{5, 2147483647}));
+  const std::vector<unsigned>& numbers = m.enumList();
+  EXPECT_EQ(&numbers, &levels.numbers()) << "nothing is copied";
+  EXPECT_THROW((void)m.enumList().at(2), std::out_of_range);
+
+  auto leaves = m.mutable_stringObjectMap();
+  leaves["a"].set_text("first");
+  leaves.insert_or_assign("b", leaves["a"]);
+  leaves["b"].set_text("second");
+  EXPECT_FALSE(leaves.emplace("b", Types::Leaf()).second);
+  std::string all;
+  for (const auto& [key, leaf] : m.stringObjectMap()) {
+    all += key + leaf.text();
+  }
+  EXPECT_EQ(all, "afirstbsecond");
+  EXPECT_EQ(m.stringObjectMap().find("b")->second.text(), "second");
+  EXPECT_EQ(m.stringObjectMap().find("c"), m.stringObjectMap().end());
+  EXPECT_EQ(leaves.erase("a"), 1u);
+  EXPECT_TRUE(leaves.contains("b") && m.stringObjectMap().size() == 1);
+  EXPECT_THROW((void)m.longlongObjectMap().at(1), std::out_of_range);
+}
+
+TEST(Wrappers, DatesArePointsInTime)
+{
+  using namespace std::chrono_literals;
+  const std::chrono::sys_seconds day = std::chrono::sys_days(std::chrono::year(2026) / 11 / 22);
+  Types::Annotated m;
+  EXPECT_EQ(m.dateTime_time(), std::chrono::sys_seconds(0s));
+  m.set_dateTime(day + 90min);
+  m.set_dateOnly(day);
+  EXPECT_EQ(m.dateTime(), 1795311000);
+  EXPECT_EQ(m.dateTime_time() - m.dateOnly_time(), 90min);
+  EXPECT_THROW(m.set_dateOnly(day + std::chrono::years(20)), std::out_of_range) << "32 bits";
+  EXPECT_EQ(m.dateOnly_time(), day);
+}
+
+TEST(Wrappers, CastGivesNullForAnotherClass)
+{
+  Demo::Item item;
+  YMMessageBase* const message = &item;
+  EXPECT_EQ(kwxml::cast<Demo::Item>(message), &item);
+  EXPECT_EQ(kwxml::cast<Demo::Item>(std::as_const(*message)), &item);
+  EXPECT_EQ(kwxml::cast<Shop::Order>(message), nullptr);
+  EXPECT_EQ(kwxml::cast<Shop::Order>(static_cast<YMMessageBase*>(nullptr)), nullptr);
+  EXPECT_EQ(kwxml::cast<Demo::Item>(YMMessageBase()), nullptr);
+}
+
 TEST(Wrappers, EnumeratorsByName)
 {
+  std::ostringstream out;
+  out << Types::Level::HIGH << " " << static_cast<Types::Level>(77);
+  EXPECT_EQ(out.str(), "HIGH 77");
   EXPECT_STREQ(nameOf(Types::Level::HIGH), "HIGH");
   EXPECT_STREQ(nameOf(static_cast<Types::Level>(77)), "");
   Types::Level level = Types::Level::LOW;

@@ -6,8 +6,11 @@
 extern "C" __attribute__((visibility("default"))) void describe(std::string& text)
 {
   Evolving::Item item;
-  XMLDecoder().unSerialize(item, std::string("<Evolving_Item name=\"Saw\" count=\"3\" grade=\"GOOD\"/>"));
-  XMLEncoder().serialize(item, text, true);
+  if (XMLDecoder().unSerialize(item, "<Evolving_Item name=\"Saw\" count=\"3\" grade=\"GOOD\"/>") != 0 ||
+      XMLEncoder().serialize(item, text, true) != 0) {
+    text = "failed";
+    return;
+  }
   text = std::string(kwxml::Registry::of(item).name()) + ": " + text + " " + nameOf(item.grade()) +
          "; first " + kwxml::Registry::current().name();
 }

@@ -357,7 +357,7 @@ TEST_F(StandInPasswords, NoSecretShowsUnlessItsTypeSaysPlain)
     if (registered == 1) {
       registerTransformation();
     } else if (registered == 2) {
-      kwxml::registerPasswordAlgorithms();
+      EXPECT_TRUE(kwxml::registerPasswordAlgorithms());
     }
     const auto protects = [](int number) {
       return number != Annotation::PASS_THROUGH &&

@@ -28,7 +28,9 @@ public:
     renew();
     write("settings", "[Password]\nkeyfile = " + *this / "key\n");
     use();
-    registerPasswordAlgorithms();
+    if (!registerPasswordAlgorithms()) {
+      throw std::runtime_error("the settings name no key");
+    }
   }
   ~PasswordKey()
   {

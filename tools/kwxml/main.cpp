@@ -126,7 +126,7 @@ int run(int argc, char** argv)
   }
   LibraryLog log(session.logLevel);
   if (isPasswordKeyConfigured()) {
-    registerPasswordAlgorithms();
+    static_cast<void>(registerPasswordAlgorithms());
   }
   if (session.needsCatalogue) {
     useNamedCatalogue(session.catalogue);

@@ -1,6 +1,8 @@
 // The switches of one encoding or decoding call.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 /// A plain record; copied into every facade and serializer.
 struct EncodingFlags
 {

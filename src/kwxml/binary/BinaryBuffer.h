@@ -2,6 +2,11 @@
 // a time.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
+#include <cstddef>
+#include <span>
+
 class BinaryBuffer
 {
 public:
@@ -13,6 +18,11 @@ public:
       : data_(data), capacity_(capacity), external_(true)
   {
   }
+  /// Bytes of the caller to read, which must outlive the buffer.
+  explicit BinaryBuffer(std::span<const std::byte> bytes) noexcept
+  {
+    SetReadBuffer(reinterpret_cast<const char*>(bytes.data()), bytes.size(), true);
+  }
   BinaryBuffer(const BinaryBuffer&) = delete;
   BinaryBuffer& operator=(const BinaryBuffer&) = delete;
   ~BinaryBuffer();
@@ -20,6 +30,11 @@ public:
   /// The valid bytes are data()[0] to data()[length() - 1].
   char* data() noexcept { return data_; }
   const char* data() const noexcept { return data_; }
+  /// The valid bytes, as long as the buffer is neither changed nor destroyed.
+  std::span<const std::byte> bytes() const noexcept
+  {
+    return {reinterpret_cast<const std::byte*>(data_), length_};
+  }
   unsigned long capacity() const noexcept { return capacity_; }
   unsigned long length() const noexcept { return length_; }
   /// True when the bytes are the caller's.

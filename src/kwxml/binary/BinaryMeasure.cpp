@@ -77,8 +77,7 @@ template <class Tag>
     const std::size_t size = value != nullptr ? value->size() : 0;
     return key + delimited(call.version > 1 ? base64EncodedLength(size) : size);
   } else if constexpr (PasswordString<Tag>) {
-    PasswordText password =
-        passwordText(def, MessageAccess::pointer<pstring>(message, slot), call);
+    PasswordText password = passwordText(def, MessageAccess::pointer<pstring>(message, slot), call);
     const std::size_t size = password.text.size();
     if (call.keepPasswords && password.kind != PasswordText::NoAnnotation) {
       call.passwordTexts.push_back(
@@ -118,7 +117,8 @@ template <class Tag>
   }
 }
 
-[[gnu::noinline]] std::uint64_t measureOther(const YMMessageBase& message, const FieldDef& def, EncodeCall& call)
+[[gnu::noinline]] std::uint64_t measureOther(const YMMessageBase& message, const FieldDef& def,
+                                             EncodeCall& call)
 {
   return visitFieldType(def.type, [&](auto tag) { return measureValue(tag, message, def, call); });
 }

@@ -350,6 +350,13 @@ YMMessageBase* BinarySerializer::unserialize(BinaryBuffer& buffer, KwXMLContextI
   return message.release();
 }
 
+std::unique_ptr<YMMessageBase> BinarySerializer::unserialize(BinaryBuffer& buffer, kwxml::Owned,
+                                                             KwXMLContextInfo* context,
+                                                             kwxml::ReadObserver* observer)
+{
+  return std::unique_ptr<YMMessageBase>(unserialize(buffer, context, false, observer));
+}
+
 std::unique_ptr<YMMessageBase> kwxml::unserializeNew(BinaryBuffer& buffer, KwXMLContextInfo* context,
                                                      ReadObserver* observer)
 {
@@ -371,7 +378,7 @@ std::unique_ptr<YMMessageBase> kwxml::unserializeNew(BinaryBuffer& buffer, KwXML
   if (YMMessageBase::getIndicesFromTagID(system, index, wanted)) {
     message = std::make_unique<YMMessageBase>(system, index);
   } else {
-    YMMessageBase::createObject(wanted);  // null, with the line that says so
+    (void)YMMessageBase::createObject(wanted);  // null, with the line that says so
   }
   if (message == nullptr || message->getClass() == nullptr) {
     log().logError(function, "Error identifying the object received. TagID = [%u]",

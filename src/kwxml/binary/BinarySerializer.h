@@ -1,15 +1,16 @@
 // Messages in their binary form, and back. All operations are static and keep nothing between calls.
 //
-// Threads may write one message at the same time, each with settings of its own. What calculateReqBinStreamSize()
-// keeps in the messages for serializeBinaryRecursive() is the exception: between the two, no other thread writes
-// the message. Reading trusts nothing: every read stays inside the buffer, and Limits.h says how deep
-// messages nest and what they take of memory. Errors are logged. Without memory reading fails, with a line,
-// and writing does, or throws std::bad_alloc.
+// Threads may write one message at the same time, each with settings of its own. What
+// calculateReqBinStreamSize() keeps in the messages for serializeBinaryRecursive() is the exception: between
+// the two, no other thread writes the message. Reading trusts nothing: every read stays inside the buffer,
+// and Limits.h says how deep messages nest and what they take of memory. Errors are logged. Without memory
+// reading fails, with a line, and writing does, or throws std::bad_alloc.
 #pragma once
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/binary/BinaryStream.h>
 #include <kwxml/model/FieldTypes.h>
+#include <kwxml/model/Owned.h>
 
 struct EncodingFlags;
 class KwXMLContextInfo;
@@ -39,15 +40,16 @@ public:
   /// With a version of 1 or less the size of byte strings and passwords is measured as if they were written
   /// as they are, yet they are written as with version 2, so that the end is missing: deliberate, since
   /// readers know it so.
-  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version,
-                                 const BinarySerializerParameters* parameters);
-  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer, int version);
-  static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer);
+  [[nodiscard]] static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer,
+                                               int version, const BinarySerializerParameters* parameters);
+  [[nodiscard]] static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer,
+                                               int version);
+  [[nodiscard]] static unsigned long serialize(const YMMessageBase& message, BinaryBuffer& buffer);
 
   /// The length of the body, stored as the message's cached size too, as is that of each nested message in
   /// it. 0 when messages nest too deep.
-  static unsigned long calculateReqBinStreamSize(const YMMessageBase& message, int version,
-                                                 const BinarySerializerParameters* parameters);
+  [[nodiscard]] static unsigned long calculateReqBinStreamSize(const YMMessageBase& message, int version,
+                                                               const BinarySerializerParameters* parameters);
   /// Writes the body. The cached sizes of nested messages must be those of calculateReqBinStreamSize().
   static void serializeBinaryRecursive(const YMMessageBase& message, BinaryStream& out, int version,
                                        const BinarySerializerParameters* parameters);
@@ -57,21 +59,27 @@ public:
   /// stay. The header's tag is compared sign-extended, so that a message of a system above 127 is never the
   /// one that the header names: deliberate. `context` may be null; it concerns passwords.
   /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is.
-  static int unserialize(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context = nullptr,
-                         bool merge = false, kwxml::ReadObserver* observer = nullptr);
+  [[nodiscard]] static int unserialize(YMMessageBase& message, BinaryBuffer& buffer,
+                                       KwXMLContextInfo* context = nullptr, bool merge = false,
+                                       kwxml::ReadObserver* observer = nullptr);
   /// A new message of the class that the header names, the caller's; null on failure. `flag` is handed to
   /// YMMessageBase::createObject.
-  static YMMessageBase* unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag,
-                                    kwxml::ReadObserver* observer = nullptr);
+  [[nodiscard]] static YMMessageBase* unserialize(BinaryBuffer& buffer, KwXMLContextInfo* context, bool flag,
+                                                  kwxml::ReadObserver* observer = nullptr);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> unserialize(BinaryBuffer& buffer, kwxml::Owned,
+                                                                  KwXMLContextInfo* context = nullptr,
+                                                                  kwxml::ReadObserver* observer = nullptr);
   /// Reads fields up to the position `end`, or to the end of the stream if that comes first. False when
   /// something was wrong. Of the stream's position nothing can be said then. `flag` has no effect: nested
   /// messages are built in one way only.
-  static bool unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in, unsigned long end, int version,
-                                     KwXMLContextInfo* context, bool flag);
+  [[nodiscard]] static bool unserializeBinaryRecur(YMMessageBase& message, BinaryStream& in,
+                                                   unsigned long end, int version, KwXMLContextInfo* context,
+                                                   bool flag);
 
   /// Reads the header. False, without reading, when the stream is shorter than that. `hasFlag` is the bit
   /// that says that the version is one; without it `version` is the whole word.
-  static bool getVersionAndTagIDFromBuffer(BinaryStream& in, int& version, int& tagId, int& hasFlag);
+  [[nodiscard]] static bool getVersionAndTagIDFromBuffer(BinaryStream& in, int& version, int& tagId,
+                                                         int& hasFlag);
 
   /// The wire code of a type, 7 for what is none.
   static int getEncodingType(FieldDataType type);

@@ -238,7 +238,8 @@ Out writePassword(Out out, const FieldDef& def, const pstring* value, EncodeCall
 }
 
 template <class Tag, class Out>
-[[gnu::noinline]] Out writeValue(Tag, const YMMessageBase& message, const FieldDef& def, Out out, EncodeCall& call)
+[[gnu::noinline]] Out writeValue(Tag, const YMMessageBase& message, const FieldDef& def, Out out,
+                                 EncodeCall& call)
 {
   using Value = typename Tag::Value;
   const short slot = def.slot;

@@ -408,6 +408,30 @@ int YMMessageBaseFileHandler::GetObjectFromFile(YMMessageBase*& message)
   return Success;
 }
 
+int YMMessageBaseFileHandler::GetObjectFromFile(std::unique_ptr<YMMessageBase>& message)
+{
+  return kwxml::intoOwner(message, [&](YMMessageBase*& given) { return GetObjectFromFile(given); });
+}
+
+int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<std::unique_ptr<YMMessageBase>>& messages,
+                                                       int count)
+{
+  std::vector<YMMessageBase*> one;
+  one.reserve(1);
+  int result = Success;
+  for (int i = 0; i < count && result == Success; ++i) {
+    messages.emplace_back();  // its owner has its place before there is a message
+    result = readBinaryBufferFromFile(one, 1);
+    if (one.empty()) {
+      messages.pop_back();
+    } else {
+      messages.back().reset(one.back());
+      one.pop_back();
+    }
+  }
+  return result;
+}
+
 int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count)
 {
   constexpr const char* function = "YMMessageBaseFileHandler::readBinaryBufferFromFile";

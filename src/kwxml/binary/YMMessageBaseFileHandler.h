@@ -72,28 +72,32 @@ public:
   // (NothingMore).
 
   /// Appends one record at the end of the file. `written` are the bytes of the record that are in the file.
-  int AddObjectToFile(const YMMessageBase& message, unsigned int& written);
-  int AddObjectToFile(const YMMessageBase& message);
+  [[nodiscard]] int AddObjectToFile(const YMMessageBase& message, unsigned int& written);
+  [[nodiscard]] int AddObjectToFile(const YMMessageBase& message);
   /// The record at the position, as a new message of the caller's. A record that does not decode gives null
   /// with Success. Nothing is logged for the file. `message` is unchanged when there is no record. Without
   /// memory (NoMemory) the record stays the next one to read.
-  int GetObjectFromFile(YMMessageBase*& message);
+  [[nodiscard]] int GetObjectFromFile(YMMessageBase*& message);
+  /// The same; null where there is no message.
+  [[nodiscard]] int GetObjectFromFile(std::unique_ptr<YMMessageBase>& message);
 
   /// Appends a record per message. A file that is not empty must stand at its beginning.
-  int appendBinaryBufferToFile(std::span<const YMMessageBase* const> messages);
+  [[nodiscard]] int appendBinaryBufferToFile(std::span<const YMMessageBase* const> messages);
   /// Appends up to `count` new messages, the caller's, to `messages`; those that do not decode are left out.
   /// A record that the file cuts short is none (ReadFailed). Without memory (NoMemory) the record stays the
   /// next one to read; those before it are in `messages`.
   /// At position 0 the version is read first, so that a file can be read in several calls.
-  int readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count);
+  [[nodiscard]] int readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count);
+  [[nodiscard]] int readBinaryBufferFromFile(std::vector<std::unique_ptr<YMMessageBase>>& messages,
+                                             int count);
 
   /// Makes the file, of either layout, end with its last whole record, and leaves it positioned there. `cut`
   /// are the bytes that are gone; 0 when it ended so. After a failure of this handler that is where the last
   /// append that succeeded ended, and a checksum is set back to what it was there. Otherwise, also where
   /// the file's size has changed since, the file is walked, and only the beginning of one record at its end
   /// is cut: of a file that may be damaged elsewhere nothing is (ReadFailed). Throws std::bad_alloc.
-  int cutTornTail(std::uint64_t& cut);
-  int cutTornTail();
+  [[nodiscard]] int cutTornTail(std::uint64_t& cut);
+  [[nodiscard]] int cutTornTail();
 
 private:
   class Append;

@@ -25,17 +25,17 @@ public:
   /// message of another class among them), and the reason is logged. `observer` is told of what reading drops
   /// or bends, and of why it failed, with line and column; null: nobody is. Where no memory is left
   /// std::bad_alloc may be thrown.
-  int unSerialize(YMMessageBase& message, std::string_view json,
-                  kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] int unSerialize(YMMessageBase& message, std::string_view json,
+                                kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the text; null on failure.
-  std::unique_ptr<YMMessageBase> unSerialize(std::string_view json,
-                                             kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] std::unique_ptr<YMMessageBase> unSerialize(std::string_view json,
+                                                           kwxml::ReadObserver* observer = nullptr) const;
 
   /// The message in the document that begins at `at`, of several that stand one behind another (JSON lines);
   /// `at` becomes the begin of the next one, or the size of the text. Null on failure, and then `at` is the
   /// size of the text. Places are those in the whole text.
-  std::unique_ptr<YMMessageBase> next(std::string_view json, std::size_t& at,
-                                      kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] std::unique_ptr<YMMessageBase> next(std::string_view json, std::size_t& at,
+                                                    kwxml::ReadObserver* observer = nullptr) const;
 
 private:
   KwXMLContextInfo* context_ = nullptr;

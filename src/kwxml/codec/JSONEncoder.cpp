@@ -68,7 +68,8 @@ int JSONEncoder::serialize(const YMMessageBase& message, std::ostream& out, int*
   return serialize(message, kwxml::intoStream(out), lost);
 }
 
-int JSONEncoder::serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size, int* lost) const
+int JSONEncoder::serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                           int* lost) const
 {
   const int result = serialize(message, kwxml::intoMemory(memory, size), lost);
   return size > memory.size() ? 1 : result;

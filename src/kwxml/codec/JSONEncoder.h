@@ -33,13 +33,15 @@ public:
   /// the message has no class, nests too deep or memory runs out (logged). A value that cannot be written
   /// (a password) is left out, one that cannot be written as it is (a string that is no UTF-8) goes out as if
   /// its bytes were Latin-1; both are logged, and counted in `lost`.
-  int serialize(const YMMessageBase& message, std::string& out, int* lost = nullptr) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, int* lost = nullptr) const;
   /// The same in parts; what nests too deep is refused before the first.
-  int serialize(const YMMessageBase& message, const kwxml::TakeText& take, int* lost = nullptr) const;
-  int serialize(const YMMessageBase& message, std::ostream& out, int* lost = nullptr) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, const kwxml::TakeText& take,
+                              int* lost = nullptr) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::ostream& out, int* lost = nullptr) const;
   /// The same into memory of the caller. `size` is the bytes of the whole text; where they have no room, the
   /// result is 1 and the memory holds the first of them.
-  int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size, int* lost = nullptr) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                              int* lost = nullptr) const;
 
 private:
   KwXMLContextInfo* context_ = nullptr;

@@ -64,11 +64,11 @@ struct Scheme
     return openText('0' + Generation, text, plain, length) ? bstring(plain.bytes, length) : bstring();
   }
 
-  static void registerBoth()
+  static bool registerBoth()
   {
     constexpr auto type = static_cast<Annotation::PasswordEncryptType>(Type);
-    XMLDecoder::registerPasswordEncAlgo(type, encrypt);
-    XMLDecoder::registerPasswordDecAlgo(type, decrypt);
+    return XMLDecoder::registerPasswordEncAlgo(type, encrypt) &&
+           XMLDecoder::registerPasswordDecAlgo(type, decrypt);
   }
 };
 
@@ -102,15 +102,16 @@ bstring passThrough(bstring text, KwXMLContextInfo* context)
 
 }  // namespace
 
-void registerPasswordAlgorithms()
+bool registerPasswordAlgorithms()
 {
-  Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER1, 1>::registerBoth();
-  Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER2, 2>::registerBoth();
-  Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER3, 3>::registerBoth();
-  Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER5, 5>::registerBoth();
-  XMLDecoder::registerPasswordEncAlgo(Annotation::BASE64, encryptBase64);
-  XMLDecoder::registerPasswordDecAlgo(Annotation::BASE64, decryptBase64);
-  XMLDecoder::registerPasswordEncAlgo(Annotation::PASS_THROUGH, passThrough);
+  return Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER1, 1>::registerBoth() &&
+         Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER2, 2>::registerBoth() &&
+         Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER3, 3>::registerBoth() &&
+         Scheme<Annotation::KWPASSWORD_ENCRYPTION_VER5, 5>::registerBoth() &&
+         XMLDecoder::registerPasswordEncAlgo(Annotation::BASE64, encryptBase64) &&
+         XMLDecoder::registerPasswordDecAlgo(Annotation::BASE64, decryptBase64) &&
+         XMLDecoder::registerPasswordEncAlgo(Annotation::PASS_THROUGH, passThrough) &&
+         isPasswordKeyConfigured();
 }
 
 bool isPasswordKeyConfigured()

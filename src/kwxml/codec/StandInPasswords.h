@@ -17,7 +17,10 @@ namespace kwxml {
 /// The session types stay without: their keys belong to sessions that the library knows nothing of. The
 /// newest scheme, KWPASSWORD_ENCRYPTION_VER8, cannot have an algorithm; values get to it by
 /// pstring::getV8Password.
-void registerPasswordAlgorithms();
+///
+/// False when the settings name no key file: until they do, the types with a key refuse every password, and a
+/// plain one in a field of such a type is lost where it is written. BASE64 and PASS_THROUGH need none.
+[[nodiscard]] bool registerPasswordAlgorithms();
 
 /// True when the settings name a key file; whether it can be used shows with each call.
 bool isPasswordKeyConfigured();

@@ -20,11 +20,10 @@ ReadResult read(Read read)
 
 }  // namespace
 
-ReadResult readStrict(const std::string& xml, KwXMLContextInfo* context)
+ReadResult readStrict(std::string_view xml, KwXMLContextInfo* context)
 {
-  return read([&](ReadObserver* observer) {
-    return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(xml, context, observer));
-  });
+  return read(
+      [&](ReadObserver* observer) { return XMLDecoder().unSerialize(xml, owned, context, observer); });
 }
 
 ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context)
@@ -35,7 +34,7 @@ ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context)
 ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context)
 {
   return read([&](ReadObserver* observer) {
-    return std::unique_ptr<YMMessageBase>(XMLDecoder().UnserializeBinary(bytes, context, observer));
+    return XMLDecoder().UnserializeBinary(bytes, owned, context, observer);
   });
 }
 

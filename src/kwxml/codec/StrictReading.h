@@ -15,7 +15,7 @@ namespace kwxml {
 
 struct ReadResult
 {
-  std::unique_ptr<YMMessageBase> message;  ///< null when there was any problem
+  std::unique_ptr<YMMessageBase> message;  ///< null when a problem was met that leaves none
   Problems problems;
   explicit operator bool() const { return message != nullptr; }
 };
@@ -23,7 +23,7 @@ struct ReadResult
 /// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; who wants to tell
 /// errors from warnings gives XMLDecoder an observer. The context (null: none) concerns passwords. Errors are
 /// logged as by XMLDecoder.
-[[nodiscard]] ReadResult readStrict(const std::string& xml, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] ReadResult readStrict(std::string_view xml, KwXMLContextInfo* context = nullptr);
 /// Reads JSON.
 [[nodiscard]] ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
 /// Reads the binary form.

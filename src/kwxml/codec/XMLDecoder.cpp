@@ -32,7 +32,7 @@ XMLSerializer reader(KwXMLContextInfo* context, kwxml::ReadObserver* observer)
 
 }  // namespace
 
-int XMLDecoder::unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context,
+int XMLDecoder::unSerialize(YMMessageBase& message, std::string_view xml, KwXMLContextInfo* context,
                             kwxml::ReadObserver* observer) const
 {
   return reader(context, observer).unserialize(message, xml);
@@ -44,7 +44,7 @@ int XMLDecoder::unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLCon
   return reader(context, observer).unserialize(message, xml);
 }
 
-YMMessageBase* XMLDecoder::unSerialize(const std::string& xml, KwXMLContextInfo* context,
+YMMessageBase* XMLDecoder::unSerialize(std::string_view xml, KwXMLContextInfo* context,
                                        kwxml::ReadObserver* observer) const
 {
   return reader(context, observer).unserialize(xml);
@@ -126,6 +126,13 @@ bool XMLDecoder::CreateObjByName(const std::string& tagName, YMMessageBase** out
     return false;
   }
   return true;
+}
+
+bool XMLDecoder::CreateObjByName(const std::string& tagName, std::unique_ptr<YMMessageBase>& out,
+                                 const char* xml, bool parseNow)
+{
+  return kwxml::intoOwner(
+      out, [&](YMMessageBase*& given) { return CreateObjByName(tagName, &given, xml, parseNow); });
 }
 
 std::string XMLDecoder::getEnumString(const _ClassDef& enumeration, int value)
@@ -361,6 +368,12 @@ bool XMLDecoder::decryptPassword(const FieldDef& field, const unsigned short* te
     }
     return out != nullptr;
   });
+}
+
+bool XMLDecoder::decryptPassword(const FieldDef& field, const unsigned short* text,
+                                 std::unique_ptr<pstring>& out) const
+{
+  return kwxml::intoOwner(out, [&](pstring*& given) { return decryptPassword(field, text, given); });
 }
 
 int XMLDecoder::ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const

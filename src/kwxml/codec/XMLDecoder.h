@@ -7,7 +7,9 @@
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/model/YMMessageBase.h>
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class BinaryBuffer;
@@ -34,30 +36,47 @@ public:
   /// Where no memory is left the message may hold a part of what was read, and std::bad_alloc may be thrown.
   /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Of wide text
   /// lines and columns are those that it has.
-  int unSerialize(YMMessageBase& message, const std::string& xml, KwXMLContextInfo* context = nullptr,
-                  kwxml::ReadObserver* observer = nullptr) const;
-  int unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLContextInfo* context = nullptr,
-                  kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] int unSerialize(YMMessageBase& message, std::string_view xml,
+                                KwXMLContextInfo* context = nullptr,
+                                kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] int unSerialize(YMMessageBase& message, const wchar_t* xml,
+                                KwXMLContextInfo* context = nullptr,
+                                kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the text, which the caller owns; null on failure.
-  YMMessageBase* unSerialize(const std::string& xml, KwXMLContextInfo* context = nullptr,
-                             kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] YMMessageBase* unSerialize(std::string_view xml, KwXMLContextInfo* context = nullptr,
+                                           kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] std::unique_ptr<YMMessageBase> unSerialize(std::string_view xml, kwxml::Owned,
+                                                           KwXMLContextInfo* context = nullptr,
+                                                           kwxml::ReadObserver* observer = nullptr) const
+  {
+    return std::unique_ptr<YMMessageBase>(unSerialize(xml, context, observer));
+  }
 
   /// Reads a message's binary form into `message`, whose class the header must name; see
   /// BinarySerializer::unserialize. 0 on success, -1 on failure. Passwords are read with the facade's
   /// context, or with the one given.
-  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const;
-  int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
-                        kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer) const;
+  [[nodiscard]] int UnserializeBinary(YMMessageBase& message, BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                      kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the buffer, which the caller owns; null on failure.
-  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer) const;
-  YMMessageBase* UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context,
-                                   kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] YMMessageBase* UnserializeBinary(BinaryBuffer& buffer) const;
+  [[nodiscard]] YMMessageBase* UnserializeBinary(BinaryBuffer& buffer, KwXMLContextInfo* context,
+                                                 kwxml::ReadObserver* observer = nullptr) const;
+  [[nodiscard]] std::unique_ptr<YMMessageBase> UnserializeBinary(
+      BinaryBuffer& buffer, kwxml::Owned, KwXMLContextInfo* context = nullptr,
+      kwxml::ReadObserver* observer = nullptr) const
+  {
+    return std::unique_ptr<YMMessageBase>(
+        UnserializeBinary(buffer, context != nullptr ? context : context_, observer));
+  }
 
   /// Makes a message from a tag name ("Demo_Status") in `*out`, which the caller owns. With `xml`, the text
   /// is parsed into it at once (`parseNow`) or kept as its serialized text. False, with `*out` null, on
   /// failure (logged).
-  static bool CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml,
-                              bool parseNow);
+  [[nodiscard]] static bool CreateObjByName(const std::string& tagName, YMMessageBase** out, const char* xml,
+                                            bool parseNow);
+  [[nodiscard]] static bool CreateObjByName(const std::string& tagName, std::unique_ptr<YMMessageBase>& out,
+                                            const char* xml = nullptr, bool parseNow = false);
 
   /// False for nested messages, lists and maps of them, and types without a value. Irregular sets that
   /// encodings rely on; see kwxml::isPrimitiveType and kwxml::isListType.
@@ -84,40 +103,46 @@ public:
   static std::string GetEnumString(const YMMessageBase* message, const char* fieldName, int value);
 
   /// The tags of the annotations attached to a field, in the order of its schema; false when there are none.
-  static bool FillAnnotationIds(const FieldDef& field, std::vector<unsigned long>& ids);
+  [[nodiscard]] static bool FillAnnotationIds(const FieldDef& field, std::vector<unsigned long>& ids);
 
   /// Fills an annotation from the one of its kind that the class attaches to the field or enumerator of that
   /// name (a class has no annotations of its own). False, with `annotation` unchanged and an error line, when
   /// there is no such class, field or annotation, or its record is damaged.
-  static bool FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation, const std::string& name);
-  static bool FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
-                             const std::string& name);
+  [[nodiscard]] static bool FillAnnotation(const _ClassDef* cls, AnnotationBase& annotation,
+                                           const std::string& name);
+  [[nodiscard]] static bool FillAnnotation(const YMMessageBase* message, AnnotationBase& annotation,
+                                           const std::string& name);
   /// The annotation of one kind of a field or an enumerator. False, with `annotation` unchanged, when it has
   /// none (nothing is logged) or its record is damaged (an error line).
-  static bool getCommandParamAnnotation(const FieldDef& field, Annotation::CommandParam& annotation);
-  static bool getTextAnnotation(const FieldDef& field, Annotation::Text& annotation);
-  static bool getSearchCriteriaDefAnnotation(const FieldDef& field,
-                                             Annotation::SearchCriteriaDef& annotation);
-  static bool getStoredProcedure(const FieldDef& field, Annotation::StoredProcedure& annotation);
+  [[nodiscard]] static bool getCommandParamAnnotation(const FieldDef& field,
+                                                      Annotation::CommandParam& annotation);
+  [[nodiscard]] static bool getTextAnnotation(const FieldDef& field, Annotation::Text& annotation);
+  [[nodiscard]] static bool getSearchCriteriaDefAnnotation(const FieldDef& field,
+                                                           Annotation::SearchCriteriaDef& annotation);
+  [[nodiscard]] static bool getStoredProcedure(const FieldDef& field,
+                                               Annotation::StoredProcedure& annotation);
 
   /// Appends to `out`, a std::vector<void*>, a pointer to each element of the list field of that name, in
   /// order. The elements stay the message's and where they are until the list is changed; they are of the
   /// C++ type that the field's list holds (unsigned int for enumerations and bools). A scalar of a type that
   /// isListType() counts among the lists (ulonglong) is its own only element where it is set. False, with a
   /// log line and `out` unchanged, when an argument is null or there is no such list field.
-  static bool ReadFromList(YMMessageBase* message, const std::string& fieldName, void* out);
+  [[nodiscard]] static bool ReadFromList(YMMessageBase* message, const std::string& fieldName, void* out);
   /// Appends a copy of the element at `value`, which has the type that ReadFromList() gives, to the list
   /// field of that name, making the list when it is missing, and marks the field set. False, with a log line,
   /// as above.
-  static bool InsertIntoList(YMMessageBase* message, const std::string& fieldName, const void* value);
+  [[nodiscard]] static bool InsertIntoList(YMMessageBase* message, const std::string& fieldName,
+                                           const void* value);
 
   // Passwords. The algorithms are the process's, registered at start-up before threads encode or decode;
   // PasswordAlgorithms.h says what they get and give, PasswordFields.h which one serves what.
 
   /// Registers the algorithm of a type (null: none). False for a type above KWPASSWORD_ENCRYPTION_VER5, the
   /// newest scheme among them. Either way a line at level 10.
-  static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
-  static bool registerPasswordDecAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
+  [[nodiscard]] static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type,
+                                                    PasswordAlgorithm algorithm);
+  [[nodiscard]] static bool registerPasswordDecAlgo(Annotation::PasswordEncryptType type,
+                                                    PasswordAlgorithm algorithm);
   /// Null for a type without an algorithm.
   static PasswordAlgorithm GetRegisteredPasswordEncAlgo(Annotation::PasswordEncryptType type);
   static PasswordAlgorithm GetRegisteredPasswordDecAlgo(Annotation::PasswordEncryptType type);
@@ -125,15 +150,17 @@ public:
   /// The wire text of a password for a field of encryption type `type`; the flags' targetPasswordType counts
   /// instead where it is set. 0; 6, with `out` empty, when nothing can protect the value. `value` is not
   /// changed.
-  int encryptPassword(int type, pstring& value, std::string& out) const;
+  [[nodiscard]] int encryptPassword(int type, pstring& value, std::string& out) const;
   /// The value of a password field from its received zero-terminated text, escapes undone. False, with `out`
   /// null, when nothing can decrypt it. The caller owns `out`.
-  bool decryptPassword(const FieldDef& field, const unsigned short* text, pstring*& out) const;
+  [[nodiscard]] bool decryptPassword(const FieldDef& field, const unsigned short* text, pstring*& out) const;
+  [[nodiscard]] bool decryptPassword(const FieldDef& field, const unsigned short* text,
+                                     std::unique_ptr<pstring>& out) const;
   /// Decrypts a received password in place; its type is the context's password type, or the flags'
   /// targetPasswordType where that is 0. The algorithm finds `reEncrypt` in the context. 0; otherwise `value`
   /// is unchanged (1: empty, no valid type, no session, cannot be decrypted; 6: no algorithm), with an error
   /// line.
-  int ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const;
+  [[nodiscard]] int ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const;
 
 private:
   KwXMLContextInfo* context_ = nullptr;

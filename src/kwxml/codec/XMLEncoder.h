@@ -27,20 +27,24 @@ public:
 
   /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
   /// success; 1, with `out` empty, on failure.
-  int serialize(const YMMessageBase& message, std::string& out, bool elementOnly = false) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, bool elementOnly = false) const;
   /// In parts, to a stream, and into memory of the caller; see XMLSerializer::serialize.
-  int serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false) const;
-  int serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly = false) const;
-  int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
-                bool elementOnly = false) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, const kwxml::TakeText& take,
+                              bool elementOnly = false) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::ostream& out,
+                              bool elementOnly = false) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                              bool elementOnly = false) const;
 
   /// The message in its binary form; see BinarySerializer::serialize, whose result it gives. Passwords are
   /// encrypted with default flags and no context.
-  static unsigned long SerializeBinary(const YMMessageBase& message, BinaryBuffer& buffer);
-  static unsigned long SerializeBinary(const YMMessageBase& message, BinaryBuffer& buffer, int version);
+  [[nodiscard]] static unsigned long SerializeBinary(const YMMessageBase& message, BinaryBuffer& buffer);
+  [[nodiscard]] static unsigned long SerializeBinary(const YMMessageBase& message, BinaryBuffer& buffer,
+                                                     int version);
 
   /// See XMLDecoder::registerPasswordEncAlgo.
-  static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type, PasswordAlgorithm algorithm);
+  [[nodiscard]] static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type,
+                                                    PasswordAlgorithm algorithm);
 
 private:
   KwXMLContextInfo* context_ = nullptr;

@@ -38,19 +38,20 @@ void setEvMessageArgumentsToXML(const ArgumentInfo* in, std::vector<Common::Even
 /// Makes `out` the event of the message, its arguments in the order of their positions. Numbers are read as
 /// far as they go, 0 without any. False, with `out` empty, for an argument of a type that does not exist
 /// (logged).
-bool getEvMessageContainerFromXML(Common::EventMessage in, EvMessageContainer& out);
+[[nodiscard]] bool getEvMessageContainerFromXML(Common::EventMessage in, EvMessageContainer& out);
 /// The same for the arguments alone, which are appended; `in` is sorted by position (arguments of one
 /// position in any order).
-bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& in, EvMessageContainer& out);
+[[nodiscard]] bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& in,
+                                                         EvMessageContainer& out);
 
 /// Appends a text to the arguments of a message, with the position behind their number, from 1 on. True;
 /// false (logged) where the catalogue has no such class.
-bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
+[[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
 /// The same for a number, whose type is told by its name at run time: "int", "long" or "__int64". Compilers
 /// for this platform have other names ("i", "l", "x"), with which the number is refused: false, and an error
 /// line. For int, long and long long.
 template <class T>
 requires std::is_arithmetic_v<T>
-bool pushEventArgumentXML(Common::EventMessage& message, T value);
+[[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, T value);
 
 bool eventArgumentPositionSortPredicate(Common::EventArgument& a, Common::EventArgument& b);

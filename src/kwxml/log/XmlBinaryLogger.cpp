@@ -28,8 +28,8 @@ void XmlBinaryLogger::Debug(const char* function, const char* format, BinaryBuff
   va_end(args);
 }
 
-void XmlBinaryLogger::DebugLvl(const char* function, int level, const char* format, const YMMessageBase* message,
-                               ...)
+void XmlBinaryLogger::DebugLvl(const char* function, int level, const char* format,
+                               const YMMessageBase* message, ...)
 {
   va_list args;
   va_start(args, message);

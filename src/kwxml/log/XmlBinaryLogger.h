@@ -42,8 +42,8 @@ public:
   void DebugLvl(const char* function, int level, const char* format, BinaryBuffer* buffer, ...);
   /// With a reference that the log shows.
   KWXML_LOG_FORMAT(5, 7)
-  void DebugLvl(const char* function, int level, int reference, const char* format, const YMMessageBase* message,
-                ...);
+  void DebugLvl(const char* function, int level, int reference, const char* format,
+                const YMMessageBase* message, ...);
   KWXML_LOG_FORMAT(5, 7)
   void DebugLvl(const char* function, int level, int reference, const char* format, BinaryBuffer* buffer,
                 ...);

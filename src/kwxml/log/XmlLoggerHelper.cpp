@@ -112,7 +112,7 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
     KWPI_Focus::setFocus(KWPI_Focus::getFocus());
     made->initThreadPool("XmlLoggerHelper", 300, 20, 20, 20);
     event.get();
-    XMLSerializer::initialize();
+    (void)XMLSerializer::initialize();
     XMLDebug::getInstance();  // workers write to it until the drain: what is made first ends last
     pool = made.release();
     std::atexit(drainAtExit);
@@ -165,7 +165,7 @@ std::string xmlOf(messageContainer& record)
     return xml;
   }
   try {
-    XMLSerializer::initialize();
+    (void)XMLSerializer::initialize();
     const kwxml::UsingCatalogue scope(record.registry != nullptr ? *record.registry
                                                                  : kwxml::Registry::current());
     record.message.reset(XMLDecoder().UnserializeBinary(*record.buffer));

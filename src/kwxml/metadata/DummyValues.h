@@ -16,7 +16,7 @@
 /// 0; 1 for null, for a message without a class, and when a message below cannot be filled, with what had
 /// been filled until then. A class that holds itself ends that way at the deepest nesting that encodings
 /// accept, and so does one that holds too many messages (Limits.h); both are logged.
-int recurseAndFillDummyValues(YMMessageBase* message);
+[[nodiscard]] int recurseAndFillDummyValues(YMMessageBase* message);
 
 /// The same, 0 or 1, with an error line on failure. The message stays the caller's.
-int createXMLObjectWithDummyValues(YMMessageBase*& message);
+[[nodiscard]] int createXMLObjectWithDummyValues(YMMessageBase*& message);

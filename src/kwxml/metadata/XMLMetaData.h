@@ -35,19 +35,20 @@ public:
   /// left out, and so is all that lies in lists of messages (a line at level 25 each) or below the deepest
   /// nesting that encodings accept (logged). 0; 1, with `out` unchanged, for null, without a class, or for a
   /// system without XPath tables.
-  int getXpathMetaData(YMMessageBase* message, std::vector<XPathMetaData>& out, bool all);
+  [[nodiscard]] int getXpathMetaData(YMMessageBase* message, std::vector<XPathMetaData>& out, bool all);
 
   /// Stores values into a message of a class of the system, by ID; the other members of a record do not
   /// count. Nested messages on the way are made when they are missing; a record that leads through a list of
   /// messages adds an element to it. A record with an unknown ID is logged and passed over. 0; 1 at the first
   /// record that cannot be stored, with those before it stored (and what it made on its way), and in the
   /// cases above.
-  int setXpathMetaData(YMMessageBase*& message, std::vector<XPathMetaData> records, short systemIndex);
+  [[nodiscard]] int setXpathMetaData(YMMessageBase*& message, std::vector<XPathMetaData> records,
+                                     short systemIndex);
 
   /// The ID of an XPath in the tables that this object keeps; false, with `id` unchanged, when there is none.
-  bool getXPathIDFromXPath(const char* xpath, int& id) const;
+  [[nodiscard]] bool getXPathIDFromXPath(const char* xpath, int& id) const;
   /// The XPath of an ID; false when there is none, and, with `xpath` empty, for a system without tables.
-  bool getXPathFromID(short systemIndex, int id, std::string& xpath) const;
+  [[nodiscard]] bool getXPathFromID(short systemIndex, int id, std::string& xpath) const;
   /// The index that belongs to an ID among the entries 0 to `last` of a table sorted by ID; -1 when there is
   /// none or `last` is negative.
   int getXPathFieldsInfoIndex(const XPathIDHelper* table, int last, int id) const;
@@ -68,7 +69,7 @@ public:
   /// "nan". A number takes the whole text. The text of byte strings and passwords is decoded when it is
   /// base64 exactly as getStringFromFld() writes it (each line ended), and stands for itself when it is
   /// anything else; a password becomes a plain one.
-  static bool replaceValuefromString(MsgFieldContext& field, const std::string& text);
+  [[nodiscard]] static bool replaceValuefromString(MsgFieldContext& field, const std::string& text);
 
 private:
   struct Collector;

@@ -28,8 +28,8 @@ std::string schemaOf(const YMMessageBase& m)
   std::string schema;
   if (m.getClass() != nullptr) {
     const UsingCatalogue scope(m);
-    YMMessageBase::getMessageSchemaString(schema, static_cast<short>(m.getSubsysID()), m.getClassIndex(),
-                                          true, true);
+    (void)YMMessageBase::getMessageSchemaString(schema, static_cast<short>(m.getSubsysID()),
+                                                m.getClassIndex(), true, true);
   }
   return schema;
 }

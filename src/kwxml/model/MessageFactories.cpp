@@ -106,6 +106,46 @@ int YMMessageBase::constructObject(unsigned long system, unsigned long classId, 
   return ConstructObject(system << 24 | classId, xml, out, parseNow, errorText);
 }
 
+// ---- The same, with owners
+
+std::unique_ptr<YMMessageBase> YMMessageBase::createObject(unsigned long tag, kwxml::Owned)
+{
+  return std::unique_ptr<YMMessageBase>(createObject(tag));
+}
+
+std::unique_ptr<YMMessageBase> YMMessageBase::createObjectFromIndices(short system, int classIndex,
+                                                                      kwxml::Owned)
+{
+  return std::unique_ptr<YMMessageBase>(createObjectFromIndices(system, classIndex));
+}
+
+std::unique_ptr<YMMessageBase> YMMessageBase::createObjectFromClassID(const unsigned long* packed,
+                                                                      kwxml::Owned)
+{
+  return std::unique_ptr<YMMessageBase>(createObjectFromClassID(packed));
+}
+
+std::unique_ptr<YMMessageBase> YMMessageBase::createFromClassIDIfNotProcessingInstructionInfo(
+    const unsigned long* packed, kwxml::Owned)
+{
+  return std::unique_ptr<YMMessageBase>(createFromClassIDIfNotProcessingInstructionInfo(packed));
+}
+
+int YMMessageBase::ConstructObject(unsigned long tag, const char* xml, std::unique_ptr<YMMessageBase>& out,
+                                   bool parseNow, std::string& errorText)
+{
+  return kwxml::intoOwner(
+      out, [&](YMMessageBase*& given) { return ConstructObject(tag, xml, given, parseNow, errorText); });
+}
+
+int YMMessageBase::constructObject(unsigned long system, unsigned long classId, const char* xml,
+                                   std::unique_ptr<YMMessageBase>& out, bool parseNow, std::string& errorText)
+{
+  return kwxml::intoOwner(out, [&](YMMessageBase*& given) {
+    return constructObject(system, classId, xml, given, parseNow, errorText);
+  });
+}
+
 // ---- Processing-instruction info
 
 namespace {

@@ -5,6 +5,8 @@
 // never changes them. Sizes and member orders are part of the contract with compiled catalogues.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <kwxml/model/FieldTypes.h>
 
 #include <cstdint>

@@ -3,7 +3,43 @@
 
 #include <kwxml/model/AccessorRules.h>
 
+#include <utility>
+
 using Access = kwxml::AccessorRules;
+
+namespace {
+
+// Under which the log knows the setters, whoever calls them.
+constexpr const char* setstringFunction =
+    "void YMMessageBase::setstring(short int, short int, const std::string&, long unsigned int, unsigned "
+    "int)";
+constexpr const char* setwstringFunction =
+    "void YMMessageBase::setwstring(short int, short int, const std::wstring&, long unsigned int, unsigned "
+    "int)";
+constexpr const char* setbstringFunction =
+    "void YMMessageBase::setbstringobject(short int, short int, const bstring&, long unsigned int, unsigned "
+    "int)";
+
+template <class String, class Text>
+void setText(YMMessageBase& message, const char* function, const kwxml::FieldAddress& address, Text&& value)
+{
+  if (auto* text = Access::markedString<String>(message, function, address)) {
+    *text = std::forward<Text>(value);
+  }
+}
+
+template <class Bytes>
+void setBytes(YMMessageBase& message, const kwxml::FieldAddress& address, Bytes&& value)
+{
+  bstring* target = Access::markedObject<bstring>(message, setbstringFunction, address);
+  if (auto* password = dynamic_cast<pstring*>(target)) {
+    *password = value;  // a plain text again
+  } else if (target != nullptr) {
+    *target = std::forward<Bytes>(value);
+  }
+}
+
+}  // namespace
 
 std::string& YMMessageBase::getstring(short field, short slot, unsigned long tag, unsigned int hash)
 {
@@ -32,13 +68,19 @@ std::string& YMMessageBase::getstringByRef(short field, short slot, unsigned lon
 void YMMessageBase::setstring(short field, short slot, const std::string& value, unsigned long tag,
                               unsigned int hash)
 {
-  if (auto* text = Access::markedString<std::string>(
-          *this,
-          "void YMMessageBase::setstring(short int, short int, const std::string&, long "
-          "unsigned int, unsigned int)",
-          {field, slot, tag, hash})) {
-    *text = value;
-  }
+  setText<std::string>(*this, setstringFunction, {field, slot, tag, hash}, value);
+}
+
+void YMMessageBase::setStringOwn(short field, short slot, std::string_view value, unsigned long tag,
+                                 unsigned int hash)
+{
+  setText<std::string>(*this, setstringFunction, {ifOwn(field, tag), slot, tag, hash}, value);
+}
+
+void YMMessageBase::setStringOwn(short field, short slot, std::string&& value, unsigned long tag,
+                                 unsigned int hash)
+{
+  setText<std::string>(*this, setstringFunction, {ifOwn(field, tag), slot, tag, hash}, std::move(value));
 }
 
 std::wstring& YMMessageBase::getwstring(short field, short slot, unsigned long tag, unsigned int hash)
@@ -68,13 +110,19 @@ std::wstring& YMMessageBase::getwstringByRef(short field, short slot, unsigned l
 void YMMessageBase::setwstring(short field, short slot, const std::wstring& value, unsigned long tag,
                                unsigned int hash)
 {
-  if (auto* text = Access::markedString<std::wstring>(
-          *this,
-          "void YMMessageBase::setwstring(short int, short int, const std::wstring&, "
-          "long unsigned int, unsigned int)",
-          {field, slot, tag, hash})) {
-    *text = value;
-  }
+  setText<std::wstring>(*this, setwstringFunction, {field, slot, tag, hash}, value);
+}
+
+void YMMessageBase::setWideStringOwn(short field, short slot, std::wstring_view value, unsigned long tag,
+                                     unsigned int hash)
+{
+  setText<std::wstring>(*this, setwstringFunction, {ifOwn(field, tag), slot, tag, hash}, value);
+}
+
+void YMMessageBase::setWideStringOwn(short field, short slot, std::wstring&& value, unsigned long tag,
+                                     unsigned int hash)
+{
+  setText<std::wstring>(*this, setwstringFunction, {ifOwn(field, tag), slot, tag, hash}, std::move(value));
 }
 
 bstring*& YMMessageBase::getbstringobject(short field, short slot, unsigned long tag, unsigned int hash)
@@ -106,15 +154,13 @@ bstring& YMMessageBase::getbstringobjectByRef(short field, short slot, unsigned 
 void YMMessageBase::setbstringobject(short field, short slot, const bstring& value, unsigned long tag,
                                      unsigned int hash)
 {
-  bstring* target = Access::markedObject<bstring>(*this,
-                                                  "void YMMessageBase::setbstringobject(short int, short "
-                                                  "int, const bstring&, long unsigned int, unsigned int)",
-                                                  {field, slot, tag, hash});
-  if (auto* password = dynamic_cast<pstring*>(target)) {
-    *password = value;  // a plain text again
-  } else if (target != nullptr) {
-    *target = value;
-  }
+  setBytes(*this, {field, slot, tag, hash}, value);
+}
+
+void YMMessageBase::setBytesOwn(short field, short slot, bstring&& value, unsigned long tag,
+                                unsigned int hash)
+{
+  setBytes(*this, {ifOwn(field, tag), slot, tag, hash}, std::move(value));
 }
 
 pstring*& YMMessageBase::getpstringobject(short field, short slot, unsigned long tag, unsigned int hash)

@@ -6,9 +6,12 @@
 // copied deeply and share nothing, so distinct objects may be used by distinct threads at the same time.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <utility>
 
 class bstring;
@@ -100,6 +103,7 @@ public:
   const std::string& text() const noexcept { return text_; }
   std::string& text() noexcept { return text_; }
   operator const std::string&() const noexcept { return text_; }
+  operator std::string_view() const noexcept { return text_; }
   const char* c_str() const noexcept { return text_.c_str(); }
   std::size_t size() const noexcept { return text_.size(); }
   bool empty() const noexcept { return text_.empty(); }
@@ -165,6 +169,7 @@ public:
   const std::string& text() const noexcept { return text_; }
   std::string& text() noexcept { return text_; }
   operator const std::string&() const noexcept { return text_; }
+  operator std::string_view() const noexcept { return text_; }
   const char* c_str() const noexcept { return text_.c_str(); }
   std::size_t size() const noexcept { return text_.size(); }
   bool empty() const noexcept { return text_.empty(); }

@@ -5,11 +5,14 @@
 // them. Its accessors are the generic ones with constant addresses.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -65,6 +68,9 @@ inline constexpr bool isWrapper =
 /// What no text can be made of, although a null pointer, and a 0 for one, converts to one.
 template <class T>
 concept NoText = std::is_null_pointer_v<T> || std::is_integral_v<T>;
+/// A text that its owner gives away: what a setter may take over instead of copying it.
+template <class T, class Text>
+concept GivenAway = std::is_same_v<T, Text>;
 /// What a whole number can be made of, but loses its fraction.
 template <class T>
 concept Floating = std::is_floating_point_v<T>;
@@ -85,6 +91,29 @@ template <class Wrapper>
 const Wrapper& as(const YMMessageBase& message)
 {
   return as<Wrapper>(const_cast<YMMessageBase&>(message));
+}
+
+/// A message as its wrapper where it is of the wrapper's class; null for one of another class, for one
+/// without a class, and for null. Throws as kwxml::as() does.
+template <class Wrapper>
+[[nodiscard]] Wrapper* cast(YMMessageBase* message)
+{
+  return message != nullptr && message->getTagID() == Wrapper::tag ? &as<Wrapper>(*message) : nullptr;
+}
+template <class Wrapper>
+[[nodiscard]] const Wrapper* cast(const YMMessageBase* message)
+{
+  return cast<Wrapper>(const_cast<YMMessageBase*>(message));
+}
+template <class Wrapper>
+[[nodiscard]] Wrapper* cast(YMMessageBase& message)
+{
+  return cast<Wrapper>(&message);
+}
+template <class Wrapper>
+[[nodiscard]] const Wrapper* cast(const YMMessageBase& message)
+{
+  return cast<Wrapper>(&message);
 }
 
 /// What an accessor gives for a value that is not there: an empty one, the same for all.
@@ -114,6 +143,22 @@ T& orScratch(T* value)
 const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
                           const WrapperClass& outer);
+/// Throws std::out_of_range.
+[[noreturn]] void refuseTime(long long seconds);
+/// Writes the name, or the number where the name is empty.
+std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
+
+/// A count of seconds as the number of a field. Throws std::out_of_range where the type does not hold it.
+template <class Number>
+Number numberOf(long long seconds)
+{
+  const auto number = static_cast<Number>(seconds);
+  if (static_cast<long long>(number) != seconds || (number < 0) != (seconds < 0)) {
+    refuseTime(seconds);
+  }
+  return number;
+}
+
 /// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
 /// message.
 void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
@@ -129,115 +174,6 @@ void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsi
 /// enumeration: a program's constants would mean others.
 const char* enumeratorName(const WrapperEnum& enumeration, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
-bool enumeratorValue(const WrapperEnum& enumeration, const std::string& name, int& value);
-
-/// Steps through messages as their wrappers, which it gives as kwxml::as() does.
-template <class Wrapper, class Message>
-class MessageIterator
-{
-public:
-  // That of any random access iterator; <iterator> would take a tenth of a wrapper header's compile time.
-  using iterator_category = std::vector<YMMessageBase>::iterator::iterator_category;
-  using value_type = std::remove_cv_t<Wrapper>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = Wrapper*;
-  using reference = Wrapper&;
-
-  MessageIterator() = default;
-  explicit MessageIterator(Message* at) : at_(at) {}
-
-  reference operator*() const { return as<value_type>(*at_); }
-  pointer operator->() const { return &**this; }
-  reference operator[](difference_type n) const { return *(*this + n); }
-  MessageIterator& operator++() { return *this += 1; }
-  MessageIterator& operator--() { return *this += -1; }
-  MessageIterator operator++(int) { return MessageIterator(at_++); }
-  MessageIterator operator--(int) { return MessageIterator(at_--); }
-  MessageIterator& operator+=(difference_type n)
-  {
-    at_ += n;
-    return *this;
-  }
-  MessageIterator& operator-=(difference_type n) { return *this += -n; }
-  friend MessageIterator operator+(MessageIterator i, difference_type n) { return i += n; }
-  friend MessageIterator operator+(difference_type n, MessageIterator i) { return i += n; }
-  friend MessageIterator operator-(MessageIterator i, difference_type n) { return i -= n; }
-  friend difference_type operator-(MessageIterator a, MessageIterator b) { return a.at_ - b.at_; }
-  friend auto operator<=>(MessageIterator, MessageIterator) = default;
-
-private:
-  Message* at_ = nullptr;
-};
-
-/// The messages of a list field as their wrappers, to read, each given as kwxml::as() does. A view: it holds
-/// while the list is neither changed nor destroyed.
-template <class Wrapper>
-class ConstMessageList
-{
-public:
-  using Messages = std::vector<YMMessageBase>;
-  using value_type = Wrapper;
-  using const_iterator = MessageIterator<const Wrapper, const YMMessageBase>;
-  using iterator = const_iterator;
-
-  /// Null is an empty list.
-  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages)) {}
-
-  bool empty() const noexcept { return messages_->empty(); }
-  std::size_t size() const noexcept { return messages_->size(); }
-  const Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
-  /// Throws std::out_of_range as well.
-  const Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
-  const Wrapper& front() const { return (*this)[0]; }
-  const Wrapper& back() const { return (*this)[size() - 1]; }
-  const_iterator begin() const { return const_iterator(messages_->data()); }
-  const_iterator end() const { return const_iterator(messages_->data() + messages_->size()); }
-  /// The list itself.
-  const Messages& messages() const noexcept { return *messages_; }
-
-private:
-  const Messages* messages_;
-};
-
-/// The same, to change.
-template <class Wrapper>
-class MessageList
-{
-public:
-  using Messages = std::vector<YMMessageBase>;
-  using value_type = Wrapper;
-  using iterator = MessageIterator<Wrapper, YMMessageBase>;
-
-  /// Null is a list that is never read again.
-  MessageList(Messages* messages) : messages_(&orScratch(messages)) {}
-  operator ConstMessageList<Wrapper>() const { return messages_; }
-
-  bool empty() const noexcept { return messages_->empty(); }
-  std::size_t size() const noexcept { return messages_->size(); }
-  Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
-  /// Throws std::out_of_range as well.
-  Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
-  Wrapper& front() const { return (*this)[0]; }
-  Wrapper& back() const { return (*this)[size() - 1]; }
-  iterator begin() const { return iterator(messages_->data()); }
-  iterator end() const { return iterator(messages_->data() + messages_->size()); }
-
-  void push_back(const Wrapper& message) { messages_->push_back(message); }
-  void push_back(Wrapper&& message) { messages_->push_back(static_cast<YMMessageBase&&>(message)); }
-  /// A new message at the end.
-  Wrapper& emplace_back()
-  {
-    messages_->push_back(Wrapper());
-    return back();
-  }
-  void pop_back() { messages_->pop_back(); }
-  void erase(std::size_t i) { messages_->erase(messages_->begin() + static_cast<std::ptrdiff_t>(i)); }
-  void clear() { messages_->clear(); }
-  void reserve(std::size_t count) { messages_->reserve(count); }
-  Messages& messages() const noexcept { return *messages_; }
-
-private:
-  Messages* messages_;
-};
+bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name, int& value);
 
 }  // namespace kwxml

@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ostream>
+#include <stdexcept>
 
 namespace kwxml {
 
@@ -135,13 +137,23 @@ void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t
   }
 }
 
+void refuseTime(long long seconds)
+{
+  throw std::out_of_range("the time " + std::to_string(seconds) + " s is out of the range of its field");
+}
+
+std::ostream& writeEnumerator(std::ostream& out, const char* name, int number)
+{
+  return *name != '\0' ? out << name : out << number;
+}
+
 const char* enumeratorName(const WrapperEnum& enumeration, int value)
 {
   const FieldDef* const found = findEnumerator(&findEnumeration(enumeration), value);
   return found != nullptr ? found->getName() : "";
 }
 
-bool enumeratorValue(const WrapperEnum& enumeration, const std::string& name, int& value)
+bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name, int& value)
 {
   for (const FieldDef& enumerator : findEnumeration(enumeration)) {
     if (name == enumerator.getName()) {

@@ -12,14 +12,19 @@
 // message as long as none changes it; distinct messages share only constant data.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <kwxml/model/Metadata.h>
+#include <kwxml/model/Owned.h>
 #include <kwxml/model/StringTypes.h>
 #include <kwxml/model/XMLChstring.h>
 #include <kwxml/model/YMMessageBuffer.h>
 
 #include <map>
+#include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 typedef long long XML_INT64;
@@ -75,24 +80,39 @@ public:
   static void Initialize();
 
   // The four functions below give null, without a line, when there is no memory for the message; all others
-  // throw std::bad_alloc then, and leave what they change valid.
+  // throw std::bad_alloc then, and leave what they change valid. Where they take kwxml::owned the type of the
+  // result says that it is the caller's.
 
   /// New message for a tag; the caller owns it. Null (and a log line) when the tag does not resolve. The flag
   /// has no effect.
-  static YMMessageBase* createObject(unsigned long tag, bool flag = false);
+  [[nodiscard]] static YMMessageBase* createObject(unsigned long tag, bool flag = false);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> createObject(unsigned long tag, kwxml::Owned);
   /// New message from indices that other look-ups gave; null when there is no such class.
-  static YMMessageBase* createObjectFromIndices(short& system, int& classIndex);
+  [[nodiscard]] static YMMessageBase* createObjectFromIndices(short& system, int& classIndex);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> createObjectFromIndices(short system, int classIndex,
+                                                                              kwxml::Owned);
   /// New message from the packed class reference in the first four bytes at `packed`; null for a null pointer
   /// or (with a log line) a system above 205. The flag has no effect.
-  static YMMessageBase* createObjectFromClassID(const unsigned long* packed, bool flag = false);
+  [[nodiscard]] static YMMessageBase* createObjectFromClassID(const unsigned long* packed, bool flag = false);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> createObjectFromClassID(const unsigned long* packed,
+                                                                              kwxml::Owned);
   /// The same, but null for the processing-instruction class.
-  static YMMessageBase* createFromClassIDIfNotProcessingInstructionInfo(const unsigned long* packed);
+  [[nodiscard]] static YMMessageBase* createFromClassIDIfNotProcessingInstructionInfo(
+      const unsigned long* packed);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> createFromClassIDIfNotProcessingInstructionInfo(
+      const unsigned long* packed, kwxml::Owned);
   /// New message in `out`, filled from `xml` when `parseNow` is set, else keeping `xml` (which may be null)
   /// as its serialized text. 0 on success; 1 on failure, with `out` null and the reason in `errorText`.
-  static int ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,
-                             std::string& errorText);
-  static int constructObject(unsigned long system, unsigned long classId, const char* xml,
-                             YMMessageBase*& out, bool parseNow, std::string& errorText);
+  [[nodiscard]] static int ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out,
+                                           bool parseNow, std::string& errorText);
+  [[nodiscard]] static int ConstructObject(unsigned long tag, const char* xml,
+                                           std::unique_ptr<YMMessageBase>& out, bool parseNow,
+                                           std::string& errorText);
+  [[nodiscard]] static int constructObject(unsigned long system, unsigned long classId, const char* xml,
+                                           YMMessageBase*& out, bool parseNow, std::string& errorText);
+  [[nodiscard]] static int constructObject(unsigned long system, unsigned long classId, const char* xml,
+                                           std::unique_ptr<YMMessageBase>& out, bool parseNow,
+                                           std::string& errorText);
 
   /// Deletes every field and applies the defaults; then an old-way class builds its sub-objects and marks
   /// every primitive set, and any other unmarks every primitive, so that its defaults are values but not set
@@ -106,11 +126,11 @@ public:
 
   // ---- Class and look-ups
 
-  static bool getMessageSystemIndexFromName(const char* name, short& system);
-  static bool getMessageIndexFromName(const char* name, short& system, int& index);
+  [[nodiscard]] static bool getMessageSystemIndexFromName(const char* name, short& system);
+  [[nodiscard]] static bool getMessageIndexFromName(const char* name, short& system, int& index);
   /// Stores the system also when the tag does not resolve.
-  static bool getIndicesFromTagID(short& system, int& index, unsigned long tag);
-  static bool getTagIDFromIndices(short system, short index, unsigned long& tag);
+  [[nodiscard]] static bool getIndicesFromTagID(short& system, int& index, unsigned long tag);
+  [[nodiscard]] static bool getTagIDFromIndices(short system, short index, unsigned long& tag);
   /// Null, with a log line, when there is no such class.
   static const _ClassDef* GetClassDef(short system, int index);
   static const _ClassDef* GetClassDef(unsigned long tag);
@@ -120,7 +140,7 @@ public:
   static const _ClassDef* GetClassDefFromClassID(const FieldDef& field);
   static const _ClassDef* GetClassDefFromClassID(const unsigned long* packed);
   static std::string getTagNameFromTagID(unsigned long tag);
-  static bool getNumberOfFields(unsigned long tag, int& count);
+  [[nodiscard]] static bool getNumberOfFields(unsigned long tag, int& count);
   /// Position of the field (found by name hash) or enumerator (found by name); -1 when there is none.
   static int getFieldNumberFromName(const _ClassDef* cls, const std::string& name);
   /// Name of the enumerator with `value` in the enumeration of that name; an empty text and a log line when
@@ -131,17 +151,17 @@ public:
   static bool isOldWay(unsigned long tag);
   /// Writes the table of a class and its fields into `out`; false, with `out` unchanged, when there is no
   /// such class.
-  static bool getMessageSchemaString(std::string& out, short systemIndex, int classIndex, bool includeHidden,
-                                     bool showHash);
-  static bool getMessageSchemaString(unsigned long tagID, std::string& out, bool includeHidden,
-                                     bool showHash);
+  [[nodiscard]] static bool getMessageSchemaString(std::string& out, short systemIndex, int classIndex,
+                                                   bool includeHidden, bool showHash);
+  [[nodiscard]] static bool getMessageSchemaString(unsigned long tagID, std::string& out, bool includeHidden,
+                                                   bool showHash);
 
   unsigned long getTagID() const noexcept { return tagId_; }
   int getSubsysID() const noexcept { return static_cast<int>(tagId_ >> 24); }
   int getClassIndex() const noexcept { return classIndex_; }
   std::string getTagName() const;
   std::string getSubsystemName() const;
-  int getNumberOfFields() const noexcept { return buffer_.bitCount(); }
+  [[nodiscard]] int getNumberOfFields() const noexcept { return buffer_.bitCount(); }
   const _ClassDef* getClass() const noexcept { return class_; }
 
   // ---- Is-set bits
@@ -397,10 +417,13 @@ protected:
   {
     return getstring_const(ifOwn(field, tag), slot, tag, hash);
   }
-  void setStringOwn(short field, short slot, const std::string& value, unsigned long tag, unsigned int hash)
-  {
-    setstring(ifOwn(field, tag), slot, value, tag, hash);
-  }
+  // Texts and bytes are copied, or taken over from who gives them away.
+  void setStringOwn(short field, short slot, std::string_view value, unsigned long tag, unsigned int hash);
+  void setStringOwn(short field, short slot, std::string&& value, unsigned long tag, unsigned int hash);
+  void setWideStringOwn(short field, short slot, std::wstring_view value, unsigned long tag,
+                        unsigned int hash);
+  void setWideStringOwn(short field, short slot, std::wstring&& value, unsigned long tag, unsigned int hash);
+  void setBytesOwn(short field, short slot, bstring&& value, unsigned long tag, unsigned int hash);
   std::string& mutableStringOwn(short field, short slot, unsigned long tag, unsigned int hash)
   {
     return getstringByRef(ifOwn(field, tag), slot, tag, hash);

@@ -19,9 +19,9 @@ char* base64EncodeTo(char* to, const char* bytes, std::size_t length) noexcept;
 /// The bytes of a base64 text, in which blanks and line breaks may stand anywhere; padding is required. An
 /// empty text gives an empty result. False, with a debug line and `out` unchanged, for anything else that is
 /// not base64 (nothing but blanks, and a zero byte inside the text rather than at its unseen end).
-bool base64Decode(const std::string& in, std::string& out);
+[[nodiscard]] bool base64Decode(const std::string& in, std::string& out);
 /// The same for zero-terminated UTF-16 text; null is refused.
-bool base64DecodeXmlCh(const unsigned short* in, std::string& out);
+[[nodiscard]] bool base64DecodeXmlCh(const unsigned short* in, std::string& out);
 
 /// One line of the standard alphabet with "=" padding.
 std::string base64_encode(const std::string& in);

@@ -40,18 +40,18 @@ inline constexpr std::size_t dateBufferSize = 504;
 /// "YYYY-MM-DD hh:mm:ss". A time before 1991 is taken for a duration and written as "N dd" (whole days), "N
 /// hh" (whole hours from one hour on) or plain seconds. False for a null buffer or a time that has no local
 /// form.
-bool writeXDate(int seconds, Annotation::DateType type, char* out);
+[[nodiscard]] bool writeXDate(int seconds, Annotation::DateType type, char* out);
 
 /// Reads what writeXDate() writes for dates; durations are not read. The month may be at most 12, the day 31,
 /// the hour 24, minute and second 60 (bounds included, deliberately), and what exceeds the calendar is
 /// normalised, as February 31. The result is cut to 32 bits. False, with `seconds` unchanged, for anything
 /// else; null too.
-bool processXDate(const char* text, int& seconds, Annotation::DateType type);
+[[nodiscard]] bool processXDate(const char* text, int& seconds, Annotation::DateType type);
 
 /// Reads a time of day "hh:mm:ss", with blanks around it, as seconds since midnight. 24:00:ss is the only
 /// hour
 /// 24. False, with an error line and `seconds` unchanged, for anything else.
-bool processKWTime(const char* text, int& seconds);
+[[nodiscard]] bool processKWTime(const char* text, int& seconds);
 
 /// Removes space, form feed, new-line, carriage return, tab and vertical tab at one end or at both.
 void trim_left_inplace(std::string& text);

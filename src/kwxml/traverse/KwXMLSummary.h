@@ -58,12 +58,12 @@ class KwXMLSummary
 {
 public:
   /// The plain-text summary of the message in an XML text.
-  static int getSummaryInfo(std::string xml, std::string& out);
+  [[nodiscard]] static int getSummaryInfo(std::string xml, std::string& out);
   /// Into a context of the caller, whose options count; its DumpToString() then gives the text.
-  static int getSummaryInfo(std::string xml, KwXMLRenderContext* context);
+  [[nodiscard]] static int getSummaryInfo(std::string xml, KwXMLRenderContext* context);
   /// The plain-text summary of a message, appended to the stream.
-  static int getKwSummaryInfo(YMMessageBase* message, std::ostringstream& stream,
-                              const KwXMLFormatOptions& options);
-  static int getKwSummaryInfo(YMMessageBase* message, KwXMLRenderContext* context,
-                              const KwXMLFormatOptions& options);
+  [[nodiscard]] static int getKwSummaryInfo(YMMessageBase* message, std::ostringstream& stream,
+                                            const KwXMLFormatOptions& options);
+  [[nodiscard]] static int getKwSummaryInfo(YMMessageBase* message, KwXMLRenderContext* context,
+                                            const KwXMLFormatOptions& options);
 };

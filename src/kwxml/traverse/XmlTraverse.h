@@ -76,7 +76,7 @@ public:
   /// happens): scalars and strings replace, elements of lists are appended, nested messages merge. Lists of
   /// uint, enumerations and bools stay as they are, and so do maps. A line at level 10 for each pair of
   /// messages. Messages nested too deep (logged) are not merged. Neither message may be a part of the other.
-  bool merge(YMMessageBase& from, YMMessageBase& into);
+  [[nodiscard]] bool merge(YMMessageBase& from, YMMessageBase& into);
 
   /// Does nothing.
   void visit(MsgFieldContext&) override;

@@ -9,7 +9,7 @@ class XmlUtils
 {
 public:
   /// Empties `text` and returns true: no label of its own.
-  static bool getLocalizedMessage(const FieldDef& field, std::string& text, int localeId);
+  [[nodiscard]] static bool getLocalizedMessage(const FieldDef& field, std::string& text, int localeId);
   /// Leaves `text` as it is and returns true.
-  static bool getLocalizedMessage(unsigned long tag, std::string& text, int localeId);
+  [[nodiscard]] static bool getLocalizedMessage(unsigned long tag, std::string& text, int localeId);
 };

@@ -41,7 +41,8 @@ private:
   void writeSet(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
   void writeAttributes(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
   void writeChildren(const YMMessageBase& message, const WritePlan& plan, int passwordMode);
-  void writeField(const YMMessageBase& message, const WritePlan& plan, std::size_t position, int passwordMode);
+  void writeField(const YMMessageBase& message, const WritePlan& plan, std::size_t position,
+                  int passwordMode);
   bool skippedByListener(const YMMessageBase& message, const FieldDef& def) const;
 
   template <class Tag>

@@ -101,7 +101,8 @@ void MessageWriter<Sink>::writeSet(const YMMessageBase& message, const WritePlan
 
 /// Their ranks are sorted by setting a bit for each.
 template <class Sink>
-void MessageWriter<Sink>::writeAttributes(const YMMessageBase& message, const WritePlan& plan, int passwordMode)
+void MessageWriter<Sink>::writeAttributes(const YMMessageBase& message, const WritePlan& plan,
+                                          int passwordMode)
 {
   ranks_.assign((plan.byRank.size() + 63) / 64, 0);
   forEachWritten(message, [&](std::size_t position) {
@@ -157,8 +158,8 @@ bool MessageWriter<Sink>::skippedByListener(const YMMessageBase& message, const 
 /// Kept apart from the walk, and the branches for single types apart from each other, so that a level of
 /// nesting costs little stack.
 template <class Sink>
-void MessageWriter<Sink>::writeField(const YMMessageBase& message, const WritePlan& plan, std::size_t position,
-                                     int passwordMode)
+void MessageWriter<Sink>::writeField(const YMMessageBase& message, const WritePlan& plan,
+                                     std::size_t position, int passwordMode)
 {
   const FieldDef& def = message.getClass()->fields[position];
   const Field field{def, plan.fields[position], AnnotationRecord(def.annotations)};

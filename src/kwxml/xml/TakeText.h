@@ -1,6 +1,8 @@
 // Who takes a text that is written in parts.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <functional>

@@ -137,14 +137,14 @@ bool withTranscoder(Work work)
 
 XMLEncXStr::XMLEncXStr(const unsigned short* text) : wide_(text)
 {
-  convertUTF16ToUTF8(wide_, narrow_);
+  (void)convertUTF16ToUTF8(wide_, narrow_);  // logged; the text is empty then
 }
 
 XMLEncXStr::XMLEncXStr(const char* text) : XMLEncXStr(std::string(text != nullptr ? text : "")) {}
 
 XMLEncXStr::XMLEncXStr(const std::string& text) : narrow_(text)
 {
-  convertUTF8ToUTF16(narrow_, wide_);
+  (void)convertUTF8ToUTF16(narrow_, wide_);
 }
 
 const unsigned short* XMLEncXStr::XMLChForm() const noexcept

@@ -38,15 +38,16 @@ public:
 
   /// False, with one error line, when `in` is not well-formed UTF-8 or the XML library cannot be initialised;
   /// `out` is then unchanged. An empty text gives an empty string (its buffer may be null).
-  static bool convertUTF8ToUTF16(const std::string& in, XMLChstring& out);
+  [[nodiscard]] static bool convertUTF8ToUTF16(const std::string& in, XMLChstring& out);
   /// The inverse, with the same failures; `in` may have a null buffer.
-  static bool convertUTF16ToUTF8(const XMLChstring& in, std::string& out);
+  [[nodiscard]] static bool convertUTF16ToUTF8(const XMLChstring& in, std::string& out);
   /// The same for `length` units; `in` may be null when `length` is 0.
-  static bool convertUTF16ToUTF8(const unsigned short* in, std::size_t length, std::string& out);
+  [[nodiscard]] static bool convertUTF16ToUTF8(const unsigned short* in, std::size_t length,
+                                               std::string& out);
 
   /// Rescues text that is not UTF-8: it is taken as Latin-1, one character a byte, up to the first zero byte.
   /// Logs the lengths at level 0. False only as convertUTF8ToUTF16 without an initialised library.
-  static bool convertUnformattedToUTF16(const std::string& in, XMLChstring& out);
+  [[nodiscard]] static bool convertUnformattedToUTF16(const std::string& in, XMLChstring& out);
 
   /// The process's one UTF-8 transcoder, made on first use and never freed; null when the XML library cannot
   /// be initialised (a later call tries again). It keeps nothing between calls, so threads may share it.

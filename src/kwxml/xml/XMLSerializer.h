@@ -15,6 +15,7 @@
 #include <iosfwd>
 #include <span>
 #include <string>
+#include <string_view>
 
 class CYxFile;
 class KwXMLContextInfo;
@@ -42,7 +43,7 @@ public:
   }
 
   /// Initialises the XML library for the process, once; safe from any thread. False when it cannot be.
-  static bool initialize();
+  [[nodiscard]] static bool initialize();
 
   /// The registry of this serializer's listeners.
   XMLSerializationSupport& getXMLSerializationSupportObject() { return listeners_; }
@@ -52,27 +53,32 @@ public:
   /// The message as UTF-8 XML in `out`: the root element alone when `elementOnly`, else with the XML
   /// declaration. 0 on success; 1, with `out` empty, on failure. A field that cannot be written is logged and
   /// left out.
-  int serialize(const YMMessageBase& message, std::string& out, bool elementOnly);
-  int serialize(const YMMessageBase& message, std::string& out, int elementOnly)
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, bool elementOnly);
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, int elementOnly)
   {
     return serialize(message, out, elementOnly != 0);
   }
-  int serialize(const YMMessageBase& message, std::string& out) { return serialize(message, out, false); }
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out)
+  {
+    return serialize(message, out, false);
+  }
   /// The same in parts, so that the text never stands in memory as a whole; only an unusual message (see
   /// docs/architecture.md) is written as one. 1 also when a part was not taken. On any other failure nothing
   /// has been handed out, but where memory ran out. What cannot be written is logged by attributes and then
   /// children once a part has been handed out, not in the order of the records.
-  int serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly = false);
-  int serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly = false);
+  [[nodiscard]] int serialize(const YMMessageBase& message, const kwxml::TakeText& take,
+                              bool elementOnly = false);
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly = false);
   /// Into memory of the caller. `size` becomes the size of the text; where that is more than there is room,
   /// the result is 1 and the memory holds the beginning.
-  int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size, bool elementOnly = false);
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
+                              bool elementOnly = false);
   /// How many values of the message that was written last could not be written, or were no UTF-8 and were
   /// taken as Latin-1; each is logged.
   int lost() const { return lost_; }
   /// Adds the fields of one message below `parent`. False when messages nest too deep (logged).
-  bool serializeXMLRecur(const YMMessageBase& message, xercesc_3_2::DOMDocument* document,
-                         xercesc_3_2::DOMElement* parent, int passwordMode);
+  [[nodiscard]] bool serializeXMLRecur(const YMMessageBase& message, xercesc_3_2::DOMDocument* document,
+                                       xercesc_3_2::DOMElement* parent, int passwordMode);
 
   /// A scalar as an attribute of `element`, or as a child with text when values go out as elements.
   void writeNodeToXML(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* element, const char* name,
@@ -86,20 +92,21 @@ public:
                             const char* name, const char16_t* value);
   /// The element of a map entry with its "__mapKey__" and "__mapValue__" children, appended to `parent`. 1,
   /// or 0 with nothing made.
-  char constructMapElements(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* parent,
-                            xercesc_3_2::DOMElement*& entry, xercesc_3_2::DOMElement*& key,
-                            xercesc_3_2::DOMElement*& value, const char* name);
+  [[nodiscard]] char constructMapElements(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* parent,
+                                          xercesc_3_2::DOMElement*& entry, xercesc_3_2::DOMElement*& key,
+                                          xercesc_3_2::DOMElement*& value, const char* name);
 
   /// A DOM writer for this serializer's form; the caller releases it. Null when the XML library cannot be
   /// initialised.
-  xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF8();
-  xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF16();
+  [[nodiscard]] xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF8();
+  [[nodiscard]] xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF16();
   /// False, with `out` empty and a log line, when the document cannot be written.
-  bool DumpDOMDocumentToStringUTF8(std::string& out, xercesc_3_2::DOMDocument* document, bool elementOnly);
+  [[nodiscard]] bool DumpDOMDocumentToStringUTF8(std::string& out, xercesc_3_2::DOMDocument* document,
+                                                 bool elementOnly);
 
   /// Writes the message's XML with default flags into a file. 0 on success, 9 when it cannot be serialized, 1
   /// otherwise.
-  static int dumpXmlToFile(const YMMessageBase* message, CYxFile* file);
+  [[nodiscard]] static int dumpXmlToFile(const YMMessageBase* message, CYxFile* file);
 
   // ---- Reading
 
@@ -111,27 +118,38 @@ public:
   /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
   /// the message is as before, and the result is parserHelper()'s, or 5 when the text holds a message of
   /// another class. Where no memory is left it may hold a part of what was read.
-  int unserialize(YMMessageBase& message, const std::string& xml, bool merge = false);
-  int unserialize(YMMessageBase& message, const wchar_t* xml, bool merge = false);
+  [[nodiscard]] int unserialize(YMMessageBase& message, std::string_view xml, bool merge = false);
+  [[nodiscard]] int unserialize(YMMessageBase& message, const wchar_t* xml, bool merge = false);
   /// The message in a text, which the caller owns; null on failure.
-  YMMessageBase* unserialize(const std::string& xml);
+  [[nodiscard]] YMMessageBase* unserialize(std::string_view xml);
+  [[nodiscard]] std::unique_ptr<YMMessageBase> unserialize(std::string_view xml, kwxml::Owned)
+  {
+    return std::unique_ptr<YMMessageBase>(unserialize(xml));
+  }
 
   /// Parses UTF-8 or otherwise declared text. 0 on success, 4 for text that is not well-formed, 5 for any
   /// other failure. Nothing that the document names is opened, and no entity is expanded.
-  int parserHelper(MySAX2Handler* handler, const std::string& xml);
+  [[nodiscard]] int parserHelper(MySAX2Handler* handler, std::string_view xml);
   /// The same for wide text, which must consist of Unicode code points; `validate` switches validation
   /// against grammars that the process has made known (none is ever fetched).
-  int parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate);
+  [[nodiscard]] int parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate);
   /// The message that a handler has built, whole or not, handed to the caller, who owns it; null when there
   /// is none. A message that nobody asks for ends with its handler.
-  static YMMessageBase* getSAXHandlerMessageObject(MySAX2Handler& handler);
+  [[nodiscard]] static YMMessageBase* getSAXHandlerMessageObject(MySAX2Handler& handler);
+  [[nodiscard]] static std::unique_ptr<YMMessageBase> getSAXHandlerMessageObject(MySAX2Handler& handler,
+                                                                                 kwxml::Owned)
+  {
+    return std::unique_ptr<YMMessageBase>(getSAXHandlerMessageObject(handler));
+  }
 
   /// Tag name and tag of the message in a text, of which only the beginning is parsed. False, with both
   /// empty, when there is none.
-  static bool GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName, unsigned int& tag);
-  static bool GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName, unsigned int& tag);
-  static bool _GetTagAndTagIDFromXML(xercesc_3_2::MemBufInputSource* source, std::string& tagName,
-                                     unsigned int& tag);
+  [[nodiscard]] static bool GetTagAndTagIDFromXML(const std::string& xml, std::string& tagName,
+                                                  unsigned int& tag);
+  [[nodiscard]] static bool GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName,
+                                                  unsigned int& tag);
+  [[nodiscard]] static bool _GetTagAndTagIDFromXML(xercesc_3_2::MemBufInputSource* source,
+                                                   std::string& tagName, unsigned int& tag);
 
 private:
   int serializeByDom(const YMMessageBase& message, std::string& out, bool elementOnly);

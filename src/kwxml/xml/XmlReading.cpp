@@ -18,6 +18,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -99,6 +100,12 @@ bool readByScanner(MySAX2Handler& handler, const Call& call, std::string_view xm
   return true;
 }
 
+/// For "%.*s", which ends at a zero byte all the same.
+int shownLength(std::string_view text)
+{
+  return static_cast<int>(std::min<std::size_t>(text.size(), std::numeric_limits<int>::max()));
+}
+
 /// Signs of XML, which the parser misses or has too often.
 bool isMark(const std::string& text)
 {
@@ -172,7 +179,7 @@ std::uint64_t XMLSerializer::memoryLimit() const
   return context_ != nullptr ? context_->getMemoryLimit() : 0;
 }
 
-int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
+int XMLSerializer::parserHelper(MySAX2Handler* handler, std::string_view xml)
 {
   constexpr const char* function = "XMLSerializer::parserHelper";
   if (!initialize()) {
@@ -180,7 +187,7 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
     return parseFailed;
   }
   if (log().getDebugLevel() > 24) {
-    log().debug(function, 25, "Received xml for unserialization : [%s]", xml.c_str());
+    log().debug(function, 25, "Received xml for unserialization : [%.*s]", shownLength(xml), xml.data());
   }
   if (handler == nullptr) {
     log().logError(function, "[%s]", "Received NULL handler");
@@ -197,11 +204,13 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, const std::string& xml)
   return guarded(*handler, xml.size(), parse, [&](Failure failure, const std::string& words) {
     switch (failure) {
       case Failure::Parser:
-        return log().logError(function, "XMLException: %s\nXML: [%s]", words.c_str(), xml.c_str());
+        return log().logError(function, "XMLException: %s\nXML: [%.*s]", words.c_str(), shownLength(xml),
+                              xml.data());
       case Failure::Text:
-        return log().logError(function, "SAXParseException: %s\nXML: [%s]", words.c_str(), xml.c_str());
+        return log().logError(function, "SAXParseException: %s\nXML: [%.*s]", words.c_str(), shownLength(xml),
+                              xml.data());
       case Failure::Other:
-        return log().logError(function, "Unknown Exception!\nXML : [%s]", xml.c_str());
+        return log().logError(function, "Unknown Exception!\nXML : [%.*s]", shownLength(xml), xml.data());
     }
   });
 }
@@ -286,7 +295,7 @@ int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse par
   return kwxml::MessageReader::moveInto(message, std::move(*read), observer_) ? 0 : parseFailed;
 }
 
-int XMLSerializer::unserialize(YMMessageBase& message, const std::string& xml, bool merge)
+int XMLSerializer::unserialize(YMMessageBase& message, std::string_view xml, bool merge)
 {
   return unserializeWith(message, merge, [&](MySAX2Handler& handler) { return parserHelper(&handler, xml); });
 }
@@ -297,7 +306,7 @@ int XMLSerializer::unserialize(YMMessageBase& message, const wchar_t* xml, bool 
                          [&](MySAX2Handler& handler) { return parserHelperWideChar(&handler, xml, false); });
 }
 
-YMMessageBase* XMLSerializer::unserialize(const std::string& xml)
+YMMessageBase* XMLSerializer::unserialize(std::string_view xml)
 {
   MySAX2Handler handler;
   return parserHelper(&handler, xml) == 0 ? handler.takeMessage() : nullptr;
@@ -307,7 +316,7 @@ YMMessageBase* XMLSerializer::unserialize(const std::string& xml)
 
 void YMMessageBase::Initialize()
 {
-  XMLSerializer::initialize();
+  (void)XMLSerializer::initialize();  // whoever needs it asks again
 }
 
 int YMMessageBase::ConstructObject(unsigned long tag, const char* xml, YMMessageBase*& out, bool parseNow,

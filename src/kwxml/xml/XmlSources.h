@@ -41,7 +41,7 @@ inline std::unique_ptr<xercesc::MemBufInputSource> wideSource(const std::u16stri
   return source;
 }
 
-inline std::unique_ptr<xercesc::MemBufInputSource> narrowSource(const std::string& text, ParserMemory& memory)
+inline std::unique_ptr<xercesc::MemBufInputSource> narrowSource(std::string_view text, ParserMemory& memory)
 {
   auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text.data()),
                                                              text.size(), sourceName, false, &memory);

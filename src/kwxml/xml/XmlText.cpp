@@ -79,7 +79,7 @@ std::u16string toUtf16(const char* text)
 {
   XMLChstring wide;
   if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
-    XMLEncXStr::convertUnformattedToUTF16(text, wide);
+    (void)XMLEncXStr::convertUnformattedToUTF16(text, wide);
   }
   return wide.length() == 0 ? std::u16string() : std::u16string(wide.c_str(), wide.c_str() + wide.length());
 }

@@ -116,7 +116,7 @@ XMLChstring ValueTexts::rescued(const std::string& text)
   XMLChstring wide;
   if (!XMLEncXStr::convertUTF8ToUTF16(text, wide)) {
     ++lost_;
-    XMLEncXStr::convertUnformattedToUTF16(text, wide);
+    (void)XMLEncXStr::convertUnformattedToUTF16(text, wide);
   }
   return wide;
 }

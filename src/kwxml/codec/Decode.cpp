@@ -1,0 +1,51 @@
+#include <kwxml/codec/Decode.h>
+
+#include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/codec/JSONDecoder.h>
+#include <kwxml/codec/XMLDecoder.h>
+
+namespace kwxml {
+
+namespace {
+
+template <class Read>
+ReadResult decodeWith(Read read)
+{
+  ReadResult result;
+  result.message = read(&result.problems);
+  if (result.problems.count(Severity::Error) > 0) {
+    result.message.reset();
+  }
+  return result;
+}
+
+}  // namespace
+
+ReadResult decode(std::string_view text, KwXMLContextInfo* context)
+{
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  return decodeWith([&](ReadObserver* observer) {
+    return first != std::string_view::npos && text[first] == '{'
+               ? JSONDecoder(context).unSerialize(text, observer)
+               : XMLDecoder().unSerialize(text, owned, context, observer);
+  });
+}
+
+ReadResult decode(std::span<const std::byte> bytes, KwXMLContextInfo* context)
+{
+  return decodeWith([&](ReadObserver* observer) {
+    BinaryBuffer buffer(bytes);
+    return BinarySerializer::unserialize(buffer, owned, context, observer);
+  });
+}
+
+std::vector<std::byte> encodeBinary(const YMMessageBase& message)
+{
+  BinaryBuffer buffer;
+  if (BinarySerializer::serialize(message, buffer) == 0) {
+    return {};
+  }
+  return {buffer.bytes().begin(), buffer.bytes().end()};
+}
+
+}  // namespace kwxml

@@ -1,0 +1,31 @@
+// A message from a text or from bytes in one call, with a result that says what was wrong.
+#pragma once
+
+#include <kwxml/codec/StrictReading.h>
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace kwxml {
+
+/// The message in a text: JSON where its first character beside blanks is "{", else XML. There is a message
+/// when nothing was dropped or bent; names that the catalogue does not know, as later versions may write, are
+/// warnings and leave it. Either way `problems` tells what was met. (readStrict() takes warnings for errors.)
+/// The context (null: none) concerns passwords and the limit of memory. Nothing is thrown but std::bad_alloc
+/// where even the result finds no memory.
+///
+///     const kwxml::ReadResult order = kwxml::decode(text);
+///     if (!order) {
+///       std::cerr << kwxml::toText(order.problems, "order.xml");
+///     }
+[[nodiscard]] ReadResult decode(std::string_view text, KwXMLContextInfo* context = nullptr);
+/// The same of the binary form.
+[[nodiscard]] ReadResult decode(std::span<const std::byte> bytes, KwXMLContextInfo* context = nullptr);
+
+/// The message in its binary form, passwords as with default flags. Empty on failure (no memory, nested
+/// too deep), which is logged.
+[[nodiscard]] std::vector<std::byte> encodeBinary(const YMMessageBase& message);
+
+}  // namespace kwxml
