@@ -3,6 +3,8 @@
 // need.
 #pragma once
 
+#include <kwxml/model/CxxStandard.h>
+
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/KwXMLContextInfo.h>
@@ -11,6 +13,7 @@
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/binary/RecordScan.h>
 #include <kwxml/binary/YMMessageBaseFileHandler.h>
+#include <kwxml/codec/Decode.h>
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/StandInPasswords.h>
@@ -27,7 +30,7 @@
 #include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/Limits.h>
-#include <kwxml/model/TypedMessage.h>
+#include <kwxml/model/TypedCollections.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/KwException.h>
@@ -41,6 +44,7 @@
 #include <kwxml/traverse/KwXMLSummary.h>
 #include <kwxml/traverse/MessageDiff.h>
 #include <kwxml/traverse/MessagePage.h>
+#include <kwxml/traverse/MessageText.h>
 #include <kwxml/traverse/XmlTraverse.h>
 #include <kwxml/traverse/XmlUtils.h>
 #include <kwxml/xml/InvalidChars.h>
