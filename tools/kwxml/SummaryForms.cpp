@@ -8,6 +8,8 @@
 #include <kwxml/traverse/HTMLRenderContext.h>
 #include <kwxml/traverse/KwXMLSummary.h>
 
+#include <sstream>
+
 namespace kwxml::tool {
 
 namespace {

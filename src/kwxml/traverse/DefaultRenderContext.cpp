@@ -4,11 +4,17 @@
 #include <kwxml/traverse/Rendering.h>
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 void DefaultRenderContext::startHeader(std::string)
 {
   first_ = true;
+}
+
+void DefaultRenderContext::DumpToString(std::string& out) const
+{
+  out = stream_.str();
 }
 
 void DefaultRenderContext::writeHeader(std::string) {}

@@ -4,7 +4,7 @@
 #include <kwxml/model/StringTypes.h>
 #include <kwxml/traverse/ValueTextContext.h>
 
-#include <sstream>
+#include <iosfwd>
 #include <string>
 
 /// Writes into a stream of the caller, which outlives the context. Passwords are never written: neither
@@ -39,7 +39,7 @@ public:
   void writeAttribute(std::string name, const pstring& value);
 
   /// The text of the stream.
-  void DumpToString(std::string& out) const { out = stream_.str(); }
+  void DumpToString(std::string& out) const;
 
 private:
   void addToOutPut(std::string_view name, std::string_view value) override;

@@ -8,6 +8,7 @@
 #include <kwxml/xml/XMLSerializer.h>
 
 #include <memory>
+#include <sstream>
 
 void SummaryTraverse::beginTraverse(std::string className)
 {

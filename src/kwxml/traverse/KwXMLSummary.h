@@ -4,7 +4,7 @@
 #include <kwxml/traverse/KwXMLRenderContext.h>
 #include <kwxml/traverse/XmlTraverse.h>
 
-#include <sstream>
+#include <iosfwd>
 #include <string>
 
 /// Renders scalars (no enumerations) that are set and all lists, whatever their annotations, but nothing in a
