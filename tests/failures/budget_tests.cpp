@@ -1,5 +1,6 @@
 // The memory that decoding may take: what encoders write passes, what is made to take much does not, and
 // callers raise the limit.
+#include "platform/TempDirectory.h"
 #include "support/LogCapture.h"
 #include "support/Messages.h"
 #include "support/ParserFeed.h"
@@ -11,6 +12,7 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
 #include <kwxml/model/Limits.h>
+#include <kwxml/model/Registry.h>
 #include <kwxml/reading/Problems.h>
 
 #include <gtest/gtest.h>
@@ -22,17 +24,17 @@ using namespace kwxml::test;
 
 namespace {
 
-/// A message with `count` of the widest messages, each with every `step`-th field; 0 for none.
-YMMessageBase holder(int count, int step)
+/// A message with `count` of the widest messages of a system, each with every `step`-th field; 0 for none.
+YMMessageBase holder(int count, int step, const std::string& system = "Types")
 {
-  YMMessageBase wide = bare("Types_Wide");
+  YMMessageBase wide = bare(system + "_Wide");
   int position = 0;
   for (const FieldDef& def : *wide.getClass()) {
     if (step != 0 && position++ % step == 0) {
       fill(wide, def, 1, 0);
     }
   }
-  YMMessageBase message = bare("Types_WideHolder");
+  YMMessageBase message = bare(system + "_WideHolder");
   auto& list = object<std::vector<YMMessageBase>>(message, "wides");
   list.assign(static_cast<std::size_t>(count), wide);
   MessageAccess::mark(message, field(message, "wides"));
@@ -42,11 +44,11 @@ YMMessageBase holder(int count, int step)
 struct Form
 {
   const char* name;
-  std::string (*write)(YMMessageBase&);
+  std::string (*write)(const YMMessageBase&);
   std::unique_ptr<YMMessageBase> (*read)(const std::string&, KwXMLContextInfo*, ReadObserver*);
 };
 
-std::string xmlOf(YMMessageBase& message)
+std::string xmlOf(const YMMessageBase& message)
 {
   std::string text;
   EXPECT_EQ(XMLEncoder().serialize(message, text), 0);
@@ -59,7 +61,7 @@ const Form forms[] = {
        return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(text, context, observer));
      }},
     {"XML that the scanner leaves to the parser",
-     [](YMMessageBase& message) {
+     [](const YMMessageBase& message) {
        std::string text = xmlOf(message);
        return text.insert(text.find("?>") + 2, "<!DOCTYPE a>");
      },
@@ -67,7 +69,7 @@ const Form forms[] = {
        return std::unique_ptr<YMMessageBase>(XMLDecoder().unSerialize(text, context, observer));
      }},
     {"JSON",
-     [](YMMessageBase& message) {
+     [](const YMMessageBase& message) {
        std::string text;
        EXPECT_EQ(JSONEncoder().serialize(message, text), 0);
        return text;
@@ -76,7 +78,7 @@ const Form forms[] = {
        return JSONDecoder(context).unSerialize(text, observer);
      }},
     {"binary",
-     [](YMMessageBase& message) {
+     [](const YMMessageBase& message) {
        BinaryBuffer buffer;
        BinarySerializer::serialize(message, buffer);
        return std::string(buffer.data(), buffer.length());
@@ -129,17 +131,37 @@ TEST(Budget, AMessageOfTheCallerIsAsBeforeWhenItIsRefused)
   EXPECT_TRUE(target == before);
 }
 
+/// A class with as many fields and slots as the widest of a catalogue of full size has.
+std::string widestSchema()
+{
+  std::string schema =
+      R"(<catalogue><system name="Widest" index="12"><message name="WideHolder" id="0x1">)"
+      R"(<field name="wides" type="list" of="object" class="Widest_Wide"/></message><message name="Wide" id="0x2">)";
+  for (int i = 0; i < 316; ++i) {
+    schema += "<field name=\"f" + std::to_string(i) + "\" type=\"" + (i % 7 == 3 ? "string" : "int") + "\"/>";
+  }
+  return schema + "</message></system></catalogue>";
+}
+
 // Sparse and dense messages of wide classes, up to the number that any input may hold.
 TEST(Budget, WhatEncodersWriteIsReadBack)
 {
-  for (const auto& [count, step] : {std::pair(20000, 0), {5000, 40}, {200, 1}}) {
-    YMMessageBase message = holder(count, step);
-    for (const Form& form : forms) {
-      SCOPED_TRACE(form.name);
-      const auto read = form.read(form.write(message), nullptr, nullptr);
-      ASSERT_NE(read, nullptr) << count;
-      EXPECT_TRUE(*read == message);
+  const TempDirectory directory;
+  std::string problems;
+  const auto widest = Registry::fromSchemas({directory.write("Widest.xml", widestSchema())}, problems);
+  ASSERT_NE(widest, nullptr) << problems;
+  for (const std::string system : {"Types", "Widest"}) {
+    const UsingCatalogue catalogue(system == "Widest" ? *widest : Registry::current());
+    for (const auto& [count, step] : {std::pair(20000, 0), {5000, 40}, {200, 1}}) {
+      const YMMessageBase message = holder(count, step, system);
+      for (const Form& form : forms) {
+        SCOPED_TRACE(form.name + (", " + system));
+        const auto read = form.read(form.write(message), nullptr, nullptr);
+        ASSERT_NE(read, nullptr) << count;
+        EXPECT_TRUE(*read == message);
+      }
     }
+    EXPECT_GE(bare(system + "_Wide").getClass()->numberOfSlots, system == "Widest" ? 451 : 200);
   }
 }
 
