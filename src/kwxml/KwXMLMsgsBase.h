@@ -3,7 +3,7 @@
 // need.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <kwxml/annotation/Annotations.h>
 #include <kwxml/annotation/EncodingFlags.h>
@@ -32,6 +32,7 @@
 #include <kwxml/model/Limits.h>
 #include <kwxml/model/TypedCollections.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/CYxFile.h>
 #include <kwxml/platform/EvMessageContainer.h>
 #include <kwxml/platform/KwException.h>
 #include <kwxml/reading/Problems.h>

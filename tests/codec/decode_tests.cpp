@@ -68,6 +68,27 @@ TEST(Decode, GivesTheMessageOrSaysWhyThereIsNone)
   EXPECT_EQ(told(kwxml::decode(std::span<const std::byte>())), "none; x: error: shorter than a header\n");
 }
 
+// Views end where they end: the readers' own runs stop at a zero byte.
+TEST(Decode, TakesViewsIntoLargerTexts)
+{
+  std::string xml;
+  std::string json;
+  ASSERT_EQ(XMLEncoder().serialize(status(), xml), 0);
+  ASSERT_EQ(JSONEncoder().serialize(status(), json), 0);
+  for (const std::string& text : {xml, json, xml.substr(xml.find("?>") + 2)}) {
+    for (const std::string behind : {"   ", "<a/>", "x", "/>", "\"\">"}) {
+      const std::vector<char> bytes(text.begin(), text.end());  // nothing of the program's stands behind it
+      const std::string larger = text + behind;
+      EXPECT_EQ(told(kwxml::decode(std::string_view(bytes.data(), bytes.size()))), "disk full; ");
+      EXPECT_EQ(told(kwxml::decode(std::string_view(larger).substr(0, text.size()))), "disk full; ");
+      EXPECT_FALSE(kwxml::decode(std::string_view(larger).substr(0, text.size() - 1)));
+      Demo::Status read;
+      EXPECT_EQ(XMLDecoder().unSerialize(read, std::string_view(larger).substr(0, text.size())),
+                text == json ? 4 : 0);
+    }
+  }
+}
+
 TEST(Owned, EachFunctionThatGivesAMessageCanGiveItsOwner)
 {
   const auto expectStatus = [](const std::unique_ptr<YMMessageBase>& message, const char* from) {

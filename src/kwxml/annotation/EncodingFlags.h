@@ -1,7 +1,7 @@
 // The switches of one encoding or decoding call.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 /// A plain record; copied into every facade and serializer.
 struct EncodingFlags

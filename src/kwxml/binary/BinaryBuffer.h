@@ -2,7 +2,7 @@
 // a time.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <cstddef>
 #include <span>

@@ -8,6 +8,8 @@
 // operation returns the number of bytes that it wrote, read or would have.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>

@@ -21,12 +21,13 @@ ReadResult decodeWith(Read read)
 
 }  // namespace
 
-ReadResult decode(std::string_view text, KwXMLContextInfo* context)
+ReadResult decode(TextToRead text, KwXMLContextInfo* context)
 {
-  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  const std::string_view view = text.view();
+  const std::size_t first = view.find_first_not_of(" \t\r\n");
   return decodeWith([&](ReadObserver* observer) {
-    return first != std::string_view::npos && text[first] == '{'
-               ? JSONDecoder(context).unSerialize(text, observer)
+    return first != std::string_view::npos && view[first] == '{'
+               ? JSONDecoder(context).unSerialize(view, observer)
                : XMLDecoder().unSerialize(text, owned, context, observer);
   });
 }

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <span>
-#include <string_view>
 #include <vector>
 
 namespace kwxml {
@@ -20,7 +19,7 @@ namespace kwxml {
 ///     if (!order) {
 ///       std::cerr << kwxml::toText(order.problems, "order.xml");
 ///     }
-[[nodiscard]] ReadResult decode(std::string_view text, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] ReadResult decode(TextToRead text, KwXMLContextInfo* context = nullptr);
 /// The same of the binary form.
 [[nodiscard]] ReadResult decode(std::span<const std::byte> bytes, KwXMLContextInfo* context = nullptr);
 

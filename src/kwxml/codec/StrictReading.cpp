@@ -20,7 +20,7 @@ ReadResult read(Read read)
 
 }  // namespace
 
-ReadResult readStrict(std::string_view xml, KwXMLContextInfo* context)
+ReadResult readStrict(TextToRead xml, KwXMLContextInfo* context)
 {
   return read(
       [&](ReadObserver* observer) { return XMLDecoder().unSerialize(xml, owned, context, observer); });

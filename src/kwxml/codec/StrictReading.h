@@ -3,6 +3,7 @@
 
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/reading/Problems.h>
+#include <kwxml/xml/TextToRead.h>
 
 #include <memory>
 #include <string>
@@ -23,7 +24,7 @@ struct ReadResult
 /// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; who wants to tell
 /// errors from warnings gives XMLDecoder an observer. The context (null: none) concerns passwords. Errors are
 /// logged as by XMLDecoder.
-[[nodiscard]] ReadResult readStrict(std::string_view xml, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] ReadResult readStrict(TextToRead xml, KwXMLContextInfo* context = nullptr);
 /// Reads JSON.
 [[nodiscard]] ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
 /// Reads the binary form.

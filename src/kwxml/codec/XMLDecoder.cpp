@@ -32,7 +32,7 @@ XMLSerializer reader(KwXMLContextInfo* context, kwxml::ReadObserver* observer)
 
 }  // namespace
 
-int XMLDecoder::unSerialize(YMMessageBase& message, std::string_view xml, KwXMLContextInfo* context,
+int XMLDecoder::unSerialize(YMMessageBase& message, kwxml::TextToRead xml, KwXMLContextInfo* context,
                             kwxml::ReadObserver* observer) const
 {
   return reader(context, observer).unserialize(message, xml);
@@ -44,7 +44,7 @@ int XMLDecoder::unSerialize(YMMessageBase& message, const wchar_t* xml, KwXMLCon
   return reader(context, observer).unserialize(message, xml);
 }
 
-YMMessageBase* XMLDecoder::unSerialize(std::string_view xml, KwXMLContextInfo* context,
+YMMessageBase* XMLDecoder::unSerialize(kwxml::TextToRead xml, KwXMLContextInfo* context,
                                        kwxml::ReadObserver* observer) const
 {
   return reader(context, observer).unserialize(xml);

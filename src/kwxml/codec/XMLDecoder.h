@@ -6,10 +6,10 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/xml/TextToRead.h>
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 class BinaryBuffer;
@@ -36,16 +36,16 @@ public:
   /// Where no memory is left the message may hold a part of what was read, and std::bad_alloc may be thrown.
   /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Of wide text
   /// lines and columns are those that it has.
-  [[nodiscard]] int unSerialize(YMMessageBase& message, std::string_view xml,
+  [[nodiscard]] int unSerialize(YMMessageBase& message, kwxml::TextToRead xml,
                                 KwXMLContextInfo* context = nullptr,
                                 kwxml::ReadObserver* observer = nullptr) const;
   [[nodiscard]] int unSerialize(YMMessageBase& message, const wchar_t* xml,
                                 KwXMLContextInfo* context = nullptr,
                                 kwxml::ReadObserver* observer = nullptr) const;
   /// The message in the text, which the caller owns; null on failure.
-  [[nodiscard]] YMMessageBase* unSerialize(std::string_view xml, KwXMLContextInfo* context = nullptr,
+  [[nodiscard]] YMMessageBase* unSerialize(kwxml::TextToRead xml, KwXMLContextInfo* context = nullptr,
                                            kwxml::ReadObserver* observer = nullptr) const;
-  [[nodiscard]] std::unique_ptr<YMMessageBase> unSerialize(std::string_view xml, kwxml::Owned,
+  [[nodiscard]] std::unique_ptr<YMMessageBase> unSerialize(kwxml::TextToRead xml, kwxml::Owned,
                                                            KwXMLContextInfo* context = nullptr,
                                                            kwxml::ReadObserver* observer = nullptr) const
   {

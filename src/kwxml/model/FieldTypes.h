@@ -5,6 +5,8 @@
 // property is one row or one column in FieldTypes.def.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <map>

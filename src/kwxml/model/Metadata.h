@@ -5,7 +5,7 @@
 // never changes them. Sizes and member orders are part of the contract with compiled catalogues.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <kwxml/model/FieldTypes.h>
 

@@ -6,7 +6,7 @@
 // copied deeply and share nothing, so distinct objects may be used by distinct threads at the same time.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <cstddef>
 #include <iosfwd>

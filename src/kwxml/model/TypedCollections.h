@@ -4,7 +4,7 @@
 // changed. What a view is of stands behind it: messages() or numbers().
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <kwxml/model/TypedMessage.h>
 

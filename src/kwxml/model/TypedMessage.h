@@ -5,7 +5,7 @@
 // them. Its accessors are the generic ones with constant addresses.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>

@@ -12,7 +12,7 @@
 // message as long as none changes it; distinct messages share only constant data.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <kwxml/model/Metadata.h>
 #include <kwxml/model/Owned.h>

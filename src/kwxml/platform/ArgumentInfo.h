@@ -2,6 +2,8 @@
 // it is. The user is the event's reporter; the kinds' numbers are fixed, since they leave the process.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <concepts>
 #include <string>
 #include <type_traits>

@@ -2,6 +2,8 @@
 // A value: copies are independent. Not to be shared by threads without a lock.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <kwxml/platform/ArgumentInfo.h>
 
 class EvMessageContainer

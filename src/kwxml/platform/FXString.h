@@ -2,6 +2,8 @@
 // except for the decimal point of floating-point numbers, which is the C library's.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <compare>
 #include <cstdarg>
 #include <ostream>

@@ -2,6 +2,8 @@
 // created first in a process, and it works with std::lock_guard.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <atomic>
 #include <cassert>
 #include <mutex>

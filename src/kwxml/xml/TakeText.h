@@ -1,7 +1,7 @@
 // Who takes a text that is written in parts.
 #pragma once
 
-#include <kwxml/model/CxxStandard.h>
+#include <kwxml/platform/CxxStandard.h>
 
 #include <cstddef>
 #include <functional>

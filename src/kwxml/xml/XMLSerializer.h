@@ -8,6 +8,7 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/xml/TakeText.h>
+#include <kwxml/xml/TextToRead.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XercesForward.h>
 
@@ -15,7 +16,6 @@
 #include <iosfwd>
 #include <span>
 #include <string>
-#include <string_view>
 
 class CYxFile;
 class KwXMLContextInfo;
@@ -118,18 +118,18 @@ public:
   /// it, fields that the text does not set stay, and items of lists are appended. 0 on success; on failure
   /// the message is as before, and the result is parserHelper()'s, or 5 when the text holds a message of
   /// another class. Where no memory is left it may hold a part of what was read.
-  [[nodiscard]] int unserialize(YMMessageBase& message, std::string_view xml, bool merge = false);
+  [[nodiscard]] int unserialize(YMMessageBase& message, kwxml::TextToRead xml, bool merge = false);
   [[nodiscard]] int unserialize(YMMessageBase& message, const wchar_t* xml, bool merge = false);
   /// The message in a text, which the caller owns; null on failure.
-  [[nodiscard]] YMMessageBase* unserialize(std::string_view xml);
-  [[nodiscard]] std::unique_ptr<YMMessageBase> unserialize(std::string_view xml, kwxml::Owned)
+  [[nodiscard]] YMMessageBase* unserialize(kwxml::TextToRead xml);
+  [[nodiscard]] std::unique_ptr<YMMessageBase> unserialize(kwxml::TextToRead xml, kwxml::Owned)
   {
     return std::unique_ptr<YMMessageBase>(unserialize(xml));
   }
 
   /// Parses UTF-8 or otherwise declared text. 0 on success, 4 for text that is not well-formed, 5 for any
   /// other failure. Nothing that the document names is opened, and no entity is expanded.
-  [[nodiscard]] int parserHelper(MySAX2Handler* handler, std::string_view xml);
+  [[nodiscard]] int parserHelper(MySAX2Handler* handler, kwxml::TextToRead text);
   /// The same for wide text, which must consist of Unicode code points; `validate` switches validation
   /// against grammars that the process has made known (none is ever fetched).
   [[nodiscard]] int parserHelperWideChar(MySAX2Handler* handler, const wchar_t* xml, bool validate);

@@ -70,15 +70,17 @@ std::uint64_t largestMessage(const kwxml::Registry& registry)
 }
 
 /// Reads the document by the scanner when that accepts it; false when the parser has to.
-bool readByScanner(MySAX2Handler& handler, const Call& call, std::string_view xml)
+bool readByScanner(MySAX2Handler& handler, const Call& call, const kwxml::TextToRead& text)
 {
   kwxml::MessageReader* reader = handler.rulesForAnotherFeed();
   if (reader == nullptr) {
     return false;
   }
-  // The text may be a part of the message.
-  const std::string apart(call.reused != nullptr ? xml : std::string_view());
-  kwxml::XmlScanner scanner(call.reused != nullptr ? std::string_view(apart) : xml);
+  // The text may be a part of the message. And the scanner needs a zero byte behind it.
+  const bool copies = call.reused != nullptr || !text.hasEnd();
+  const std::string apart(copies ? text.view() : std::string_view());
+  const std::string_view xml = copies ? std::string_view(apart) : text.view();
+  kwxml::XmlScanner scanner(xml);
   if (!scanner.accepts()) {
     return false;
   }
@@ -179,8 +181,9 @@ std::uint64_t XMLSerializer::memoryLimit() const
   return context_ != nullptr ? context_->getMemoryLimit() : 0;
 }
 
-int XMLSerializer::parserHelper(MySAX2Handler* handler, std::string_view xml)
+int XMLSerializer::parserHelper(MySAX2Handler* handler, kwxml::TextToRead text)
 {
+  const std::string_view xml = text.view();
   constexpr const char* function = "XMLSerializer::parserHelper";
   if (!initialize()) {
     log().logError(function, "[%s]", "Error initializing xerces library");
@@ -194,7 +197,7 @@ int XMLSerializer::parserHelper(MySAX2Handler* handler, std::string_view xml)
     return parseFailed;
   }
   const auto parse = [&](kwxml::ParserMemory& memory) {
-    if (!readByScanner(*handler, {observer_, reused_, memoryLimit()}, xml)) {
+    if (!readByScanner(*handler, {observer_, reused_, memoryLimit()}, text)) {
       const auto source = kwxml::narrowSource(xml, memory);
       kwxml::GuardedReader reader(memory, *handler);
       reader.readNarrow(skipValidation);
@@ -295,7 +298,7 @@ int XMLSerializer::unserializeWith(YMMessageBase& message, bool merge, Parse par
   return kwxml::MessageReader::moveInto(message, std::move(*read), observer_) ? 0 : parseFailed;
 }
 
-int XMLSerializer::unserialize(YMMessageBase& message, std::string_view xml, bool merge)
+int XMLSerializer::unserialize(YMMessageBase& message, kwxml::TextToRead xml, bool merge)
 {
   return unserializeWith(message, merge, [&](MySAX2Handler& handler) { return parserHelper(&handler, xml); });
 }
@@ -306,7 +309,7 @@ int XMLSerializer::unserialize(YMMessageBase& message, const wchar_t* xml, bool 
                          [&](MySAX2Handler& handler) { return parserHelperWideChar(&handler, xml, false); });
 }
 
-YMMessageBase* XMLSerializer::unserialize(std::string_view xml)
+YMMessageBase* XMLSerializer::unserialize(kwxml::TextToRead xml)
 {
   MySAX2Handler handler;
   return parserHelper(&handler, xml) == 0 ? handler.takeMessage() : nullptr;
