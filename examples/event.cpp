@@ -8,7 +8,8 @@
 
 int main()
 {
-  kwxml::logToStandardError();
+  // A program that shows the log itself has no use for kwxml::logToStandardError().
+  kwxml::setLogSink([](const kwxml::LogRecord& line) { std::cout << line.text << "\n"; });
   EvMessageContainer event;
   event.setMessageId(4711);
   event.arguments().AddArgument("db-1", ArgumentInfo::kString);
@@ -16,8 +17,6 @@ int main()
   Common::EventMessage message;
   setEvMessageContainerToXML(event, message);
 
-  // The log of the settings' directory has the line too, when there is one.
-  kwxml::setLogSink([](const kwxml::LogRecord& line) { std::cout << line.text << "\n"; });
   XmlBinaryLogger logger;
   logger.initialize();
   logger.Debug("event", "%s sends %bxml_kw", &message, "backup");
@@ -26,9 +25,10 @@ int main()
 
   EvMessageContainer received;
   if (!getEvMessageContainerFromXML(message, received)) {
+    std::cerr << "the message holds no event\n";
     return 1;
   }
-  std::cout << received.getMessageId() << ":";
+  std::cout << "received " << received.getMessageId() << ":";
   for (const ArgumentInfo::Argument& argument : received.arguments()) {
     std::cout << " " << argument.as<std::string>();
   }
