@@ -184,8 +184,8 @@ public:
   void wipeBitset();
 
   // ---- Scalars
-  // ----------------------------------------------------------------------------------------------------- On
-  // failure (one log line) a getter returns zero or a reference to a default that the caller may overwrite
+
+  // On failure (one log line) a getter returns zero or a reference to a default that the caller may overwrite
   // but never frees, and a setter changes nothing.
 
   XML_INT64 getint64(short slot, unsigned long tag, unsigned int hash) const
@@ -296,10 +296,10 @@ public:
   void setObjectAccessor(const void* value, short field, short slot, unsigned long tag, unsigned int hash);
 
   // ---- Lists and maps
-  // ---------------------------------------------------------------------------------------------- A getter
-  // creates an empty collection when there is none and marks the field set only when asked; a _const form
-  // does neither and may return null. A setter stores a copy (an empty collection for a null pointer) and
-  // marks the field set. Lists of enumerations and of bools are lists of uint.
+
+  // A getter creates an empty collection when there is none and marks the field set only when asked; a _const
+  // form does neither and may return null. A setter stores a copy (an empty collection for a null pointer)
+  // and marks the field set. Lists of enumerations and of bools are lists of uint.
 
   /// What each family of the rows has: getlistint(), getlistint_const(), setlistint() and so on.
 #define KWXML_COLLECTION(family, text, ...)                                                               \
