@@ -331,7 +331,7 @@ def show_message(value, chain=()):
 
 
 def show_message_list(value):
-    items = list_items(int(value['messages_']), gdb.lookup_type('YMMessageBase').sizeof)
+    items = list_items(int(value['values_']), gdb.lookup_type('YMMessageBase').sizeof)
     return Tree(f'[{len(items)}]', 'array', lambda: (hand_over(MESSAGE, item) for item in items))
 
 

@@ -13,11 +13,14 @@ namespace kwxml {
 class ReadObserver;
 }
 
+/// Reads messages from JSON, each call by itself.
 class JSONDecoder
 {
 public:
-  /// No context. The context stays the caller's and must outlive the decoder.
+  /// No context.
   JSONDecoder() = default;
+  /// The context concerns passwords and the limit of memory. It stays the caller's and must outlive the
+  /// decoder.
   explicit JSONDecoder(KwXMLContextInfo* context) : context_(context) {}
 
   /// Makes `message` what the text says, which holds one document and blanks around it. 0 on success;

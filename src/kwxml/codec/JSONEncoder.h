@@ -16,13 +16,15 @@
 class KwXMLContextInfo;
 class YMMessageBase;
 
+/// Writes messages as JSON, each call by itself.
 class JSONEncoder
 {
 public:
+  /// Default flags and no context.
+  JSONEncoder() = default;
   /// Of the flags readableForm counts (lines, indented; dates and times as ISO 8601 has them), and what
   /// concerns passwords, which go out by the rules of the XML form. The context (null: none) stays the
   /// caller's and must outlive the encoder.
-  JSONEncoder() = default;
   explicit JSONEncoder(const EncodingFlags& flags, KwXMLContextInfo* context = nullptr)
       : context_(context), flags_(flags)
   {

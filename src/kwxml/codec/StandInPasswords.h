@@ -11,8 +11,8 @@ namespace kwxml {
 ///                  each call. A plain password is encrypted; a value that is of the type already is written
 ///                  as it is if the key opens it. Texts of another key, damaged ones, and passwords with a
 ///                  zero byte or of more than 1506 bytes are refused.
-///   BASE64         base64, which hides nothing from who looks twice
-///   PASS_THROUGH   written as it is (encryption only: it is never decrypted)
+///   BASE64         base64, which hides nothing from a reader who decodes it
+///   PASS_THROUGH   written as the password is (encryption only: nothing is decrypted)
 ///
 /// The session types stay without: their keys belong to sessions that the library knows nothing of. The
 /// newest scheme, KWPASSWORD_ENCRYPTION_VER8, cannot have an algorithm; values get to it by

@@ -14,20 +14,22 @@ class KwXMLContextInfo;
 
 namespace kwxml {
 
+/// What reading gave: a message or none, and what was wrong with the text or bytes.
 struct ReadResult
 {
   std::unique_ptr<YMMessageBase> message;  ///< null when a problem was met that leaves none
-  Problems problems;
+  Problems problems;  ///< in the order in which reading met them; empty where nothing was wrong
+  /// Whether there is a message.
   explicit operator bool() const { return message != nullptr; }
 };
 
-/// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; who wants to tell
-/// errors from warnings gives XMLDecoder an observer. The context (null: none) concerns passwords. Errors are
-/// logged as by XMLDecoder.
+/// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; a caller who
+/// wants to tell errors from warnings uses decode() or gives XMLDecoder an observer. The context (null: none)
+/// concerns passwords. Errors are logged as by XMLDecoder.
 [[nodiscard]] ReadResult readStrict(TextToRead xml, KwXMLContextInfo* context = nullptr);
-/// Reads JSON.
+/// Reads JSON, with the same result.
 [[nodiscard]] ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
-/// Reads the binary form.
+/// Reads the binary form, with the same result. The buffer's length counts.
 [[nodiscard]] ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context = nullptr);
 
 }  // namespace kwxml

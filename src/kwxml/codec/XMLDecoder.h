@@ -19,11 +19,14 @@ namespace kwxml {
 class ReadObserver;
 }
 
+/// Reads messages from XML or from the binary form, each call by itself, and answers questions about classes.
 class XMLDecoder
 {
 public:
-  /// Default flags and no context. The context stays the caller's and must outlive the decoder.
+  /// Default flags and no context.
   XMLDecoder() = default;
+  /// The flags (default ones where none are given) hold for every call. The context (null: none) stays the
+  /// caller's and must outlive the decoder.
   explicit XMLDecoder(const EncodingFlags& flags) : flags_(flags) {}
   XMLDecoder(const EncodingFlags& flags, KwXMLContextInfo* context) : context_(context), flags_(flags) {}
   explicit XMLDecoder(KwXMLContextInfo* context) : context_(context) {}
@@ -34,8 +37,8 @@ public:
   /// Makes `message` what the text says. 0 on success; otherwise the message is as before (4: not
   /// well-formed; 5: any other reason, a message of another class among them), and the reason is logged.
   /// Where no memory is left the message may hold a part of what was read, and std::bad_alloc may be thrown.
-  /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Of wide text
-  /// lines and columns are those that it has.
+  /// `observer` is told of what reading drops or bends, and of why it failed; null: nobody is. Lines and
+  /// columns are those of the text that was given, also of wide text.
   [[nodiscard]] int unSerialize(YMMessageBase& message, kwxml::TextToRead xml,
                                 KwXMLContextInfo* context = nullptr,
                                 kwxml::ReadObserver* observer = nullptr) const;
@@ -81,16 +84,20 @@ public:
   /// False for nested messages, lists and maps of them, and types without a value. Irregular sets that
   /// encodings rely on; see kwxml::isPrimitiveType and kwxml::isListType.
   static bool isPrimitive(FieldDataType type) { return kwxml::isPrimitiveType(type); }
+  /// True for most types of lists, and for one scalar; see kwxml::isListType.
   static bool isListType(FieldDataType type) { return kwxml::isListType(type); }
 
+  /// As YMMessageBase::GetClassDef().
   static const _ClassDef* GetClassDef(const YMMessageBase* message)
   {
     return YMMessageBase::GetClassDef(message);
   }
+  /// As YMMessageBase::GetClassDef().
   static const _ClassDef* GetClassDef(short system, int index)
   {
     return YMMessageBase::GetClassDef(system, index);
   }
+  /// As YMMessageBase::GetClassDef().
   static const _ClassDef* GetClassDef(unsigned long tag) { return YMMessageBase::GetClassDef(tag); }
 
   /// Name of the first enumerator with that value; an empty text when there is none.
@@ -116,9 +123,12 @@ public:
   /// none (nothing is logged) or its record is damaged (an error line).
   [[nodiscard]] static bool getCommandParamAnnotation(const FieldDef& field,
                                                       Annotation::CommandParam& annotation);
+  /// The same of another kind.
   [[nodiscard]] static bool getTextAnnotation(const FieldDef& field, Annotation::Text& annotation);
+  /// The same of another kind.
   [[nodiscard]] static bool getSearchCriteriaDefAnnotation(const FieldDef& field,
                                                            Annotation::SearchCriteriaDef& annotation);
+  /// The same of another kind.
   [[nodiscard]] static bool getStoredProcedure(const FieldDef& field,
                                                Annotation::StoredProcedure& annotation);
 
@@ -134,22 +144,25 @@ public:
   [[nodiscard]] static bool InsertIntoList(YMMessageBase* message, const std::string& fieldName,
                                            const void* value);
 
-  // Passwords. The algorithms are the process's, registered at start-up before threads encode or decode;
-  // PasswordAlgorithms.h says what they get and give, PasswordFields.h which one serves what.
+  // ---- Passwords
+  // The algorithms are the process's, registered at start-up before threads encode or decode;
+  // PasswordAlgorithms.h says what they get and give.
 
-  /// Registers the algorithm of a type (null: none). False for a type above KWPASSWORD_ENCRYPTION_VER5, the
-  /// newest scheme among them. Either way a line at level 10.
+  /// Registers the algorithm that encrypts passwords of a type (null: none). False for a type above
+  /// KWPASSWORD_ENCRYPTION_VER5, the newest scheme among them. Either way a line at level 10.
   [[nodiscard]] static bool registerPasswordEncAlgo(Annotation::PasswordEncryptType type,
                                                     PasswordAlgorithm algorithm);
+  /// Registers the algorithm that decrypts passwords of a type; in all else the same.
   [[nodiscard]] static bool registerPasswordDecAlgo(Annotation::PasswordEncryptType type,
                                                     PasswordAlgorithm algorithm);
-  /// Null for a type without an algorithm.
+  /// The algorithm that encrypts passwords of a type; null for a type without one.
   static PasswordAlgorithm GetRegisteredPasswordEncAlgo(Annotation::PasswordEncryptType type);
+  /// The algorithm that decrypts passwords of a type; null for a type without one.
   static PasswordAlgorithm GetRegisteredPasswordDecAlgo(Annotation::PasswordEncryptType type);
 
-  /// The wire text of a password for a field of encryption type `type`; the flags' targetPasswordType counts
-  /// instead where it is set. 0; 6, with `out` empty, when nothing can protect the value. `value` is not
-  /// changed.
+  /// Makes `out` the wire text of a password for a field of encryption type `type`; the flags'
+  /// targetPasswordType counts instead where it is set. 0 on success; 6, with `out` empty, when nothing can
+  /// protect the value. `value` is not changed.
   [[nodiscard]] int encryptPassword(int type, pstring& value, std::string& out) const;
   /// The value of a password field from its received zero-terminated text, escapes undone. False, with `out`
   /// null, when nothing can decrypt it. The caller owns `out`.
@@ -157,9 +170,9 @@ public:
   [[nodiscard]] bool decryptPassword(const FieldDef& field, const unsigned short* text,
                                      std::unique_ptr<pstring>& out) const;
   /// Decrypts a received password in place; its type is the context's password type, or the flags'
-  /// targetPasswordType where that is 0. The algorithm finds `reEncrypt` in the context. 0; otherwise `value`
-  /// is unchanged (1: empty, no valid type, no session, cannot be decrypted; 6: no algorithm), with an error
-  /// line.
+  /// targetPasswordType where that is 0. The algorithm finds `reEncrypt` in the context. 0 on success;
+  /// otherwise `value` is unchanged (1: empty, no valid type, no session, cannot be decrypted; 6: no
+  /// algorithm), with an error line.
   [[nodiscard]] int ProcessPasswordAnnotation(bstring& value, bool reEncrypt) const;
 
 private:

@@ -16,11 +16,14 @@ class BinaryBuffer;
 class KwXMLContextInfo;
 class YMMessageBase;
 
+/// Writes messages as XML or in the binary form, each call by itself.
 class XMLEncoder
 {
 public:
-  /// Default flags and no context. The context stays the caller's and must outlive the encoder.
+  /// Default flags and no context.
   XMLEncoder() = default;
+  /// The flags (default ones where none are given) hold for every call. The context (null: none) stays the
+  /// caller's and must outlive the encoder.
   explicit XMLEncoder(const EncodingFlags& flags) : flags_(flags) {}
   XMLEncoder(const EncodingFlags& flags, KwXMLContextInfo* context) : context_(context), flags_(flags) {}
   explicit XMLEncoder(KwXMLContextInfo* context) : context_(context) {}

@@ -32,6 +32,7 @@ struct FieldDef
   /// First 8-byte slot of the value. Not derivable from the position: slots need not follow declaration
   /// order.
   std::int16_t slot;
+  /// The type of the value; FIELD_ENUMERATOR for an enumerator.
   FieldDataType type;
 
   /// The name past its packed class references.
@@ -55,8 +56,11 @@ struct FieldDef
     }
   }
 
+  /// Whether values of the type are maps.
   static bool isMapType(FieldDataType t);
+  /// The type of a map's keys; FIELD_UNSET for a type that is no map.
   static FieldDataType getMapKeyType(FieldDataType t);
+  /// The type of a map's values; FIELD_UNSET for a type that is no map.
   static FieldDataType getMapValueType(FieldDataType t);
   /// The type's name in a schema listing; "Unknown Type " for a type without one.
   static const char* getFieldTypeName(FieldDataType t);
@@ -75,15 +79,18 @@ static_assert(sizeof(FieldDef) == 32, "field records are packed");
 /// One message class or enumeration. An enumeration is a class whose records are all enumerators.
 struct _ClassDef
 {
-  const char* name;
-  const FieldDef* fields;
-  std::uint64_t classId;       ///< low 24 bits of the tag identifier
-  std::int32_t defaultsIndex;  ///< first entry in the system's defaults table, or -1
-  std::int16_t numberOfFields;
-  std::int16_t numberOfSlots;  ///< 8-byte slots that the values need
+  const char* name;             ///< without its system's name
+  const FieldDef* fields;       ///< `numberOfFields` records
+  std::uint64_t classId;        ///< low 24 bits of the tag identifier
+  std::int32_t defaultsIndex;   ///< first entry in the system's defaults table, or -1
+  std::int16_t numberOfFields;  ///< of an enumeration: of its enumerators
+  std::int16_t numberOfSlots;   ///< 8-byte slots that the values need
 
+  /// Whether the class is an enumeration. One without enumerators is none.
   bool isEnum() const { return numberOfFields > 0 && fields[0].type == FIELD_ENUMERATOR; }
+  /// The first record.
   const FieldDef* begin() const { return fields; }
+  /// The end behind the last record.
   const FieldDef* end() const { return fields + numberOfFields; }
 };
 static_assert(sizeof(_ClassDef) == 32);
@@ -96,21 +103,21 @@ struct DefaultValue
 {
   std::uint16_t fieldNumber;  ///< noField marks an entry that matches no field and ends a class's run
   const char* text;           ///< decimal number, "true"/"false", or a string
-  static constexpr std::uint16_t noField = 65535;
+  static constexpr std::uint16_t noField = 65535;  ///< ends a class's run
 };
 
 /// An entry of a system's class-ID table, sorted ascending by ID; IDs may repeat.
 struct ClassIdIndex
 {
-  std::uint64_t classId;
-  std::int16_t classIndex;
+  std::uint64_t classId;    ///< low 24 bits of a tag identifier
+  std::int16_t classIndex;  ///< position of the class in its system
 };
 
 /// Path of field indices from a top-level class down to the field that holds a value.
 struct XPathFieldsInfo
 {
-  const std::int16_t* fieldIndices;
-  std::int32_t depth;
+  const std::int16_t* fieldIndices;  ///< `depth` field numbers, that of the top-level class first
+  std::int32_t depth;                ///< length of the path
 };
 
 }  // namespace kwxml
@@ -118,36 +125,36 @@ struct XPathFieldsInfo
 /// XPath identifier and its index into the fields-info array; arrays are sorted by identifier.
 struct XPathIDHelper
 {
-  std::int32_t id;
-  std::int32_t fieldsInfoIndex;
+  std::int32_t id;               ///< XPath identifier
+  std::int32_t fieldsInfoIndex;  ///< index into XPathDataRow::fieldsInfo
 };
 
 /// XPath identifier and its text; arrays are sorted by text in strcmp order.
 struct XPathIDToXPath
 {
-  std::uint32_t id;
-  const char* xpath;
+  std::uint32_t id;   ///< XPath identifier
+  const char* xpath;  ///< its text
 };
 
 /// The XPath tables of one message system. The arrays have one entry more than `count`.
 struct XPathDataRow
 {
-  std::int64_t system;  ///< message-system index in the low 16 bits
-  const kwxml::XPathFieldsInfo* fieldsInfo;
-  const XPathIDHelper* idToFieldsInfo;
-  const XPathIDToXPath* idToXPath;
-  std::int32_t count;
+  std::int64_t system;                       ///< message-system index in the low 16 bits
+  const kwxml::XPathFieldsInfo* fieldsInfo;  ///< the paths
+  const XPathIDHelper* idToFieldsInfo;       ///< from identifiers to paths
+  const XPathIDToXPath* idToXPath;           ///< from texts to identifiers
+  std::int32_t count;                        ///< entries of each array, without the one behind them
 };
 
 /// One row of the registry of message systems; the row's position is the system index.
 struct MessageSystemRow
 {
-  const char* name;  ///< null in an empty row
-  const _ClassDef* classes;
-  const kwxml::ClassIdIndex* classIds;
-  const kwxml::DefaultValue* defaults;
-  std::int16_t numberOfClasses;  ///< also the length of classIds
-  std::int16_t eager;            ///< 1: messages build all nested objects and mark every primitive when made
+  const char* name;                     ///< null in an empty row
+  const _ClassDef* classes;             ///< `numberOfClasses` records
+  const kwxml::ClassIdIndex* classIds;  ///< positions of the classes by their IDs
+  const kwxml::DefaultValue* defaults;  ///< the default values of all classes
+  std::int16_t numberOfClasses;         ///< also the length of classIds
+  std::int16_t eager;  ///< 1: messages build all nested objects and mark every primitive when made
 };
 static_assert(sizeof(MessageSystemRow) == 40);
 
@@ -161,8 +168,8 @@ struct ClassPlan;
 /// with.
 struct [[gnu::visibility("default")]] XML_KWMessage_MessageSystemChooser
 {
-  static constexpr int numberOfSystems = 206;
-  /// Row 0 is always empty.
+  static constexpr int numberOfSystems = 206;  ///< rows of msgSysStruct
+  /// The systems by their indices. Row 0 is always empty.
   static const MessageSystemRow msgSysStruct[numberOfSystems];
   /// One row per system with XPath data; ends with a row of system 0, null pointers and count -1.
   static const XPathDataRow xpathData[];
@@ -181,30 +188,30 @@ namespace kwxml {
 /// one; a system under that of its name, "_" and nothing.
 struct ClassNameIndex
 {
-  std::uint32_t hash;  ///< classNameHash()
-  std::int16_t system;
-  std::int16_t classIndex;  ///< -1: the system itself
+  std::uint32_t hash;       ///< classNameHash()
+  std::int16_t system;      ///< index of the system
+  std::int16_t classIndex;  ///< position of the class in its system; -1: the system itself
 };
 
 /// A name that a class or one of its fields had before, by which readers still find it.
 struct FormerName
 {
-  std::int16_t system;
-  std::int16_t classIndex;
-  std::int16_t field;  ///< position of its record, or -1 for the class itself
-  std::int16_t reserved;
-  std::uint32_t hash;  ///< nameHash() of the name
-  const char* name;
+  std::int16_t system;      ///< index of the system
+  std::int16_t classIndex;  ///< position of the class in its system
+  std::int16_t field;       ///< position of its record, or -1 for the class itself
+  std::int16_t reserved;    ///< 0
+  std::uint32_t hash;       ///< nameHash() of the name
+  const char* name;         ///< the former name
 };
 
 /// What a schema says about a system, a class, a field or an enumerator, for people.
 struct DocText
 {
-  std::int16_t system;
-  std::int16_t classIndex;  ///< -1: the system itself
-  std::int16_t field;       ///< -1: the class itself
-  std::int16_t reserved;
-  const char* text;
+  std::int16_t system;      ///< index of the system
+  std::int16_t classIndex;  ///< position of the class in its system; -1: the system itself
+  std::int16_t field;       ///< position of the record; -1: the class itself
+  std::int16_t reserved;    ///< 0
+  const char* text;         ///< what the schema says
 };
 
 /// Everything that the compiler writes of a catalogue. Constant data; the arrays are sorted as their rows are
@@ -216,16 +223,16 @@ struct CatalogueTables
   /// another version does not link.
   static constexpr std::uint32_t currentVersion = 2;
 
-  std::uint32_t version;
-  std::uint32_t numberOfClassNames;
-  std::uint32_t numberOfFormerNames;
-  std::uint32_t numberOfDocs;
-  const char* name;                 ///< of the catalogue: a C++ identifier
-  const MessageSystemRow* systems;  ///< numberOfSystems rows
-  const XPathDataRow* xpath;        ///< ends as XML_KWMessage_MessageSystemChooser::xpathData does
-  const ClassNameIndex* classNames;
-  const FormerName* formerNames;
-  const DocText* docs;
+  std::uint32_t version;              ///< currentVersion of the compiler that wrote them
+  std::uint32_t numberOfClassNames;   ///< length of classNames
+  std::uint32_t numberOfFormerNames;  ///< length of formerNames
+  std::uint32_t numberOfDocs;         ///< length of docs
+  const char* name;                   ///< of the catalogue: a C++ identifier
+  const MessageSystemRow* systems;    ///< numberOfSystems rows
+  const XPathDataRow* xpath;          ///< ends as XML_KWMessage_MessageSystemChooser::xpathData does
+  const ClassNameIndex* classNames;   ///< the index of names
+  const FormerName* formerNames;      ///< names that classes and fields had before
+  const DocText* docs;                ///< what the schemas say for people
 };
 
 /// One step of classNameHash(): a part of the name, eight bytes at a time, its length with the last of them.
@@ -273,10 +280,11 @@ constexpr std::uint32_t nameHash(const char* text, std::size_t length)
 }
 static_assert(nameHash("errorCode", 9) == 0x9CB015 && nameHash("\xC3", 1) == 0xFFFFC3);
 
+/// Where fingerprints begin: the fingerprint of a class without records.
+inline constexpr std::uint32_t fingerprintStart = 2166136261U;
 /// What a program compiled with a class's wrapper counts on: the fingerprint of the class's records, one step
 /// for each, from `fingerprintStart` on; of an enumerator, a second one with the hash of its name alone. Of
 /// two catalogues whose classes have one fingerprint each reads the other's messages in place.
-inline constexpr std::uint32_t fingerprintStart = 2166136261U;
 constexpr std::uint32_t fingerprintStep(std::uint32_t fingerprint, std::uint32_t hash, int number, int slot,
                                         int type)
 {
@@ -308,9 +316,10 @@ inline std::uint32_t fingerprintOf(const _ClassDef& cls, int count)
 /// A packed class reference as it stands before a field's name.
 struct PackedReference
 {
-  int system;
-  int classIndex;
+  int system;                          ///< index of the system
+  int classIndex;                      ///< position of the class in its system
   const Registry* registry = nullptr;  ///< in which it is looked up; null: in the one in use
+  /// The reference in the four bytes at `fourBytes`, without a registry.
   static PackedReference read(const void* fourBytes)
   {
     const auto* b = static_cast<const unsigned char*>(fourBytes);
@@ -367,9 +376,11 @@ inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long va
 /// there is none, and without an enumeration.
 const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name);
 
-/// Irregular sets, kept exactly as the product's encodings have them.
+/// False for nested messages, lists and maps of them, and types without a value; true for all else, numbers
+/// of no type included. An irregular set, which encodings rely on.
 bool isPrimitiveType(unsigned type);
-/// It has a scalar (ulonglong) and lacks the list of ulonglong and that of bstring.
+/// Whether encodings take the type for a list. An irregular set, which they rely on: it has a scalar
+/// (ulonglong) and lacks the list of ulonglong and that of bstring.
 constexpr bool isListType(unsigned type)
 {
   constexpr auto bit = [](FieldDataType one) { return std::uint64_t{1} << one; };
@@ -380,6 +391,8 @@ constexpr bool isListType(unsigned type)
                                 bit(FIELD_LIST_DOUBLE);
   return type < fieldTypeCount && (set >> type & 1) != 0;
 }
+/// Whether a value of the type is written with elements of its own: the types of isListType(), the list of
+/// bstring, and maps.
 constexpr bool isCollectionType(unsigned type)
 {
   return isListType(type) || type == FIELD_LIST_BSTRING || fieldTypeInfo(type).mapKey != FIELD_UNSET;

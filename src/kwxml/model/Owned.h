@@ -11,8 +11,10 @@ namespace kwxml {
 /// pointer that its caller has to delete.
 struct Owned
 {
+  /// Written out, so that {} is none.
   explicit constexpr Owned() = default;
 };
+/// What to write as that argument.
 inline constexpr Owned owned{};
 
 /// Calls `give(T*&)`, which leaves null or an object of its caller's, and lets `out` own it. Gives what

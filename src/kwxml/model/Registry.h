@@ -21,6 +21,7 @@
 
 namespace kwxml {
 
+/// The tables of one catalogue, with the look-ups over them. Copied nowhere: messages point to it.
 class [[gnu::visibility("default")]] Registry
 {
 public:
@@ -33,8 +34,10 @@ public:
   /// the log's workers, and none may be made.
   struct End
   {
+    /// Frees the registry.
     void operator()(const Registry* registry) const noexcept;
   };
+  /// Owns a registry made at run time.
   using Owner = std::unique_ptr<const Registry, End>;
 
   /// The catalogue of schema files and folders of them (their *.xml files), with the tables that a compiled
@@ -60,10 +63,12 @@ public:
   /// Logs describeLoaded(), as an error, at the first call of the process: for a class that was not found.
   static void tellLoadedOnce();
 
+  /// The catalogue's name, a C++ identifier.
   const char* name() const noexcept
   {
     return tables_->name;
   }
+  /// The catalogue's tables.
   const CatalogueTables& tables() const noexcept
   {
     return *tables_;
@@ -86,6 +91,7 @@ public:
                                int& classIndex) const noexcept;
   /// The class of a tag identifier, found as YMMessageBase::getIndicesFromTagID() finds it.
   [[nodiscard]] bool findTag(unsigned long tag, short& system, int& classIndex) const noexcept;
+  /// The XPath tables of a system; null when it has none.
   const XPathDataRow* xpathData(short system) const noexcept;
   /// The former names of a class's fields, and their number.
   const FormerName* formerNames(int system, int classIndex, std::size_t& count) const noexcept;
@@ -95,6 +101,7 @@ public:
 
   // ---- For the library itself
 
+  /// Where the plan of a class stands once it has been made.
   using PlanPlace = std::atomic<const ClassPlan*>;
   /// The plan of a class that is there.
   const ClassPlan& plan(unsigned system, unsigned classIndex) const
@@ -137,9 +144,11 @@ void useCatalogue(const Registry& registry) noexcept;
 class UsingCatalogue
 {
 public:
+  /// From now on `registry`, which must outlive the object.
   explicit UsingCatalogue(const Registry& registry) noexcept;
   /// The catalogue of a message that is to be read into.
   explicit UsingCatalogue(const YMMessageBase& message) noexcept;
+  /// The thread uses again what it used before.
   ~UsingCatalogue();
   UsingCatalogue(const UsingCatalogue&) = delete;
   UsingCatalogue& operator=(const UsingCatalogue&) = delete;

@@ -23,18 +23,18 @@ namespace Annotation {
 /// annotations.
 enum PasswordEncryptType : int
 {
-  UNKNOWN = 0,
-  PLAIN_TEXT = 1,
-  SESSION_ENCRYPTION = 2,
-  KWPASSWORD_ENCRYPTION_VER1 = 3,
-  KWPASSWORD_ENCRYPTION_VER2 = 4,
-  KWPASSWORD_ENCRYPTION_VER3 = 5,
-  PASS_THROUGH = 6,
-  SESSION_PLUS_KWPASSWORD_VER2 = 7,
-  SESSION_PLUS_KWPASSWORD_VER3 = 8,
-  BASE64 = 9,
-  KWPASSWORD_ENCRYPTION_VER5 = 10,
-  KWPASSWORD_ENCRYPTION_VER8 = 11
+  UNKNOWN = 0,                       ///< none is named
+  PLAIN_TEXT = 1,                    ///< not protected
+  SESSION_ENCRYPTION = 2,            ///< by the key of a session
+  KWPASSWORD_ENCRYPTION_VER1 = 3,    ///< by the product's key, first version
+  KWPASSWORD_ENCRYPTION_VER2 = 4,    ///< by the product's key, second version
+  KWPASSWORD_ENCRYPTION_VER3 = 5,    ///< by the product's key, third version
+  PASS_THROUGH = 6,                  ///< passed on as it was received
+  SESSION_PLUS_KWPASSWORD_VER2 = 7,  ///< by the session's key over the second version
+  SESSION_PLUS_KWPASSWORD_VER3 = 8,  ///< by the session's key over the third version
+  BASE64 = 9,                        ///< base64, which protects nothing
+  KWPASSWORD_ENCRYPTION_VER5 = 10,   ///< by the product's key, fifth version
+  KWPASSWORD_ENCRYPTION_VER8 = 11    ///< by the product's key, the newest version
 };
 
 }  // namespace Annotation
@@ -54,6 +54,7 @@ inline constexpr const char* passwordEncryptTypeNames[] = {"UNKNOWN",
                                                            "BASE64",
                                                            "KWPASSWORD_ENCRYPTION_VER5",
                                                            "KWPASSWORD_ENCRYPTION_VER8"};
+/// Number of schemes.
 inline constexpr int passwordEncryptTypeCount = Annotation::KWPASSWORD_ENCRYPTION_VER8 + 1;
 static_assert(sizeof(passwordEncryptTypeNames) / sizeof(passwordEncryptTypeNames[0]) ==
               passwordEncryptTypeCount);
@@ -70,7 +71,9 @@ constexpr const char* passwordEncryptTypeName(int type) noexcept
 class bstring
 {
 public:
+  /// No bytes.
   bstring() noexcept = default;
+  /// The bytes of `text`: a copy, or the text itself where it is given away.
   bstring(const std::string& text) : text_(text) {}
   bstring(std::string&& text) noexcept : text_(std::move(text)) {}
   /// The bytes up to the first zero byte; null gives an empty text.
@@ -83,10 +86,12 @@ public:
   bstring(const bstring&) = default;
   bstring(bstring&&) noexcept = default;
   bstring(const cdata&) = delete;
+  /// Frees the bytes.
   virtual ~bstring();
 
   bstring& operator=(const bstring&) = default;
   bstring& operator=(bstring&&) noexcept = default;
+  /// The bytes of `text`, as the constructors take it.
   bstring& operator=(const std::string& text)
   {
     text_ = text;
@@ -100,12 +105,18 @@ public:
   bstring& operator=(const char* text) { return *this = std::string(text != nullptr ? text : ""); }
   bstring& operator=(const cdata&) = delete;
 
+  /// The bytes. The reference, or what it converts to, holds as long as the object.
   const std::string& text() const noexcept { return text_; }
   std::string& text() noexcept { return text_; }
+  /// The same.
   operator const std::string&() const noexcept { return text_; }
+  /// The same, as a view.
   operator std::string_view() const noexcept { return text_; }
+  /// The same, with a zero byte behind the last one.
   const char* c_str() const noexcept { return text_.c_str(); }
+  /// Number of bytes.
   std::size_t size() const noexcept { return text_.size(); }
+  /// Whether there are no bytes.
   bool empty() const noexcept { return text_.empty(); }
 
 private:
@@ -119,6 +130,7 @@ inline bool operator==(const bstring& a, const bstring& b) noexcept
 }
 /// Writes all bytes of the text, zero bytes included, whatever width or fill the stream is set to.
 std::ostream& operator<<(std::ostream& out, const bstring& value);
+/// A new text of both, `a` first. A null pointer must not be given.
 std::string operator+(const std::string& a, const bstring& b);
 std::string operator+(const bstring& a, const std::string& b);
 std::string operator+(const bstring& a, const bstring& b);
@@ -136,7 +148,9 @@ inline std::string operator+(const bstring& a, const char* b)
 class cdata
 {
 public:
+  /// An empty text.
   cdata() noexcept = default;
+  /// The text: a copy, or `text` itself where it is given away.
   cdata(const std::string& text) : text_(text) {}
   cdata(std::string&& text) noexcept : text_(std::move(text)) {}
   /// The bytes up to the first zero byte; null gives an empty text.
@@ -149,10 +163,12 @@ public:
   cdata(const cdata&) = default;
   cdata(cdata&&) noexcept = default;
   cdata(const bstring&) = delete;
+  /// Frees the text.
   virtual ~cdata();
 
   cdata& operator=(const cdata&) = default;
   cdata& operator=(cdata&&) noexcept = default;
+  /// The text, as the constructors take it.
   cdata& operator=(const std::string& text)
   {
     text_ = text;
@@ -166,24 +182,32 @@ public:
   cdata& operator=(const char* text) { return *this = std::string(text != nullptr ? text : ""); }
   cdata& operator=(const bstring&) = delete;
 
+  /// The text. The reference, or what it converts to, holds as long as the object.
   const std::string& text() const noexcept { return text_; }
   std::string& text() noexcept { return text_; }
+  /// The same.
   operator const std::string&() const noexcept { return text_; }
+  /// The same, as a view.
   operator std::string_view() const noexcept { return text_; }
+  /// The same, with a zero byte behind it.
   const char* c_str() const noexcept { return text_.c_str(); }
+  /// Number of bytes.
   std::size_t size() const noexcept { return text_.size(); }
+  /// Whether the text is empty.
   bool empty() const noexcept { return text_.empty(); }
 
 private:
   std::string text_;
 };
 
+/// Equal when all bytes are.
 inline bool operator==(const cdata& a, const cdata& b) noexcept
 {
   return a.text() == b.text();
 }
 /// Writes all bytes of the text, zero bytes included, whatever width or fill the stream is set to.
 std::ostream& operator<<(std::ostream& out, const cdata& value);
+/// A new text of both, `a` first. A null pointer must not be given.
 std::string operator+(const std::string& a, const cdata& b);
 std::string operator+(const cdata& a, const std::string& b);
 std::string operator+(const cdata& a, const cdata& b);
@@ -203,6 +227,7 @@ class pstring : public bstring
 public:
   /// An empty plain text.
   pstring() noexcept = default;
+  /// A plain text; of a pointer the bytes up to the first zero byte, none for null.
   pstring(const std::string& text) : bstring(text) {}
   pstring(const char* text) : bstring(text) {}
   /// A type above the newest scheme becomes PLAIN_TEXT; every other one, negative ones included, is kept.
@@ -213,6 +238,7 @@ public:
   }
   pstring(const pstring&) = default;
   pstring(pstring&&) noexcept = default;
+  /// Frees the text.
   ~pstring() override;
 
   pstring& operator=(const pstring&) = default;
@@ -227,7 +253,9 @@ public:
   pstring& operator=(const bstring& bytes) { return *this = bytes.text(); }
   pstring& operator=(const char* text) { return *this = std::string(text != nullptr ? text : ""); }
 
+  /// Names another scheme; the text stays as it is.
   void setEncryptionType(int type) noexcept { encryptionType_ = type; }
+  /// The scheme that protects the text.
   int getEncryptionType() const noexcept { return encryptionType_; }
 
   /// The plain password. Empty when the scheme cannot be undone here or the text is damaged; nothing is

@@ -1,7 +1,8 @@
 // The collections of messages and of enumerators as wrappers give them.
 //
-// All are views: they hold while the collection is neither destroyed nor, for what they have pointed to,
-// changed. What a view is of stands behind it: messages() or numbers().
+// All are views, which own nothing. A view holds as long as the message keeps the collection; an iterator or
+// a reference out of the view holds until the collection is changed. messages() and numbers() give the
+// collection itself.
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
@@ -18,23 +19,28 @@
 namespace kwxml {
 
 /// Steps through messages as their wrappers, which it gives as kwxml::as() does, or through the numbers of
-/// enumerators as enumerators.
+/// enumerators as enumerators. A random access iterator over the elements of a vector; it holds as long as
+/// that vector's own would.
 template <class Value, class Stored>
 class ElementIterator
 {
 public:
+  /// True where elements are given as values (enumerators), false where references are given (messages).
   static constexpr bool givesValues = std::is_enum_v<Value>;
-  // That of any random access iterator; <iterator> would take a tenth of a wrapper header's compile time.
+  /// That of any random access iterator; <iterator> would take a tenth of a wrapper header's compile time.
   using iterator_concept = std::vector<YMMessageBase>::iterator::iterator_category;
-  using iterator_category = iterator_concept;
-  using value_type = std::remove_cv_t<Value>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = Value*;
-  using reference = std::conditional_t<givesValues, value_type, Value&>;
+  using iterator_category = iterator_concept;                             ///< the same
+  using value_type = std::remove_cv_t<Value>;                             ///< wrapper or enumeration
+  using difference_type = std::ptrdiff_t;                                 ///< a count of elements
+  using pointer = Value*;                                                 ///< of messages alone
+  using reference = std::conditional_t<givesValues, value_type, Value&>;  ///< what `*` gives
 
+  /// An iterator of no list.
   ElementIterator() = default;
+  /// At the element that `at` points to.
   explicit ElementIterator(Stored* at) : at_(at) {}
 
+  /// The element. There must be one.
   reference operator*() const
   {
     if constexpr (givesValues) {
@@ -43,191 +49,204 @@ public:
       return as<value_type>(*at_);
     }
   }
+  /// A member of the message. There must be one.
   pointer operator->() const requires(!givesValues) { return &**this; }
+  /// The element `n` places further on.
   reference operator[](difference_type n) const { return *(*this + n); }
+  /// One element on.
   ElementIterator& operator++() { return *this += 1; }
+  /// One element back.
   ElementIterator& operator--() { return *this += -1; }
+  /// One element on; gives the place before that.
   ElementIterator operator++(int) { return ElementIterator(at_++); }
+  /// One element back; gives the place before that.
   ElementIterator operator--(int) { return ElementIterator(at_--); }
+  /// `n` elements on, or back for a negative number.
   ElementIterator& operator+=(difference_type n)
   {
     at_ += n;
     return *this;
   }
+  /// `n` elements back.
   ElementIterator& operator-=(difference_type n) { return *this += -n; }
+  /// The place `n` elements further on.
   friend ElementIterator operator+(ElementIterator i, difference_type n) { return i += n; }
   friend ElementIterator operator+(difference_type n, ElementIterator i) { return i += n; }
+  /// The place `n` elements before, or the number of elements from `b` to `a`.
   friend ElementIterator operator-(ElementIterator i, difference_type n) { return i -= n; }
   friend difference_type operator-(ElementIterator a, ElementIterator b) { return a.at_ - b.at_; }
+  /// By the places in one list.
   friend auto operator<=>(ElementIterator, ElementIterator) = default;
 
 private:
   Stored* at_ = nullptr;
 };
 
-/// The messages of a list field as their wrappers, to read, each given as kwxml::as() does.
-template <class Wrapper>
-class ConstMessageList
+/// What the views of lists share: elements of `Value` that stand as `Stored` in the list `Values`, which is
+/// constant where the view is to read. A view is a pointer: copies of it see the same list.
+template <class Value, class Stored, class Values>
+class ListView
 {
 public:
-  using Messages = std::vector<YMMessageBase>;
-  using value_type = Wrapper;
-  using const_iterator = ElementIterator<const Wrapper, const YMMessageBase>;
-  using iterator = const_iterator;
+  using value_type = std::remove_cv_t<Value>;       ///< wrapper or enumeration
+  using iterator = ElementIterator<Value, Stored>;  ///< of random access
+  using const_iterator = iterator;                 ///< the same: the view's own type says what may be changed
+  using reference = typename iterator::reference;  ///< a wrapper's reference, or an enumerator
 
-  /// Null is an empty list.
-  ConstMessageList(const Messages* messages) : messages_(&orEmpty(messages)) {}
+  /// Whether the list has no element.
+  bool empty() const noexcept { return values_->empty(); }
+  /// Number of elements.
+  std::size_t size() const noexcept { return values_->size(); }
+  /// The element at `i`, which there must be.
+  reference operator[](std::size_t i) const { return *iterator(&(*values_)[i]); }
+  /// The element at `i`. Throws std::out_of_range where there is none.
+  reference at(std::size_t i) const { return *iterator(&values_->at(i)); }
+  /// The first element, which there must be.
+  reference front() const { return (*this)[0]; }
+  /// The last element, which there must be.
+  reference back() const { return (*this)[size() - 1]; }
+  /// The first element.
+  iterator begin() const { return iterator(values_->data()); }
+  /// The end behind the last element.
+  iterator end() const { return iterator(values_->data() + values_->size()); }
 
-  bool empty() const noexcept { return messages_->empty(); }
-  std::size_t size() const noexcept { return messages_->size(); }
-  const Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
-  /// Throws std::out_of_range as well.
-  const Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
-  const Wrapper& front() const { return (*this)[0]; }
-  const Wrapper& back() const { return (*this)[size() - 1]; }
-  const_iterator begin() const { return const_iterator(messages_->data()); }
-  const_iterator end() const { return const_iterator(messages_->data() + messages_->size()); }
-  /// The list itself.
-  const Messages& messages() const noexcept { return *messages_; }
+protected:
+  /// A view of `values`, which must outlive it.
+  explicit ListView(Values& values) : values_(&values) {}
 
-private:
-  const Messages* messages_;
+  Values* values_;  ///< the list itself
 };
 
-/// The same, to change.
-template <class Wrapper>
-class MessageList
+/// What the views of lists that may be changed have besides.
+template <class Value, class Stored>
+class ChangingListView : public ListView<Value, Stored, std::vector<Stored>>
 {
 public:
-  using Messages = std::vector<YMMessageBase>;
-  using value_type = Wrapper;
-  using iterator = ElementIterator<Wrapper, YMMessageBase>;
+  using typename ListView<Value, Stored, std::vector<Stored>>::iterator;
 
-  /// Null is a list that is never read again.
-  MessageList(Messages* messages) : messages_(&orScratch(messages)) {}
-  operator ConstMessageList<Wrapper>() const { return messages_; }
-
-  bool empty() const noexcept { return messages_->empty(); }
-  std::size_t size() const noexcept { return messages_->size(); }
-  Wrapper& operator[](std::size_t i) const { return as<Wrapper>((*messages_)[i]); }
-  /// Throws std::out_of_range as well.
-  Wrapper& at(std::size_t i) const { return as<Wrapper>(messages_->at(i)); }
-  Wrapper& front() const { return (*this)[0]; }
-  Wrapper& back() const { return (*this)[size() - 1]; }
-  iterator begin() const { return iterator(messages_->data()); }
-  iterator end() const { return iterator(messages_->data() + messages_->size()); }
-
-  void push_back(const Wrapper& message) { messages_->push_back(message); }
-  void push_back(Wrapper&& message) { messages_->push_back(static_cast<YMMessageBase&&>(message)); }
-  /// A new message at the end.
-  Wrapper& emplace_back()
-  {
-    messages_->push_back(Wrapper());
-    return back();
-  }
-  /// Before the message that has stood at `before`, or at the end; gives the one that has been inserted.
-  iterator insert(iterator before, Wrapper message)
-  {
-    const auto at = before - begin();
-    messages_->insert(messages_->begin() + at, static_cast<YMMessageBase&&>(message));
-    return begin() + at;
-  }
-  void pop_back() { messages_->pop_back(); }
-  void erase(std::size_t i) { messages_->erase(messages_->begin() + static_cast<std::ptrdiff_t>(i)); }
-  /// Gives what stands behind what has been erased.
+  /// Removes the last element, which there must be.
+  void pop_back() { this->values_->pop_back(); }
+  /// Removes the element at a position, where there must be one. With an iterator: gives the place behind.
+  void erase(std::size_t i) { erase(this->begin() + static_cast<std::ptrdiff_t>(i)); }
   iterator erase(iterator at) { return erase(at, at + 1); }
+  /// Removes the elements from `first` up to `last`, without that one; gives the place behind them.
   iterator erase(iterator first, iterator last)
   {
-    const auto at = first - begin();
-    messages_->erase(messages_->begin() + at, messages_->begin() + (last - begin()));
-    return begin() + at;
+    const auto at = first - this->begin();
+    this->values_->erase(place(at), place(last - this->begin()));
+    return this->begin() + at;
   }
-  /// Erases the messages for which `predicate(const Wrapper&)` is true, and gives their number.
+  /// Removes all elements.
+  void clear() { this->values_->clear(); }
+  /// Makes room for `count` elements, so that adding them moves none.
+  void reserve(std::size_t count) { this->values_->reserve(count); }
+
+protected:
+  using ListView<Value, Stored, std::vector<Stored>>::ListView;
+
+  /// The list's own iterator at a position.
+  auto place(std::ptrdiff_t at) const { return this->values_->begin() + at; }
+};
+
+/// The messages of a list field as their wrappers, to read, each given as kwxml::as() does.
+template <class Wrapper>
+class ConstMessageList : public ListView<const Wrapper, const YMMessageBase, const std::vector<YMMessageBase>>
+{
+public:
+  using Messages = std::vector<YMMessageBase>;  ///< what the message holds
+  using value_type = Wrapper;                   ///< the wrapper
+
+  /// A view of `messages`, which must outlive it. Null is an empty list.
+  ConstMessageList(const Messages* messages) : ConstMessageList::ListView(orEmpty(messages)) {}
+
+  /// The list itself.
+  const Messages& messages() const noexcept { return *this->values_; }
+};
+
+/// The messages of a list field as their wrappers, to change.
+template <class Wrapper>
+class MessageList : public ChangingListView<Wrapper, YMMessageBase>
+{
+public:
+  using Messages = std::vector<YMMessageBase>;  ///< what the message holds
+  using typename ChangingListView<Wrapper, YMMessageBase>::iterator;
+
+  /// A view of `messages`, which must outlive it. Null is a list that is never read again.
+  MessageList(Messages* messages) : MessageList::ChangingListView(orScratch(messages)) {}
+  /// The same list, to read.
+  operator ConstMessageList<Wrapper>() const { return this->values_; }
+
+  /// Adds a copy of the message at the end, or the message itself where it is given away.
+  void push_back(const Wrapper& message) { this->values_->push_back(message); }
+  void push_back(Wrapper&& message) { this->values_->push_back(static_cast<YMMessageBase&&>(message)); }
+  /// Adds a new message with its defaults at the end, and gives it.
+  Wrapper& emplace_back()
+  {
+    this->values_->push_back(Wrapper());
+    return this->back();
+  }
+  /// Adds the message before the one at `before`, or at the end; gives the place of the added one.
+  iterator insert(iterator before, Wrapper message)
+  {
+    const auto at = before - this->begin();
+    this->values_->insert(this->place(at), static_cast<YMMessageBase&&>(message));
+    return this->begin() + at;
+  }
+  /// Removes the messages for which `predicate(const Wrapper&)` is true, and gives their number.
   template <class Predicate>
   friend std::size_t erase_if(MessageList list, Predicate predicate)
   {
-    return std::erase_if(*list.messages_, [&predicate](const YMMessageBase& message) {
+    return std::erase_if(*list.values_, [&predicate](const YMMessageBase& message) {
       return predicate(as<Wrapper>(message));
     });
   }
-  void clear() { messages_->clear(); }
-  void reserve(std::size_t count) { messages_->reserve(count); }
-  Messages& messages() const noexcept { return *messages_; }
-
-private:
-  Messages* messages_;
+  /// The list itself.
+  Messages& messages() const noexcept { return *this->values_; }
 };
 
-/// The enumerators of a list field, to read. The message holds their numbers, which any may be.
+/// The enumerators of a list field, to read. The message holds their numbers, and any number may stand there.
 template <class Enum>
-class ConstEnumList
+class ConstEnumList : public ListView<Enum, const unsigned int, const std::vector<unsigned int>>
 {
 public:
-  using Numbers = std::vector<unsigned int>;
-  using value_type = Enum;
-  using const_iterator = ElementIterator<Enum, const unsigned int>;
-  using iterator = const_iterator;
+  using Numbers = std::vector<unsigned int>;  ///< what the message holds
 
-  /// Null is an empty list.
-  ConstEnumList(const Numbers* numbers) : numbers_(&orEmpty(numbers)) {}
-  operator const Numbers&() const noexcept { return *numbers_; }
-
-  bool empty() const noexcept { return numbers_->empty(); }
-  std::size_t size() const noexcept { return numbers_->size(); }
-  Enum operator[](std::size_t i) const { return static_cast<Enum>((*numbers_)[i]); }
-  /// Throws std::out_of_range.
-  Enum at(std::size_t i) const { return static_cast<Enum>(numbers_->at(i)); }
-  Enum front() const { return (*this)[0]; }
-  Enum back() const { return (*this)[size() - 1]; }
-  const_iterator begin() const { return const_iterator(numbers_->data()); }
-  const_iterator end() const { return const_iterator(numbers_->data() + numbers_->size()); }
-  const Numbers& numbers() const noexcept { return *numbers_; }
+  /// A view of `numbers`, which must outlive it. Null is an empty list.
+  ConstEnumList(const Numbers* numbers) : ConstEnumList::ListView(orEmpty(numbers)) {}
+  /// The list itself.
+  operator const Numbers&() const noexcept { return *this->values_; }
+  /// The list itself.
+  const Numbers& numbers() const noexcept { return *this->values_; }
+  /// Whether the list has these numbers, in this order.
   friend bool operator==(const ConstEnumList& list, const Numbers& numbers)
   {
-    return *list.numbers_ == numbers;
+    return *list.values_ == numbers;
   }
-
-private:
-  const Numbers* numbers_;
 };
 
-/// The same, to change.
+/// The enumerators of a list field, to change.
 template <class Enum>
-class EnumList
+class EnumList : public ChangingListView<Enum, unsigned int>
 {
 public:
-  using Numbers = std::vector<unsigned int>;
-  using value_type = Enum;
-  using const_iterator = ElementIterator<Enum, const unsigned int>;
-  using iterator = const_iterator;
+  using Numbers = std::vector<unsigned int>;  ///< what the message holds
 
-  /// Null is a list that is never read again.
-  EnumList(Numbers* numbers) : numbers_(&orScratch(numbers)) {}
-  operator ConstEnumList<Enum>() const { return numbers_; }
-  operator Numbers&() const noexcept { return *numbers_; }
-
-  bool empty() const noexcept { return numbers_->empty(); }
-  std::size_t size() const noexcept { return numbers_->size(); }
-  Enum operator[](std::size_t i) const { return static_cast<Enum>((*numbers_)[i]); }
-  /// Throws std::out_of_range.
-  Enum at(std::size_t i) const { return static_cast<Enum>(numbers_->at(i)); }
-  const_iterator begin() const { return const_iterator(numbers_->data()); }
-  const_iterator end() const { return const_iterator(numbers_->data() + numbers_->size()); }
+  /// A view of `numbers`, which must outlive it. Null is a list that is never read again.
+  EnumList(Numbers* numbers) : EnumList::ChangingListView(orScratch(numbers)) {}
+  /// The same list, to read.
+  operator ConstEnumList<Enum>() const { return this->values_; }
+  /// The list itself.
+  operator Numbers&() const noexcept { return *this->values_; }
+  /// The list itself.
+  Numbers& numbers() const noexcept { return *this->values_; }
 
   /// The element at `i`, which there must be, becomes `value`.
-  void set(std::size_t i, Enum value) { (*numbers_)[i] = static_cast<unsigned int>(value); }
-  void push_back(Enum value) { numbers_->push_back(static_cast<unsigned int>(value)); }
-  void pop_back() { numbers_->pop_back(); }
-  void erase(std::size_t i) { numbers_->erase(numbers_->begin() + static_cast<std::ptrdiff_t>(i)); }
-  void clear() { numbers_->clear(); }
-  void reserve(std::size_t count) { numbers_->reserve(count); }
-  Numbers& numbers() const noexcept { return *numbers_; }
-
-private:
-  Numbers* numbers_;
+  void set(std::size_t i, Enum value) { (*this->values_)[i] = static_cast<unsigned int>(value); }
+  /// Adds an enumerator at the end.
+  void push_back(Enum value) { this->values_->push_back(static_cast<unsigned int>(value)); }
 };
 
-/// These messages in place of the former ones.
+/// Moves the messages of `from` into `to`, in place of the former ones.
 template <class List>
 void assignMessages(std::vector<YMMessageBase>& to, List&& from)
 {
@@ -237,7 +256,7 @@ void assignMessages(std::vector<YMMessageBase>& to, List&& from)
     to.push_back(std::move(message));
   }
 }
-/// The numbers of these enumerators in place of the former ones.
+/// Copies the numbers of the enumerators of `from` into `to`, in place of the former ones.
 template <class List>
 void assignEnumerators(std::vector<unsigned int>& to, const List& from)
 {
@@ -248,126 +267,148 @@ void assignEnumerators(std::vector<unsigned int>& to, const List& from)
   }
 }
 
-/// Steps through a map of messages; gives pairs of a constant reference to the key and one to the wrapper.
+/// Steps through a map of messages; gives pairs of a constant reference to the key and one to the wrapper. It
+/// goes in both directions, and holds as long as the map's own iterator would.
 template <class Key, class Wrapper, class Place>
 class MapIterator
 {
 public:
-  using iterator_concept = typename Place::iterator_category;
-  using iterator_category = iterator_concept;
-  using value_type = std::pair<const Key&, Wrapper&>;
-  using difference_type = std::ptrdiff_t;
-  using reference = value_type;
+  using iterator_concept = typename Place::iterator_category;  ///< that of the map's iterators
+  using iterator_category = iterator_concept;                  ///< the same
+  using value_type = std::pair<const Key&, Wrapper&>;          ///< key and message
+  using difference_type = std::ptrdiff_t;                      ///< a count of entries
+  using reference = value_type;                                ///< what `*` gives
   /// What `->` points to, for as long as it takes.
   struct pointer
   {
-    value_type pair;
+    value_type pair;  ///< key and message
+    /// The pair.
     const value_type* operator->() const { return &pair; }
   };
 
+  /// An iterator of no map.
   MapIterator() = default;
+  /// At the entry that the map's own iterator `at` is at.
   explicit MapIterator(Place at) : at_(at) {}
 
+  /// Key and message. There must be an entry.
   reference operator*() const { return {at_->first, as<std::remove_cv_t<Wrapper>>(at_->second)}; }
+  /// `first` or `second` of them.
   pointer operator->() const { return {**this}; }
+  /// One entry on.
   MapIterator& operator++()
   {
     ++at_;
     return *this;
   }
+  /// One entry back.
   MapIterator& operator--()
   {
     --at_;
     return *this;
   }
+  /// One entry on; gives the place before that.
   MapIterator operator++(int) { return MapIterator(at_++); }
+  /// One entry back; gives the place before that.
   MapIterator operator--(int) { return MapIterator(at_--); }
+  /// Whether both are at one entry of one map.
   friend bool operator==(const MapIterator&, const MapIterator&) = default;
 
 private:
   Place at_{};
 };
 
-/// The messages of a map field as their wrappers, to read, each given as kwxml::as() does.
-template <class Key, class Wrapper>
-class ConstMessageMap
+/// What the views of maps share; `Messages` is constant where the view is to read. A view is a pointer:
+/// copies of it see the same map.
+template <class Key, class Wrapper, class Messages, class Place>
+class MapView
 {
 public:
-  using Messages = std::map<Key, YMMessageBase>;
-  using key_type = Key;
-  using mapped_type = Wrapper;
-  using const_iterator = MapIterator<Key, const Wrapper, typename Messages::const_iterator>;
-  using iterator = const_iterator;
+  using key_type = Key;                               ///< a number, a text or a message
+  using mapped_type = std::remove_cv_t<Wrapper>;      ///< the wrapper
+  using iterator = MapIterator<Key, Wrapper, Place>;  ///< of both directions
+  using const_iterator = iterator;  ///< the same: the view's own type says what may be changed
 
-  /// Null is an empty map.
-  ConstMessageMap(const Messages* messages) : messages_(&orEmpty(messages)) {}
-  operator const Messages&() const noexcept { return *messages_; }
-
+  /// Whether the map has no entry.
   bool empty() const noexcept { return messages_->empty(); }
+  /// Number of entries.
   std::size_t size() const noexcept { return messages_->size(); }
+  /// Whether there is a message under the key.
   bool contains(const Key& key) const { return messages_->contains(key); }
-  const_iterator find(const Key& key) const { return const_iterator(messages_->find(key)); }
-  /// Throws std::out_of_range as well.
-  const Wrapper& at(const Key& key) const { return as<Wrapper>(messages_->at(key)); }
-  const_iterator begin() const { return const_iterator(messages_->begin()); }
-  const_iterator end() const { return const_iterator(messages_->end()); }
-  const Messages& messages() const noexcept { return *messages_; }
+  /// The entry of the key, or end().
+  iterator find(const Key& key) const { return iterator(messages_->find(key)); }
+  /// The message under the key. Throws std::out_of_range where there is none.
+  Wrapper& at(const Key& key) const { return as<mapped_type>(messages_->at(key)); }
+  /// The first entry, in the order of keys.
+  iterator begin() const { return iterator(messages_->begin()); }
+  /// The end behind the last entry.
+  iterator end() const { return iterator(messages_->end()); }
+  /// The map itself.
+  operator Messages&() const noexcept { return *messages_; }
+  /// The map itself.
+  Messages& messages() const noexcept { return *messages_; }
+
+protected:
+  /// A view of `messages`, which must outlive it.
+  explicit MapView(Messages& messages) : messages_(&messages) {}
+
+  Messages* messages_;  ///< the map itself
+};
+
+/// The messages of a map field as their wrappers, to read, each given as kwxml::as() does.
+template <class Key, class Wrapper>
+class ConstMessageMap : public MapView<Key, const Wrapper, const std::map<Key, YMMessageBase>,
+                                       typename std::map<Key, YMMessageBase>::const_iterator>
+{
+public:
+  using Messages = std::map<Key, YMMessageBase>;  ///< what the message holds
+
+  /// A view of `messages`, which must outlive it. Null is an empty map.
+  ConstMessageMap(const Messages* messages) : ConstMessageMap::MapView(orEmpty(messages)) {}
+  /// Whether the map has these messages under these keys.
   friend bool operator==(const ConstMessageMap& map, const Messages& messages)
   {
     return *map.messages_ == messages;
   }
-
-private:
-  const Messages* messages_;
 };
 
-/// The same, to change.
+/// The messages of a map field as their wrappers, to change.
 template <class Key, class Wrapper>
-class MessageMap
+class MessageMap : public MapView<Key, Wrapper, std::map<Key, YMMessageBase>,
+                                  typename std::map<Key, YMMessageBase>::iterator>
 {
 public:
-  using Messages = std::map<Key, YMMessageBase>;
-  using key_type = Key;
-  using mapped_type = Wrapper;
-  using iterator = MapIterator<Key, Wrapper, typename Messages::iterator>;
+  using Messages = std::map<Key, YMMessageBase>;  ///< what the message holds
+  using typename MessageMap::MapView::iterator;
 
-  /// Null is a map that is never read again.
-  MessageMap(Messages* messages) : messages_(&orScratch(messages)) {}
-  operator ConstMessageMap<Key, Wrapper>() const { return messages_; }
-  operator Messages&() const noexcept { return *messages_; }
+  /// A view of `messages`, which must outlive it. Null is a map that is never read again.
+  MessageMap(Messages* messages) : MessageMap::MapView(orScratch(messages)) {}
+  /// The same map, to read.
+  operator ConstMessageMap<Key, Wrapper>() const { return this->messages_; }
 
-  bool empty() const noexcept { return messages_->empty(); }
-  std::size_t size() const noexcept { return messages_->size(); }
-  bool contains(const Key& key) const { return messages_->contains(key); }
-  iterator find(const Key& key) const { return iterator(messages_->find(key)); }
-  /// Throws std::out_of_range as well.
-  Wrapper& at(const Key& key) const { return as<Wrapper>(messages_->at(key)); }
-  /// The message under the key, a new one where there was none.
+  /// The message under the key, a new one with its defaults where there was none.
   Wrapper& operator[](const Key& key) const
   {
-    const auto found = messages_->find(key);
-    return as<Wrapper>(found != messages_->end() ? found->second
-                                                 : messages_->emplace(key, Wrapper()).first->second);
+    const auto found = this->messages_->find(key);
+    return as<Wrapper>(found != this->messages_->end()
+                           ? found->second
+                           : this->messages_->emplace(key, Wrapper()).first->second);
   }
-  /// As std::map has it: a message that is there stays.
+  /// Adds the message under the key; one that is there stays. Gives its place, and whether it was added.
   std::pair<iterator, bool> emplace(const Key& key, Wrapper message) const
   {
-    const auto [at, made] = messages_->emplace(key, static_cast<YMMessageBase&&>(message));
+    const auto [at, made] = this->messages_->emplace(key, static_cast<YMMessageBase&&>(message));
     return {iterator(at), made};
   }
+  /// Puts the message under the key, in place of one that is there.
   void insert_or_assign(const Key& key, Wrapper message) const
   {
-    messages_->insert_or_assign(key, static_cast<YMMessageBase&&>(message));
+    this->messages_->insert_or_assign(key, static_cast<YMMessageBase&&>(message));
   }
-  iterator begin() const { return iterator(messages_->begin()); }
-  iterator end() const { return iterator(messages_->end()); }
-  /// How many were erased: 1 or 0.
-  std::size_t erase(const Key& key) const { return messages_->erase(key); }
-  void clear() const { messages_->clear(); }
-  Messages& messages() const noexcept { return *messages_; }
-
-private:
-  Messages* messages_;
+  /// Removes the entry of the key; gives how many were removed: 1 or 0.
+  std::size_t erase(const Key& key) const { return this->messages_->erase(key); }
+  /// Removes all entries.
+  void clear() const { this->messages_->clear(); }
 };
 
 }  // namespace kwxml

@@ -23,29 +23,29 @@ inline namespace v2 {  // as CatalogueTables::currentVersion
 /// A class as its wrapper was compiled for it. Constant, in the program that uses the wrapper.
 struct WrapperClass
 {
-  const Registry* const*
-      registry;           ///< of the wrapper's catalogue: without that catalogue the program does not link
-  const char* catalogue;  ///< its name then
-  const char* system;
-  const char* name;
-  std::uint32_t tag;
-  std::int32_t classIndex;
-  std::uint32_t fingerprint;  ///< over `fields`: fingerprintStep()
-  std::int32_t numberOfFields;
-  const char* fields;  ///< of each record its hash, number, slot and type in decimal: "9023,0,2,1;"
+  /// Of the wrapper's catalogue: without that catalogue the program does not link.
+  const Registry* const* registry;
+  const char* catalogue;        ///< the catalogue's name then
+  const char* system;           ///< name of the class's system
+  const char* name;             ///< name of the class
+  std::uint32_t tag;            ///< the class's tag identifier
+  std::int32_t classIndex;      ///< the class's position in its system
+  std::uint32_t fingerprint;    ///< over `fields`: fingerprintStep()
+  std::int32_t numberOfFields;  ///< records that `fields` lists
+  const char* fields;           ///< of each record its hash, number, slot and type in decimal: "9023,0,2,1;"
 };
 
 /// An enumeration as it was compiled for a program. Constant.
 struct WrapperEnum
 {
-  const Registry* const* registry;  ///< as a WrapperClass's
-  const char* catalogue;
-  const char* system;
-  const char* name;
-  std::int32_t systemIndex;
-  std::int32_t classIndex;
-  std::int32_t numberOfEnumerators;
-  std::uint32_t fingerprint;  ///< over the enumerators
+  const Registry* const* registry;   ///< as a WrapperClass's
+  const char* catalogue;             ///< the catalogue's name then
+  const char* system;                ///< name of the enumeration's system
+  const char* name;                  ///< name of the enumeration
+  std::int32_t systemIndex;          ///< index of the system
+  std::int32_t classIndex;           ///< the enumeration's position in its system
+  std::int32_t numberOfEnumerators;  ///< enumerators that the program knows
+  std::uint32_t fingerprint;         ///< over the enumerators
 };
 
 }  // namespace v2
@@ -132,22 +132,32 @@ T& orScratch(T* value)
   return value != nullptr ? *value : scratch = T();
 }
 
-/// The accessors of a nested message: those of YMMessageBase, but only for a field that holds a message in
-/// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
-/// because a wrapper's header need not have the other wrapper's class; all are of messages.
-///
-/// Each that gives a message checks it as kwxml::as() does, by the tag and the fingerprint of the wrapper
-/// that it is given as; `outer` is the wrapper of the message around it, whose catalogue has both.
-///
+// ---- Nested messages
+// The accessors of a nested message: those of YMMessageBase, but only for a field that holds a message in
+// the message at hand, so that no value of another kind is taken for one. Pointers are without a type
+// because a wrapper's header need not have the other wrapper's class; all are of messages.
+//
+// Each that gives a message checks it as kwxml::as() does, by the tag and the fingerprint of the wrapper
+// that it is given as; `outer` is the wrapper of the message around it, whose catalogue has both.
+
 /// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
 const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
                           const WrapperClass& outer);
-/// Throws std::out_of_range.
-[[noreturn]] void refuseTime(long long seconds);
-/// Writes the name, or the number where the name is empty.
-std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
+/// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
+/// message.
+void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
+                      const void* value);
+/// The message in the field, made as one of the class that the field refers to when it is missing, and marked
+/// set. Throws KwException (after one log line) when the field can hold none.
+void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                           const WrapperClass& outer);
 
+// ---- Times and enumerators
+
+/// Throws std::out_of_range, with a text that names the seconds.
+[[noreturn]] void refuseTime(long long seconds);
 /// A count of seconds as the number of a field. Throws std::out_of_range where the type does not hold it.
 template <class Number>
 Number numberOf(long long seconds)
@@ -159,16 +169,8 @@ Number numberOf(long long seconds)
   return number;
 }
 
-/// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
-/// message.
-void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
-                      const void* value);
-/// The message in the field, made as one of the class that the field refers to when it is missing, and marked
-/// set. Throws KwException (after one log line) when the field can hold none.
-void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                           const WrapperClass& outer);
-
+/// Writes an enumerator's name to the stream, or the number where the name is empty.
+std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
 /// Name of an enumerator; an empty text when there is none. Both functions throw KwException (and log) when
 /// the tables do not begin with the enumerators that the program was compiled with, or have no such
 /// enumeration: a program's constants would mean others.

@@ -9,15 +9,20 @@
 
 #include <cstddef>
 
+/// A text of UTF-16 units. Copies are deep.
 class XMLChstring
 {
 public:
+  /// Empty, with a null buffer.
   XMLChstring() noexcept = default;
+  /// What the assignment of `text` makes.
   XMLChstring(const unsigned short* text) { *this = text; }
   XMLChstring(const char* text) { *this = text; }
+  /// A copy.
   XMLChstring(const XMLChstring& other) { assign(other.m_data, other.m_length); }
   /// `other` is left empty, with a null buffer; so it is after a move assignment.
   XMLChstring(XMLChstring&& other) noexcept;
+  /// Frees the buffer.
   virtual ~XMLChstring();
 
   /// Copies up to the first zero unit. The text must not be null; a null one is taken as clear().
@@ -25,6 +30,7 @@ public:
   /// Widens byte by byte, without transcoding: only ASCII and Latin-1 survive. Null is taken as clear().
   XMLChstring& operator=(const char* text);
   XMLChstring& operator=(const unsigned char* text);
+  /// Copies the other's text, or takes it over where the other is given away.
   XMLChstring& operator=(const XMLChstring& other);
   XMLChstring& operator=(XMLChstring&& other) noexcept;
 
@@ -36,12 +42,14 @@ public:
   /// Frees the buffer: the string is empty and c_str() null.
   void clear() noexcept;
 
+  /// Number of units, without the zero unit behind them.
   unsigned int length() const noexcept { return m_length; }
   /// The zero-terminated units, or null; valid until the next change of this string.
   const unsigned short* c_str() const noexcept { return m_data; }
 
   /// The unit at an index; 0 outside 0 .. length() - 1.
   unsigned short getAt(int index) const noexcept { return isInside(index) ? m_data[index] : 0; }
+  /// The same as getAt().
   unsigned short operator[](int index) const noexcept { return getAt(index); }
   /// Outside 0 .. length() - 1 nothing is stored.
   void setAt(int index, unsigned short unit) noexcept
@@ -51,7 +59,7 @@ public:
     }
   }
 
-  /// Appending an empty text leaves the buffer as it is, a null one too.
+  /// Appends a copy of the text. Appending an empty text leaves the buffer as it is, a null one too.
   XMLChstring& operator+=(const XMLChstring& other);
   XMLChstring& operator+=(const unsigned short* text) { return *this += XMLChstring(text); }
   XMLChstring& operator+=(const char* text) { return *this += XMLChstring(text); }
@@ -74,6 +82,7 @@ private:
   unsigned int m_length = 0;
 };
 
+/// A new text of both, `a` first. A null pointer is an empty text.
 XMLChstring operator+(const XMLChstring& a, const XMLChstring& b);
 XMLChstring operator+(const unsigned short* a, const XMLChstring& b);
 XMLChstring operator+(const char* a, const XMLChstring& b);

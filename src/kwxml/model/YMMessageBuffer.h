@@ -9,16 +9,20 @@
 #include <cstddef>
 #include <cstdint>
 
+/// The slots and is-set bits of one message. Each message has one; no other user needs it.
 class YMMessageBuffer
 {
 public:
   /// Slots that the inline area has room for; a bitset kept inline shares the room.
   static constexpr short inlineSlots = 25;
 
+  /// No slots and no bits.
   YMMessageBuffer() noexcept : inline_{} {}
   /// A zeroed layout of the same shape: no value is copied. A copy of an external buffer shares its storage.
   YMMessageBuffer(const YMMessageBuffer& other);
+  /// The same; what the buffer had before is freed.
   YMMessageBuffer& operator=(const YMMessageBuffer& other);
+  /// Frees the slots. The caller has destroyed what lived in them.
   ~YMMessageBuffer();
 
   /// Lays out `slotCount` slots, the first `inlineCount` of them inline, and `bitCount` bits, all zero.
@@ -32,29 +36,39 @@ public:
   /// Zeroes slots and bits. The caller has destroyed what lived in the slots.
   void reset(short bitCount);
 
+  /// The bytes of a slot, which there must be.
   long long& operator[](short slot) noexcept { return const_cast<long long&>(at_ref_const(slot)); }
   const long long& operator[](short slot) const noexcept { return at_ref_const(slot); }
+  /// The same.
   const long long& at_ref_const(short slot) const noexcept
   {
     return slot < inlineCount_ ? inline_[slot] : heap_[slot - inlineCount_];
   }
 
+  /// Whether the bit of a field is set. The field must be one of bitCount().
   bool bit(short field) const noexcept { return (bits_[field >> 3] >> (field & 7)) & 1; }
+  /// Sets the bit of a field of bitCount().
   void setBit(short field) noexcept
   {
     bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] | 1 << (field & 7));
   }
+  /// Clears the bit of a field of bitCount().
   void clearBit(short field) noexcept
   {
     bits_[field >> 3] = static_cast<unsigned char>(bits_[field >> 3] & ~(1 << (field & 7)));
   }
+  /// Clears all bits.
   void wipeBits() noexcept;
   /// The bitset, bitCount() / 8 + 1 bytes, field 0 in bit 0 of the first.
   const unsigned char* bits() const noexcept { return bits_; }
 
+  /// Slots that lie inline.
   short inlineCount() const noexcept { return inlineCount_; }
+  /// Slots of the layout.
   short slotCount() const noexcept { return slotCount_; }
+  /// Bits of the layout: one for each field.
   short bitCount() const noexcept { return bitCount_; }
+  /// Whether slots and bits lie in storage of the caller.
   bool isExternal() const noexcept { return external_; }
 
   /// The inline bytes of a slot, whatever the layout says: where objects lay before takeOver() moved them

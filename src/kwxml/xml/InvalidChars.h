@@ -22,6 +22,7 @@
 class XmlInvalidCharHandler
 {
 public:
+  /// No result yet.
   XmlInvalidCharHandler() noexcept = default;
   XmlInvalidCharHandler(const XmlInvalidCharHandler&) = delete;
   XmlInvalidCharHandler& operator=(const XmlInvalidCharHandler&) = delete;
@@ -51,7 +52,9 @@ public:
   static bool hasControlChar(const XMLChstring& text) noexcept;
 
   // ---- The steps of both directions
+  // Each works on `length` units at `text`.
 
+  /// What says that nothing was found.
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
 
   /// Drops the leading bar and restores the escapes behind it; null when nothing remains.

@@ -1,4 +1,4 @@
-// Who takes a text that is written in parts.
+// What takes a text that is written in parts.
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
@@ -15,9 +15,10 @@ namespace kwxml {
 /// text that was made otherwise may come as one. An exception ends the writing as false does, and is logged.
 using TakeText = std::function<bool(std::string_view)>;
 
-/// Writes to a stream of the caller, until it fails.
+/// Writes to a stream of the caller, until the stream fails. The stream must outlive the result.
 TakeText intoStream(std::ostream& out);
-/// Fills the caller's memory from its begin. `size` counts all bytes, also those that it has no room for.
+/// Fills the caller's memory from its begin. `size` counts all bytes, also those that the memory has no room
+/// for. Both must outlive the result.
 TakeText intoMemory(std::span<char> memory, std::size_t& size);
 
 }  // namespace kwxml

@@ -14,11 +14,14 @@ namespace kwxml {
 class TextToRead
 {
 public:
+  /// The text of a string.
   TextToRead(const std::string& text) : view_(text), hasEnd_(true) {}
-  /// Zero-terminated; not null.
+  /// A zero-terminated text; not null.
   TextToRead(const char* text) : view_(text), hasEnd_(true) {}
+  /// A text that nothing needs to stand behind.
   TextToRead(std::string_view text) : view_(text), hasEnd_(false) {}
 
+  /// The text.
   std::string_view view() const noexcept { return view_; }
   /// Whether a zero byte stands behind the text.
   bool hasEnd() const noexcept { return hasEnd_; }

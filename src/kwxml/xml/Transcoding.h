@@ -30,14 +30,16 @@ public:
   XMLEncXStr(const XMLEncXStr&) = delete;
   XMLEncXStr& operator=(const XMLEncXStr&) = delete;
 
-  /// Zero-terminated, never null; valid as long as the holder.
+  /// The text in UTF-16, zero-terminated, never null; valid as long as the holder.
   const unsigned short* XMLChForm() const noexcept;
+  /// Units of XMLChForm(), without the zero unit behind them.
   unsigned int XMLChLength() const noexcept { return wide_.length(); }
-  /// Valid as long as the holder.
+  /// The text in UTF-8; valid as long as the holder.
   const std::string& StringForm() const noexcept { return narrow_; }
 
-  /// False, with one error line, when `in` is not well-formed UTF-8 or the XML library cannot be initialised;
-  /// `out` is then unchanged. An empty text gives an empty string (its buffer may be null).
+  /// Makes `out` the text in UTF-16. False, with one error line, when `in` is not well-formed UTF-8 or the
+  /// XML library cannot be initialised; `out` is then unchanged. An empty text gives an empty string (its
+  /// buffer may be null).
   [[nodiscard]] static bool convertUTF8ToUTF16(const std::string& in, XMLChstring& out);
   /// The inverse, with the same failures; `in` may have a null buffer.
   [[nodiscard]] static bool convertUTF16ToUTF8(const XMLChstring& in, std::string& out);

@@ -13,10 +13,12 @@ inline constexpr int XMLCB_SKIP_PROCESSING = 1;
 /// One field on its way out. The writer fills it and sets `result` to 0 before the calls.
 struct ListenerCbData
 {
+  /// A copy of the field's record.
   FieldDef field;
   /// The message being written; not owned. A listener that changes it wants a caller whose message is not
   /// constant, and no other thread that reads it.
   YMMessageBase* message;
+  /// 0, or what a listener has put there.
   int result;
 };
 
@@ -24,6 +26,7 @@ struct ListenerCbData
 class XMLSerializationSupport
 {
 public:
+  /// A listener. What it returns is not looked at.
   using Callback = bool (*)(ListenerCbData&);
 
   /// Prepares an empty registry.
@@ -34,6 +37,7 @@ public:
   void removeListener(unsigned long tag, Callback callback);
   /// Calls the tag's listeners in the order of registration, all of them: the result is looked at afterwards.
   void ProcessCallBack(unsigned long tag, ListenerCbData& data) const;
+  /// Whether there is no listener.
   bool empty() const noexcept { return listeners_.empty(); }
 
   /// True for the twelve class identifiers of system 119 that are written under the system name

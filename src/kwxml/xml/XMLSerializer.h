@@ -33,10 +33,13 @@ extern bool skipValidation;
 /// inside what is put in its place, and a reader joins the original text.
 void parseStringForCDATAEndAndReplace(std::string& text);
 
+/// Writes and reads XML. XMLEncoder and XMLDecoder are made of it for callers who need no more.
 class XMLSerializer
 {
 public:
+  /// Default flags and no context.
   XMLSerializer() = default;
+  /// The context (null: none) stays the caller's and must outlive the serializer.
   explicit XMLSerializer(const EncodingFlags& flags, KwXMLContextInfo* context = nullptr)
       : context_(context), flags_(flags)
   {
@@ -86,8 +89,10 @@ public:
   /// The value of a list item, on the item's own element.
   void writeListNodeToXML(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* item, const char* name,
                           const char16_t* value);
+  /// The same as a CDATA section in a child.
   void writeAsCDATA(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* element, const char* name,
                     const char16_t* value);
+  /// The value of a list item as a CDATA section in the item's own element.
   void writeListNodeAsCDATA(xercesc_3_2::DOMDocument* document, xercesc_3_2::DOMElement* item,
                             const char* name, const char16_t* value);
   /// The element of a map entry with its "__mapKey__" and "__mapValue__" children, appended to `parent`. 1,
@@ -99,8 +104,9 @@ public:
   /// A DOM writer for this serializer's form; the caller releases it. Null when the XML library cannot be
   /// initialised.
   [[nodiscard]] xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF8();
+  /// The same, for a text in UTF-16.
   [[nodiscard]] xercesc_3_2::DOMLSSerializer* DOMCreateAWriterUTF16();
-  /// False, with `out` empty and a log line, when the document cannot be written.
+  /// The document's text. False, with `out` empty and a log line, when the document cannot be written.
   [[nodiscard]] bool DumpDOMDocumentToStringUTF8(std::string& out, xercesc_3_2::DOMDocument* document,
                                                  bool elementOnly);
 
@@ -110,8 +116,8 @@ public:
 
   // ---- Reading
 
-  /// Who is told of what reading bends or drops, and of why it ended; null, as at first: nobody. The observer
-  /// stays the caller's and must outlive the readings.
+  /// `observer` is told of what reading bends or drops, and of why it ended; null, as at first: nobody is.
+  /// The observer stays the caller's and must outlive the readings.
   void setObserver(kwxml::ReadObserver* observer) { observer_ = observer; }
 
   /// Reads a text into a message of the caller. Without `merge` the message becomes what the text says; with
@@ -148,6 +154,7 @@ public:
                                                   unsigned int& tag);
   [[nodiscard]] static bool GetTagAndTagIDFromXML(const std::wstring& xml, std::string& tagName,
                                                   unsigned int& tag);
+  /// The same of a source of the XML library, which stays the caller's.
   [[nodiscard]] static bool _GetTagAndTagIDFromXML(xercesc_3_2::MemBufInputSource* source,
                                                    std::string& tagName, unsigned int& tag);
 
