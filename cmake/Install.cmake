@@ -13,17 +13,12 @@ if(NOT wrappers)
 endif()
 install(FILES ${wrappers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
 
-# Headers of the library's own use are named ...Internal.h or say so in their first comment.
-file(GLOB_RECURSE headers RELATIVE "${CMAKE_SOURCE_DIR}/src/kwxml" CONFIGURE_DEPENDS
-     "${CMAKE_SOURCE_DIR}/src/kwxml/*.h" "${CMAKE_SOURCE_DIR}/src/kwxml/*.def")
+include("${CMAKE_CURRENT_LIST_DIR}/PublicHeaders.cmake")
+kwxml_public_headers(headers "${CMAKE_SOURCE_DIR}")
 foreach(header IN LISTS headers)
-  file(READ "${CMAKE_SOURCE_DIR}/src/kwxml/${header}" text)
-  string(REGEX MATCH "^(//[^\n]*\n)*" comment "${text}")
-  if(NOT header MATCHES "Internal\\.h$" AND NOT comment MATCHES "Not installed\\.")
-    get_filename_component(folder "${header}" DIRECTORY)
-    if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
-      install(FILES "${CMAKE_SOURCE_DIR}/src/kwxml/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
-    endif()
+  get_filename_component(folder "${header}" DIRECTORY)
+  if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
+    install(FILES "${CMAKE_SOURCE_DIR}/src/kwxml/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
   endif()
 endforeach()
 

@@ -1,0 +1,25 @@
+# Which headers of src/kwxml are the public interface: all but those of the library's own use, which are named
+# ...Internal.h or say "Not installed." in their first comment. As a script (cmake -P) it prints them, a line each.
+function(kwxml_public_headers result source_dir)
+  if(NOT CMAKE_SCRIPT_MODE_FILE)
+    set(configure_depends CONFIGURE_DEPENDS)
+  endif()
+  file(GLOB_RECURSE headers RELATIVE "${source_dir}/src/kwxml" ${configure_depends}
+       "${source_dir}/src/kwxml/*.h" "${source_dir}/src/kwxml/*.def")
+  set(public)
+  foreach(header IN LISTS headers)
+    file(READ "${source_dir}/src/kwxml/${header}" text)
+    string(REGEX MATCH "^(//[^\n]*\n)*" comment "${text}")
+    if(NOT header MATCHES "Internal\\.h$" AND NOT comment MATCHES "Not installed\\.")
+      list(APPEND public "${header}")
+    endif()
+  endforeach()
+  set(${result} "${public}" PARENT_SCOPE)
+endfunction()
+
+if(CMAKE_SCRIPT_MODE_FILE)
+  kwxml_public_headers(public "${CMAKE_CURRENT_LIST_DIR}/..")
+  foreach(header IN LISTS public)
+    message("src/kwxml/${header}")
+  endforeach()
+endif()
