@@ -52,3 +52,14 @@
 #include <kwxml/xml/Transcoding.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
 #include <kwxml/xml/XMLSerializer.h>
+
+/// What the library adds to its classes: reading and writing in one call, catalogues as objects, problems of
+/// reading, differences, pages, and what generated wrappers stand on.
+namespace kwxml {
+}
+/// The annotations that schemas attach to fields, as values.
+namespace Annotation {
+}
+/// The wrapper of the one class that the library itself knows.
+namespace KwEntities {
+}
