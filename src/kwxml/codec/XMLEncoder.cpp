@@ -5,25 +5,40 @@
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/XMLSerializer.h>
 
-int XMLEncoder::serialize(const YMMessageBase& message, std::string& out, bool elementOnly) const
+namespace {
+
+template <class... Out>
+int write(XMLSerializer serializer, const YMMessageBase& message, bool elementOnly, int* lost, Out&&... out)
 {
-  return XMLSerializer(flags_, context_).serialize(message, out, elementOnly);
+  const int result = serializer.serialize(message, out..., elementOnly);
+  if (lost != nullptr) {
+    *lost = serializer.lost();
+  }
+  return result;
 }
 
-int XMLEncoder::serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly) const
+}  // namespace
+
+int XMLEncoder::serialize(const YMMessageBase& message, std::string& out, bool elementOnly, int* lost) const
 {
-  return XMLSerializer(flags_, context_).serialize(message, take, elementOnly);
+  return write(XMLSerializer(flags_, context_), message, elementOnly, lost, out);
 }
 
-int XMLEncoder::serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly) const
+int XMLEncoder::serialize(const YMMessageBase& message, const kwxml::TakeText& take, bool elementOnly,
+                          int* lost) const
 {
-  return XMLSerializer(flags_, context_).serialize(message, out, elementOnly);
+  return write(XMLSerializer(flags_, context_), message, elementOnly, lost, take);
+}
+
+int XMLEncoder::serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly, int* lost) const
+{
+  return write(XMLSerializer(flags_, context_), message, elementOnly, lost, out);
 }
 
 int XMLEncoder::serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
-                          bool elementOnly) const
+                          bool elementOnly, int* lost) const
 {
-  return XMLSerializer(flags_, context_).serialize(message, memory, size, elementOnly);
+  return write(XMLSerializer(flags_, context_), message, elementOnly, lost, memory, size);
 }
 
 unsigned long XMLEncoder::SerializeBinary(const YMMessageBase& message, BinaryBuffer& buffer)

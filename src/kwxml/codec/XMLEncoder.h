@@ -29,15 +29,18 @@ public:
   explicit XMLEncoder(KwXMLContextInfo* context) : context_(context) {}
 
   /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
-  /// success; 1, with `out` empty, on failure.
-  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, bool elementOnly = false) const;
+  /// success; 1, with `out` empty, on failure. A value that cannot be written is left out, and a text that is
+  /// no UTF-8 goes out as if its bytes were Latin-1; both are logged, and counted in `lost` (null: not
+  /// asked).
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, bool elementOnly = false,
+                              int* lost = nullptr) const;
   /// In parts, to a stream, and into memory of the caller; see XMLSerializer::serialize.
   [[nodiscard]] int serialize(const YMMessageBase& message, const kwxml::TakeText& take,
-                              bool elementOnly = false) const;
-  [[nodiscard]] int serialize(const YMMessageBase& message, std::ostream& out,
-                              bool elementOnly = false) const;
+                              bool elementOnly = false, int* lost = nullptr) const;
+  [[nodiscard]] int serialize(const YMMessageBase& message, std::ostream& out, bool elementOnly = false,
+                              int* lost = nullptr) const;
   [[nodiscard]] int serialize(const YMMessageBase& message, std::span<char> memory, std::size_t& size,
-                              bool elementOnly = false) const;
+                              bool elementOnly = false, int* lost = nullptr) const;
 
   /// The message in its binary form; see BinarySerializer::serialize, whose result it gives. Passwords are
   /// encrypted with default flags and no context.
