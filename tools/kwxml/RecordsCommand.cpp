@@ -9,6 +9,7 @@
 
 #include <kwxml/binary/RecordPrefix.h>
 #include <kwxml/binary/RecordScan.h>
+#include <kwxml/binary/WireFormat.h>
 #include <kwxml/platform/CYxFile.h>
 
 #include <functional>
@@ -30,8 +31,12 @@ RecordLayout layoutOf(const Options& options, const Input& input)
   if (!options.from.empty()) {
     return options.from == "batch" ? RecordLayout::Batch : RecordLayout::Single;
   }
-  const auto guessed = recordLayout(input.head(guessedBytes), input.size());
-  if (!guessed && input.size() != 0) {
+  const std::string head = input.head(guessedBytes);
+  const auto guessed = recordLayout(head, input.size());
+  // Of a writer that was killed early the file ends within its first record.
+  const bool isTorn =
+      head.size() > recordPrefixSize && wire::isVersionWord(std::string_view(head).substr(recordPrefixSize));
+  if (!guessed && !isTorn && input.size() != 0) {
     throw Failure(exitData,
                   input.name() +
                       " begins like neither form of files; --from records or --from batch takes it for "
