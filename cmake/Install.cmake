@@ -14,26 +14,28 @@ endif()
 install(FILES ${wrappers} DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/catalogue")
 
 include("${CMAKE_CURRENT_LIST_DIR}/PublicHeaders.cmake")
-kwxml_public_headers(headers "${CMAKE_SOURCE_DIR}")
+kwxml_public_headers(headers "${PROJECT_SOURCE_DIR}")
 foreach(header IN LISTS headers)
   get_filename_component(folder "${header}" DIRECTORY)
   if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
-    install(FILES "${CMAKE_SOURCE_DIR}/src/kwxml/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
+    install(FILES "${PROJECT_SOURCE_DIR}/src/kwxml/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
   endif()
 endforeach()
 
 # For editors of schema files.
-install(FILES "${CMAKE_SOURCE_DIR}/catalogue/catalogue.xsd" "${CMAKE_SOURCE_DIR}/cmake/catalog.xml"
+install(FILES "${PROJECT_SOURCE_DIR}/catalogue/catalogue.xsd" "${PROJECT_SOURCE_DIR}/cmake/catalog.xml"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/kwxml")
 
 # gdb looks for what shows a library's objects by the library's whole path, in its own folder of data: it loads this by
 # itself where the prefix is gdb's own, mostly /usr. The prefix is known when the files are installed.
-set(libdir "${CMAKE_INSTALL_LIBDIR}")
-if(NOT IS_ABSOLUTE "${libdir}")
-  set(libdir "\${CMAKE_INSTALL_PREFIX}/${libdir}")
+if(KWXML_LIBRARY_TYPE STREQUAL "SHARED")
+  set(libdir "${CMAKE_INSTALL_LIBDIR}")
+  if(NOT IS_ABSOLUTE "${libdir}")
+    set(libdir "\${CMAKE_INSTALL_PREFIX}/${libdir}")
+  endif()
+  install(FILES "${PROJECT_SOURCE_DIR}/tools/gdb/printers.py" COMPONENT gdb
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libdir}" RENAME "$<TARGET_FILE_NAME:KwXMLMsgsBase>-gdb.py")
 endif()
-install(FILES "${CMAKE_SOURCE_DIR}/tools/gdb/printers.py" COMPONENT gdb
-        DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libdir}" RENAME "$<TARGET_FILE_NAME:KwXMLMsgsBase>-gdb.py")
 
 set(installed_targets KwXMLMsgsBase kwxml kwxml-catalogue)
 if(NOT KWXML_CATALOGUE_DIR)
@@ -43,15 +45,16 @@ if(TARGET KwPlatform)
   list(APPEND installed_targets KwPlatform)
 endif()
 install(TARGETS ${installed_targets} EXPORT KwXMLMsgsBaseTargets
-        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+        RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+        ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT KwXMLMsgsBaseTargets NAMESPACE KwXMLMsgsBase:: DESTINATION "${KWXML_PACKAGE_DIR}")
 
-configure_package_config_file(cmake/KwXMLMsgsBaseConfig.cmake.in "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake"
+configure_package_config_file(cmake/KwXMLMsgsBaseConfig.cmake.in "${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake"
                               INSTALL_DESTINATION "${KWXML_PACKAGE_DIR}" NO_SET_AND_CHECK_MACRO)
-write_basic_package_version_file("${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
                                  COMPATIBILITY SameMajorVersion)
-install(FILES "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake" "${CMAKE_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
-              "${CMAKE_SOURCE_DIR}/cmake/KwXMLCatalogue.cmake"
+install(FILES "${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake" "${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
+              "${PROJECT_SOURCE_DIR}/cmake/KwXMLCatalogue.cmake"
         DESTINATION "${KWXML_PACKAGE_DIR}")
 
 # Whoever links the library calls the platform's functions too, by headers that call them.
@@ -59,7 +62,11 @@ set(KWXML_PC_LIBS "-lKwXMLMsgsBase")
 if(TARGET KwPlatform)
   string(APPEND KWXML_PC_LIBS " -lKwPlatform")
 endif()
+if(KWXML_LIBRARY_TYPE STREQUAL "STATIC")  # an archive names nothing that it needs
+  set(KWXML_PC_REQUIRES "Requires: xerces-c spdlog libcrypto inih")
+  string(APPEND KWXML_PC_LIBS " -ldl -pthread")
+endif()
 file(RELATIVE_PATH KWXML_PREFIX_FROM_PC "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" KWXML_PREFIX_FROM_PC "${KWXML_PREFIX_FROM_PC}")
-configure_file(cmake/KwXMLMsgsBase.pc.in "${CMAKE_BINARY_DIR}/KwXMLMsgsBase.pc" @ONLY)
-install(FILES "${CMAKE_BINARY_DIR}/KwXMLMsgsBase.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+configure_file(cmake/KwXMLMsgsBase.pc.in "${PROJECT_BINARY_DIR}/KwXMLMsgsBase.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/KwXMLMsgsBase.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -16,7 +16,7 @@ ProcessorCount(cores)
 if(cores EQUAL 0)
   set(cores 1)
 endif()
-set(folder "${CMAKE_BINARY_DIR}/schema-compiler")
+set(folder "${PROJECT_BINARY_DIR}/schema-compiler")
 set(settings "-DCMAKE_BUILD_TYPE=Release" "-DCMAKE_CXX_FLAGS_RELEASE=-O1"  # it runs for seconds
              "-DCMAKE_EXPORT_COMPILE_COMMANDS=OFF")
 set(handed_on CMAKE_CXX_COMPILER_LAUNCHER CMAKE_PREFIX_PATH CMAKE_MAKE_PROGRAM XercesC_ROOT CLI11_DIR)
