@@ -3,12 +3,12 @@
 //
 // Lines go to the host process's log, and to the log "XMLMessage" too where the platform setting
 // XMLMessage_DEBUGLEVEL in section EventManager exists. A process without a focus (KWPI_Focus) has a silent
-// instance: it writes nothing until it is told to (kwxml::logToStandardError). Focus and setting are sampled
+// instance, which writes nothing until kwxml::logToStandardError() is called. Focus and setting are read
 // once, when the instance is made.
 //
 // Levels: 0 errors; 10 event arguments; 15 and more field by field in the binary form; 25 and more whole
-// messages as XML. The instance is read-only once made: any thread may log. What objects log that end after
-// it, when the process does, is not written.
+// messages as XML. Any thread may log. At the end of the process, lines of objects that end after the
+// instance are not written.
 #pragma once
 
 #include <kwxml/platform/EvDebug.h>
@@ -22,45 +22,49 @@ namespace kwxml {
 
 /// Shows the library's errors on standard error, one line each, from the next line on: "PROGRAM: error:
 /// FUNCTION TEXT". For programs that have neither a focus nor a log: a process without a focus gets one, the
-/// name of the program, and is silent no more. `level`: the level of all logs, 0 for errors alone. What logs
-/// write elsewhere they write all the same. Any thread may call it, at any time.
+/// name of the program, and is silent no more. `level` becomes the level of all logs; 0 shows errors alone.
+/// Lines that go to files or a sink still go there. Any thread may call the function, at any time.
 void logToStandardError(int level = 0);
 
 }  // namespace kwxml
 
+/// The logging front of the library: one instance in a process. No function throws for a line that cannot be
+/// written.
 class XMLDebug
 {
 public:
-  /// The system name of every line that goes to the log "XMLMessage". The library never writes it; the host
-  /// program may.
+  /// The system name of every line that goes to the log "XMLMessage", zero-terminated; empty at first. The
+  /// library never changes the name. The host program may, while no other thread logs.
   static char sysName[1025];
 
-  /// The instance, made on first use. Never null; not the caller's to delete.
+  /// The instance, made on first use. Never null; the process owns the instance.
   static XMLDebug* getInstance();
   XMLDebug(const XMLDebug&) = delete;
   XMLDebug& operator=(const XMLDebug&) = delete;
 
-  /// Trace at `level`.
+  /// Writes a line at `level` with printf's arguments. `function` may be null.
   [[gnu::format(printf, 4, 5)]] void debug(const char* function, int level, const char* format, ...) const;
-  /// Trace at `level` without a function of its own: the instance's name stands for it.
+  /// Writes a line at `level` that names no function.
   [[gnu::format(printf, 3, 4)]] void debug(int level, const char* format, ...) const;
-  /// Trace at level 1.
+  /// Writes a line at level 1.
   [[gnu::format(printf, 3, 4)]] void debug(const char* function, const char* format, ...) const;
-  /// Error: level 0, written whatever the level.
+  /// Writes an error: a line at level 0, which is written whatever the log's level is.
   [[gnu::format(printf, 3, 4)]] void logError(const char* function, const char* format, ...) const;
 
-  /// The level to test before trace text is built: that of the process's log, or -1 for a silent instance, so
-  /// that no text is built which nobody would see.
+  /// The level of the process's log, or -1 for a silent instance and one that has ended. To be compared
+  /// before the text of a line is built, so that no text is built that nobody sees.
   int getDebugLevel() const
   {
     const EvDebug* host = processLog.load(std::memory_order_acquire);
     return host != nullptr && !ended ? host->getDebugLevel() : -1;
   }
 
-  /// Whether the platform settings ask for the log "XMLMessage". Reads the settings anew.
+  /// Whether the platform settings ask for the log "XMLMessage": XMLMessage_DEBUGLEVEL of section
+  /// EventManager is a number. Reads the settings anew.
   bool checkRegistry() const;
 
-  /// The text of a value-validation error code; "Generic error" for any code without one. A constant.
+  /// The English text of a code for a value that is not valid (2337 to 2346); "Generic error" for any other
+  /// code. The text is a constant.
   static const char* getErrorString(int code);
 
 private:

@@ -1,5 +1,5 @@
-// The arguments of an event: an ordered list of numbers and texts, each with a kind that tells receivers what
-// it is. The user is the event's reporter; the kinds' numbers are fixed, since they leave the process.
+// The arguments of an event. Who reports an event makes the list; the event's messages carry the list to its
+// receivers.
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
@@ -10,30 +10,35 @@
 #include <variant>
 #include <vector>
 
+/// The arguments of an event: an ordered list of numbers and texts, each with a kind. A value: copies are
+/// independent. A list belongs to one thread at a time.
 class ArgumentInfo
 {
 public:
+  /// Tells receivers of which type an argument is. The numbers are fixed, since they leave the process.
   enum Kind : int
   {
-    kInt = 5,
-    kUnsignedInt = 6,
-    kLong = 7,
-    kUnsignedLong = 8,
-    kLongLong = 9,
-    kUnsignedLongLong = 10,
-    kString = 11,
+    kInt = 5,                ///< int
+    kUnsignedInt = 6,        ///< unsigned int
+    kLong = 7,               ///< long
+    kUnsignedLong = 8,       ///< unsigned long
+    kLongLong = 9,           ///< long long
+    kUnsignedLongLong = 10,  ///< unsigned long long
+    kString = 11,            ///< a text
   };
 
+  /// One argument.
   struct Argument
   {
+    /// Holds a number in the type in which it was added, or a text.
     using Value =
         std::variant<int, unsigned int, long, unsigned long, long long, unsigned long long, std::string>;
 
-    int kind = 0;  // a Kind where the reporter kept to them; any other number is kept as given
-    Value value;
+    int kind = 0;  ///< a Kind where the reporter used one; any other number is kept as given
+    Value value;   ///< the number or the text itself
 
-    /// The value as a T, whatever the kind says. A number that T cannot hold is reduced to T's bits, a text
-    /// reads as the number 0, a number as its decimal text.
+    /// The value as a T, whatever the kind says. A number that T cannot hold is reduced to T's lowest bits. A
+    /// text gives the number 0. A number gives its decimal text.
     template <class T>
     requires((std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, std::string>) T as()
     const
@@ -58,11 +63,13 @@ public:
 
     friend bool operator==(const Argument&, const Argument&) = default;
   };
+  /// Goes over the arguments in the order of adding.
   using const_iterator = std::vector<Argument>::const_iterator;
 
+  /// How many arguments the list has.
   int NoOfArgs() const { return static_cast<int>(arguments_.size()); }
 
-  /// Appends the value. The kind is stored as given, also one that does not fit the value's type.
+  /// Appends the value. The kind is stored as given, also a kind that does not fit the value's type.
   void AddArgument(int value, int kind);
   void AddArgument(unsigned int value, int kind);
   void AddArgument(long value, int kind);
@@ -70,14 +77,18 @@ public:
   void AddArgument(long long value, int kind);
   void AddArgument(unsigned long long value, int kind);
   void AddArgument(std::string value, int kind);
-  /// A null text is an empty one.
+  /// Appends a copy of the zero-terminated text; null counts as an empty text.
   void AddArgument(const char* value, int kind);
 
+  /// Removes all arguments.
   void Clear() { arguments_.clear(); }
 
-  /// In the order of adding. Iterators and references hold until the next AddArgument or Clear.
+  /// The arguments in the order of adding, owned by this object. Iterators and references hold until the next
+  /// AddArgument() or Clear().
   const std::vector<Argument>& arguments() const { return arguments_; }
+  /// The first of arguments().
   const_iterator begin() const { return arguments_.begin(); }
+  /// Behind the last of arguments().
   const_iterator end() const { return arguments_.end(); }
 
   friend bool operator==(const ArgumentInfo&, const ArgumentInfo&) = default;

@@ -1,7 +1,8 @@
-// The first that every header of messages includes, so that an older standard is told in one line.
+// Every header of messages includes this file first, so that a compiler set to an older C++ standard says so
+// in one line.
 #pragma once
 
 #if __cplusplus < 202002L
 #error "KwXMLMsgsBase needs C++20: compile with -std=c++20 or later"
-#include <compile-with-std-c++20>  // ends the compilation: whatever follows would be told as errors, too
+#include <compile-with-std-c++20>  // no such file: ends the compilation, before errors that follow from it
 #endif

@@ -1,11 +1,12 @@
-// The log object of event reporting. To its users it is a log like any other; the type says what it is used
-// for.
+// The log of event reporting.
 #pragma once
 
 #include <kwxml/platform/EvDebug.h>
 
+/// The log of event reporting: a log like any other, whose type says what the log is used for.
 class EvEvent : public EvDebug
 {
 public:
+  /// The constructors of EvDebug.
   using EvDebug::EvDebug;
 };

@@ -1,40 +1,44 @@
-// Settings of the platform: an INI file named by the environment variable KWXML_SETTINGS, read when the
-// object is made.
+// Settings of the platform: an INI file that the environment variable KWXML_SETTINGS names.
 //
 //     [EventManager]              for every process
 //     XMLMessage_DEBUGLEVEL = 15
-//     [EventManager@backup]       for processes with the focus "backup"; wins over the section above, key by
-//     key XMLMessage_DEBUGLEVEL = 25
+//     [EventManager@backup]       for processes with the focus "backup"
+//     XMLMessage_DEBUGLEVEL = 25
+//
+// A key in the section of a focus wins over the same key in the section without one.
 //
 // Section and key names are case-sensitive. Comments start with ';' or '#', within a line with " ;". A line
-// may have 197 bytes, a section name 48 (beyond that the parser would cut), and a key stands once in its
-// section. Without the variable, or with an empty one, there are no settings. A file that cannot be read or
-// is malformed is reported on standard error, once per process and file, and then counts as no settings.
-// Set-user-ID programs have no settings. An object belongs to one thread at a time.
+// may have 197 bytes, a section name 48 (the parser would cut longer ones), and a key stands once in its
+// section. Without the variable, or with an empty one, there are no settings. A file that cannot be read, is
+// malformed or is larger than 1 MB is reported on standard error, once per process and problem, and then
+// counts as no settings. Set-user-ID programs have no settings.
 #pragma once
 
 #include <map>
 #include <string>
 
+/// The settings as they were when the object was made. An object belongs to one thread at a time.
 class KWPlatformInfo
 {
 public:
+  /// Reads the settings file, for no focus. A failure leaves the object without settings.
   KWPlatformInfo();
 
-  /// The focus whose sections win from now on; null or empty for none.
+  /// Sets the focus whose sections win from now on; null or empty for none. The text is copied.
   void setFocus(const char* focus);
   void setFocus(const std::string& focus) { setFocus(focus.c_str()); }
 
-  /// Non-zero when the setting exists and is a number (decimal, or hexadecimal with 0x), which is then
-  /// stored. Otherwise 0, and `number` is unchanged; a setting that exists and is no 64-bit number is
-  /// reported on standard error.
+  /// Non-zero when the setting exists and is a number (decimal, or hexadecimal with 0x), which then is in
+  /// `number`. Otherwise 0, and `number` is unchanged; a setting that exists and is no 64-bit number is
+  /// reported on standard error, once per process. A null section or key names no setting.
   int getNumber(const char* section, const char* key, long long& number) const;
 
-  /// Non-zero when the setting exists (an empty value included), which is then stored; otherwise 0.
+  /// Non-zero when the setting exists, also with an empty value; the value then is in `text`. Otherwise 0,
+  /// and `text` is unchanged. A null section or key names no setting.
   int getString(const char* section, const char* key, std::string& text) const;
 
-  /// Whether nobody but the process's user and root may have written the settings: what decides whose key is
-  /// used is taken from no others. True without settings.
+  /// Whether nobody but the process's user and root may have written the settings file. Asked before a
+  /// setting that protects secrets is used, such as the name of the key file. True without settings.
   bool isTrusted() const { return trusted_; }
 
 private:

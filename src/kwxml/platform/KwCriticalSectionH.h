@@ -1,5 +1,4 @@
-// A lock that its owner may take again. It needs no constructor at run time, so that it can guard what is
-// created first in a process, and it works with std::lock_guard.
+// Locks that their owner may take again.
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
@@ -8,14 +7,17 @@
 #include <cassert>
 #include <mutex>
 
+/// A lock that its owner may take again. The lock needs no constructor at run time, so that it can guard what
+/// is created first in a process. std::lock_guard and std::unique_lock work with it.
 class KwCriticalSectionH
 {
 public:
+  /// Nobody is inside.
   constexpr KwCriticalSectionH() noexcept = default;
   KwCriticalSectionH(const KwCriticalSectionH&) = delete;
   KwCriticalSectionH& operator=(const KwCriticalSectionH&) = delete;
 
-  /// Waits until no other thread is inside. Each enter needs its own leave.
+  /// Waits until no other thread is inside, and enters. Each enter() needs a leave() of its own.
   void enter()
   {
     // Only the owner itself ever stores its own identifier, so a match needs no further ordering.
@@ -26,6 +28,7 @@ public:
     ++depth_;
   }
 
+  /// Enters if no other thread is inside, without waiting. False when another thread is.
   bool tryEnter()
   {
     if (owner_.load(std::memory_order_relaxed) != self()) {
@@ -38,7 +41,8 @@ public:
     return true;
   }
 
-  /// To be called by the thread that entered; from any other it is a fault of the caller and changes nothing.
+  /// Takes back one enter(). To be called by the thread that entered; a call by any other thread is a fault
+  /// of the caller: it ends a debug build and changes nothing in others.
   void leave()
   {
     if (owner_.load(std::memory_order_relaxed) != self()) {
@@ -51,9 +55,11 @@ public:
     }
   }
 
-  // The names that std::lock_guard and std::unique_lock call.
+  /// enter() under the name that std::lock_guard and std::unique_lock call.
   void lock() { enter(); }
+  /// tryEnter() under the name that std::unique_lock calls.
   bool try_lock() { return tryEnter(); }
+  /// leave() under the name that std::lock_guard and std::unique_lock call.
   void unlock() { leave(); }
 
 private:

@@ -1,22 +1,26 @@
-// The exception of the product's libraries: the text of a failure and the function that it comes from.
+// The exception of the product's libraries.
 #pragma once
 
 #include <exception>
 #include <memory>
 #include <string>
 
+/// The text of a failure, and the name of the function that failed.
 class KwException : public std::exception
 {
 public:
+  /// `function` is the name of the function that failed, `text` says what failed.
   KwException(std::string function, std::string text);
   ~KwException() override;
-  // Copies share their texts, so that copying an exception in flight cannot throw.
+  /// Copies share their texts, so that copying an exception in flight cannot throw.
   KwException(const KwException&) noexcept = default;
   KwException& operator=(const KwException&) noexcept = default;
 
+  /// The same text as getText(), valid as long as a copy of the exception lives.
   const char* what() const noexcept override;
   /// Name of the function that failed, such as "YMMessageBase::getObject".
   const std::string& getFunction() const noexcept;
+  /// What failed, in words.
   const std::string& getText() const noexcept;
 
 private:

@@ -8,34 +8,36 @@
 
 namespace kwxml {
 
-/// One line of a log. The strings live only while the sink runs; copy what is to be kept.
+/// One line of a log. The strings live only while the sink runs: a sink copies what it keeps.
 struct LogRecord
 {
-  const char* log;         // name of the log; never null
-  int level;               // 0 for errors, more for traces
-  const char* function;    // name of the reporting function; null when the caller gave none
-  const char* systemName;  // null or empty when the caller gave none
-  std::string_view text;   // the formatted text, whole, as the caller gave it (line ends included)
-  long long reference;     // the caller's reference of the line, 0 for none
+  const char* log;         ///< name of the log; never null
+  int level;               ///< 0 for errors, more for traces
+  const char* function;    ///< name of the reporting function; null when the caller gave none
+  const char* systemName;  ///< a name that the caller gave the line; null or empty for none
+  std::string_view text;   ///< the formatted text, whole, as the caller gave it (line ends included)
+  long long reference;     ///< a number that the caller gave the line; 0 for none
 };
 
-/// Sends the lines of every log to `sink` too, from the next line on; an empty function ends that. Calls of
-/// the sink are serialised. When setLogSink returns, the former sink is not running and will not be called
-/// again (unless it is the sink itself that calls setLogSink). Lines that the sink itself logs do not come
-/// back to it. A sink that throws loses that line, with a line on standard error; the logging function
-/// returns as usual. In a forked child the sink is called as in the parent; what locks it has of its own are
-/// its own care there. What of
-/// this library waits for other threads when the sink calls exit(), or drains or ends a KwThreadPool, does
-/// not let those wait for the sink: until then their lines pass it by, and setLogSink() does not wait for it
-/// either.
+/// Sends the lines of every log to `sink` too, from the next line on; an empty function ends that. The
+/// function object is copied. One thread at a time runs the sink. When setLogSink() returns, the former sink
+/// is not running and will not be called again, unless the sink itself calls setLogSink(). Lines that the
+/// sink itself logs do not reach it. A sink that throws loses the line, and that is reported on standard
+/// error; the logging function returns as usual.
+///
+/// In a forked child the sink is called as in the parent; locks of the sink's own are the program's care
+/// there. When a sink calls exit(), or drains or ends a KwThreadPool, the library waits for other threads
+/// inside the sink. Until that wait ends, lines of other threads do not reach the sink, so that they do not
+/// wait for it, and setLogSink() does not wait for the sink either.
 void setLogSink(std::function<void(const LogRecord&)> sink);
 
-/// Sets the level of all logs that have none of their own. Overrides `level` of section [Log] in the
+/// Sets the level of all logs that have no level of their own. Overrides `level` of section [Log] in the
 /// settings. Values below 0 count as 0: errors are always written.
 void setLogLevel(int level);
 
-/// From now on every log writes its lines to standard error, too, whatever else it has (see EvDebug.h on how
-/// many at once). Programs call kwxml::logToStandardError() (XMLDebug.h), which does more.
+/// From now on every log writes its lines to standard error, too, wherever else its lines go (see EvDebug.h
+/// on how many at once), but for logs with EvDebug::setStandardError(false). Programs call
+/// kwxml::logToStandardError() (XMLDebug.h), which does more.
 void alwaysToStandardError();
 
 }  // namespace kwxml

@@ -1,29 +1,32 @@
-// Base64 of byte strings and passwords, and the integer reading of attribute values.
+// Base64 of byte strings and passwords.
 //
-// There are two pairs. base64Encode and its kin have the XML library's form: lines of 60 characters at most,
-// each (the last one too) ended by a new-line; that text is what goes into documents and buffers.
-// base64_encode and base64_decode are self-contained and write a single line. Nothing depends on the
-// process's locale.
+// There are two pairs. base64Encode() and base64Decode() have the form that goes into documents and buffers:
+// lines of 60 characters at most, each (the last one too) ended by a new-line. base64_encode() and
+// base64_decode() have a single line without an end. Nothing depends on the process's locale. Threads may use
+// the functions at the same time.
 #pragma once
 
 #include <cstddef>
 #include <string>
 
-/// The base64 text of all bytes of `in`, in lines. An empty input gives an empty text. Always
-/// true.
+/// Replaces `out` by the base64 text of all bytes of `in`, in lines. An empty input gives an empty text.
+/// Always true.
 bool base64Encode(const std::string& in, std::string& out);
-/// The length of that text for `length` bytes, and the text itself at `to`, which has room for it; gives the
-/// character behind it.
+/// The length of the text that base64Encode() makes of `length` bytes.
 std::size_t base64EncodedLength(std::size_t length) noexcept;
+/// Writes the text that base64Encode() makes of `length` bytes to `to`, without a terminating zero. `to` has
+/// room for base64EncodedLength() characters. Returns the place behind the text.
 char* base64EncodeTo(char* to, const char* bytes, std::size_t length) noexcept;
-/// The bytes of a base64 text, in which blanks and line breaks may stand anywhere; padding is required. An
-/// empty text gives an empty result. False, with a debug line and `out` unchanged, for anything else that is
-/// not base64 (nothing but blanks, and a zero byte inside the text rather than at its unseen end).
+/// Replaces `out` by the bytes of a base64 text. Blanks and line breaks may stand anywhere in the text;
+/// padding is required. An empty text gives an empty result. False, with a line in the log at level 1 and
+/// `out` unchanged, for any other text that is not base64, such as nothing but blanks, or a text that holds a
+/// zero byte.
 [[nodiscard]] bool base64Decode(const std::string& in, std::string& out);
-/// The same for zero-terminated UTF-16 text; null is refused.
+/// The same as base64Decode() for zero-terminated UTF-16 text; null is refused, too.
 [[nodiscard]] bool base64DecodeXmlCh(const unsigned short* in, std::string& out);
 
-/// One line of the standard alphabet with "=" padding.
+/// The base64 text of all bytes of `in` as one line, of the standard alphabet with "=" padding.
 std::string base64_encode(const std::string& in);
-/// The inverse. A text that is not such a line gives an empty result and an error line.
+/// The bytes of a text that base64_encode() made. Any other text, also one with a line end, gives an empty
+/// result and an error in the log.
 std::string base64_decode(const std::string& in);
