@@ -9,8 +9,8 @@
 
 namespace kwxml {
 
-/// The tag identifier of a kind: the hash of its name. Its system byte is 0, an empty row of the registry, so
-/// that it never equals a message's tag.
+/// The tag identifier of a kind: the hash of the kind's name. Its system byte is 0, which no message system
+/// has, so that an identifier never equals a message's tag.
 constexpr unsigned long annotationTag(std::string_view kind) noexcept
 {
   return nameHash(kind.data(), kind.size());
@@ -19,13 +19,13 @@ constexpr unsigned long annotationTag(std::string_view kind) noexcept
 /// What the members of a kind may be.
 enum class AnnotationMembers
 {
-  None,  ///< its presence says all
-  Bool,  ///< the member that is named beside it, a truth value
-  Text,  ///< the member that is named beside it, any text
+  None,  ///< no members: that the annotation is there says all
+  Bool,  ///< one member, a truth value (AnnotationKind::member names it)
+  Text,  ///< one member, any text (AnnotationKind::member names it)
   Any,   ///< names and values as the schema's author needs them
 };
 
-/// The truth value of a member; empty when the text is none.
+/// The truth value that a member's text says: "true" or "1", "false" or "0"; empty for any other text.
 constexpr std::optional<bool> parseAnnotationBool(std::string_view text) noexcept
 {
   if (text == "true" || text == "1") {
@@ -37,13 +37,15 @@ constexpr std::optional<bool> parseAnnotationBool(std::string_view text) noexcep
   return std::nullopt;
 }
 
+/// What a schema may write of a kind of annotation. The texts are constants.
 struct AnnotationKind
 {
-  const char* name;
-  AnnotationMembers members;
-  const char* member;  ///< null unless there is one
+  const char* name;           ///< of the kind, as schemas write it
+  AnnotationMembers members;  ///< what its members may be
+  const char* member;         ///< the name of the one member; null for kinds without or with any members
 };
 
+/// All kinds. Annotations.h has a class for each and says what the kind means.
 inline constexpr AnnotationKind annotationKinds[] = {
     {"CommandParam", AnnotationMembers::Bool, "useDefault"},
     {"Text", AnnotationMembers::Text, "text"},

@@ -8,8 +8,8 @@
 //   byte 5     number of attached annotations, each: 4 bytes tag identifier, 2 bytes length of its members,
 //              members, each: 1 byte name length, name, 2 bytes value length, value
 //
-// All numbers are big-endian. A record ends where its length says; what lies behind is absent, so a short
-// record has no marks, and nothing behind it is read. Reading allocates nothing.
+// All numbers are big-endian. A record ends where its length says, and nothing behind that is read: a record
+// that is too short for a mark does not have the mark. Reading allocates nothing.
 #pragma once
 
 #include <cstddef>
@@ -19,21 +19,29 @@
 
 namespace kwxml {
 
+/// A view of one annotation record. The bytes, which are not copied, outlive the object.
 class AnnotationRecord
 {
 public:
-  /// `bytes` is a FieldDef's annotation pointer, null for a field without annotations.
+  /// `bytes` is the annotation pointer of a FieldDef; null for a field without annotations.
   explicit AnnotationRecord(const unsigned char* bytes) noexcept
       : bytes_(bytes), length_(bytes != nullptr ? bigEndian(bytes, 2) : 0)
   {
   }
 
+  /// Whether the field has a record.
   bool present() const noexcept { return bytes_ != nullptr; }
+  /// How the readable form shows the field's number as a date: an Annotation::DateType, 3, which is none, or
+  /// 0 where the field is no date.
   int dateForm() const noexcept { return length_ > 2 ? bytes_[2] & 0x03 : 0; }
+  /// Whether the readable form shows the field's number as a time of day.
   bool isTimeOfDay() const noexcept { return length_ > 2 && (bytes_[2] & 0x08) != 0; }
-  /// An Annotation::PasswordEncryptType, or one of the numbers 12 to 15, which name none.
+  /// How the field's passwords are protected: an Annotation::PasswordEncryptType, or a number from 12 to 15,
+  /// which is none.
   int passwordType() const noexcept { return length_ > 2 ? bytes_[2] >> 4 : 0; }
+  /// Whether the field is marked for XPath records; see XMLMetaData::getXpathMetaData().
   bool isXPath() const noexcept { return length_ > 3 && (bytes_[3] & 0x80) != 0; }
+  /// Whether XML has the field's text as an element with a CDATA section.
   bool isCdata() const noexcept { return length_ >= 5 && (bytes_[4] & 0x80) != 0; }
 
   /// Calls `visit(unsigned long tag, std::string_view members)` for each attached annotation, in schema
@@ -60,8 +68,9 @@ public:
     return true;
   }
 
-  /// Looks for an attached annotation: `members` are its encoded members, empty without one. False when the
-  /// record is cut short, so that nobody can tell.
+  /// Looks for the attached annotation with a tag identifier (annotationTag()). `members` becomes the first
+  /// one's encoded members, or nullopt when there is none. False when the record is cut short before one is
+  /// found, so that nobody can tell.
   bool find(unsigned long tag, std::optional<std::string_view>& members) const
   {
     members.reset();
@@ -72,6 +81,7 @@ public:
     });
     return whole || members.has_value();
   }
+  /// Whether the annotation with a tag identifier is attached; false where find() cannot tell.
   bool has(unsigned long tag) const
   {
     std::optional<std::string_view> members;
@@ -79,7 +89,7 @@ public:
   }
 
   /// Calls `visit(std::string_view name, std::string_view value)` for each of an annotation's encoded
-  /// members. False when they are cut short.
+  /// members. False when the members are cut short; those before the cut have been visited.
   template <class Visit>
   static bool forEachMember(std::string_view members, Visit visit)
   {

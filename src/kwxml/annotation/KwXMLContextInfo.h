@@ -1,5 +1,4 @@
-// The context of one encoding or decoding call: named parameters, the password type and the errors met.
-// Owned by the caller; used by one call at a time.
+// The context of encoding and decoding calls.
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
@@ -10,10 +9,13 @@
 #include <string>
 #include <vector>
 
+/// The context of an encoding or decoding call: named parameters, switches, the password type, a limit of
+/// memory and errors. The caller owns the context. One call at a time uses a context.
 class KwXMLContextInfo
 {
 public:
-  /// Stores an untyped pointer under a name, replacing an earlier one. The pointer stays the caller's.
+  /// Stores an untyped pointer under a name, in place of an earlier one. What the pointer refers to stays the
+  /// caller's.
   void addParam(const std::string& name, void* value) { params_[name] = value; }
   /// The pointer stored under `name`; null for an empty or unknown name.
   void* getParam(const std::string& name) const
@@ -22,27 +24,38 @@ public:
     return name.empty() || found == params_.end() ? nullptr : found->second;
   }
 
+  /// Switches that the context carries; the first form is for changing them. Calls of the library use the
+  /// switches of their encoder or decoder, not these.
   EncodingFlags& encodingFlags() noexcept { return flags_; }
   const EncodingFlags& encodingFlags() const noexcept { return flags_; }
 
+  /// Sets the type that a decoding call wants passwords to have; UNKNOWN, as at first, wants plain passwords.
+  /// With PASS_THROUGH passwords stay as they were received; with KWPASSWORD_ENCRYPTION_VER2 or VER3
+  /// protected passwords come out protected by that type. Other types want plain passwords, too.
+  /// For XMLDecoder::ProcessPasswordAnnotation() the type is that of the text itself.
   void setPasswordEncType(Annotation::PasswordEncryptType type) noexcept { passwordType_ = type; }
+  /// The type that setPasswordEncType() set.
   Annotation::PasswordEncryptType getPasswordEncType() const noexcept { return passwordType_; }
 
-  /// The most bytes of memory that messages which a call decodes with this context may take; 0, as it is at
-  /// first: the usual limit (usualDecodeMemory() in kwxml/model/Limits.h). A call that meets its limit fails
-  /// as one whose text or bytes are damaged, and says so (ProblemKind::NoMemory, logged).
+  /// Sets the most bytes of memory that the messages of one decoding call may take; 0, as at first: the usual
+  /// limit (kwxml::usualDecodeMemory() in kwxml/model/Limits.h). A call that meets the limit fails as if the
+  /// text or bytes were damaged; the failure is logged, and told as ProblemKind::NoMemory.
   void setMemoryLimit(std::uint64_t bytes) noexcept { memoryLimit_ = bytes; }
+  /// The limit that setMemoryLimit() set; 0 for the usual one.
   std::uint64_t getMemoryLimit() const noexcept { return memoryLimit_; }
 
+  /// Adds an error. For algorithms and programs; the library itself adds none.
   void setError(int code, const std::string& message)
   {
     failed_ = true;
     codes_.push_back(code);
     messages_.push_back(message);
   }
+  /// Whether an error was added.
   bool hasError() const noexcept { return failed_; }
+  /// The codes of all errors in the order of adding, owned by the context.
   const std::vector<int>& getErrorCodes() const noexcept { return codes_; }
-  /// All messages, each followed by a new-line; empty when there is none.
+  /// The messages of all errors, each followed by a new-line; empty when there is no error.
   std::string getErrorDetails() const
   {
     std::string text;

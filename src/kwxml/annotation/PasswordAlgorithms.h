@@ -7,16 +7,16 @@
 // - Encryption: the text of a password value in, its wire text out. For the types 2 to 11 except
 //   PASS_THROUGH the wire text is base64, since readers undo base64 before they decrypt.
 // - Decryption: the protected text in (base64 undone), the plain text out.
-// - An algorithm that cannot do it gives an empty text for one that is not empty: the value then counts as
-//   one without an algorithm. An empty password stays empty. Exceptions count as that failure too.
-// - The context is the one of the call and may carry the algorithm's own parameters, such as "MessageInfo"
-//   for session types; an encryption algorithm that needs it looks for it itself and fails without. While it
-//   is called from the encodings these are there as well:
+// - An algorithm that fails gives an empty text for a text that is not empty, or throws: the value then is
+//   treated as if its type had no algorithm. An empty password stays empty.
+// - The context is that of the call and may carry the algorithm's own parameters, such as "MessageInfo" for
+//   session types. An encryption algorithm that needs a parameter looks for it itself and fails without it.
+//   While encoding and decoding call an algorithm, the context has these parameters as well:
 //     "passwordType"        const int*: the type of the text handed in (encryption; decryption of a value in
 //                           memory). Absent when a received text is decrypted.
 //     "passwordEncoderArg"  const int*: the member of that name of the call's EncodingFlags
 //     "reEncrypt"           const bool*: the argument of XMLDecoder::ProcessPasswordAnnotation
-//   They are taken away when the algorithm returns.
+//   When the algorithm returns, the context is again as it was before.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
@@ -26,14 +26,14 @@
 struct EncodingFlags;
 class KwXMLContextInfo;
 
-/// `context` may be null.
+/// An algorithm: takes a text and the call's context, and gives the other form of the text. `context` may be
+/// null where a program calls DecryptPasswordString() so.
 using PasswordAlgorithm = bstring (*)(bstring text, KwXMLContextInfo* context);
 
-/// Decrypts a text by the algorithm that is registered for its type, which gets `context` as it is. 0 with
-/// the algorithm's result in `out`, which is empty when it failed (base64 of received texts, BASE64's
-/// included, is undone already; a text in memory is told by "passwordType"); 6
-/// (kwxml::passwordHandlerMissing) without one, or with one that throws, with `out` unchanged and one error
-/// line.
+/// Decrypts a text, whose base64 is undone already, by the algorithm that is registered for the type. The
+/// algorithm gets `context` as it is. Returns 0 with the algorithm's result in `out`; an empty result of a
+/// text that is not empty is a failure of the algorithm. Returns kwxml::passwordHandlerMissing (6), with
+/// `out` unchanged and an error in the log, when the type has no algorithm or the algorithm throws.
 int DecryptPasswordString(bstring in, bstring& out, Annotation::PasswordEncryptType type,
                           KwXMLContextInfo* context);
 
@@ -41,26 +41,31 @@ namespace kwxml {
 
 /// The result of password functions when no algorithm can serve a type.
 inline constexpr int passwordHandlerMissing = 6;
-/// The last type that can have an algorithm; the newest scheme, one above it, cannot.
+/// The last type that can have an algorithm; the newest type, KWPASSWORD_ENCRYPTION_VER8, cannot.
 inline constexpr int maxPasswordAlgorithmType = Annotation::KWPASSWORD_ENCRYPTION_VER5;
 
-/// Names of context parameters.
+/// The name of the context parameter with the session; the program adds it for session types.
 inline constexpr const char* messageInfoParameter = "MessageInfo";
+/// The name of the context parameter with the type of the text.
 inline constexpr const char* passwordTypeParameter = "passwordType";
+/// The name of the context parameter with EncodingFlags::passwordEncoderArg.
 inline constexpr const char* passwordEncoderArgParameter = "passwordEncoderArg";
+/// The name of the context parameter with the argument of XMLDecoder::ProcessPasswordAnnotation.
 inline constexpr const char* reEncryptParameter = "reEncrypt";
 
+/// What an algorithm does.
 enum class PasswordDirection
 {
-  Encrypt,
-  Decrypt
+  Encrypt,  ///< makes the wire text of a password
+  Decrypt   ///< makes the password of a protected text
 };
 
-/// Puts an algorithm (null: none) into the slot of a type, whatever was there. False, with a line at level
-/// 10, for a type beyond maxPasswordAlgorithmType; success is logged at level 10 too.
+/// Sets the algorithm of a type in place of an earlier one; null takes the algorithm away. False, with a line
+/// at level 10, for a negative type and one beyond maxPasswordAlgorithmType; success is logged at level 10
+/// too. To be called before threads encode or decode.
 bool registerPasswordAlgorithm(PasswordDirection direction, Annotation::PasswordEncryptType type,
                                PasswordAlgorithm algorithm);
-/// The algorithm of a type; null when there is none or the type cannot have one.
+/// The algorithm of a type; null when none is registered or the type cannot have one.
 PasswordAlgorithm passwordAlgorithm(PasswordDirection direction, Annotation::PasswordEncryptType type);
 
 /// True for the types that are protected by a session, whose algorithms need the context's "MessageInfo".
@@ -69,23 +74,25 @@ constexpr bool isSessionPasswordType(int type) noexcept
   return type == Annotation::SESSION_ENCRYPTION || type == Annotation::SESSION_PLUS_KWPASSWORD_VER2 ||
          type == Annotation::SESSION_PLUS_KWPASSWORD_VER3;
 }
-/// True for the types under which a password is more than its own text: those that a reader undoes.
+/// True for the types under which the text of a password is not the password itself, so that readers decrypt
+/// it.
 constexpr bool isProtectingPasswordType(int type) noexcept
 {
   return type >= Annotation::SESSION_ENCRYPTION && type <= Annotation::KWPASSWORD_ENCRYPTION_VER8 &&
          type != Annotation::PASS_THROUGH;
 }
 
-/// The facts of one call that algorithms find in the context.
+/// What an algorithm finds in the context while it runs. A null pointer adds no parameter.
 struct PasswordCall
 {
-  const int* passwordType = nullptr;
-  const int* passwordEncoderArg = nullptr;
-  const bool* reEncrypt = nullptr;
+  const int* passwordType = nullptr;        ///< the parameter "passwordType"
+  const int* passwordEncoderArg = nullptr;  ///< the parameter "passwordEncoderArg"
+  const bool* reEncrypt = nullptr;          ///< the parameter "reEncrypt"
 };
 
-/// Runs an algorithm with the facts in the context (in one of its own where `context` is null). Empty when
-/// the algorithm failed; nothing is logged.
+/// Runs an algorithm, which is not null, with the parameters of `call` in the context; where `context` is
+/// null the algorithm gets a context of the call's own. Gives the algorithm's result, or nullopt when the
+/// algorithm failed; nothing is logged.
 [[nodiscard]] std::optional<bstring> runPasswordAlgorithm(PasswordAlgorithm algorithm, const bstring& text,
                                                           KwXMLContextInfo* context,
                                                           const PasswordCall& call);

@@ -1,5 +1,4 @@
-// The bytes of an encoded message, owned or of the caller. Not thread-safe; a buffer belongs to one thread at
-// a time.
+// The bytes of encoded messages.
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
@@ -7,27 +6,30 @@
 #include <cstddef>
 #include <span>
 
+/// The bytes of an encoded message: owned by the buffer, or the caller's. A buffer belongs to one thread at a
+/// time.
 class BinaryBuffer
 {
 public:
   /// Empty: no bytes, nothing owned.
   BinaryBuffer() noexcept = default;
-  /// `capacity` bytes of the caller to write to. They must outlive the buffer, which neither frees nor grows
-  /// them. The length is 0.
+  /// `capacity` bytes of the caller to write to; the length is 0. The bytes outlive the buffer, which neither
+  /// frees nor grows them.
   BinaryBuffer(char* data, unsigned long capacity) noexcept
       : data_(data), capacity_(capacity), external_(true)
   {
   }
-  /// Bytes of the caller to read, which must outlive the buffer.
+  /// Bytes of the caller to read. The bytes outlive the buffer, which neither frees nor changes them.
   explicit BinaryBuffer(std::span<const std::byte> bytes) noexcept
   {
     SetReadBuffer(reinterpret_cast<const char*>(bytes.data()), bytes.size(), true);
   }
   BinaryBuffer(const BinaryBuffer&) = delete;
   BinaryBuffer& operator=(const BinaryBuffer&) = delete;
+  /// Frees the bytes that the buffer owns.
   ~BinaryBuffer();
 
-  /// The valid bytes are data()[0] to data()[length() - 1].
+  /// The memory of the buffer, null without any. The valid bytes are data()[0] to data()[length() - 1].
   char* data() noexcept { return data_; }
   const char* data() const noexcept { return data_; }
   /// The valid bytes, as long as the buffer is neither changed nor destroyed.
@@ -35,25 +37,29 @@ public:
   {
     return {reinterpret_cast<const std::byte*>(data_), length_};
   }
+  /// The size of the memory in bytes.
   unsigned long capacity() const noexcept { return capacity_; }
+  /// The number of valid bytes.
   unsigned long length() const noexcept { return length_; }
-  /// True when the bytes are the caller's.
+  /// True when the memory is the caller's.
   bool external() const noexcept { return external_; }
 
-  // The setters free what the buffer owned. What is given with `external` false becomes the buffer's and must
-  // come from malloc.
-
-  /// Bytes to write to; the length is 0.
+  /// Makes `capacity` bytes at `data` the buffer's memory to write to; the length is 0. Memory that the
+  /// buffer owned is freed. With `external` false the buffer owns the new memory, which comes from malloc();
+  /// otherwise the memory stays the caller's and outlives the buffer.
   void SetWriteBuffer(char* data, unsigned long capacity, bool external) noexcept;
-  /// Valid bytes to read; they are not written to while they are the caller's.
+  /// Makes `length` valid bytes at `data` the buffer's memory, to read. Memory that the buffer owned is
+  /// freed. With `external` false the buffer owns the new memory, which comes from malloc(); otherwise the
+  /// memory stays the caller's, is not written to, and outlives the buffer.
   void SetReadBuffer(const char* data, unsigned long length, bool external) noexcept;
-  /// A copy of the bytes. With `external` true the caller takes over freeing it. Without memory for it the
-  /// buffer is empty.
+  /// Makes a copy of `length` bytes at `data` the buffer's memory. Memory that the buffer owned is freed;
+  /// `data` may lie in that. With `external` true the caller frees the copy with free(). Without memory for
+  /// the copy the buffer is empty.
   void deepCopyBuffer(const char* data, unsigned long length, bool external) noexcept;
 
-  /// Makes the length `size`, the capacity at least that: memory grows to exactly `size` and never shrinks,
-  /// what was in it stays. False when the bytes are the caller's (nothing changes) and without memory (the
-  /// buffer is empty then).
+  /// Makes the length `size`. Memory that is smaller grows to exactly `size`; memory never shrinks. The bytes
+  /// in the memory stay. False when the memory is the caller's: nothing changes. False, too, without memory:
+  /// the buffer is empty then.
   [[nodiscard]] bool resizeBuffer(unsigned long size) noexcept;
 
 private:

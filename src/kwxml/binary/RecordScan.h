@@ -1,8 +1,8 @@
 // Finds the whole messages of a file that may be damaged.
 //
-// A file of messages has nothing that marks where a record begins: one is found by its length and by the
-// header of its message, and believed when the message can be read. After damage the next such place is
-// sought byte by byte. What is found are stretches, which together are the file.
+// A file of messages has nothing that marks where a record begins. A record is found by its length and by the
+// header of its message, and believed when the message can be read. After damage the next record is sought
+// byte by byte. The result is a row of stretches, which together are the file.
 #pragma once
 
 #include <kwxml/platform/CYxError.h>
@@ -17,52 +17,58 @@ class CYxFile;
 
 namespace kwxml {
 
-/// The layouts of YMMessageBaseFileHandler.
+/// The layouts of files of messages; YMMessageBaseFileHandler.h describes them.
 enum class RecordLayout
 {
-  Single,
-  Batch,
+  Single,  ///< single records
+  Batch,   ///< a batch
 };
 
-/// The layout of a file of `size` bytes that begins with `head`, which is all of it or at least 12 bytes;
-/// none when it looks like neither. An empty file has none.
+/// The layout of a file of `size` bytes that begins with `head`, which is the whole file or at least 12
+/// bytes. nullopt when the file looks like neither layout, and for an empty file.
 std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size);
 
+/// A part of a file of messages.
 struct RecordStretch
 {
+  /// What the bytes of a stretch are.
   enum class Kind
   {
-    Version,  ///< what a batch begins with
+    Version,  ///< the version that a batch begins with
     Record,   ///< a length and a message
     Damage,   ///< bytes that belong to no record
   };
-  Kind kind = Kind::Record;
-  std::uint64_t offset = 0;
-  std::uint64_t size = 0;
-  /// Of damage: what is wrong. Of a record: empty, or why its message could not be looked into, because the
-  /// catalogue lacks its class or memory ended.
+  Kind kind = Kind::Record;  ///< what the bytes are
+  std::uint64_t offset = 0;  ///< of the first byte in the file
+  std::uint64_t size = 0;    ///< how many bytes
+  /// Of damage: what is wrong. Of a record: empty, or why its message could not be looked into: the catalogue
+  /// lacks the message's class, or memory ended.
   std::string why{};
   /// Damage that may be a record whose end was not written.
   bool torn = false;
 };
 
+/// One pass over a file of messages. Belongs to one thread at a time.
 class RecordScan
 {
 public:
+  /// How closely records are looked at.
   enum class Depth
   {
     Frames,    ///< a record is believed by its length and the header of its message
-    Contents,  ///< its message is read too; what reading logs is logged
+    Contents,  ///< the message is read too; lines that reading logs appear in the log
   };
 
-  /// The file, which stays the caller's, is read from its beginning and left at any position. No more than
-  /// one record of it is held.
+  /// Begins a pass. The file stays the caller's and outlives the pass; it is read from its beginning and left
+  /// at any position. A piece of the file is kept in memory: 1 MB, or one record where that is larger.
   RecordScan(CYxFile& file, RecordLayout layout, Depth depth);
 
-  /// The next stretch. False at the end of the file, and when it cannot be read: error() says which. Throws
-  /// std::bad_alloc.
+  /// Gives the next stretch. False at the end of the file, and when the file cannot be read: error() says
+  /// which. Throws std::bad_alloc.
   bool next(RecordStretch& stretch);
+  /// The error that ended the pass; no error at the end of the file.
   const CYxError& error() const { return error_; }
+  /// The size of the file in bytes when the pass began.
   std::uint64_t size() const { return size_; }
 
 private:
