@@ -1,12 +1,12 @@
 // Reads a field's annotation record, the constant bytes that the catalogue compiler writes for it.
 //
-//   byte 0, 1  length of the whole record
-//   byte 2     bits 0-1 date form (Annotation::DateType), bit 3 time of day, bits 4-7 password encryption
-//              type
-//   byte 3     bit 7 XPath mark
-//   byte 4     bit 7 CDATA mark
-//   byte 5     number of attached annotations, each: 4 bytes tag identifier, 2 bytes length of its members,
-//              members, each: 1 byte name length, name, 2 bytes value length, value
+//     byte 0, 1  length of the whole record
+//     byte 2     bits 0-1 date form (Annotation::DateType), bit 3 time of day, bits 4-7 password type
+//     byte 3     bit 7 XPath mark
+//     byte 4     bit 7 CDATA mark
+//     byte 5     number of attached annotations, each:
+//                  4 bytes tag identifier, 2 bytes length of all its members, members, each:
+//                    1 byte name length, name, 2 bytes value length, value
 //
 // All numbers are big-endian. A record ends where its length says, and nothing behind that is read: a record
 // that is too short for a mark does not have the mark. Reading allocates nothing.

@@ -12,11 +12,14 @@
 // - The context is that of the call and may carry the algorithm's own parameters, such as "MessageInfo" for
 //   session types. An encryption algorithm that needs a parameter looks for it itself and fails without it.
 //   While encoding and decoding call an algorithm, the context has these parameters as well:
-//     "passwordType"        const int*: the type of the text handed in (encryption; decryption of a value in
-//                           memory). Absent when a received text is decrypted.
-//     "passwordEncoderArg"  const int*: the member of that name of the call's EncodingFlags
-//     "reEncrypt"           const bool*: the argument of XMLDecoder::ProcessPasswordAnnotation
-//   When the algorithm returns, the context is again as it was before.
+//   - "passwordType", a pointer to const int: the type of the text handed in. There in encryption and in
+//     decryption of a value in memory.
+//   - "passwordEncoderArg", a pointer to const int: the member of that name of the call's EncodingFlags.
+//     There in encryption and in decryption of a received text.
+//   - "reEncrypt", a pointer to const bool: the argument of XMLDecoder::ProcessPasswordAnnotation, else
+//     false. There in decryption of a received text.
+//
+// When the algorithm returns, the context has again the parameters that it had before.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>

@@ -1,8 +1,8 @@
 // Files of messages in their binary form. Two layouts, which do not mix in one file:
 //
-//   single records   4 bytes length (big-endian), the message; over all bytes written a CRC-64 may run
-//   batches          4 bytes "1" as text, zero-padded; then records of 4 bytes length as decimal text,
-//                    zero-padded, and the message
+//     single records   4 bytes length (big-endian), the message; over all bytes written a CRC-64 may run
+//     batches          4 bytes "1" as text, zero-padded; then records of 4 bytes length as decimal text,
+//                      zero-padded, and the message
 //
 // The length text of a batch record has four digits. Of the length of a message of 10,000 bytes and more
 // these are the first four, and nothing can be read from there on. That limit is part of the layout.

@@ -2,19 +2,20 @@
 // Common::EventMessage, each of its arguments a Common::EventArgument with its value as text and a type
 // beside it.
 //
-//   kind of argument          type in the message  text     back
-//   5  int                    INT                  %d       int, kind 5
-//   6  unsigned int           UINT                 %u       unsigned int, kind 6
-//   7  long                   LONG                 %ld      long, kind 7
-//   8  unsigned long          ULONG                %lu      unsigned long, kind 8
-//   9  long long              LONGLONG             %lld     long long, kind 9
-//   10 unsigned long long     LONGLONG             %llu     long long, kind 9
-//   11 string                 STRING               itself   string, kind 11
+//     kind of argument          type in the message  text     back
+//     5  int                    INT                  %d       int, kind 5
+//     6  unsigned int           UINT                 %u       unsigned int, kind 6
+//     7  long                   LONG                 %ld      long, kind 7
+//     8  unsigned long          ULONG                %lu      unsigned long, kind 8
+//     9  long long              LONGLONG             %lld     long long, kind 9
+//     10 unsigned long long     LONGLONG             %llu     long long, kind 9
+//     11 string                 STRING               itself   string, kind 11
 //
 // That kind 10 comes back as kind 9 is part of the form; only an argument that arrives with the type
 // ULONGLONG becomes kind 10. The two classes come with the wrappers of the catalogue (<catalogue/Common.h>);
-// their fields are found by name. Where a catalogue lacks them, what cannot be made is left out with a log
-// line. Nothing here throws but for want of memory.
+// their fields are found by name. Where a catalogue lacks the classes, arguments that cannot be made are left
+// out, with a line in the log. The functions throw nothing but std::bad_alloc. An object belongs to one
+// thread during a call.
 #pragma once
 
 #include <string>
@@ -29,29 +30,32 @@ class EventArgument;
 class EventMessage;
 }  // namespace Common
 
-/// Sets the message identifier and appends the arguments of `in` to those of `out`.
+/// Sets the message identifier of `out` to that of `in`, and appends the arguments of `in` to those of `out`.
+/// Severity and category have no place in the message.
 void setEvMessageContainerToXML(const EvMessageContainer& in, Common::EventMessage& out);
-/// Appends the arguments, with positions from 0 on. One of another kind has neither type nor text. Null does
-/// nothing.
+/// Appends the arguments to `out`, with positions from 0 on. An argument of a kind that is not in the table
+/// has neither type nor text. Null does nothing.
 void setEvMessageArgumentsToXML(const ArgumentInfo* in, std::vector<Common::EventArgument>& out);
 
-/// Makes `out` the event of the message, its arguments in the order of their positions. Numbers are read as
-/// far as they go, 0 without any. False, with `out` empty, for an argument of a type that does not exist
-/// (logged).
+/// Makes `out` the event of the message, its arguments in the order of their positions; severity and category
+/// become 0. A number is read from the beginning of its text as far as the digits go; 0 without digits.
+/// False, with `out` empty and an error in the log, for an argument of a type that does not exist.
 [[nodiscard]] bool getEvMessageContainerFromXML(Common::EventMessage in, EvMessageContainer& out);
-/// The same for the arguments alone, which are appended; `in` is sorted by position (arguments of one
-/// position in any order).
+/// Sorts `in` by position and appends its arguments to those of `out`; arguments with equal positions stay in
+/// their order. False, with `out` empty and an error in the log, for an argument of a type that does not
+/// exist.
 [[nodiscard]] bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& in,
                                                          EvMessageContainer& out);
 
-/// Appends a text to the arguments of a message, with the position behind their number, from 1 on. True;
-/// false (logged) where the catalogue has no such class.
+/// Appends a text to the arguments of a message; its position is the number of arguments, itself included.
+/// False, with an error in the log, where the catalogue has no class of arguments.
 [[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
-/// The same for a number, whose type is told by its name at run time: "int", "long" or "__int64". Compilers
-/// for this platform have other names ("i", "l", "x"), with which the number is refused: false, and an error
-/// line. For int, long and long long.
+/// Always refuses the number: false, with an error in the log, and the message unchanged. Numbers are taken
+/// only where the compiler names their types "int", "long" or "__int64" at run time; compilers for this
+/// platform name them "i", "l" and "x". For int, long and long long.
 template <class T>
 requires std::is_arithmetic_v<T>
 [[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, T value);
 
+/// Whether the position of `a` is below that of `b`: an order for sorting arguments.
 bool eventArgumentPositionSortPredicate(Common::EventArgument& a, Common::EventArgument& b);

@@ -5,8 +5,9 @@
 
 class YMMessageBase;
 
-/// The XML of `message`, or, when that is null, of the message in the text `xml`, written anew with default
-/// settings. Empty when there is neither. On failure (logged) a text that says so: "Error unserializing given
-/// object.", "Error reserializing given object/string" when `xml` was given, or "Error serializing
-/// YMMessageBase object and given empty input string".
+/// The XML of `message` with default settings. Where `message` is null, the XML text `xml` is read and its
+/// message written anew. Empty when there is neither. `message` stays the caller's. Failures are logged, and
+/// the result is a text that says so: "Error unserializing given object." when `xml` cannot be read, "Error
+/// reserializing given object/string" when `xml` was given, or "Error serializing YMMessageBase object and
+/// given empty input string".
 std::string logXML(const std::string& xml, const YMMessageBase* message);

@@ -6,17 +6,19 @@
 
 /// Fills a message field by field.
 ///
-///   string, bstring                        the text 1
-///   list of int, list of float             five zeros
-///   list of messages                       five messages, filled in turn
-///   message                                an empty message: what is filled is a message that is thrown away
-///                                          afterwards, deliberately
-///   everything else                        nothing
+///     string, bstring                        the text 1
+///     list of int, list of float             five zeros
+///     list of messages                       five messages, filled in turn
+///     message                                an empty message: what is filled is another one, which is then
+///                                            dropped
+///     everything else                        nothing
 ///
-/// 0; 1 for null, for a message without a class, and when a message below cannot be filled, with what had
-/// been filled until then. A class that holds itself ends that way at the deepest nesting that encodings
-/// accept, and so does one that holds too many messages (Limits.h); both are logged.
+/// The message stays the caller's. Returns 0. Returns 1 for null, for a message without a class, and when a
+/// nested message cannot be filled; the message then has what was filled before. A class that holds itself
+/// ends with 1 at the deepest nesting that encodings accept (kwxml::maxMessageNesting), and so does a class
+/// that holds more than kwxml::maxCreatedMessages messages; both are logged.
 [[nodiscard]] int recurseAndFillDummyValues(YMMessageBase* message);
 
-/// The same, 0 or 1, with an error line on failure. The message stays the caller's.
+/// The same as recurseAndFillDummyValues(), and on failure an error in the log. The message stays the
+/// caller's and is not replaced.
 [[nodiscard]] int createXMLObjectWithDummyValues(YMMessageBase*& message);

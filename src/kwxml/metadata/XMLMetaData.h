@@ -1,7 +1,7 @@
 // The values of a message as a list of records with numbers, and back: some message systems give each value
 // that has an XPath an ID, under which it can be stored or indexed outside the message.
 //
-// The XPath of a value is made of the fields on the way to it: "article[1]/@price" for a scalar,
+// The XPath of a value is made of the fields on the way to the value: "article[1]/@price" for a scalar,
 // "article[1]/labels" for a list of scalars, each element of which is a record of its own. The tables of a
 // system (Metadata.h) come from the catalogue.
 #pragma once
@@ -13,61 +13,66 @@
 
 class MsgFieldContext;
 
-/// One value.
+/// One value of a message, as a record.
 struct XPathMetaData
 {
-  int id = 0;
-  std::string xpath;
-  std::string value;             ///< as getStringFromFld() writes it (FieldText.h)
+  int id = 0;                    ///< the ID of the XPath
+  std::string xpath;             ///< the XPath of the value
+  std::string value;             ///< the value as getStringFromFld() (FieldText.h) writes it
   int appType = 0;               ///< 10000 and XMLMetaData::getAppType() of the field's type
   bool singleInstanced = false;  ///< the field has the annotation SingleInstanced
   bool isList = false;           ///< one element of a list
 };
 
-/// An object serves one message system, the one of its first successful look-up: it keeps that system's
-/// tables. Distinct objects may be used by distinct threads. Failures are logged, as errors unless said
-/// otherwise.
+/// Turns the values of a message into records, and back. An object serves one message system, that of its
+/// first getXpathMetaData() or setXpathMetaData() for a system with XPath tables: it keeps that system's
+/// tables. An object belongs to one thread at a time. Failures are logged, as errors unless said otherwise.
 class XMLMetaData
 {
 public:
-  /// Appends the records of the values in the nested messages of `message`, in the order of the fields: those
-  /// of all set nested messages, or only of those whose field has the XPath mark. Values without an ID are
-  /// left out, and so is all that lies in lists of messages (a line at level 25 each) or below the deepest
-  /// nesting that encodings accept (logged). 0; 1, with `out` unchanged, for null, without a class, or for a
+  /// Appends the records of the values in the nested messages of `message` to `out`, in the order of the
+  /// fields: with `all` those of all set nested messages, otherwise of those whose field has the XPath mark.
+  /// Left out are values without an ID, values in lists of messages (a line at level 25 for each list), and
+  /// values below the deepest nesting that encodings accept (logged). The message stays the caller's.
+  /// Returns 0, or 1, with `out` unchanged, for null, for a message without a class, and for a
   /// system without XPath tables.
   [[nodiscard]] int getXpathMetaData(YMMessageBase* message, std::vector<XPathMetaData>& out, bool all);
 
-  /// Stores values into a message of a class of the system, by ID; the other members of a record do not
-  /// count. Nested messages on the way are made when they are missing; a record that leads through a list of
-  /// messages adds an element to it. A record with an unknown ID is logged and passed over. 0; 1 at the first
-  /// record that cannot be stored, with those before it stored (and what it made on its way), and in the
-  /// cases above.
+  /// Stores values into a message of a class of the system, by XPathMetaData::id and value alone. Nested
+  /// messages on the way are made when they are missing; a record that leads through a list of messages adds
+  /// an element to the list. A record with an unknown ID is logged and passed over. The message stays the
+  /// caller's and is not replaced. Returns 0, or 1 for null, for a message without a class, for a system
+  /// without XPath tables, and at the first record that cannot be stored: the records before are stored then,
+  /// and nested messages that were made stay. A text that is no value of its field is logged at level 15.
   [[nodiscard]] int setXpathMetaData(YMMessageBase*& message, std::vector<XPathMetaData> records,
                                      short systemIndex);
 
-  /// The ID of an XPath in the tables that this object keeps; false, with `id` unchanged, when there is none.
+  /// Gives the ID of an XPath in the tables that this object keeps. False, with `id` unchanged and nothing
+  /// logged, when there is no such XPath, for null, and while the object keeps no tables.
   [[nodiscard]] bool getXPathIDFromXPath(const char* xpath, int& id) const;
-  /// The XPath of an ID; false when there is none, and, with `xpath` empty, for a system without tables.
+  /// Gives the XPath of an ID of a system. False, with `xpath` unchanged and nothing logged, when the system
+  /// has no such ID; false, with `xpath` empty and an error in the log, for a system without tables.
   [[nodiscard]] bool getXPathFromID(short systemIndex, int id, std::string& xpath) const;
-  /// The index that belongs to an ID among the entries 0 to `last` of a table sorted by ID; -1 when there is
-  /// none or `last` is negative.
+  /// The index that belongs to an ID among the entries 0 to `last` of a table that is sorted by ID; -1 when
+  /// no entry has the ID, when `last` is negative, and for a null table, which is logged.
   int getXPathFieldsInfoIndex(const XPathIDHelper* table, int last, int id) const;
-  /// Whether an ID leads to a field. A system without tables gives a line at level 10.
+  /// Whether an ID of a system leads to a field. False for a system without tables, with a line at level 10.
   bool doesXPathIDExist(short systemIndex, int id) const;
 
-  /// The application type of a FieldDataType; 0 for a number that is none.
+  /// The application type of a FieldDataType; 0 for a number that is no type.
   static int getAppType(char type);
-  /// Whether an annotation record (its first four bytes) has the XPath mark. False for null, and for a record
-  /// that is empty but for a length below four.
+  /// Whether the annotation record at `info` has the XPath mark; four bytes are read. False for null, and for
+  /// a record that is empty but for a length below four.
   static bool hasXPath(const char* info);
-  /// Reads a value from its text by the type of the field and stores it with MsgFieldContext::replaceValue();
-  /// to a list it is appended. False, with nothing stored, for a text that is no value of the type and for
-  /// types without a text (wide strings, ulonglong and lists of them, messages, maps).
+  /// Reads a value from its text by the type of the field and stores the value with
+  /// MsgFieldContext::replaceValue(); to a list the value is appended. False, with nothing stored and nothing
+  /// logged, for a text that is no value of the type and for types without a text (wide strings, ulonglong
+  /// and lists of them, messages, maps).
   ///
   /// Integers are decimal and of the type's range, those of enumerations signed or unsigned of 32 bits;
   /// "true" in any case and "1" are true, "false" and "0" false; floating numbers are decimal, "inf" or
   /// "nan". A number takes the whole text. The text of byte strings and passwords is decoded when it is
-  /// base64 exactly as getStringFromFld() writes it (each line ended), and stands for itself when it is
+  /// base64 exactly as getStringFromFld() writes it (each line ended), and taken as it is when it is
   /// anything else; a password becomes a plain one.
   [[nodiscard]] static bool replaceValuefromString(MsgFieldContext& field, const std::string& text);
 

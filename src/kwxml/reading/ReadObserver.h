@@ -40,11 +40,10 @@ enum class ProblemKind : std::uint8_t
   ElementUnknown,    ///< the class has no field of the element's name; all that the element holds is dropped
   MemberUnknown,     ///< the class has no field of the name of the member in JSON
   FieldUnknown,      ///< the class has no field with the hash by which the binary form names fields
-                 /// The bytes of an int have the code that enumerations and uints share. The value is right
-                 /// if the writer had an enumeration, and another number if the writer had a uint.
-  WireCodeUnclear,
-  TrailingBytes,  ///< bytes behind the last field
-  TextRescued,    ///< bytes were no base64, or had a zero among them, and were kept as far as they go
+  WireCodeUnclear,   ///< an int has the code that enumerations and uints share: right if the writer had an
+                     ///< enumeration, another number if the writer had a uint
+  TrailingBytes,     ///< bytes behind the last field
+  TextRescued,       ///< bytes were no base64, or had a zero among them, and were kept as far as they go
 };
 
 /// How bad a problem is.

@@ -1,4 +1,4 @@
-// A summary as plain text on one line: a:[1],b:[x],list[1,2]. Texts go out as they are, their line ends too.
+// Summaries as plain text.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
@@ -7,38 +7,45 @@
 #include <iosfwd>
 #include <string>
 
-/// Writes into a stream of the caller, which outlives the context. Passwords are never written: neither
-/// password fields nor fields with the annotation Password.
+/// A summary as plain text on one line: `a:[1],b:[x],list[1,2]`. Texts are written as they are, also their
+/// line ends. Passwords are never written: neither password fields nor fields with the annotation Password.
 class DefaultRenderContext : public kwxml::ValueTextContext
 {
 public:
+  /// Writes to the end of `stream`, which stays the caller's and outlives the context.
   DefaultRenderContext(std::ostringstream& stream, const ContextFormatOpts& options)
       : ValueTextContext(options), stream_(stream)
   {
   }
 
+  /// Writes nothing; the next value begins the line.
   void startHeader(std::string name) override;
-  /// These five write nothing.
+  /// Writes nothing.
   void writeHeader(std::string name) override;
+  /// Writes nothing.
   void endHeader(std::string name) override;
+  /// Writes nothing.
   void startSubHeader(MsgFieldContext& field) override;
+  /// Writes nothing.
   void writeSubHeader(std::string name) override;
+  /// Writes nothing.
   void endSubHeader(MsgFieldContext& field) override;
 
-  /// A scalar, set or not; nothing for enumerations and types without a text.
+  /// Writes a scalar, set or not; nothing for enumerations and types without a text.
   void writeAttribute(MsgFieldContext& field) override;
-  /// The label and the elements in brackets. Lists of enumerations and of messages show no elements.
+  /// Writes the label, and the elements in brackets. Lists of enumerations and of messages show no elements.
   void writeList(MsgFieldContext& field) override;
-  /// The text of a set enumeration's enumerator (its annotation Text, else its name); those of a list,
-  /// separated by commas.
+  /// Writes the text of a set enumeration's enumerator (the enumerator's annotation Text, else its name); of
+  /// a list the texts of all elements, separated by commas.
   void writeEnum(MsgFieldContext& field) override;
 
   using ValueTextContext::writeAttribute;
+  /// Writes the bytes under a name, as they are.
   void writeAttribute(std::string name, bstring value);
-  /// Never its text: "****".
+  /// Writes "****" under a name, never the password.
   void writeAttribute(std::string name, const pstring& value);
 
-  /// The text of the stream.
+  /// Replaces `out` by the whole text of the stream.
   void DumpToString(std::string& out) const;
 
 private:

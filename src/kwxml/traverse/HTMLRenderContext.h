@@ -1,14 +1,12 @@
-// Summaries as HTML: nested messages as indented lines below their label, each message a block that a page
-// may open and close (HTMLRenderContext), or a compact list for a graphical client
-// (HTMLGuiSummaryRenderContext).
+// Summaries as HTML, in two forms: HTMLRenderContext and HTMLGuiSummaryRenderContext.
 //
 // Both hide the same fields: scalars and enumerations that are not set, lists without an element, and every
 // field with one of the annotations Suppress, HideInReports and Password. Password fields are never shown and
 // byte strings are "****". A field whose record marks it as a date is shown as a local date and time, or as a
 // duration when it is before 1991.
 //
-// Names and values go out as they are. With setEscaping(true) nothing in them is markup: use it wherever the
-// text of a message comes from outside.
+// Names and values are written as they are. After setEscaping(true) nothing in names and values is markup:
+// call it wherever the text of a message comes from outside.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
@@ -27,32 +25,40 @@ namespace kwxml {
 class HTMLFieldContext : public ValueTextContext
 {
 public:
-  /// Escapes &, <, >, both quotes and what would be obeyed (line ends, control characters, direction marks:
-  /// shown as \n, \xNN) in names and values from now on; off at first.
+  /// Switches escaping on or off, for names and values from now on; off at first. Escaped are &, <, >, both
+  /// quotes, and what would be obeyed (line ends, control characters, direction marks: shown as \n, \xNN).
   void setEscaping(bool on) noexcept { escaping_ = on; }
 
-  void writeHeader(std::string name) override;     ///< nothing
-  void writeSubHeader(std::string name) override;  ///< nothing
+  /// Writes nothing.
+  void writeHeader(std::string name) override;
+  /// Writes nothing.
+  void writeSubHeader(std::string name) override;
+  /// Writes the label and the value of a set scalar that is not hidden.
   void writeAttribute(MsgFieldContext& field) override;
-  /// The elements between parentheses, separated by commas; the enumerators' texts for a list of
-  /// enumerations. Nothing for an empty list.
+  /// Writes the label, and the elements between parentheses, separated by commas; for a list of enumerations
+  /// the enumerators' texts. Nothing for an empty list.
   void writeList(MsgFieldContext& field) override;
-  /// The enumerator's annotation Text, else its name.
+  /// Writes the label and the text of a set enumeration's enumerator: the enumerator's annotation Text, else
+  /// its name.
   void writeEnum(MsgFieldContext& field) override;
 
+  /// Writes a value under a name.
   using ValueTextContext::writeAttribute;
-  /// The value is never shown: "****" stands for it.
+  /// Writes "****" under a name, never the bytes.
   void writeAttribute(std::string name, bstring value);
 
 protected:
   using ValueTextContext::ValueTextContext;
   ~HTMLFieldContext() = default;
 
+  /// "True" or "False".
   const char* truthText(bool value) const final { return value ? "True" : "False"; }
-  /// A name or a value as it goes out.
+  /// A name or a value as it is written: escaped or not, as setEscaping() says.
   std::string shown(std::string_view text) const;
+  /// Appends the result of shown() to `out`.
   void appendShown(std::string& out, std::string_view text) const;
-  /// A text that stands in an identifier of the page.
+  /// The text as a part of an identifier of the page: where escaping is on, all but ASCII letters, digits and
+  /// "_" becomes "_".
   std::string identifier(std::string_view text) const;
 
 private:
@@ -61,27 +67,37 @@ private:
 
 }  // namespace kwxml
 
+/// A summary with nested messages as indented lines below their label, and the message as a block that a page
+/// may open and close. Values that are empty are left out.
 class HTMLRenderContext : public kwxml::HTMLFieldContext
 {
 public:
+  /// With the default options.
   HTMLRenderContext() = default;
+  /// With a copy of the options.
   explicit HTMLRenderContext(const ContextFormatOpts& options) : HTMLFieldContext(options) {}
 
-  /// The number of the next block. Counts through the life of the process, so that blocks of one class
-  /// have different identifiers. (The number follows the name, so that A and A1 can meet.)
+  /// The number of the next block. Counts through the life of the process, so that blocks of one class have
+  /// different identifiers. The number follows the class's name; blocks of a class whose name ends with
+  /// digits may have the identifier of another class's block.
   static int CountOptions;
 
-  /// A link that calls the page's function showdiv() with the identifier of the block, and the block, hidden
-  /// at first; just the caption when the options do not ask for blocks that open.
+  /// Writes a link that calls the page's function showdiv() with the identifier of the block, and begins the
+  /// block, hidden at first. Writes the caption alone when the options do not ask for blocks that open.
   void startHeader(std::string name) override;
+  /// Writes the end of the block, whatever the options.
   void endHeader(std::string name) override;
+  /// Writes the label of the field on a line of its own.
   void startSubHeader(MsgFieldContext& field) override;
-  /// A nested message that has shown nothing takes its label back.
+  /// Removes the label of a nested message that has shown nothing.
   void endSubHeader(MsgFieldContext& field) override;
 
+  /// Replaces `out` by all that has been written.
   void DumpToString(std::string& out) const { out = output_; }
 
 protected:
+  /// Writes name and value on a line of its own; messages of system 18 have all values on one line. Nothing
+  /// for an empty value.
   void addToOutPut(std::string_view name, std::string_view value) override;
 
 private:
@@ -97,23 +113,32 @@ private:
   bool inline_ = false;        // attributes follow one another on one line
 };
 
+/// A summary as a compact list for a graphical client.
 class HTMLGuiSummaryRenderContext : public kwxml::HTMLFieldContext
 {
 public:
+  /// With the default options.
   HTMLGuiSummaryRenderContext() = default;
+  /// With a copy of the options.
   explicit HTMLGuiSummaryRenderContext(const ContextFormatOpts& options) : HTMLFieldContext(options) {}
 
   /// Counts nothing; kept for users of the interface.
   static int CountOptions;
 
+  /// Begins a paragraph with the word "Summary"; the name is not shown.
   void startHeader(std::string name) override;
+  /// Ends the paragraph, and a block that the page has begun before it.
   void endHeader(std::string name) override;
+  /// Writes the label of the field and begins a paragraph.
   void startSubHeader(MsgFieldContext& field) override;
+  /// Writes nothing; the next value begins a line.
   void endSubHeader(MsgFieldContext& field) override;
 
+  /// Replaces `out` by all that has been written.
   void DumpToString(std::string& out) const { out = output_; }
 
 protected:
+  /// Writes name and value on a line, also an empty value.
   void addToOutPut(std::string_view name, std::string_view value) override;
 
 private:

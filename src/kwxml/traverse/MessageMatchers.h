@@ -12,18 +12,21 @@
 
 namespace kwxml {
 
-/// Matches messages that equal a copy of one (`YMMessageBase::operator==`). On a mismatch it prints each
-/// value that differs: `status.errorCode: 7, expected 8`. Passwords are masked.
+/// Matches messages that equal a copy of the expected one (`YMMessageBase::operator==`). On a mismatch the
+/// matcher prints each value that differs: `status.errorCode: 7, expected 8`. Passwords are masked.
 ///
 ///     EXPECT_THAT(answer, kwxml::EqualsMessage(expected));
 class MessageMatcher
 {
 public:
+  /// Keeps a copy of the message.
   explicit MessageMatcher(const YMMessageBase& expected)
       : expected_(std::make_shared<YMMessageBase>(expected))
   {
   }
 
+  /// Whether the messages are equal; otherwise `listener`, which is not null, gets the differences. A null
+  /// message does not match.
   bool MatchAndExplain(const YMMessageBase& actual, testing::MatchResultListener* listener) const
   {
     Explain explain(*listener);
@@ -36,7 +39,9 @@ public:
     }
     return actual != nullptr && MatchAndExplain(*actual, listener);
   }
+  /// Says what matches, as GoogleTest asks for it.
   void DescribeTo(std::ostream* out) const { *out << "equals " << *expected_; }
+  /// Says what does not match, as GoogleTest asks for it.
   void DescribeNegationTo(std::ostream* out) const { *out << "does not equal " << *expected_; }
 
 private:

@@ -8,14 +8,14 @@
 
 namespace kwxml {
 
-/// The message on one line: its tag name and its plain summary, `Demo_Status
-/// {errorCode:[7],errorMessage:[x]}`;
-/// "(no class)" for a message without one. Enumerators go by their names. Passwords, and what nested messages
-/// with the annotation Password hold, are left out; so are fields that the catalogue hides from reports.
-/// Control characters are shown as the differences of messages show them. Throws std::bad_alloc alone.
+/// The message on one line: its tag name and its plain summary, such as `Demo_Status
+/// {errorCode:[7],errorMessage:[x]}`; "(no class)" for a message without a class. Enumerations show the names
+/// of their enumerators. Passwords, and all in nested messages with the annotation Password, are left out; so
+/// are fields with the annotation HideInReports or Suppress. Control characters are shown as
+/// MessageDifference shows them. Throws std::bad_alloc alone.
 [[nodiscard]] std::string toString(const YMMessageBase& message);
 
 }  // namespace kwxml
 
-/// Writes kwxml::toString(). GoogleTest prints messages by it, too.
+/// Writes kwxml::toString(). GoogleTest prints messages by this operator, too.
 std::ostream& operator<<(std::ostream& out, const YMMessageBase& message);

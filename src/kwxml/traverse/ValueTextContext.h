@@ -1,4 +1,4 @@
-// What the render contexts share: values of all kinds as texts under a name.
+// What the render contexts of this library share.
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
@@ -9,11 +9,14 @@
 
 namespace kwxml {
 
-/// Numbers have no thousands separators and no precision of a stream's: they are the same in every process.
+/// Writes values of all kinds as texts under a name. Numbers have neither thousands separators nor the
+/// precision of a stream: they look the same in every process.
 class ValueTextContext : public KwXMLRenderContext
 {
 public:
+  /// Writes the value of the field.
   using KwXMLRenderContext::writeAttribute;
+  /// Writes a value under a name.
   void writeAttribute(std::string name, int value) { writeValue(name, value); }
   void writeAttribute(std::string name, unsigned int value) { writeValue(name, value); }
   void writeAttribute(std::string name, long value) { writeValue(name, value); }
@@ -23,17 +26,19 @@ public:
   void writeAttribute(std::string name, double value) { writeValue(name, value); }
   void writeAttribute(std::string name, bool value) { writeValue(name, value); }
   void writeAttribute(std::string name, std::string value) { writeValue(name, value); }
-  /// Null is an empty text.
+  /// Writes a zero-terminated text under a name; null counts as an empty text.
   void writeAttribute(std::string name, const char* value)
   {
     addToOutPut(name, value != nullptr ? value : "");
   }
 
 protected:
+  /// The constructors of KwXMLRenderContext.
   using KwXMLRenderContext::KwXMLRenderContext;
   ~ValueTextContext() = default;
 
-  /// The text of a value of one of the types above, or of bytes.
+  /// Writes the text of a value under a name: floating numbers with six significant digits, truth values as
+  /// truthText() has them, texts as they are.
   void writeValue(std::string_view name, long long value);
   void writeValue(std::string_view name, unsigned long value);
   void writeValue(std::string_view name, double value);
@@ -47,7 +52,9 @@ protected:
   void writeValue(std::string_view name, long value) { writeValue(name, static_cast<long long>(value)); }
   void writeValue(std::string_view name, float value) { writeValue(name, static_cast<double>(value)); }
 
+  /// Adds a name and the text of its value to the output.
   virtual void addToOutPut(std::string_view name, std::string_view value) = 0;
+  /// The text of a truth value, a constant.
   virtual const char* truthText(bool value) const { return value ? "true" : "false"; }
 };
 

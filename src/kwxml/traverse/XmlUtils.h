@@ -1,14 +1,15 @@
-// Localized labels of fields. There is no catalogue of translations: every label is the field's name.
+// Localized labels of fields.
 #pragma once
 
 #include <kwxml/model/Metadata.h>
 
 #include <string>
 
+/// Localized labels of fields. There is no catalogue of translations: every label is the field's name.
 class XmlUtils
 {
 public:
-  /// Empties `text` and returns true: no label of its own.
+  /// Makes `text` empty and returns true: the field has no label but its name.
   [[nodiscard]] static bool getLocalizedMessage(const FieldDef& field, std::string& text, int localeId);
   /// Leaves `text` as it is and returns true.
   [[nodiscard]] static bool getLocalizedMessage(unsigned long tag, std::string& text, int localeId);
