@@ -63,8 +63,8 @@ inline char* putVarint(char* to, std::uint32_t value) noexcept
 ///
 /// A write that does not fit writes nothing and moves the position all the same, so that the same writes over
 /// a stream of size 0 measure a size. A read past the end gives zero and moves the position too. Nothing
-/// outside the bytes is ever touched; overrun() tells that something did not fit. Every operation returns the
-/// number of bytes by which it wrote, read or would have done so.
+/// outside the bytes is ever touched; overrun() tells that something did not fit. Every operation returns how
+/// many bytes it wrote or read, or would have.
 class BinaryStream
 {
 public:

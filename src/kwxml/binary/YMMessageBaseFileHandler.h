@@ -54,8 +54,8 @@ public:
   YMMessageBaseFileHandler() = default;
   /// As with setFile() and setCRC().
   explicit YMMessageBaseFileHandler(CYxFile* file, CYxCRC64* crc = nullptr) : file_(file), crc_(crc) {}
-  /// Sets the file, null for none. The file stays the caller's and outlives its use here. A failure of
-  /// appending to an earlier file is forgotten.
+  /// Sets the file, null for none. The file stays the caller's and outlives its use here. An earlier failure
+  /// of appending is forgotten, also where the file is the same.
   void setFile(CYxFile* file)
   {
     file_ = file;
@@ -105,13 +105,13 @@ public:
   /// the normal end of reading. A call that meets the end of the file logs an error and gives NothingMore,
   /// and so does a call that meets a record whose length cannot be read or is 0, or a record without bytes:
   /// the result does not tell these apart. With a `count` of 1 IsEOF() tells the end before any call meets
-  /// it; with more the end may be met within a call. A call with a `count` of 0 reads the version alone, so
-  /// that a batch without records can be told, too.
+  /// it; with more the end may be met within a call. With a `count` of 0 this form of the call reads the
+  /// version alone, so that a batch without records can be told, too.
   ///
   /// ReadFailed when the file cannot be read or ends within a record. Without memory (NoMemory) the record
   /// stays the next one to read. Whatever the result, the messages of the records before are in `messages`.
   [[nodiscard]] int readBinaryBufferFromFile(std::vector<YMMessageBase*>& messages, int count);
-  /// The same, with the messages in owners.
+  /// The same, with the messages in owners; a `count` of 0 reads nothing.
   [[nodiscard]] int readBinaryBufferFromFile(std::vector<std::unique_ptr<YMMessageBase>>& messages,
                                              int count);
 

@@ -85,7 +85,7 @@ public:
   /// Writes a link that calls the page's function showdiv() with the identifier of the block, and begins the
   /// block, hidden at first. Writes the caption alone when the options do not ask for blocks that open.
   void startHeader(std::string name) override;
-  /// Writes the end of the block, whatever the options.
+  /// Writes the end of a block, "</div>", also where the options ask for none.
   void endHeader(std::string name) override;
   /// Writes the label of the field on a line of its own.
   void startSubHeader(MsgFieldContext& field) override;
@@ -127,7 +127,7 @@ public:
 
   /// Begins a paragraph with the word "Summary"; the name is not shown.
   void startHeader(std::string name) override;
-  /// Ends the paragraph, and a block that the page has begun before it.
+  /// Writes the ends of the paragraph and of a block that the context has not begun: "</p></div>".
   void endHeader(std::string name) override;
   /// Writes the label of the field and begins a paragraph.
   void startSubHeader(MsgFieldContext& field) override;

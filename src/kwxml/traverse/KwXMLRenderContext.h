@@ -48,7 +48,7 @@ public:
   virtual void writeSubHeader(std::string name) = 0;
   /// Called behind the fields of a nested message, with the field that holds the message.
   virtual void endSubHeader(MsgFieldContext& field) = 0;
-  /// Called for a number, a truth value or a text.
+  /// Called for a scalar: a number, a truth value, a text, bytes or a password.
   virtual void writeAttribute(MsgFieldContext& field) = 0;
   /// Called for a list.
   virtual void writeList(MsgFieldContext& field) = 0;

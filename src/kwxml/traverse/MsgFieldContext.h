@@ -102,9 +102,9 @@ public:
   /// which is logged, when a nested message that is set has another class.
   void replaceValue(const YMMessageBase* value);
 
-  /// Does nothing; visitors of old call it.
+  /// Does nothing; kept for programs that call it.
   void replaceFieldValue() {}
-  /// Does nothing, and leaves the text as it is; visitors of old call it.
+  /// Does nothing, and leaves the text as it is; kept for programs that call it.
   void readEnumValue(std::string&, int) {}
 
 private:

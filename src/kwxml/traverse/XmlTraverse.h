@@ -76,7 +76,8 @@ public:
 
   /// Walks a message with the handler of the latest traverse(), in the order of the class. `cls` is the class
   /// of the message, `parent` the field that holds the message, or null. True when a visit modified a field
-  /// or a message was kept. Without a handler, and with another class, nothing happens: false.
+  /// of the message itself, or a message that was made for one of its fields was kept. Without a handler, and
+  /// with another class, nothing happens: false.
   bool traverseHelper(YMMessageBase& message, const _ClassDef* cls, bool createMissing, bool keepCreated,
                       const FieldDefTraverseInfo* parent);
   /// The same as traverseHelper() as an ordered walk: simple fields of a message before all others.
