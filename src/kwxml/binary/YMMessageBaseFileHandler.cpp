@@ -418,7 +418,7 @@ int YMMessageBaseFileHandler::readBinaryBufferFromFile(std::vector<std::unique_p
 {
   std::vector<YMMessageBase*> one;
   one.reserve(1);
-  int result = Success;
+  int result = count > 0 ? Success : readBinaryBufferFromFile(one, 0);
   for (int i = 0; i < count && result == Success; ++i) {
     messages.emplace_back();  // its owner has its place before there is a message
     result = readBinaryBufferFromFile(one, 1);

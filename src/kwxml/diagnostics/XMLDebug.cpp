@@ -152,8 +152,8 @@ void kwxml::logToStandardError(int level)
   if (const char* focus = KWPI_Focus::getFocus(); focus == nullptr || *focus == '\0') {
     KWPI_Focus::setFocus(program_invocation_short_name);
   }
-  setLogLevel(level);
-  alwaysToStandardError();
+  raiseLogLevel(level);
+  alwaysToStandardError(level);
   XMLDebug* instance = XMLDebug::getInstance();
   instance->processLog.store(&instance->log, std::memory_order_release);  // where it was silent
 }

@@ -22,8 +22,9 @@ namespace kwxml {
 
 /// Shows the library's errors on standard error, one line each, from the next line on: "PROGRAM: error:
 /// FUNCTION TEXT". For programs that have neither a focus nor a log: a process without a focus gets one, the
-/// name of the program, and is silent no more. `level` becomes the level of all logs; 0 shows errors alone.
-/// Lines that go to files or a sink still go there. Any thread may call the function, at any time.
+/// name of the program, and is silent no more. `level`: the lines that are shown are those up to it, 0 for
+/// errors alone; logs of a lower level get this one. Lines that go to files or a sink still go there. Any
+/// thread may call the function, at any time.
 void logToStandardError(int level = 0);
 
 }  // namespace kwxml

@@ -32,6 +32,13 @@ struct EvDebugAccess
   {
     EvDebug::sharedLevel_.store(std::max(level, 0), std::memory_order_relaxed);
   }
+  static void raiseSharedLevel(int level)
+  {
+    int now = EvDebug::sharedLevel_.load(std::memory_order_relaxed);
+    while (now < level &&
+           !EvDebug::sharedLevel_.compare_exchange_weak(now, level, std::memory_order_relaxed)) {
+    }
+  }
 };
 
 namespace {
@@ -354,7 +361,7 @@ void EvDebug::write(int level, const char* function, long long reference, const 
       target = impl_->getTarget();
       const bool toStandardError =
           impl_->standardError.load(std::memory_order_relaxed) &&
-          (kwxml::isAlwaysToStandardError() ||
+          (level <= kwxml::standardErrorLevel() ||
            (impl_->settings.toFile != 0 && !target->file && !sinkState().present.load()));
       if (!target->file && !toSink && !toStandardError) {
         return;
@@ -427,6 +434,13 @@ void setLogLevel(int level)
   const InsideLog inside;
   logConfig();  // first, so that reading the settings later does not undo this
   EvDebugAccess::setSharedLevel(level);
+}
+
+void raiseLogLevel(int level)
+{
+  const InsideLog inside;
+  logConfig();
+  EvDebugAccess::raiseSharedLevel(level);
 }
 
 }  // namespace kwxml

@@ -50,9 +50,11 @@ public:
     text_ += other.text_;
     return *this;
   }
+  /// A new text of both, `left` first.
   friend FXString operator+(FXString left, const FXString& right) { return left += right; }
   friend bool operator==(const FXString&, const FXString&) = default;
   friend auto operator<=>(const FXString&, const FXString&) = default;
+  /// Writes the text as a std::string is written.
   friend std::ostream& operator<<(std::ostream& out, const FXString& text) { return out << text.text_; }
 
 private:

@@ -35,9 +35,12 @@ void setLogSink(std::function<void(const LogRecord&)> sink);
 /// settings. Values below 0 count as 0: errors are always written.
 void setLogLevel(int level);
 
-/// From now on every log writes its lines to standard error, too, wherever else its lines go (see EvDebug.h
-/// on how many at once), but for logs with EvDebug::setStandardError(false). Programs call
-/// kwxml::logToStandardError() (XMLDebug.h), which does more.
-void alwaysToStandardError();
+/// The same, but a higher level stays.
+void raiseLogLevel(int level);
+
+/// From now on every log writes its lines up to `level` (0: errors) to standard error, too, wherever else
+/// they go (see EvDebug.h on how many at once), but for logs with EvDebug::setStandardError(false). Programs
+/// call kwxml::logToStandardError() (XMLDebug.h), which does more.
+void alwaysToStandardError(int level);
 
 }  // namespace kwxml

@@ -16,7 +16,7 @@ namespace {
 constexpr double burst = 100;
 constexpr double linesPerSecond = 20;
 
-constinit std::atomic<bool> always = false;
+constinit std::atomic<int> shownLevel = -1;
 
 /// Never destroyed: lines may come while the process ends.
 struct Limit
@@ -64,14 +64,14 @@ void tellAtExit()
 
 }  // namespace
 
-void alwaysToStandardError()
+void alwaysToStandardError(int level)
 {
-  always.store(true, std::memory_order_relaxed);
+  shownLevel.store(std::max(level, 0), std::memory_order_relaxed);
 }
 
-bool isAlwaysToStandardError()
+int standardErrorLevel()
 {
-  return always.load(std::memory_order_relaxed);
+  return shownLevel.load(std::memory_order_relaxed);
 }
 
 void writeToStandardError(const std::string& log, int level, const std::string& line)

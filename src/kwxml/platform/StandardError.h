@@ -5,8 +5,8 @@
 
 namespace kwxml {
 
-/// Whether alwaysToStandardError() (LogSink.h) was called.
-bool isAlwaysToStandardError();
+/// The highest level of lines that alwaysToStandardError() (LogSink.h) asks for; -1 when it was not called.
+int standardErrorLevel();
 
 /// Writes "LOG: error: TEXT" (of level 0) or "LOG: level N: TEXT" as one line: line ends in the text become
 /// "\n". Of many lines at once only the first are written, since a fault that repeats itself says nothing
