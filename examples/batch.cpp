@@ -34,7 +34,7 @@ int main(int argc, char** argv)
     return 1;
   }
 
-  // The end is looked for: who asks for messages beyond it gets NothingMore, and an error in the log.
+  // The end is looked for first: reading beyond it gives NothingMore, and logs an error.
   while (!file.IsEOF()) {
     std::vector<std::unique_ptr<YMMessageBase>> some;
     if (batch.readBinaryBufferFromFile(some, 3) != YMMessageBaseFileHandler::Success) {

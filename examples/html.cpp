@@ -10,10 +10,14 @@
 int main(int argc, char** argv)
 {
   kwxml::logToStandardError();
-  std::string now;
-  if (argc < 3 || !kwxml::formatIsoDate(std::time(nullptr), Annotation::DATE_TIME, now)) {
+  if (argc < 3) {
     std::cerr << "usage: html_example PAGE.html MESSAGE.xml...\n";
     return 2;
+  }
+  std::string now;
+  if (!kwxml::formatIsoDate(std::time(nullptr), Annotation::DATE_TIME, now)) {
+    std::cerr << "the clock of this machine is wrong\n";
+    return 1;
   }
   // The page is written as it grows; what it is of need not stay in memory.
   std::ofstream file(argv[1]);

@@ -1,5 +1,6 @@
-// A password leaves the program only under the key that the settings name, and comes back for who has that
-// key. `kwxml key create KEY > settings.ini` makes a key; then KWXML_SETTINGS=settings.ini names it.
+// A password leaves the program only under the key that the settings name, and comes back
+// only under the same key. `kwxml key create KEY > settings.ini` makes a key; then
+// KWXML_SETTINGS=settings.ini names it.
 #include <catalogue/Types.h>
 #include <kwxml/KwXMLMsgsBase.h>
 

@@ -1,4 +1,4 @@
-// What is wrong with a message, and who still takes it: strict reading takes no problem at all,
+// What is wrong with a message, and which way of reading still takes it: strict reading takes no problem,
 // kwxml::decode() unknown names, which later versions of a catalogue may write, and the decoder all that can
 // be read.
 #include <kwxml/KwXMLMsgsBase.h>

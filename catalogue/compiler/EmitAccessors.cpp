@@ -56,6 +56,11 @@ private:
   {
     return "  " + type + " " + name_ + "() const { return " + expression + "; }\n";
   }
+  /// A setter of a view, which no conversion leads to; a template, so that it stands back where one would do.
+  std::string viewer(const std::string& statement) const
+  {
+    return "  template <::kwxml::TextView T>\n  void set_" + name_ + "(T value) { " + statement + "; }\n";
+  }
   /// A setter of what its owner gives away; a template, so that it stands back where a conversion would do.
   std::string taker(const std::string& type, const std::string& statement) const
   {
@@ -145,9 +150,12 @@ private:
   std::string messageMap(const std::string& key, const std::string& family) const
   {
     const std::string type = "::std::map<" + key + ", ::YMMessageBase>";
+    const std::string typed = "::std::map<" + key + ", " + qualified(*field_.reference) + ">";
     return viewed("MessageMap<" + key + ", " + qualified(*field_.reference) + ">", family) +
            setter("const " + type + "&", call("set" + family, "&value")) +
-           setter(type + "&&", made(family) + " = static_cast<" + type + "&&>(value)");
+           setter(type + "&&", made(family) + " = static_cast<" + type + "&&>(value)") +
+           "  template <class Map = " + typed + ">\n" +
+           setter("::std::type_identity_t<Map>", "::kwxml::assignEntries(" + made(family) + ", value)");
   }
   /// The number of a date as a point in time.
   std::string time(const std::string& type) const
@@ -198,14 +206,13 @@ private:
       return object("::bstring", "::kwxml::orEmpty(" + call("getbstringobject_const") + ")",
                     call("setbstringobject", "value"), call("getbstringobjectByRef")) +
              setter("::bstring&&", ownCall("setBytesOwn", "static_cast<::bstring&&>(value)")) +
-             taker("::std::string_view", ownCall("setBytesOwn", "::bstring(value.data(), value.size())")) +
-             refused("NoText");
+             viewer(ownCall("setBytesOwn", "::bstring(value.data(), value.size())")) + refused("NoText");
     } else if constexpr (PasswordString<Tag>) {
       return object("::pstring", "::kwxml::orEmpty(" + call("getpstringobject_const") + ")",
                     call("setpstringobject",
                          "value, static_cast<::Annotation::PasswordEncryptType>(value.getEncryptionType())"),
                     call("getpstringobjectByRef")) +
-             refused("NoText");
+             viewer("set_" + name_ + "(::pstring(::std::string(value)))") + refused("NoText");
     } else if constexpr (MessageValue<Tag>) {
       return message();
     } else if constexpr (Tag::type == FIELD_LIST_OBJECT) {

@@ -111,7 +111,8 @@ std::string enumeration(const Class& cls, const std::string& catalogue)
          "};\n/// The enumerator's name; an empty text for another number.\ninline const char* nameOf(" +
          name + " value)\n{\n" + self +
          "  return ::kwxml::enumeratorName(self, static_cast<int>(value));\n}\n"
-         "/// False, with `value` unchanged, for another name.\ninline bool valueOf(const ::std::string& "
+         "/// False, with `value` unchanged, for another name.\n[[nodiscard]] inline bool valueOf(const "
+         "::std::string& "
          "name, " +
          name + "& value)\n{\n" + self +
          "  int number = 0;\n  if (!::kwxml::enumeratorValue(self, name, number)) {\n    return false;\n  "

@@ -162,8 +162,11 @@ TEST(Wrappers, TextsAreTakenAsViewsAndTakenOver)
   EXPECT_EQ(m.stringValue(), "bytes");
   m.set_wstringValue(std::wstring_view(L"wide").substr(1));
   EXPECT_EQ(m.wstringValue(), L"ide");
-  m.set_bstringValue(std::string_view("x\0y", 3));
+  const std::string_view three("x\0y", 3);
+  m.set_bstringValue(three);
   EXPECT_EQ(m.bstringValue().size(), 3u);
+  m.set_pstringValue(three);
+  EXPECT_EQ(m.pstringValue().getEncryptionType(), Annotation::PLAIN_TEXT);
 
   std::string large(100, 'x');
   const void* memory = memoryOf(large);
@@ -253,6 +256,17 @@ TEST(Wrappers, ListsOfEnumeratorsAndMapsOfMessagesHaveTheirTypes)
   EXPECT_EQ(leaves.erase("a"), 1u);
   EXPECT_TRUE(leaves.contains("b") && m.stringObjectMap().size() == 1);
   EXPECT_THROW((void)m.longlongObjectMap().at(1), std::out_of_range);
+
+  levels.insert(levels.begin(), Level::LOW);
+  EXPECT_EQ(erase_if(levels, [](Level level) { return level != Level::LOW; }), 2u);
+  EXPECT_EQ(m.enumList().size(), 1u);
+  EXPECT_EQ(*std::ranges::find(m.enumList(), Level::LOW), Level::LOW) << "iterators outlive the view";
+  const std::map<std::string, Types::Leaf> three{{"x", leaves["b"]}, {"y", {}}, {"z", {}}};
+  m.set_stringObjectMap(three);
+  EXPECT_EQ(m.stringObjectMap().at("x").text(), "second");
+  EXPECT_EQ(leaves.erase(leaves.begin())->first, "y");
+  EXPECT_EQ(erase_if(leaves, [](const auto& entry) { return entry.second.text().empty(); }), 2u);
+  EXPECT_EQ(leaves.count("y"), 0u);
 }
 
 TEST(Wrappers, DatesArePointsInTime)
@@ -278,6 +292,9 @@ TEST(Wrappers, CastGivesNullForAnotherClass)
   EXPECT_EQ(kwxml::cast<Shop::Order>(message), nullptr);
   EXPECT_EQ(kwxml::cast<Shop::Order>(static_cast<YMMessageBase*>(nullptr)), nullptr);
   EXPECT_EQ(kwxml::cast<Demo::Item>(YMMessageBase()), nullptr);
+  EXPECT_EQ(kwxml::cast<Demo::Item>(nullptr), nullptr);
+  const std::unique_ptr<YMMessageBase> owned = std::make_unique<YMMessageBase>(item);
+  EXPECT_EQ(kwxml::cast<Demo::Item>(owned), owned.get());
 }
 
 TEST(Wrappers, EnumeratorsByName)

@@ -23,6 +23,8 @@ const pstring* password;
 const bstring* passwordAsBytes;
 const kwxml::ConstMessageList<Types::Report>* reports;
 const kwxml::MessageList<Types::Report>* changingReports;
+const kwxml::MessageMap<std::string, Types::Leaf>* leafMap;
+const kwxml::ConstEnumList<Types::Level>* levelList;
 
 /// Not inline, and not without effect to the compiler, so that a debugger can stop there.
 [[gnu::noinline]] void ready()
@@ -101,6 +103,10 @@ int main()
   reports = &list;
   const kwxml::MessageList<Types::Report> changing = nested.mutable_reports();
   changingReports = &changing;
+  const kwxml::MessageMap<std::string, Types::Leaf> leaves = filled.mutable_stringObjectMap();
+  leafMap = &leaves;
+  const kwxml::ConstEnumList<Types::Level> levels = std::as_const(filled).enumList();
+  levelList = &levels;
   Types::Report outer;
   outer.mutable_self();
   circle = &outer;

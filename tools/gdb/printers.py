@@ -335,6 +335,11 @@ def show_message_list(value):
     return Tree(f'[{len(items)}]', 'array', lambda: (hand_over(MESSAGE, item) for item in items))
 
 
+def show_view(member):
+    """A view shows what it is a view of, as gdb shows that."""
+    return lambda value: gdb.default_visualizer(value[member].dereference())
+
+
 def show_bytes(value):
     """Also of a pstring, through a pointer to its base."""
     return Text(MASK if value.dynamic_type.name == 'pstring' else text(address_of(value['text_'])))
@@ -361,6 +366,10 @@ def printer_of(type_):
         return show_bytes if name == 'bstring' else lambda _: Text(MASK)
     if name.startswith(('kwxml::MessageList<', 'kwxml::ConstMessageList<')):
         return show_message_list
+    if name.startswith(('kwxml::EnumList<', 'kwxml::ConstEnumList<')):
+        return show_view('values_')
+    if name.startswith(('kwxml::MessageMap<', 'kwxml::ConstMessageMap<')):
+        return show_view('messages_')
     generic = generic_type(type_)
     return generic and (lambda value: show_message(pointer(address_of(value), generic).dereference()))
 

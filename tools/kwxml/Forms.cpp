@@ -296,7 +296,10 @@ class BatchSink final : public FileSink
   }
   int appendAll(std::vector<YMMessageBase*> messages)
   {
-    file_.Seek(0);
+    CYxError error;
+    if (file_.Seek(0, CYxFile::Origin::Begin, &error) < 0) {
+      throw Failure(exitData, std::string("the batch cannot be written: ") + error.AsString());
+    }
     return handler_.appendBinaryBufferToFile(messages);
   }
 };

@@ -66,8 +66,9 @@ enum class PasswordDirection
 /// Sets the algorithm of a type in place of an earlier one; null takes the algorithm away. False, with a line
 /// at level 10, for a negative type and one beyond maxPasswordAlgorithmType; success is logged at level 10
 /// too. To be called before threads encode or decode.
-bool registerPasswordAlgorithm(PasswordDirection direction, Annotation::PasswordEncryptType type,
-                               PasswordAlgorithm algorithm);
+[[nodiscard]] bool registerPasswordAlgorithm(PasswordDirection direction,
+                                             Annotation::PasswordEncryptType type,
+                                             PasswordAlgorithm algorithm);
 /// The algorithm of a type; null when none is registered or the type cannot have one.
 PasswordAlgorithm passwordAlgorithm(PasswordDirection direction, Annotation::PasswordEncryptType type);
 

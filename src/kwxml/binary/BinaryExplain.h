@@ -3,8 +3,9 @@
 // reads.
 #pragma once
 
+#include <kwxml/platform/StandardParts.h>
+
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -28,7 +29,7 @@ using ShowPiece = std::function<void(const BinaryPiece&)>;
 /// `show` throws. The bytes may be hostile: there is at most one piece with bytes for each byte, and a few
 /// pieces without. Passwords are not decrypted. Logs what reading the message logs. Threads may call the
 /// function at the same time.
-bool explainBinary(std::string_view bytes, std::uint64_t offset, const ShowPiece& show);
+[[nodiscard]] bool explainBinary(std::string_view bytes, std::uint64_t offset, const ShowPiece& show);
 
 /// What people call a wire code, such as "zigzag"; for a number that is no code the number.
 std::string wireCodeName(std::uint32_t code);

@@ -171,7 +171,11 @@ bool BodyReader<Watch>::skipUnknown(const YMMessageBase& message, std::uint32_t 
       const std::uint32_t value = in_.varint();
       if (key == wire::collectionMarker) {
         pendingCount_ = value;
-        markerEnd_ = in_.position();
+        // An empty list of texts or messages is a marker and the count 0, and one of wide texts a marker
+        // alone; of any other a key follows.
+        if (value != 0) {
+          markerEnd_ = in_.position();
+        }
       }
       if (!Watch::explains || !in_.failed()) {
         watch_.skipped(in_.position(), key, value);

@@ -65,7 +65,7 @@ public:
 
   /// Gives the next stretch. False at the end of the file, and when the file cannot be read: error() says
   /// which. Throws std::bad_alloc.
-  bool next(RecordStretch& stretch);
+  [[nodiscard]] bool next(RecordStretch& stretch);
   /// The error that ended the pass; no error at the end of the file.
   const CYxError& error() const { return error_; }
   /// The size of the file in bytes when the pass began.

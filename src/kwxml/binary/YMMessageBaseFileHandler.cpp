@@ -88,7 +88,7 @@ std::unique_ptr<YMMessageBase> YMMessageBaseFileHandler::decode(BinaryBuffer& bu
 /// Without memory for a record it stays the next one to read.
 void YMMessageBaseFileHandler::stepBack(unsigned long bytes)
 {
-  file_->Seek(-static_cast<long long>(bytes), CYxFile::Origin::Current);
+  (void)file_->Seek(-static_cast<long long>(bytes), CYxFile::Origin::Current);  // the result is told already
 }
 
 /// Why no record can be read where the file stands.

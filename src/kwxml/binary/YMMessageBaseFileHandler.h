@@ -10,9 +10,9 @@
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/platform/CYxCRC64.h>
+#include <kwxml/platform/StandardParts.h>
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>

@@ -24,7 +24,8 @@ namespace kwxml {
 [[nodiscard]] ReadResult decode(std::span<const std::byte> bytes, KwXMLContextInfo* context = nullptr);
 
 /// The message in its binary form, passwords as with default flags. Empty on failure (no memory, nested
-/// too deep), which is logged.
+/// too deep), which is logged. A password that cannot be protected is left out, which is logged too: programs
+/// with passwords call registerPasswordAlgorithms() and look at its result.
 [[nodiscard]] std::vector<std::byte> encodeBinary(const YMMessageBase& message);
 
 }  // namespace kwxml

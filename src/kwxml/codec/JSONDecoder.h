@@ -2,9 +2,9 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
 
 class KwXMLContextInfo;

@@ -2,10 +2,10 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/reading/Problems.h>
 #include <kwxml/xml/TextToRead.h>
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -21,6 +21,10 @@ struct ReadResult
   Problems problems;  ///< in the order in which reading met them; empty where nothing was wrong
   /// Whether there is a message.
   explicit operator bool() const { return message != nullptr; }
+  /// The message, which there must be.
+  YMMessageBase& operator*() const { return *message; }
+  /// A member of the message, which there must be.
+  YMMessageBase* operator->() const { return message.get(); }
 };
 
 /// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; a caller who

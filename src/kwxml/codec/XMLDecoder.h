@@ -6,9 +6,9 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TextToRead.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 

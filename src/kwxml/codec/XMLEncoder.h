@@ -31,7 +31,8 @@ public:
   /// The message as UTF-8 XML: the root element alone when `elementOnly`, else with the XML declaration. 0 on
   /// success; 1, with `out` empty, on failure. A value that cannot be written is left out, and a text that is
   /// no UTF-8 goes out as if its bytes were Latin-1; both are logged, and counted in `lost` (null: not
-  /// asked).
+  /// asked). Not counted are types that the form never holds (docs/formats.md), and digits of floating-point
+  /// numbers.
   [[nodiscard]] int serialize(const YMMessageBase& message, std::string& out, bool elementOnly = false,
                               int* lost = nullptr) const;
   /// In parts, to a stream, and into memory of the caller; see XMLSerializer::serialize.

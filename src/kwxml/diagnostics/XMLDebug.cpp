@@ -44,7 +44,7 @@ XMLDebug::XMLDebug()
   }
   if (checkRegistry()) {
     messageLog = std::make_unique<EvDebug>(logSettings);
-    messageLog->initialize(EvDebug::getLogId("XMLMessage"), 0, 0, "");
+    (void)messageLog->initialize(EvDebug::getLogId("XMLMessage"), 0, 0, "");
     messageLog->setLogFileSize(5);
     messageLog->setStandardError(false);  // the process's log has its lines
   }

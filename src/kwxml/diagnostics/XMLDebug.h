@@ -12,10 +12,10 @@
 #pragma once
 
 #include <kwxml/platform/EvDebug.h>
+#include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
 #include <cstdarg>
-#include <memory>
 #include <string>
 
 namespace kwxml {

@@ -18,6 +18,8 @@
 // thread during a call.
 #pragma once
 
+#include <kwxml/platform/CxxStandard.h>
+
 #include <string>
 #include <type_traits>
 #include <vector>

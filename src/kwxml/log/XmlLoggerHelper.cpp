@@ -110,7 +110,7 @@ KwThreadPool* XmlLoggerHelper::getXmlLoggerInstance()
   if (pool == nullptr) {
     auto made = std::make_unique<KwThreadPool>();
     KWPI_Focus::setFocus(KWPI_Focus::getFocus());
-    made->initThreadPool("XmlLoggerHelper", 300, 20, 20, 20);
+    (void)made->initThreadPool("XmlLoggerHelper", 300, 20, 20, 20);
     event.get();
     (void)XMLSerializer::initialize();
     XMLDebug::getInstance();  // workers write to it until the drain: what is made first ends last

@@ -5,11 +5,11 @@
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/platform/EvEvent.h>
 #include <kwxml/platform/KwThreadPool.h>
+#include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
 #include <cstdarg>
 #include <cstdint>
-#include <memory>
 #include <string>
 
 class YMMessageBase;

@@ -1,7 +1,7 @@
-// Messages that belong to who asks for them, as their type says.
+// Messages that belong to the caller who asks for them, as their type says.
 #pragma once
 
-#include <memory>
+#include <kwxml/platform/StandardParts.h>
 
 class YMMessageBase;
 

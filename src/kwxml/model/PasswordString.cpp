@@ -44,7 +44,7 @@ bstring pstring::getPlainPassword() const
       break;
     case Annotation::KWPASSWORD_ENCRYPTION_VER2:
       // Deliberately empty whether or not the text can be decrypted, unlike its neighbours.
-      password.decrypt(input.bytes, output.bytes, &outputLength);
+      (void)password.decrypt(input.bytes, output.bytes, &outputLength);
       break;
     case Annotation::KWPASSWORD_ENCRYPTION_VER3:
       if (password.decrypt(input.bytes, output.bytes, &outputLength, nullptr) != 0) {

@@ -12,9 +12,9 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,10 +43,10 @@ public:
   /// The catalogue of schema files and folders of them (their *.xml files), with the tables that a compiled
   /// one has. Null when they have errors; `problems` holds the lines, "FILE:LINE:COLUMN: error: TEXT", and
   /// any warnings.
-  static Owner fromSchemas(const std::vector<std::string>& paths, std::string& problems);
+  [[nodiscard]] static Owner fromSchemas(const std::vector<std::string>& paths, std::string& problems);
   /// The compiled catalogue in a shared library, which stays loaded. Null when it cannot be loaded or has
   /// none; `problem` says why.
-  static const Registry* fromLibrary(const std::string& path, std::string& problem);
+  [[nodiscard]] static const Registry* fromLibrary(const std::string& path, std::string& problem);
 
   /// The registry in use by the calling thread.
   static const Registry& current() noexcept;

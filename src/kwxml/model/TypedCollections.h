@@ -110,6 +110,13 @@ public:
   /// The end behind the last element.
   iterator end() const { return iterator(values_->data() + values_->size()); }
 
+  /// The same as begin().
+  iterator cbegin() const { return begin(); }
+  /// The same as end().
+  iterator cend() const { return end(); }
+  /// Whether both lists have equal elements in one order.
+  friend bool operator==(const ListView& a, const ListView& b) { return *a.values_ == *b.values_; }
+
 protected:
   /// A view of `values`, which must outlive it.
   explicit ListView(Values& values) : values_(&values) {}
@@ -185,12 +192,31 @@ public:
     this->values_->push_back(Wrapper());
     return this->back();
   }
+  /// Adds a copy of the message at the end, or the message itself where it is given away, and gives it.
+  Wrapper& emplace_back(Wrapper message)
+  {
+    push_back(std::move(message));
+    return this->back();
+  }
   /// Adds the message before the one at `before`, or at the end; gives the place of the added one.
   iterator insert(iterator before, Wrapper message)
   {
     const auto at = before - this->begin();
     this->values_->insert(this->place(at), static_cast<YMMessageBase&&>(message));
     return this->begin() + at;
+  }
+  /// Adds copies of the messages from `first` up to `last`, which are none of this list, before the one at
+  /// `before`, or at the end; gives the place of the first of them.
+  template <class Iterator>
+  iterator insert(iterator before, Iterator first, Iterator last)
+  {
+    const auto at = before - this->begin();
+    this->values_->insert(this->place(at), first, last);
+    return this->begin() + at;
+  }
+  iterator insert(iterator before, std::initializer_list<Wrapper> messages)
+  {
+    return insert(before, messages.begin(), messages.end());
   }
   /// Removes the messages for which `predicate(const Wrapper&)` is true, and gives their number.
   template <class Predicate>
@@ -242,6 +268,20 @@ public:
 
   /// The element at `i`, which there must be, becomes `value`.
   void set(std::size_t i, Enum value) { (*this->values_)[i] = static_cast<unsigned int>(value); }
+  /// Adds the enumerator before the one at `before`, or at the end; gives the place of the added one.
+  typename EnumList::iterator insert(typename EnumList::iterator before, Enum value)
+  {
+    const auto at = before - this->begin();
+    this->values_->insert(this->place(at), static_cast<unsigned int>(value));
+    return this->begin() + at;
+  }
+  /// Removes the enumerators for which `predicate(Enum)` is true, and gives their number.
+  template <class Predicate>
+  friend std::size_t erase_if(EnumList list, Predicate predicate)
+  {
+    return std::erase_if(*list.values_,
+                         [&predicate](unsigned int number) { return predicate(static_cast<Enum>(number)); });
+  }
   /// Adds an enumerator at the end.
   void push_back(Enum value) { this->values_->push_back(static_cast<unsigned int>(value)); }
 };
@@ -264,6 +304,16 @@ void assignEnumerators(std::vector<unsigned int>& to, const List& from)
   to.reserve(from.size());
   for (const auto enumerator : from) {
     to.push_back(static_cast<unsigned int>(enumerator));
+  }
+}
+
+/// Copies the entries of `from`, a map of wrappers, into `to`, in place of the former ones.
+template <class Key, class Map>
+void assignEntries(std::map<Key, YMMessageBase>& to, const Map& from)
+{
+  to.clear();
+  for (const auto& [key, message] : from) {
+    to.emplace(key, message);
   }
 }
 
@@ -311,6 +361,8 @@ public:
   MapIterator operator++(int) { return MapIterator(at_++); }
   /// One entry back; gives the place before that.
   MapIterator operator--(int) { return MapIterator(at_--); }
+  /// The map's own iterator.
+  Place place() const { return at_; }
   /// Whether both are at one entry of one map.
   friend bool operator==(const MapIterator&, const MapIterator&) = default;
 
@@ -324,9 +376,11 @@ template <class Key, class Wrapper, class Messages, class Place>
 class MapView
 {
 public:
-  using key_type = Key;                               ///< a number, a text or a message
-  using mapped_type = std::remove_cv_t<Wrapper>;      ///< the wrapper
-  using iterator = MapIterator<Key, Wrapper, Place>;  ///< of both directions
+  using key_type = Key;  ///< a number, a text or a message
+  using value_type =
+      typename MapIterator<Key, Wrapper, Place>::value_type;  ///< key and message, by reference
+  using mapped_type = std::remove_cv_t<Wrapper>;              ///< the wrapper
+  using iterator = MapIterator<Key, Wrapper, Place>;          ///< of both directions
   using const_iterator = iterator;  ///< the same: the view's own type says what may be changed
 
   /// Whether the map has no entry.
@@ -335,6 +389,8 @@ public:
   std::size_t size() const noexcept { return messages_->size(); }
   /// Whether there is a message under the key.
   bool contains(const Key& key) const { return messages_->contains(key); }
+  /// 1 where there is a message under the key, else 0.
+  std::size_t count(const Key& key) const { return messages_->count(key); }
   /// The entry of the key, or end().
   iterator find(const Key& key) const { return iterator(messages_->find(key)); }
   /// The message under the key. Throws std::out_of_range where there is none.
@@ -407,8 +463,34 @@ public:
   }
   /// Removes the entry of the key; gives how many were removed: 1 or 0.
   std::size_t erase(const Key& key) const { return this->messages_->erase(key); }
+  /// Removes the entry at a place, where there must be one; gives the next one.
+  iterator erase(iterator at) const { return iterator(this->messages_->erase(at.place())); }
+  /// Removes the entries for which `predicate` is true of the pair that iterators give; gives their number.
+  template <class Predicate>
+  friend std::size_t erase_if(MessageMap map, Predicate predicate)
+  {
+    const std::size_t before = map.size();
+    for (iterator at = map.begin(); at != map.end();) {
+      if (predicate(*at)) {
+        at = map.erase(at);
+      } else {
+        ++at;
+      }
+    }
+    return before - map.size();
+  }
   /// Removes all entries.
   void clear() const { this->messages_->clear(); }
 };
 
 }  // namespace kwxml
+
+// The views own nothing: iterators outlive them.
+template <class Wrapper>
+inline constexpr bool std::ranges::enable_borrowed_range<kwxml::ConstMessageList<Wrapper>> = true;
+template <class Wrapper>
+inline constexpr bool std::ranges::enable_borrowed_range<kwxml::MessageList<Wrapper>> = true;
+template <class Enum>
+inline constexpr bool std::ranges::enable_borrowed_range<kwxml::ConstEnumList<Enum>> = true;
+template <class Enum>
+inline constexpr bool std::ranges::enable_borrowed_range<kwxml::EnumList<Enum>> = true;

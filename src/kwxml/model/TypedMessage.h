@@ -71,6 +71,9 @@ concept NoText = std::is_null_pointer_v<T> || std::is_integral_v<T>;
 /// A text that its owner gives away: what a setter may take over instead of copying it.
 template <class T, class Text>
 concept GivenAway = std::is_same_v<T, Text>;
+/// A view of a text.
+template <class T>
+concept TextView = std::is_same_v<T, std::string_view>;
 /// What a whole number can be made of, but loses its fraction.
 template <class T>
 concept Floating = std::is_floating_point_v<T>;
@@ -94,7 +97,7 @@ const Wrapper& as(const YMMessageBase& message)
 }
 
 /// A message as its wrapper where it is of the wrapper's class; null for one of another class, for one
-/// without a class, and for null. Throws as kwxml::as() does.
+/// without a class, and for null. The message stays its owner's. Throws as kwxml::as() does.
 template <class Wrapper>
 [[nodiscard]] Wrapper* cast(YMMessageBase* message)
 {
@@ -114,6 +117,18 @@ template <class Wrapper>
 [[nodiscard]] const Wrapper* cast(const YMMessageBase& message)
 {
   return cast<Wrapper>(&message);
+}
+template <class Wrapper>
+[[nodiscard]] Wrapper* cast(const std::unique_ptr<YMMessageBase>& message)
+{
+  return cast<Wrapper>(message.get());
+}
+template <class Wrapper>
+[[nodiscard]] Wrapper* cast(std::unique_ptr<YMMessageBase>&&) = delete;
+template <class Wrapper>
+[[nodiscard]] Wrapper* cast(std::nullptr_t)
+{
+  return nullptr;
 }
 
 /// What an accessor gives for a value that is not there: an empty one, the same for all.
@@ -176,6 +191,6 @@ std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
 /// enumeration: a program's constants would mean others.
 const char* enumeratorName(const WrapperEnum& enumeration, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
-bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name, int& value);
+[[nodiscard]] bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name, int& value);
 
 }  // namespace kwxml

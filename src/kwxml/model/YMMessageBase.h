@@ -21,7 +21,6 @@
 #include <kwxml/model/YMMessageBuffer.h>
 
 #include <map>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -378,6 +377,7 @@ public:
       const;                                                                                              \
   /** Stores a copy of `values` (null: an empty collection) and marks the field set. */                   \
   void set##family(short field, short slot, const __VA_ARGS__* values, unsigned long tag, unsigned int hash);
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/model/CollectionAccessors.def>
 #undef KWXML_COLLECTION
 

@@ -60,7 +60,7 @@ public:
   [[nodiscard]] long long Write(const void* data, size_t size, CYxError* error = nullptr);
   /// Moves the position. Returns the new position, or -1 when that would be negative or the file has no
   /// positions.
-  long long Seek(long long offset, Origin origin = Origin::Begin, CYxError* error = nullptr);
+  [[nodiscard]] long long Seek(long long offset, Origin origin = Origin::Begin, CYxError* error = nullptr);
   /// The position, or -1 on failure: the file has no positions, or is not open.
   [[nodiscard]] long long Tell(CYxError* error = nullptr) const;
   /// The file's length in bytes, or -1 on failure.

@@ -63,7 +63,7 @@ struct LogConfig
   {
     KWPlatformInfo settings;
     settings.setFocus(KWPI_Focus::getFocus());
-    settings.getString("Log", "directory", directory);
+    (void)settings.getString("Log", "directory", directory);  // none: no files
     EvDebugAccess::setSharedLevel(read<int>(settings, "level", 0, std::numeric_limits<int>::max(), 0));
     sizeMb = read<unsigned>(settings, "size_mb", 1, kMaxSizeMb, kDefaultSizeMb);
     files = read<unsigned>(settings, "files", 1, kMaxFiles, kDefaultFiles);
@@ -370,10 +370,12 @@ void EvDebug::write(int level, const char* function, long long reference, const 
         text = std::string("(arguments not formatted) ") + format;
       }
       record = {target->name.c_str(), level, function, systemName, text, reference};
+      bool isLost = false;
       if (target->file) {
-        target->file->write(level, lineOf(record, "\t"));
+        isLost = !target->file->write(level, lineOf(record, "\t")) && !toSink &&
+                 impl_->standardError.load(std::memory_order_relaxed);
       }
-      if (toStandardError) {
+      if (toStandardError || isLost) {
         kwxml::writeToStandardError(target->name, level, lineOf(record, ""));
       }
     }

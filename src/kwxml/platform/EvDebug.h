@@ -15,15 +15,17 @@
 // begin with a tab, so that no text can pass for a line of its own. Control characters other than tabs and
 // line ends become "?". Logs with the same file share it. Each line is flushed. A file that cannot be opened
 // is reported on standard error and not tried again. A line that cannot be written is reported there, once
-// until a line succeeds. Writing a line throws nothing.
+// until a line succeeds. Lines that are not in their file, and have no sink, go to standard error. Writing a
+// line throws nothing.
 //
 // Every function may be called from any thread. In a child that a thread forks while others log, logs are
 // usable; a fork waits for lines that are being written, not for sinks.
 #pragma once
 
+#include <kwxml/platform/StandardParts.h>
+
 #include <atomic>
 #include <cstdarg>
-#include <memory>
 #include <string>
 
 /// How a log differs from the defaults. A default-made record changes nothing.
@@ -61,7 +63,7 @@ public:
   /// Names the log after `logId`, which getLogId() gave, unless EvDebugSettings::name names the log. `files`,
   /// `sizeMb` and `directory` override the settings; numbers below 1 and an empty or null text leave the
   /// settings. Returns 0, or -1 for an identifier that getLogId() never gave: then nothing changes.
-  int initialize(int logId, int files, int sizeMb, const char* directory);
+  [[nodiscard]] int initialize(int logId, int files, int sizeMb, const char* directory);
 
   /// The identifier of a log name: the same name has the same identifier throughout the process. -1 for a
   /// null or empty name.

@@ -15,3 +15,8 @@ bool FXString::FormatV(const char* format, va_list args)
 {
   return kwxml::formatText(text_, format, args);
 }
+
+std::ostream& operator<<(std::ostream& out, const FXString& text)
+{
+  return out << text.text_;
+}

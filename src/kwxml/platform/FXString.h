@@ -5,7 +5,7 @@
 
 #include <compare>
 #include <cstdarg>
-#include <ostream>
+#include <iosfwd>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -55,7 +55,7 @@ public:
   friend bool operator==(const FXString&, const FXString&) = default;
   friend auto operator<=>(const FXString&, const FXString&) = default;
   /// Writes the text as a std::string is written.
-  friend std::ostream& operator<<(std::ostream& out, const FXString& text) { return out << text.text_; }
+  friend std::ostream& operator<<(std::ostream& out, const FXString& text);
 
 private:
   std::string text_;

@@ -49,14 +49,14 @@ public:
   KWPassword& operator=(const KWPassword&) = delete;
 
   /// Gives the password of a text of generation 1 or 2; the text says which. 0 on failure.
-  int decrypt(const char* input, char* output, unsigned int* length);
+  [[nodiscard]] int decrypt(const char* input, char* output, unsigned int* length);
   /// Gives the password of a text of generation 3, 5 or 8. `extra` is additional key material of a form that
   /// only the closed library knows: anything but null gives 0.
-  int decrypt(const char* input, char* output, unsigned int* length, const void* extra);
+  [[nodiscard]] int decrypt(const char* input, char* output, unsigned int* length, const void* extra);
   /// Gives a new text of generation 8, which begins with "8", for the password of a text of any generation. 0
   /// on failure.
-  int ConvertToV8(const char* input, char* output, unsigned int* length);
+  [[nodiscard]] int ConvertToV8(const char* input, char* output, unsigned int* length);
   /// Gives a text of generation 1, 2, 3, 5 or 8 for a password. Two texts for one password differ. 0 for
   /// another generation, a password longer than maxPlainLength, and on failure.
-  int encrypt(int generation, const char* input, char* output, unsigned int* length);
+  [[nodiscard]] int encrypt(int generation, const char* input, char* output, unsigned int* length);
 };

@@ -31,11 +31,11 @@ public:
   /// Non-zero when the setting exists and is a number (decimal, or hexadecimal with 0x), which then is in
   /// `number`. Otherwise 0, and `number` is unchanged; a setting that exists and is no 64-bit number is
   /// reported on standard error, once per process. A null section or key names no setting.
-  int getNumber(const char* section, const char* key, long long& number) const;
+  [[nodiscard]] int getNumber(const char* section, const char* key, long long& number) const;
 
   /// Non-zero when the setting exists, also with an empty value; the value then is in `text`. Otherwise 0,
   /// and `text` is unchanged. A null section or key names no setting.
-  int getString(const char* section, const char* key, std::string& text) const;
+  [[nodiscard]] int getString(const char* section, const char* key, std::string& text) const;
 
   /// Whether nobody but the process's user and root may have written the settings file. Asked before a
   /// setting that protects secrets is used, such as the name of the key file. True without settings.

@@ -29,7 +29,7 @@ public:
   }
 
   /// Enters if no other thread is inside, without waiting. False when another thread is.
-  bool tryEnter()
+  [[nodiscard]] bool tryEnter()
   {
     if (owner_.load(std::memory_order_relaxed) != self()) {
       if (!mutex_.try_lock()) {
@@ -58,7 +58,7 @@ public:
   /// enter() under the name that std::lock_guard and std::unique_lock call.
   void lock() { enter(); }
   /// tryEnter() under the name that std::unique_lock calls.
-  bool try_lock() { return tryEnter(); }
+  [[nodiscard]] bool try_lock() { return tryEnter(); }
   /// leave() under the name that std::lock_guard and std::unique_lock call.
   void unlock() { leave(); }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <exception>
-#include <memory>
 #include <string>
 
 /// The text of a failure, and the name of the function that failed.
@@ -13,8 +12,9 @@ public:
   KwException(std::string function, std::string text);
   ~KwException() override;
   /// Copies share their texts, so that copying an exception in flight cannot throw.
-  KwException(const KwException&) noexcept = default;
-  KwException& operator=(const KwException&) noexcept = default;
+  KwException(const KwException& source) noexcept;
+  /// Shares the source's texts from now on.
+  KwException& operator=(const KwException& source) noexcept;
 
   /// The same text as getText(), valid as long as a copy of the exception lives.
   const char* what() const noexcept override;
@@ -25,5 +25,5 @@ public:
 
 private:
   struct Texts;
-  std::shared_ptr<const Texts> texts_;
+  Texts* texts_;  ///< shared and counted
 };

@@ -20,7 +20,7 @@
 // Every function but initThreadPool() and the destructor may be called from any thread.
 #pragma once
 
-#include <memory>
+#include <kwxml/platform/StandardParts.h>
 
 /// A pool of worker threads with a bounded queue. The head of this file says what a work function may do, and
 /// what holds at the end of the process and in a forked child.
@@ -45,7 +45,8 @@ public:
   /// refused. Returns 0, or -1, with nothing changed, for a null name, negative numbers, `minThreads` above
   /// `maxThreads`, `maxThreads` of 0, a pool that is initialised already, and in a process that could not
   /// watch its forks (no memory at its start).
-  int initThreadPool(const char* name, int idleSeconds, int minThreads, int maxThreads, int maxQueued);
+  [[nodiscard]] int initThreadPool(const char* name, int idleSeconds, int minThreads, int maxThreads,
+                                   int maxQueued);
 
   /// Threads that are free or could still be started, less the work that waits for one; never below 0. For a
   /// second after the system has refused to start a thread only threads that exist count, so that callers who

@@ -35,23 +35,25 @@ void LogFile::setLimits(unsigned sizeMb, unsigned files)
   }
 }
 
-void LogFile::write(int level, const std::string& line)
+bool LogFile::write(int level, const std::string& line)
 {
   std::lock_guard lock(mutex_);
   if (broken_ || (!sink_ && !open())) {
-    return;
+    return false;
   }
   const std::string levelText = std::to_string(level);
   try {
     sink_->file.log(spdlog::details::log_msg(levelText, spdlog::level::info, line));
     sink_->file.flush();  // a log that lacks its last lines is of no use after a crash
     failing_ = false;
+    return true;
   } catch (const std::exception& failure) {
     sink_.reset();  // it may have lost its file; the next line opens it again
     if (!std::exchange(failing_, true)) {
       reportToStderr("log file %s: %s", path_.c_str(), failure.what());
     }
   }
+  return false;
 }
 
 bool LogFile::open()

@@ -17,7 +17,8 @@ public:
 
   /// From the next line on.
   void setLimits(unsigned sizeMb, unsigned files);
-  void write(int level, const std::string& line);
+  /// False when the line is not in the file.
+  bool write(int level, const std::string& line);
 
 private:
   struct Sink;

@@ -3,7 +3,8 @@
 // memory). All functions may be called from any thread, at any time.
 #pragma once
 
-#include <functional>
+#include <kwxml/platform/StandardParts.h>
+
 #include <string_view>
 
 namespace kwxml {

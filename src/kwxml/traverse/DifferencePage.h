@@ -2,10 +2,10 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TakeText.h>
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
 
 namespace kwxml {

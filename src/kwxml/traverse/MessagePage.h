@@ -10,9 +10,9 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TakeText.h>
 
-#include <memory>
 #include <string_view>
 
 namespace kwxml {

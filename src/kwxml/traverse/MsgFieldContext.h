@@ -60,7 +60,7 @@ public:
   /// Fills `annotation` from the annotation of its kind that the message's class attaches to the field of
   /// this name. False, with `annotation` unchanged, when the field has none (nothing is logged) or the record
   /// is damaged (logged).
-  bool getAnnotation(AnnotationBase& annotation) const;
+  [[nodiscard]] bool getAnnotation(AnnotationBase& annotation) const;
   /// Whether the class attaches any annotation, or form of a date or a password, to the field.
   bool hasAnnotations() const;
   /// Whether the class attaches the annotation with the tag identifier (AnnotationBase::getTagID()) to the

@@ -8,12 +8,12 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/StandardParts.h>
 #include <kwxml/reading/ReadObserver.h>
 
 #include <xercesc/sax2/DefaultHandler.hpp>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 class KwXMLContextInfo;
@@ -74,7 +74,7 @@ public:
   YMMessageBase* getMessage() const;
   /// The root message, handed to the caller, who owns it from then on, also while it is still being read.
   /// Later calls give the same pointer.
-  YMMessageBase* takeMessage();
+  [[nodiscard]] YMMessageBase* takeMessage();
 
   /// Stores the attributes in the message that is being read; false when one could not be processed, or there
   /// is no message.

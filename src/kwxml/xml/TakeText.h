@@ -1,10 +1,11 @@
 // What takes a text that is written in parts.
 #pragma once
 
+#include <kwxml/platform/StandardParts.h>
+
 #include <kwxml/platform/CxxStandard.h>
 
 #include <cstddef>
-#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string_view>

@@ -3,6 +3,7 @@
 
 #include <kwxml/platform/CxxStandard.h>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -16,8 +17,9 @@ class TextToRead
 public:
   /// The text of a string.
   TextToRead(const std::string& text) : view_(text), hasEnd_(true) {}
-  /// A zero-terminated text; not null.
-  TextToRead(const char* text) : view_(text), hasEnd_(true) {}
+  /// A zero-terminated text; null is an empty one.
+  TextToRead(const char* text) : view_(text != nullptr ? text : ""), hasEnd_(true) {}
+  TextToRead(std::nullptr_t) = delete;
   /// A text that nothing needs to stand behind.
   TextToRead(std::string_view text) : view_(text), hasEnd_(false) {}
 
