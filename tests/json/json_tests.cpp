@@ -243,6 +243,9 @@ TEST(Json, RefusesWhatCannotBeWrittenOrSaysSo)
   YMMessageBase m = make("Types_AllTypes");
   setText(m, "stringValue", "caf\xE9");
   transcript.note(toJson(m, {}, 1));
+  int lost = 0;
+  EXPECT_EQ(XMLEncoder().serialize(m, json, true, &lost), 0);
+  EXPECT_EQ(lost, 1);
 }
 
 /// Passwords go out and come in by the rules of XML: a message read from either is the same.

@@ -6,6 +6,7 @@
 #include <kwxml/text/Utf8.h>
 
 #include <array>
+#include <charconv>
 
 namespace kwxml {
 
@@ -101,6 +102,16 @@ std::string nearest(std::string_view name, const _ClassDef* cls)
   return search.question();
 }
 
+/// The enumerator that a text names by a negative number; null for any other text.
+const FieldDef* negativeEnumerator(const _ClassDef* cls, std::string_view text)
+{
+  long long number = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+  return result.ec == std::errc() && result.ptr == text.data() + text.size() && number < 0
+             ? findEnumerator(cls, number)
+             : nullptr;
+}
+
 }  // namespace
 
 const char* nameOf(ProblemKind kind)
@@ -141,6 +152,9 @@ std::string describe(const Problem& problem)
     case ProblemKind::EnumeratorUnknown: {
       const _ClassDef* cls = problem.field != nullptr ? findClass(packedReference(*problem.field)) : nullptr;
       const std::string value = problem.text.empty() ? "the value" : quoted(problem);
+      if (const FieldDef* negative = negativeEnumerator(cls, problem.text)) {
+        return value + ": negative numbers of enumerators are not read; the name '" + negative->name + "' is";
+      }
       return cls != nullptr && cls->name != nullptr
                  ? value + " is no enumerator of " + std::string(cls->name) + nearest(problem.text, cls)
                  : value + " cannot be looked up: the catalogue lacks the field's enumeration";
