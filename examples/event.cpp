@@ -8,7 +8,6 @@
 
 int main()
 {
-  // A program that shows the log itself has no use for kwxml::logToStandardError().
   kwxml::setLogSink([](const kwxml::LogRecord& line) { std::cout << line.text << "\n"; });
   EvMessageContainer event;
   event.setMessageId(4711);
@@ -22,6 +21,7 @@ int main()
   logger.Debug("event", "%s sends %bxml_kw", &message, "backup");
   XmlLoggerHelper::getXmlLoggerInstance()->drain();  // the line is a worker's
   kwxml::setLogSink({});
+  kwxml::logToStandardError();  // what fails from here on is shown; until here the sink had all lines
 
   EvMessageContainer received;
   if (!getEvMessageContainerFromXML(message, received)) {

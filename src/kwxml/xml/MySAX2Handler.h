@@ -75,6 +75,11 @@ public:
   /// The root message, handed to the caller, who owns it from then on, also while it is still being read.
   /// Later calls give the same pointer.
   [[nodiscard]] YMMessageBase* takeMessage();
+  /// The root message with an owner, who alone has it then: only one of all calls may be this one.
+  [[nodiscard]] std::unique_ptr<YMMessageBase> takeMessage(kwxml::Owned)
+  {
+    return std::unique_ptr<YMMessageBase>(takeMessage());
+  }
 
   /// Stores the attributes in the message that is being read; false when one could not be processed, or there
   /// is no message.
