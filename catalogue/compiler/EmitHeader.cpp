@@ -69,8 +69,8 @@ constexpr const char* explanation = R"(
 // enumerator whose name is a word of C++ or of its standard headers, is that of a member of every message or of its
 // own class, is List, or is taken by an earlier one gets "_" at its end, as often as it takes: class_(), set_class_(...).
 //
-// A class of another system that a field refers to is declared here; whoever uses its members includes that system's
-// header.
+// A class of another system that a field refers to is declared here; a program that uses its members includes that
+// system's header.
 //
 // A message of another class, or of a class of the same name and another ID, can be read and written through a
 // wrapper: fields are found by their names. Failures are those of the accessors of YMMessageBase; mutable_x() of a
