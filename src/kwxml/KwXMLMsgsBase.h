@@ -27,6 +27,7 @@
 #include <kwxml/log/XmlLoggerHelper.h>
 #include <kwxml/metadata/DummyValues.h>
 #include <kwxml/metadata/JsonSchema.h>
+#include <kwxml/metadata/SchemaDetails.h>
 #include <kwxml/metadata/XMLMetaData.h>
 #include <kwxml/metadata/XmlSchema.h>
 #include <kwxml/model/Limits.h>

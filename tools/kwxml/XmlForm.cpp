@@ -6,14 +6,13 @@
 #include "Report.h"
 #include "TextPlaces.h"
 
+#include <kwxml/codec/Decode.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/xml/XMLSerializer.h>
-#include <kwxml/xml/XmlScanner.h>
 
 #include <utility>
 
 namespace kwxml::tool {
-
 namespace {
 
 class XmlSource final : public MessageSource
@@ -30,7 +29,7 @@ public:
       return {.end = true};
     }
     first_ = false;
-    const std::size_t size = XmlScanner(std::string_view(bytes_).substr(at_)).firstDocument();
+    const std::size_t size = firstDocument(std::string_view(bytes_).substr(at_));
     const bool isWhole = size == bytes_.size();
     const TextPlace from = place_;
     const std::string document = isWhole ? std::exchange(bytes_, {}) : bytes_.substr(at_, size);

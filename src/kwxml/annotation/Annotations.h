@@ -7,6 +7,7 @@
 #pragma once
 
 #include <kwxml/annotation/AnnotationKinds.h>
+#include <kwxml/platform/Export.h>
 
 #include <optional>
 #include <string>
@@ -15,7 +16,7 @@
 #include <vector>
 
 /// What annotations of all kinds have in common: the kind, and the members that the schema gives.
-class AnnotationBase
+class KWXML_API AnnotationBase
 {
 public:
   /// Name and value of each member, UTF-8, in the schema's order.
@@ -56,7 +57,7 @@ private:
 namespace Annotation {
 
 /// The field is a parameter of a command.
-class CommandParam : public AnnotationBase
+class KWXML_API CommandParam : public AnnotationBase
 {
 public:
   /// Without members.
@@ -70,7 +71,7 @@ protected:
 };
 
 /// A text for people, shown in place of the name.
-class Text : public AnnotationBase
+class KWXML_API Text : public AnnotationBase
 {
 public:
   /// With an empty text.

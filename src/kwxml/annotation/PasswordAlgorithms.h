@@ -23,6 +23,7 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
+#include <kwxml/platform/Export.h>
 
 #include <optional>
 
@@ -37,8 +38,8 @@ using PasswordAlgorithm = bstring (*)(bstring text, KwXMLContextInfo* context);
 /// algorithm gets `context` as it is. Returns 0 with the algorithm's result in `out`; an empty result of a
 /// text that is not empty is a failure of the algorithm. Returns kwxml::passwordHandlerMissing (6), with
 /// `out` unchanged and an error in the log, when the type has no algorithm or the algorithm throws.
-int DecryptPasswordString(bstring in, bstring& out, Annotation::PasswordEncryptType type,
-                          KwXMLContextInfo* context);
+KWXML_API int DecryptPasswordString(bstring in, bstring& out, Annotation::PasswordEncryptType type,
+                                    KwXMLContextInfo* context);
 
 namespace kwxml {
 
@@ -66,11 +67,12 @@ enum class PasswordDirection
 /// Sets the algorithm of a type in place of an earlier one; null takes the algorithm away. False, with a line
 /// at level 10, for a negative type and one beyond maxPasswordAlgorithmType; success is logged at level 10
 /// too. To be called before threads encode or decode.
-[[nodiscard]] bool registerPasswordAlgorithm(PasswordDirection direction,
-                                             Annotation::PasswordEncryptType type,
-                                             PasswordAlgorithm algorithm);
+[[nodiscard]] KWXML_API bool registerPasswordAlgorithm(PasswordDirection direction,
+                                                       Annotation::PasswordEncryptType type,
+                                                       PasswordAlgorithm algorithm);
 /// The algorithm of a type; null when none is registered or the type cannot have one.
-PasswordAlgorithm passwordAlgorithm(PasswordDirection direction, Annotation::PasswordEncryptType type);
+KWXML_API PasswordAlgorithm passwordAlgorithm(PasswordDirection direction,
+                                              Annotation::PasswordEncryptType type);
 
 /// True for the types that are protected by a session, whose algorithms need the context's "MessageInfo".
 constexpr bool isSessionPasswordType(int type) noexcept
@@ -97,8 +99,9 @@ struct PasswordCall
 /// Runs an algorithm, which is not null, with the parameters of `call` in the context; where `context` is
 /// null the algorithm gets a context of the call's own. Gives the algorithm's result, or nullopt when the
 /// algorithm failed; nothing is logged.
-[[nodiscard]] std::optional<bstring> runPasswordAlgorithm(PasswordAlgorithm algorithm, const bstring& text,
-                                                          KwXMLContextInfo* context,
-                                                          const PasswordCall& call);
+[[nodiscard]] KWXML_API std::optional<bstring> runPasswordAlgorithm(PasswordAlgorithm algorithm,
+                                                                    const bstring& text,
+                                                                    KwXMLContextInfo* context,
+                                                                    const PasswordCall& call);
 
 }  // namespace kwxml

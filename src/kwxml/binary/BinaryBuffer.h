@@ -2,13 +2,14 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <span>
 
 /// The bytes of an encoded message: owned by the buffer, or the caller's. A buffer belongs to one thread at a
 /// time.
-class BinaryBuffer
+class KWXML_API BinaryBuffer
 {
 public:
   /// Empty: no bytes, nothing owned.

@@ -3,6 +3,7 @@
 // reads.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <cstdint>
@@ -29,14 +30,15 @@ using ShowPiece = std::function<void(const BinaryPiece&)>;
 /// `show` throws. The bytes may be hostile: there is at most one piece with bytes for each byte, and a few
 /// pieces without. Passwords are not decrypted. Logs what reading the message logs. Threads may call the
 /// function at the same time.
-[[nodiscard]] bool explainBinary(std::string_view bytes, std::uint64_t offset, const ShowPiece& show);
+[[nodiscard]] KWXML_API bool explainBinary(std::string_view bytes, std::uint64_t offset,
+                                           const ShowPiece& show);
 
 /// What people call a wire code, such as "zigzag"; for a number that is no code the number.
-std::string wireCodeName(std::uint32_t code);
+KWXML_API std::string wireCodeName(std::uint32_t code);
 
 /// A line with the piece's offset, bytes in hexadecimal (16 at most, none of a secret piece; further ones are
 /// counted) and text, with a line end. `more` is how many bytes belong to the piece beyond
 /// BinaryPiece::bytes.
-std::string toText(const BinaryPiece& piece, std::uint64_t more = 0);
+KWXML_API std::string toText(const BinaryPiece& piece, std::uint64_t more = 0);
 
 }  // namespace kwxml

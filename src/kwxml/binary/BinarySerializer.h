@@ -11,6 +11,7 @@
 #include <kwxml/binary/BinaryStream.h>
 #include <kwxml/model/FieldTypes.h>
 #include <kwxml/model/Owned.h>
+#include <kwxml/platform/Export.h>
 
 struct EncodingFlags;
 class KwXMLContextInfo;
@@ -33,7 +34,7 @@ struct BinarySerializerParameters
 
 /// Writes messages in their binary form and reads them. All operations are static and keep nothing between
 /// calls.
-class BinarySerializer
+class KWXML_API BinarySerializer
 {
 public:
   /// Writes header and body, and returns the length of the buffer. A buffer that owns its memory gets just as

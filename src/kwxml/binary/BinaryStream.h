@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <bit>
 #include <cstddef>
@@ -65,7 +66,7 @@ inline char* putVarint(char* to, std::uint32_t value) noexcept
 /// a stream of size 0 measure a size. A read past the end gives zero and moves the position too. Nothing
 /// outside the bytes is ever touched; overrun() tells that something did not fit. Every operation returns how
 /// many bytes it wrote or read, or would have.
-class BinaryStream
+class KWXML_API BinaryStream
 {
 public:
   /// Stands at the first byte. `size` is the room to write to, or the number of valid bytes to read. `data`

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <kwxml/platform/CYxError.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +27,7 @@ enum class RecordLayout
 
 /// The layout of a file of `size` bytes that begins with `head`, which is the whole file or at least 12
 /// bytes. nullopt when the file looks like neither layout, and for an empty file.
-std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size);
+KWXML_API std::optional<RecordLayout> recordLayout(std::string_view head, std::uint64_t size);
 
 /// A part of a file of messages.
 struct RecordStretch
@@ -49,7 +50,7 @@ struct RecordStretch
 };
 
 /// One pass over a file of messages. Belongs to one thread at a time.
-class RecordScan
+class KWXML_API RecordScan
 {
 public:
   /// How closely records are looked at.

@@ -10,6 +10,7 @@
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/platform/CYxCRC64.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <cstdint>
@@ -35,7 +36,7 @@ class ReadObserver;
 /// cutTornTail() has mended the file. A file whose last writer was killed may end so too: a program that goes
 /// on with such a file calls cutTornTail() first. kwxml::RecordScan finds the whole records of files that are
 /// damaged elsewhere.
-class YMMessageBaseFileHandler
+class KWXML_API YMMessageBaseFileHandler
 {
 public:
   /// What the operations return.

@@ -3,6 +3,7 @@
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/XMLDecoder.h>
+#include <kwxml/xml/XmlScanner.h>
 
 namespace kwxml {
 
@@ -47,6 +48,11 @@ std::vector<std::byte> encodeBinary(const YMMessageBase& message)
     return {};
   }
   return {buffer.bytes().begin(), buffer.bytes().end()};
+}
+
+std::size_t firstDocument(std::string_view xml)
+{
+  return XmlScanner(xml).firstDocument();
 }
 
 }  // namespace kwxml

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/codec/StrictReading.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <span>
@@ -19,13 +20,19 @@ namespace kwxml {
 ///     if (!order) {
 ///       std::cerr << kwxml::toText(order.problems, "order.xml");
 ///     }
-[[nodiscard]] ReadResult decode(TextToRead text, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] KWXML_API ReadResult decode(TextToRead text, KwXMLContextInfo* context = nullptr);
 /// The same of the binary form.
-[[nodiscard]] ReadResult decode(std::span<const std::byte> bytes, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] KWXML_API ReadResult decode(std::span<const std::byte> bytes,
+                                          KwXMLContextInfo* context = nullptr);
+
+/// How many bytes of `xml` the first of several XML documents takes that stand one behind the other, with
+/// blanks and comments behind it. All of them where that document is not well-formed or has a document type:
+/// decode() then says what is wrong.
+[[nodiscard]] KWXML_API std::size_t firstDocument(std::string_view xml);
 
 /// The message in its binary form, passwords as with default flags. Empty on failure (no memory, nested
 /// too deep), which is logged. A password that cannot be protected is left out, which is logged too: programs
 /// with passwords call registerPasswordAlgorithms() and look at its result.
-[[nodiscard]] std::vector<std::byte> encodeBinary(const YMMessageBase& message);
+[[nodiscard]] KWXML_API std::vector<std::byte> encodeBinary(const YMMessageBase& message);
 
 }  // namespace kwxml

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <cstddef>
@@ -14,7 +15,7 @@ class ReadObserver;
 }
 
 /// Reads messages from JSON, each call by itself.
-class JSONDecoder
+class KWXML_API JSONDecoder
 {
 public:
   /// No context.

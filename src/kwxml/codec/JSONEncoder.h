@@ -6,6 +6,7 @@
 #pragma once
 
 #include <kwxml/annotation/EncodingFlags.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/xml/TakeText.h>
 
 #include <cstddef>
@@ -17,7 +18,7 @@ class KwXMLContextInfo;
 class YMMessageBase;
 
 /// Writes messages as JSON, each call by itself.
-class JSONEncoder
+class KWXML_API JSONEncoder
 {
 public:
   /// Default flags and no context.

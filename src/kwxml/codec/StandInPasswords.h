@@ -1,6 +1,8 @@
 // Password algorithms over the password library of this platform (KWPassword.h).
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 namespace kwxml {
 
 /// Registers algorithms for the types that the password library can serve, in both directions, in place of
@@ -20,9 +22,9 @@ namespace kwxml {
 ///
 /// False when the settings name no key file: until they do, the types with a key refuse every password, and a
 /// plain one in a field of such a type is lost where it is written. BASE64 and PASS_THROUGH need none.
-[[nodiscard]] bool registerPasswordAlgorithms();
+[[nodiscard]] KWXML_API bool registerPasswordAlgorithms();
 
 /// True when the settings name a key file; whether it can be used shows with each call.
-bool isPasswordKeyConfigured();
+KWXML_API bool isPasswordKeyConfigured();
 
 }  // namespace kwxml

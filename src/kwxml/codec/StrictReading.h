@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 #include <kwxml/reading/Problems.h>
 #include <kwxml/xml/TextToRead.h>
@@ -30,10 +31,10 @@ struct ReadResult
 /// Reads XML. Any problem, also a name that the catalogue does not know, leaves no message; a caller who
 /// wants to tell errors from warnings uses decode() or gives XMLDecoder an observer. The context (null: none)
 /// concerns passwords. Errors are logged as by XMLDecoder.
-[[nodiscard]] ReadResult readStrict(TextToRead xml, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] KWXML_API ReadResult readStrict(TextToRead xml, KwXMLContextInfo* context = nullptr);
 /// Reads JSON, with the same result.
-[[nodiscard]] ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] KWXML_API ReadResult readStrictJson(std::string_view json, KwXMLContextInfo* context = nullptr);
 /// Reads the binary form, with the same result. The buffer's length counts.
-[[nodiscard]] ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context = nullptr);
+[[nodiscard]] KWXML_API ReadResult readStrict(BinaryBuffer& bytes, KwXMLContextInfo* context = nullptr);
 
 }  // namespace kwxml

@@ -6,6 +6,7 @@
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TextToRead.h>
 
@@ -20,7 +21,7 @@ class ReadObserver;
 }
 
 /// Reads messages from XML or from the binary form, each call by itself, and answers questions about classes.
-class XMLDecoder
+class KWXML_API XMLDecoder
 {
 public:
   /// Default flags and no context.

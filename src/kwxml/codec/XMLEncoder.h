@@ -4,6 +4,7 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/annotation/PasswordAlgorithms.h>
+#include <kwxml/platform/Export.h>
 
 #include <kwxml/xml/TakeText.h>
 
@@ -17,7 +18,7 @@ class KwXMLContextInfo;
 class YMMessageBase;
 
 /// Writes messages as XML or in the binary form, each call by itself.
-class XMLEncoder
+class KWXML_API XMLEncoder
 {
 public:
   /// Default flags and no context.

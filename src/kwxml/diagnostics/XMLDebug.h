@@ -12,6 +12,7 @@
 #pragma once
 
 #include <kwxml/platform/EvDebug.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
@@ -25,13 +26,13 @@ namespace kwxml {
 /// name of the program, and is silent no more. `level`: the lines that are shown are those up to it, 0 for
 /// errors alone; logs of a lower level get this one. Lines that go to files or a sink still go there. Any
 /// thread may call the function, at any time.
-void logToStandardError(int level = 0);
+KWXML_API void logToStandardError(int level = 0);
 
 }  // namespace kwxml
 
 /// The logging front of the library: one instance in a process. No function throws for a line that cannot be
 /// written.
-class XMLDebug
+class KWXML_API XMLDebug
 {
 public:
   /// The system name of every line that goes to the log "XMLMessage", zero-terminated; empty at first. The

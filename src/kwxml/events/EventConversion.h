@@ -19,6 +19,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 #include <type_traits>
@@ -34,30 +35,30 @@ class EventMessage;
 
 /// Sets the message identifier of `out` to that of `in`, and appends the arguments of `in` to those of `out`.
 /// Severity and category have no place in the message.
-void setEvMessageContainerToXML(const EvMessageContainer& in, Common::EventMessage& out);
+KWXML_API void setEvMessageContainerToXML(const EvMessageContainer& in, Common::EventMessage& out);
 /// Appends the arguments to `out`, with positions from 0 on. An argument of a kind that is not in the table
 /// has neither type nor text. Null does nothing.
-void setEvMessageArgumentsToXML(const ArgumentInfo* in, std::vector<Common::EventArgument>& out);
+KWXML_API void setEvMessageArgumentsToXML(const ArgumentInfo* in, std::vector<Common::EventArgument>& out);
 
 /// Makes `out` the event of the message, its arguments in the order of their positions; severity and category
 /// become 0. A number is read from the beginning of its text as far as the digits go; 0 without digits.
 /// False, with `out` empty and an error in the log, for an argument of a type that does not exist.
-[[nodiscard]] bool getEvMessageContainerFromXML(Common::EventMessage in, EvMessageContainer& out);
+[[nodiscard]] KWXML_API bool getEvMessageContainerFromXML(Common::EventMessage in, EvMessageContainer& out);
 /// Sorts `in` by position and appends its arguments to those of `out`; arguments with equal positions stay in
 /// their order. False, with `out` empty and an error in the log, for an argument of a type that does not
 /// exist.
-[[nodiscard]] bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& in,
-                                                         EvMessageContainer& out);
+[[nodiscard]] KWXML_API bool getEvMessageContainerArgumentsFromXML(std::vector<Common::EventArgument>& in,
+                                                                   EvMessageContainer& out);
 
 /// Appends a text to the arguments of a message; its position is the number of arguments, itself included.
 /// False, with an error in the log, where the catalogue has no class of arguments.
-[[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
+[[nodiscard]] KWXML_API bool pushEventArgumentXML(Common::EventMessage& message, std::string value);
 /// Always refuses the number: false, with an error in the log, and the message unchanged. Numbers are taken
 /// only where the compiler names their types "int", "long" or "__int64" at run time; compilers for this
 /// platform name them "i", "l" and "x". For int, long and long long.
 template <class T>
 requires std::is_arithmetic_v<T>
-[[nodiscard]] bool pushEventArgumentXML(Common::EventMessage& message, T value);
+[[nodiscard]] KWXML_API bool pushEventArgumentXML(Common::EventMessage& message, T value);
 
 /// Whether the position of `a` is below that of `b`: an order for sorting arguments.
-bool eventArgumentPositionSortPredicate(Common::EventArgument& a, Common::EventArgument& b);
+KWXML_API bool eventArgumentPositionSortPredicate(Common::EventArgument& a, Common::EventArgument& b);

@@ -1,6 +1,8 @@
 // The XML of a message for a line of a log, made by the caller's thread.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <string>
 
 class YMMessageBase;
@@ -10,4 +12,4 @@ class YMMessageBase;
 /// the result is a text that says so: "Error unserializing given object." when `xml` cannot be read, "Error
 /// reserializing given object/string" when `xml` was given, or "Error serializing YMMessageBase object and
 /// given empty input string".
-std::string logXML(const std::string& xml, const YMMessageBase* message);
+KWXML_API std::string logXML(const std::string& xml, const YMMessageBase* message);

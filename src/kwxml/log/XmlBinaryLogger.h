@@ -11,6 +11,8 @@
 // KWXML_CHECK_LOG_FORMATS before it includes this file: compilers then check formats against their arguments.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #ifdef KWXML_CHECK_LOG_FORMATS
 /// Of this file alone: has a compiler check the format in argument `at` where KWXML_CHECK_LOG_FORMATS is
 /// defined.
@@ -29,7 +31,7 @@ class YMMessageBase;
 /// They stay the caller's, who may change or free them when the call returns. Password fields appear as XML
 /// has them with default settings. What XmlLoggerHelper::writeToLog() says of formats, levels, order and
 /// failures holds here.
-class XmlBinaryLogger
+class KWXML_API XmlBinaryLogger
 {
 public:
   /// Has lines written by the process's pool, which is made at its first use; the process has its focus

@@ -4,6 +4,7 @@
 
 #include <kwxml/binary/BinaryBuffer.h>
 #include <kwxml/platform/EvEvent.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/KwThreadPool.h>
 #include <kwxml/platform/StandardParts.h>
 
@@ -40,7 +41,7 @@ struct messageContainer
 };
 
 /// The writer behind XmlBinaryLogger. All operations are static; any thread may call them.
-class XmlLoggerHelper
+class KWXML_API XmlLoggerHelper
 {
 public:
   /// The log that lines go to: the process's, made at its first use.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 /// Fills a message field by field.
 ///
@@ -17,8 +18,8 @@
 /// nested message cannot be filled; the message then has what was filled before. A class that holds itself
 /// ends with 1 at the deepest nesting that encodings accept (kwxml::maxMessageNesting), and so does a class
 /// that holds more than kwxml::maxCreatedMessages messages; both are logged.
-[[nodiscard]] int recurseAndFillDummyValues(YMMessageBase* message);
+[[nodiscard]] KWXML_API int recurseAndFillDummyValues(YMMessageBase* message);
 
 /// The same as recurseAndFillDummyValues(), and on failure an error in the log. The message stays the
 /// caller's and is not replaced.
-[[nodiscard]] int createXMLObjectWithDummyValues(YMMessageBase*& message);
+[[nodiscard]] KWXML_API int createXMLObjectWithDummyValues(YMMessageBase*& message);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 
 #include <span>
 #include <string>
@@ -19,6 +20,6 @@ namespace kwxml {
 /// named by its place in the registry, and may be named twice. False, with `out` unchanged and an error in
 /// the log, when there is no message class at a place (an enumeration is none). Threads may call the function
 /// at the same time.
-[[nodiscard]] bool jsonSchema(std::string& out, std::span<const PackedReference> classes);
+[[nodiscard]] KWXML_API bool jsonSchema(std::string& out, std::span<const PackedReference> classes);
 
 }  // namespace kwxml

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ struct XPathMetaData
 /// Turns the values of a message into records, and back. An object serves one message system, that of its
 /// first getXpathMetaData() or setXpathMetaData() for a system with XPath tables: it keeps that system's
 /// tables. An object belongs to one thread at a time. Failures are logged, as errors unless said otherwise.
-class XMLMetaData
+class KWXML_API XMLMetaData
 {
 public:
   /// Appends the records of the values in the nested messages of `message` to `out`, in the order of the

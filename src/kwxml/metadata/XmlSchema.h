@@ -13,6 +13,7 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstdint>
 #include <span>
@@ -32,7 +33,7 @@ enum class XmlSchemaForm : std::uint8_t
 /// named by its place in the registry, and may be named twice. False, with `out` unchanged and an error in
 /// the log, when there is no message class at a place (an enumeration is none) or the name of a root element
 /// would be no XML name. Threads may call the function at the same time.
-[[nodiscard]] bool xmlSchema(std::string& out, std::span<const PackedReference> classes,
-                             XmlSchemaForm form = XmlSchemaForm::Both);
+[[nodiscard]] KWXML_API bool xmlSchema(std::string& out, std::span<const PackedReference> classes,
+                                       XmlSchemaForm form = XmlSchemaForm::Both);
 
 }  // namespace kwxml

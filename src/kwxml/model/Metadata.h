@@ -6,6 +6,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <kwxml/model/FieldTypes.h>
 
@@ -15,7 +16,7 @@
 
 /// One field of a message class, or one enumerator of an enumeration. The records of a class are contiguous
 /// and in declaration order.
-struct FieldDef
+struct KWXML_API FieldDef
 {
   /// NUL-terminated name behind its packed class references: one (4 bytes, big-endian: system index, then the
   /// 24-bit class index) for types 10, 19, 22, 23, 35 and 38, two (key class, value class) for type 39. The
@@ -166,7 +167,7 @@ struct ClassPlan;
 /// The first registry of the process (see Registry.h). Its tables are defined by the catalogue that a program
 /// is linked with, or that the library is. Visible to the library whatever flags a catalogue is compiled
 /// with.
-struct [[gnu::visibility("default")]] XML_KWMessage_MessageSystemChooser
+struct KWXML_API XML_KWMessage_MessageSystemChooser
 {
   static constexpr int numberOfSystems = 206;  ///< rows of msgSysStruct
   /// The systems by their indices. Row 0 is always empty.
@@ -328,11 +329,11 @@ struct PackedReference
 };
 
 /// The reference before the name of `field`, `which` being 0 or (type 39: the value's class) 1.
-PackedReference packedReference(const FieldDef& field, int which = 0);
+KWXML_API PackedReference packedReference(const FieldDef& field, int which = 0);
 
 /// Class record at an index of a system; null when either is out of range. Logs nothing.
-const _ClassDef* findClass(int system, int classIndex);
-const _ClassDef* findClass(const PackedReference& reference);
+KWXML_API const _ClassDef* findClass(int system, int classIndex);
+KWXML_API const _ClassDef* findClass(const PackedReference& reference);
 
 /// The tag identifier of a class of a system.
 constexpr unsigned long tagOf(int system, const _ClassDef& cls)
@@ -341,7 +342,7 @@ constexpr unsigned long tagOf(int system, const _ClassDef& cls)
 }
 
 /// The tag name of a class of a system: the names of both with "_" between them.
-std::string tagNameOf(int system, const _ClassDef& cls);
+KWXML_API std::string tagNameOf(int system, const _ClassDef& cls);
 
 /// Whether messages of a system build their nested messages when they are made. The rows of all catalogues
 /// say the same, since the numbers are fixed.
@@ -359,9 +360,9 @@ constexpr bool isEager(int system)
 inline constexpr unsigned long processingInstructionTag = 0x12454EA9;
 
 /// First record of an ordinary class whose stored hash is `hash`; null when there is none.
-const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash);
+KWXML_API const FieldDef* findField(const _ClassDef& cls, std::uint64_t hash);
 /// The same, or else the field that had a name of that hash before.
-const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash);
+KWXML_API const FieldDef* findFieldOrFormer(const _ClassDef& cls, std::uint64_t hash);
 
 /// The enumerator of a number; null when there is none, and without a class.
 inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long value)
@@ -374,11 +375,11 @@ inline const FieldDef* findEnumerator(const _ClassDef* enumeration, long long va
 
 /// The enumerator of a name, in any case of its letters, or else the one that had the name before; null when
 /// there is none, and without an enumeration.
-const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name);
+KWXML_API const FieldDef* findEnumeratorNamed(const PackedReference& enumeration, std::string_view name);
 
 /// False for nested messages, lists and maps of them, and types without a value; true for all else, numbers
 /// of no type included. An irregular set, which encodings rely on.
-bool isPrimitiveType(unsigned type);
+KWXML_API bool isPrimitiveType(unsigned type);
 /// Whether encodings take the type for a list. An irregular set, which they rely on: it has a scalar
 /// (ulonglong) and lacks the list of ulonglong and that of bstring.
 constexpr bool isListType(unsigned type)

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
@@ -22,7 +23,7 @@
 namespace kwxml {
 
 /// The tables of one catalogue, with the look-ups over them. Copied nowhere: messages point to it.
-class [[gnu::visibility("default")]] Registry
+class KWXML_API Registry
 {
 public:
   /// Of tables that last as long as the registry does; refers to them alone.
@@ -64,15 +65,9 @@ public:
   static void tellLoadedOnce();
 
   /// The catalogue's name, a C++ identifier.
-  const char* name() const noexcept
-  {
-    return tables_->name;
-  }
+  const char* name() const noexcept { return tables_->name; }
   /// The catalogue's tables.
-  const CatalogueTables& tables() const noexcept
-  {
-    return *tables_;
-  }
+  const CatalogueTables& tables() const noexcept { return *tables_; }
   /// A row; row 0, which is empty, for a number that is none.
   const MessageSystemRow& row(unsigned system) const noexcept
   {
@@ -137,11 +132,11 @@ inline const Registry& registryOf(const PackedReference& reference) noexcept
 /// Makes a catalogue the one in use by all threads that name no other. Call it before the first message is
 /// made or read: what was made before keeps its catalogue, which is then a stranger to what is made later.
 /// One whose tables this library does not read is not used (logged once), here and by UsingCatalogue.
-void useCatalogue(const Registry& registry) noexcept;
+KWXML_API void useCatalogue(const Registry& registry) noexcept;
 
 /// Makes a catalogue the one in use by the calling thread until the object ends; of nested ones the inner one
 /// counts. For readers and writers of another catalogue than the process's: their calls go inside.
-class UsingCatalogue
+class KWXML_API UsingCatalogue
 {
 public:
   /// From now on `registry`, which must outlive the object.

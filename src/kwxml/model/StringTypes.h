@@ -7,6 +7,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <iosfwd>
@@ -68,7 +69,7 @@ constexpr const char* passwordEncryptTypeName(int type) noexcept
 }  // namespace kwxml
 
 /// A byte string: the value of byte-string and, through pstring, of password fields.
-class bstring
+class KWXML_API bstring
 {
 public:
   /// No bytes.
@@ -129,11 +130,11 @@ inline bool operator==(const bstring& a, const bstring& b) noexcept
   return a.text() == b.text();
 }
 /// Writes all bytes of the text, zero bytes included, whatever width or fill the stream is set to.
-std::ostream& operator<<(std::ostream& out, const bstring& value);
+KWXML_API std::ostream& operator<<(std::ostream& out, const bstring& value);
 /// A new text of both, `a` first. A null pointer must not be given.
-std::string operator+(const std::string& a, const bstring& b);
-std::string operator+(const bstring& a, const std::string& b);
-std::string operator+(const bstring& a, const bstring& b);
+KWXML_API std::string operator+(const std::string& a, const bstring& b);
+KWXML_API std::string operator+(const bstring& a, const std::string& b);
+KWXML_API std::string operator+(const bstring& a, const bstring& b);
 inline std::string operator+(const char* a, const bstring& b)
 {
   return std::string(a) + b;
@@ -145,7 +146,7 @@ inline std::string operator+(const bstring& a, const char* b)
 
 /// Text that the XML writer puts into a CDATA section. Deliberately unrelated to bstring: neither converts to
 /// the other without naming the std::string between them.
-class cdata
+class KWXML_API cdata
 {
 public:
   /// An empty text.
@@ -206,11 +207,11 @@ inline bool operator==(const cdata& a, const cdata& b) noexcept
   return a.text() == b.text();
 }
 /// Writes all bytes of the text, zero bytes included, whatever width or fill the stream is set to.
-std::ostream& operator<<(std::ostream& out, const cdata& value);
+KWXML_API std::ostream& operator<<(std::ostream& out, const cdata& value);
 /// A new text of both, `a` first. A null pointer must not be given.
-std::string operator+(const std::string& a, const cdata& b);
-std::string operator+(const cdata& a, const std::string& b);
-std::string operator+(const cdata& a, const cdata& b);
+KWXML_API std::string operator+(const std::string& a, const cdata& b);
+KWXML_API std::string operator+(const cdata& a, const std::string& b);
+KWXML_API std::string operator+(const cdata& a, const cdata& b);
 inline std::string operator+(const char* a, const cdata& b)
 {
   return std::string(a) + b;
@@ -222,7 +223,7 @@ inline std::string operator+(const cdata& a, const char* b)
 
 /// A password: a text and the scheme that protects it, a number of Annotation::PasswordEncryptType (kept as
 /// an int, since texts from elsewhere may carry a scheme that is not known here).
-class pstring : public bstring
+class KWXML_API pstring : public bstring
 {
 public:
   /// An empty plain text.

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <kwxml/model/Registry.h>
 #include <kwxml/model/YMMessageBase.h>
@@ -54,8 +55,8 @@ struct WrapperEnum
 /// compiled for: its accessors would take one field for another. A message of another tag is read by the
 /// names of its fields, whatever it has.
 /// (`catalogue`: the name of the wrapper's, `wrapper`: null where it is not at hand.)
-void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
-                  const char* catalogue, const WrapperClass* wrapper);
+KWXML_API void checkWrapper(const YMMessageBase& message, std::uint32_t tag, std::uint32_t fingerprint,
+                            const char* catalogue, const WrapperClass* wrapper);
 
 /// A wrapper has neither data nor virtual functions: object and wrapper are the same bytes. (To the language
 /// a message of the generic class is none of the wrapper's type. All that a wrapper does is to call members
@@ -156,23 +157,23 @@ T& orScratch(T* value)
 // that it is given as; `outer` is the wrapper of the message around it, whose catalogue has both.
 
 /// The message in the field, set or not; null when the field holds none (one log line when it can hold none).
-const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
-                          unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                          const WrapperClass& outer);
+KWXML_API const void* nestedMessage(const YMMessageBase& message, short field, short slot, unsigned long tag,
+                                    unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                                    const WrapperClass& outer);
 /// Stores a copy of the message at `value`, marked set; without effect (one log line) when the field holds no
 /// message.
-void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag, unsigned int hash,
-                      const void* value);
+KWXML_API void setNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                                unsigned int hash, const void* value);
 /// The message in the field, made as one of the class that the field refers to when it is missing, and marked
 /// set. Throws KwException (after one log line) when the field can hold none.
-void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
-                           unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
-                           const WrapperClass& outer);
+KWXML_API void* mutableNestedMessage(YMMessageBase& message, short field, short slot, unsigned long tag,
+                                     unsigned int hash, std::uint32_t wrapperTag, std::uint32_t fingerprint,
+                                     const WrapperClass& outer);
 
 // ---- Times and enumerators
 
 /// Throws std::out_of_range, with a text that names the seconds.
-[[noreturn]] void refuseTime(long long seconds);
+[[noreturn]] KWXML_API void refuseTime(long long seconds);
 /// A count of seconds as the number of a field. Throws std::out_of_range where the type does not hold it.
 template <class Number>
 Number numberOf(long long seconds)
@@ -185,12 +186,13 @@ Number numberOf(long long seconds)
 }
 
 /// Writes an enumerator's name to the stream, or the number where the name is empty.
-std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
+KWXML_API std::ostream& writeEnumerator(std::ostream& out, const char* name, int number);
 /// Name of an enumerator; an empty text when there is none. Both functions throw KwException (and log) when
 /// the tables do not begin with the enumerators that the program was compiled with, or have no such
 /// enumeration: a program's constants would mean others.
-const char* enumeratorName(const WrapperEnum& enumeration, int value);
+KWXML_API const char* enumeratorName(const WrapperEnum& enumeration, int value);
 /// The number of an enumerator; false, with `value` unchanged, when there is none of that name.
-[[nodiscard]] bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name, int& value);
+[[nodiscard]] KWXML_API bool enumeratorValue(const WrapperEnum& enumeration, std::string_view name,
+                                             int& value);
 
 }  // namespace kwxml

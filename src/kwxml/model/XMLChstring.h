@@ -7,10 +7,12 @@
 // counts a length; what takes a bare pointer ends at the first of them. Not safe for concurrent change.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <cstddef>
 
 /// A text of UTF-16 units. Copies are deep.
-class XMLChstring
+class KWXML_API XMLChstring
 {
 public:
   /// Empty, with a null buffer.
@@ -83,11 +85,11 @@ private:
 };
 
 /// A new text of both, `a` first. A null pointer is an empty text.
-XMLChstring operator+(const XMLChstring& a, const XMLChstring& b);
-XMLChstring operator+(const unsigned short* a, const XMLChstring& b);
-XMLChstring operator+(const char* a, const XMLChstring& b);
+KWXML_API XMLChstring operator+(const XMLChstring& a, const XMLChstring& b);
+KWXML_API XMLChstring operator+(const unsigned short* a, const XMLChstring& b);
+KWXML_API XMLChstring operator+(const char* a, const XMLChstring& b);
 
 /// Equal lengths and equal units.
-bool operator==(const XMLChstring& a, const XMLChstring& b) noexcept;
-bool operator==(const unsigned short* a, const XMLChstring& b);
-bool operator==(const char* a, const XMLChstring& b);
+KWXML_API bool operator==(const XMLChstring& a, const XMLChstring& b) noexcept;
+KWXML_API bool operator==(const unsigned short* a, const XMLChstring& b);
+KWXML_API bool operator==(const char* a, const XMLChstring& b);

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <kwxml/model/Metadata.h>
 #include <kwxml/model/Owned.h>
@@ -46,7 +47,7 @@ struct WrapperClass;
 
 /// A message of any class: the values of its fields, which of them are set, and the texts that are cached
 /// with it. The head of this file says how fields are addressed.
-class YMMessageBase
+class KWXML_API YMMessageBase
 {
 public:
   // ---- Construction

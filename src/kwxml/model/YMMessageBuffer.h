@@ -6,11 +6,13 @@
 // whoever constructs a string object in its slots (see YMMessageBase) also destroys it.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 
 /// The slots and is-set bits of one message. Each message has one; no other user needs it.
-class YMMessageBuffer
+class KWXML_API YMMessageBuffer
 {
 public:
   /// Slots that the inline area has room for; a bitset kept inline shares the room.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <concepts>
 #include <string>
@@ -12,7 +13,7 @@
 
 /// The arguments of an event: an ordered list of numbers and texts, each with a kind. A value: copies are
 /// independent. A list belongs to one thread at a time.
-class ArgumentInfo
+class KWXML_API ArgumentInfo
 {
 public:
   /// Tells receivers of which type an argument is. The numbers are fixed, since they leave the process.

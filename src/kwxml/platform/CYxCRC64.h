@@ -1,13 +1,15 @@
 // The checksum CRC-64.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 
 /// A running CRC-64: ECMA-182 polynomial 0x42F0E1EBA9EA3693, bits reflected, start and final value all ones
 /// (the CRC-64 of the xz format). The nine bytes "123456789" give 0x995DC9BBDF1939FA. An accumulator belongs
 /// to one thread at a time.
-class CYxCRC64
+class KWXML_API CYxCRC64
 {
 public:
   /// Adds `size` bytes at `data`; the sum does not depend on how the bytes are divided into calls. `data` may

@@ -1,10 +1,12 @@
 // Errors of file operations.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <string>
 
 /// The error of a file operation: an errno code and the system's text for the code. See CYxFile.
-class CYxError
+class KWXML_API CYxError
 {
 public:
   /// No error: code 0, empty text.

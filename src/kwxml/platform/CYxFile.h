@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/platform/CYxError.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 
@@ -11,7 +12,7 @@
 /// success. Operations on a file that is not open fail with EBADF; Close() alone succeeds there. Interrupted
 /// system calls are repeated. Nothing is logged. An object owns its descriptor, closes the descriptor when
 /// the object ends, and belongs to one thread at a time.
-class CYxFile
+class KWXML_API CYxFile
 {
 public:
   /// How Open() opens a file.

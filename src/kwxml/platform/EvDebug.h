@@ -22,6 +22,7 @@
 // usable; a fork waits for lines that are being written, not for sinks.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <atomic>
@@ -49,7 +50,7 @@ struct EvDebugSettings
 
 /// A log. The log's name and file are settled by its first line, and again by the first line after
 /// initialize().
-class EvDebug
+class KWXML_API EvDebug
 {
 public:
   /// A log of the process: with the settings of all logs, and named after the focus or the program.

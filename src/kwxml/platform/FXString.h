@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <compare>
 #include <cstdarg>
@@ -13,7 +14,7 @@
 /// A text that can be made with printf's formats. Numbers without the ' flag look the same in every locale,
 /// except for the decimal point of floating-point numbers, which the locale decides. A value: copies are
 /// independent.
-class FXString
+class KWXML_API FXString
 {
 public:
   /// An empty text.

@@ -1,10 +1,12 @@
 // The focus of a process.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 /// The focus of the process: the name of the product component that runs in the process. The focus selects
 /// settings (KWPlatformInfo) and names the process's log (EvDebug). A process without a focus has no
 /// diagnostics of the library (XMLDebug). Both functions may be called from any thread.
-class KWPI_Focus
+class KWXML_API KWPI_Focus
 {
 public:
   /// The focus, or null when there is none. Until the first setFocus() the focus is the value of the

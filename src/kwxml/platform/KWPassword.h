@@ -31,9 +31,11 @@
 // threads may use their own or share one.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 /// Protects passwords as texts and gives them back. The head of this file says what the texts are, where the
 /// key comes from, and what all functions take and give.
-class KWPassword
+class KWXML_API KWPassword
 {
 public:
   /// The longest password that can be protected, in bytes without the terminating zero.

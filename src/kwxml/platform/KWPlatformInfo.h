@@ -14,11 +14,13 @@
 // counts as no settings. Set-user-ID programs have no settings.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <map>
 #include <string>
 
 /// The settings as they were when the object was made. An object belongs to one thread at a time.
-class KWPlatformInfo
+class KWXML_API KWPlatformInfo
 {
 public:
   /// Reads the settings file, for no focus. A failure leaves the object without settings.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/platform/CxxStandard.h>
+#include <kwxml/platform/Export.h>
 
 #include <atomic>
 #include <cassert>
@@ -9,7 +10,7 @@
 
 /// A lock that its owner may take again. The lock needs no constructor at run time, so that it can guard what
 /// is created first in a process. std::lock_guard and std::unique_lock work with it.
-class KwCriticalSectionH
+class KWXML_API KwCriticalSectionH
 {
 public:
   /// Nobody is inside.

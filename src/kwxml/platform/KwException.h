@@ -1,11 +1,13 @@
 // The exception of the product's libraries.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <exception>
 #include <string>
 
 /// The text of a failure, and the name of the function that failed.
-class KwException : public std::exception
+class KWXML_API KwException : public std::exception
 {
 public:
   /// `function` is the name of the function that failed, `text` says what failed.

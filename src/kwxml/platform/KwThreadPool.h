@@ -20,11 +20,12 @@
 // Every function but initThreadPool() and the destructor may be called from any thread.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 /// A pool of worker threads with a bounded queue. The head of this file says what a work function may do, and
 /// what holds at the end of the process and in a forked child.
-class KwThreadPool
+class KWXML_API KwThreadPool
 {
 public:
   /// A function that does work with its argument; its result is dropped.

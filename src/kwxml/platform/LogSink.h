@@ -3,6 +3,7 @@
 // memory). All functions may be called from any thread, at any time.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <string_view>
@@ -30,18 +31,18 @@ struct LogRecord
 /// there. When a sink calls exit(), or drains or ends a KwThreadPool, the library waits for other threads
 /// inside the sink. Until that wait ends, lines of other threads do not reach the sink, so that they do not
 /// wait for it, and setLogSink() does not wait for the sink either.
-void setLogSink(std::function<void(const LogRecord&)> sink);
+KWXML_API void setLogSink(std::function<void(const LogRecord&)> sink);
 
 /// Sets the level of all logs that have no level of their own. Overrides `level` of section [Log] in the
 /// settings. Values below 0 count as 0: errors are always written.
-void setLogLevel(int level);
+KWXML_API void setLogLevel(int level);
 
 /// The same, but a higher level stays.
-void raiseLogLevel(int level);
+KWXML_API void raiseLogLevel(int level);
 
 /// From now on every log writes its lines up to `level` (0: errors) to standard error, too, wherever else
 /// they go (see EvDebug.h on how many at once), but for logs with EvDebug::setStandardError(false). Programs
 /// call kwxml::logToStandardError() (XMLDebug.h), which does more.
-void alwaysToStandardError(int level);
+KWXML_API void alwaysToStandardError(int level);
 
 }  // namespace kwxml

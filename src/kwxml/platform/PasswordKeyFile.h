@@ -9,6 +9,8 @@
 // than these two could write the settings that name it.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <string>
 
 namespace kwxml {
@@ -16,6 +18,6 @@ namespace kwxml {
 /// Creates the file at `path` with a new random key and mode 0600, whatever the umask. Never overwrites:
 /// anything that exists under the name, a dangling link included, is left as it is. False on failure; then
 /// `error` says why in one line, and no file is left behind. `error` is unchanged on success.
-[[nodiscard]] bool createKeyFile(const std::string& path, std::string& error);
+[[nodiscard]] KWXML_API bool createKeyFile(const std::string& path, std::string& error);
 
 }  // namespace kwxml

@@ -1,6 +1,7 @@
 // Collects the problems of reading.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/reading/ReadObserver.h>
 
 #include <string>
@@ -10,7 +11,7 @@
 namespace kwxml {
 
 /// An observer of reading that keeps the first problems and counts all. Belongs to one thread at a time.
-class Problems : public ReadObserver
+class KWXML_API Problems : public ReadObserver
 {
 public:
   /// How many problems are kept unless the constructor is told another number.
@@ -55,10 +56,10 @@ private:
 /// One line without a line end: "FILE:LINE:COLUMN: error: TEXT" of a text, "FILE:+OFFSET: warning: TEXT" of
 /// bytes. The place is left out where nothing is known of it. With `severity` the line says that in place of
 /// the severity of the entry's kind. What would be obeyed in a file's name, such as line ends, is escaped.
-std::string toText(const Problems::Entry& problem, std::string_view file, Severity severity);
-std::string toText(const Problems::Entry& problem, std::string_view file);
+KWXML_API std::string toText(const Problems::Entry& problem, std::string_view file, Severity severity);
+KWXML_API std::string toText(const Problems::Entry& problem, std::string_view file);
 /// A line for each entry and, where problems were met beyond the entries, "FILE: and N more"; each with a
 /// line end.
-std::string toText(const Problems& problems, std::string_view file);
+KWXML_API std::string toText(const Problems& problems, std::string_view file);
 
 }  // namespace kwxml

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstdint>
 #include <string>
@@ -54,9 +55,9 @@ enum class Severity : std::uint8_t
 };
 
 /// What people call a kind, such as "not of its type". The text is a constant.
-const char* nameOf(ProblemKind kind);
+KWXML_API const char* nameOf(ProblemKind kind);
 /// How bad a problem of the kind is.
-Severity severityOf(ProblemKind kind);
+KWXML_API Severity severityOf(ProblemKind kind);
 
 /// Where in the input a problem was met. A text has line and column; bytes have an offset, and line 0. Line 0
 /// and offset 0 mean that nothing is known of the place.
@@ -91,14 +92,14 @@ struct Problem
 
 /// A sentence about a problem, without place and path; one printable line of bounded length. Text of the
 /// input is escaped and cut.
-std::string describe(const Problem& problem);
+KWXML_API std::string describe(const Problem& problem);
 
 /// The remark of a ClassUnknown that is met at a nested message.
 inline constexpr std::string_view missingClass = "the catalogue lacks the class of a nested message";
 
 /// Is told of each problem of a reading call. Programs derive their own. The caller owns the observer, which
 /// outlives the call.
-class ReadObserver
+class KWXML_API ReadObserver
 {
 public:
   virtual ~ReadObserver() = default;

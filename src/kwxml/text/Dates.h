@@ -5,6 +5,8 @@
 // time zone.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -29,14 +31,14 @@ inline constexpr std::size_t dateBufferSize = 504;
 /// type Annotation::DATE "2026-01-31" where the timestamp is the first second of the day. False, with `out`
 /// unchanged, for what is no timestamp: a value beyond 32 bits, or one before 1991, which is a duration.
 /// False, too, for a DATE at one of two midnights of a day: readers would take the other one.
-[[nodiscard]] bool formatIsoDate(long long seconds, int type, std::string& out);
+[[nodiscard]] KWXML_API bool formatIsoDate(long long seconds, int type, std::string& out);
 /// Reads a date with time and time zone, as formatIsoDate() writes it or with "Z" for the zone. False, with
 /// `seconds` unchanged, for anything else: fractions of seconds, a day or time that does not exist, a date
 /// alone, which processXDate() reads. The result may exceed 32 bits.
-[[nodiscard]] bool parseIsoDate(std::string_view text, long long& seconds);
+[[nodiscard]] KWXML_API bool parseIsoDate(std::string_view text, long long& seconds);
 /// Replaces `out` by a time of day, "07:05:00", from the seconds since midnight. False, with `out` unchanged,
 /// for negative seconds, and a day or more.
-[[nodiscard]] bool formatTimeOfDay(long long seconds, std::string& out);
+[[nodiscard]] KWXML_API bool formatTimeOfDay(long long seconds, std::string& out);
 
 }  // namespace kwxml
 
@@ -44,22 +46,22 @@ inline constexpr std::size_t dateBufferSize = 504;
 /// for DATE, else "YYYY-MM-DD hh:mm:ss". A time before 1991 is taken for a duration and written as "N dd"
 /// (whole days), "N hh" (whole hours from one hour on) or plain seconds. False, with `out` unchanged, for a
 /// null buffer and for a time that has no local form.
-[[nodiscard]] bool writeXDate(int seconds, Annotation::DateType type, char* out);
+[[nodiscard]] KWXML_API bool writeXDate(int seconds, Annotation::DateType type, char* out);
 
 /// Reads what writeXDate() writes for dates of the type; durations are not read. The month may be at most 12,
 /// the day 31, the hour 24, minute and second 60, these bounds included. A day that the calendar lacks counts
 /// on into the next month, as February 31. Text behind the date is ignored. The result is cut to 32 bits.
 /// False, with `seconds` unchanged and nothing logged, for anything else, for null and for another type.
-[[nodiscard]] bool processXDate(const char* text, int& seconds, Annotation::DateType type);
+[[nodiscard]] KWXML_API bool processXDate(const char* text, int& seconds, Annotation::DateType type);
 
 /// Reads a time of day "hh:mm:ss", with blanks around it, as seconds since midnight. Each part is read as
 /// kwxml::parseInt() reads. The hour may be at most 23, minute and second 59; 24:00:ss is read, too. False,
 /// with an error in the log and `seconds` unchanged, for anything else, and for null.
-[[nodiscard]] bool processKWTime(const char* text, int& seconds);
+[[nodiscard]] KWXML_API bool processKWTime(const char* text, int& seconds);
 
 /// Removes spaces, form feeds, new-lines, carriage returns, tabs and vertical tabs at the beginning.
-void trim_left_inplace(std::string& text);
+KWXML_API void trim_left_inplace(std::string& text);
 /// Removes the same characters at the end.
-void trim_right_inplace(std::string& text);
+KWXML_API void trim_right_inplace(std::string& text);
 /// A copy of the text without the same characters at both ends.
-std::string trim_string(std::string text);
+KWXML_API std::string trim_string(std::string text);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/traverse/ValueTextContext.h>
 
 #include <iosfwd>
@@ -9,7 +10,7 @@
 
 /// A summary as plain text on one line: `a:[1],b:[x],list[1,2]`. Texts are written as they are, also their
 /// line ends. Passwords are never written: neither password fields nor fields with the annotation Password.
-class DefaultRenderContext : public kwxml::ValueTextContext
+class KWXML_API DefaultRenderContext : public kwxml::ValueTextContext
 {
 public:
   /// Writes to the end of `stream`, which stays the caller's and outlives the context.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TakeText.h>
 
@@ -13,7 +14,7 @@ namespace kwxml {
 /// A page with messages beside each other: values that differ are marked, equal values are folded. Values are
 /// texts as MessageDifference has them, so that bytes are "****" too. Make the page, add messages, finish. A
 /// page belongs to one thread at a time.
-class DifferencePage
+class KWXML_API DifferencePage
 {
 public:
   /// `take` gets the page in parts while it is made. `left` and `right` name the sides, `made` says when the

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 
@@ -22,14 +23,14 @@
 /// For a list type `value` refers to one element. A scalar's slot is its stored form, and so is a variable of
 /// the type in the table. The text is empty for every other type, and for null. Nothing depends on the
 /// process's locale; nothing is logged. Threads may call the function at the same time.
-std::string getStringFromFld(int type, const void* value);
+KWXML_API std::string getStringFromFld(int type, const void* value);
 
 namespace kwxml {
 
 /// Appends the result of getStringFromFld() to `out`.
-void appendFieldText(std::string& out, int type, const void* value);
+KWXML_API void appendFieldText(std::string& out, int type, const void* value);
 /// Appends the texts of a list's elements to `out`, with commas between them; nothing for fields that are no
 /// list and for lists of messages. `list` is a record of the message's class.
-void appendElementTexts(std::string& out, const YMMessageBase& message, const FieldDef& list);
+KWXML_API void appendElementTexts(std::string& out, const YMMessageBase& message, const FieldDef& list);
 
 }  // namespace kwxml

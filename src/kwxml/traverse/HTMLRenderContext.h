@@ -10,6 +10,7 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/traverse/ValueTextContext.h>
 
 #include <string>
@@ -22,7 +23,7 @@ inline constexpr std::string_view spaceDelimiter = "&nbsp;&nbsp;&nbsp;&nbsp;&nbs
 namespace kwxml {
 
 /// What both contexts share: which fields are shown, and their values as text.
-class HTMLFieldContext : public ValueTextContext
+class KWXML_API HTMLFieldContext : public ValueTextContext
 {
 public:
   /// Switches escaping on or off, for names and values from now on; off at first. Escaped are &, <, >, both
@@ -69,7 +70,7 @@ private:
 
 /// A summary with nested messages as indented lines below their label, and the message as a block that a page
 /// may open and close. Values that are empty are left out.
-class HTMLRenderContext : public kwxml::HTMLFieldContext
+class KWXML_API HTMLRenderContext : public kwxml::HTMLFieldContext
 {
 public:
   /// With the default options.
@@ -114,7 +115,7 @@ private:
 };
 
 /// A summary as a compact list for a graphical client.
-class HTMLGuiSummaryRenderContext : public kwxml::HTMLFieldContext
+class KWXML_API HTMLGuiSummaryRenderContext : public kwxml::HTMLFieldContext
 {
 public:
   /// With the default options.

@@ -1,6 +1,8 @@
 // What a summary (KwXMLSummary.h) is rendered into.
 #pragma once
 
+#include <kwxml/platform/Export.h>
+
 #include <string>
 
 class MsgFieldContext;
@@ -25,7 +27,7 @@ public:
 /// renders one summary: the walk calls the context, then DumpToString() of the derived class gives the text.
 /// The message and each nested message stand between a start and an end; each field that is shown goes to
 /// writeAttribute(), writeList() or writeEnum(). What an override throws ends the walk.
-class KwXMLRenderContext
+class KWXML_API KwXMLRenderContext
 {
 public:
   /// With the default options.

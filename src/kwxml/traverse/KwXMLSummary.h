@@ -1,6 +1,7 @@
 // Summaries of messages for people: a walk (XmlTraverse) whose visitor hands each field to a render context.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/traverse/KwXMLRenderContext.h>
 #include <kwxml/traverse/XmlTraverse.h>
 
@@ -10,7 +11,7 @@
 /// The visitor of a summary: renders scalars that are set, except enumerations, and all lists, whatever their
 /// annotations, but nothing in a nested message with the annotation Password. A scalar of a type that
 /// XMLDecoder::isListType() counts among the lists is rendered as a list. Hands fields to a context.
-class SummaryTraverse : public XmlTraverseHandler
+class KWXML_API SummaryTraverse : public XmlTraverseHandler
 {
 public:
   /// Renders into `context`, which is not null, stays the caller's and outlives the visitor.
@@ -48,7 +49,7 @@ private:
 /// The visitor of a summary for a context of the caller: renders enumerations too, and scalars that are not
 /// set. Renders no field with the annotation HideInReports or Suppress, nothing in a nested message in such a
 /// field, and nothing in a nested message that the walk has made because it was missing.
-class DefaultSummaryTraverse : public SummaryTraverse
+class KWXML_API DefaultSummaryTraverse : public SummaryTraverse
 {
 public:
   /// The constructors of SummaryTraverse.
@@ -69,7 +70,7 @@ class KwXMLFormatOptions
 /// Makes summaries. All functions return 0, or 1 when there is nothing to render: an empty text, a text that
 /// cannot be read, a null message or context. Then the output is unchanged, and nothing is logged but what
 /// the reader logs of the text.
-class KwXMLSummary
+class KWXML_API KwXMLSummary
 {
 public:
   /// Replaces `out` by the plain-text summary of the message in an XML text.

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -57,7 +58,7 @@ struct MessageDifference
 };
 
 /// Is told in which values messages differ. Programs derive their own.
-class MessageDiffVisitor
+class KWXML_API MessageDiffVisitor
 {
 public:
   /// Called for each difference, and with DiffExtent::Everything for each equal value, in the order of the
@@ -86,7 +87,7 @@ enum class DiffExtent : std::uint8_t
 /// only one side has is shown value by value.
 ///
 /// Logs nothing. Safe for concurrent use on messages that nobody changes.
-std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right, MessageDiffVisitor& visitor,
-                         DiffExtent extent = DiffExtent::Differences);
+KWXML_API std::size_t diffMessages(const YMMessageBase& left, const YMMessageBase& right,
+                                   MessageDiffVisitor& visitor, DiffExtent extent = DiffExtent::Differences);
 
 }  // namespace kwxml

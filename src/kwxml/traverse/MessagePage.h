@@ -10,6 +10,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 #include <kwxml/xml/TakeText.h>
 
@@ -19,7 +20,7 @@ namespace kwxml {
 
 /// The page of any number of messages. Make the page, add messages, finish. A page keeps a line of each
 /// message that was added, for the index, and belongs to one thread at a time.
-class MessagePage
+class KWXML_API MessagePage
 {
 public:
   /// `take` gets the page in parts while it is made. `made` says when the page was made. What `take` throws

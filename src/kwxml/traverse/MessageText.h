@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 #include <iosfwd>
 #include <string>
@@ -13,9 +14,9 @@ namespace kwxml {
 /// of their enumerators. Passwords, and all in nested messages with the annotation Password, are left out; so
 /// are fields with the annotation HideInReports or Suppress. Control characters are shown as
 /// MessageDifference shows them. Throws std::bad_alloc alone.
-[[nodiscard]] std::string toString(const YMMessageBase& message);
+[[nodiscard]] KWXML_API std::string toString(const YMMessageBase& message);
 
 }  // namespace kwxml
 
 /// Writes kwxml::toString(). GoogleTest prints messages by this operator, too.
-std::ostream& operator<<(std::ostream& out, const YMMessageBase& message);
+KWXML_API std::ostream& operator<<(std::ostream& out, const YMMessageBase& message);

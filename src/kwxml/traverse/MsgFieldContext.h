@@ -3,6 +3,7 @@
 
 #include <kwxml/model/StringTypes.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ struct FieldDefTraverseInfo : FieldDef
 /// set, its annotations, and ways to change its value. Owns nothing: message and parents outlive the object.
 /// The field is one of the message's class. The operations that change the message have no result; a failure
 /// is logged as the accessors of YMMessageBase do it, and leaves the message unchanged.
-class MsgFieldContext
+class KWXML_API MsgFieldContext
 {
 public:
   /// For programs that visit a field without a walk. Copies the record; `message` is not null where a value

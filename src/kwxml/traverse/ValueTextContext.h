@@ -2,6 +2,7 @@
 #pragma once
 
 #include <kwxml/model/StringTypes.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/traverse/KwXMLRenderContext.h>
 
 #include <string>
@@ -11,7 +12,7 @@ namespace kwxml {
 
 /// Writes values of all kinds as texts under a name. Numbers have neither thousands separators nor the
 /// precision of a stream: they look the same in every process.
-class ValueTextContext : public KwXMLRenderContext
+class KWXML_API ValueTextContext : public KwXMLRenderContext
 {
 public:
   /// Writes the value of the field.

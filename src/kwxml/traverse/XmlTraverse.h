@@ -1,6 +1,7 @@
 // Walks over the fields of messages.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/traverse/MsgFieldContext.h>
 
 #include <string>
@@ -10,7 +11,7 @@ class KwXMLContextInfo;
 
 /// The base of visitors: a walk (XmlTraverse) shows a visitor each field of a message. Programs derive their
 /// own. What an override throws ends the walk.
-class XmlTraverseHandler
+class KWXML_API XmlTraverseHandler
 {
 public:
   /// With locale 0 and no order.
@@ -55,7 +56,7 @@ protected:
 /// Two bounds hold: messages below the deepest nesting that encodings accept (kwxml::maxMessageNesting) are
 /// not walked, and one walk makes a limited number of messages (kwxml::maxCreatedMessages), since classes
 /// that refer to each other would otherwise unfold without end. Each bound that a walk meets is logged once.
-class XmlTraverse : public XmlTraverseHandler
+class KWXML_API XmlTraverse : public XmlTraverseHandler
 {
 public:
   /// The constructors of XmlTraverseHandler.
@@ -120,7 +121,7 @@ private:
 
 /// A visitor that gives every unset enumeration, and list of enumerations, its default value where the
 /// field's annotation CommandParam has useDefault true.
-class EntityTypeHandler : public XmlTraverseHandler
+class KWXML_API EntityTypeHandler : public XmlTraverseHandler
 {
 public:
   /// Gives the field its default value where that is due.

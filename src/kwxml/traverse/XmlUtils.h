@@ -2,11 +2,12 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 
 /// Localized labels of fields. There is no catalogue of translations: every label is the field's name.
-class XmlUtils
+class KWXML_API XmlUtils
 {
 public:
   /// Makes `text` empty and returns true: the field has no label but its name.

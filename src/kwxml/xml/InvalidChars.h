@@ -12,6 +12,7 @@
 #pragma once
 
 #include <kwxml/model/XMLChstring.h>
+#include <kwxml/platform/Export.h>
 
 #include <cstddef>
 #include <string>
@@ -19,7 +20,7 @@
 /// Holds the result of its last call. A returned pointer stays valid until the handler's next call or its
 /// destruction; where a text needs no change the result is the input pointer itself and nothing is allocated.
 /// Not safe for concurrent use; handlers are independent of each other.
-class XmlInvalidCharHandler
+class KWXML_API XmlInvalidCharHandler
 {
 public:
   /// No result yet.

@@ -8,6 +8,7 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 #include <kwxml/reading/ReadObserver.h>
 
@@ -24,7 +25,7 @@ class MessageReader;
 }  // namespace kwxml
 
 /// Builds the message of one document from the events of a SAX2 parser. Not safe for concurrent use.
-class MySAX2Handler : public xercesc::DefaultHandler
+class KWXML_API MySAX2Handler : public xercesc::DefaultHandler
 {
 public:
   /// A handler for one document, with default flags, no context and no target.

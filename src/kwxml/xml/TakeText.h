@@ -1,6 +1,7 @@
 // What takes a text that is written in parts.
 #pragma once
 
+#include <kwxml/platform/Export.h>
 #include <kwxml/platform/StandardParts.h>
 
 #include <kwxml/platform/CxxStandard.h>
@@ -17,9 +18,9 @@ namespace kwxml {
 using TakeText = std::function<bool(std::string_view)>;
 
 /// Writes to a stream of the caller, until the stream fails. The stream must outlive the result.
-TakeText intoStream(std::ostream& out);
+KWXML_API TakeText intoStream(std::ostream& out);
 /// Fills the caller's memory from its begin. `size` counts all bytes, also those that the memory has no room
 /// for. Both must outlive the result.
-TakeText intoMemory(std::span<char> memory, std::size_t& size);
+KWXML_API TakeText intoMemory(std::span<char> memory, std::size_t& size);
 
 }  // namespace kwxml

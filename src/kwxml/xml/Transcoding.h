@@ -7,6 +7,7 @@
 #pragma once
 
 #include <kwxml/model/XMLChstring.h>
+#include <kwxml/platform/Export.h>
 
 #include <string>
 
@@ -17,7 +18,7 @@ class XMLTranscoder;
 }
 
 /// One string in both forms, each made when the holder is constructed and released with it.
-class XMLEncXStr
+class KWXML_API XMLEncXStr
 {
 public:
   /// From zero-terminated UTF-16; null is an empty text. A text that is not well-formed leaves StringForm()

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <kwxml/model/Metadata.h>
+#include <kwxml/platform/Export.h>
 
 #include <map>
 #include <vector>
@@ -23,7 +24,7 @@ struct ListenerCbData
 };
 
 /// The registry of one serializer. Not locked: listeners are added before messages are written concurrently.
-class XMLSerializationSupport
+class KWXML_API XMLSerializationSupport
 {
 public:
   /// A listener. What it returns is not looked at.

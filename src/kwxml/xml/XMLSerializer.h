@@ -7,6 +7,7 @@
 
 #include <kwxml/annotation/EncodingFlags.h>
 #include <kwxml/model/YMMessageBase.h>
+#include <kwxml/platform/Export.h>
 #include <kwxml/xml/TakeText.h>
 #include <kwxml/xml/TextToRead.h>
 #include <kwxml/xml/XMLSerializationSupport.h>
@@ -27,14 +28,14 @@ class ReadObserver;
 
 /// When set, readers also switch off namespaces and schema processing. False by default; set before threads
 /// read.
-extern bool skipValidation;
+extern KWXML_API bool skipValidation;
 
 /// Makes the "]]>" in a text that goes out as a CDATA section harmless: the XML library ends the section
 /// inside what is put in its place, and a reader joins the original text.
-void parseStringForCDATAEndAndReplace(std::string& text);
+KWXML_API void parseStringForCDATAEndAndReplace(std::string& text);
 
 /// Writes and reads XML. XMLEncoder and XMLDecoder are made of it for callers who need no more.
-class XMLSerializer
+class KWXML_API XMLSerializer
 {
 public:
   /// Default flags and no context.
