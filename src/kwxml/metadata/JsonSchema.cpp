@@ -61,7 +61,7 @@ constexpr std::string_view digits = "^-?(0|[1-9][0-9]*)$";
 
 /// The schemas of values. Numbers beyond 2^53 are texts, and a slot may hold more than its field's type says
 /// for some types; see docs/formats.md.
-class SchemaWriter
+class JsonSchemaWriter
 {
 public:
   void addRoot(const PackedReference& place, const std::string& name);
@@ -86,12 +86,12 @@ private:
   std::map<std::string, std::string> definitions_;
 };
 
-void SchemaWriter::addRoot(const PackedReference& place, const std::string& name)
+void JsonSchemaWriter::addRoot(const PackedReference& place, const std::string& name)
 {
   roots_ += (roots_.empty() ? "\n    " : ",\n    ") + quoted(name) + ":" + referenceTo(place);
 }
 
-std::string SchemaWriter::define(const std::string& name, const std::string& schema)
+std::string JsonSchemaWriter::define(const std::string& name, const std::string& schema)
 {
   definitions_[name] = schema;
   // Names of classes may hold what steers a JSON pointer, or its way through a URI.
@@ -112,7 +112,7 @@ std::string SchemaWriter::define(const std::string& name, const std::string& sch
   return "{\"$ref\":" + quoted("#/$defs/" + pointer) + "}";
 }
 
-std::string SchemaWriter::referenceTo(const PackedReference& place)
+std::string JsonSchemaWriter::referenceTo(const PackedReference& place)
 {
   if (met_.insert({place.system, place.classIndex}).second) {
     classes_.push_back(place);
@@ -120,7 +120,7 @@ std::string SchemaWriter::referenceTo(const PackedReference& place)
   return define(tagNameOf(place.system, *findClass(place)), {});  // it is written at the end
 }
 
-std::string SchemaWriter::write()
+std::string JsonSchemaWriter::write()
 {
   std::map<std::string, std::string> objects;
   for (std::size_t i = 0; i < classes_.size(); ++i) {  // more are met on the way
@@ -140,7 +140,7 @@ std::string SchemaWriter::write()
   return out + "\n  }\n}\n";
 }
 
-std::string SchemaWriter::objectOf(const PackedReference& place)
+std::string JsonSchemaWriter::objectOf(const PackedReference& place)
 {
   const _ClassDef& cls = *findClass(place);
   std::string properties;
@@ -159,7 +159,7 @@ std::string SchemaWriter::objectOf(const PackedReference& place)
 }
 
 /// Empty for what has no values, or whose class is missing.
-std::string SchemaWriter::ofField(const FieldDef& def, bool isOldWay)
+std::string JsonSchemaWriter::ofField(const FieldDef& def, bool isOldWay)
 {
   return visitFieldType(def.type, [&]<class Tag>(Tag) -> std::string {
     constexpr FieldDataType element = Tag::info.element;
@@ -186,13 +186,13 @@ std::string SchemaWriter::ofField(const FieldDef& def, bool isOldWay)
   });
 }
 
-std::string SchemaWriter::ofNested(const FieldDef& def, int which)
+std::string JsonSchemaWriter::ofNested(const FieldDef& def, int which)
 {
   const PackedReference reference = packedReference(def, which);
   return referencedMessage(reference) != nullptr ? referenceTo(reference) : std::string();
 }
 
-std::string SchemaWriter::ofMap(const FieldDef& def)
+std::string JsonSchemaWriter::ofMap(const FieldDef& def)
 {
   const auto part = [&](FieldDataType type, int which) {
     return type == FIELD_OBJECT ? ofNested(def, which) : ofNumber(type);
@@ -214,7 +214,7 @@ std::string SchemaWriter::ofMap(const FieldDef& def)
                        "},\"required\":[\"key\",\"value\"],\"additionalProperties\":false}");
 }
 
-std::string SchemaWriter::ofInteger(const FieldDef& def)
+std::string JsonSchemaWriter::ofInteger(const FieldDef& def)
 {
   constexpr std::string_view date = "[0-9]{4}-(0[1-9]|1[0-2])-(0[1-9]|[12][0-9]|3[01])";
   constexpr std::string_view clock = "([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]";
@@ -234,7 +234,7 @@ std::string SchemaWriter::ofInteger(const FieldDef& def)
   return anyOf({number, define(isDate ? "date" : "dateTime", ofPattern(pattern))});
 }
 
-std::string SchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
+std::string JsonSchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
 {
   const PackedReference reference = packedReference(def);
   const _ClassDef* cls = findClass(reference);
@@ -264,7 +264,7 @@ std::string SchemaWriter::ofEnumeration(const FieldDef& def, bool isOldWay)
 }
 
 /// What a text or a number of a type looks like, as a reference.
-std::string SchemaWriter::ofNumber(FieldDataType type)
+std::string JsonSchemaWriter::ofNumber(FieldDataType type)
 {
   const std::string wide = ofPattern(digits);
   switch (fieldTypeInfo(type).json) {
@@ -300,7 +300,7 @@ std::string SchemaWriter::ofNumber(FieldDataType type)
 
 bool jsonSchema(std::string& out, std::span<const PackedReference> classes)
 {
-  SchemaWriter writer;
+  JsonSchemaWriter writer;
   std::set<std::pair<int, int>> roots;
   for (const PackedReference& place : classes) {
     const _ClassDef* cls = referencedMessage(place);

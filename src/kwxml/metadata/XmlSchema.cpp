@@ -51,10 +51,10 @@ struct Content
   void remark(const std::string& text) { remarks += "    <!-- " + text + " -->\n"; }
 };
 
-class SchemaWriter
+class XmlSchemaWriter
 {
 public:
-  explicit SchemaWriter(XmlSchemaForm form) : form_(form), types_(form) {}
+  explicit XmlSchemaWriter(XmlSchemaForm form) : form_(form), types_(form) {}
 
   void addRoot(const PackedReference& place, const std::string& name);
   /// The schema of all roots; call once.
@@ -77,12 +77,12 @@ private:
   std::set<std::pair<int, int>> met_;
 };
 
-void SchemaWriter::addRoot(const PackedReference& place, const std::string& name)
+void XmlSchemaWriter::addRoot(const PackedReference& place, const std::string& name)
 {
   roots_ += "  <xs:element name=\"" + name + "\" type=\"" + typeOf(place) + "\"/>\n";
 }
 
-std::string SchemaWriter::typeOf(const PackedReference& place)
+std::string XmlSchemaWriter::typeOf(const PackedReference& place)
 {
   if (met_.insert({place.system, place.classIndex}).second) {
     classes_.push_back(place);
@@ -90,7 +90,7 @@ std::string SchemaWriter::typeOf(const PackedReference& place)
   return xmlSchemaTypeName(place);
 }
 
-std::string SchemaWriter::write()
+std::string XmlSchemaWriter::write()
 {
   const char* values = form_ == XmlSchemaForm::Attributes ? "in attributes"
                        : form_ == XmlSchemaForm::Elements ? "as the text of elements"
@@ -108,7 +108,7 @@ std::string SchemaWriter::write()
 
 /// Elements come in any order. Where none is repeated each may come once, which one content model of XML
 /// Schema 1.0 can say, but only then.
-std::string SchemaWriter::complexType(const PackedReference& place)
+std::string XmlSchemaWriter::complexType(const PackedReference& place)
 {
   const _ClassDef& cls = *findClass(place);
   const bool isOldWay = isEager(place.system);
@@ -136,7 +136,7 @@ std::string SchemaWriter::complexType(const PackedReference& place)
   return text + content.attributes + "  </xs:complexType>\n";
 }
 
-void SchemaWriter::addField(Content& content, const FieldDef& def, bool isOldWay, const char* occurrence)
+void XmlSchemaWriter::addField(Content& content, const FieldDef& def, bool isOldWay, const char* occurrence)
 {
   const std::string name = def.getName();
   visitFieldType(def.type, [&]<class Tag>(Tag) {
@@ -165,7 +165,7 @@ void SchemaWriter::addField(Content& content, const FieldDef& def, bool isOldWay
   });
 }
 
-std::string SchemaWriter::nestedType(Content& content, const FieldDef& def, int which)
+std::string XmlSchemaWriter::nestedType(Content& content, const FieldDef& def, int which)
 {
   const PackedReference reference = packedReference(def, which);
   if (referencedMessage(reference) == nullptr) {
@@ -176,7 +176,7 @@ std::string SchemaWriter::nestedType(Content& content, const FieldDef& def, int 
 }
 
 /// The type of an entry's element: a key and a value, in any order; empty when a class is missing.
-std::string SchemaWriter::mapEntry(Content& content, const FieldDef& def)
+std::string XmlSchemaWriter::mapEntry(Content& content, const FieldDef& def)
 {
   std::string parts;
   for (const bool isKey : {true, false}) {
@@ -195,8 +195,8 @@ std::string SchemaWriter::mapEntry(Content& content, const FieldDef& def)
 }
 
 /// An element of a named type, or of the type that is its content.
-std::string SchemaWriter::element(const Content& content, const FieldDef& def, const std::string& type,
-                                  const char* occurrence, const std::string& typeContent)
+std::string XmlSchemaWriter::element(const Content& content, const FieldDef& def, const std::string& type,
+                                     const char* occurrence, const std::string& typeContent)
 {
   const std::string tag = "      <xs:element name=\"" + std::string(def.getName()) + "\"" +
                           (type.empty() ? "" : " type=\"" + type + "\"") + occurrence + ">";
@@ -211,7 +211,7 @@ std::string SchemaWriter::element(const Content& content, const FieldDef& def, c
 bool xmlSchema(std::string& out, std::span<const PackedReference> classes, XmlSchemaForm form)
 {
   constexpr const char* function = "xmlSchema";
-  SchemaWriter writer(form);
+  XmlSchemaWriter writer(form);
   std::set<std::pair<int, int>> roots;
   for (const PackedReference& place : classes) {
     const _ClassDef* cls = referencedMessage(place);

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <memory>
 
-using Access = kwxml::MessageAccess;
+using Parts = kwxml::MessageAccess;
 
 // ---- Copy
 
@@ -285,11 +285,11 @@ bool equalValues(const YMMessageBase& a, const YMMessageBase& b, const FieldDef&
   return kwxml::visitFieldType(def.type, [&]<class Tag>(Tag) {
     using Value = typename Tag::Value;
     if constexpr (kwxml::StringSlot<Tag>) {
-      return Access::inPlace<Value>(a, def.slot) == Access::inPlace<Value>(b, def.slot);
+      return Parts::inPlace<Value>(a, def.slot) == Parts::inPlace<Value>(b, def.slot);
     } else if constexpr (kwxml::InPlaceValue<Tag>) {
-      return Access::raw(a, def.slot) == Access::raw(b, def.slot);
+      return Parts::raw(a, def.slot) == Parts::raw(b, def.slot);
     } else if constexpr (kwxml::ObjectValue<Tag>) {
-      return equalObjects(Access::pointer<Value>(a, def.slot), Access::pointer<Value>(b, def.slot));
+      return equalObjects(Parts::pointer<Value>(a, def.slot), Parts::pointer<Value>(b, def.slot));
     } else {
       return Tag::type != FIELD_INVALID;
     }
@@ -307,8 +307,8 @@ bool YMMessageBase::operator==(const YMMessageBase& other) const
     if (def.hash == 0) {
       continue;
     }
-    const bool set = Access::isSet(*this, def);
-    if (set != Access::isSet(other, def) || (set && !equalValues(*this, other, def))) {
+    const bool set = Parts::isSet(*this, def);
+    if (set != Parts::isSet(other, def) || (set && !equalValues(*this, other, def))) {
       return false;
     }
   }
@@ -425,9 +425,9 @@ void YMMessageBase::setEveryPrimitiveBitset(bool on)
         on ? buffer_.setBit(def.fieldNumber) : buffer_.clearBit(def.fieldNumber);
       } else if constexpr (kwxml::ByteString<Tag> || kwxml::PasswordString<Tag>) {
         if (on) {
-          auto*& bytes = Access::pointer<typename Tag::Value>(*this, def.slot);
+          auto*& bytes = Parts::pointer<typename Tag::Value>(*this, def.slot);
           delete std::exchange(bytes, new typename Tag::Value);
-          Access::mark(*this, def);
+          Parts::mark(*this, def);
         } else {
           deleteMember(def.fieldNumber, tagId_, def.hash, false);
         }

@@ -16,8 +16,7 @@ std::string factList(const std::vector<std::pair<std::string, std::string>>& fac
   return text + "</dl>\n";
 }
 
-constexpr std::size_t groupSize = 1000;  ///< sections
-constexpr std::size_t openIndex = 100;   ///< up to so many lines are not folded
+constexpr std::size_t openIndex = 100;  ///< up to so many lines are not folded
 
 }  // namespace
 

@@ -10,6 +10,9 @@
 
 namespace kwxml {
 
+/// How many sections, and how many elements of a collection, fold together.
+inline constexpr std::size_t groupSize = 1000;
+
 /// One page, written while it is made. Its sections become known one after the other, and whether there will
 /// be more of them than one is what its heading depends on: so the first one is kept until that is known. The
 /// index is written behind them and shown before them.

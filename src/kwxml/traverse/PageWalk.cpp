@@ -4,6 +4,7 @@
 #include <kwxml/model/Limits.h>
 #include <kwxml/traverse/DiffText.h>
 #include <kwxml/traverse/FieldWords.h>
+#include <kwxml/traverse/PageShell.h>
 #include <kwxml/traverse/PageText.h>
 
 #include <algorithm>
@@ -12,7 +13,6 @@ namespace kwxml {
 
 namespace {
 
-constexpr std::size_t groupSize = 1000;
 constexpr std::size_t mostColumns = 24;      ///< a table with more is wider than anybody reads
 constexpr std::size_t mostInCell = 8;        ///< elements of a list
 constexpr std::size_t smallCollection = 20;  ///< what is open at first

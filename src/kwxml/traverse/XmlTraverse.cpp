@@ -31,13 +31,6 @@ std::string traverseName(const YMMessageBase& message)
   return underscore == std::string::npos ? tagName : tagName.substr(underscore + 1);
 }
 
-/// The walk's own flags, the same at every level.
-struct Flags
-{
-  bool createMissing;
-  bool keepCreated;
-};
-
 /// In an ordered walk these come first.
 bool isSimple(FieldDataType type)
 {
@@ -49,6 +42,12 @@ bool isSimple(FieldDataType type)
 /// The walk of one message and those below it. The two orders differ in the texts that they log, too.
 struct XmlTraverse::Walk
 {
+  /// The same at every level.
+  struct Flags
+  {
+    bool createMissing;
+    bool keepCreated;
+  };
   XmlTraverse& owner;
   const Flags flags;
   const bool ordered;

@@ -21,7 +21,7 @@
 namespace {
 
 constexpr XMLSize_t transcoderBlockSize = 16384;
-constexpr unsigned short emptyText[] = {0};
+constexpr unsigned short noUnits[] = {0};
 
 // The loops over whole texts below have no exits and no branches, so that compilers vectorise them.
 
@@ -149,7 +149,7 @@ XMLEncXStr::XMLEncXStr(const std::string& text) : narrow_(text)
 
 const unsigned short* XMLEncXStr::XMLChForm() const noexcept
 {
-  return wide_.c_str() != nullptr ? wide_.c_str() : emptyText;
+  return wide_.c_str() != nullptr ? wide_.c_str() : noUnits;
 }
 
 bool XMLEncXStr::convertUTF8ToUTF16(const std::string& in, XMLChstring& out)
