@@ -2,6 +2,7 @@
 #include "Grammar.h"
 #include "OutputFiles.h"
 #include "Stages.h"
+#include "XmlText.h"
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
@@ -12,7 +13,6 @@
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
-#include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
 
@@ -25,19 +25,6 @@
 
 namespace kwxml::catalogue {
 namespace {
-
-std::string toUtf8(const XMLCh* text)
-{
-  std::string ascii;
-  for (const XMLCh* c = text; c != nullptr && *c != 0; ++c) {
-    if (*c >= 0x80) {
-      const xercesc::TranscodeToStr utf8(text, "UTF-8");
-      return {reinterpret_cast<const char*>(utf8.str()), static_cast<std::size_t>(utf8.length())};
-    }
-    ascii.push_back(static_cast<char>(*c));
-  }
-  return ascii;
-}
 
 /// Text in one line: blanks, line ends and other control characters, as many as stand together, are one
 /// blank, and none at the ends.

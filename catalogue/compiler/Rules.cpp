@@ -6,42 +6,67 @@
 namespace kwxml::catalogue {
 namespace {
 
-/// In the order of Rule.
-constexpr const char* names[] = {
-    "annotation-member",  // a member that nothing looks for
-    "hash-of-zero",       // a field that no name leads to
-    "idle-cdata",         // a CDATA mark that changes nothing
-    "old-way",            // a system whose messages are always written whole
-    "password-type",      // a password without a type
-    "repeated-id",        // two classes with one ID
-    "repeated-xpath",     // two XPaths with one text
-    "same-hash",          // two fields that one name leads to
-    "ulonglong",          // a number that binary readers misread
-    "unread-xpath",       // an XPath in a system without XPath tables
-    "wide-integers",      // a number of which the binary form keeps half
-    "wide-strings",       // a text that XML and the binary form leave out
+struct Description
+{
+  const char* name;
+  const char* meaning;
 };
-static_assert(std::size(names) == static_cast<std::size_t>(Rule::WideStrings) + 1);
+
+/// In the order of Rule.
+constexpr Description descriptions[] = {
+    {"annotation-member", "a member that its annotation does not have"},
+    {"hash-of-zero", "a field whose name has the hash 0: no name leads to it"},
+    {"idle-cdata", "cdata on bytes or passwords, where it changes nothing"},
+    {"old-way", "a system with an index of the old way: all fields of its messages are always written"},
+    {"password-type",
+     "a pstring without a password type: XML leaves it out; without any annotation readers refuse a binary "
+     "message "
+     "with it"},
+    {"repeated-id", "two classes of a system with one ID"},
+    {"repeated-xpath", "two XPaths of a system with one text"},
+    {"same-hash", "two fields of a class with one hash"},
+    {"ulonglong", "a ulonglong or a list of it, which readers of the binary form misread"},
+    {"unread-xpath", "an XPath in a system without XPath tables"},
+    {"wide-integers", "a long, a ulong or a list of them, of which the binary form keeps 32 bits"},
+    {"wide-strings", "a wstring or a list of it, which XML and the binary form leave out"},
+};
+static_assert(std::size(descriptions) == static_cast<std::size_t>(Rule::WideStrings) + 1);
 
 }  // namespace
 
 const char* ruleName(Rule rule)
 {
-  return names[static_cast<std::size_t>(rule)];
+  return descriptions[static_cast<std::size_t>(rule)].name;
+}
+
+const char* ruleMeaning(Rule rule)
+{
+  return descriptions[static_cast<std::size_t>(rule)].meaning;
+}
+
+std::vector<Rule> allRules()
+{
+  std::vector<Rule> rules;
+  for (std::size_t i = 0; i < std::size(descriptions); ++i) {
+    rules.push_back(static_cast<Rule>(i));
+  }
+  return rules;
 }
 
 std::optional<Rule> findRule(std::string_view name)
 {
-  const auto* found = std::find(std::begin(names), std::end(names), name);
-  return found != std::end(names) ? std::optional<Rule>(static_cast<Rule>(found - std::begin(names)))
-                                  : std::nullopt;
+  const auto* found = std::find_if(std::begin(descriptions), std::end(descriptions),
+                                   [&](const Description& one) { return name == one.name; });
+  return found != std::end(descriptions)
+             ? std::optional<Rule>(static_cast<Rule>(found - std::begin(descriptions)))
+             : std::nullopt;
 }
 
 std::string ruleNames()
 {
   std::string all;
-  for (const char* name : names) {
-    all += (all.empty() ? "" : ", ") + std::string(name);
+  for (const Rule rule : allRules()) {
+    all += (all.empty() ? "" : ", ") + std::string(ruleName(rule));
   }
   return all;
 }

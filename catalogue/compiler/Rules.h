@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kwxml::catalogue {
 
@@ -25,6 +26,12 @@ enum class Rule
 };
 
 const char* ruleName(Rule rule);
+
+/// What it finds.
+const char* ruleMeaning(Rule rule);
+
+/// All of them, in the order of their names.
+std::vector<Rule> allRules();
 
 /// None for an unknown name.
 std::optional<Rule> findRule(std::string_view name);

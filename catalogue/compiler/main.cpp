@@ -1,17 +1,20 @@
 // kwxml-catalogue: schema files in, constant tables and wrapper headers out.
+#include "CommandLine.h"
 #include "CompareCatalogues.h"
 #include "CppText.h"
 #include "EvolutionReport.h"
 #include "OutputFiles.h"
 #include "SchemaFiles.h"
+#include "SchemaManual.h"
 #include "Stages.h"
 
+#include <commandline/AppManual.h>
+#include <commandline/Completion.h>
 #include <CLI/CLI.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include <algorithm>
-#include <charconv>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -21,177 +24,17 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace kwxml::catalogue;
+using namespace kwxml::commandline;
 
 constexpr int exitDone = 0;
 constexpr int exitRefused = 1;
 constexpr int exitUsage = 2;
-constexpr unsigned maxShards = 9999;
-constexpr std::size_t maxName = 255;
-constexpr const char* builtInName = "builtin";
-
-struct Arguments
-{
-  bool strict = false;
-  bool listOutputs = false;
-  bool format = false;
-  Emission emission;
-  std::vector<std::string> allowed;  ///< names of rules
-  std::string outputDirectory;
-  std::vector<std::string> schemas;
-};
-
-constexpr const char* description =
-    "Compiles schema files of message systems into C++: the constant tables of a catalogue library and one "
-    "header\n"
-    "of typed wrappers per system.";
-
-constexpr const char* footer =
-    "Writes OUTDIR/tables_000.cpp and on, OUTDIR/classes.cpp, OUTDIR/lists.cpp, OUTDIR/registry.cpp and\n"
-    "OUTDIR/<System>.h. The same schemas give the same bytes, and a file whose text stays keeps its time.\n"
-    "Mistakes are reported on standard error as\n"
-    "FILE:LINE:COLUMN: error: TEXT, the place being just behind the start tag of the element in question; "
-    "nothing\n"
-    "is written then. Warnings have the name of their rule, for --allow, behind them.\n"
-    "\n"
-    "Exit status: 0 done, 1 the schemas have errors or a file could not be read or written, 2 usage.\n"
-    "\n"
-    "Other calls: kwxml-catalogue --against OLD NEW compares two versions of a catalogue, kwxml-catalogue "
-    "--rules\n"
-    "lists what that finds; see kwxml-catalogue --against --help.\n"
-    "\n"
-    "Example: kwxml-catalogue -o build/catalogue schemas/Demo.xml schemas/Shop.xml";
-
-constexpr const char* compareDescription =
-    "Lists the differences of two versions of a catalogue, and what each does to data that the older one "
-    "wrote.\n"
-    "Nothing is compiled.";
-
-constexpr const char* compareFooter =
-    "Exit status: 0 done, 1 a difference that is not allowed breaks data or a catalogue has errors, 2 "
-    "usage.\n"
-    "\n"
-    "Example: kwxml-catalogue --against released/schemas schemas --allow enumerator-removed";
-
-/// Of an option's value: empty, or why it is refused.
-std::string refuseShards(const std::string& value)
-{
-  unsigned shards = 0;
-  const char* end = value.data() + value.size();
-  const auto result = std::from_chars(value.data(), end, shards);
-  return result.ec == std::errc() && result.ptr == end && shards >= 1 && shards <= maxShards
-             ? std::string()
-             : "takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
-}
-
-std::string refuseName(const std::string& value)
-{
-  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
-  const auto isPart = [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; };
-  // Names with "__" are those of the C++ implementation.
-  return !value.empty() && value.size() <= maxName && isLetter(value[0]) &&
-                 std::all_of(value.begin(), value.end(), isPart) && value.find("__") == std::string::npos &&
-                 isUsableNamespace(value)
-             ? std::string()
-             : "takes a name that C++ has room for, of letters, digits and '_', not " + quoted(value);
-}
-
-std::string refuseRule(const std::string& value)
-{
-  return findRule(value) ? std::string() : "unknown rule " + quoted(value) + "; known: " + ruleNames();
-}
 
 /// CLI11's words, but for unknown options.
 std::string explain(const CLI::App& app, const CLI::ParseError& error)
 {
   const bool unknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
   return unknown ? "unknown option " + kwxml::catalogue::quoted(app.remaining().front()) : error.what();
-}
-
-void addOptions(CLI::App& app, Arguments& arguments)
-{
-  const auto check = [](std::string (*refuse)(const std::string&)) {
-    return CLI::Validator([refuse](std::string& value) { return refuse(value); }, "");
-  };
-  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.add_option("SCHEMA", arguments.schemas,
-                 "Schema files, or directories: their *.xml files, sorted by name")
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->type_name("");
-  app.add_option("-o", arguments.outputDirectory, "Where the files go; made when it does not exist")
-      ->type_name("OUTDIR");
-  app.add_option("--name", arguments.emission.name, "Name of the catalogue (default: catalogue)")
-      ->check(check(refuseName))
-      ->type_name("NAME");
-  app.add_option("--shards", arguments.emission.shards,
-                 "Number of table files (default: one per 256 classes)")
-      ->check(check(refuseShards))
-      ->type_name("N");
-  app.add_flag("--built-in", arguments.emission.builtIn, "The catalogue of the message library itself")
-      ->group("");  // for the library's own build
-  app.add_flag("--list-outputs", arguments.listOutputs,
-               "Print the names of the files that would be written, and write none");
-  app.add_flag("--format", arguments.format,
-               "Rewrite the schema files in their canonical layout, and no others")
-      ->excludes("-o")
-      ->excludes("--list-outputs");
-  app.add_flag("--strict", arguments.strict, "What is only suspicious, and warned of, is an error");
-  app.add_option("--allow", arguments.allowed, "Do not warn of what this rule finds; may be repeated")
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->allow_extra_args(false)  // one value each: what follows is a schema
-      ->check(check(refuseRule))
-      ->type_name("RULE");
-  app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
-  app.footer(footer);
-}
-
-std::string refuseEvolutionRule(const std::string& value)
-{
-  return findEvolutionRule(value) != nullptr ? std::string()
-                                             : "no rule is called " + quoted(value) + "; --rules lists them";
-}
-
-/// What comparing takes, which shares words with compiling but not their meaning.
-struct CompareCall
-{
-  bool rules = false;
-  CompareArguments arguments;
-};
-
-void addOptions(CLI::App& app, CompareCall& call)
-{
-  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.add_option("--against", call.arguments.older,
-                 "The older schema file or directory, or the library of a compiled catalogue")
-      ->type_name("OLD");
-  app.add_option("NEW", call.arguments.newer, "The newer one, alike")->type_name("");
-  app.add_option("--format", call.arguments.format, "text, or json: an array of objects, for programs")
-      ->check(CLI::IsMember({"text", "json"}).description(""))
-      ->type_name("FORMAT");
-  app.add_option("--allow", call.arguments.allowed, "Differences of this rule do not count; may be repeated")
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->allow_extra_args(false)
-      ->check(CLI::Validator([](std::string& value) { return refuseEvolutionRule(value); }, ""))
-      ->type_name("RULE");
-  app.add_flag("--rules", call.rules, "List the rules, and no differences");
-  app.set_version_flag("--version", "kwxml-catalogue " KWXML_VERSION, "Print the version");
-  app.footer(compareFooter);
-}
-
-/// What a whole command line lacks, empty when it lacks nothing.
-std::string findMissing(const Arguments& arguments)
-{
-  if (arguments.emission.name == builtInName && !arguments.emission.builtIn) {
-    return "--name: the message library's own catalogue is called " + kwxml::catalogue::quoted(builtInName);
-  }
-  const bool compiles = arguments.strict || !arguments.allowed.empty() || arguments.emission.shards != 0 ||
-                        arguments.emission.name != Emission().name;
-  if (arguments.format && compiles) {
-    return "--format excludes the options of compiling";
-  }
-  if (arguments.outputDirectory.empty() && !arguments.listOutputs && !arguments.format) {
-    return "no output directory";
-  }
-  return arguments.schemas.empty() ? "no schemas" : "";
 }
 
 std::string headLine(const std::vector<std::string>& files)
@@ -302,18 +145,13 @@ int compile(const Arguments& arguments)
   return exitDone;
 }
 
-std::string findMissing(const CompareCall& call)
-{
-  if (call.rules) {
-    return call.arguments.older.empty() && call.arguments.newer.empty() ? "" : "--rules takes nothing else";
-  }
-  return call.arguments.older.empty() || call.arguments.newer.empty()
-             ? "--against takes an older and a newer catalogue"
-             : "";
-}
-
 int run(const Arguments& arguments)
 {
+  if (arguments.helpSchema) {
+    const XmlPlatform platform;
+    std::cout << toText(schemaPage().blocks);
+    return exitDone;
+  }
   return arguments.format ? formatFiles(arguments) : compile(arguments);
 }
 
@@ -362,15 +200,31 @@ int answer(const char* about, char* program, std::string question)
   return runCall<Call>(about, 2, words);
 }
 
-bool isComparing(int argc, char** argv)
+void writeManual(const std::string& folder)
 {
-  for (int i = 1; i < argc && std::string_view(argv[i]) != "--"; ++i) {
-    const std::string_view argument = argv[i];
-    if (argument == "--against" || argument.starts_with("--against=") || argument == "--rules") {
-      return true;
-    }
+  const XmlPlatform platform;
+  writePages({commandPage(), schemaPage()}, folder, programVersion);
+}
+
+/// What the whole line asks for.
+int runLine(int argc, char** argv)
+{
+  const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  if (!words.empty() && words[0] == completeOption) {
+    std::cout << completions({words.begin() + 1, words.end()});
+    return exitDone;
   }
-  return false;
+  if (words.size() == 2 && words[0] == pagesOption) {
+    writeManual(words[1]);
+    return exitDone;
+  }
+  const auto asks = [&](std::string_view question) {
+    return std::find(words.begin(), words.end(), question) != words.end();
+  };
+  return !isComparing(words)            ? runCall<Arguments>(description, argc, argv)
+         : asks("--help") || asks("-h") ? answer<CompareCall>(compareDescription, argv[0], "--help")
+         : asks("--version")            ? answer<CompareCall>(compareDescription, argv[0], "--version")
+                                        : runCall<CompareCall>(compareDescription, argc, argv);
 }
 
 }  // namespace
@@ -378,14 +232,7 @@ bool isComparing(int argc, char** argv)
 int main(int argc, char** argv)
 {
   try {
-    const auto asks = [&](std::string_view question) {
-      return std::any_of(argv, argv + argc, [&](const char* word) { return word == question; });
-    };
-    const int status = !isComparing(argc, argv) ? runCall<Arguments>(description, argc, argv)
-                       : asks("--help") || asks("-h")
-                           ? answer<CompareCall>(compareDescription, argv[0], "--help")
-                       : asks("--version") ? answer<CompareCall>(compareDescription, argv[0], "--version")
-                                           : runCall<CompareCall>(compareDescription, argc, argv);
+    const int status = runLine(argc, argv);
     if (!std::cout.flush()) {
       throw std::runtime_error("cannot write to standard output");
     }

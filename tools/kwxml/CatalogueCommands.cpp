@@ -1,8 +1,10 @@
 // The commands that show the catalogue: systems, classes, schema, hash.
 #include "Command.h"
+#include "CompleteLine.h"
 #include "Files.h"
 #include "Names.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/metadata/JsonSchema.h>
@@ -196,18 +198,16 @@ std::string xsdDocument(const Options& options)
 /// Refuses a value that is none of a few words.
 CLI::Validator oneOf(const std::vector<std::string>& words)
 {
-  return CLI::Validator(
-      [words](std::string& value) {
-        std::string known;
-        for (const std::string& word : words) {
-          if (word == value) {
-            return std::string();
-          }
-          known += (known.empty() ? "" : ", ") + word;
-        }
-        return "takes " + known + ", not '" + value + "'" + didYouMean(value, words);
-      },
-      "");
+  return commandline::offering(commandline::wordsWithoutMeaning(words), [words](const std::string& value) {
+    std::string known;
+    for (const std::string& word : words) {
+      if (word == value) {
+        return std::string();
+      }
+      known += (known.empty() ? "" : ", ") + word;
+    }
+    return "takes " + known + ", not '" + value + "'" + didYouMean(value, words);
+  });
 }
 
 void addSchemaCommand(CLI::App& app, Session& session)
@@ -232,6 +232,7 @@ void addSchemaCommand(CLI::App& app, Session& session)
           "TAG", options->names,
           "Tag names (Demo_Status) or tag IDs (decimal or 0x); but for the plain text also systems (Demo), "
           "for all their classes")
+      ->check(commandline::ofKind(classKind))
       ->type_name("")
       ->required();
   command.add_flag("--hidden", options->hidden, "Show hidden fields too");
@@ -276,7 +277,10 @@ void addCatalogueCommands(CLI::App& app, Session& session)
     CLI::App& command = addCommand(
         app, "classes", "Lists the classes of a system: index, ID, message or enum, name (tab-separated).",
         "Example:\n  kwxml classes Demo", options->outputFile);
-    command.add_option("SYSTEM", options->name, "Name of the system")->type_name("")->required();
+    command.add_option("SYSTEM", options->name, "Name of the system")
+        ->check(commandline::ofKind(systemKind))
+        ->type_name("")
+        ->required();
     command.callback([options, &session] {
       session.run = [options](LibraryLog&) {
         writeOutput(options->outputFile, listClasses(findSystem(options->name)));

@@ -50,7 +50,7 @@ CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& 
                      const std::string& more, std::string& outputFile);
 
 /// The check of an option that takes a level: empty, or what is wrong with it.
-std::string notNegative(std::string& value);
+std::string notNegative(const std::string& value);
 
 void addCatalogueCommands(CLI::App& app, Session& session);
 void addConvertCommand(CLI::App& app, Session& session);

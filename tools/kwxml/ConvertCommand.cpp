@@ -3,6 +3,7 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -199,6 +200,7 @@ void addConvertCommand(CLI::App& app, Session& session)
       "  kwxml convert --from records messages.dat --no-declaration",
       options->outputFile);
   command.add_option("FILE", options->inputFiles, "The messages; - or nothing: standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("");
   addFromOption(command, options->from, "the input");
   addReadOptions(command, options->read);

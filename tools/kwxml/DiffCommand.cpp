@@ -4,6 +4,7 @@
 #include "PageForm.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/codec/StandInPasswords.h>
@@ -260,9 +261,9 @@ void addDiffCommand(CLI::App& app, Session& session)
       "when there is a key for it, and compared as they were received otherwise.\n\n"
       "The forms records and batch, and documents of XML behind one another, are compared one by one:\n"
       "\"#2 items[0].price\" is in the second one.\n\n"
-      "The exit status is 0 when there is no difference and 1 when there is one. It is 1 too, with a line on "
-      "standard\n"
-      "error, when A or B cannot be read: a message that has lost a field is not compared.\n\n"
+      "Exit status: 0 there is no difference, 1 there is one, 2 usage. It is 1 too, with a line on standard "
+      "error,\n"
+      "when A or B cannot be read: a message that has lost a field is not compared.\n\n"
       "Example:\n  kwxml diff order.xml changed.xml\n"
       "  ~\titems[1].price\t0.25\t0.3\n"
       "  -\tstatus.errorMessage\t\"\"\n"
@@ -271,9 +272,11 @@ void addDiffCommand(CLI::App& app, Session& session)
       "  kwxml diff order.xml changed.xml --to page -o differences.html",
       options->outputFile);
   command.add_option("A", options->left, "A message, or a file of them; - is standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("")
       ->required();
   command.add_option("B", options->right, "What it is compared with; only one of them may be -")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("")
       ->required();
   addFromOption(command, options->from, "both inputs");

@@ -1,9 +1,11 @@
 // The command that shows the shape of a class by a sample message: dummy.
 #include "Command.h"
+#include "CompleteLine.h"
 #include "Messages.h"
 #include "Names.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/metadata/DummyValues.h>
@@ -76,6 +78,7 @@ void addDummyCommand(CLI::App& app, Session& session)
       "Example:\n  kwxml dummy Shop_Order --readable",
       options->outputFile);
   command.add_option("TAG", options->tag, "Tag name (Shop_Order) or tag ID (decimal or 0x) of the class")
+      ->check(commandline::ofKind(messageKind))
       ->type_name("")
       ->required();
   addWriteOptions(command, options->write);

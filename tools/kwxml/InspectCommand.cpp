@@ -1,10 +1,10 @@
 // The command that explains the bytes of binary messages: inspect.
 #include "Command.h"
-#include "Files.h"
-#include "Forms.h"
 #include "Inspect.h"
+#include "Messages.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <fstream>
@@ -28,11 +28,6 @@ std::optional<InspectForm> formNamed(std::string_view name)
          : name == "records" ? std::optional(InspectForm::Records)
          : name == "batch"   ? std::optional(InspectForm::Batch)
                              : std::nullopt;
-}
-
-std::string refuseForm(const std::string& name)
-{
-  return formNamed(name) ? std::string() : "unknown form '" + name + "', known: binary, records, batch";
 }
 
 void run(const Options& options, LibraryLog& log)
@@ -81,17 +76,18 @@ void addInspectCommand(CLI::App& app, Session& session)
                  "16 are shown; "
                  "of\n"
                  "passwords none. Of a damaged message everything before the damage is explained; the last "
-                 "line says what "
-                 "is\n"
-                 "wrong, and the exit status is 1.\n\n"
+                 "line says what is\n"
+                 "wrong.\n\n"
+                 "Exit status: 0 the message is whole, 1 it is damaged or cannot be read, 2 usage.\n\n"
                  "Example:\n  kwxml inspect status.bin\n  kwxml inspect --from records messages.dat | less",
                  options->outputFile);
   command
       .add_option("FILE", options->inputFile, "The message or file of messages; - or nothing: standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("");
   command
       .add_option("--from", options->from, "Form of the input (binary, records, batch); guessed when absent")
-      ->check(CLI::Validator([](std::string& value) { return refuseForm(value); }, ""))
+      ->check(formName({"binary", "records", "batch"}))
       ->type_name("FORM");
   command.callback([options, &session] { session.run = [options](LibraryLog& log) { run(*options, log); }; });
 }

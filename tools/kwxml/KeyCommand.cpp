@@ -2,6 +2,7 @@
 #include "Command.h"
 #include "Files.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/platform/PasswordKeyFile.h>
@@ -70,7 +71,10 @@ void addKeyCommand(CLI::App& app, Session& session)
       "file can read every password; who loses it can read "
       "none.\n\n"
       "Example:\n  kwxml key create /etc/kwxml/password.key >> /etc/kwxml/settings.ini");
-  command.add_option("FILE", *file, "The key file to create")->required()->type_name("");
+  command.add_option("FILE", *file, "The key file to create")
+      ->required()
+      ->check(commandline::ofKind(commandline::fileKind))
+      ->type_name("");
   command.callback([file, &session] {
     session.needsCatalogue = false;
     session.run = [file](LibraryLog&) { create(*file); };

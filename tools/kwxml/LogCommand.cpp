@@ -3,6 +3,7 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/log/XmlBinaryLogger.h>
@@ -92,7 +93,9 @@ void addLogCommand(CLI::App& app, Session& session)
                  "a percent sign.\n\n"
                  "Example:\n  kwxml log order.xml --format 'received %bxml_kw from shop 7' --level 10",
                  options->outputFile);
-  command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")->type_name("");
+  command.add_option("FILE", options->inputFile, "The message; - or nothing: standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
+      ->type_name("");
   addFromOption(command, options->from, "the input");
   addReadOptions(command, options->read);
   command.add_option("--format", options->format, "Format of the line (default: %bxml_kw)")
@@ -100,7 +103,7 @@ void addLogCommand(CLI::App& app, Session& session)
   command.add_option("--function", options->function, "Function that the line names (default: kwxml)")
       ->type_name("NAME");
   command.add_option("--level", options->level, "Level of the line (default: 0)")
-      ->check(CLI::Validator(notNegative, ""))
+      ->check(commandline::offering({}, notNegative))
       ->type_name("N");
   command.callback(
       [options, &session] { session.run = [options](LibraryLog& log) { logMessage(*options, log); }; });

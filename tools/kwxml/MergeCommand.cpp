@@ -3,6 +3,7 @@
 #include "Messages.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/traverse/XmlTraverse.h>
@@ -71,11 +72,13 @@ void addMergeCommand(CLI::App& app, Session& session)
       "  generate | kwxml merge - status.xml --readable",
       options->outputFile);
   command.add_option("FROM", options->source, "The message whose fields are taken")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("")
       ->required();
   command
       .add_option("INTO", options->target,
                   "The message that gets them; one of the two may be -, standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("")
       ->required();
   addFromOption(command, options->from, "both inputs");

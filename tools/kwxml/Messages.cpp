@@ -4,10 +4,12 @@
 #include "Names.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/codec/StandInPasswords.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace kwxml::tool {
@@ -32,18 +34,13 @@ std::string counted(std::size_t number, const char* one)
 
 // ---- Options
 
-CLI::Validator formName(std::vector<std::string> names)
+CLI::Validator formName(const std::vector<std::string>& names)
 {
-  return CLI::Validator(
-      [names = std::move(names)](std::string& value) {
-        for (const std::string& name : names) {
-          if (value == name) {
-            return std::string();
-          }
-        }
-        return "unknown form '" + value + "', known: " + joined(names) + didYouMean(value, names);
-      },
-      "");
+  return commandline::offering(commandline::wordsWithoutMeaning(names), [names](const std::string& value) {
+    return std::find(names.begin(), names.end(), value) != names.end()
+               ? std::string()
+               : "unknown form '" + value + "', known: " + joined(names) + didYouMean(value, names);
+  });
 }
 
 void addFromOption(CLI::App& command, std::string& from, const std::string& what)
@@ -73,7 +70,7 @@ void addMemoryOption(CLI::App& command, ReadChoices& choices)
   command
       .add_option("--memory-limit", choices.memoryLimit,
                   "What a message may take of memory when it is read (default: 256, and 64 times the input)")
-      ->check(CLI::Range(std::uint64_t{1}, most))
+      ->check(CLI::Range(std::uint64_t{1}, most).description(""))
       ->type_name("MIB");
 }
 

@@ -22,7 +22,7 @@ namespace kwxml::tool {
 // ---- Options. The strings and choices must live until the command has run.
 
 /// Refuses a value that names none of these forms.
-CLI::Validator formName(std::vector<std::string> names);
+CLI::Validator formName(const std::vector<std::string>& names);
 
 /// The option --from: the form of what is read (`what`: "the input"), guessed when absent.
 void addFromOption(CLI::App& command, std::string& from, const std::string& what);

@@ -8,11 +8,11 @@
 #include <kwxml/text/ShownText.h>
 
 #include <filesystem>
-#include <iostream>
+#include <ostream>
 
 namespace kwxml::tool {
 
-void useNamedCatalogue(const std::string& path)
+void useNamedCatalogue(const std::string& path, std::ostream& warnings)
 {
   if (path.empty()) {
     return;
@@ -32,7 +32,7 @@ void useNamedCatalogue(const std::string& path)
     return;
   }
   Registry::Owner schemas = Registry::fromSchemas({path}, problems);
-  std::cerr << problems;
+  warnings << problems;
   if (schemas == nullptr) {
     throw Failure(exitData, "--catalogue: " + shown(path) + " is no catalogue");
   }

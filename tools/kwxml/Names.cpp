@@ -13,26 +13,15 @@ namespace kwxml::tool {
 
 namespace {
 
-/// Calls visit(system index, class) for every class with a name.
-template <class Visit>
-void forEachClass(Visit visit)
-{
-  for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
-    const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
-    for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
-      const _ClassDef& cls = row.classes[index];
-      if (cls.name != nullptr && *cls.name != '\0') {
-        visit(system, cls);
-      }
-    }
-  }
-}
-
 [[noreturn]] void unknown(const char* what, const std::string& name,
-                          const std::vector<std::string>& candidates)
+                          const std::vector<CatalogueName>& candidates)
 {
+  std::vector<std::string> names;
+  for (const CatalogueName& candidate : candidates) {
+    names.push_back(candidate.name);
+  }
   throw Failure(exitUsage, std::string("unknown ") + what + " '" + oneLine(name, longestTypedName) + "'" +
-                               didYouMean(name, candidates));
+                               didYouMean(name, names));
 }
 
 }  // namespace
@@ -46,22 +35,29 @@ std::string didYouMean(std::string_view name, const std::vector<std::string>& ca
   return nearest.question();
 }
 
-std::vector<std::string> systemNames()
+std::vector<CatalogueName> systemNames()
 {
-  std::vector<std::string> names;
-  for (unsigned system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
-    const MessageSystemRow& row = Registry::current().row(system);
-    if (row.name != nullptr) {
-      names.emplace_back(row.name);
+  std::vector<CatalogueName> names;
+  for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+    if (const char* name = Registry::current().row(static_cast<unsigned>(system)).name; name != nullptr) {
+      names.push_back({name, false, Registry::current().doc(system, -1, -1)});
     }
   }
   return names;
 }
 
-std::vector<std::string> tagNames()
+std::vector<CatalogueName> tagNames()
 {
-  std::vector<std::string> names;
-  forEachClass([&](int system, const _ClassDef& cls) { names.push_back(tagNameOf(system, cls)); });
+  std::vector<CatalogueName> names;
+  for (int system = 0; system < XML_KWMessage_MessageSystemChooser::numberOfSystems; ++system) {
+    const MessageSystemRow& row = Registry::current().row(static_cast<unsigned>(system));
+    for (int index = 0; row.name != nullptr && index < row.numberOfClasses; ++index) {
+      const _ClassDef& cls = row.classes[index];
+      if (cls.name != nullptr && *cls.name != '\0') {
+        names.push_back({tagNameOf(system, cls), cls.isEnum(), Registry::current().doc(system, index, -1)});
+      }
+    }
+  }
   return names;
 }
 

@@ -13,10 +13,18 @@ namespace kwxml::tool {
 /// is near.
 std::string didYouMean(std::string_view name, const std::vector<std::string>& candidates);
 
-/// Names of the populated systems.
-std::vector<std::string> systemNames();
-/// Tag names ("System_Class") of all classes.
-std::vector<std::string> tagNames();
+/// A system, or a class by its tag name ("System_Class").
+struct CatalogueName
+{
+  std::string name;
+  bool isEnum;
+  const char* doc;  ///< what its schema says of it; may be empty
+};
+
+/// The populated systems.
+std::vector<CatalogueName> systemNames();
+/// All classes.
+std::vector<CatalogueName> tagNames();
 
 /// One class of the catalogue, by its place.
 struct ClassPlace

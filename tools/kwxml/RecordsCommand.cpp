@@ -1,10 +1,10 @@
 // The commands for files of messages that may be damaged: records check, records repair.
 #include "Command.h"
-#include "Files.h"
-#include "Forms.h"
+#include "Messages.h"
 #include "Names.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/binary/RecordPrefix.h>
@@ -149,15 +149,10 @@ void addRecordsCommand(CLI::App& app, Session& session)
     const auto options = std::make_shared<Options>();
     CLI::App& command = addCommand(records, name, description, more, options->outputFile);
     command.add_option("FILE", options->inputFile, "The file of messages; - or nothing: standard input")
+        ->check(commandline::ofKind(commandline::fileKind))
         ->type_name("");
     command.add_option("--from", options->from, "Form of the file (records, batch); guessed when absent")
-        ->check(CLI::Validator(
-            [](std::string& value) {
-              return value == "records" || value == "batch"
-                         ? std::string()
-                         : "unknown form '" + value + "', known: records, batch";
-            },
-            ""))
+        ->check(formName({"records", "batch"}))
         ->type_name("FORM");
     return std::pair(&command, options);
   };
@@ -165,7 +160,8 @@ void addRecordsCommand(CLI::App& app, Session& session)
       add("check", "Tells whether all records of a file can be read.",
           "A line for each stretch of bytes that belongs to no record, with its offset and why; then the "
           "number of\n"
-          "whole records. The exit status is 1 when something is damaged.\n\n"
+          "whole records.\n\n"
+          "Exit status: 0 all records are whole, 1 something is damaged or cannot be read, 2 usage.\n\n"
           "Example:\n  kwxml records check messages.dat");
   checkCommand->callback([options = checkOptions, &session] {
     session.run = [options, &session](LibraryLog& log) { check(*options, session, log); };

@@ -1,9 +1,11 @@
 // The commands for the values of a message by XPath ID, a line each: xpath get, xpath set.
 #include "Command.h"
+#include "CompleteLine.h"
 #include "Messages.h"
 #include "Names.h"
 #include "Report.h"
 
+#include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/metadata/XMLMetaData.h>
@@ -221,6 +223,7 @@ void addXPathCommand(CLI::App& app, Session& session)
       "Example:\n  kwxml xpath get stock.xml | cut -f 2,3",
       getOptions->outputFile);
   getCommand.add_option("FILE", getOptions->inputFile, "The message; - or nothing: standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("");
   addFromOption(getCommand, getOptions->from, "the input");
   addMemoryOption(getCommand, getOptions->read);
@@ -244,8 +247,12 @@ void addXPathCommand(CLI::App& app, Session& session)
                  "not fit its field, is an error.\n\n"
                  "Example:\n  kwxml xpath get stock.xml | kwxml xpath set Inventory_Stock --readable",
                  setOptions->outputFile);
-  setCommand.add_option("TAG", setOptions->tag, "Tag name or tag ID of the class")->type_name("")->required();
+  setCommand.add_option("TAG", setOptions->tag, "Tag name or tag ID of the class")
+      ->check(commandline::ofKind(messageKind))
+      ->type_name("")
+      ->required();
   setCommand.add_option("FILE", setOptions->inputFile, "The lines; - or nothing: standard input")
+      ->check(commandline::ofKind(commandline::fileKind))
       ->type_name("");
   addWriteOptions(setCommand, setOptions->write);
   setCommand.callback(

@@ -1,32 +1,41 @@
 // kwxml: everything that the message library does, from a shell.
 #include "Command.h"
+#include "CompleteLine.h"
 #include "Files.h"
 #include "NamedCatalogue.h"
 #include "Names.h"
 #include "Report.h"
 
+#include <commandline/AppManual.h>
+#include <commandline/Completion.h>
 #include <CLI/CLI.hpp>
 
 #include <kwxml/codec/StandInPasswords.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <exception>
+#include <iostream>
 #include <new>
 
 namespace kwxml::tool {
+
+using namespace commandline;
 
 CLI::App& addCommand(CLI::App& app, const std::string& name, const std::string& description,
                      const std::string& more, std::string& outputFile)
 {
   CLI::App& command = *app.add_subcommand(name, description);
   command.fallthrough();  // the options of the tool may stand behind the command
-  command.add_option("-o", outputFile, "Write to this file instead of standard output")->type_name("FILE");
+  command.add_option("-o", outputFile, "Write to this file instead of standard output")
+      ->check(ofKind(fileKind))
+      ->type_name("FILE");
   command.footer(more);
   return command;
 }
 
-std::string notNegative(std::string& value)
+std::string notNegative(const std::string& value)
 {
   int number = 0;
   const char* end = value.data() + value.size();
@@ -37,6 +46,8 @@ std::string notNegative(std::string& value)
 }
 
 namespace {
+
+constexpr const char* program = "kwxml " KWXML_VERSION;
 
 /// CLI11's own words, but for what has a nearest name.
 std::string explain(const CLI::App& app, const CLI::ParseError& error)
@@ -83,24 +94,31 @@ int run(int argc, char** argv)
 {
   Session session;
   CLI::App app("Messages of a catalogue: their classes, and their forms outside a program.", "kwxml");
-  app.set_version_flag("--version", "kwxml " KWXML_VERSION);
+  app.set_version_flag("--version", program);
   app.require_subcommand(1);
   app.add_option("--log-level", session.logLevel,
                  "Level of the library's log on standard error (default: 0, errors)")
-      ->check(CLI::Validator(notNegative, ""))
+      ->check(offering({{"0", "errors"},
+                        {"10", "event arguments, too"},
+                        {"15", "fields of the binary form, too"},
+                        {"25", "whole messages, too"}},
+                       notNegative))
       ->type_name("N");
   app.add_option(
          "--catalogue", session.catalogue,
          "Messages of this catalogue: a schema file (.xml), a folder of them, or a library (.so) that "
          "kwxml_add_catalogue() has made. Without it the one that the environment variable "
          "KWXML_CATALOGUE names, or else the one that the tool is linked with")
-      ->envname("KWXML_CATALOGUE")
+      ->envname(catalogueVariable)
+      ->check(ofKind(fileKind))
       ->check(CLI::Validator(
           [](std::string& path) { return path.empty() ? std::string("takes a path") : std::string(); }, ""))
       ->type_name("PATH");
   app.footer(
-      "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n"
       "kwxml <command> --help explains a command.\n\n"
+      "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n\n"
+      "Environment: KWXML_SETTINGS names the file of settings, which names the key file of passwords; see "
+      "kwxml key create --help.\n\n"
       "Example:\n  kwxml convert status.xml --readable");
   addCatalogueCommands(app, session);
   addConvertCommand(app, session);
@@ -112,6 +130,16 @@ int run(int argc, char** argv)
   addKeyCommand(app, session);
   addMergeCommand(app, session);
   addRecordsCommand(app, session);
+  // The help does not say these: shells ask the one, the build the other.
+  const std::vector<std::string> words(argv + std::min(argc, 2), argv + argc);
+  if (argc > 1 && argv[1] == completeOption) {
+    completeLine(app, words);
+    return exitDone;
+  }
+  if (argc == 3 && argv[1] == pagesOption) {
+    writePages(pagesOf(app, {"kwxml-catalogue(1)", "kwxml-schema(5)"}), words[0], program);
+    return exitDone;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -129,7 +157,7 @@ int run(int argc, char** argv)
     static_cast<void>(registerPasswordAlgorithms());
   }
   if (session.needsCatalogue) {
-    useNamedCatalogue(session.catalogue);
+    useNamedCatalogue(session.catalogue, std::cerr);
   }
   session.run(log);
   return session.status;
