@@ -26,6 +26,16 @@ endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/catalogue/catalogue.xsd" "${PROJECT_SOURCE_DIR}/cmake/catalog.xml"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/kwxml")
 
+# Completion in shells, which look for a script by the name of the program.
+set(completions "${PROJECT_SOURCE_DIR}/tools/completions")
+foreach(program kwxml kwxml-catalogue)
+  install(FILES "${completions}/kwxml.bash" RENAME ${program}
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+  install(FILES "${completions}/kwxml.fish" RENAME ${program}.fish
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+endforeach()
+install(FILES "${completions}/_kwxml" DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+
 # gdb looks for what shows a library's objects by the library's whole path, in its own folder of data: it loads this by
 # itself where the prefix is gdb's own, mostly /usr. The prefix is known when the files are installed.
 if(KWXML_LIBRARY_TYPE STREQUAL "SHARED")
