@@ -2,7 +2,7 @@
 
 _kwxml()
 {
-  local line word value= words=() joins=
+  local line word value='' words=() joins=''
   # bash takes "=" for a word of its own. Quotes and backslashes are still in the words.
   for word in "${COMP_WORDS[@]:1:COMP_CWORD}"; do
     if [[ ${#words[@]} -gt 0 && ( $word == "=" || -n $joins ) ]]; then

@@ -117,7 +117,7 @@ int run(int argc, char** argv)
   app.footer(
       "kwxml <command> --help explains a command.\n\n"
       "Exit status: 0 done, 1 the data could not be read or written, 2 usage.\n\n"
-      "Environment: KWXML_SETTINGS names the file of settings, which names the key file of passwords; see "
+      "Environment: KWXML_SETTINGS names the file of settings, which names the key file of passwords; see\n"
       "kwxml key create --help.\n\n"
       "Example:\n  kwxml convert status.xml --readable");
   addCatalogueCommands(app, session);
