@@ -62,7 +62,7 @@ public:
         diagnostics_.error(system.at, "system index " + std::to_string(system.index) + " is repeated");
       }
       if (!names.insert(system.name).second) {
-        diagnostics_.error(system.at, "system " + quoted(system.name) + " is repeated");
+        diagnostics_.error(system.at, "system " + inQuotes(system.name) + " is repeated");
       }
     }
     checkConstruction();
@@ -81,32 +81,32 @@ private:
   {
     checkRange(system.at, "system index", system.index, minSystem, maxSystem);
     if (!isUsableNamespace(system.name)) {
-      diagnostics_.error(system.at, "system name " + quoted(system.name) + " cannot name a C++ namespace");
+      diagnostics_.error(system.at, "system name " + inQuotes(system.name) + " cannot name a C++ namespace");
     }
     if (system.classes.empty()) {
-      diagnostics_.error(system.at, "system " + quoted(system.name) + " has no classes");
+      diagnostics_.error(system.at, "system " + inQuotes(system.name) + " has no classes");
     }
     std::map<std::string, const Class*> names;
     std::map<long long, const Class*> ids;
     for (const Class& cls : system.classes) {
       checkClass(cls);
       if (isDeclaredByLibrary(system.name, cppName(cls.name), cls.isEnum)) {
-        diagnostics_.error(cls.at, "class " + quoted(tagName(cls)) +
+        diagnostics_.error(cls.at, "class " + inQuotes(tagName(cls)) +
                                        " has the name of something that the library's headers declare");
       }
       const auto [same, isNew] = names.emplace(cppName(cls.name), &cls);
       if (!isNew && same->second->name == cls.name) {
         diagnostics_.error(cls.at,
-                           "class " + quoted(cls.name) + " is repeated in system " + quoted(system.name));
+                           "class " + inQuotes(cls.name) + " is repeated in system " + inQuotes(system.name));
       } else if (!isNew) {
-        diagnostics_.error(cls.at, "class " + quoted(cls.name) + " has the same C++ name as class " +
-                                       quoted(same->second->name) + ", " + same->first);
+        diagnostics_.error(cls.at, "class " + inQuotes(cls.name) + " has the same C++ name as class " +
+                                       inQuotes(same->second->name) + ", " + same->first);
       }
       const auto [first, unique] = ids.emplace(cls.id, &cls);
       if (!unique) {
         diagnostics_.warning(cls.at, Rule::RepeatedId,
                              "class ID " + hexadecimal(static_cast<unsigned long>(cls.id)) + " of " +
-                                 quoted(cls.name) + " is that of " + quoted(first->second->name) +
+                                 inQuotes(cls.name) + " is that of " + inQuotes(first->second->name) +
                                  ": a lookup by ID finds either");
       }
     }
@@ -144,8 +144,8 @@ private:
       }
       const std::string& formerly = **element.formerly;
       const auto refuse = [&](const std::string& why) {
-        diagnostics_.error(*element.at, "former name " + quoted(formerly) + " of " + what + " " +
-                                            quoted(*element.name) + why);
+        diagnostics_.error(*element.at, "former name " + inQuotes(formerly) + " of " + what + " " +
+                                            inQuotes(*element.name) + why);
       };
       const auto refuseTaken = [&](const auto& entry, const char* property) {
         const auto& [by, isNew] = entry;
@@ -153,7 +153,7 @@ private:
         if (taken) {
           const Named other = elements[by->second.element];
           refuse(std::string(" ") + property + " the " + by->second.as + " of " + what + " " +
-                 quoted(*other.name));
+                 inQuotes(*other.name));
         }
         return taken;
       };
@@ -178,27 +178,27 @@ private:
   {
     checkRange(cls.at, "class ID", cls.id, minClassId, maxClassId);
     if (cls.isEnum && cls.fields.empty()) {
-      diagnostics_.error(cls.at, "enumeration " + quoted(cls.name) + " has no enumerators");
+      diagnostics_.error(cls.at, "enumeration " + inQuotes(cls.name) + " has no enumerators");
     }
     std::set<std::string> names;
     std::unordered_map<std::uint32_t, const Field*> hashes;
     for (const Field& field : cls.fields) {
       if (field.isEnumerator() != cls.isEnum) {
         diagnostics_.error(field.at, cls.isEnum
-                                         ? "field " + quoted(field.name) + " in enumeration " +
-                                               quoted(cls.name) + ": only a message has fields"
-                                         : "enumerator " + quoted(field.name) + " in message " +
-                                               quoted(cls.name) + ": only an enumeration has enumerators");
+                                         ? "field " + inQuotes(field.name) + " in enumeration " +
+                                               inQuotes(cls.name) + ": only a message has fields"
+                                         : "enumerator " + inQuotes(field.name) + " in message " +
+                                               inQuotes(cls.name) + ": only an enumeration has enumerators");
         continue;
       }
       if (!names.insert(field.name).second) {
-        diagnostics_.error(field.at, (cls.isEnum ? "enumerator " : "field ") + quoted(field.name) +
-                                         " is repeated in " + quoted(cls.name));
+        diagnostics_.error(field.at, (cls.isEnum ? "enumerator " : "field ") + inQuotes(field.name) +
+                                         " is repeated in " + inQuotes(cls.name));
         continue;
       }
       checkAnnotations(field);
       if (cls.isEnum) {
-        checkRange(field.at, "value of enumerator " + quoted(field.name), field.value,
+        checkRange(field.at, "value of enumerator " + inQuotes(field.name), field.value,
                    std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::uint32_t>::max());
         continue;
       }
@@ -207,15 +207,15 @@ private:
       if (hash == 0) {
         if (!field.hidden) {
           diagnostics_.warning(field.at, Rule::HashOfZero,
-                               "the hash of field " + quoted(field.name) + " is 0: it is as hidden");
+                               "the hash of field " + inQuotes(field.name) + " is 0: it is as hidden");
         }
         continue;
       }
       const auto [first, unique] = hashes.emplace(hash, &field);
       if (!unique) {
         diagnostics_.warning(field.at, Rule::SameHash,
-                             "field " + quoted(field.name) + " has the hash of field " +
-                                 quoted(first->second->name) + ": a lookup by name finds the latter");
+                             "field " + inQuotes(field.name) + " has the hash of field " +
+                                 inQuotes(first->second->name) + ": a lookup by name finds the latter");
       }
     }
     checkFormerNames(cls.isEnum ? "enumerator" : "field", cls.fields);
@@ -228,12 +228,12 @@ private:
     }
     if (field.formerly && (field.hidden || fieldTypeInfo(field.type).storage == Storage::None)) {
       diagnostics_.error(field.at,
-                         "field " + quoted(field.name) + " has no former name: " +
+                         "field " + inQuotes(field.name) + " has no former name: " +
                              (field.hidden ? "no name leads to a hidden field" : "it has no value"));
     }
     const auto refuse = [&](const char* mark, const char* where) {
-      diagnostics_.error(field.at, std::string("attribute ") + quoted(mark) + " of field " +
-                                       quoted(field.name) + " belongs on " + where);
+      diagnostics_.error(field.at, std::string("attribute ") + inQuotes(mark) + " of field " +
+                                       inQuotes(field.name) + " belongs on " + where);
     };
     const bool integer = (field.type >= FIELD_INT && field.type <= FIELD_ULONGLONG) ||
                          field.type == FIELD_TIME32 || field.type == FIELD_TIME64;
@@ -244,7 +244,7 @@ private:
       refuse("timeOfDay", "an integer or time");
     }
     if (field.dateForm && field.timeOfDay) {
-      diagnostics_.error(field.at, "field " + quoted(field.name) + " is both a date and a time of day");
+      diagnostics_.error(field.at, "field " + inQuotes(field.name) + " is both a date and a time of day");
     }
     if (field.passwordName && field.type != FIELD_PSTRING) {
       refuse("password", "a pstring");
@@ -264,11 +264,11 @@ private:
       if (const AnnotationKind* kind = findAnnotationKind(annotation.name)) {
         checkMembers(annotation, *kind);
       } else {
-        diagnostics_.error(annotation.at,
-                           "unknown annotation " + quoted(annotation.name) + "; known: " + annotationNames());
+        diagnostics_.error(annotation.at, "unknown annotation " + inQuotes(annotation.name) +
+                                              "; known: " + annotationNames());
       }
       if (!names.insert(annotation.name).second) {
-        diagnostics_.error(annotation.at, "annotation " + quoted(annotation.name) + " is repeated");
+        diagnostics_.error(annotation.at, "annotation " + inQuotes(annotation.name) + " is repeated");
       }
       for (const auto& [name, value] : annotation.members) {
         if (name.size() > maxAnnotationMemberName) {
@@ -279,7 +279,7 @@ private:
     }
     if (field.annotations.size() > maxAttachedAnnotations ||
         annotationRecordSize(field) > maxAnnotationRecord) {
-      diagnostics_.error(field.at, "the annotations of " + quoted(field.name) + " take more than " +
+      diagnostics_.error(field.at, "the annotations of " + inQuotes(field.name) + " take more than " +
                                        std::to_string(maxAnnotationRecord) + " bytes");
     }
   }
@@ -294,11 +294,11 @@ private:
       if (kind.member == nullptr || name != kind.member) {
         diagnostics_.warning(
             annotation.at, Rule::AnnotationMember,
-            "annotation " + quoted(annotation.name) + " has no member " + quoted(name) +
+            "annotation " + inQuotes(annotation.name) + " has no member " + inQuotes(name) +
                 (kind.member != nullptr ? "; known: " + std::string(kind.member) : std::string()));
       } else if (kind.members == AnnotationMembers::Bool && !parseAnnotationBool(value)) {
-        diagnostics_.error(annotation.at, "member " + quoted(name) + " of annotation " +
-                                              quoted(annotation.name) + " is " + quoted(value) +
+        diagnostics_.error(annotation.at, "member " + inQuotes(name) + " of annotation " +
+                                              inQuotes(annotation.name) + " is " + inQuotes(value) +
                                               "; known: true, false");
       }
     }
@@ -312,14 +312,14 @@ private:
       checkRange(xpath.at, "xpath id", xpath.id, 0, std::numeric_limits<std::int32_t>::max());
       if (!ids.insert(xpath.id).second) {
         diagnostics_.error(xpath.at, "xpath id " + std::to_string(xpath.id) + " is repeated in system " +
-                                         quoted(system.name));
+                                         inQuotes(system.name));
       }
       if (!system.hasXPathTables()) {
         diagnostics_.warning(xpath.at, Rule::UnreadXPath,
                              "only systems 12, 18, 22 and 100 have XPath tables: this xpath is left out");
       } else if (!paths.insert(xpath.path).second) {
         diagnostics_.warning(xpath.at, Rule::RepeatedXPath,
-                             "xpath " + quoted(xpath.path) + " is repeated: a lookup by text finds either");
+                             "xpath " + inQuotes(xpath.path) + " is repeated: a lookup by text finds either");
       }
     }
   }
@@ -367,7 +367,7 @@ private:
     }
     if (!excess.empty()) {
       construction.refused = true;
-      diagnostics_.error(cls.at, "a new message of class " + quoted(tagName(cls)) + " would " + excess);
+      diagnostics_.error(cls.at, "a new message of class " + inQuotes(tagName(cls)) + " would " + excess);
     }
   }
 

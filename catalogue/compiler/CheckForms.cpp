@@ -36,7 +36,7 @@ constexpr Loss losses[] = {
 void warnOfField(const Field& field, Diagnostics& diagnostics)
 {
   const auto warn = [&](Rule rule, const std::string& text) {
-    diagnostics.warning(field.at, rule, "field " + quoted(field.name) + ": " + text);
+    diagnostics.warning(field.at, rule, "field " + inQuotes(field.name) + ": " + text);
   };
   const auto* loss = std::find_if(std::begin(losses), std::end(losses),
                                   [&](const Loss& row) { return row.type == field.type; });
@@ -63,7 +63,7 @@ void checkForms(const Catalogue& catalogue, Diagnostics& diagnostics)
   for (const System& system : catalogue.systems) {
     if (system.isEager()) {
       diagnostics.warning(system.at, Rule::OldWay,
-                          "system " + quoted(system.name) + " has an index of the old way, " +
+                          "system " + inQuotes(system.name) + " has an index of the old way, " +
                               std::to_string(system.index) +
                               ": all fields are always written; choose another index unless you need that");
     }

@@ -60,7 +60,7 @@ std::string refuseShards(const std::string& value)
   const auto result = std::from_chars(value.data(), end, shards);
   return result.ec == std::errc() && result.ptr == end && shards >= 1 && shards <= maxShards
              ? std::string()
-             : "takes a number from 1 to " + std::to_string(maxShards) + ", not " + quoted(value);
+             : "takes a number from 1 to " + std::to_string(maxShards) + ", not " + inQuotes(value);
 }
 
 std::string refuseName(const std::string& value)
@@ -72,23 +72,24 @@ std::string refuseName(const std::string& value)
                  std::all_of(value.begin(), value.end(), isPart) && value.find("__") == std::string::npos &&
                  isUsableNamespace(value)
              ? std::string()
-             : "takes a name that C++ has room for, of letters, digits and '_', not " + quoted(value);
+             : "takes a name that C++ has room for, of letters, digits and '_', not " + inQuotes(value);
 }
 
 std::string refuseRule(const std::string& value)
 {
-  return findRule(value) ? std::string() : "unknown rule " + quoted(value) + "; known: " + ruleNames();
+  return findRule(value) ? std::string() : "unknown rule " + inQuotes(value) + "; known: " + ruleNames();
 }
 
 std::string refuseEvolutionRule(const std::string& value)
 {
-  return findEvolutionRule(value) != nullptr ? std::string()
-                                             : "no rule is called " + quoted(value) + "; --rules lists them";
+  return findEvolutionRule(value) != nullptr
+             ? std::string()
+             : "no rule is called " + inQuotes(value) + "; --rules lists them";
 }
 
 std::string refuseFormat(const std::string& value)
 {
-  return value == "text" || value == "json" ? "" : "takes text or json, not " + quoted(value);
+  return value == "text" || value == "json" ? "" : "takes text or json, not " + inQuotes(value);
 }
 
 bool beginsComparing(std::string_view word)
@@ -184,7 +185,7 @@ std::string findMissing(const Arguments& arguments)
     return "";
   }
   if (arguments.emission.name == builtInName && !arguments.emission.builtIn) {
-    return "--name: the message library's own catalogue is called " + kwxml::catalogue::quoted(builtInName);
+    return "--name: the message library's own catalogue is called " + inQuotes(builtInName);
   }
   const bool compiles = arguments.strict || !arguments.allowed.empty() || arguments.emission.shards != 0 ||
                         arguments.emission.name != Emission().name;

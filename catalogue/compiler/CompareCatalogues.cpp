@@ -28,7 +28,7 @@ Catalogue loadLibrary(const std::string& path, Diagnostics& diagnostics)
                                          [](const XPath& xpath) { return xpath.message.empty(); });
       if (unknown > 0) {
         diagnostics.warning(whole, "the library does not tell of which message " + std::to_string(unknown) +
-                                       " XPaths of system " + quoted(system.name) +
+                                       " XPaths of system " + inQuotes(system.name) +
                                        " are: that they go to another message is not found");
       }
     }

@@ -93,7 +93,7 @@ std::string oneLine(std::string_view text)
   return line;
 }
 
-std::string quoted(const std::string& text)
+std::string inQuotes(const std::string& text)
 {
   return "'" + shortened(text) + "'";
 }
@@ -109,7 +109,7 @@ std::string withShortQuotes(const std::string& message)
     }
     out += message.substr(at, open - at);
     const std::size_t close = message.find('\'', open + 1);
-    out += quoted(message.substr(open + 1, close == std::string::npos ? close : close - open - 1));
+    out += inQuotes(message.substr(open + 1, close == std::string::npos ? close : close - open - 1));
     if (close == std::string::npos) {
       return out;
     }

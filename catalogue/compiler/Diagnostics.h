@@ -76,9 +76,9 @@ private:
 std::string oneLine(std::string_view text);
 
 /// The text in single quotes; of a long one the beginning and "...".
-std::string quoted(const std::string& text);
+std::string inQuotes(const std::string& text);
 
-/// A message of the XML parser, in which what stands between single quotes is cut as quoted() cuts it. The
+/// A message of the XML parser, in which what stands between single quotes is cut as inQuotes() cuts it. The
 /// parser cuts messages itself, so a closing quote may be missing.
 std::string withShortQuotes(const std::string& message);
 

@@ -50,7 +50,7 @@ std::string hex(long long value)
 
 std::string valueOrNone(const std::optional<std::string>& value)
 {
-  return value ? quoted(*value) : "none";
+  return value ? inQuotes(*value) : "none";
 }
 
 class Comparison
@@ -65,13 +65,13 @@ public:
       if (const System* before = systems_.oldOf(system)) {
         compareSystems(*before, system);
       } else {
-        tell(Id::SystemAdded, system, "system " + quoted(system.name) + " is new");
+        tell(Id::SystemAdded, system, "system " + inQuotes(system.name) + " is new");
       }
       reportReusedIndex(system);
     }
     for (const System& system : older_.systems) {
       if (systems_.newOf(system) == nullptr) {
-        tellGone(Id::SystemRemoved, system, "system " + quoted(system.name) + " is gone");
+        tellGone(Id::SystemRemoved, system, "system " + inQuotes(system.name) + " is gone");
       }
     }
     return std::move(differences_);
@@ -105,10 +105,10 @@ private:
   }
 
   static std::string kindOf(const Class& cls) { return cls.isEnum ? "enumeration " : "message "; }
-  static std::string called(const Class& cls) { return kindOf(cls) + quoted(tagName(cls)); }
+  static std::string called(const Class& cls) { return kindOf(cls) + inQuotes(tagName(cls)); }
   static std::string called(const Class& cls, const Field& field)
   {
-    return (cls.isEnum ? "enumerator " : "field ") + quoted(field.name) + " of " + quoted(tagName(cls));
+    return (cls.isEnum ? "enumerator " : "field ") + inQuotes(field.name) + " of " + inQuotes(tagName(cls));
   }
 
   /// All first: fields refer to classes of other systems.
@@ -150,11 +150,11 @@ private:
   {
     const std::optional<std::string> former = formerName(older);
     if (former && former != readName(newer) && former != formerName(newer)) {
-      tell(Id::FormerNameRemoved, place..., what + " is no longer found by " + quoted(*older.formerly));
+      tell(Id::FormerNameRemoved, place..., what + " is no longer found by " + inQuotes(*older.formerly));
     }
     const std::optional<std::string> added = formerName(newer);
     if (added && added != former && added != readName(older)) {
-      tell(Id::FormerNameAdded, place..., what + " is found by " + quoted(*newer.formerly) + ", too");
+      tell(Id::FormerNameAdded, place..., what + " is found by " + inQuotes(*newer.formerly) + ", too");
     }
   }
 
@@ -166,7 +166,8 @@ private:
     for (const Element& owner : older) {
       if (&owner != before && owner.formerly && sameWhenRead(*owner.formerly, newer)) {
         tell(Id::FormerNameReused, place...,
-             what + " is read as the former name " + quoted(*owner.formerly) + " of " + quoted(owner.name));
+             what + " is read as the former name " + inQuotes(*owner.formerly) + " of " +
+                 inQuotes(owner.name));
       }
     }
   }
@@ -182,15 +183,16 @@ private:
   void compareSystems(const System& older, const System& newer)
   {
     if (older.name != newer.name) {
-      tell(Id::SystemRenamed, newer, "system " + quoted(older.name) + " is now called " + quoted(newer.name));
+      tell(Id::SystemRenamed, newer,
+           "system " + inQuotes(older.name) + " is now called " + inQuotes(newer.name));
     }
     if (older.index != newer.index) {
       tell(Id::SystemIndexChanged, newer,
-           fromTo("index of system " + quoted(newer.name), older.index, newer.index));
+           fromTo("index of system " + inQuotes(newer.name), older.index, newer.index));
     }
     if (older.isEager() != newer.isEager()) {
       tell(Id::SystemEagerChanged, newer,
-           "system " + quoted(newer.name) +
+           "system " + inQuotes(newer.name) +
                (newer.isEager() ? " becomes one of the old way" : " is no longer one of the old way"));
     }
     for (const Class& cls : newer.classes) {
@@ -220,8 +222,8 @@ private:
     for (const System& older : older_.systems) {
       if (older.index == system.index && before != &older) {
         tell(Id::SystemIndexReused, system,
-             "index " + std::to_string(system.index) + " of system " + quoted(system.name) + " was that of " +
-                 quoted(older.name));
+             "index " + std::to_string(system.index) + " of system " + inQuotes(system.name) +
+                 " was that of " + inQuotes(older.name));
       }
     }
   }
@@ -246,14 +248,14 @@ private:
   {
     if (older.isEnum != newer.isEnum) {
       tell(Id::ClassKindChanged, newer,
-           called(older) + " is now " + kindOf(newer).insert(0, "the ") + quoted(tagName(newer)));
+           called(older) + " is now " + kindOf(newer).insert(0, "the ") + inQuotes(tagName(newer)));
       return;
     }
     if (isRenamed(older, newer)) {
       tell(newer.isEnum                 ? Id::EnumRenamed
            : knowsOldName(older, newer) ? Id::ClassRenamedFormerly
                                         : Id::ClassRenamed,
-           newer, called(older) + " is now called " + quoted(tagName(newer)));
+           newer, called(older) + " is now called " + inQuotes(tagName(newer)));
     }
     if (!newer.isEnum) {
       reportFormerNames(older, newer, called(newer), newer);
@@ -288,13 +290,13 @@ private:
         tell(sameRead                       ? Id::EnumeratorRespelled
              : knowsOldName(*before, field) ? Id::EnumeratorRenamedFormerly
                                             : Id::EnumeratorRenamed,
-             newer, field, called(older, *before) + " is now called " + quoted(field.name));
+             newer, field, called(older, *before) + " is now called " + inQuotes(field.name));
       }
       const Field* const read = firstRead(newer, *before);
       if (read != nullptr && read != &field && firstRead(older, *before) == before) {
         tell(Id::EnumeratorNameTaken, newer, field,
-             "the name " + quoted(before->name) + " of " + called(newer, field) + " is read as " +
-                 quoted(read->name));
+             "the name " + inQuotes(before->name) + " of " + called(newer, field) + " is read as " +
+                 inQuotes(read->name));
       }
       reportFormerNames(*before, field, called(newer, field), newer, field);
       if (before->recordHash() != field.recordHash()) {
@@ -309,8 +311,8 @@ private:
         const Field* const read = firstRead(newer, field);
         if (read != nullptr && firstRead(older, field) == &field) {
           tellGone(Id::EnumeratorNameTaken, older, field,
-                   "the name " + quoted(field.name) + " of " + called(older, field) + " is read as " +
-                       quoted(read->name));
+                   "the name " + inQuotes(field.name) + " of " + called(older, field) + " is read as " +
+                       inQuotes(read->name));
         }
       }
     }
@@ -335,7 +337,7 @@ private:
       if (before != nullptr) {
         if (isRenamed(*before, field)) {
           tell(isUncoded(field.type) ? Id::FieldRenamedUncoded : Id::FieldRenamed, newer, field,
-               called(older, *before) + " is now called " + quoted(field.name));
+               called(older, *before) + " is now called " + inQuotes(field.name));
         }
         compareField(newer, *before, field);
         reportFormerNames(*before, field, called(newer, field), newer, field);
@@ -423,8 +425,8 @@ private:
 
   static std::string references(const Field& field)
   {
-    return (field.keyClassName ? quoted(*field.keyClassName) + " to " : std::string()) +
-           quoted(field.className.value_or(""));
+    return (field.keyClassName ? inQuotes(*field.keyClassName) + " to " : std::string()) +
+           inQuotes(field.className.value_or(""));
   }
 
   void compareMarks(const Class& cls, const Field& older, const Field& newer)
@@ -480,7 +482,7 @@ private:
   void tellAnnotation(const Class& cls, const Field& field, const std::string& name, const char* what)
   {
     tell(Id::AnnotationChanged, cls, field,
-         "annotation " + quoted(name) + " of " + called(cls, field) + " " + what);
+         "annotation " + inQuotes(name) + " of " + called(cls, field) + " " + what);
   }
 
   /// A field that the programs of one version pass over, with messages in it that have a field of its name.
@@ -518,10 +520,10 @@ private:
       }
       if (owner.recordHash() == field.recordHash() && owner.recordHash() != 0) {
         tell(Id::FieldHashReused, newer, field,
-             called(newer, field) + " has the hash of " + quoted(owner.name) + ", which is gone");
+             called(newer, field) + " has the hash of " + inQuotes(owner.name) + ", which is gone");
       } else if (field.formerly && hashOf(*field.formerly) == hashOf(owner.name)) {
         tell(Id::FieldHashReused, newer, field,
-             called(newer, field) + " is found by the name of " + quoted(owner.name) + ", which is gone");
+             called(newer, field) + " is found by the name of " + inQuotes(owner.name) + ", which is gone");
       }
     }
   }
@@ -551,7 +553,7 @@ private:
                    [](const Field& a, const Field& b) { return a.name == b.name && a.hidden == b.hidden; });
     if (!isAsBefore) {
       tell(Id::FieldHashClash, newer, field,
-           called(newer, field) + " has the hash of " + quoted(first->name));
+           called(newer, field) + " has the hash of " + inQuotes(first->name));
     }
   }
 
@@ -615,13 +617,14 @@ private:
     for (const XPath& xpath : newer.xpaths) {
       const XPath* before = matches.oldOf(xpath);
       if (before == nullptr) {
-        report(Id::XPathAdded, newer, xpath, "path " + quoted(xpath.path) + " is new");
+        report(Id::XPathAdded, newer, xpath, "path " + inQuotes(xpath.path) + " is new");
       } else if (!samePath(*before, xpath)) {
-        report(Id::XPathPathChanged, newer, xpath,
-               fromTo("path of ID " + std::to_string(xpath.id), quoted(before->path), quoted(xpath.path)));
+        report(
+            Id::XPathPathChanged, newer, xpath,
+            fromTo("path of ID " + std::to_string(xpath.id), inQuotes(before->path), inQuotes(xpath.path)));
       } else if (before->id != xpath.id) {
         report(Id::XPathIdChanged, newer, xpath,
-               fromTo("ID of path " + quoted(xpath.path), before->id, xpath.id));
+               fromTo("ID of path " + inQuotes(xpath.path), before->id, xpath.id));
       }
       if (before != nullptr && before->id == xpath.id) {
         continue;
@@ -629,14 +632,14 @@ private:
       for (const XPath& owner : older.xpaths) {
         if (owner.id == xpath.id) {
           report(Id::XPathIdReused, newer, xpath,
-                 "ID " + std::to_string(xpath.id) + " of path " + quoted(xpath.path) + " was that of " +
-                     quoted(owner.path));
+                 "ID " + std::to_string(xpath.id) + " of path " + inQuotes(xpath.path) + " was that of " +
+                     inQuotes(owner.path));
         }
       }
     }
     for (const XPath& xpath : older.xpaths) {
       if (matches.newOf(xpath) == nullptr) {
-        report(Id::XPathRemoved, older, xpath, "path " + quoted(xpath.path) + " is gone");
+        report(Id::XPathRemoved, older, xpath, "path " + inQuotes(xpath.path) + " is gone");
       }
     }
   }

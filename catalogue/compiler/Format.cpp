@@ -433,7 +433,7 @@ std::optional<std::string> format(std::string_view text, std::string& reason)
     std::transform(encoding.begin(), encoding.end(), encoding.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
     if (!encoding.empty() && encoding != "UTF-8" && encoding != "US-ASCII") {
-      reason = "only UTF-8 has a canonical layout, not " + quoted(encoding);
+      reason = "only UTF-8 has a canonical layout, not " + inQuotes(encoding);
       return std::nullopt;
     }
     if (declared(declaration, "version") != "1.0") {

@@ -10,7 +10,6 @@ namespace kwxml::catalogue {
 namespace {
 
 constexpr int maxSlots = std::numeric_limits<std::int16_t>::max();
-constexpr int maxClasses = std::numeric_limits<std::int16_t>::max();
 
 // What a class of few slots has in the message itself, its is-set bits right behind the slots.
 constexpr int inlineSlots = YMMessageBuffer::inlineSlots;
@@ -23,12 +22,12 @@ void assignClassIndices(System& system, Diagnostics& diagnostics)
   for (Class& cls : system.classes) {
     const long long index = cls.writtenIndex.value_or(next);
     if (index < 0 || index >= maxClasses) {
-      diagnostics.error(cls.at, "class index " + std::to_string(index) + " of " + quoted(cls.name) +
+      diagnostics.error(cls.at, "class index " + std::to_string(index) + " of " + inQuotes(cls.name) +
                                     " is out of range 0 to " + std::to_string(maxClasses - 1));
       continue;
     }
     if (index < next) {
-      diagnostics.error(cls.at, "class index " + std::to_string(index) + " of " + quoted(cls.name) +
+      diagnostics.error(cls.at, "class index " + std::to_string(index) + " of " + inQuotes(cls.name) +
                                     " is below the next free one, " + std::to_string(next));
       continue;
     }
@@ -50,7 +49,7 @@ void refuseOverlaps(const Class& cls, Diagnostics& diagnostics)
     const auto end = [](const Field& f) { return f.slot + fieldTypeInfo(f.type).slots; };
     if (furthest != nullptr && end(*furthest) > field->slot) {
       diagnostics.error(field->at, "slot " + std::to_string(field->slot) + " of field " +
-                                       quoted(field->name) + " overlaps field " + quoted(furthest->name));
+                                       inQuotes(field->name) + " overlaps field " + inQuotes(furthest->name));
     }
     if (furthest == nullptr || end(*field) > end(*furthest)) {
       furthest = field;
@@ -70,7 +69,7 @@ bool assignSlots(Class& cls, Diagnostics& diagnostics)
     const int slots = fieldTypeInfo(field.type).slots;
     const long long slot = field.writtenSlot.value_or(end);
     if (slot < 0 || slot + slots > maxSlots) {
-      diagnostics.error(field.at, "slot " + std::to_string(slot) + " of field " + quoted(field.name) +
+      diagnostics.error(field.at, "slot " + std::to_string(slot) + " of field " + inQuotes(field.name) +
                                       " is out of range 0 to " + std::to_string(maxSlots - slots));
       return false;
     }
@@ -91,7 +90,7 @@ void layOutClass(Class& cls, Diagnostics& diagnostics)
   }
   const std::size_t bytes = static_cast<std::size_t>(cls.numberOfSlots) * 8 + cls.fields.size() / 8 + 1;
   if (cls.numberOfSlots < inlineSlots && bytes > inlineBytes) {
-    diagnostics.error(cls.at, "class " + quoted(cls.name) + " does not fit: its " +
+    diagnostics.error(cls.at, "class " + inQuotes(cls.name) + " does not fit: its " +
                                   std::to_string(cls.numberOfSlots) + " slots and the is-set bits of its " +
                                   std::to_string(cls.fields.size()) + " records take " +
                                   std::to_string(bytes) + " bytes where a message has " +

@@ -53,7 +53,6 @@ constexpr std::size_t maxElements = 1000000;
 
 /// What the records of a class and of a system count in 16 bits. More is refused before it has been read.
 constexpr std::size_t maxFields = std::numeric_limits<std::int16_t>::max();
-constexpr std::size_t maxClasses = std::numeric_limits<std::int16_t>::max();
 
 /// Bytes of all files together, many times what real catalogues have: the parser and the elements take about
 /// twenty times the memory.
@@ -144,7 +143,7 @@ public:
 
   xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override
   {
-    end("a schema file refers to no other file: " + quoted(toUtf8(systemId)));
+    end("a schema file refers to no other file: " + inQuotes(toUtf8(systemId)));
   }
 
   void warning(const xercesc::SAXParseException& exception) override
@@ -174,7 +173,7 @@ private:
   Field* addMember()
   {
     if (class_->fields.size() == maxFields) {
-      end("class " + catalogue::quoted(class_->name) + " has more than " + std::to_string(maxFields) +
+      end("class " + inQuotes(class_->name) + " has more than " + std::to_string(maxFields) +
           (class_->isEnum ? " enumerators" : " fields"));
     }
     return &class_->fields.emplace_back();
@@ -217,8 +216,8 @@ private:
     const auto result =
         std::from_chars(digits.data(), digits.data() + digits.size(), value, hexadecimal ? 16 : 10);
     if (result.ec == std::errc::result_out_of_range) {
-      diagnostics_.error(
-          here(), "the number " + quoted(*written) + " of attribute " + quoted(name) + " is out of range");
+      diagnostics_.error(here(), "the number " + inQuotes(*written) + " of attribute " + inQuotes(name) +
+                                     " is out of range");
       return std::nullopt;
     }
     return value;  // the grammar has refused everything else that is no number
@@ -236,9 +235,8 @@ private:
 
   void startClass(bool isEnum)
   {
-    if (system_->classes.size() == maxClasses) {
-      end("system " + catalogue::quoted(system_->name) + " has more than " + std::to_string(maxClasses) +
-          " classes");
+    if (system_->classes.size() == static_cast<std::size_t>(maxClasses)) {
+      end("system " + inQuotes(system_->name) + " has more than " + std::to_string(maxClasses) + " classes");
     }
     class_ = &system_->classes.emplace_back();
     class_->at = here();

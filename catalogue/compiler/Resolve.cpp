@@ -54,8 +54,8 @@ private:
       if (type) {
         field.passwordType = *type;
       } else {
-        diagnostics_.error(field.at, "unknown password type " + quoted(*field.passwordName) + " of field " +
-                                         quoted(field.name) + "; known: " + passwordNames());
+        diagnostics_.error(field.at, "unknown password type " + inQuotes(*field.passwordName) + " of field " +
+                                         inQuotes(field.name) + "; known: " + passwordNames());
       }
     }
     if (field.type == FIELD_INVALID) {
@@ -78,20 +78,20 @@ private:
     std::string what = field.typeName;
     if (list) {
       type = complete ? listType(*field.of) : FIELD_INVALID;
-      what += " of " + quoted(field.of.value_or(""));
+      what += " of " + inQuotes(field.of.value_or(""));
       known = listElementNames();
     } else if (map) {
       type = complete ? mapType(*field.key, *field.of) : FIELD_INVALID;
-      what += " of " + quoted(field.key.value_or("")) + " to " + quoted(field.of.value_or(""));
+      what += " of " + inQuotes(field.key.value_or("")) + " to " + inQuotes(field.of.value_or(""));
       known = mapTypeNames();
     } else {
       type = scalarType(field.typeName);
-      what = quoted(what);
+      what = inQuotes(what);
       known = scalarNames();
     }
     if (!type) {
       diagnostics_.error(field.at,
-                         "unknown type " + what + " of field " + quoted(field.name) + "; known: " + known);
+                         "unknown type " + what + " of field " + inQuotes(field.name) + "; known: " + known);
     }
     return type.value_or(FIELD_INVALID);
   }
@@ -102,8 +102,8 @@ private:
     if (value.has_value() == wanted) {
       return true;
     }
-    diagnostics_.error(field.at, "field " + quoted(field.name) + (wanted ? " needs" : " takes no") +
-                                     " attribute " + quoted(name));
+    diagnostics_.error(field.at, "field " + inQuotes(field.name) + (wanted ? " needs" : " takes no") +
+                                     " attribute " + inQuotes(name));
     return false;
   }
 
@@ -126,13 +126,13 @@ private:
     if (found == classes_.end()) {
       // A tag name is split at its first underscore.
       const bool knownSystem = systems_.contains(name.substr(0, name.find('_')));
-      diagnostics_.error(field.at, "unknown class " + quoted(name) + " of field " + quoted(field.name) +
+      diagnostics_.error(field.at, "unknown class " + inQuotes(name) + " of field " + inQuotes(field.name) +
                                        (knownSystem ? "" : "; no schema has its message system"));
       return nullptr;
     }
     if (found->second->isEnum != isEnum) {
-      diagnostics_.error(field.at, "field " + quoted(field.name) + " refers to " +
-                                       (isEnum ? "a message" : "an enumeration") + ", " + quoted(name) +
+      diagnostics_.error(field.at, "field " + inQuotes(field.name) + " refers to " +
+                                       (isEnum ? "a message" : "an enumeration") + ", " + inQuotes(name) +
                                        ", where " + (isEnum ? "an enumeration" : "a message") + " is wanted");
       return nullptr;
     }
@@ -255,11 +255,11 @@ private:
         field.defaultValue = text;
         break;
       default:
-        diagnostics_.error(field.at, "a field of the type of " + quoted(field.name) + " has no default");
+        diagnostics_.error(field.at, "a field of the type of " + inQuotes(field.name) + " has no default");
         return;
     }
     if (!field.defaultValue) {
-      diagnostics_.error(field.at, "default " + quoted(text) + " of field " + quoted(field.name) +
+      diagnostics_.error(field.at, "default " + inQuotes(text) + " of field " + inQuotes(field.name) +
                                        " is no value of its type");
     }
   }
@@ -270,7 +270,7 @@ private:
   {
     const auto found = classes_.find(system.name + "_" + xpath.message);
     if (found == classes_.end() || found->second->isEnum) {
-      diagnostics_.error(xpath.at, "unknown message " + quoted(xpath.message) + " of xpath");
+      diagnostics_.error(xpath.at, "unknown message " + inQuotes(xpath.message) + " of xpath");
       return;
     }
     const Class* cls = found->second;
@@ -339,7 +339,7 @@ private:
 
   const Field* refuseStep(const std::string& step, const XPath& xpath, const std::string& why)
   {
-    diagnostics_.error(xpath.at, "step " + quoted(step) + " of xpath " + quoted(xpath.path) + " " + why);
+    diagnostics_.error(xpath.at, "step " + inQuotes(step) + " of xpath " + inQuotes(xpath.path) + " " + why);
     return nullptr;
   }
 

@@ -10,12 +10,16 @@
 #include <kwxml/model/Metadata.h>
 
 #include <deque>
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace kwxml::catalogue {
+
+/// What the indices of classes count in 16 bits.
+inline constexpr int maxClasses = std::numeric_limits<std::int16_t>::max();
 
 struct Class;
 struct System;

@@ -34,7 +34,7 @@ constexpr int exitUsage = 2;
 std::string explain(const CLI::App& app, const CLI::ParseError& error)
 {
   const bool unknown = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
-  return unknown ? "unknown option " + kwxml::catalogue::quoted(app.remaining().front()) : error.what();
+  return unknown ? "unknown option " + inQuotes(app.remaining().front()) : error.what();
 }
 
 std::string headLine(const std::vector<std::string>& files)

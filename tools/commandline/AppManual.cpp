@@ -1,5 +1,7 @@
 #include "AppManual.h"
 
+#include "Values.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -41,11 +43,6 @@ Blocks said(const CLI::App& app, std::string_view section)
     }
   }
   return found;
-}
-
-std::vector<CLI::App*> commandsOf(CLI::App& app)
-{
-  return app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
 }
 
 std::string joinNames(const CLI::Option& option)

@@ -19,11 +19,6 @@ bool mayRepeat(const CLI::Option& option)
          option.get_items_expected_max() > 1;
 }
 
-std::vector<CLI::App*> commandsOf(CLI::App& app)
-{
-  return app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
-}
-
 /// Reads the words before the cursor as CLI11 would, which itself reads only whole lines.
 class Line
 {

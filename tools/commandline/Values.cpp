@@ -64,4 +64,9 @@ Values valuesOf(CLI::Option& option)
   return values;
 }
 
+std::vector<CLI::App*> commandsOf(CLI::App& app)
+{
+  return app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
+}
+
 }  // namespace kwxml::commandline

@@ -1,4 +1,5 @@
-// What values an option takes, for completion. CLI11 has no place for that but the name of a check.
+// What CLI11 was told of commands, and of the values that an option takes. It has no place for these but the
+// name of a check.
 #pragma once
 
 #include <functional>
@@ -7,6 +8,7 @@
 
 // Its header takes compilers seconds.
 namespace CLI {
+class App;
 class Option;
 class Validator;
 }  // namespace CLI
@@ -42,5 +44,8 @@ struct Values
 
 /// What the option was declared with.
 Values valuesOf(CLI::Option& option);
+
+/// The commands that help shows.
+std::vector<CLI::App*> commandsOf(CLI::App& app);
 
 }  // namespace kwxml::commandline

@@ -63,7 +63,7 @@ std::string listClasses(short system)
 }
 
 /// Everything that a command is told, kept from the parsing of the line until it has run.
-struct Options
+struct ClassOptions
 {
   std::string outputFile;
   std::string name;
@@ -83,12 +83,12 @@ void refuse(bool isGiven, const char* what)
   }
 }
 
-void refuseForm(const Options& options)
+void refuseForm(const ClassOptions& options)
 {
   refuse(!options.form.empty(), "--form is for the format xsd");
 }
 
-std::string schemaTables(const Options& options)
+std::string schemaTables(const ClassOptions& options)
 {
   std::string all;
   for (const std::string& name : options.names) {
@@ -124,7 +124,7 @@ void appendClasses(const std::string& name, bool hasEnums, std::vector<PackedRef
   }
 }
 
-std::vector<ClassDetails> details(const Options& options)
+std::vector<ClassDetails> details(const ClassOptions& options)
 {
   refuse(options.hidden || options.hash, "--hidden and --hash are for the plain text");
   std::vector<PackedReference> places;
@@ -140,7 +140,7 @@ std::vector<ClassDetails> details(const Options& options)
   return all;
 }
 
-std::string schemaTexts(const Options& options)
+std::string schemaTexts(const ClassOptions& options)
 {
   refuseForm(options);
   if (!options.details) {
@@ -153,7 +153,7 @@ std::string schemaTexts(const Options& options)
   return all;
 }
 
-std::string jsonDescription(const Options& options)
+std::string jsonDescription(const ClassOptions& options)
 {
   refuseForm(options);
   refuse(options.details, "--details is for the format text; json has all of them");
@@ -161,7 +161,7 @@ std::string jsonDescription(const Options& options)
 }
 
 /// The classes of a schema document of either format.
-std::vector<PackedReference> documentClasses(const Options& options)
+std::vector<PackedReference> documentClasses(const ClassOptions& options)
 {
   refuse(options.hidden || options.hash, "--hidden and --hash are for the plain text");
   refuse(options.details, "--details is for the format text");
@@ -172,7 +172,7 @@ std::vector<PackedReference> documentClasses(const Options& options)
   return places;
 }
 
-std::string jsonSchemaDocument(const Options& options)
+std::string jsonSchemaDocument(const ClassOptions& options)
 {
   refuseForm(options);
   std::string text;
@@ -182,7 +182,7 @@ std::string jsonSchemaDocument(const Options& options)
   return text;
 }
 
-std::string xsdDocument(const Options& options)
+std::string xsdDocument(const ClassOptions& options)
 {
   const std::vector<PackedReference> places = documentClasses(options);
   const XmlSchemaForm form = options.form == "attributes" ? XmlSchemaForm::Attributes
@@ -212,7 +212,7 @@ CLI::Validator oneOf(const std::vector<std::string>& words)
 
 void addSchemaCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ClassOptions>();
   CLI::App& command = addCommand(
       app, "schema", "Shows the fields of classes, or makes a schema document of their messages.",
       "With --details each class is shown with what its schema says of it: the classes that fields refer "
@@ -264,7 +264,7 @@ void addSchemaCommand(CLI::App& app, Session& session)
 void addCatalogueCommands(CLI::App& app, Session& session)
 {
   {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ClassOptions>();
     CLI::App& command = addCommand(
         app, "systems", "Lists the message systems: index, name, number of classes (tab-separated).",
         "Example:\n  kwxml systems", options->outputFile);
@@ -273,7 +273,7 @@ void addCatalogueCommands(CLI::App& app, Session& session)
     });
   }
   {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ClassOptions>();
     CLI::App& command = addCommand(
         app, "classes", "Lists the classes of a system: index, ID, message or enum, name (tab-separated).",
         "Example:\n  kwxml classes Demo", options->outputFile);
@@ -289,7 +289,7 @@ void addCatalogueCommands(CLI::App& app, Session& session)
   }
   addSchemaCommand(app, session);
   {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ClassOptions>();
     CLI::App& command = addCommand(app, "hash", "Shows the hash by which fields are found, for each name.",
                                    "Example:\n  kwxml hash errorCode errorMessage", options->outputFile);
     command.add_option("NAME", options->names, "Names of fields")->type_name("")->required();

@@ -14,7 +14,7 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+struct ConvertOptions
 {
   std::string from;
   std::vector<std::string> inputFiles;
@@ -43,7 +43,7 @@ std::string leftOut(const MessageInput& input, unsigned long long count)
 class Conversion
 {
 public:
-  Conversion(const Options& options, LibraryLog& log)
+  Conversion(const ConvertOptions& options, LibraryLog& log)
       : options_(options),
         log_(log),
         output_(options.outputFile),
@@ -140,7 +140,7 @@ private:
     return why;
   }
 
-  const Options& options_;
+  const ConvertOptions& options_;
   LibraryLog& log_;
   Output output_;
   std::unique_ptr<MessageSink> sink_;
@@ -150,7 +150,7 @@ private:
   std::vector<std::string> failures_;
 };
 
-void convert(const Options& options, LibraryLog& log)
+void convert(const ConvertOptions& options, LibraryLog& log)
 {
   refuseIdleOptions(options.write);
   if (std::count_if(options.inputFiles.begin(), options.inputFiles.end(), isStandard) > 1) {
@@ -175,7 +175,7 @@ void convert(const Options& options, LibraryLog& log)
 
 void addConvertCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<ConvertOptions>();
   CLI::App& command = addCommand(
       app, "convert", "Turns messages of one form into another.",
       "A field that cannot be read or written is an error: nothing is written "

@@ -15,7 +15,7 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+struct DiffOptions
 {
   std::string from;
   std::string to = "lines";
@@ -100,7 +100,7 @@ private:
 class Page final : public Differences
 {
 public:
-  Page(Output& output, const Options& options)
+  Page(Output& output, const DiffOptions& options)
       : page_(
             [&output](std::string_view text) {
               output.append(text);
@@ -132,7 +132,7 @@ private:
   std::string record_;
 };
 
-std::unique_ptr<Differences> differencesFor(Output& output, const Options& options)
+std::unique_ptr<Differences> differencesFor(Output& output, const DiffOptions& options)
 {
   if (options.to == "page") {
     return std::make_unique<Page>(output, options);
@@ -193,7 +193,7 @@ void progress(unsigned long long record)
   }
 }
 
-ExitStatus diff(const Options& options, LibraryLog& log)
+ExitStatus diff(const DiffOptions& options, LibraryLog& log)
 {
   if (isStandard(options.left) && isStandard(options.right)) {
     throw Failure(exitUsage, "A and B are both standard input");
@@ -247,7 +247,7 @@ ExitStatus diff(const Options& options, LibraryLog& log)
 
 void addDiffCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<DiffOptions>();
   CLI::App& command = addCommand(
       app, "diff",
       "Shows the fields in which two messages differ, a line each; the exit status is 1 when there "

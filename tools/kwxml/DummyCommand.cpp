@@ -35,14 +35,14 @@ struct EnumerationMender final : XmlTraverseHandler
   }
 };
 
-struct Options
+struct DummyOptions
 {
   std::string tag;
   std::string outputFile;
   WriteChoices write;
 };
 
-void dummy(const Options& options, LibraryLog& log)
+void dummy(const DummyOptions& options, LibraryLog& log)
 {
   refuseIdleOptions(options.write);
   const ClassPlace place = findTag(options.tag);
@@ -67,7 +67,7 @@ void dummy(const Options& options, LibraryLog& log)
 
 void addDummyCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<DummyOptions>();
   CLI::App& command = addCommand(
       app, "dummy", "Writes a sample message of a class.",
       "Strings and byte strings hold 1, lists of int and float five zeros, lists of messages five "

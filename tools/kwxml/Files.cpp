@@ -13,13 +13,6 @@
 
 namespace kwxml::tool {
 
-namespace {
-
-[[noreturn]] void failed(const std::string& what, const std::string& name, int error)
-{
-  throw Failure(exitData, what + " " + name + ": " + std::generic_category().message(error));
-}
-
 /// A file descriptor that is closed in the end.
 class Descriptor
 {
@@ -46,6 +39,13 @@ public:
 private:
   int number_;
 };
+
+namespace {
+
+[[noreturn]] void failed(const std::string& what, const std::string& name, int error)
+{
+  throw Failure(exitData, what + " " + name + ": " + std::generic_category().message(error));
+}
 
 bool writeAll(int descriptor, std::string_view bytes)
 {

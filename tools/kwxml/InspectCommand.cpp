@@ -15,7 +15,7 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+struct InspectOptions
 {
   std::string from;
   std::string inputFile;
@@ -30,7 +30,7 @@ std::optional<InspectForm> formNamed(std::string_view name)
                              : std::nullopt;
 }
 
-void run(const Options& options, LibraryLog& log)
+void run(const InspectOptions& options, LibraryLog& log)
 {
   const Input input(options.inputFile);
   std::optional<InspectForm> form = formNamed(options.from);
@@ -69,7 +69,7 @@ void run(const Options& options, LibraryLog& log)
 
 void addInspectCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<InspectOptions>();
   CLI::App& command =
       addCommand(app, "inspect", "Explains a binary message byte by byte.",
                  "A line per piece: offset, bytes, and what a reader takes them for. Of many bytes the first "

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::string_view placeholder = "%bxml_kw";
 
-struct Options
+struct LogOptions
 {
   std::string from;
   std::string inputFile;
@@ -54,7 +54,7 @@ int lostInXml(YMMessageBase& message, LibraryLog& log)
   return serializer.serialize(message, xml) != 0 ? 1 : serializer.lost();
 }
 
-void logMessage(const Options& options, LibraryLog& log)
+void logMessage(const LogOptions& options, LibraryLog& log)
 {
   refuseConversions(options.format);
   MessageInput input(options.inputFile, options.from, log);
@@ -83,7 +83,7 @@ void logMessage(const Options& options, LibraryLog& log)
 
 void addLogCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<LogOptions>();
   CLI::App& command =
       addCommand(app, "log", "Shows the line that a message leaves in the log.",
                  "Writes the message through the library's logger and shows level, function and text of the "

@@ -12,7 +12,7 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+struct MergeOptions
 {
   std::string from;
   std::string source;
@@ -24,7 +24,7 @@ struct Options
 
 constexpr const char* consequence = "nothing is written";
 
-void merge(const Options& options, LibraryLog& log)
+void merge(const MergeOptions& options, LibraryLog& log)
 {
   if (isStandard(options.source) && isStandard(options.target)) {
     throw Failure(exitUsage, "FROM and INTO are both standard input");
@@ -58,7 +58,7 @@ void merge(const Options& options, LibraryLog& log)
 
 void addMergeCommand(CLI::App& app, Session& session)
 {
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<MergeOptions>();
   CLI::App& command = addCommand(
       app, "merge", "Writes a message with the fields of another one of its class added.",
       "The fields that are set in FROM replace those of INTO. Elements of lists are added behind those of "

@@ -19,14 +19,14 @@ namespace kwxml::tool {
 
 namespace {
 
-struct Options
+struct RecordsOptions
 {
   std::string from;
   std::string inputFile;
   std::string outputFile;
 };
 
-RecordLayout layoutOf(const Options& options, const Input& input)
+RecordLayout layoutOf(const RecordsOptions& options, const Input& input)
 {
   if (!options.from.empty()) {
     return options.from == "batch" ? RecordLayout::Batch : RecordLayout::Single;
@@ -99,7 +99,7 @@ Found scan(const Input& input, RecordLayout layout, LibraryLog& log,
   return found;
 }
 
-void check(const Options& options, Session& session, LibraryLog& log)
+void check(const RecordsOptions& options, Session& session, LibraryLog& log)
 {
   const Input input(options.inputFile);
   const RecordLayout layout = layoutOf(options, input);
@@ -112,7 +112,7 @@ void check(const Options& options, Session& session, LibraryLog& log)
   writeText(options.outputFile, text);
 }
 
-void repair(const Options& options, LibraryLog& log)
+void repair(const RecordsOptions& options, LibraryLog& log)
 {
   const Input input(options.inputFile);
   const RecordLayout layout = layoutOf(options, input);
@@ -146,7 +146,7 @@ void addRecordsCommand(CLI::App& app, Session& session)
   records.require_subcommand(1);
   records.footer("kwxml records check --help and kwxml records repair --help explain them.");
   const auto add = [&](const char* name, const char* description, const char* more) {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RecordsOptions>();
     CLI::App& command = addCommand(records, name, description, more, options->outputFile);
     command.add_option("FILE", options->inputFile, "The file of messages; - or nothing: standard input")
         ->check(commandline::ofKind(commandline::fileKind))
