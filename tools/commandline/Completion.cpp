@@ -64,16 +64,14 @@ public:
       if (option != nullptr && takesValue(*option)) {
         found = values(*option, word.substr(0, equals + 1), valuesOfKind);
       }
-    } else if (!optionsEnded_ && word.starts_with('-')) {
+    } else if (!optionsEnded_ && (word.starts_with('-') || takesOnlyOptions())) {
       found.words = options();
-    } else if (const std::vector<CLI::App*> commands = commandsOf(*command_); !commands.empty()) {
-      for (const CLI::App* command : commands) {
-        found.words.push_back({command->get_name(), command->get_description()});
-      }
     } else if (CLI::Option* const option = nextPositional(); option != nullptr) {
       found = values(*option, "", valuesOfKind);
-    } else if (!optionsEnded_) {
-      found.words = options();
+    } else {
+      for (const CLI::App* command : commandsOf(*command_)) {
+        found.words.push_back({command->get_name(), command->get_description()});
+      }
     }
     std::erase_if(found.words, [&](const Word& one) { return !one.text.starts_with(word); });
     return found;
@@ -160,6 +158,8 @@ private:
     });
     return words;
   }
+
+  bool takesOnlyOptions() const { return commandsOf(*command_).empty() && nextPositional() == nullptr; }
 
   /// Null when there is room for no more.
   CLI::Option* nextPositional() const

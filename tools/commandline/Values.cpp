@@ -23,6 +23,7 @@ CLI::Validator named(const std::string& name, const Refusal& refuse)
 std::vector<Word> wordsWithoutMeaning(const std::vector<std::string>& texts)
 {
   std::vector<Word> words;
+  words.reserve(texts.size());
   for (const std::string& text : texts) {
     words.push_back({text, ""});
   }

@@ -21,14 +21,14 @@ using commandline::Word;
 /// The path as the shell would give it: nobody has expanded the word yet.
 std::string expanded(const std::string& path)
 {
-  const char* const home = std::getenv("HOME");
+  const char* const home = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe)
   return path.starts_with("~/") && home != nullptr ? home + path.substr(1) : path;
 }
 
 void useCatalogueOf(const GivenOptions& given)
 {
   const auto named = given.find("--catalogue");
-  const char* const variable = std::getenv(catalogueVariable);
+  const char* const variable = std::getenv(catalogueVariable);  // NOLINT(concurrency-mt-unsafe)
   std::ostringstream nobodyReads;
   useNamedCatalogue(named != given.end()  ? expanded(named->second)
                     : variable != nullptr ? variable
