@@ -22,7 +22,7 @@ class System:
         self._catalogue = catalogue
         self._name = name
         self._index = index
-        self._places = {cls: place for cls, place, _ in reversed(catalogue._classes(index))}
+        self._places = {cls: place for cls, place, _ in catalogue._classes(index)}
         self.__doc__ = doc or f"The system {name}."
 
     def __getitem__(self, name):
@@ -108,7 +108,7 @@ class Catalogue(CatalogueBase):
         return [*super().__dir__(), *self.systems, *only]
 
     def __repr__(self):
-        return f"<catalogue {self.name}: {', '.join(self.systems) or 'no system'}>"
+        return f"<catalogue of {', '.join(self.systems) or 'no system'}>"
 
     def __reduce__(self):
         return living, (self.sources,)

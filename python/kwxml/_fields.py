@@ -15,7 +15,6 @@ _SCALARS = {
     "message": (23,),
     "bytes": (25,),
     "password": (31,),
-    "none": (0, 24, 29),
 }
 _KINDS = {number: (kind, "") for kind, numbers in _SCALARS.items() for number in numbers}
 _ELEMENTS = ("int", "int", "int", "int", "int", "int", "enum", "str", "str", "message")
@@ -29,7 +28,7 @@ _KINDS.update({33 + i: (value, key) for i, (key, value) in enumerate(zip(_KEYS, 
 class Field(NamedTuple):
     """A field of a class.
 
-    `kind` is what a value is: int, bool, str, enum, float, message, bytes, password, datetime, or none. `holds` is ""
+    `kind` is what a value is: int, bool, str, enum, float, message, bytes, password or datetime. `holds` is ""
     for one value, "list" for a list of them, and the kind of the keys for a map. `cls` is the class of messages or
     enumerators, `key_cls` that of keys.
     """

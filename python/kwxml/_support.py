@@ -92,7 +92,7 @@ def other_class(expected, found):
 
 def not_kept(name, differences):
     paths = ", ".join(d.path for d in differences[:5]) + (", ..." if len(differences) > 5 else "")
-    return EncodeError(f"{name}: the binary form does not keep {paths}")
+    return EncodeError(f"{name}: what was written does not keep {paths}")
 
 
 def suggestion(name, names):

@@ -35,10 +35,9 @@ bool isAttribute(const std::string& name)
 std::string typeText(const FieldInfo& field)
 {
   const FieldTypeInfo& info = fieldTypeInfo(field.type);
-  std::string what = info.text != nullptr                 ? info.text
-                     : field.type == FIELD_LIST_BSTRING   ? "list<bstring>"
-                     : field.type == FIELD_LIST_ULONGLONG ? "list<ulonglong>"
-                                                          : "none";
+  std::string what = info.text != nullptr               ? info.text
+                     : field.type == FIELD_LIST_BSTRING ? "list<bstring>"
+                                                        : "list<ulonglong>";
   if (field.target != nullptr) {
     what += " " + field.target->name;
   }
@@ -139,8 +138,8 @@ ClassInfo* Catalogue::at(int system, int index)
     return &found->second;
   }
   const _ClassDef* const def = registry_.findClass(system, index);
-  if (def == nullptr) {
-    return nullptr;
+  if (def == nullptr || def->name == nullptr) {
+    return nullptr;  // a place that no class has is without a name
   }
   const char* const systemName = registry_.row(static_cast<unsigned>(system)).name;
   ClassInfo cls{.catalogue = this,
@@ -189,8 +188,8 @@ void Catalogue::fill(ClassInfo& cls)
   cls.attributes.clear();
   cls.fields.reserve(static_cast<std::size_t>(cls.def->numberOfFields));
   for (const FieldDef& def : *cls.def) {
-    if (def.hash == 0) {
-      continue;  // hidden
+    if (def.hash == 0 || fieldTypeInfo(def.type).storage == Storage::None) {
+      continue;  // hidden, or without a value
     }
     FieldInfo field{
         .def = &def, .owner = &cls, .number = def.fieldNumber, .slot = def.slot, .type = def.type};

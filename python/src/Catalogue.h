@@ -62,7 +62,7 @@ struct ClassInfo
   std::string name{};            ///< "Pets.Cat"
   PyTypeObject* type = nullptr;  ///< the Python type or the IntEnum; null until it is needed
 
-  std::vector<FieldInfo> fields{};                                  ///< all but hidden ones
+  std::vector<FieldInfo> fields{};  ///< all but those that are hidden or have no value
   std::unordered_map<std::string_view, const FieldInfo*> byName{};  ///< the same
   std::vector<PyGetSetDef> attributes{};                            ///< what the type is made of
   std::unordered_map<std::int32_t, Ref> enumerators{};              ///< members of the IntEnum

@@ -116,19 +116,25 @@ PyObject* systemsMethod(PyObject* self, PyObject*) noexcept
   });
 }
 
-/// [(name, index, is enumeration), ...]
-PyObject* classesMethod(PyObject* self, PyObject* system) noexcept
+/// [(name, index, is enumeration), ...] of the classes that have a name: others fill the places between them.
+PyObject* classesMethod(PyObject* self, PyObject* number) noexcept
 {
   return guarded(static_cast<PyObject*>(nullptr), [&] {
     const Registry& registry = catalogueOf(self).registry();
-    const long index = PyLong_AsLong(system);
+    const long index = PyLong_AsLong(number);
     if (index == -1 && PyErr_Occurred() != nullptr) {
       throw PythonError();
     }
     Ref out = own(PyList_New(0));
+    const char* const systemName = registry.row(static_cast<unsigned>(index)).name;
     for (int i = 0; const _ClassDef* const cls = registry.findClass(static_cast<int>(index), i); ++i) {
-      checked(PyList_Append(out.get(),
-                            own(Py_BuildValue("(siN)", cls->name, i, PyBool_FromLong(cls->isEnum()))).get()));
+      short system = 0;
+      int place = 0;
+      if (systemName != nullptr && cls->name != nullptr &&
+          registry.findClass(systemName, cls->name, system, place) && place == i) {
+        checked(PyList_Append(
+            out.get(), own(Py_BuildValue("(siN)", cls->name, i, PyBool_FromLong(cls->isEnum()))).get()));
+      }
     }
     return out.release();
   });

@@ -1,12 +1,13 @@
 #include "Codec.h"
 
+#include "Shown.h"
+
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinarySerializer.h>
 #include <kwxml/codec/JSONDecoder.h>
 #include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/XMLDecoder.h>
 #include <kwxml/codec/XMLEncoder.h>
-#include <kwxml/traverse/MessageDiff.h>
 
 #include <cctype>
 #include <cstring>
@@ -154,9 +155,21 @@ void writeOut(MessageObject& message, const char* form, bool lenient, Write writ
   refuseLost(*message.cls, lost, lenient);
 }
 
-PyObject* textObject(const std::string& out)
+Ref textObject(const std::string& out)
 {
-  return PyUnicode_DecodeUTF8(out.data(), static_cast<Py_ssize_t>(out.size()), nullptr);
+  return own(PyUnicode_DecodeUTF8(out.data(), static_cast<Py_ssize_t>(out.size()), nullptr));
+}
+
+/// Raises EncodeError where the written message does not read as it was.
+void checkKept(MessageObject& message, Form form, PyObject* written)
+{
+  const Ref back = read(*message.cls->catalogue, form, written, {.lenient = true}, message.cls);
+  const Ref lost = differences(*message.message, *asMessage(back.get()).message);
+  if (PyList_GET_SIZE(lost.get()) > 0) {
+    const Ref error = callSupport("not_kept", "(sO)", message.cls->name.c_str(), lost.get());
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
+    throw PythonError();
+  }
 }
 
 }  // namespace
@@ -252,17 +265,18 @@ PyObject* fromBytes(PyObject* type, PyObject* arguments, PyObject* keywords) noe
 PyObject* toXml(PyObject* self, PyObject* arguments, PyObject* keywords) noexcept
 {
   return guarded(static_cast<PyObject*>(nullptr), [&] {
-    static const char* const names[] = {"declaration", "elements",       "readable", "enum_names",
-                                        "exact",       "mask_passwords", "lenient",  nullptr};
+    static const char* const names[] = {"declaration",    "elements", "readable", "enum_names", "exact",
+                                        "mask_passwords", "check",    "lenient",  nullptr};
     int declaration = 1;
     int elements = 0;
     int readable = 0;
     int enumNames = 0;
     int exact = 1;
     int mask = 0;
+    int check = 0;
     int lenient = 0;
-    if (PyArg_ParseTupleAndKeywords(arguments, keywords, "|$ppppppp:to_xml", const_cast<char**>(names),
-                                    &declaration, &elements, &readable, &enumNames, &exact, &mask,
+    if (PyArg_ParseTupleAndKeywords(arguments, keywords, "|$pppppppp:to_xml", const_cast<char**>(names),
+                                    &declaration, &elements, &readable, &enumNames, &exact, &mask, &check,
                                     &lenient) == 0) {
       throw PythonError();
     }
@@ -277,7 +291,11 @@ PyObject* toXml(PyObject* self, PyObject* arguments, PyObject* keywords) noexcep
     writeOut(message, "XML", lenient != 0, [&](int& lost) {
       return XMLEncoder(flags).serialize(*message.message, out, declaration == 0, &lost) == 0;
     });
-    return textObject(out);
+    Ref written = textObject(out);
+    if (check != 0) {
+      checkKept(message, Form::Xml, written.get());
+    }
+    return written.release();
   });
 }
 
@@ -299,7 +317,7 @@ PyObject* toJson(PyObject* self, PyObject* arguments, PyObject* keywords) noexce
     std::string out;
     writeOut(message, "JSON", lenient != 0,
              [&](int& lost) { return JSONEncoder(flags).serialize(*message.message, out, &lost) == 0; });
-    return textObject(out);
+    return textObject(out).release();
   });
 }
 
@@ -322,14 +340,7 @@ PyObject* toBytes(PyObject* self, PyObject* arguments, PyObject* keywords) noexc
     });
     Ref bytes = own(PyBytes_FromStringAndSize(out.data(), static_cast<Py_ssize_t>(out.length())));
     if (check != 0) {
-      const Ref back =
-          read(*message.cls->catalogue, Form::Binary, bytes.get(), {.lenient = true}, message.cls);
-      const Ref differences = own(PyObject_CallMethod(self, "diff", "O", back.get()));
-      if (PyList_GET_SIZE(differences.get()) > 0) {
-        const Ref error = callSupport("not_kept", "(sO)", message.cls->name.c_str(), differences.get());
-        PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-        throw PythonError();
-      }
+      checkKept(message, Form::Binary, bytes.get());
     }
     return bytes.release();
   });

@@ -34,6 +34,9 @@ struct MessageObject
 /// Adds the type to the module. Throws PythonError.
 void addMessageType(PyObject* module);
 
+/// Ends an object that nobody refers to.
+void endMessage(PyObject* self) noexcept;
+
 /// A new object that owns the message. Throws PythonError.
 Ref wrap(Catalogue& catalogue, std::unique_ptr<YMMessageBase> message);
 /// The object of a message that is nested in that of `parent`. Throws PythonError.

@@ -1,0 +1,104 @@
+"""Files of messages."""
+
+import io
+
+import kwxml
+import pytest
+
+
+def write(path, messages, **options):
+    with kwxml.record_writer(path, **options) as out:
+        for message in messages:
+            out.write(message)
+    return path.read_bytes()
+
+
+@pytest.mark.parametrize("layout", ["records", "batch"])
+def test_files(pets, tmp_path, layout):
+    path = tmp_path / "messages"
+    cats = [pets.Cat(name=f"cat {i}", tags=["x"] * (i + 1)) for i in range(20)]
+    data = write(path, cats[:15], layout=layout)
+    data = write(path, cats[15:], layout=layout, append=True, durable=True)
+    assert list(kwxml.records(path, pets)) == list(pets.records(path, layout=layout)) == cats
+    with path.open("rb") as file:
+        assert list(pets.batch(file)) == cats
+        file.seek(5)
+        assert list(pets.batch(file)) == cats
+    for source in (path, data, bytearray(data), memoryview(data), io.BytesIO(data)):
+        assert list(pets.batch(source)) == cats
+    reader = kwxml.records(path, pets)
+    next(reader)
+    first = reader.offset
+    next(reader)
+    assert reader.offset > first
+    reader.close()
+    assert list(reader) == []
+    empty = tmp_path / "empty"
+    empty.write_bytes(b"")
+    assert list(kwxml.records(empty, pets)) == []
+    assert write(empty, [], layout=layout) == b"" and list(pets.batch(empty)) == []
+
+
+@pytest.mark.parametrize("layout", ["records", "batch"])
+def test_damage(pets, tmp_path, layout):
+    path = tmp_path / "messages"
+    cats = [pets.Cat(name=f"cat {i}") for i in range(3)]
+    data = write(path, cats, layout=layout)
+    reader = pets.batch(data)
+    next(reader), next(reader)
+    begin_of_second = reader.offset
+    for end in range(len(data)):
+        got = []
+        try:
+            for cat in pets.batch(data[:end], layout=layout):
+                got.append(cat)
+        except kwxml.DecodeError as error:
+            assert 0 <= error.offset <= end and f"offset {error.offset}" in str(error)
+        assert got == cats[: len(got)]
+    for at in range(len(data)):
+        try:
+            for cat in pets.batch(data[:at] + bytes([data[at] ^ 0x55]) + data[at + 1 :], lenient=True):
+                repr(cat)
+        except kwxml.DecodeError:
+            pass
+    # A record that does not decode is passed over.
+    bad = bytearray(data)
+    bad[begin_of_second + 8 : begin_of_second + 12] = b"\0\0\0\1"
+    reader = pets.batch(bad)
+    assert next(reader) == cats[0]
+    with pytest.raises(kwxml.DecodeError) as raised:
+        next(reader)
+    assert raised.value.offset >= begin_of_second
+    path.write_bytes(data[:-2])
+    with kwxml.record_writer(path, layout=layout, append=True) as out:
+        assert out.cut > 0
+        out.write(cats[0])
+    assert list(pets.records(path)) == [*cats[:2], cats[0]]
+
+
+def test_misuse(pets, types, tmp_path):
+    path = tmp_path / "messages"
+    with pytest.raises(ValueError, match="'records' or 'batch'"):
+        kwxml.record_writer(path, layout="xml")
+    with pytest.raises(OSError):
+        kwxml.record_writer(tmp_path)
+    out = kwxml.record_writer(path, layout="batch")
+    for wrong in (None, 5, b""):
+        with pytest.raises(TypeError, match="expected a message"):
+            out.write(wrong)
+    with pytest.raises(kwxml.EncodeError, match="up to 9999"):
+        out.write(pets.Cat(name="x" * 10_000))
+    out.close()
+    with pytest.raises(ValueError, match="closed"):
+        out.write(pets.Cat())
+    with pytest.raises(kwxml.DecodeError, match="neither"):
+        pets.batch(b"something else entirely")
+    with pytest.raises(TypeError):
+        pets.batch(5)
+    with pytest.raises(ValueError):
+        pets.batch(b"", strict=True, lenient=True)
+    mixed = write(path, [pets.Cat(), types.Leaf()])
+    reader = pets.batch(mixed)
+    assert next(reader) == pets.Cat()
+    with pytest.raises(kwxml.DecodeError):
+        next(reader)
