@@ -15,31 +15,55 @@ import sys
 import kwxml
 from kwxml._support import is_identifier
 
+# Under names that no field has.
+_HEAD = """import builtins as _builtins
+import datetime as _datetime
+import enum as _enum
+import typing as _typing
+
+import kwxml as _kwxml
+
+_Read = _typing.TypeVar("_Read", covariant=True)
+_Write = _typing.TypeVar("_Write", contravariant=True)
+
+class _Field(_typing.Generic[_Read, _Write]):
+    def __get__(self, message: _typing.Any, owner: _typing.Any = ...) -> _Read: ...
+    def __set__(self, message: _typing.Any, value: _Write | None) -> None: ...
+    def __delete__(self, message: _typing.Any) -> None: ...
+"""
 _READ = {
-    "int": "int",
-    "bool": "bool",
-    "str": "str",
-    "float": "float",
-    "bytes": "bytes",
-    "password": "kwxml.Password",
-    "datetime": "datetime.datetime | int",
+    "int": "_builtins.int",
+    "bool": "_builtins.bool",
+    "str": "_builtins.str",
+    "float": "_builtins.float",
+    "bytes": "_builtins.bytes",
+    "password": "_kwxml.Password",
+    "datetime": "_datetime.datetime | _builtins.int",
 }
-_WRITE = {**_READ, "password": "str", "bytes": "bytes | bytearray | memoryview"}
+_WRITE = {
+    **_READ,
+    "password": "_builtins.str",
+    "bytes": "_builtins.bytes | _builtins.bytearray | _builtins.memoryview",
+}
+
+
+def _class(cls):
+    return f"_{cls.__module__}.{cls.__qualname__}"
 
 
 def _read(kind, cls):
     if kind == "enum":
-        return "int" if cls is None else f"{cls.__module__}.{cls.__qualname__}"
+        return "_builtins.int" if cls is None else _class(cls)
     if kind == "message":
-        return "kwxml.Message" if cls is None else f"{cls.__module__}.{cls.__qualname__}"
+        return "_kwxml.Message" if cls is None else _class(cls)
     return _READ[kind]
 
 
 def _write(kind, cls):
     if kind == "enum":
-        return f"{_read(kind, cls)} | int | str"
+        return f"{_read(kind, cls)} | _builtins.int | _builtins.str"
     if kind == "message":
-        return f"{_read(kind, cls)} | dict[str, typing.Any]"
+        return f"{_read(kind, cls)} | _builtins.dict[_builtins.str, _typing.Any]"
     return _WRITE[kind]
 
 
@@ -47,28 +71,27 @@ def _field(field):
     """The types that a field reads as, and that it can be set to."""
     read, write = _read(field.kind, field.cls), _write(field.kind, field.cls)
     if field.holds == "list":
-        return f"kwxml.List[{read}]", f"typing.Iterable[{write}]"
+        return f"_kwxml.List[{read}]", f"_typing.Iterable[{write}]"
     if field.holds:
         key = _read(field.holds, field.key_cls)
-        return f"kwxml.Map[{key}, {read}]", f"typing.Mapping[{key}, {write}] | typing.Iterable[tuple[{key}, {write}]]"
+        pairs = f"_typing.Iterable[_builtins.tuple[{_write(field.holds, field.key_cls)}, {write}]]"
+        return f"_kwxml.Map[{key}, {read}]", f"_typing.Mapping[{key}, {write}] | {pairs}"
     return f"{read} | None", write
 
 
 def _message(name, cls, out):
     fields = [(field.name, *_field(field)) for field in kwxml.fields(cls) if is_identifier(field.name)]
-    out.append(f"    class {name}(kwxml.Message):")
     keywords = "".join(f", {field}: {write} | None = ..." for field, _, write in fields)
-    out.append(f"        def __new__(cls{', *' if fields else ''}{keywords}) -> {cls.__module__}.{name}: ...")
+    out.append(f"    class {name}(_kwxml.Message):")
+    out.append(f"        def __new__(cls{', *' if fields else ''}{keywords}) -> {_class(cls)}: ...")
     for field, read, write in fields:
-        out.append("        @property  # type: ignore[override]" if hasattr(kwxml.Message, field) else "        @property")
-        out.append(f"        def {field}(self) -> {read}: ...")
-        out.append(f"        @{field}.setter")
-        out.append(f"        def {field}(self, value: {read} | {write} | None) -> None: ...")
+        hides = "  # type: ignore[assignment]" if hasattr(kwxml.Message, field) else ""
+        out.append(f"        {field}: _Field[{read}, {write}]{hides}")
 
 
 def _enumeration(name, cls, out):
-    out.append(f"    class {name}(enum.IntEnum):")
     members = [member for member in cls.__members__ if is_identifier(member)]
+    out.append(f"    class {name}(_enum.IntEnum):")
     out.extend(f"        {member} = {int(cls[member])}" for member in members)
     if not members:
         out.append("        pass")
@@ -76,22 +99,23 @@ def _enumeration(name, cls, out):
 
 def stubs(catalogue):
     """The text of a stub file. Names that are no identifiers are left out."""
-    out = ["import datetime", "import enum", "import typing", "", "import kwxml", ""]
+    out = [_HEAD]
     for system, classes in catalogue.systems.items():
         out.append(f"class {system}:")
-        for name in classes:
-            if is_identifier(name):
-                cls = classes[name]
-                (_message if issubclass(cls, kwxml.Message) else _enumeration)(name, cls, out)
-        out.append("")
-    out.append("class Catalogue(kwxml.Catalogue):")
+        names = [name for name in classes if is_identifier(name)]
+        for name in names:
+            cls = classes[name]
+            (_message if issubclass(cls, kwxml.Message) else _enumeration)(name, cls, out)
+        out.extend([] if names else ["    pass"])
+        out.extend([f"_{system} = {system}", ""])
+    out.append("class Catalogue(_kwxml.Catalogue):")
     for system in catalogue.systems:
-        out.append(f"    {system}: type[{system}]")
+        out.append(f"    {system}: _builtins.type[_{system}]")
     if not catalogue.systems:
         out.append("    pass")
     if len(catalogue.systems) == 1:
         system, classes = next(iter(catalogue.systems.items()))
-        out.extend(f"    {name}: type[{system}.{name}]" for name in classes if is_identifier(name))
+        out.extend(f"    {name}: _builtins.type[_{system}.{name}]" for name in classes if is_identifier(name))
     return "\n".join(out) + "\n"
 
 
