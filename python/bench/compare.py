@@ -83,11 +83,24 @@ def walk(message):
     return count
 
 
-def convert(element):
-    """An element of etree as dicts, its values still texts."""
-    out = dict(element.attrib)
+def converters(cls):
+    """For typed(): of each field what makes its value of a text, and the converters of nested messages."""
+    plain = {"int": int, "enum": int, "float": float, "bool": "true".__eq__, "str": str}
+    return {field.name: (field.holds, plain.get(field.kind) or converters(field.cls)) for field in kwxml.fields(cls)}
+
+
+def typed(element, table):
+    """An element of etree as a dict of values of their types: what a program makes of the tree."""
+    out = {name: table[name][1](value) for name, value in element.attrib.items()}
     for child in element:
-        out.setdefault(child.tag, []).append(convert(child))
+        holds, convert = table[child.tag]
+        if holds == "list":
+            value = typed(child, convert) if isinstance(convert, dict) else convert(child.get("val"))
+            out.setdefault(child.tag, []).append(value)
+        elif holds:
+            out.setdefault(child.tag, {})[child[0].get("val")] = child[1].get("val")
+        else:
+            out[child.tag] = typed(child, convert)
     return out
 
 
@@ -121,12 +134,13 @@ def tasks_of(catalogue, proto, name, values):
     message = cls.from_dict(values)
     text = message.to_xml()
     data = message.to_bytes(check=True)
-    assert cls.from_xml(text) == message
+    table = converters(cls)
+    assert cls.from_xml(text) == message and typed(etree.fromstring(text), table) == values
     keywords = {key: value for key, value in values.items() if not isinstance(value, (dict, list))}
     tasks = {
         ("read XML", "kwxml"): lambda: cls.from_xml(text),
         ("read XML", "etree, tree alone"): lambda: etree.fromstring(text),
-        ("read XML", "etree, to dicts of texts"): lambda: convert(etree.fromstring(text)),
+        ("read XML", "etree, typed values"): lambda: typed(etree.fromstring(text), table),
         ("write XML", "kwxml"): message.to_xml,
     }
     tree = etree.fromstring(text)

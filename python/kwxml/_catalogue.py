@@ -5,7 +5,7 @@ from __future__ import annotations
 import os
 import weakref
 
-from kwxml._kwxml import CatalogueBase, RecordReader, RecordWriter
+from kwxml._kwxml import CatalogueBase, open_reader, open_writer
 from kwxml._support import suggestion
 
 _living: weakref.WeakValueDictionary = weakref.WeakValueDictionary()
@@ -123,7 +123,7 @@ class Catalogue(CatalogueBase):
             return records(source, self, **options)
         descriptor = _descriptor_of(source)
         try:
-            return RecordReader(self, f"/proc/self/fd/{descriptor}", **options)  # which opens it anew
+            return open_reader(self, f"/proc/self/fd/{descriptor}", **options)  # which opens it anew
         finally:
             os.close(descriptor)
 
@@ -158,10 +158,10 @@ def builtin():
 
 def records(path, catalogue, *, layout=None, lenient=False, strict=False, problems=None, memory_limit=0):
     """The messages of a file of records or of a batch (`layout` "records", "batch", or None to find out)."""
-    return RecordReader(catalogue, os.fspath(path), layout=layout, lenient=lenient, strict=strict, problems=problems,
-                        memory_limit=memory_limit)
+    return open_reader(catalogue, os.fspath(path), layout=layout, lenient=lenient, strict=strict, problems=problems,
+                       memory_limit=memory_limit)
 
 
 def record_writer(path, *, layout="records", append=False, durable=False):
     """A file of messages to write to: a new one, or with `append` behind what there is."""
-    return RecordWriter(os.fspath(path), layout=layout, append=append, durable=durable)
+    return open_writer(os.fspath(path), layout=layout, append=append, durable=durable)

@@ -2,7 +2,7 @@
 
 from collections.abc import Mapping, MutableMapping, MutableSequence, Sequence
 
-from kwxml._kwxml import List, Map
+from kwxml._kwxml import List, Map, seal_views
 
 
 def _as_list(self):
@@ -36,3 +36,4 @@ List.__reduce__ = _as_list
 Map.__reduce__ = _as_dict
 MutableSequence.register(List)
 MutableMapping.register(Map)
+seal_views()

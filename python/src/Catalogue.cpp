@@ -233,8 +233,7 @@ PyTypeObject* Catalogue::makeMessageType(ClassInfo& cls)
   type->tp_vectorcall = support.messageType->tp_vectorcall;
   checked(PyDict_SetItemString(type->tp_dict, catalogueKey, self_));
   PyType_Modified(type);
-  made.release();
-  return type;
+  return reinterpret_cast<PyTypeObject*>(made.release());
 }
 
 PyTypeObject* Catalogue::makeEnumeration(ClassInfo& cls)

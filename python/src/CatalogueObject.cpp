@@ -64,7 +64,8 @@ PyObject* newCatalogue(PyTypeObject* type, PyObject* arguments, PyObject*) noexc
     if (registry == nullptr) {
       failLoading(problems);
     }
-    asCatalogue(self.get()).catalogue = new Catalogue(self.get(), std::move(owned), *registry);
+    asCatalogue(self.get()).catalogue =
+        std::make_unique<Catalogue>(self.get(), std::move(owned), *registry).release();
     checked(PyObject_SetAttrString(self.get(), "warnings", text(problems).get()));
     return self.release();
   });

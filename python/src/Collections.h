@@ -93,7 +93,7 @@ Value& madeIn(YMMessageBase& message, const FieldInfo& field)
   if (storedIn<Value>(message, field) == nullptr) {
     auto made = std::make_unique<Value>();
     message.setObject(field.number, field.slot, made.get(), true, tag, field.def->hash, true);
-    made.release();
+    (void)made.release();  // the message's now
   }
   return *static_cast<Value*>(message.getObject(field.number, field.slot, tag, field.def->hash));
 }

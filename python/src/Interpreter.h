@@ -109,6 +109,14 @@ private:
   PyThreadState* state_;
 };
 
+/// From now on a type is as it is. An object could otherwise be made one of another type with the same
+/// layout.
+inline void seal(PyTypeObject* type)
+{
+  type->tp_flags |= Py_TPFLAGS_IMMUTABLETYPE;
+  PyType_Modified(type);
+}
+
 /// A function that takes keywords, as a table of methods wants it.
 template <class Function>
 PyCFunction method(Function function)

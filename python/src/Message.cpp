@@ -204,7 +204,7 @@ void writeField(MessageObject& message, const FieldInfo& field, PyObject* value)
       unsetField(message, field);
       YMMessageBase& values = *message.message;
       values.setObject(field.number, field.slot, converted.get(), true, values.getTagID(), hash, true);
-      converted.release();
+      (void)converted.release();  // the message's now
     } else if constexpr (NoStorage<Tag>) {
       fail(PyExc_SystemError, field.path() + ": a field without a value");
     }

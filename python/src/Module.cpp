@@ -51,6 +51,10 @@ PYBIND11_MODULE(_kwxml, module)
     throw py::error_already_set();
   }
   addRecords(module);
+  module.def("seal_views", [] {
+    seal(support.listType);
+    seal(support.mapType);
+  });
   module.def("fields_of", [](const py::object& type) {
     try {
       return fieldsOf(type);

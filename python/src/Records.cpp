@@ -284,18 +284,8 @@ private:
 
 void addRecords(py::module_& module)
 {
-  py::class_<RecordReader>(module, "RecordReader", "The messages of a file, one after the other.")
-      .def(
-          py::init([](const py::object& catalogue, const std::string& path, const py::object& layout,
-                      bool lenient, bool strict, const py::object& problems, unsigned long long memoryLimit) {
-            return bound([&] {
-              return std::make_unique<RecordReader>(catalogue, path, layout, lenient, strict, problems,
-                                                    memoryLimit);
-            });
-          }),
-          py::arg("catalogue"), py::arg("path"), py::kw_only(), py::arg("layout") = py::none(),
-          py::arg("lenient") = false, py::arg("strict") = false, py::arg("problems") = py::none(),
-          py::arg("memory_limit") = 0ULL)
+  py::class_<RecordReader>(module, "RecordReader", py::is_final(),
+                           "The messages of a file, one after the other.")
       .def("__iter__", [](py::object self) { return self; })
       .def("__next__",
            [](RecordReader& self) {
@@ -309,12 +299,7 @@ void addRecords(py::module_& module)
       .def("close", [](RecordReader& self) { bound([&] { self.close(); }); })
       .def("__enter__", [](py::object self) { return self; })
       .def("__exit__", [](RecordReader& self, const py::args&) { bound([&] { self.close(); }); });
-  py::class_<RecordWriter>(module, "RecordWriter", "Writes messages to a file.")
-      .def(py::init([](const std::string& path, const std::string& layout, bool append, bool durable) {
-             return bound([&] { return std::make_unique<RecordWriter>(path, layout, append, durable); });
-           }),
-           py::arg("path"), py::kw_only(), py::arg("layout") = "records", py::arg("append") = false,
-           py::arg("durable") = false)
+  py::class_<RecordWriter>(module, "RecordWriter", py::is_final(), "Writes messages to a file.")
       .def("write",
            [](RecordWriter& self, const py::object& message) { bound([&] { self.write(message.ptr()); }); })
       .def_property_readonly("cut", &RecordWriter::cut,
@@ -322,6 +307,30 @@ void addRecords(py::module_& module)
       .def("close", [](RecordWriter& self) { bound([&] { self.close(); }); })
       .def("__enter__", [](py::object self) { return self; })
       .def("__exit__", [](RecordWriter& self, const py::args&) { bound([&] { self.close(); }); });
+  for (const char* name : {"RecordReader", "RecordWriter"}) {
+    // Objects are made below alone: one without its constructor would have no memory of its own.
+    auto* const type = reinterpret_cast<PyTypeObject*>(module.attr(name).ptr());
+    type->tp_new = nullptr;
+    seal(type);
+  }
+  module.def(
+      "open_reader",
+      [](const py::object& catalogue, const std::string& path, const py::object& layout, bool lenient,
+         bool strict, const py::object& problems, unsigned long long memoryLimit) {
+        return bound([&] {
+          return std::make_unique<RecordReader>(catalogue, path, layout, lenient, strict, problems,
+                                                memoryLimit);
+        });
+      },
+      py::arg("catalogue"), py::arg("path"), py::kw_only(), py::arg("layout") = py::none(),
+      py::arg("lenient") = false, py::arg("strict") = false, py::arg("problems") = py::none(),
+      py::arg("memory_limit") = 0ULL);
+  module.def(
+      "open_writer",
+      [](const std::string& path, const std::string& layout, bool append, bool durable) {
+        return bound([&] { return std::make_unique<RecordWriter>(path, layout, append, durable); });
+      },
+      py::arg("path"), py::kw_only(), py::arg("layout"), py::arg("append"), py::arg("durable"));
 }
 
 }  // namespace kwxml::python
