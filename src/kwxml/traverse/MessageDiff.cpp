@@ -1,6 +1,7 @@
 #include <kwxml/traverse/MessageDiff.h>
 
 #include <kwxml/annotation/PasswordFields.h>
+#include <kwxml/model/Limits.h>
 #include <kwxml/model/MessageInternal.h>
 #include <kwxml/traverse/DiffText.h>
 #include <kwxml/traverse/Rendering.h>
@@ -21,6 +22,9 @@ namespace {
 using Kind = MessageDifference::Kind;
 
 constexpr const char* unknownType = "(unknown type)";
+/// Two messages that nest deeper than the walk goes, and differ.
+constexpr const char* tooDeep = "(nested too deep)";
+constexpr int deepest = 4 * maxMessageNesting;
 
 constexpr Kind kindOf(bool inLeft, bool inRight)
 {
@@ -77,7 +81,7 @@ private:
   template <FieldDataType T, class Value>
   [[gnu::noinline]] void report(const Value* left, const Value* right, const Step& at, bool equal = false);
   /// Reports what has no value but a text of its own, null where it is absent. Where both sides have it they
-  /// are equal, but for a field of a type that nobody knows.
+  /// are equal, but for a field of a type that nobody knows, and for tooDeep.
   [[gnu::noinline]] void reportText(const char* left, const char* right, const Step* at);
   [[gnu::noinline]] void reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at);
   /// Makes path_, clears the texts; true when the path leads into a field whose values are for nobody's eyes.
@@ -87,6 +91,7 @@ private:
   MessageDiffVisitor& visitor_;
   const bool showsEqual_;
   std::size_t count_ = 0;
+  int depth_ = 0;
   std::vector<const Step*> steps_;
   std::string path_;
   std::string left_;
@@ -106,6 +111,14 @@ void Walk::messages(const YMMessageBase* left, const YMMessageBase* right, const
     reportText(left != nullptr ? text : nullptr, right != nullptr ? text : nullptr, at);
     return;
   }
+  if (depth_ == deepest) {
+    const char* const text = both && *left == *right ? "(equal)" : tooDeep;
+    if (text == tooDeep || showsEqual_) {
+      reportText(left != nullptr ? text : nullptr, right != nullptr ? text : nullptr, at);
+    }
+    return;
+  }
+  ++depth_;
   bool empty = true;
   for (const FieldDef& def : *cls) {
     if (def.hash == 0) {
@@ -123,6 +136,7 @@ void Walk::messages(const YMMessageBase* left, const YMMessageBase* right, const
   if (empty && (!both || showsEqual_)) {
     reportText(left != nullptr ? "{}" : nullptr, right != nullptr ? "{}" : nullptr, at);
   }
+  --depth_;
 }
 
 template <class Tag>
@@ -271,7 +285,8 @@ void Walk::reportText(const char* left, const char* right, const Step* at)
   left_ += left != nullptr ? left : "";
   right_ += right != nullptr ? right : "";
   const bool both = left != nullptr && right != nullptr;
-  show(both && std::strcmp(left, unknownType) != 0 ? Kind::Equal : kindOf(left != nullptr, right != nullptr));
+  const bool differ = both && (std::strcmp(left, unknownType) == 0 || std::strcmp(left, tooDeep) == 0);
+  show(both && !differ ? Kind::Equal : kindOf(left != nullptr, right != nullptr));
 }
 
 void Walk::reportClasses(const YMMessageBase& left, const YMMessageBase& right, const Step* at)

@@ -21,7 +21,8 @@ namespace kwxml {
 /// Password an entry is named by the position of its key among the keys of both sides: `secrets[#0]`. The
 /// path is empty when the two messages as wholes differ, being of different classes.
 ///
-/// A text is one line without control characters. Texts of different values are different, but for secrets:
+/// A text is one line without control characters. Texts of different values are different, but for secrets
+/// and what nests too deep:
 ///
 ///     integers, times      decimal
 ///     floating values      the shortest decimal that reads back as the value; "inf", "-inf"; what is not a
@@ -37,6 +38,8 @@ namespace kwxml {
 ///                          Password
 ///     messages             "{}" when no field is set, "null" for a field that is set without a message,
 ///                          "(no class)", or the tag name when the other side is a message of another class
+///                          Where 256 messages nest, the next one is compared as a whole, "(nested too
+///                          deep)", or "(equal)": a stack has an end
 ///     empty collections    "[]", a map "{}"
 ///     fields without type  "(set)"; of a type that does not exist: "(unknown type)"
 ///
