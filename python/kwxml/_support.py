@@ -6,6 +6,7 @@ import datetime
 import difflib
 import enum
 import keyword
+import weakref
 from typing import NamedTuple
 
 
@@ -141,15 +142,30 @@ def password_type(value):
     return int(getattr(value, "type", PasswordType.PLAIN_TEXT))
 
 
+# Of each enumeration the enumerators that are not named as in the schema.
+RENAMED: weakref.WeakKeyDictionary[type, dict[str, str]] = weakref.WeakKeyDictionary()
+
+
 def enumeration(system, name, members, doc):
-    """An IntEnum of (name, number) pairs. Names that the class Enum keeps for itself get "_" behind them."""
-    taken = set(dir(enum.IntEnum)) | {"mro"}
-
-    def usable(text):
-        return text + "_" if text in taken or (text.startswith("_") and text.endswith("_")) else text
-
-    made = enum.IntEnum(name, [(usable(text), number) for text, number in members], module=system, qualname=name)
+    """An IntEnum of (name, number) pairs. Names that such a class cannot have get "_" behind them,
+    or "E" before them."""
+    names = {}
+    kept = set(dir(enum.IntEnum)) | {"mro"}
+    schema = {text for text, _ in members}
+    for text, _ in members:
+        usable = text
+        while (
+            usable in kept
+            or usable in names.values()
+            or (usable != text and usable in schema)
+            or usable.startswith(f"_{name}__")
+            or (usable.startswith("_") and usable.endswith("_"))
+        ):
+            usable = "E" + usable if usable.startswith("_") else usable + "_"
+        names[text] = usable
+    made = enum.IntEnum(name, [(names[text], number) for text, number in members], module=system, qualname=name)
     made.__doc__ = doc or f"{system}.{name}"
+    RENAMED[made] = {text: usable for text, usable in names.items() if text != usable}
     return made
 
 
@@ -158,8 +174,10 @@ def is_enumerator(value):
 
 
 def enumerator_named(path, cls, name):
-    if cls is not None and name in cls.__members__:
-        return cls.__members__[name]
+    if cls is not None:
+        usable = RENAMED.get(cls, {}).get(name, name)
+        if usable in cls.__members__:
+            return cls.__members__[usable]
     names = list(cls.__members__) if cls is not None else []
     raise ValueError(f"{path}: '{name}' is no enumerator{suggestion(name, names)}")
 

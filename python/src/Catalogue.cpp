@@ -175,6 +175,10 @@ PyTypeObject* Catalogue::type(ClassInfo& cls)
 {
   if (cls.type == nullptr) {
     PyTypeObject* const made = cls.def->isEnum() ? makeEnumeration(cls) : makeMessageType(cls);
+    if (cls.type != nullptr) {  // Python code that ran meanwhile has made it, too
+      Py_DECREF(reinterpret_cast<PyObject*>(made));
+      return cls.type;
+    }
     classesOfTypes().emplace(made, &cls);
     cls.type = made;
   }
@@ -183,9 +187,11 @@ PyTypeObject* Catalogue::type(ClassInfo& cls)
 
 void Catalogue::fill(ClassInfo& cls)
 {
+  if (!cls.attributes.empty()) {
+    return;
+  }
   cls.fields.clear();
   cls.byName.clear();
-  cls.attributes.clear();
   cls.fields.reserve(static_cast<std::size_t>(cls.def->numberOfFields));
   for (const FieldDef& def : *cls.def) {
     if (def.hash == 0 || fieldTypeInfo(def.type).storage == Storage::None) {
@@ -248,9 +254,13 @@ PyTypeObject* Catalogue::makeEnumeration(ClassInfo& cls)
   const char* const systemName = registry_.row(static_cast<unsigned>(cls.system)).name;
   Ref made = callSupport("enumeration", "(ssOs)", systemName, cls.def->name, members.get(),
                          registry_.doc(cls.system, cls.index, -1));
+  decltype(cls.enumerators) enumerators;
   for (const FieldDef& def : *cls.def) {
     const auto number = static_cast<std::int32_t>(def.hash);
-    cls.enumerators.emplace(number, own(PyObject_CallFunction(made.get(), "i", number)));
+    enumerators.emplace(number, own(PyObject_CallFunction(made.get(), "i", number)));
+  }
+  if (cls.type == nullptr) {
+    cls.enumerators.swap(enumerators);
   }
   return reinterpret_cast<PyTypeObject*>(made.release());
 }

@@ -193,9 +193,9 @@ PyMethodDef methods[] = {
     {"_class", classMethod, METH_VARARGS, nullptr},
     {"_find", findMethod, METH_O, nullptr},
     {"from_xml", method(readMethod<Form::Xml>), METH_VARARGS | METH_KEYWORDS,
-     "from_xml(text, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a text."},
+     "from_xml(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a text."},
     {"from_json", method(readMethod<Form::Json>), METH_VARARGS | METH_KEYWORDS,
-     "from_json(text, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a "
+     "from_json(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a "
      "text."},
     {"from_bytes", method(readMethod<Form::Binary>), METH_VARARGS | METH_KEYWORDS,
      "from_bytes(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in "

@@ -222,6 +222,17 @@ Ref read(Catalogue& catalogue, Form form, PyObject* data, const ReadRules& rules
   return wrap(catalogue, std::move(message));
 }
 
+namespace {
+
+/// A number of bytes, for PyArg_ParseTupleAndKeywords().
+int takeLimit(PyObject* value, void* limit)
+{
+  *static_cast<unsigned long long*>(limit) = PyLong_AsUnsignedLongLong(value);
+  return PyErr_Occurred() == nullptr ? 1 : 0;
+}
+
+}  // namespace
+
 PyObject* readCall(Catalogue& catalogue, const ClassInfo* expected, Form form, PyObject* arguments,
                    PyObject* keywords)
 {
@@ -231,8 +242,8 @@ PyObject* readCall(Catalogue& catalogue, const ClassInfo* expected, Form form, P
   int strict = 0;
   PyObject* problems = Py_None;
   ReadRules rules;
-  if (PyArg_ParseTupleAndKeywords(arguments, keywords, "O|$ppOK", const_cast<char**>(names), &data, &lenient,
-                                  &strict, &problems, &rules.memoryLimit) == 0) {
+  if (PyArg_ParseTupleAndKeywords(arguments, keywords, "O|$ppOO&", const_cast<char**>(names), &data, &lenient,
+                                  &strict, &problems, takeLimit, &rules.memoryLimit) == 0) {
     throw PythonError();
   }
   if (problems != Py_None && !PyList_Check(problems)) {

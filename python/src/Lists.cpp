@@ -134,11 +134,18 @@ public:
 
   Ref item(MessageObject& message, const FieldInfo& field, std::size_t index) const override
   {
-    const List& list = *storedIn<List>(*message.message, field);
     if constexpr (ofMessages) {
-      return nested(message, const_cast<YMMessageBase&>(list[index]));
+      Ref found = nestedAt(message, [&]() -> YMMessageBase* {
+        const List* const list = storedIn<List>(*message.message, field);
+        return list != nullptr && index < list->size() ? const_cast<YMMessageBase*>(&(*list)[index])
+                                                       : nullptr;
+      });
+      if (found == nullptr) {
+        fail(PyExc_IndexError, field.path() + ": the list has changed");
+      }
+      return found;
     } else {
-      return toPython<elementType>(field, list[index]);
+      return toPython<elementType>(field, (*storedIn<List>(*message.message, field))[index]);
     }
   }
 

@@ -57,6 +57,16 @@ class MapOf final : public MapAccess
            : keyType == FIELD_INT64 ? PyLong_Check(key)
                                     : PyUnicode_Check(key);
   }
+  /// For an object of the wrong type; what an object of the right one has raised goes on.
+  [[noreturn]] static void refuse(const FieldInfo& field, const char* wanted, PyObject* object)
+  {
+    if (PyErr_Occurred() != nullptr && PyErr_ExceptionMatches(PyExc_TypeError) == 0) {
+      throw PythonError();
+    }
+    PyErr_Clear();
+    failType(field, wanted, object);
+  }
+
   static void put(Map& map, const FieldInfo& field, Key&& key, Value&& value)
   {
     const auto found = lookUp(map, key);
@@ -79,6 +89,9 @@ public:
   Ref keys(const MessageObject& message, const FieldInfo& field) const override
   {
     Ref out = own(PyList_New(0));
+    if constexpr (keysAreMessages) {
+      message.cls->catalogue->type(*field.keyTarget);  // may run Python code, which changes the map
+    }
     if (const Map* const map = stored(message, field)) {
       for (const auto& [key, value] : *map) {
         Ref shownKey;
@@ -103,14 +116,15 @@ public:
     if (map == nullptr) {
       return nullptr;
     }
-    const auto found = lookUp(*map, converted);
-    if (found == map->end()) {
-      return nullptr;
-    }
     if constexpr (valuesAreMessages) {
-      return nested(message, found->second);
+      return nestedAt(message, [&]() -> YMMessageBase* {
+        Map* const now = stored(message, field);
+        const auto found = now != nullptr ? lookUp(*now, converted) : typename Map::iterator();
+        return now != nullptr && found != now->end() ? &found->second : nullptr;
+      });
     } else {
-      return toPython<valueType>(field, found->second);
+      const auto found = lookUp(*map, converted);
+      return found != map->end() ? toPython<valueType>(field, found->second) : nullptr;
     }
   }
 
@@ -156,15 +170,13 @@ public:
         PyObject_HasAttrString(entries, "items") != 0) {
       items = own(PyMapping_Items(entries));
     } else if (PyUnicode_Check(entries) || (items = Ref(PySequence_List(entries))) == nullptr) {
-      PyErr_Clear();
-      failType(field, "dict", entries);
+      refuse(field, "dict", entries);
     }
     Map replaced;
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(items.get()); ++i) {
       const Ref pair(PySequence_Tuple(PyList_GET_ITEM(items.get(), i)));
       if (pair == nullptr || PyTuple_GET_SIZE(pair.get()) != 2) {
-        PyErr_Clear();
-        failType(field, "pairs of key and value", PyList_GET_ITEM(items.get(), i));
+        refuse(field, "pairs of key and value", PyList_GET_ITEM(items.get(), i));
       }
       put(replaced, field, keyFrom(field, PyTuple_GET_ITEM(pair.get(), 0)),
           fromPython<valueType, Value>(field, PyTuple_GET_ITEM(pair.get(), 1)));

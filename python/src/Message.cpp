@@ -150,8 +150,11 @@ Ref readField(MessageObject& message, const FieldInfo& field)
       return value != nullptr ? toPython<Tag::type>(field, *static_cast<const typename Tag::Value*>(value))
                               : share(Py_None);
     } else if constexpr (MessageValue<Tag>) {
-      void* const value = values.getObject(field.number, field.slot, tag, hash);
-      return value != nullptr ? nested(message, *static_cast<YMMessageBase*>(value)) : share(Py_None);
+      Ref found = nestedAt(message, [&] {
+        return static_cast<YMMessageBase*>(
+            field.isSet(values) ? values.getObject(field.number, field.slot, tag, hash) : nullptr);
+      });
+      return found != nullptr ? std::move(found) : share(Py_None);
     } else {
       fail(PyExc_SystemError, field.path() + ": a field without a value");
     }

@@ -39,8 +39,27 @@ void endMessage(PyObject* self) noexcept;
 
 /// A new object that owns the message. Throws PythonError.
 Ref wrap(Catalogue& catalogue, std::unique_ptr<YMMessageBase> message);
-/// The object of a message that is nested in that of `parent`. Throws PythonError.
+/// The object of a message that is nested in that of `parent`, and whose Python type is there. Throws
+/// PythonError.
 Ref nested(MessageObject& parent, YMMessageBase& message);
+/// The same of the message that `locate()` finds; null where it finds none. It is asked again after a type
+/// has been made: making one may run any Python code, which may move or remove the message.
+template <class Locate>
+Ref nestedAt(MessageObject& parent, Locate locate)
+{
+  Catalogue& catalogue = *parent.cls->catalogue;
+  for (;;) {
+    YMMessageBase* const message = locate();
+    if (message == nullptr) {
+      return nullptr;
+    }
+    ClassInfo& cls = catalogue.of(*message);
+    if (cls.type != nullptr) {
+      return nested(parent, *message);
+    }
+    catalogue.type(cls);
+  }
+}
 /// A new message of the class, with its defaults. Throws PythonError.
 Ref create(ClassInfo& cls);
 

@@ -201,9 +201,9 @@ PyMethodDef methods[] = {
     {"to_bytes", method(toBytes), METH_VARARGS | METH_KEYWORDS,
      "to_bytes(*, check=False, lenient=False): the binary form of the message."},
     {"from_xml", method(fromXml), METH_VARARGS | METH_KEYWORDS | METH_CLASS,
-     "from_xml(text, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a text."},
+     "from_xml(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a text."},
     {"from_json", method(fromJson), METH_VARARGS | METH_KEYWORDS | METH_CLASS,
-     "from_json(text, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a "
+     "from_json(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in a "
      "text."},
     {"from_bytes", method(fromBytes), METH_VARARGS | METH_KEYWORDS | METH_CLASS,
      "from_bytes(data, *, lenient=False, strict=False, problems=None, memory_limit=0): the message in "

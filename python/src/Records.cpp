@@ -60,12 +60,24 @@ RecordLayout layoutNamed(const std::string& name)
   return name == "records" ? RecordLayout::Single : RecordLayout::Batch;
 }
 
+/// The path, which a file system would read up to its first zero byte alone.
+std::string whole(std::string path)
+{
+  if (path.find('\0') != std::string::npos) {
+    fail(PyExc_ValueError, "a path holds no zero byte");
+  }
+  return path;
+}
+
 class RecordReader
 {
 public:
   RecordReader(const py::object& catalogue, std::string path, const py::object& layout, bool lenient,
                bool strict, const py::object& problems, unsigned long long memoryLimit)
-      : owner_(catalogue), catalogue_(catalogueOf(catalogue.ptr())), path_(std::move(path)), list_(problems)
+      : owner_(catalogue),
+        catalogue_(catalogueOf(catalogue.ptr())),
+        path_(whole(std::move(path))),
+        list_(problems)
   {
     if (lenient && strict) {
       fail(PyExc_ValueError, "reading is lenient or strict, not both");
@@ -117,6 +129,9 @@ public:
       failRecord("the record holds no message");
     }
     judge(problems_, rules_, message == nullptr);
+    if (message->getClass() == nullptr || message->getClass()->isEnum()) {
+      failRecord("the record holds no message, but an enumeration's name");
+    }
     return wrap(catalogue_, std::move(message));
   }
 
@@ -208,7 +223,7 @@ class RecordWriter
 {
 public:
   RecordWriter(std::string path, const std::string& layout, bool append, bool durable)
-      : path_(std::move(path)), layout_(layoutNamed(layout))
+      : path_(whole(std::move(path))), layout_(layoutNamed(layout))
   {
     CYxError error;
     if (!file_.Open(path_.c_str(), append ? CYxFile::Mode::Update : CYxFile::Mode::Truncate, &error)) {
@@ -232,7 +247,9 @@ public:
     }
     MessageObject& message = asMessage(object);
     // What is not in the record is known before it is in the file.
-    const Ref bytes = own(PyObject_CallMethod(object, "to_bytes", nullptr));
+    // By the type's own name: a field may be named like the method.
+    const Ref bytes =
+        own(PyObject_CallMethod(reinterpret_cast<PyObject*>(support.messageType), "to_bytes", "O", object));
     constexpr Py_ssize_t mostOfBatch = 9999;  // four digits say its length
     if (layout_ == RecordLayout::Batch && PyBytes_GET_SIZE(bytes.get()) > mostOfBatch) {
       fail(supported("EncodeError").get(), message.cls->name + ": " +

@@ -4,7 +4,8 @@
 
 #include <kwxml/traverse/MessageDiff.h>
 
-#include <exception>
+#include <string>
+#include <vector>
 
 namespace kwxml::python {
 
@@ -108,21 +109,22 @@ Ref plainField(MessageObject& message, const FieldInfo& field)
   return plain(readField(message, field).get());
 }
 
-/// Collects what diffMessages() tells. Exceptions of Python wait for the end.
+/// Keeps what diffMessages() tells. Python objects are made afterwards: other threads, which change messages,
+/// may run then.
 class Collecting final : public MessageDiffVisitor
 {
 public:
-  Ref list = own(PyList_New(0));
+  struct Kept
+  {
+    MessageDifference::Kind kind;
+    std::string path, left, right;
+  };
+  std::vector<Kept> all;
 
   void differs(const MessageDifference& difference) override
   {
-    const Ref before =
-        difference.kind == MessageDifference::Kind::OnlyRight ? share(Py_None) : text(difference.left);
-    const Ref after =
-        difference.kind == MessageDifference::Kind::OnlyLeft ? share(Py_None) : text(difference.right);
-    const Ref one =
-        callSupport("Difference", "(OOO)", text(difference.path).get(), before.get(), after.get());
-    checked(PyList_Append(list.get(), one.get()));
+    all.push_back({difference.kind, std::string(difference.path), std::string(difference.left),
+                   std::string(difference.right)});
   }
 };
 
@@ -162,9 +164,17 @@ Ref toDict(MessageObject& message)
 
 Ref differences(const YMMessageBase& left, const YMMessageBase& right)
 {
-  Collecting all;
-  diffMessages(left, right, all);
-  return std::move(all.list);
+  Collecting collected;
+  diffMessages(left, right, collected);
+  Ref list = own(PyList_New(0));
+  for (const Collecting::Kept& one : collected.all) {
+    const Ref before = one.kind == MessageDifference::Kind::OnlyRight ? share(Py_None) : text(one.left);
+    const Ref after = one.kind == MessageDifference::Kind::OnlyLeft ? share(Py_None) : text(one.right);
+    const Ref difference =
+        callSupport("Difference", "(OOO)", text(one.path).get(), before.get(), after.get());
+    checked(PyList_Append(list.get(), difference.get()));
+  }
+  return list;
 }
 
 }  // namespace kwxml::python

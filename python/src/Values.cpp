@@ -23,9 +23,11 @@ Ref wholeNumber(PyObject* value)
 [[noreturn]] void failRange(const FieldInfo& field, PyObject* value, const std::string& least,
                             const std::string& most)
 {
-  const Ref shown = own(PyObject_Str(value));
-  fail(PyExc_OverflowError,
-       field.path() + ": " + std::string(utf8(shown.get())) + " is out of range: " + least + " to " + most);
+  const Ref shown(PyObject_Str(value));
+  PyErr_Clear();  // Python writes no number of thousands of digits
+  fail(PyExc_OverflowError, field.path() + ": " +
+                                (shown != nullptr ? std::string(utf8(shown.get())) : "a huge number") +
+                                " is out of range: " + least + " to " + most);
 }
 
 /// The seconds of a date.

@@ -224,3 +224,46 @@ def test_other_catalogues(pets, sample):
         if issubclass(cls, kwxml.Message) and all(field.kind != "password" for field in kwxml.fields(cls)):
             message = cls()
             assert sample.from_json(message.to_json()) == message, name
+
+
+def test_deep_messages(pets):
+    cat = inner = pets.Cat()
+    for _ in range(5000):
+        inner.mother = {}
+        inner = inner.mother
+    other = kwxml.Message.copy(cat)
+    assert cat == other and cat.diff(other) == []
+    inner.name = "deep"
+    (found,) = cat.diff(other)
+    assert found.path == ".".join(["mother"] * 256) and found.before == "(nested too deep)"
+
+
+def test_names_that_enumerations_cannot_have(tmp_path):
+    names = ["mro", "mro_", "real", "None", "_F__y", "__x", "_ignore_", "same"]
+    schema = tmp_path / "N.xml"
+    schema.write_text(
+        '<catalogue><system name="N" index="12"><enum name="F" id="0x1">'
+        + "".join(f'<enumerator name="{name}" value="{i}"/>' for i, name in enumerate(names))
+        + '</enum><message name="H" id="0x2"><field name="f" type="enum" class="N_F"/></message></system></catalogue>'
+    )
+    catalogue = kwxml.Catalogue(schema)
+    for number, name in enumerate(names):
+        holder = catalogue.H(f=name)
+        assert holder.f == number and holder.f is catalogue.F(number)
+
+
+def test_exceptions_of_the_caller_stay(pets):
+    def stops():
+        raise KeyboardInterrupt
+        yield
+
+    for field in ("friends", "tags", "kittens"):
+        with pytest.raises(KeyboardInterrupt):
+            setattr(pets.Cat(), field, stops())
+    with pytest.raises(ValueError, match="zero byte"):
+        kwxml.record_writer("/nowhere\0/file")
+    for limit in (-1, 2**64):
+        with pytest.raises(OverflowError):
+            pets.from_xml("<Pets_Cat/>", memory_limit=limit)
+    with pytest.raises(OverflowError, match="huge"):
+        pets.Cat(lives=10**5000)

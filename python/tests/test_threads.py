@@ -128,3 +128,21 @@ def test_a_buffer_that_changes(pets):
     finally:
         stop.set()
         thread.join()
+
+
+def test_differences_while_another_thread_changes(pets):
+    left = pets.Cat(kittens=[pets.Cat(name=f"k{i}") for i in range(300)])
+    right = pets.Cat(kittens=[pets.Cat(name=f"z{i}") for i in range(300)])
+    ended = threading.Event()
+
+    def change():
+        while not ended.is_set():
+            left.kittens = [pets.Cat(name="x", tags=["y" * 60])] * 30
+
+    thread = threading.Thread(target=change)
+    thread.start()
+    try:
+        assert all(left.diff(right) for _ in range(30))
+    finally:
+        ended.set()
+        thread.join()
