@@ -11,7 +11,7 @@ inline constexpr const char* catalogueVariable = "KWXML_CATALOGUE";
 
 /// Loads a catalogue (a schema file, a folder of them or a library) and makes it the one in use; with an
 /// empty path the one that the tool is linked with stays. Throws Failure. What is wrong with schemas goes to
-/// `problems`, a line each.
-void useNamedCatalogue(const std::string& path, std::ostream& problems);
+/// `warnings`, a line each.
+void useNamedCatalogue(const std::string& path, std::ostream& warnings);
 
 }  // namespace kwxml::tool

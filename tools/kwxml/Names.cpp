@@ -17,6 +17,7 @@ namespace {
                           const std::vector<CatalogueName>& candidates)
 {
   std::vector<std::string> names;
+  names.reserve(candidates.size());
   for (const CatalogueName& candidate : candidates) {
     names.push_back(candidate.name);
   }
