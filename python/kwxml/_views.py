@@ -23,15 +23,23 @@ def _equal(self, other):
         return False
 
 
+def setdefault(self, key, default=None):
+    """The value of the key, which is `default` from now on where there was none. A message is the map's copy."""
+    if key not in self:
+        self[key] = default
+    return self[key]
+
+
 for name in ("pop", "remove", "reverse", "__iadd__"):
     setattr(List, name, getattr(MutableSequence, name))
 for name in ("index", "count", "__reversed__"):
     setattr(List, name, getattr(Sequence, name))
-for name in ("pop", "popitem", "update", "setdefault"):
+for name in ("pop", "popitem", "update"):
     setattr(Map, name, getattr(MutableMapping, name))
 for name in ("get", "keys", "items", "values"):
     setattr(Map, name, getattr(Mapping, name))
 Map.__eq__ = _equal
+Map.setdefault = setdefault
 List.__reduce__ = _as_list
 Map.__reduce__ = _as_dict
 MutableSequence.register(List)

@@ -105,6 +105,9 @@ def test_maps(pets, types):
     assert isinstance(friends, MutableMapping) and friends == {} and "a" not in friends
     friends["a"] = {"name": "A"}
     a = friends["a"]
+    friends.setdefault("a", {}).name = "B"
+    assert a.name == "B"
+    a.name = "A"
     assert a is friends["a"] and a.name == "A" and list(friends) == ["a"] and friends.get("b") is None
     friends["a"] = {"name": "other"}
     assert a.name == "A" and friends["a"].name == "other"
@@ -119,7 +122,7 @@ def test_maps(pets, types):
     assert [key for key in friends if not friends.clear()] == ["a"] and len(friends) == 0
     numbers = types.AllTypes(longlongStringMap={2: "b", 1: "a"}).longlongStringMap
     assert numbers == {1: "a", 2: "b"} != {1: "a"} and repr(numbers) == "{1: 'a', 2: 'b'}"
-    assert numbers.setdefault(3, "c") == "c" and numbers.popitem()[0] in (1, 2, 3)
+    assert numbers.setdefault(3, "c") == numbers.setdefault(3, "d") == "c" and numbers.popitem()[0] in (1, 2, 3)
     node = types.Node(byNode=[({"label": "k"}, {"label": "v"})])
     key = next(iter(node.byNode))
     assert node.byNode[key].label == "v" and key in node.byNode and types.Node() not in node.byNode
