@@ -62,5 +62,8 @@ void addKeyCommand(CLI::App& app, Session& session);
 void addLogCommand(CLI::App& app, Session& session);
 void addRecordsCommand(CLI::App& app, Session& session);
 void addMergeCommand(CLI::App& app, Session& session);
+// Where the build has the client of NATS (KWXML_NATS).
+void addSendCommand(CLI::App& app, Session& session);
+void addReceiveCommands(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

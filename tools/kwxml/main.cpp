@@ -130,6 +130,10 @@ int run(int argc, char** argv)
   addKeyCommand(app, session);
   addMergeCommand(app, session);
   addRecordsCommand(app, session);
+#if KWXML_NATS
+  addSendCommand(app, session);
+  addReceiveCommands(app, session);
+#endif
   // The help does not say these: shells ask the one, the build the other.
   const std::vector<std::string> words(argv + std::min(argc, 2), argv + argc);
   if (argc > 1 && argv[1] == completeOption) {

@@ -1,0 +1,58 @@
+#include <kwxml/nats/NatsInternal.h>
+
+namespace kwxml::nats {
+
+std::string reason(natsStatus status)
+{
+  const std::string meaning = natsStatus_GetText(status);
+  natsStatus last = NATS_OK;
+  const char* const words = nats_GetLastError(&last);
+  return last == status && words != nullptr && *words != '\0' && meaning != words
+             ? meaning + " (" + words + ")"
+             : meaning;
+}
+
+void check(natsStatus status, const char* function, const std::string& what)
+{
+  if (status != NATS_OK) {
+    throw Error(function, what + ": " + reason(status));
+  }
+}
+
+std::string uniqueText()
+{
+  natsInbox* inbox = nullptr;
+  check(natsInbox_Create(&inbox), "uniqueText", "cannot make an identifier");
+  const std::unique_ptr<natsInbox, Destroyer<natsInbox_Destroy>> owner(inbox);
+  const std::string text = inbox;  // "_INBOX.", and what differs
+  return text.substr(text.rfind('.') + 1);
+}
+
+const char* header(const natsMsg* message, const char* name)
+{
+  const char* value = nullptr;
+  // The client reads headers when they are first asked for, and keeps them in the message.
+  return natsMsgHeader_Get(const_cast<natsMsg*>(message), name, &value) == NATS_OK ? value : nullptr;
+}
+
+natsStatus publishNow(Connection::State& state, natsMsg* message, const std::uint64_t* expected,
+                      jsErrCode& code, std::uint64_t& sequence)
+{
+  code = static_cast<jsErrCode>(0);
+  if (expected != nullptr) {  // the client's own option takes 0 for none
+    const natsStatus status =
+        natsMsgHeader_Set(message, "Nats-Expected-Last-Subject-Sequence", std::to_string(*expected).c_str());
+    if (status != NATS_OK) {
+      return status;
+    }
+  }
+  jsPubAck* ack = nullptr;
+  const natsStatus status = js_PublishMsg(&ack, state.context.get(), message, nullptr, &code);
+  const AckOwner owner(ack);
+  if (status == NATS_OK) {
+    sequence = ack->Sequence;
+  }
+  return status;
+}
+
+}  // namespace kwxml::nats

@@ -1,0 +1,114 @@
+// What the sources of this room share: owners of the client's objects, its errors as exceptions, and the
+// targets of its callbacks. Not installed.
+#pragma once
+
+#include <kwxml/nats/Connection.h>
+
+#include <nats/nats.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+namespace kwxml::nats {
+
+template <auto Destroy>
+struct Destroyer
+{
+  template <class T>
+  void operator()(T* object) const noexcept
+  {
+    Destroy(object);
+  }
+};
+
+using OptionsOwner = std::unique_ptr<natsOptions, Destroyer<natsOptions_Destroy>>;
+using ConnectionOwner = std::unique_ptr<natsConnection, Destroyer<natsConnection_Destroy>>;
+using ContextOwner = std::unique_ptr<jsCtx, Destroyer<jsCtx_Destroy>>;
+using MessageOwner = std::unique_ptr<natsMsg, Destroyer<natsMsg_Destroy>>;
+using SubscriptionOwner = std::unique_ptr<natsSubscription, Destroyer<natsSubscription_Destroy>>;
+using AckOwner = std::unique_ptr<jsPubAck, Destroyer<jsPubAck_Destroy>>;
+using StreamInfoOwner = std::unique_ptr<jsStreamInfo, Destroyer<jsStreamInfo_Destroy>>;
+using ConsumerInfoOwner = std::unique_ptr<jsConsumerInfo, Destroyer<jsConsumerInfo_Destroy>>;
+
+/// What the client says of a failed call of this thread, after the status: the server's own words where it
+/// sent some.
+std::string reason(natsStatus status);
+
+/// Throws Error, "WHAT: REASON", unless all is well.
+void check(natsStatus status, const char* function, const std::string& what);
+
+/// A text that no other call gives, in any process: letters and digits. Throws Error.
+std::string uniqueText();
+
+/// The value of a header; null without it.
+const char* header(const natsMsg* message, const char* name);
+
+/// The target of a callback that may still come when its object has ended: the client's threads end later
+/// than what they were started for. A callback gets a key, and no pointer.
+template <class Target>
+class CallbackKey
+{
+public:
+  CallbackKey() = default;
+  ~CallbackKey()
+  {
+    const std::lock_guard lock(table().mutex);
+    table().targets.erase(key_);
+  }
+  CallbackKey(const CallbackKey&) = delete;
+  CallbackKey& operator=(const CallbackKey&) = delete;
+
+  /// From now on the target is found.
+  void* lead(const std::shared_ptr<Target>& target)
+  {
+    const std::lock_guard lock(table().mutex);
+    key_ = ++table().last;
+    table().targets.emplace(key_, target);
+    return reinterpret_cast<void*>(key_);
+  }
+  /// The target of what a callback was given; null when it has ended.
+  static std::shared_ptr<Target> find(void* closure)
+  {
+    const std::lock_guard lock(table().mutex);
+    const auto found = table().targets.find(reinterpret_cast<std::uintptr_t>(closure));
+    return found == table().targets.end() ? nullptr : found->second.lock();
+  }
+
+private:
+  struct Table
+  {
+    std::mutex mutex;
+    std::uintptr_t last = 0;
+    std::unordered_map<std::uintptr_t, std::weak_ptr<Target>> targets;
+  };
+  /// Never destroyed: the client's threads may outlive static objects.
+  static Table& table()
+  {
+    static auto* const table = new Table;
+    return *table;
+  }
+
+  std::uintptr_t key_ = 0;
+};
+
+struct Connection::State
+{
+  ~State();
+
+  ConnectionSettings settings;
+  ConnectionOwner connection;
+  ContextOwner context;  ///< for all but the publishers' own messages
+  CallbackKey<State> key;
+  mutable std::mutex mutex;
+  std::string ended;   ///< why the connection has ended for good
+  std::string server;  ///< the last one
+};
+
+/// Sends a message and waits until a stream has it. `expected`: the sequence that must be the last one of the
+/// subject; null: any. The status, with the server's code in `code`.
+natsStatus publishNow(Connection::State& state, natsMsg* message, const std::uint64_t* expected,
+                      jsErrCode& code, std::uint64_t& sequence);
+
+}  // namespace kwxml::nats

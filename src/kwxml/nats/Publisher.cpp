@@ -1,0 +1,367 @@
+#include <kwxml/nats/Publisher.h>
+
+#include <kwxml/diagnostics/Log.h>
+#include <kwxml/nats/NatsInternal.h>
+#include <kwxml/text/ShownText.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <thread>
+#include <unordered_map>
+#include <vector>
+
+namespace kwxml::nats {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// As long as any identifier that a publisher makes.
+constexpr const char* longestOwnId = "0123456789012345678901.18446744073709551615";
+
+/// Whether the servers may take the message another time: they are silent, gone, or choosing a leader.
+bool isPassing(natsStatus status, jsErrCode code)
+{
+  if (code == 0) {
+    return status == NATS_TIMEOUT || status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED ||
+           status == NATS_INSUFFICIENT_BUFFER || status == NATS_IO_ERROR || status == NATS_NO_MEMORY;
+  }
+  switch (code) {
+    case JSClusterNotAvailErr:
+    case JSClusterNotLeaderErr:
+    case JSClusterNoPeersErr:
+    case JSInsufficientResourcesErr:
+    case JSStreamOfflineErr:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+struct Publisher::State
+{
+  /// A message that is kept until the stream has it.
+  struct Flight
+  {
+    std::uint64_t number;
+    std::size_t bytes;
+    Clock::time_point giveUp;
+  };
+  struct Repeat
+  {
+    natsMsg* message;
+    Clock::time_point due;
+  };
+
+  State(Connection& on, PublisherOptions with, std::function<void(const Settled&)> tell)
+      : connection(on.state()), options(std::move(with)), settled(std::move(tell))
+  {
+  }
+  ~State()
+  {
+    for (const Repeat& repeat : repeats) {
+      natsMsg_Destroy(repeat.message);
+    }
+  }
+
+  bool isFull(std::size_t bytes) const
+  {
+    return !flights.empty() &&
+           (flights.size() >= options.window || bytesOnTheWay + bytes > options.windowBytes);
+  }
+  /// With the lock.
+  void settle(const Flight& flight, Settled what);
+  void acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error);
+  void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words);
+  void send(natsMsg* message);
+  void repeatLate();
+
+  Connection::State& connection;
+  const PublisherOptions options;
+  const std::function<void(const Settled&)> settled;
+  CallbackKey<State> key;
+  ContextOwner context;
+  std::string ownId;  ///< begins the identifiers that the publisher makes
+
+  mutable std::mutex mutex;
+  std::mutex telling;  ///< one call of `settled` at a time
+  std::condition_variable moved;
+  std::unordered_map<const natsMsg*, Flight> flights;
+  std::size_t bytesOnTheWay = 0;
+  std::vector<Repeat> repeats;
+  /// Whether each message from `upTo` on is settled.
+  std::deque<bool> done;
+  std::uint64_t upTo = 0;
+  PublisherCounts counts;
+  std::string firstFailure;
+  bool ending = false;
+  std::thread repeater;
+};
+
+void Publisher::State::settle(const Flight& flight, Settled what)
+{
+  done[flight.number - upTo - 1] = true;
+  while (!done.empty() && done.front()) {
+    done.pop_front();
+    ++upTo;
+  }
+  bytesOnTheWay -= flight.bytes;
+  if (what.sequence == 0) {
+    ++counts.failed;
+    if (firstFailure.empty()) {
+      firstFailure = what.why;
+    }
+  } else {
+    ++counts.stored;
+    counts.duplicates += what.duplicate ? 1 : 0;
+  }
+}
+
+void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error)
+{
+  if (ack == nullptr) {
+    failed(message, error != nullptr ? error->Err : NATS_ERR,
+           error != nullptr ? error->ErrCode : static_cast<jsErrCode>(0),
+           error != nullptr && error->ErrText != nullptr ? error->ErrText : "");
+    return;
+  }
+  const std::lock_guard order(telling);
+  Settled what{.number = 0, .sequence = ack->Sequence, .duplicate = ack->Duplicate, .why = {}};
+  {
+    const std::lock_guard lock(mutex);
+    const auto found = flights.find(message);
+    if (found != flights.end()) {
+      what.number = found->second.number;
+      settle(found->second, what);
+      flights.erase(found);
+    }
+  }
+  natsMsg_Destroy(message);
+  if (what.number != 0 && settled) {
+    settled(what);
+  }
+  moved.notify_all();
+}
+
+void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words)
+{
+  const std::lock_guard order(telling);
+  Settled what{.number = 0, .sequence = 0, .duplicate = false, .why = {}};
+  bool isFirst = false;
+  {
+    const std::lock_guard lock(mutex);
+    const auto found = flights.find(message);
+    if (found == flights.end()) {
+      natsMsg_Destroy(message);
+      return;
+    }
+    const Clock::time_point now = Clock::now();
+    if (isPassing(status, code) && now < found->second.giveUp &&
+        !natsConnection_IsClosed(connection.connection.get())) {
+      constexpr auto pause = std::chrono::milliseconds(100);
+      repeats.push_back({message, now + pause});
+      moved.notify_all();
+      return;
+    }
+    what.number = found->second.number;
+    what.why = std::string(natsMsg_GetSubject(message)) + ": " +
+               (status == NATS_NO_RESPONDERS ? "no stream takes the subject, or none answers"
+                : words.empty()              ? natsStatus_GetText(status)
+                                             : words);
+    isFirst = firstFailure.empty();
+    settle(found->second, what);
+    flights.erase(found);
+  }
+  // Where one fails, mostly all do: the caller is told of each.
+  log().debug("Publisher", isFirst ? 0 : 1, "a message was not stored: %s", what.why.c_str());
+  natsMsg_Destroy(message);
+  if (settled) {
+    settled(what);
+  }
+  moved.notify_all();
+}
+
+/// Without the lock: the client may call back.
+void Publisher::State::send(natsMsg* message)
+{
+  jsPubOptions how;
+  static_cast<void>(jsPubOptions_Init(&how));
+  how.MaxWait = options.ackWait.count();
+  how.ExpectStream = options.stream.empty() ? nullptr : options.stream.c_str();
+  natsMsg* given = message;
+  const natsStatus status = js_PublishMsgAsync(context.get(), &given, &how);
+  if (status != NATS_OK) {
+    failed(message, status, static_cast<jsErrCode>(0), reason(status));
+  }
+}
+
+void Publisher::State::repeatLate()
+{
+  std::unique_lock lock(mutex);
+  while (!ending) {
+    const auto first = std::min_element(repeats.begin(), repeats.end(),
+                                        [](const Repeat& a, const Repeat& b) { return a.due < b.due; });
+    if (first == repeats.end()) {
+      moved.wait(lock);
+      continue;
+    }
+    if (Clock::now() < first->due) {
+      moved.wait_until(lock, first->due);
+      continue;
+    }
+    natsMsg* const message = first->message;
+    *first = repeats.back();
+    repeats.pop_back();
+    ++counts.repeats;
+    lock.unlock();
+    send(message);
+    lock.lock();
+  }
+}
+
+namespace {
+
+void onAcknowledged(jsCtx*, natsMsg* message, jsPubAck* ack, jsPubAckErr* error, void* closure)
+{
+  if (const auto state = CallbackKey<Publisher::State>::find(closure)) {
+    state->acknowledged(message, ack, error);
+  } else {
+    natsMsg_Destroy(message);
+  }
+}
+
+}  // namespace
+
+Publisher::Publisher(Connection& connection, PublisherOptions options,
+                     std::function<void(const Settled&)> settled)
+    : state_(std::make_shared<State>(connection, std::move(options), std::move(settled)))
+{
+  constexpr const char* function = "Publisher::Publisher";
+  State& state = *state_;
+  checkPrefix(state.options.prefix);
+  if (!state.options.stream.empty()) {
+    checkName("a stream", state.options.stream);
+  }
+  if (state.options.window == 0 || state.options.ackWait.count() <= 0) {
+    throw Error(function, "a publisher needs a window of at least one message, and a wait above 0");
+  }
+  state.ownId = uniqueText();
+  if (!state.options.stream.empty()) {
+    jsStreamInfo* info = nullptr;
+    jsErrCode code{};
+    const natsStatus status =
+        js_GetStreamInfo(&info, state.connection.context.get(), state.options.stream.c_str(), nullptr, &code);
+    const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
+    check(status, function, "cannot send to stream " + state.options.stream);
+  }
+  jsOptions how;
+  check(jsOptions_Init(&how), function, "cannot begin to publish");
+  how.Wait = state.connection.settings.timeout.count();
+  how.PublishAsync.AckHandler = onAcknowledged;
+  how.PublishAsync.AckHandlerClosure = state.key.lead(state_);
+  jsCtx* context = nullptr;
+  check(natsConnection_JetStream(&context, state.connection.connection.get(), &how), function,
+        "cannot begin to publish");
+  state.context.reset(context);
+  state.repeater = std::thread([&state] { state.repeatLate(); });
+}
+
+Publisher::~Publisher()
+{
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->ending = true;
+  }
+  state_->moved.notify_all();
+  state_->repeater.join();
+}
+
+Outcome Publisher::publish(const YMMessageBase& message, std::string_view id, std::uint64_t* number)
+{
+  return publish(pack(message, state_->options.prefix, state_->options.form), id, number);
+}
+
+Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint64_t* number)
+{
+  constexpr const char* function = "Publisher::publish";
+  State& state = *state_;
+  if (std::any_of(id.begin(), id.end(),
+                  [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; })) {
+    throw Error(function, "the identifier " + shown(id) + " has blanks or control characters");
+  }
+  const std::size_t bytes = packed.size(id.empty() ? std::string_view(longestOwnId) : id);
+  const auto most = static_cast<std::size_t>(
+      std::max<std::int64_t>(natsConnection_GetMaxPayload(state.connection.connection.get()), 0));
+  if (most > 0 && bytes > most) {
+    throw Error(function, packed.subject + ": the message has " + std::to_string(bytes) +
+                              " bytes with its headers, and the server takes " + std::to_string(most));
+  }
+  natsMsg* made = nullptr;
+  check(natsMsg_Create(&made, packed.subject.c_str(), nullptr, packed.body.data(),
+                       static_cast<int>(packed.body.size())),
+        function, packed.subject);
+  MessageOwner message(made);
+  for (const auto& [name, value] : packed.headers) {
+    check(natsMsgHeader_Set(made, name, value.c_str()), function, packed.subject);
+  }
+  {
+    std::unique_lock lock(state.mutex);
+    const auto isOver = [&] { return natsConnection_IsClosed(state.connection.connection.get()); };
+    while (!isOver() && state.isFull(bytes)) {
+      if (!state.options.waits) {
+        return Outcome::Full;
+      }
+      constexpr auto look = std::chrono::milliseconds(200);  // nobody tells that the connection has ended
+      state.moved.wait_for(lock, look);
+    }
+    if (isOver()) {
+      const std::lock_guard why(state.connection.mutex);
+      throw Error(function, "the connection has ended: " + state.connection.ended);
+    }
+    const std::uint64_t mine = ++state.counts.taken;
+    const std::string unique = id.empty() ? state.ownId + "." + std::to_string(mine) : std::string(id);
+    try {
+      check(natsMsgHeader_Set(made, idHeader, unique.c_str()), function, packed.subject);
+      state.flights.emplace(made, State::Flight{mine, bytes, Clock::now() + state.options.giveUpAfter});
+    } catch (...) {
+      --state.counts.taken;
+      throw;
+    }
+    state.done.push_back(false);
+    state.bytesOnTheWay += bytes;
+    if (number != nullptr) {
+      *number = mine;
+    }
+  }
+  state.send(message.release());
+  return Outcome::Taken;
+}
+
+bool Publisher::flush(std::chrono::milliseconds wait)
+{
+  std::unique_lock lock(state_->mutex);
+  return state_->moved.wait_for(lock, wait, [&] { return state_->flights.empty(); });
+}
+
+std::uint64_t Publisher::settledUpTo() const
+{
+  const std::lock_guard lock(state_->mutex);
+  return state_->upTo;
+}
+
+PublisherCounts Publisher::counts() const
+{
+  const std::lock_guard lock(state_->mutex);
+  return state_->counts;
+}
+
+std::string Publisher::firstFailure() const
+{
+  const std::lock_guard lock(state_->mutex);
+  return state_->firstFailure;
+}
+
+}  // namespace kwxml::nats

@@ -1,0 +1,95 @@
+// How a message travels: its subject, its headers and its body.
+//
+//     subject           PREFIX.System.Class        a server filters by system or class
+//     Kw-Tag            tag identifier, decimal
+//     Kw-Class          name of the class
+//     Kw-Fingerprint    of the class's records, eight hexadecimal digits: fingerprintOf()
+//     Kw-Version        version of the binary form
+//     Kw-Form           form of the body: xml, json; without it the binary form with its header words
+//     Nats-Msg-Id       what the stream tells repeats by
+//
+// A message that could not be used goes to PREFIX.dead, as it came, with more headers:
+//
+//     Kw-Reason         why, in words
+//     Kw-Stream, Kw-Sequence, Kw-Durable, Kw-Subject    where it was, and who had it
+#pragma once
+
+#include <kwxml/model/Registry.h>
+#include <kwxml/platform/Export.h>
+#include <kwxml/reading/Problems.h>
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class KwXMLContextInfo;
+
+namespace kwxml::nats {
+
+/// The names of headers.
+inline constexpr const char* tagHeader = "Kw-Tag";
+inline constexpr const char* classHeader = "Kw-Class";
+inline constexpr const char* fingerprintHeader = "Kw-Fingerprint";
+inline constexpr const char* versionHeader = "Kw-Version";
+inline constexpr const char* formHeader = "Kw-Form";
+inline constexpr const char* idHeader = "Nats-Msg-Id";
+inline constexpr const char* reasonHeader = "Kw-Reason";
+inline constexpr const char* streamHeader = "Kw-Stream";
+inline constexpr const char* sequenceHeader = "Kw-Sequence";
+inline constexpr const char* durableHeader = "Kw-Durable";
+inline constexpr const char* subjectHeader = "Kw-Subject";
+
+/// The form of a body.
+enum class Form : std::uint8_t
+{
+  Binary,  ///< with its header words, version 2
+  Xml,     ///< UTF-8, with the XML declaration
+  Json,    ///< UTF-8
+};
+
+/// Throws Error unless `prefix` is one or more tokens of a subject, with "." between and without wildcards.
+KWXML_API void checkPrefix(std::string_view prefix);
+/// Throws Error unless `name` can be that of a stream or a durable consumer: neither empty nor with blanks,
+/// ".", "*", ">", slashes or control characters.
+KWXML_API void checkName(const char* what, std::string_view name);
+/// The subjects of a system's class, with wildcards for what is empty: "PREFIX.*.*", "PREFIX.Pets.Cat". A
+/// class alone, without its system, is looked for in all systems.
+KWXML_API std::string subjectFilter(std::string_view prefix, std::string_view system, std::string_view cls);
+/// Where messages go that could not be used.
+KWXML_API std::string deadSubject(std::string_view prefix);
+
+/// A message as it travels.
+struct Packed
+{
+  std::string subject;
+  std::vector<std::pair<const char*, std::string>> headers;
+  std::string body;
+  /// What the server counts: the body and the headers, with the identifier.
+  std::size_t size(std::string_view id) const;
+};
+
+/// Packs a message. Throws Error when the message has no class, cannot be encoded, or would lose a value: a
+/// stream holds no message that is not whole.
+KWXML_API Packed pack(const YMMessageBase& message, std::string_view prefix, Form form);
+
+/// What came out of a body.
+struct Unpacked
+{
+  std::unique_ptr<YMMessageBase> message;  ///< null when the body cannot be used
+  std::string why;                         ///< then
+  Problems problems;                       ///< what was met while the body was read, warnings too
+};
+
+/// Reads a body. There is no message where reading meets an error, where a field has another wire type, and
+/// where subject and body name different classes. `header` gives the value of a header, or null. A
+/// fingerprint that is not the one of the reader's class forbids what else would be a warning: a number whose
+/// wire type leaves open which of two it is. The context (null: none) concerns passwords and the limit of
+/// memory.
+KWXML_API Unpacked unpack(std::string_view subject, std::string_view prefix, std::span<const std::byte> body,
+                          const std::function<const char*(const char*)>& header, const Registry& catalogue,
+                          KwXMLContextInfo* context);
+
+}  // namespace kwxml::nats

@@ -1,0 +1,88 @@
+// What the commands for streams of messages share: their options, the connection, and how they are
+// interrupted.
+#pragma once
+
+#include <kwxml/nats/Connection.h>
+#include <kwxml/nats/Consumer.h>
+#include <kwxml/nats/Publisher.h>
+
+#include <csignal>
+#include <functional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace kwxml::tool {
+
+/// A stream that is sent to.
+struct Target
+{
+  std::string stream;
+  std::string prefix{"kwxml"};
+  bool create = false;
+  int replicas = 1;
+};
+
+/// Options of those who receive.
+struct ReceiveChoices
+{
+  std::string durable;
+  std::string system;
+  std::string cls;
+  bool follow = false;
+  unsigned long long count = 0;  ///< 0: no limit
+  unsigned ackWait = 30;         ///< seconds
+  int maxDeliveries = 5;
+};
+
+/// The option that names a stream.
+void addStreamOption(CLI::App& command, const std::string& name, std::string& stream,
+                     const std::string& what);
+/// The option that names a prefix of subjects.
+void addPrefixOption(CLI::App& command, const std::string& name, std::string& prefix);
+/// The options by which a stream is made when it is missing.
+void addCreateOptions(CLI::App& command, Target& target);
+void addReceiveOptions(CLI::App& command, ReceiveChoices& choices);
+/// What ends the help of each of these commands: where the servers are.
+extern const char* const natsSettings;
+
+/// The form of a body by its name: binary, xml, json.
+nats::Form bodyForm(const std::string& name);
+
+/// Runs what may throw an error of the servers; it ends the command as a failure.
+void withServers(const std::function<void()>& run);
+
+/// How that stream is sent to; makes the stream where the command line wants that, and says so.
+nats::PublisherOptions publisherOptions(const Target& target, nats::Connection& connection);
+
+nats::ConsumerOptions consumerOptions(const ReceiveChoices& choices, const std::string& stream,
+                                      const std::string& prefix);
+
+/// While it lives, an interrupt (SIGINT, SIGTERM) lets the command end with what it has begun; a second one
+/// ends the process.
+class Interrupts
+{
+public:
+  Interrupts();
+  ~Interrupts();
+  Interrupts(const Interrupts&) = delete;
+  Interrupts& operator=(const Interrupts&) = delete;
+  static bool come();
+
+private:
+  struct sigaction before_[2];
+};
+
+/// Receives until the command line's end: `take` gets the messages, and gives how many of them count. Gives
+/// how many did.
+unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices,
+                              const std::function<unsigned long long(std::vector<nats::Delivery>&)>& take);
+
+/// What the dead letters got, as the command's failure; nothing where there are none.
+void failOverDeadLetters(const nats::Consumer& consumer);
+
+std::string countedMessages(unsigned long long number);
+
+}  // namespace kwxml::tool

@@ -1,0 +1,298 @@
+// The commands that receive messages from a stream: receive, and work, which sends them on in another form.
+#include "Command.h"
+#include "Messages.h"
+#include "NatsTool.h"
+#include "ReceivedFile.h"
+#include "Report.h"
+
+#include <commandline/Values.h>
+#include <CLI/CLI.hpp>
+
+#include <kwxml/nats/StoredMessages.h>
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <vector>
+
+namespace kwxml::tool {
+
+namespace {
+
+// ---- receive
+
+struct ReceiveOptions
+{
+  std::string stream;
+  std::string prefix{"kwxml"};
+  std::string to{"records"};
+  std::string outputFile;
+  ReceiveChoices receive;
+};
+
+/// What is appended for a message; the record of one in the binary form has its bytes as they came.
+std::string appended(const nats::Delivery& delivery, const ReceiveOptions& options)
+{
+  if (options.to != "records") {
+    return nats::pack(*delivery.message, options.prefix, bodyForm(options.to)).body + "\n";
+  }
+  std::string bytes;
+  if (delivery.header(nats::formHeader).empty()) {
+    const auto body = delivery.body();
+    bytes.assign(reinterpret_cast<const char*>(body.data()), body.size());
+  } else {
+    bytes = nats::pack(*delivery.message, options.prefix, nats::Form::Binary).body;
+  }
+  const auto size = static_cast<std::uint32_t>(bytes.size());
+  const char prefix[] = {static_cast<char>(size >> 24), static_cast<char>(size >> 16),
+                         static_cast<char>(size >> 8), static_cast<char>(size)};
+  return std::string(prefix, sizeof prefix) + bytes;
+}
+
+/// Appends messages to a file, and acknowledges them once the file and the record of stored messages have
+/// them.
+class Receiving
+{
+public:
+  explicit Receiving(const ReceiveOptions& options)
+      : options_(options),
+        file_(options.outputFile, options.stream, options.receive.durable),
+        consumer_(connection_, consumerOptions(options.receive, options.stream, options.prefix)),
+        stored_(connection_, consumer_, file_.receiver())
+  {
+    if (const std::uint64_t gone = file_.takeBack(stored_.mark()); gone > 0) {
+      report(inputName(options.outputFile) + ": " + std::to_string(gone) + (gone == 1 ? " byte" : " bytes") +
+             " of an unfinished run are taken back; those messages come again");
+    }
+  }
+
+  unsigned long long all()
+  {
+    return receiveAll(consumer_, options_.receive, [this](auto& deliveries) { return take(deliveries); });
+  }
+  const nats::Consumer& consumer() const { return consumer_; }
+
+private:
+  unsigned long long take(std::vector<nats::Delivery>& deliveries)
+  {
+    std::vector<nats::Delivery> done;  // stored, here or elsewhere
+    std::vector<Piece> pieces;
+    for (nats::Delivery& delivery : deliveries) {
+      if (stored_.isStored(delivery.sequence)) {
+        done.push_back(std::move(delivery));
+        continue;
+      }
+      try {
+        pieces.push_back({delivery.sequence, appended(delivery, options_)});
+        done.push_back(std::move(delivery));
+      } catch (const nats::Error& error) {
+        static_cast<void>(consumer_.bury(delivery, error.what()));
+      }
+    }
+    const unsigned long long count = store(pieces);
+    // What is not confirmed comes again, and is known then.
+    static_cast<void>(consumer_.acknowledge(done));
+    return count;
+  }
+
+  struct Piece
+  {
+    std::uint64_t sequence;
+    std::string bytes;
+  };
+  unsigned long long store(std::vector<Piece>& pieces)
+  {
+    while (!pieces.empty()) {
+      const std::uint64_t before = file_.length();
+      std::string bytes;
+      std::vector<std::uint64_t> sequences;
+      for (const Piece& piece : pieces) {
+        bytes += piece.bytes;
+        sequences.push_back(piece.sequence);
+      }
+      file_.append(bytes);
+      if (stored_.record(sequences, file_.length())) {
+        file_.agree();
+        return pieces.size();
+      }
+      file_.cut(before);
+      std::erase_if(pieces, [this](const Piece& piece) { return stored_.isStored(piece.sequence); });
+    }
+    return 0;
+  }
+
+  const ReceiveOptions& options_;
+  ReceivedFile file_;
+  nats::Connection connection_;
+  nats::Consumer consumer_;
+  nats::StoredMessages stored_;
+};
+
+void receive(const ReceiveOptions& options)
+{
+  const Interrupts interrupts;
+  withServers([&] {
+    Receiving receiving(options);
+    const unsigned long long count = receiving.all();
+    report(countedMessages(count) + " received from stream " + options.stream);
+    failOverDeadLetters(receiving.consumer());
+  });
+}
+
+// ---- work
+
+struct WorkOptions
+{
+  std::string fromStream;
+  std::string fromPrefix{"kwxml"};
+  Target target;
+  std::string to;
+  std::string outputFile;
+  ReceiveChoices receive;
+};
+
+/// Sends what is received on in another form, and acknowledges it once the other stream has it.
+class Working
+{
+public:
+  explicit Working(const WorkOptions& options)
+      : options_(options),
+        consumer_(connection_, consumerOptions(options.receive, options.fromStream, options.fromPrefix)),
+        publisher_(connection_, publisherOptions(options.target, connection_))
+  {
+  }
+
+  unsigned long long all()
+  {
+    return receiveAll(consumer_, options_.receive, [this](auto& deliveries) { return take(deliveries); });
+  }
+  const nats::Consumer& consumer() const { return consumer_; }
+
+private:
+  unsigned long long take(std::vector<nats::Delivery>& deliveries)
+  {
+    std::vector<nats::Delivery> done;
+    for (nats::Delivery& delivery : deliveries) {
+      try {
+        const nats::Packed packed =
+            nats::pack(*delivery.message, options_.target.prefix, bodyForm(options_.to));
+        // Of a message that comes twice the other stream stores one.
+        const std::string id =
+            options_.fromStream + "." + options_.receive.durable + "." + std::to_string(delivery.sequence);
+        static_cast<void>(publisher_.publish(packed, id));
+        done.push_back(std::move(delivery));
+      } catch (const nats::Error& error) {
+        if (connection_.isClosed()) {
+          throw;
+        }
+        static_cast<void>(consumer_.bury(delivery, error.what()));
+      }
+    }
+    constexpr auto look = std::chrono::milliseconds(200);
+    while (!publisher_.flush(look) && !connection_.isClosed()) {
+    }
+    // Nothing of this batch is acknowledged then: all of it comes again, and the other stream knows what it
+    // has.
+    if (const std::string why = publisher_.firstFailure(); !why.empty()) {
+      throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + why);
+    }
+    if (connection_.isClosed()) {
+      throw Failure(exitData, "the connection has ended; the log says why");
+    }
+    static_cast<void>(consumer_.acknowledge(done));
+    return done.size();
+  }
+
+  const WorkOptions& options_;
+  nats::Connection connection_;
+  nats::Consumer consumer_;
+  nats::Publisher publisher_;
+};
+
+void work(const WorkOptions& options)
+{
+  if (options.fromStream == options.target.stream) {
+    throw Failure(exitUsage, "--from-stream and --to-stream name one stream");
+  }
+  const Interrupts interrupts;
+  withServers([&] {
+    Working working(options);
+    const unsigned long long count = working.all();
+    writeText(options.outputFile, countedMessages(count) + " sent on to stream " + options.target.stream);
+    failOverDeadLetters(working.consumer());
+  });
+}
+
+}  // namespace
+
+void addReceiveCommands(CLI::App& app, Session& session)
+{
+  const auto options = std::make_shared<ReceiveOptions>();
+  CLI::App& receiveCommand =
+      addCommand(app, "receive", "Appends the messages of a stream of NATS JetStream to a file.",
+                 "Each message is in the file once, also where the program is killed at any time and started "
+                 "again, and where "
+                 "several\n"
+                 "receivers, with a file each, share a durable consumer: it is acknowledged when the file is "
+                 "on the storage device, "
+                 "and\n"
+                 "the stream's own record of what is stored (subject PREFIX.stored.DURABLE.log) names it. "
+                 "FILE.received says who "
+                 "writes\n"
+                 "FILE, and how long it was when the two last agreed; nobody else may write FILE. To "
+                 "standard output, which cannot "
+                 "be\n"
+                 "taken back, a message may come twice.\n\n"
+                 "Without --follow and --count it ends when the stream has no more messages. A message that "
+                 "cannot be read goes to "
+                 "the\n"
+                 "subject PREFIX.dead, with the reason in a header.\n\n" +
+                     std::string(natsSettings) +
+                     "Exit status: 0 done, 1 something failed, or went to the dead letters, 2 usage.\n\n"
+                     "Example:\n  kwxml receive --stream ORDERS --durable archive -o orders.dat\n"
+                     "  kwxml receive --stream ORDERS --durable watch --class Order --to json --follow",
+                 options->outputFile);
+  addStreamOption(receiveCommand, "--stream", options->stream, "The stream that has the messages");
+  addPrefixOption(receiveCommand, "--prefix", options->prefix);
+  addReceiveOptions(receiveCommand, options->receive);
+  receiveCommand.add_option("--to", options->to, "Form of the file (records, xml, json); default: records")
+      ->check(formName({"records", "xml", "json"}))
+      ->type_name("FORM");
+  receiveCommand.callback(
+      [options, &session] { session.run = [options](LibraryLog&) { receive(*options); }; });
+
+  const auto working = std::make_shared<WorkOptions>();
+  CLI::App& workCommand =
+      addCommand(app, "work", "Turns the messages of a stream into another form, as one of many workers.",
+                 "All workers that name one durable consumer share its messages, on any number of machines. "
+                 "A message is "
+                 "acknowledged\n"
+                 "when the other stream has it; of one that is worked on twice that stream keeps one, within "
+                 "its duplicate "
+                 "window.\n\n"
+                 "Without --follow and --count a worker ends when the stream has no more messages. A message "
+                 "that cannot be turned "
+                 "into\n"
+                 "the form goes to the subject PREFIX.dead, with the reason in a header.\n\n" +
+                     std::string(natsSettings) +
+                     "Exit status: 0 done, 1 something failed, or went to the dead letters, 2 usage.\n\n"
+                     "Example:\n  kwxml work --from-stream ORDERS --to-stream ORDERS-XML --to xml --durable "
+                     "xml --follow",
+                 working->outputFile);
+  addStreamOption(workCommand, "--from-stream", working->fromStream, "The stream that has the messages");
+  addStreamOption(workCommand, "--to-stream", working->target.stream, "The stream that gets them");
+  addPrefixOption(workCommand, "--from-prefix", working->fromPrefix);
+  workCommand
+      .add_option("--to-prefix", working->target.prefix,
+                  "The same in the stream that gets them (default: FORM)")
+      ->type_name("PREFIX");
+  addReceiveOptions(workCommand, working->receive);
+  addCreateOptions(workCommand, working->target);
+  workCommand.add_option("--to", working->to, "Form of the bodies (binary, xml, json)")
+      ->check(formName({"binary", "xml", "json"}))
+      ->required()
+      ->type_name("FORM");
+  workCommand.callback([working, &session] { session.run = [working](LibraryLog&) { work(*working); }; });
+}
+
+}  // namespace kwxml::tool

@@ -1,0 +1,58 @@
+// A file to which received messages are appended, each once, also where the program is killed at any time.
+#pragma once
+
+#include "Files.h"
+
+#include <kwxml/platform/CYxFile.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kwxml::tool {
+
+/// The file, and beside it FILE.received: who writes it, from where, and how long it was when the record of
+/// stored messages was last known to agree. Standard output and what is no regular file is written as it
+/// stands. All throw Failure (data).
+class ReceivedFile
+{
+public:
+  /// Opens the file, or makes it, for messages of a durable consumer. Refuses a file that something else has
+  /// written, and one that another process writes.
+  ReceivedFile(const std::string& file, const std::string& stream, const std::string& durable);
+  ~ReceivedFile();
+  ReceivedFile(const ReceivedFile&) = delete;
+  ReceivedFile& operator=(const ReceivedFile&) = delete;
+
+  /// The name of this writer among all receivers: the same for the same file.
+  const std::string& receiver() const { return receiver_; }
+  /// Takes back what was appended behind the mark that the record has, if that is known there. Returns the
+  /// bytes that are gone.
+  std::uint64_t takeBack(std::optional<std::uint64_t> mark);
+  /// The length, which is the mark.
+  std::uint64_t length() const { return length_; }
+  /// Appends bytes, and gives them to the storage device.
+  void append(std::string_view bytes);
+  /// Makes the file as long as it was before.
+  void cut(std::uint64_t length);
+  /// Says beside the file that the record of stored messages has its mark.
+  void agree();
+
+private:
+  void save() const;
+
+  std::string name_;
+  std::string side_;  ///< the file beside it; empty: there is none
+  std::string stream_;
+  std::string durable_;
+  std::string receiver_;
+  CYxFile file_;
+  std::unique_ptr<Output> direct_;  ///< instead of `file_` for what cannot be taken back
+  int lock_ = -1;
+  std::uint64_t length_ = 0;
+  unsigned long long agreed_ = 0;
+};
+
+}  // namespace kwxml::tool
