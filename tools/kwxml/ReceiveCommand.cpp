@@ -292,7 +292,13 @@ void addReceiveCommands(CLI::App& app, Session& session)
       ->check(formName({"binary", "xml", "json"}))
       ->required()
       ->type_name("FORM");
-  workCommand.callback([working, &session] { session.run = [working](LibraryLog&) { work(*working); }; });
+  working->target.prefix.clear();
+  workCommand.callback([working, &session] {
+    if (working->target.prefix.empty()) {
+      working->target.prefix = working->to;
+    }
+    session.run = [working](LibraryLog&) { work(*working); };
+  });
 }
 
 }  // namespace kwxml::tool

@@ -30,16 +30,16 @@ struct KWXML_API ConnectionSettings
 {
   /// Servers of one cluster, such as "nats://127.0.0.1:4222". Others of the cluster are learned from them.
   std::vector<std::string> servers{"nats://127.0.0.1:4222"};
-  std::string user;      ///< empty: none
-  std::string password;  ///< of the user
-  std::string
-      credentialsFile;  ///< a file with a user's token and key, as the servers' tools make it; empty: none
-  bool tls = false;     ///< whether the connection must be encrypted
-  std::string caFile;   ///< certificates of those who may sign the server's; empty: the system's
-  std::string certificateFile;  ///< the client's own certificate; empty: none
-  std::string keyFile;          ///< the key of that certificate
-  std::string hostName;         ///< what the server's certificate must name; empty: the name of the server
-  std::string name{"kwxml"};    ///< what the server shows of the connection
+  std::string user{};      ///< empty: none
+  std::string password{};  ///< of the user
+  /// A file with a user's token and key, as the servers' tools make it; empty: none.
+  std::string credentialsFile{};
+  bool tls = false;               ///< whether the connection must be encrypted
+  std::string caFile{};           ///< certificates of those who may sign the server's; empty: the system's
+  std::string certificateFile{};  ///< the client's own certificate; empty: none
+  std::string keyFile{};          ///< the key of that certificate
+  std::string hostName{};         ///< what the server's certificate must name; empty: the name of the server
+  std::string name{"kwxml"};      ///< what the server shows of the connection
   /// How long connecting, and each question to the server, may take.
   std::chrono::milliseconds timeout{5000};
   /// How long to wait before the first attempt to come back; the wait doubles with each attempt, up to
@@ -57,7 +57,7 @@ struct KWXML_API ConnectionSettings
 /// A stream that is made for messages.
 struct StreamSettings
 {
-  std::string name;             ///< letters, digits, "-" and "_"
+  std::string name{};           ///< letters, digits, "-" and "_"
   std::string prefix{"kwxml"};  ///< the stream takes all subjects below it
   int replicas = 1;             ///< how many servers of a cluster keep the stream: 1 to 5
   /// How long the stream knows the identifier of a message. A message that comes again later is stored again.

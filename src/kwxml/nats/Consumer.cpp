@@ -6,6 +6,7 @@
 #include <kwxml/text/ShownText.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <thread>
 
@@ -379,6 +380,61 @@ std::uint64_t Consumer::acknowledgedUpTo()
                                                   " of stream " + state_->options.stream);
   }
   return info->AckFloor.Stream;
+}
+
+std::vector<DeadLetter> deadLetters(Connection& connection, const std::string& stream,
+                                    std::string_view prefix, std::uint64_t from, std::size_t most)
+{
+  constexpr const char* function = "deadLetters";
+  checkName("a stream", stream);
+  checkPrefix(prefix);
+  const std::string what = "cannot read the dead letters in stream " + stream;
+  const std::string subject = deadSubject(prefix);
+  Connection::State& state = connection.state();
+  jsErrCode code{};
+  natsMsg* got = nullptr;
+  natsStatus status =
+      js_GetLastMsg(&got, state.context.get(), stream.c_str(), subject.c_str(), nullptr, &code);
+  std::vector<DeadLetter> letters;
+  if (status == NATS_NOT_FOUND && code != JSStreamNotFoundErr) {
+    return letters;
+  }
+  check(status, function, what);
+  const std::uint64_t last = natsMsg_GetSequence(got);
+  natsMsg_Destroy(got);
+  jsSubOptions how;
+  check(jsSubOptions_Init(&how), function, what);
+  how.Stream = stream.c_str();
+  how.Ordered = true;
+  how.Config.DeliverPolicy = js_DeliverByStartSequence;
+  how.Config.OptStartSeq = std::max<std::uint64_t>(from, 1);
+  natsSubscription* subscribed = nullptr;
+  if (from <= last) {
+    check(js_SubscribeSync(&subscribed, state.context.get(), subject.c_str(), nullptr, &how, &code), function,
+          what);
+  }
+  const SubscriptionOwner owner(subscribed);
+  for (std::uint64_t place = from == 0 ? 0 : from - 1; place < last && letters.size() < most;) {
+    check(natsSubscription_NextMsg(&got, subscribed, state.settings.timeout.count()), function, what);
+    const MessageOwner message(got);
+    jsMsgMetaData* meta = nullptr;
+    check(natsMsg_GetMetaData(&meta, got), function, what);
+    place = meta->Sequence.Stream;
+    jsMsgMetaData_Destroy(meta);
+    const auto text = [&](const char* name) {
+      const char* const value = header(got, name);
+      return std::string(value != nullptr ? value : "");
+    };
+    const auto* const body = reinterpret_cast<const std::byte*>(natsMsg_GetData(got));
+    letters.push_back({.place = place,
+                       .why = text(reasonHeader),
+                       .stream = text(streamHeader),
+                       .sequence = std::strtoull(text(sequenceHeader).c_str(), nullptr, 10),
+                       .durable = text(durableHeader),
+                       .subject = text(subjectHeader),
+                       .body = {body, body + natsMsg_GetDataLength(got)}});
+  }
+  return letters;
 }
 
 const ConsumerCounts& Consumer::counts() const

@@ -29,11 +29,11 @@ namespace kwxml::nats {
 /// What is received, and how.
 struct ConsumerOptions
 {
-  std::string stream;           ///< where the messages are
-  std::string durable;          ///< name of the consumer, which is made when the stream has none of that name
+  std::string stream{};         ///< where the messages are
+  std::string durable{};        ///< name of the consumer, which is made when the stream has none of that name
   std::string prefix{"kwxml"};  ///< what subjects begin with
-  std::string system;           ///< messages of this system alone; empty: of all
-  std::string cls;              ///< messages of this class alone; empty: of all
+  std::string system{};         ///< messages of this system alone; empty: of all
+  std::string cls{};            ///< messages of this class alone; empty: of all
   /// How long a message may be worked on before it is delivered again. Of a consumer that exists this and the
   /// filter must be the same.
   std::chrono::milliseconds ackWait{30000};
@@ -145,5 +145,23 @@ private:
 
   std::unique_ptr<State> state_;
 };
+
+/// A message that could not be used, as it lies among the dead letters.
+struct DeadLetter
+{
+  std::uint64_t place;     ///< in the stream that keeps the dead letters
+  std::string why{};       ///< the reason
+  std::string stream{};    ///< where the message was
+  std::uint64_t sequence;  ///< its place there
+  std::string durable{};   ///< the durable consumer that could not use it
+  std::string subject;     ///< its subject
+  std::vector<std::byte> body;
+};
+
+/// The dead letters of a prefix that a stream keeps from its place `from` on, up to `most`, in their order.
+/// They stay there. Throws Error.
+KWXML_API std::vector<DeadLetter> deadLetters(Connection& connection, const std::string& stream,
+                                              std::string_view prefix, std::uint64_t from = 1,
+                                              std::size_t most = 1000);
 
 }  // namespace kwxml::nats

@@ -24,7 +24,7 @@ namespace kwxml::nats {
 /// How messages are sent.
 struct PublisherOptions
 {
-  std::string stream;           ///< where messages must end up; empty: in any stream that takes the subject
+  std::string stream{};         ///< where messages must end up; empty: in any stream that takes the subject
   std::string prefix{"kwxml"};  ///< what subjects begin with
   Form form = Form::Binary;     ///< of the bodies
   std::size_t window = 1000;    ///< how many messages may be on their way
@@ -52,7 +52,7 @@ struct Settled
   std::uint64_t number;    ///< of the message, as publish() gave it
   std::uint64_t sequence;  ///< in the stream; 0 when the message has failed
   bool duplicate;          ///< whether the stream had it before
-  std::string why;         ///< of a failure, in words; else empty
+  std::string why{};       ///< of a failure, in words; else empty
 };
 
 /// How many messages were sent so far.

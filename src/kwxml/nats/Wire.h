@@ -62,11 +62,11 @@ KWXML_API std::string subjectFilter(std::string_view prefix, std::string_view sy
 KWXML_API std::string deadSubject(std::string_view prefix);
 
 /// A message as it travels.
-struct Packed
+struct KWXML_API Packed
 {
-  std::string subject;
+  std::string subject{};
   std::vector<std::pair<const char*, std::string>> headers;
-  std::string body;
+  std::string body{};
   /// What the server counts: the body and the headers, with the identifier.
   std::size_t size(std::string_view id) const;
 };
@@ -79,7 +79,7 @@ KWXML_API Packed pack(const YMMessageBase& message, std::string_view prefix, For
 struct Unpacked
 {
   std::unique_ptr<YMMessageBase> message;  ///< null when the body cannot be used
-  std::string why;                         ///< then
+  std::string why{};                       ///< then
   Problems problems;                       ///< what was met while the body was read, warnings too
 };
 
