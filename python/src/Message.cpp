@@ -7,6 +7,8 @@
 
 namespace kwxml::python {
 
+unsigned Writing::threads_ = 0;
+
 namespace {
 
 /// A new object without a message. Throws PythonError.
@@ -58,7 +60,8 @@ MessageObject& root(MessageObject& message)
 
 YMMessageBase& mutate(MessageObject& message)
 {
-  if (root(message).writers > 0) {
+  // Looked for only while anything is written: messages may nest deep, and are changed often.
+  if (Writing::anywhere() && root(message).writers > 0) {
     fail(supported("BusyError").get(), message.cls->name + ": another thread is writing the message");
   }
   return *message.message;
