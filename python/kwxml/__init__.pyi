@@ -9,7 +9,7 @@ from typing_extensions import Self
 _T = TypeVar("_T")
 _K = TypeVar("_K")
 _V = TypeVar("_V")
-_Path = str | os.PathLike[str]
+_Path = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 _Bytes = bytes | bytearray | memoryview
 _Layout = Literal["records", "batch"]
 
@@ -236,7 +236,7 @@ class Catalogue:
     ) -> RecordReader: ...
     def batch(
         self,
-        source: _Path | _Bytes | BinaryIO,
+        source: str | os.PathLike[Any] | _Bytes | BinaryIO,
         *,
         layout: _Layout | None = ...,
         lenient: bool = ...,

@@ -222,10 +222,9 @@ const FieldInfo& fieldNamed(const ClassInfo& cls, PyObject* name)
   if (!PyUnicode_Check(name)) {
     fail(PyExc_TypeError, cls.name + ": fields are named by str, got " + Py_TYPE(name)->tp_name);
   }
-  const FieldInfo* const field = cls.find(utf8(name));
+  const FieldInfo* const field = cls.find(name);
   if (field == nullptr) {
-    fail(PyExc_KeyError,
-         cls.name + " has no field '" + std::string(utf8(name)) + "'" + suggestion(cls, utf8(name)));
+    failUnknown(PyExc_KeyError, cls, name);
   }
   return *field;
 }

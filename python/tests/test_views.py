@@ -143,14 +143,14 @@ def test_maps(pets, types):
     friends.update(b={"name": "B"})
     b = friends.pop("b")
     assert b.name == "B" and 5 not in friends
-    for wrong in ("b", 5, None):
+    for wrong in ("b", "\ud800", 5, None):
         with pytest.raises(KeyError):
             friends[wrong]
         with pytest.raises(KeyError):
             del friends[wrong]
     assert [key for key in friends if not friends.clear()] == ["a"] and len(friends) == 0
     numbers = types.AllTypes(longlongStringMap={2: "b", 1: "a"}).longlongStringMap
-    assert numbers == {1: "a", 2: "b"} != {1: "a"} and repr(numbers) == "{1: 'a', 2: 'b'}"
+    assert 2**64 not in numbers and numbers == {1: "a", 2: "b"} != {1: "a"} and repr(numbers) == "{1: 'a', 2: 'b'}"
     assert numbers.setdefault(3, "c") == numbers.setdefault(3, "d") == "c" and numbers.popitem()[0] in (1, 2, 3)
     node = types.Node(byNode=[({"label": "k"}, {"label": "v"})])
     key = next(iter(node.byNode))
