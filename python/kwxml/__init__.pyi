@@ -1,14 +1,15 @@
 import os
-from collections.abc import Iterable, Iterator, Mapping, MutableMapping, MutableSequence
+from collections.abc import Callable, Iterable, Iterator, Mapping, MutableMapping, MutableSequence
 from enum import IntEnum
 from typing import Any, BinaryIO, Generic, Literal, NamedTuple, SupportsIndex, TypeVar, final, overload
 
+from _typeshed import SupportsRichComparison, SupportsRichComparisonT
 from typing_extensions import Self
 
 _T = TypeVar("_T")
 _K = TypeVar("_K")
 _V = TypeVar("_V")
-_Path = str | os.PathLike[str]
+_Path = str | bytes | os.PathLike[str] | os.PathLike[bytes]
 _Bytes = bytes | bytearray | memoryview
 _Layout = Literal["records", "batch"]
 
@@ -133,6 +134,13 @@ class List(MutableSequence[_T], Generic[_T]):
     def __delitem__(self, index: SupportsIndex | slice) -> None: ...
     def __len__(self) -> int: ...
     def insert(self, index: int, value: _T) -> None: ...
+    @overload
+    def sort(self: List[SupportsRichComparisonT], *, key: None = ..., reverse: bool = ...) -> None: ...
+    @overload
+    def sort(self, *, key: Callable[[_T], SupportsRichComparison], reverse: bool = ...) -> None: ...
+    def copy(self) -> list[_T]: ...
+    def __add__(self, other: list[_T] | List[_T]) -> list[_T]: ...
+    def __radd__(self, other: list[_T]) -> list[_T]: ...
 
 @final
 class Map(MutableMapping[_K, _V], Generic[_K, _V]):
@@ -228,7 +236,7 @@ class Catalogue:
     ) -> RecordReader: ...
     def batch(
         self,
-        source: _Path | _Bytes | BinaryIO,
+        source: str | os.PathLike[Any] | _Bytes | BinaryIO,
         *,
         layout: _Layout | None = ...,
         lenient: bool = ...,

@@ -6,13 +6,9 @@ import os
 import weakref
 
 from kwxml._kwxml import CatalogueBase, open_reader, open_writer
-from kwxml._support import suggestion
+from kwxml._support import unknown
 
 _living: weakref.WeakValueDictionary = weakref.WeakValueDictionary()
-
-
-def _unknown(what, name, names):
-    return AttributeError(f"{what} has no '{name}'" + suggestion(name, list(names)))
 
 
 class System:
@@ -27,12 +23,13 @@ class System:
 
     def __getitem__(self, name):
         if name not in self._places:
-            raise KeyError(f"system {self._name} has no class '{name}'" + suggestion(str(name), list(self._places)))
+            raise KeyError(unknown(f"system {self._name} has no class", name, self._places))
         return self._catalogue._class(self._index, self._places[name])
 
     def __getattr__(self, name):
         if name.startswith("__") or name not in self.__dict__.get("_places", ()):
-            raise _unknown(f"system {self.__dict__.get('_name')}", name, self.__dict__.get("_places", ()))
+            who = f"system {self.__dict__.get('_name')} has no"
+            raise AttributeError(unknown(who, name, self.__dict__.get("_places", ())))
         cls = self[name]
         self.__dict__[name] = cls  # found at once the next time
         return cls
@@ -61,7 +58,7 @@ class Catalogue(CatalogueBase):
     """
 
     def __new__(cls, *sources):
-        paths = tuple(os.fspath(source) for source in sources)
+        paths = tuple(os.fsdecode(source) for source in sources)
         if not paths:
             raise TypeError("Catalogue() takes schema files, folders of them, or a library; kwxml.builtin() takes none")
         name = os.path.basename(paths[0])
@@ -88,13 +85,12 @@ class Catalogue(CatalogueBase):
         only = next(iter(systems.values())) if len(systems) == 1 else ()
         if name in only:
             return getattr(only, name)
-        raise _unknown("the catalogue", name, [*systems, *only])
+        raise AttributeError(unknown("the catalogue has no", name, [*systems, *only]))
 
     def __getitem__(self, tag_name):
         found = self._find(tag_name)
         if found is None:
-            names = [f"{system}_{cls}" for system, classes in self.systems.items() for cls in classes]
-            raise KeyError(f"the catalogue has no class '{tag_name}'" + suggestion(tag_name, names))
+            raise KeyError(unknown("the catalogue has no class", tag_name, self))
         return found
 
     def __contains__(self, tag_name):
@@ -137,7 +133,8 @@ def _descriptor_of(source):
     data = source.read() if hasattr(source, "read") else source
     descriptor = os.memfd_create("kwxml")
     try:
-        view = memoryview(data).cast("B")
+        view = memoryview(data)
+        view = view.cast("B") if view.c_contiguous else memoryview(view.tobytes())
         while view:
             view = view[os.write(descriptor, view):]
     except BaseException:
@@ -158,10 +155,10 @@ def builtin():
 
 def records(path, catalogue, *, layout=None, lenient=False, strict=False, problems=None, memory_limit=0):
     """The messages of a file of records or of a batch (`layout` "records", "batch", or None to find out)."""
-    return open_reader(catalogue, os.fspath(path), layout=layout, lenient=lenient, strict=strict, problems=problems,
+    return open_reader(catalogue, os.fsencode(path), layout=layout, lenient=lenient, strict=strict, problems=problems,
                        memory_limit=memory_limit)
 
 
 def record_writer(path, *, layout="records", append=False, durable=False):
     """A file of messages to write to: a new one, or with `append` behind what there is."""
-    return open_writer(os.fspath(path), layout=layout, append=append, durable=durable)
+    return open_writer(os.fsencode(path), layout=layout, append=append, durable=durable)

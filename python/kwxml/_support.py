@@ -6,6 +6,7 @@ import datetime
 import difflib
 import enum
 import keyword
+import re
 import weakref
 from typing import NamedTuple
 
@@ -85,6 +86,23 @@ def record_error(path, why, offset):
     return DecodeError(f"{path}: offset {offset}: {why}", [problem], problem)
 
 
+def refused_text(before, why):
+    """The error about a text that is read up to a place: behind `before`, which does not count a byte order mark."""
+    before = before.removeprefix("\ufeff")
+    line, column = before.count("\n") + 1, len(before) - before.rfind("\n")
+    problem = Problem("not well-formed", "error", line, column, 0, "", why)
+    return decode_error([problem], 0, False)
+
+
+def other_encoding(before, name):
+    return refused_text(before, f"a str that declares the encoding '{name}': give the text as bytes")
+
+
+def lone_surrogate(text):
+    found = re.search("[\ud800-\udfff]", text)
+    return refused_text(text[: found.start()], f"'{shown(found[0])}' is a lone surrogate, which is no character")
+
+
 def other_class(expected, found):
     text = f"expected a {expected}, found a {found}"
     problem = Problem("of another class", "error", 0, 0, 0, "", text)
@@ -96,9 +114,26 @@ def not_kept(name, differences):
     return EncodeError(f"{name}: what was written does not keep {paths}")
 
 
+def shown(name):
+    """The name such that it can be printed: without lone surrogates."""
+    return name.encode("utf-8", "backslashreplace").decode()
+
+
 def suggestion(name, names):
     close = difflib.get_close_matches(name, names, n=1)
     return f"; did you mean '{close[0]}'?" if close else ""
+
+
+def unknown(what, name, names):
+    """The text about a name that is none of those that there are."""
+    return f"{what} '{shown(str(name))}'" + suggestion(str(name), list(names))
+
+
+def other_catalogue(path, name, wanted, given):
+    sources = [", ".join(map(shown, each.sources[1:])) or "the library" for each in (wanted, given)]
+    if sources[0] == sources[1]:
+        return f"{path}: expected {name}, got {name} of another catalogue, which was made of the same sources"
+    return f"{path}: expected {name} of the catalogue of {sources[0]}, got {name} of that of {sources[1]}"
 
 
 class PasswordType(enum.IntEnum):
@@ -179,7 +214,7 @@ def enumerator_named(path, cls, name):
         if usable in cls.__members__:
             return cls.__members__[usable]
     names = list(cls.__members__) if cls is not None else []
-    raise ValueError(f"{path}: '{name}' is no enumerator{suggestion(name, names)}")
+    raise ValueError(f"{path}: '{shown(name)}' is no enumerator{suggestion(name, names)}")
 
 
 EPOCH = datetime.datetime(1970, 1, 1, tzinfo=datetime.timezone.utc)

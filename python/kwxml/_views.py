@@ -30,7 +30,28 @@ def setdefault(self, key, default=None):
     return self[key]
 
 
-for name in ("pop", "remove", "reverse", "__iadd__"):
+def sort(self, *, key=None, reverse=False):
+    """Sorts the list as list.sort() does. Messages have no order of their own, and stay the same objects."""
+    keys = list(self)
+    if key is not None:
+        keys = [key(value) for value in keys]
+    self._arrange(sorted(range(len(keys)), key=keys.__getitem__, reverse=reverse))
+
+
+def _list_copy(self):
+    """A list of Python with the same elements."""
+    return list(self)
+
+
+def _add(self, other):
+    return [*self, *other] if isinstance(other, (list, List)) else NotImplemented
+
+
+def _add_to(self, other):
+    return [*other, *self] if isinstance(other, list) else NotImplemented
+
+
+for name in ("pop", "remove", "__iadd__"):
     setattr(List, name, getattr(MutableSequence, name))
 for name in ("index", "count", "__reversed__"):
     setattr(List, name, getattr(Sequence, name))
@@ -38,6 +59,10 @@ for name in ("pop", "popitem", "update"):
     setattr(Map, name, getattr(MutableMapping, name))
 for name in ("get", "keys", "items", "values"):
     setattr(Map, name, getattr(Mapping, name))
+List.sort = sort
+List.copy = _list_copy
+List.__add__ = _add
+List.__radd__ = _add_to
 Map.__eq__ = _equal
 Map.setdefault = setdefault
 List.__reduce__ = _as_list

@@ -83,15 +83,14 @@ Ref callSupport(const char* name, const char* format, ...)
   return own(PyObject_CallObject(function.get(), arguments.get()));
 }
 
-std::string suggestion(const ClassInfo& cls, std::string_view name)
+void failUnknown(PyObject* type, const ClassInfo& cls, PyObject* name)
 {
   const Ref names = own(PyList_New(0));
   for (const FieldInfo& field : cls.fields) {
     checked(PyList_Append(names.get(), text(field.name).get()));
   }
-  const Ref words =
-      callSupport("suggestion", "(s#O)", name.data(), static_cast<Py_ssize_t>(name.size()), names.get());
-  return std::string(utf8(words.get()));
+  const std::string what = cls.name + " has no field";
+  fail(type, utf8(callSupport("unknown", "(sOO)", what.c_str(), name, names.get()).get()));
 }
 
 Catalogue::Catalogue(PyObject* self, Registry::Owner owned, const Registry& registry)

@@ -69,10 +69,11 @@ struct ClassInfo
 
   /// "Pets_Cat".
   std::string tagName() const { return tagNameOf(system, *def); }
-  /// The field of that name; null when there is none.
-  const FieldInfo* find(std::string_view field) const
+  /// The field that a str names; null when there is none.
+  const FieldInfo* find(PyObject* field) const
   {
-    const auto found = byName.find(field);
+    const std::optional<std::string_view> known = utf8IfAny(field);
+    const auto found = known ? byName.find(*known) : byName.end();
     return found == byName.end() ? nullptr : found->second;
   }
 };
@@ -143,7 +144,7 @@ extern Support support;
 Ref supported(const char* name);
 /// Calls a member of kwxml._support. The format is that of PyObject_CallFunction(). Throws PythonError.
 Ref callSupport(const char* name, const char* format, ...);
-/// "; did you mean 'name'?", or nothing.
-std::string suggestion(const ClassInfo& cls, std::string_view name);
+/// "Pets.Cat has no field 'nmae'; did you mean 'name'?" as an exception of that type. Throws PythonError.
+[[noreturn]] void failUnknown(PyObject* type, const ClassInfo& cls, PyObject* name);
 
 }  // namespace kwxml::python

@@ -31,9 +31,7 @@ std::vector<std::string> pathsOf(PyObject* sequence)
 
 [[noreturn]] void failLoading(const std::string& problems)
 {
-  const Ref error = callSupport("CatalogueError", "(N)", text(problems).release());
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-  throw PythonError();
+  raise(callSupport("CatalogueError", "(N)", text(problems).release()));
 }
 
 /// Arguments: "schemas", "library" or "builtin", and the paths.
@@ -167,7 +165,7 @@ PyObject* findMethod(PyObject* self, PyObject* name) noexcept
       fail(PyExc_TypeError, std::string("a class is named by str, not ") + Py_TYPE(name)->tp_name);
     }
     Catalogue& catalogue = catalogueOf(self);
-    const std::string_view tag = utf8(name);
+    const std::string_view tag = utf8IfAny(name).value_or("");
     for (std::size_t at = tag.find('_'); at != std::string_view::npos; at = tag.find('_', at + 1)) {
       short system = 0;
       int index = 0;

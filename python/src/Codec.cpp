@@ -1,6 +1,7 @@
 #include "Codec.h"
 
 #include "Shown.h"
+#include "Values.h"
 
 #include <kwxml/annotation/KwXMLContextInfo.h>
 #include <kwxml/binary/BinarySerializer.h>
@@ -18,35 +19,43 @@ namespace kwxml::python {
 
 namespace {
 
+/// Raises a DecodeError. Its problems are in the caller's list, too. Throws PythonError.
+[[noreturn]] void refuse(const Ref& error, const ReadRules& rules)
+{
+  if (rules.problems != nullptr) {
+    const Ref problems = own(PyObject_GetAttrString(error.get(), "problems"));
+    checked(PyList_SetSlice(rules.problems, PY_SSIZE_T_MAX, PY_SSIZE_T_MAX, problems.get()));
+  }
+  raise(error);
+}
+
 /// The bytes of a text or of an object with a buffer, such that they stay while other threads run: those of a
 /// str or of bytes in place, all others as a copy.
 class Input
 {
 public:
-  Input(Form form, PyObject* data)
+  Input(Form form, PyObject* data, const ReadRules& rules)
   {
     if (PyUnicode_Check(data) && form != Form::Binary) {
-      view_ = utf8(data);
+      const std::optional<std::string_view> utf8 = utf8IfAny(data);
+      if (!utf8) {
+        refuse(callSupport("lone_surrogate", "(O)", data), rules);
+      }
+      view_ = *utf8;
+      if (view_.starts_with(byteOrderMark)) {
+        view_.remove_prefix(byteOrderMark.size());
+      }
       if (form == Form::Xml) {
-        refuseOtherEncoding();
+        refuseOtherEncoding(rules);
       }
     } else if (PyBytes_Check(data)) {
       view_ = {PyBytes_AS_STRING(data), static_cast<std::size_t>(PyBytes_GET_SIZE(data))};
     } else {
-      Py_buffer buffer;
-      if (PyObject_GetBuffer(data, &buffer, PyBUF_SIMPLE) != 0) {
-        PyErr_Clear();
+      copy_ = bufferOf(data);
+      if (!copy_) {
         fail(PyExc_TypeError, std::string("expected ") + (form == Form::Binary ? "bytes" : "str or bytes") +
                                   ", got " + Py_TYPE(data)->tp_name);
       }
-      copy_.emplace();
-      try {
-        copy_->assign(static_cast<const char*>(buffer.buf), static_cast<std::size_t>(buffer.len));
-      } catch (const std::bad_alloc&) {
-        PyBuffer_Release(&buffer);
-        throw;
-      }
-      PyBuffer_Release(&buffer);
       view_ = *copy_;
     }
   }
@@ -60,10 +69,15 @@ public:
   }
 
 private:
-  /// A str has no encoding any more: one that its declaration names would be undone a second time.
-  void refuseOtherEncoding() const
+  static constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+  /// A str has no encoding any more: one that its declaration names would be undone a second time. What is no
+  /// declaration, or one without a name, is left to the reader.
+  void refuseOtherEncoding(const ReadRules& rules) const
   {
-    if (!view_.starts_with("<?xml")) {
+    constexpr std::string_view begin = "<?xml";
+    constexpr std::string_view blanks = " \t\r\n";
+    if (!view_.starts_with(begin) || blanks.find(view_.substr(begin.size(), 1)) == std::string_view::npos) {
       return;
     }
     const std::string_view declaration = view_.substr(0, view_.find("?>"));
@@ -72,12 +86,15 @@ private:
     if (quote == std::string_view::npos) {
       return;
     }
-    std::string name;
-    for (std::size_t i = quote + 1; i < declaration.size() && declaration[i] != declaration[quote]; ++i) {
-      name += static_cast<char>(std::tolower(static_cast<unsigned char>(declaration[i])));
+    const std::string_view rest = declaration.substr(quote + 1);
+    std::string name(rest.substr(0, rest.find(declaration[quote])));
+    for (char& letter : name) {
+      letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
     }
-    if (name != "utf-8" && name != "utf8" && name != "us-ascii" && name != "ascii") {
-      fail(PyExc_ValueError, "the text declares the encoding " + name + ": give it as bytes");
+    if (!name.empty() && name != "utf-8" && name != "utf8" && name != "us-ascii" && name != "ascii") {
+      refuse(callSupport("other_encoding", "(NN)", python::text(declaration.substr(0, quote + 1)).release(),
+                         python::text(name).release()),
+             rules);
     }
   }
 
@@ -166,9 +183,7 @@ void checkKept(MessageObject& message, Form form, PyObject* written)
   const Ref back = read(*message.cls->catalogue, form, written, {.lenient = true}, message.cls);
   const Ref lost = differences(*message.message, *asMessage(back.get()).message);
   if (PyList_GET_SIZE(lost.get()) > 0) {
-    const Ref error = callSupport("not_kept", "(sO)", message.cls->name.c_str(), lost.get());
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-    throw PythonError();
+    raise(callSupport("not_kept", "(sO)", message.cls->name.c_str(), lost.get()));
   }
 }
 
@@ -190,17 +205,14 @@ void judge(const Problems& problems, const ReadRules& rules, bool none)
     }
   }
   if (failed) {
-    const Ref error =
-        callSupport("decode_error", "(OnO)", all.get(), static_cast<Py_ssize_t>(problems.more()),
-                    rules.strict ? Py_True : Py_False);
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-    throw PythonError();
+    raise(callSupport("decode_error", "(OnO)", all.get(), static_cast<Py_ssize_t>(problems.more()),
+                      rules.strict ? Py_True : Py_False));
   }
 }
 
 Ref read(Catalogue& catalogue, Form form, PyObject* data, const ReadRules& rules, const ClassInfo* expected)
 {
-  const Input input(form, data);
+  const Input input(form, data, rules);
   KwXMLContextInfo context;
   context.setMemoryLimit(rules.memoryLimit);
   Problems problems(rules.problems != nullptr ? 1000 : Problems::usualMost);
@@ -215,9 +227,7 @@ Ref read(Catalogue& catalogue, Form form, PyObject* data, const ReadRules& rules
   const _ClassDef* const cls = message->getClass();
   if (cls == nullptr || cls->isEnum() || (expected != nullptr && cls != expected->def)) {
     const std::string wanted = expected != nullptr ? expected->tagName() : "message";
-    const Ref error = callSupport("other_class", "(ss)", wanted.c_str(), message->getTagName().c_str());
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-    throw PythonError();
+    refuse(callSupport("other_class", "(ss)", wanted.c_str(), message->getTagName().c_str()), rules);
   }
   return wrap(catalogue, std::move(message));
 }

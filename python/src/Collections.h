@@ -34,6 +34,9 @@ struct ListAccess
   /// Removes `count` elements, every `step`th from `begin` on.
   virtual void erase(MessageObject& message, const FieldInfo& field, std::size_t begin, Py_ssize_t step,
                      std::size_t count) const = 0;
+  /// Puts the elements of a list that is set into another order, in which each of their indices is once.
+  virtual void arrange(MessageObject& message, const FieldInfo& field,
+                       const std::vector<std::size_t>& order) const = 0;
 };
 /// That of a type; null for a type that is no list.
 const ListAccess* listAccess(FieldDataType type);

@@ -14,6 +14,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -56,13 +57,6 @@ inline int checked(int given)
   return given;
 }
 
-/// Sets a Python exception with a text, and throws PythonError.
-[[noreturn]] inline void fail(PyObject* type, const std::string& text)
-{
-  PyErr_SetString(type, text.c_str());
-  throw PythonError();
-}
-
 /// The text of a str. Throws PythonError for one that has no UTF-8. The view holds as long as the object.
 inline std::string_view utf8(PyObject* text)
 {
@@ -73,10 +67,37 @@ inline std::string_view utf8(PyObject* text)
   }
   return {bytes, static_cast<std::size_t>(size)};
 }
+/// The same; nothing for a str that has no UTF-8, as one with a lone surrogate.
+inline std::optional<std::string_view> utf8IfAny(PyObject* text)
+{
+  Py_ssize_t size = 0;
+  const char* bytes = PyUnicode_AsUTF8AndSize(text, &size);
+  if (bytes != nullptr) {
+    return std::string_view(bytes, static_cast<std::size_t>(size));
+  }
+  if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) {
+    throw PythonError();
+  }
+  PyErr_Clear();
+  return std::nullopt;
+}
 /// A str of UTF-8. Bytes that are none are kept as Python keeps them in names of files.
 inline Ref text(std::string_view utf8)
 {
   return own(PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), "surrogateescape"));
+}
+
+/// Sets a Python exception with a text, which is UTF-8 or the name of a file, and throws PythonError.
+[[noreturn]] inline void fail(PyObject* type, std::string_view words)
+{
+  PyErr_SetObject(type, text(words).get());
+  throw PythonError();
+}
+/// Sets an exception that is made already, and throws PythonError.
+[[noreturn]] inline void raise(const Ref& error)
+{
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
+  throw PythonError();
 }
 
 /// Gives what `work` gives, or `failed` with a Python exception set.

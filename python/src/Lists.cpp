@@ -277,6 +277,23 @@ public:
       list.resize(kept);
     }
   }
+
+  void arrange(MessageObject& message, const FieldInfo& field,
+               const std::vector<std::size_t>& order) const override
+  {
+    List& list = madeIn<List>(mutate(message), field);
+    if constexpr (ofMessages) {
+      std::vector<YMMessageBase> none;
+      rebuild(message, list, {order.begin(), order.end()}, none);
+    } else {
+      List next;
+      next.reserve(order.size());
+      for (const std::size_t from : order) {
+        next.push_back(std::move(list[from]));
+      }
+      list.swap(next);
+    }
+  }
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "Collections.h"
 #include "Values.h"
 
+#include <optional>
 #include <utility>
 
 namespace kwxml::python {
@@ -37,6 +38,28 @@ class MapOf final : public MapAccess
       return fromPython<keyType, Key>(field, key);
     }
   }
+  /// The key that is looked for. A key that is of another type than the map's, or beyond what the map can
+  /// hold, is in no map: nothing then.
+  static std::optional<Key> lookedFor(const FieldInfo& field, PyObject* key)
+  {
+    const bool possible = keysAreMessages          ? isMessage(key)
+                          : keyType == FIELD_INT64 ? PyLong_Check(key)
+                                                   : PyUnicode_Check(key);
+    if (!possible) {
+      return std::nullopt;
+    }
+    try {
+      return keyFrom(field, key);
+    } catch (const PythonError&) {
+      for (PyObject* const refused : {PyExc_TypeError, PyExc_OverflowError, PyExc_UnicodeEncodeError}) {
+        if (PyErr_ExceptionMatches(refused) != 0) {
+          PyErr_Clear();
+          return std::nullopt;
+        }
+      }
+      throw;
+    }
+  }
   /// Messages have no order: a map of them has one entry at most.
   static typename Map::iterator lookUp(Map& map, const Key& key)
   {
@@ -49,13 +72,6 @@ class MapOf final : public MapAccess
   static Map* stored(const MessageObject& message, const FieldInfo& field)
   {
     return const_cast<Map*>(storedIn<Map>(*message.message, field));
-  }
-  /// A key that is of another type than the map's is in no map.
-  static bool isKey(PyObject* key)
-  {
-    return keysAreMessages          ? isMessage(key)
-           : keyType == FIELD_INT64 ? PyLong_Check(key)
-                                    : PyUnicode_Check(key);
   }
   /// For an object of the wrong type; what an object of the right one has raised goes on.
   [[noreturn]] static void refuse(const FieldInfo& field, const char* wanted, PyObject* object)
@@ -108,22 +124,19 @@ public:
 
   Ref find(MessageObject& message, const FieldInfo& field, PyObject* key) const override
   {
-    if (!isKey(key)) {
-      return nullptr;
-    }
-    const Key converted = keyFrom(field, key);
+    const std::optional<Key> converted = lookedFor(field, key);
     Map* const map = stored(message, field);
-    if (map == nullptr) {
+    if (!converted || map == nullptr) {
       return nullptr;
     }
     if constexpr (valuesAreMessages) {
       return nestedAt(message, [&]() -> YMMessageBase* {
         Map* const now = stored(message, field);
-        const auto found = now != nullptr ? lookUp(*now, converted) : typename Map::iterator();
+        const auto found = now != nullptr ? lookUp(*now, *converted) : typename Map::iterator();
         return now != nullptr && found != now->end() ? &found->second : nullptr;
       });
     } else {
-      const auto found = lookUp(*map, converted);
+      const auto found = lookUp(*map, *converted);
       return found != map->end() ? toPython<valueType>(field, found->second) : nullptr;
     }
   }
@@ -143,16 +156,13 @@ public:
 
   bool erase(MessageObject& message, const FieldInfo& field, PyObject* key) const override
   {
-    if (!isKey(key)) {
-      return false;
-    }
-    const Key converted = keyFrom(field, key);
+    const std::optional<Key> converted = lookedFor(field, key);
     mutate(message);
     Map* const map = stored(message, field);
-    if (map == nullptr) {
+    if (!converted || map == nullptr) {
       return false;
     }
-    const auto found = lookUp(*map, converted);
+    const auto found = lookUp(*map, *converted);
     if (found == map->end()) {
       return false;
     }

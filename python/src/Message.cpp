@@ -7,6 +7,8 @@
 
 namespace kwxml::python {
 
+unsigned Writing::threads_ = 0;
+
 namespace {
 
 /// A new object without a message. Throws PythonError.
@@ -58,7 +60,8 @@ MessageObject& root(MessageObject& message)
 
 YMMessageBase& mutate(MessageObject& message)
 {
-  if (root(message).writers > 0) {
+  // Looked for only while anything is written: messages may nest deep, and are changed often.
+  if (Writing::anywhere() && root(message).writers > 0) {
     fail(supported("BusyError").get(), message.cls->name + ": another thread is writing the message");
   }
   return *message.message;
@@ -219,10 +222,9 @@ const FieldInfo& fieldNamed(const ClassInfo& cls, PyObject* name)
   if (!PyUnicode_Check(name)) {
     fail(PyExc_TypeError, cls.name + ": fields are named by str, got " + Py_TYPE(name)->tp_name);
   }
-  const FieldInfo* const field = cls.find(utf8(name));
+  const FieldInfo* const field = cls.find(name);
   if (field == nullptr) {
-    fail(PyExc_KeyError,
-         cls.name + " has no field '" + std::string(utf8(name)) + "'" + suggestion(cls, utf8(name)));
+    failUnknown(PyExc_KeyError, cls, name);
   }
   return *field;
 }

@@ -86,12 +86,24 @@ YMMessageBase& mutate(MessageObject& message);
 class Writing
 {
 public:
-  explicit Writing(MessageObject& message) : root_(root(message)) { ++root_.writers; }
-  ~Writing() { --root_.writers; }
+  explicit Writing(MessageObject& message) : root_(root(message))
+  {
+    ++root_.writers;
+    ++threads_;
+  }
+  ~Writing()
+  {
+    --root_.writers;
+    --threads_;
+  }
   Writing(const Writing&) = delete;
   Writing& operator=(const Writing&) = delete;
 
+  /// Whether any thread writes any message.
+  static bool anywhere() { return threads_ > 0; }
+
 private:
+  static unsigned threads_;  ///< changed with the GIL held
   MessageObject& root_;
 };
 

@@ -21,10 +21,9 @@ Ref construct(PyTypeObject* type, std::size_t positional)
 
 void writeKeyword(MessageObject& message, PyObject* name, PyObject* value)
 {
-  const FieldInfo* const field = message.cls->find(utf8(name));
+  const FieldInfo* const field = message.cls->find(name);
   if (field == nullptr) {
-    fail(PyExc_TypeError, message.cls->name + " has no field '" + std::string(utf8(name)) + "'" +
-                              suggestion(*message.cls, utf8(name)));
+    failUnknown(PyExc_TypeError, *message.cls, name);
   }
   writeField(message, *field, value);
 }
@@ -65,9 +64,7 @@ void explainAttribute(PyObject* self, PyObject* name)
     return;
   }
   PyErr_Clear();
-  PyErr_SetString(
-      PyExc_AttributeError,
-      (cls.name + " has no field '" + std::string(utf8(name)) + "'" + suggestion(cls, utf8(name))).c_str());
+  failUnknown(PyExc_AttributeError, cls, name);
 }
 
 PyObject* getAttribute(PyObject* self, PyObject* name) noexcept

@@ -52,12 +52,16 @@ private:
   bool& taken_;
 };
 
-RecordLayout layoutNamed(const std::string& name)
+RecordLayout layoutNamed(const py::object& name)
 {
-  if (name != "records" && name != "batch") {
-    fail(PyExc_ValueError, "the layout of a file is 'records' or 'batch', not '" + name + "'");
+  const bool isText = PyUnicode_Check(name.ptr());
+  const std::optional<std::string_view> known = isText ? utf8IfAny(name.ptr()) : std::nullopt;
+  if (known != "records" && known != "batch") {
+    PyErr_Format(isText ? PyExc_ValueError : PyExc_TypeError,
+                 "the layout of a file is 'records' or 'batch', not %A", name.ptr());
+    throw PythonError();
   }
-  return name == "records" ? RecordLayout::Single : RecordLayout::Batch;
+  return known == "records" ? RecordLayout::Single : RecordLayout::Batch;
 }
 
 /// The path, which a file system would read up to its first zero byte alone.
@@ -93,7 +97,7 @@ public:
       failFile(error, path_);
     }
     if (!layout.is_none()) {
-      layout_ = layoutNamed(std::string(utf8(layout.ptr())));
+      layout_ = layoutNamed(layout);
     } else {
       guessLayout();
     }
@@ -200,9 +204,7 @@ private:
 
   [[noreturn]] void failRecord(const std::string& why) const
   {
-    const Ref error = callSupport("record_error", "(NsK)", text(path_).release(), why.c_str(), offset_);
-    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.get())), error.get());
-    throw PythonError();
+    raise(callSupport("record_error", "(NsK)", text(path_).release(), why.c_str(), offset_));
   }
 
   py::object owner_;
@@ -222,7 +224,7 @@ private:
 class RecordWriter
 {
 public:
-  RecordWriter(std::string path, const std::string& layout, bool append, bool durable)
+  RecordWriter(std::string path, const py::object& layout, bool append, bool durable)
       : path_(whole(std::move(path))), layout_(layoutNamed(layout))
   {
     CYxError error;
@@ -344,7 +346,7 @@ void addRecords(py::module_& module)
       py::arg("memory_limit") = 0ULL);
   module.def(
       "open_writer",
-      [](const std::string& path, const std::string& layout, bool append, bool durable) {
+      [](const std::string& path, const py::object& layout, bool append, bool durable) {
         return bound([&] { return std::make_unique<RecordWriter>(path, layout, append, durable); });
       },
       py::arg("path"), py::kw_only(), py::arg("layout"), py::arg("append"), py::arg("durable"));

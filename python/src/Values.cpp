@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace kwxml::python {
 
@@ -54,6 +55,13 @@ void importDates()
 
 void failType(const FieldInfo& field, const char* expected, PyObject* given)
 {
+  const ClassInfo* const cls = Catalogue::ofType(Py_TYPE(given));
+  if (cls != nullptr && cls->catalogue != field.owner->catalogue &&
+      std::string_view(expected) == Py_TYPE(given)->tp_name) {
+    fail(PyExc_TypeError, utf8(callSupport("other_catalogue", "(ssOO)", field.path().c_str(), expected,
+                                           field.owner->catalogue->self(), cls->catalogue->self())
+                                   .get()));
+  }
   fail(PyExc_TypeError, field.path() + ": expected " + expected + ", got " + Py_TYPE(given)->tp_name);
 }
 
@@ -184,22 +192,33 @@ std::wstring wideText(const FieldInfo& field, PyObject* value)
   return out;
 }
 
-std::string bytesOf(const FieldInfo& field, PyObject* value)
+std::optional<std::string> bufferOf(PyObject* object)
 {
   Py_buffer buffer;
-  if (PyObject_GetBuffer(value, &buffer, PyBUF_SIMPLE) != 0) {
+  if (PyObject_GetBuffer(object, &buffer, PyBUF_FULL_RO) != 0) {
     if (PyErr_ExceptionMatches(PyExc_TypeError) == 0) {
       throw PythonError();
     }
     PyErr_Clear();
-    failType(field, "bytes", value);
+    return std::nullopt;
   }
   struct Release
   {
     Py_buffer& held;
     ~Release() { PyBuffer_Release(&held); }
   } const release{buffer};
-  return {static_cast<const char*>(buffer.buf), static_cast<std::size_t>(buffer.len)};
+  std::string out(static_cast<std::size_t>(buffer.len), '\0');
+  checked(PyBuffer_ToContiguous(out.data(), &buffer, buffer.len, 'C'));
+  return out;
+}
+
+std::string bytesOf(const FieldInfo& field, PyObject* value)
+{
+  std::optional<std::string> bytes = bufferOf(value);
+  if (!bytes) {
+    failType(field, "bytes", value);
+  }
+  return std::move(*bytes);
 }
 
 Ref password(const pstring& value)

@@ -6,6 +6,7 @@
 #include <kwxml/model/FieldTypes.h>
 #include <kwxml/model/StringTypes.h>
 
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -30,7 +31,10 @@ float single(const FieldInfo& field, PyObject* value);
 /// The bytes of a str: UTF-8, with those that text() kept. Throws PythonError.
 std::string narrowText(const FieldInfo& field, PyObject* value);
 std::wstring wideText(const FieldInfo& field, PyObject* value);
-/// A copy of the bytes of an object that has a buffer. Throws PythonError.
+/// A copy of the bytes of an object that has a buffer, in the order of its elements; nothing for any other
+/// object. Throws PythonError.
+std::optional<std::string> bufferOf(PyObject* object);
+/// The same for a field. Throws PythonError (TypeError) for any other object.
 std::string bytesOf(const FieldInfo& field, PyObject* value);
 /// kwxml.Password. Throws PythonError.
 Ref password(const pstring& value);

@@ -2,6 +2,7 @@
 #include "Shown.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace kwxml::python {
@@ -223,6 +224,53 @@ PyObject* listClear(PyObject* self, PyObject*) noexcept
   });
 }
 
+/// Puts the elements into an order that begins as the list is now. An unset list stays unset.
+void arrange(PyObject* self, const std::vector<std::size_t>& order)
+{
+  const CollectionObject& view = asCollection(self);
+  if (order.size() > 1) {
+    list(self).arrange(*view.message, *view.field, order);
+  }
+}
+
+PyObject* reverseMethod(PyObject* self, PyObject*) noexcept
+{
+  return guarded(static_cast<PyObject*>(nullptr), [&] {
+    std::vector<std::size_t> order(listSize(self));
+    std::iota(order.rbegin(), order.rend(), std::size_t{0});
+    arrange(self, order);
+    return share(Py_None).release();
+  });
+}
+
+/// Takes the indices of the elements, as a list of int, in the order that the elements are to have.
+PyObject* arrangeMethod(PyObject* self, PyObject* indices) noexcept
+{
+  return guarded(static_cast<PyObject*>(nullptr), [&] {
+    const Ref all = own(PySequence_List(indices));
+    std::vector<std::size_t> order;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(all.get()); ++i) {
+      order.push_back(PyLong_AsSize_t(PyList_GET_ITEM(all.get(), i)));
+      if (PyErr_Occurred() != nullptr) {
+        throw PythonError();
+      }
+    }
+    std::vector<bool> found(listSize(self));
+    bool complete = order.size() == found.size();
+    for (const std::size_t index : order) {
+      complete = complete && index < found.size() && !found[index];
+      if (complete) {
+        found[index] = true;
+      }
+    }
+    if (!complete) {
+      fail(PyExc_ValueError, asCollection(self).field->path() + ": the list has changed while it was sorted");
+    }
+    arrange(self, order);
+    return share(Py_None).release();
+  });
+}
+
 /// Equal elements in one order, in this and a list or another view.
 PyObject* listCompare(PyObject* self, PyObject* other, int operation) noexcept
 {
@@ -300,6 +348,9 @@ PyMethodDef listMethods[] = {
     {"extend", extendMethod, METH_O, "extend(values): adds values at the end. Messages are copied."},
     {"insert", insertMethod, METH_VARARGS, "insert(index, value): adds a value before the index."},
     {"clear", listClear, METH_NOARGS, "clear(): removes all values."},
+    {"reverse", reverseMethod, METH_NOARGS,
+     "reverse(): turns the order around. Messages stay the same objects."},
+    {"_arrange", arrangeMethod, METH_O, nullptr},
     {nullptr, nullptr, 0, nullptr}};
 
 PyMethodDef mapMethods[] = {{"clear", mapClear, METH_NOARGS, "clear(): removes all entries."},

@@ -24,7 +24,7 @@ VALUES = [
     ("wstringValue", ["Käse ✓ \U0001f600"], True),
     ("doubleValue", [0.1, -0.0, math.inf, 5e-324, 7], False),
     ("floatValue", [0.5, -math.inf, 3], False),
-    ("bstringValue", [b"ab\xff", bytearray(b"xy"), memoryview(b"abc")[1:]], False),
+    ("bstringValue", [b"ab\xff", bytearray(b"xy"), memoryview(b"abc")[1:], memoryview(b"abcde")[::-2]], False),
     ("time32Value", [0, -(2**31)], False),
     ("time64Value", [2**40], False),
     ("enumValue", [0, "MIDDLE", -3, 2**31 - 1], False),

@@ -1,7 +1,9 @@
 """Classes, messages, catalogues, and what reading and writing say."""
 
 import copy
+import os
 import pickle
+import shutil
 
 import kwxml
 import pytest
@@ -18,7 +20,10 @@ def test_classes(pets):
     assert repr(cat) == "Pets.Cat(name='Tom', lives=9)"
     assert cat == pets.Cat(name="Tom") != pets.Dog(name="Tom")
     assert cat["name"] == "Tom" and not cat.is_set("tags")
+    assert not any(HALF in names for names in (pets, pets.Pets, cat.friends)) and not hasattr(cat, HALF)
 
+
+HALF = "\ud800"  # half a character, which has no UTF-8
 
 MISUSE = [
     (lambda p: p.Cat(nmae="x"), TypeError, "Pets.Cat has no field 'nmae'; did you mean 'name'"),
@@ -31,6 +36,19 @@ MISUSE = [
     (lambda p: p.Pets.Catt, AttributeError, "did you mean 'Cat'"),
     (lambda p: p.Pets["Catt"], KeyError, "did you mean 'Cat'"),
     (lambda p: p["Pets_Catt"], KeyError, "did you mean 'Pets_Cat'"),
+    (lambda p: p.Cat(**{HALF: 1}), TypeError, r"Pets.Cat has no field '\ud800'"),
+    (lambda p: getattr(p.Cat(), HALF), AttributeError, r"no field '\ud800'"),
+    (lambda p: setattr(p.Cat(), HALF, 1), AttributeError, r"no field '\ud800'"),
+    (lambda p: delattr(p.Cat(), HALF), AttributeError, r"no field '\ud800'"),
+    (lambda p: p.Cat().is_set("nam" + HALF), KeyError, "did you mean 'name'"),
+    (lambda p: p.Cat.from_dict({HALF: 1}), KeyError, "no field"),
+    (lambda p: getattr(p, HALF), AttributeError, r"has no '\ud800'"),
+    (lambda p: getattr(p.Pets, HALF), AttributeError, r"has no '\ud800'"),
+    (lambda p: p["Pets_" + HALF], KeyError, "Pets_"),
+    (lambda p: p.Pets[HALF], KeyError, "no class"),
+    (lambda p: p.Cat(colour=HALF), ValueError, r"'\ud800' is no enumerator"),
+    (lambda p: kwxml.records("/dev/null", p, layout=HALF), ValueError, r"not '\ud800'"),
+    (lambda p: kwxml.records("/dev/null", p, layout=5), TypeError, "not 5"),
     (lambda p: hash(p.Cat()), TypeError, "unhashable"),
     (lambda p: iter(p.Cat()), TypeError, "not iterable"),
     (lambda p: kwxml.Message(), TypeError, "no class of a catalogue"),
@@ -76,6 +94,9 @@ BAD_INPUT = [
     ("from_xml", '<Pets_Cat>\n <mother lives="x"/></Pets_Cat>', 2, "mother.lives"),
     ("from_xml", '<Pets_Cat lives="3000000000"/>', 1, "lives"),
     ("from_xml", "<Pets_Cat\0/>", 1, ""),
+    ("from_xml", f"<Pets_Cat>\n<name>{HALF}</name></Pets_Cat>", 2, ""),
+    ("from_json", f'{{"Pets_Cat":\n{{"name":"{HALF}"}}}}', 2, ""),
+    ("from_xml", '<?xml version="1.0" encoding=""?><Pets_Cat/>', 1, ""),
     ("from_xml", '<!DOCTYPE a [<!ENTITY b "c">]><Pets_Cat name="&b;"/>', 1, ""),
     ("from_xml", "<Pets_Cat>" + "<mother>" * 100 + "</mother>" * 100 + "</Pets_Cat>", 1, None),
     ("from_json", "{", 1, ""),
@@ -93,6 +114,10 @@ def test_bad_input(pets, read, data, line, path):
         with pytest.raises(kwxml.DecodeError) as raised:
             getattr(reader, read)(data)
         error = raised.value
+        listed = []
+        with pytest.raises(kwxml.DecodeError):
+            getattr(reader, read)(data, problems=listed)
+        assert listed == error.problems
         assert error.line == line and error.problems and str(error)
         if path is not None:
             assert error.path == path
@@ -141,8 +166,17 @@ def test_inputs(pets):
                  '<?xml version="1.0" encoding="UTF-8"?><Pets_Cat name="ü"/>',
                  '<?xml version="1.0" encoding="ISO-8859-1"?><Pets_Cat name="ü"/>'.encode("latin-1")):
         assert pets.from_xml(data).name == "ü"
-    with pytest.raises(ValueError, match="give it as bytes"):
-        pets.from_xml('<?xml version="1.0" encoding="ISO-8859-1"?><Pets_Cat/>')
+    data = pets.Cat(name="Tom").to_bytes()
+    assert pets.from_bytes(memoryview(b"".join(bytes([byte, 0]) for byte in data))[::2]).name == "Tom"
+    for mark in ("", "\ufeff"):  # a str is text, whatever marks and names of encodings are left in it
+        assert pets.from_xml(mark + '<?xml version="1.0" encoding="utf-8"?><Pets_Cat name="ü"/>').name == "ü"
+        assert pets.from_json(mark + '{"Pets_Cat":{"name":"ü"}}').name == "ü"
+        assert pets.from_xml(mark + '<?xml-stylesheet encoding="x"?><Pets_Cat name="ü"/>').name == "ü"
+        for other in ("ISO-8859-1", "UTF-16"):
+            with pytest.raises(kwxml.DecodeError, match="line 2, column 12: .*as bytes"):
+                pets.from_xml(f'{mark}<?xml version="1.0"\n encoding="{other}"?><Pets_Cat/>')
+        with pytest.raises(kwxml.DecodeError, match="line 1, column 18"):
+            pets.from_xml(mark + '<Pets_Cat lives="x"/>')
     for read in (pets.from_xml, pets.from_json, pets.from_bytes):
         for wrong in (None, 5, pets.Cat()):
             with pytest.raises(TypeError, match="bytes"):
@@ -211,10 +245,17 @@ def test_schema_errors(tmp_path):
     assert any("a.xml:1:" in line for line in raised.value.lines)
 
 
-def test_other_catalogues(pets, sample):
+def test_other_catalogues(pets, sample, tmp_path):
     twin = kwxml.Catalogue(*pets.sources[1:])
-    with pytest.raises(TypeError, match="expected Pets.Cat"):
-        pets.Cat().mother = twin.Cat()
+    copied = os.fsencode(tmp_path) + b"/P\xe4.xml"
+    shutil.copy(pets.sources[1], copied)
+    for path, text in ((copied, r"of the catalogue of .*Pets.xml, got .* of that of .*P\\udce4.xml"),
+                       (os.fsdecode(copied), "that of"), (pets.sources[1], "of the same sources")):
+        other = kwxml.Catalogue(path)
+        with pytest.raises(TypeError, match="expected Pets.Cat .*" + text if "same" not in text else text):
+            pets.Cat().mother = other.Cat()
+        with pytest.raises(TypeError, match="expected Colour"):
+            pets.Cat().colour = other.Colour.RED
     with pytest.raises(TypeError):
         pets.Cat(kittens=[twin.Cat()])
     assert twin.Cat() != pets.Cat() and not twin.Cat() == pets.Cat()

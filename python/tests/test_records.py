@@ -1,6 +1,7 @@
 """Files of messages."""
 
 import io
+import os
 
 import kwxml
 import pytest
@@ -24,7 +25,8 @@ def test_files(pets, tmp_path, layout):
         assert list(pets.batch(file)) == cats
         file.seek(5)
         assert list(pets.batch(file)) == cats
-    for source in (path, data, bytearray(data), memoryview(data), io.BytesIO(data)):
+    spread = memoryview(b"".join(bytes([byte, 0]) for byte in data))[::2]
+    for source in (path, data, bytearray(data), memoryview(data), spread, io.BytesIO(data)):
         assert list(pets.batch(source)) == cats
     reader = kwxml.records(path, pets)
     next(reader)
@@ -37,6 +39,20 @@ def test_files(pets, tmp_path, layout):
     empty.write_bytes(b"")
     assert list(kwxml.records(empty, pets)) == []
     assert write(empty, [], layout=layout) == b"" and list(pets.batch(empty)) == []
+
+
+def test_paths_of_any_bytes(pets, tmp_path):
+    path = os.fsencode(tmp_path) + b"/m\xe4\xff"
+    for name in (path, os.fsdecode(path)):
+        with kwxml.record_writer(name) as out:
+            out.write(pets.Cat(name="Tom"))
+        assert os.listdir(os.fsencode(tmp_path)) == [b"m\xe4\xff"]
+        assert [cat.name for cat in kwxml.records(name, pets)] == ["Tom"]
+        with pytest.raises(ValueError, match="m\udce4\udcff: the file is closed"):
+            out.write(pets.Cat())
+        with pytest.raises(FileNotFoundError) as raised:
+            kwxml.records(name + name[-1:], pets)
+        assert raised.value.filename == os.fsdecode(path) + "\udcff"
 
 
 @pytest.mark.parametrize("layout", ["records", "batch"])

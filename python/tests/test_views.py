@@ -40,6 +40,8 @@ def test_lists_are_lists(pets):
         lambda x, i, j, k, v: x.reverse(),
         lambda x, i, j, k, v: list(reversed(x)),
         lambda x, i, j, k, v: x.__iadd__([v]),
+        lambda x, i, j, k, v: x.sort(key=(lambda text: text[::-1]) if k else None, reverse=i == j),
+        lambda x, i, j, k, v: x.copy() + [i] + (x + x) + ([v] + x),
     ]
     for step in range(6000):
         operation = choose.choice(operations)
@@ -69,7 +71,7 @@ def test_lists_of_messages_keep_their_elements(pets):
         size = len(theirs)
         i = choose.randrange(size) if size else 0
         name = str(step)
-        action = choose.randrange(8)
+        action = choose.randrange(10)
         if action < 3:
             cat.kittens.insert(i, pets.Cat(name=name))
             theirs.insert(i, name)
@@ -87,6 +89,12 @@ def test_lists_of_messages_keep_their_elements(pets):
             kitten = cat.kittens[i]
             kitten.tags.append(name)
             held[kitten.name] = kitten
+        elif action == 7:
+            cat.kittens.reverse()
+            theirs.reverse()
+        elif action == 8:
+            cat.kittens.sort(key=lambda kitten: kitten.name[-1:], reverse=size % 2)
+            theirs.sort(key=lambda name: name[-1:], reverse=size % 2)
         elif size:
             del cat.kittens[i]
             del theirs[i]
@@ -98,6 +106,27 @@ def test_lists_of_messages_keep_their_elements(pets):
         if len(held) > 10:
             held.pop(next(iter(held)))
     assert any(name not in theirs for name in held)
+
+
+def test_sorting(pets):
+    cat = pets.Cat(kittens=[{"name": "b"}, {"name": "a"}, {}])
+    before = kwxml.Message.copy(cat)
+    refused = [
+        (lambda x: x.sort(), TypeError, "'<' not supported"),
+        (lambda x: x.sort(key=lambda kitten: kitten.name), TypeError, "NoneType"),
+        (lambda x: x.sort(key=lambda kitten: x.append({}) or 1), ValueError, "has changed"),
+        *((lambda x, wrong=wrong: x._arrange(wrong), ValueError, "has changed") for wrong in ([], [0, 0, 1], [0, 1, 3])),
+        (lambda x: x._arrange([0, 1, -1]), OverflowError, "negative"),
+    ]
+    for call, error, text in refused:
+        with pytest.raises(error, match=text):
+            call(cat.kittens)
+        del cat.kittens[3:]
+        assert cat == before
+    unset = pets.Cat()
+    unset.tags.sort()
+    unset.tags.reverse()
+    assert not unset.is_set("tags")
 
 
 def test_maps(pets, types):
@@ -114,14 +143,14 @@ def test_maps(pets, types):
     friends.update(b={"name": "B"})
     b = friends.pop("b")
     assert b.name == "B" and 5 not in friends
-    for wrong in ("b", 5, None):
+    for wrong in ("b", "\ud800", 5, None):
         with pytest.raises(KeyError):
             friends[wrong]
         with pytest.raises(KeyError):
             del friends[wrong]
     assert [key for key in friends if not friends.clear()] == ["a"] and len(friends) == 0
     numbers = types.AllTypes(longlongStringMap={2: "b", 1: "a"}).longlongStringMap
-    assert numbers == {1: "a", 2: "b"} != {1: "a"} and repr(numbers) == "{1: 'a', 2: 'b'}"
+    assert 2**64 not in numbers and numbers == {1: "a", 2: "b"} != {1: "a"} and repr(numbers) == "{1: 'a', 2: 'b'}"
     assert numbers.setdefault(3, "c") == numbers.setdefault(3, "d") == "c" and numbers.popitem()[0] in (1, 2, 3)
     node = types.Node(byNode=[({"label": "k"}, {"label": "v"})])
     key = next(iter(node.byNode))
@@ -159,7 +188,7 @@ def test_long_chains_of_views(pets):
         child.mother = {}
         at = child.mother
     chain = root = pets.Cat()
-    for _ in range(5_000):
+    for _ in range(20_000):
         chain.mother = {}
         chain = chain.mother
     del root
