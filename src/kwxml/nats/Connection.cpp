@@ -261,7 +261,9 @@ bool Connection::makeStream(const StreamSettings& settings)
   const char* const subject = subjects.c_str();
   jsErrCode code{};
   jsStreamInfo* info = nullptr;
-  natsStatus status = js_GetStreamInfo(&info, state_->context.get(), settings.name.c_str(), nullptr, &code);
+  natsStatus status = persistently(*state_, code, [&] {
+    return js_GetStreamInfo(&info, state_->context.get(), settings.name.c_str(), nullptr, &code);
+  });
   if (status == NATS_OK) {
     const StreamInfoOwner owner(info);
     for (int i = 0; i < info->Config->SubjectsLen; ++i) {
@@ -283,7 +285,8 @@ bool Connection::makeStream(const StreamSettings& settings)
   config.SubjectsLen = 1;
   config.Replicas = settings.replicas;
   config.Duplicates = std::chrono::nanoseconds(settings.duplicateWindow).count();
-  status = js_AddStream(&info, state_->context.get(), &config, nullptr, &code);
+  status = persistently(*state_, code,
+                        [&] { return js_AddStream(&info, state_->context.get(), &config, nullptr, &code); });
   const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
   check(status, function, what);
   return true;

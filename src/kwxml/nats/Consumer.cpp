@@ -104,8 +104,11 @@ void Consumer::State::join()
   const std::string filter = subjectFilter(options.prefix, options.system, options.cls);
   jsErrCode code{};
   jsConsumerInfo* info = nullptr;
-  natsStatus status =
-      js_GetConsumerInfo(&info, context, options.stream.c_str(), options.durable.c_str(), nullptr, &code);
+  const auto look = [&] {
+    return js_GetConsumerInfo(&info, context, options.stream.c_str(), options.durable.c_str(), nullptr,
+                              &code);
+  };
+  natsStatus status = persistently(connection, code, look);
   const ConsumerInfoOwner known(status == NATS_OK ? info : nullptr);
   if (!isMade(status, code, info, filter)) {
     jsConsumerConfig config;
@@ -119,7 +122,11 @@ void Consumer::State::join()
     // is sent to the dead letters.
     config.MaxDeliver = -1;
     info = nullptr;
-    status = js_AddConsumer(&info, context, options.stream.c_str(), &config, nullptr, &code);
+    // Of several that make it at a time one may get no answer; then it is there.
+    status = persistently(connection, code, [&] {
+      const natsStatus made = js_AddConsumer(&info, context, options.stream.c_str(), &config, nullptr, &code);
+      return made == NATS_TIMEOUT ? look() : made;
+    });
     const ConsumerInfoOwner made(status == NATS_OK ? info : nullptr);
     check(status, function, what);
   }
@@ -128,7 +135,11 @@ void Consumer::State::join()
   how.Stream = options.stream.c_str();
   how.Consumer = options.durable.c_str();
   natsSubscription* subscribed = nullptr;
-  check(js_PullSubscribe(&subscribed, context, filter.c_str(), options.durable.c_str(), nullptr, &how, &code),
+  check(persistently(connection, code,
+                     [&] {
+                       return js_PullSubscribe(&subscribed, context, filter.c_str(), options.durable.c_str(),
+                                               nullptr, &how, &code);
+                     }),
         function, what);
   subscription.reset(subscribed);
 }
@@ -161,7 +172,9 @@ Consumer::Consumer(Connection& connection, ConsumerOptions options)
   asked.Stream.Info.SubjectsFilter = dead.c_str();
   jsStreamNamesList* names = nullptr;
   jsErrCode code{};
-  const natsStatus status = js_StreamNames(&names, state.connection.context.get(), &asked, &code);
+  const natsStatus status = persistently(state.connection, code, [&] {
+    return js_StreamNames(&names, state.connection.context.get(), &asked, &code);
+  });
   const std::unique_ptr<jsStreamNamesList, Destroyer<jsStreamNamesList_Destroy>> owner(names);
   if (status != NATS_NOT_FOUND) {
     check(status, function, "cannot look for " + dead);
@@ -177,10 +190,11 @@ jsConsumerInfo* Consumer::State::info()
 {
   jsConsumerInfo* info = nullptr;
   jsErrCode code{};
-  return js_GetConsumerInfo(&info, connection.context.get(), options.stream.c_str(), options.durable.c_str(),
-                            nullptr, &code) == NATS_OK
-             ? info
-             : nullptr;
+  const natsStatus status = persistently(connection, code, [&] {
+    return js_GetConsumerInfo(&info, connection.context.get(), options.stream.c_str(),
+                              options.durable.c_str(), nullptr, &code);
+  });
+  return status == NATS_OK ? info : nullptr;
 }
 
 bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, std::string why)
@@ -220,7 +234,7 @@ bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, std::string
   jsErrCode code{};
   std::uint64_t place = 0;
   if (status == NATS_OK) {
-    status = publishNow(connection, made, nullptr, code, place);
+    status = publishNow(connection, made, std::nullopt, code, place);
   }
   if (status == NATS_OK) {
     status = natsMsg_AckSync(message, nullptr, &code);

@@ -28,6 +28,24 @@ std::string uniqueText()
   return text.substr(text.rfind('.') + 1);
 }
 
+bool isPassing(natsStatus status, jsErrCode code)
+{
+  if (code == 0) {
+    return status == NATS_TIMEOUT || status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED ||
+           status == NATS_INSUFFICIENT_BUFFER || status == NATS_IO_ERROR || status == NATS_NO_MEMORY;
+  }
+  switch (code) {
+    case JSClusterNotAvailErr:
+    case JSClusterNotLeaderErr:
+    case JSClusterNoPeersErr:
+    case JSInsufficientResourcesErr:
+    case JSStreamOfflineErr:
+      return true;
+    default:
+      return false;
+  }
+}
+
 const char* header(const natsMsg* message, const char* name)
 {
   const char* value = nullptr;
@@ -35,11 +53,11 @@ const char* header(const natsMsg* message, const char* name)
   return natsMsgHeader_Get(const_cast<natsMsg*>(message), name, &value) == NATS_OK ? value : nullptr;
 }
 
-natsStatus publishNow(Connection::State& state, natsMsg* message, const std::uint64_t* expected,
+natsStatus publishNow(Connection::State& state, natsMsg* message, std::optional<std::uint64_t> expected,
                       jsErrCode& code, std::uint64_t& sequence)
 {
   code = static_cast<jsErrCode>(0);
-  if (expected != nullptr) {  // the client's own option takes 0 for none
+  if (expected.has_value()) {  // the client's own option takes 0 for none
     const natsStatus status =
         natsMsgHeader_Set(message, "Nats-Expected-Last-Subject-Sequence", std::to_string(*expected).c_str());
     if (status != NATS_OK) {
@@ -49,10 +67,11 @@ natsStatus publishNow(Connection::State& state, natsMsg* message, const std::uin
   jsPubAck* ack = nullptr;
   const natsStatus status = js_PublishMsg(&ack, state.context.get(), message, nullptr, &code);
   const AckOwner owner(ack);
-  if (status == NATS_OK) {
-    sequence = ack->Sequence;
+  if (status != NATS_OK) {
+    return status;
   }
-  return status;
+  sequence = ack->Sequence;
+  return sequence != 0 ? NATS_OK : NATS_TIMEOUT;  // without a place it is not stored, repeat or not
 }
 
 }  // namespace kwxml::nats

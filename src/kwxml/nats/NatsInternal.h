@@ -6,9 +6,12 @@
 
 #include <nats/nats.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <unordered_map>
 
 namespace kwxml::nats {
@@ -38,6 +41,9 @@ std::string reason(natsStatus status);
 
 /// Throws Error, "WHAT: REASON", unless all is well.
 void check(natsStatus status, const char* function, const std::string& what);
+
+/// Whether a failure may pass: the servers are silent, gone, or choosing a leader.
+bool isPassing(natsStatus status, jsErrCode code);
 
 /// A text that no other call gives, in any process: letters and digits. Throws Error.
 std::string uniqueText();
@@ -106,9 +112,25 @@ struct Connection::State
   std::string server;  ///< the last one
 };
 
+/// Asks the servers until they answer, or have not for three times their time. A cluster that changes its
+/// leader answers nothing for a while. `code` is what `ask` has set.
+template <class Ask>
+natsStatus persistently(const Connection::State& state, jsErrCode& code, Ask ask)
+{
+  const auto until = std::chrono::steady_clock::now() + 3 * state.settings.timeout;
+  while (true) {
+    const natsStatus status = ask();
+    if (status == NATS_OK || !isPassing(status, code) || std::chrono::steady_clock::now() > until) {
+      return status;
+    }
+    constexpr auto pause = std::chrono::milliseconds(100);
+    std::this_thread::sleep_for(pause);
+  }
+}
+
 /// Sends a message and waits until a stream has it. `expected`: the sequence that must be the last one of the
-/// subject; null: any. The status, with the server's code in `code`.
-natsStatus publishNow(Connection::State& state, natsMsg* message, const std::uint64_t* expected,
+/// subject, if one is given. The status, with the server's code in `code`.
+natsStatus publishNow(Connection::State& state, natsMsg* message, std::optional<std::uint64_t> expected,
                       jsErrCode& code, std::uint64_t& sequence);
 
 }  // namespace kwxml::nats

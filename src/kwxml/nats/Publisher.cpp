@@ -20,25 +20,6 @@ using Clock = std::chrono::steady_clock;
 /// As long as any identifier that a publisher makes.
 constexpr const char* longestOwnId = "0123456789012345678901.18446744073709551615";
 
-/// Whether the servers may take the message another time: they are silent, gone, or choosing a leader.
-bool isPassing(natsStatus status, jsErrCode code)
-{
-  if (code == 0) {
-    return status == NATS_TIMEOUT || status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED ||
-           status == NATS_INSUFFICIENT_BUFFER || status == NATS_IO_ERROR || status == NATS_NO_MEMORY;
-  }
-  switch (code) {
-    case JSClusterNotAvailErr:
-    case JSClusterNotLeaderErr:
-    case JSClusterNoPeersErr:
-    case JSInsufficientResourcesErr:
-    case JSStreamOfflineErr:
-      return true;
-    default:
-      return false;
-  }
-}
-
 }  // namespace
 
 struct Publisher::State
@@ -126,6 +107,12 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
     failed(message, error != nullptr ? error->Err : NATS_ERR,
            error != nullptr ? error->ErrCode : static_cast<jsErrCode>(0),
            error != nullptr && error->ErrText != nullptr ? error->ErrText : "");
+    return;
+  }
+  // A leader knows identifiers before its cluster has the messages. Asked again meanwhile it calls a message
+  // a repeat, with no place in the stream, and may lose that message yet.
+  if (ack->Sequence == 0) {
+    failed(message, NATS_TIMEOUT, static_cast<jsErrCode>(0), {});
     return;
   }
   const std::lock_guard order(telling);
@@ -252,8 +239,10 @@ Publisher::Publisher(Connection& connection, PublisherOptions options,
   if (!state.options.stream.empty()) {
     jsStreamInfo* info = nullptr;
     jsErrCode code{};
-    const natsStatus status =
-        js_GetStreamInfo(&info, state.connection.context.get(), state.options.stream.c_str(), nullptr, &code);
+    const natsStatus status = persistently(state.connection, code, [&] {
+      return js_GetStreamInfo(&info, state.connection.context.get(), state.options.stream.c_str(), nullptr,
+                              &code);
+    });
     const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
     check(status, function, "cannot send to stream " + state.options.stream);
   }
@@ -292,7 +281,10 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
                   [](char c) { return static_cast<unsigned char>(c) <= ' ' || c == '\x7F'; })) {
     throw Error(function, "the identifier " + shown(id) + " has blanks or control characters");
   }
-  const std::size_t bytes = packed.size(id.empty() ? std::string_view(longestOwnId) : id);
+  std::size_t bytes = packed.size(id.empty() ? std::string_view(longestOwnId) : id);
+  if (!state.options.stream.empty()) {
+    bytes += std::string_view("Nats-Expected-Stream: \r\n").size() + state.options.stream.size();
+  }
   const auto most = static_cast<std::size_t>(
       std::max<std::int64_t>(natsConnection_GetMaxPayload(state.connection.connection.get()), 0));
   if (most > 0 && bytes > most) {

@@ -127,111 +127,207 @@ Entry Entry::read(std::string_view text)
 
 }  // namespace
 
+// The entries form a chain: each names the one before, and the entry behind one is the first in the stream
+// that names it. Servers let two entries that expect the same last one both in where a cluster has them at a
+// time; of these the first counts, and the others are void. So whoever writes an entry looks what stands
+// behind the one before, and what `after` names always counts.
 struct StoredMessages::State
 {
-  /// Takes in the entries since the last call. False when the servers do not answer.
-  bool refresh();
+  /// Takes in an entry that counts.
+  void take(const Entry& entry);
+  /// An entry by its place; false, with the status, when it cannot be had.
+  bool get(std::uint64_t place, Entry& entry, natsStatus& status);
+  /// The place of the next entry, void or not, behind a place: 0 for none.
+  natsStatus next(std::uint64_t place, std::uint64_t& found);
+  /// The entry behind `last`; a place of 0 when there is none.
+  natsStatus successor(std::uint64_t& place, Entry& entry);
+  /// Takes in what stands behind `last`.
+  natsStatus refresh();
+  /// Takes in what the stream has, from its end back to where nothing is delivered any more.
+  natsStatus begin();
   bool record(std::span<const std::uint64_t> sequences, std::uint64_t newMark);
   std::string what() const { return "cannot keep the record " + subject + " in stream " + stream; }
+  /// Goes on with what may pass for a minute.
+  template <class Ask>
+  void insist(const char* function, Ask ask);
 
   Connection::State& connection;
   std::string stream;
   std::string subject;
   std::string receiver;
   std::uint64_t floor = 0;  ///< messages up to it are acknowledged: nobody delivers them again
-  std::uint64_t last = 0;   ///< the last entry that is known
+  std::uint64_t last = 0;   ///< the last entry that is known and counts
+  std::uint64_t tail = 0;   ///< the last one that is known
   Places stored{};
   std::optional<std::uint64_t> mark{};
-  std::string trying{};  ///< the entry that may be recorded or not
-  bool tried = false;    ///< whether it was found
+  jsErrCode code{};
 };
 
-bool StoredMessages::State::refresh()
+template <class Ask>
+void StoredMessages::State::insist(const char* function, Ask ask)
+{
+  const auto until = Clock::now() + patience;
+  while (true) {
+    code = static_cast<jsErrCode>(0);
+    const natsStatus status = ask();
+    if (status == NATS_OK) {
+      return;
+    }
+    if (natsConnection_IsClosed(connection.connection.get()) || Clock::now() > until ||
+        !isPassing(status, code)) {
+      check(status, function, what());
+    }
+    constexpr auto pause = std::chrono::milliseconds(100);
+    std::this_thread::sleep_for(pause);
+  }
+}
+
+void StoredMessages::State::take(const Entry& entry)
+{
+  for (const auto& [first, end] : entry.stored.stretches()) {
+    stored.add(first, end);
+  }
+  if (entry.receiver == receiver) {
+    mark = entry.mark;
+  }
+}
+
+bool StoredMessages::State::get(std::uint64_t place, Entry& entry, natsStatus& status)
 {
   natsMsg* got = nullptr;
-  jsErrCode code{};
-  jsCtx* const context = connection.context.get();
-  natsStatus status = js_GetLastMsg(&got, context, stream.c_str(), subject.c_str(), nullptr, &code);
-  const std::uint64_t known = last;
-  bool ownSeen = false;
-  for (bool isFirst = true; status == NATS_OK; isFirst = false) {
-    const MessageOwner message(got);
-    const std::uint64_t at = natsMsg_GetSequence(got);
-    const Entry entry =
-        Entry::read({natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got))});
-    if (isFirst) {
-      last = at;
-    }
-    if (at <= known) {
-      return true;
-    }
-    for (const auto& [first, end] : entry.stored.stretches()) {
-      stored.add(first, end);
-    }
-    if (entry.receiver == receiver && !ownSeen) {  // the newest comes first
-      ownSeen = true;
-      mark = entry.mark;
-    }
-    tried = tried || entry.id == trying;
-    // Of what the entries before the floor name nothing is delivered again; the own mark is wanted from
-    // wherever it is.
-    if (entry.after <= known || (entry.after <= floor && mark.has_value())) {
-      return true;
-    }
-    status = js_GetMsg(&got, context, stream.c_str(), entry.after, nullptr, &code);
+  status = js_GetMsg(&got, connection.context.get(), stream.c_str(), place, nullptr, &code);
+  if (status != NATS_OK) {
+    return false;
   }
-  // No entry, or the stream has dropped those before.
-  return status == NATS_NOT_FOUND;
+  const MessageOwner message(got);
+  entry = Entry::read({natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got))});
+  return true;
+}
+
+/// The client has no call for this question, which servers answer from 2.9 on.
+natsStatus StoredMessages::State::next(std::uint64_t place, std::uint64_t& found)
+{
+  found = 0;
+  const std::string api = "$JS.API.STREAM.MSG.GET." + stream;
+  const std::string question =
+      R"({"seq":)" + std::to_string(place + 1) + R"(,"next_by_subj":")" + subject + "\"}";
+  natsMsg* got = nullptr;
+  const natsStatus status = natsConnection_RequestString(
+      &got, connection.connection.get(), api.c_str(), question.c_str(), connection.settings.timeout.count());
+  if (status != NATS_OK) {
+    return status;
+  }
+  const MessageOwner message(got);
+  std::string_view answer(natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got)));
+  const std::string begin = R"("message":{"subject":")" + subject + R"(","seq":)";  // names hold no quotes
+  if (const std::size_t at = answer.find(begin); at != std::string_view::npos) {
+    answer.remove_prefix(at + begin.size());
+    found = takeNumber(answer);
+    return NATS_OK;
+  }
+  constexpr std::string_view none = R"("err_code":10037)";
+  return answer.find(none) != std::string_view::npos ? NATS_OK : NATS_TIMEOUT;
+}
+
+natsStatus StoredMessages::State::successor(std::uint64_t& place, Entry& entry)
+{
+  place = last;
+  while (true) {
+    natsStatus status = next(place, place);
+    tail = std::max(tail, place);
+    if (status != NATS_OK || place == 0 || !get(place, entry, status) || entry.after == last) {
+      return status;
+    }
+  }
+}
+
+natsStatus StoredMessages::State::refresh()
+{
+  while (true) {
+    std::uint64_t place = 0;
+    Entry entry;
+    const natsStatus status = successor(place, entry);
+    if (status != NATS_OK || place == 0) {
+      return status;
+    }
+    take(entry);
+    last = place;
+  }
+}
+
+natsStatus StoredMessages::State::begin()
+{
+  natsMsg* got = nullptr;
+  natsStatus status =
+      js_GetLastMsg(&got, connection.context.get(), stream.c_str(), subject.c_str(), nullptr, &code);
+  if (status == NATS_NOT_FOUND && code != JSStreamNotFoundErr) {
+    return NATS_OK;  // no entry yet
+  }
+  if (status != NATS_OK) {
+    return status;
+  }
+  const MessageOwner message(got);
+  // Whether this one counts is not known here; the one that it names does.
+  const std::uint64_t end =
+      Entry::read({natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got))}).after;
+  std::vector<Entry> entries;
+  bool hasMark = false;
+  // Entries before the floor name nothing that is delivered again; the own mark is wanted from wherever it
+  // is.
+  for (std::uint64_t place = end; place > floor || (place > 0 && !hasMark);) {
+    Entry entry;
+    if (!get(place, entry, status)) {
+      if (status == NATS_NOT_FOUND) {
+        break;  // the stream has dropped it and those before
+      }
+      return status;
+    }
+    hasMark = hasMark || entry.receiver == receiver;
+    place = entry.after;
+    entries.push_back(std::move(entry));
+  }
+  std::for_each(entries.rbegin(), entries.rend(), [this](const Entry& entry) { take(entry); });
+  last = end;
+  return refresh();
 }
 
 bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std::uint64_t newMark)
 {
   constexpr const char* function = "StoredMessages::record";
-  const auto until = Clock::now() + patience;
   Entry entry{.receiver = receiver, .id = uniqueText(), .mark = newMark};
   for (const std::uint64_t sequence : sequences) {
     entry.stored.add(sequence, sequence);
   }
-  trying = entry.id;
-  tried = false;
   while (true) {
     entry.after = last;
     const std::string text = entry.text();
-    natsMsg* made = nullptr;
-    check(natsMsg_Create(&made, subject.c_str(), nullptr, text.data(), static_cast<int>(text.size())),
-          function, what());
-    const MessageOwner message(made);
-    jsErrCode code{};
+    Entry behind;
     std::uint64_t place = 0;
-    const natsStatus status = publishNow(connection, made, &last, code, place);
-    if (status == NATS_OK) {
+    insist(function, [&] {
+      natsMsg* made = nullptr;
+      check(natsMsg_Create(&made, subject.c_str(), nullptr, text.data(), static_cast<int>(text.size())),
+            function, what());
+      const MessageOwner message(made);
+      std::uint64_t own = 0;
+      natsStatus status = publishNow(connection, made, std::max(last, tail), code, own);
+      // Whatever the answer, or without one: what stands behind the last entry counts.
+      if (status == NATS_OK || code == JSStreamWrongLastSequenceErr || isPassing(status, code)) {
+        const natsStatus asked = successor(place, behind);
+        status = asked != NATS_OK ? asked : place != 0 ? NATS_OK : NATS_TIMEOUT;
+      }
+      return status;
+    });
+    if (behind.id == entry.id) {
+      take(entry);
       last = place;
-      break;
+      return true;
     }
-    if (natsConnection_IsClosed(connection.connection.get()) || Clock::now() > until) {
-      check(status, function, what());
-    }
-    if (code != JSStreamWrongLastSequenceErr) {  // whether it was taken, the next attempt tells
-      constexpr auto pause = std::chrono::milliseconds(100);
-      std::this_thread::sleep_for(pause);
-      continue;
-    }
-    if (!refresh()) {
-      continue;
-    }
-    if (tried) {
-      break;
-    }
+    insist(function, [this] { return refresh(); });
     if (std::any_of(sequences.begin(), sequences.end(),
-                    [this](std::uint64_t place) { return stored.has(place); })) {
+                    [this](std::uint64_t sequence) { return stored.has(sequence); })) {
       return false;
     }
   }
-  for (const auto& [first, end] : entry.stored.stretches()) {
-    stored.add(first, end);
-  }
-  mark = newMark;
-  return true;
 }
 
 StoredMessages::StoredMessages(Connection& connection, Consumer& consumer, std::string receiver)
@@ -246,9 +342,7 @@ StoredMessages::StoredMessages(Connection& connection, Consumer& consumer, std::
   if (state_->floor > 0) {
     state_->stored.add(1, state_->floor);
   }
-  if (!state_->refresh()) {
-    check(NATS_TIMEOUT, "StoredMessages::StoredMessages", state_->what());
-  }
+  state_->insist("StoredMessages::StoredMessages", [this] { return state_->begin(); });
   // An entry without messages: the stream takes it only when nothing was recorded that is not known here.
   static_cast<void>(state_->record({}, state_->mark.value_or(0)));
 }

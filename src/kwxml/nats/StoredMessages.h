@@ -3,10 +3,11 @@
 // A message may be delivered twice: its receiver was killed before the servers had its acknowledgement, or
 // the servers lost that. The second time it may come to another receiver, who cannot know what the first one
 // did. So receivers that store messages keep a record in the stream itself, under the subject
-// PREFIX.stored.DURABLE.log. Each entry names messages that one receiver has stored, and is taken by the
-// stream only behind the last entry that the receiver knew: of two receivers with the same message one is
-// refused, reads the other's entry, and drops the message. No clock matters, and the entries live as long as
-// the messages around them.
+// PREFIX.stored.DURABLE.log.
+// Each entry names messages that one receiver has stored, and the entry that was the last one for this
+// receiver. Of two entries behind one the first counts: of two receivers with the same message one reads the
+// other's entry, and drops the message. No clock matters, and the entries live as long as the messages around
+// them.
 //
 // A receiver stores messages where it can take them back (at the end of a file), records them, and only then
 // acknowledges them. After a crash it takes back what it had stored behind its last entry's mark.

@@ -24,7 +24,7 @@ constexpr int binaryVersion = 2;
 bool isToken(std::string_view text)
 {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-    return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && std::strchr(".*>/\\", c) == nullptr;
+    return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && std::strchr(".*>/\\\"", c) == nullptr;
   });
 }
 
