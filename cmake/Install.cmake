@@ -17,7 +17,7 @@ include("${CMAKE_CURRENT_LIST_DIR}/PublicHeaders.cmake")
 kwxml_public_headers(headers "${PROJECT_SOURCE_DIR}")
 foreach(header IN LISTS headers)
   get_filename_component(folder "${header}" DIRECTORY)
-  if(NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin")
+  if((NOT folder STREQUAL "platform" OR KWXML_PLATFORM STREQUAL "standin") AND (NOT folder STREQUAL "nats" OR KWXML_NATS))
     install(FILES "${PROJECT_SOURCE_DIR}/src/kwxml/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kwxml/${folder}")
   endif()
 endforeach()
@@ -59,6 +59,13 @@ install(TARGETS ${installed_targets} EXPORT KwXMLMsgsBaseTargets
         ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(EXPORT KwXMLMsgsBaseTargets NAMESPACE KwXMLMsgsBase:: DESTINATION "${KWXML_PACKAGE_DIR}")
 
+# An installation may lack this one: it comes apart, with a file of its own.
+if(KWXML_NATS)
+  install(TARGETS KwXMLNats EXPORT KwXMLNatsTargets COMPONENT nats
+          LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+  install(EXPORT KwXMLNatsTargets COMPONENT nats NAMESPACE KwXMLMsgsBase:: DESTINATION "${KWXML_PACKAGE_DIR}")
+endif()
+
 configure_package_config_file(cmake/KwXMLMsgsBaseConfig.cmake.in "${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfig.cmake"
                               INSTALL_DESTINATION "${KWXML_PACKAGE_DIR}" NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/KwXMLMsgsBaseConfigVersion.cmake"
@@ -78,5 +85,18 @@ if(KWXML_LIBRARY_TYPE STREQUAL "STATIC")  # an archive names nothing that it nee
 endif()
 file(RELATIVE_PATH KWXML_PREFIX_FROM_PC "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" KWXML_PREFIX_FROM_PC "${KWXML_PREFIX_FROM_PC}")
+set(KWXML_PC_NAME KwXMLMsgsBase)
+set(KWXML_PC_DESCRIPTION "${PROJECT_DESCRIPTION}")
 configure_file(cmake/KwXMLMsgsBase.pc.in "${PROJECT_BINARY_DIR}/KwXMLMsgsBase.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/KwXMLMsgsBase.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+if(KWXML_NATS)
+  set(KWXML_PC_NAME KwXMLNats)
+  set(KWXML_PC_DESCRIPTION "Messages over NATS JetStream")
+  set(KWXML_PC_REQUIRES "Requires: KwXMLMsgsBase")
+  if(KWXML_LIBRARY_TYPE STREQUAL "STATIC")
+    string(APPEND KWXML_PC_REQUIRES " libnats")
+  endif()
+  set(KWXML_PC_LIBS "-lKwXMLNats")
+  configure_file(cmake/KwXMLMsgsBase.pc.in "${PROJECT_BINARY_DIR}/KwXMLNats.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/KwXMLNats.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT nats)
+endif()

@@ -45,6 +45,7 @@ struct KWXML_API ConnectionSettings
   /// How long to wait before the first attempt to come back; the wait doubles with each attempt, up to
   /// `reconnectMost`. Attempts go on for ever.
   std::chrono::milliseconds reconnectFirst{100};
+  /// See `reconnectFirst`.
   std::chrono::milliseconds reconnectMost{5000};
 
   /// The settings of section [Nats] of the platform's settings file: Servers (with commas between), User,

@@ -50,7 +50,9 @@ struct ConsumerOptions
 class KWXML_API Delivery
 {
 public:
+  /// Takes over what `other` was; that one must not be used any more, but for its end or an assignment.
   Delivery(Delivery&& other) noexcept;
+  /// The same.
   Delivery& operator=(Delivery&& other) noexcept;
   /// Without an acknowledgement the message is delivered again.
   ~Delivery();
@@ -123,19 +125,20 @@ public:
   std::size_t process(std::size_t most, std::chrono::milliseconds wait,
                       const std::function<void(const Delivery&)>& handler);
 
-  /// How many messages of the stream have not been delivered yet, and how many are delivered and not
-  /// acknowledged; nullopt when the servers do not answer.
+  /// What is left of the stream for all who share the durable consumer.
   struct Left
   {
-    std::uint64_t undelivered;
-    std::uint64_t unacknowledged;
+    std::uint64_t undelivered;     ///< messages that nobody has had
+    std::uint64_t unacknowledged;  ///< messages that somebody has, and has not finished
   };
+  /// How many messages are left; nullopt when the servers do not answer.
   std::optional<Left> left();
   /// Up to this place of the stream all messages are acknowledged. Throws Error.
   std::uint64_t acknowledgedUpTo();
 
   /// What was done so far.
   const ConsumerCounts& counts() const;
+  /// What the consumer was made with.
   const ConsumerOptions& options() const;
 
   struct State;
@@ -149,13 +152,13 @@ private:
 /// A message that could not be used, as it lies among the dead letters.
 struct DeadLetter
 {
-  std::uint64_t place;     ///< in the stream that keeps the dead letters
-  std::string why{};       ///< the reason
-  std::string stream{};    ///< where the message was
-  std::uint64_t sequence;  ///< its place there
-  std::string durable{};   ///< the durable consumer that could not use it
-  std::string subject;     ///< its subject
-  std::vector<std::byte> body;
+  std::uint64_t place;          ///< in the stream that keeps the dead letters
+  std::string why{};            ///< the reason
+  std::string stream{};         ///< where the message was
+  std::uint64_t sequence;       ///< its place there
+  std::string durable{};        ///< the durable consumer that could not use it
+  std::string subject;          ///< its subject
+  std::vector<std::byte> body;  ///< the message's bytes
 };
 
 /// The dead letters of a prefix that a stream keeps from its place `from` on, up to `most`, in their order.

@@ -312,6 +312,7 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
       natsStatus status = publishNow(connection, made, std::max(last, tail), code, own);
       // Whatever the answer, or without one: what stands behind the last entry counts.
       if (status == NATS_OK || code == JSStreamWrongLastSequenceErr || isPassing(status, code)) {
+        code = static_cast<jsErrCode>(0);
         const natsStatus asked = successor(place, behind);
         status = asked != NATS_OK ? asked : place != 0 ? NATS_OK : NATS_TIMEOUT;
       }

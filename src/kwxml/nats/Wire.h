@@ -29,17 +29,27 @@ class KwXMLContextInfo;
 
 namespace kwxml::nats {
 
-/// The names of headers.
+/// The tag identifier, decimal.
 inline constexpr const char* tagHeader = "Kw-Tag";
+/// The name of the class.
 inline constexpr const char* classHeader = "Kw-Class";
+/// The fingerprint of the class's records.
 inline constexpr const char* fingerprintHeader = "Kw-Fingerprint";
+/// The version of the binary form.
 inline constexpr const char* versionHeader = "Kw-Version";
+/// The form of the body, where that is not the binary one.
 inline constexpr const char* formHeader = "Kw-Form";
+/// What the stream tells repeats by.
 inline constexpr const char* idHeader = "Nats-Msg-Id";
+/// Of a dead letter: why.
 inline constexpr const char* reasonHeader = "Kw-Reason";
+/// Of a dead letter: the stream that had the message.
 inline constexpr const char* streamHeader = "Kw-Stream";
+/// Of a dead letter: the place there.
 inline constexpr const char* sequenceHeader = "Kw-Sequence";
+/// Of a dead letter: the consumer that could not use the message.
 inline constexpr const char* durableHeader = "Kw-Durable";
+/// Of a dead letter: the subject that the message had.
 inline constexpr const char* subjectHeader = "Kw-Subject";
 
 /// The form of a body.
@@ -64,9 +74,10 @@ KWXML_API std::string deadSubject(std::string_view prefix);
 /// A message as it travels.
 struct KWXML_API Packed
 {
-  std::string subject{};
+  std::string subject{};  ///< PREFIX.System.Class
+  /// Names and values, without the identifier.
   std::vector<std::pair<const char*, std::string>> headers;
-  std::string body{};
+  std::string body{};  ///< the bytes
   /// What the server counts: the body and the headers, with the identifier.
   std::size_t size(std::string_view id) const;
 };
