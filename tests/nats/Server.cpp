@@ -1,7 +1,7 @@
 #include "nats/Server.h"
 
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,8 +9,6 @@
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
-
-extern char** environ;
 
 namespace kwxml::test {
 
@@ -50,11 +48,14 @@ void Server::start()
       folder_.write("server.conf", "listen: \"127.0.0.1:" + port_ + "\"\njetstream { store_dir: \"" +
                                        folder_.path() + "/store\" }\nports_file_dir: \"" + folder_.path() +
                                        "\"\nlog_file: \"" + folder_.path() + "/log\"\n" + more_);
-  std::string path = program();
-  std::string option = "-c";
-  std::string file = config;
-  char* const arguments[] = {path.data(), option.data(), file.data(), nullptr};
-  if (posix_spawn(&process_, path.c_str(), nullptr, nullptr, arguments, environ) != 0) {
+  const std::string path = program();
+  process_ = ::fork();
+  if (process_ == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // with the test, however that ends
+    ::execl(path.c_str(), path.c_str(), "-c", config.c_str(), nullptr);
+    ::_exit(1);
+  }
+  if (process_ < 0) {
     throw std::runtime_error("no server");
   }
   // The file is there when the server listens.
