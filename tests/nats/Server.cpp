@@ -62,9 +62,9 @@ void Server::start()
   const std::string ports = "nats-server_" + std::to_string(process_) + ".ports";
   for (int i = 0; i < 3000 && port_ == "-1"; ++i) {
     const std::string text = std::filesystem::exists(folder_ / ports) ? folder_.read(ports) : std::string();
-    const std::size_t at = text.find("nats://127.0.0.1:");
+    const std::size_t at = text.find("://127.0.0.1:");
     if (at != std::string::npos && text.find('}') != std::string::npos) {
-      port_ = text.substr(at + 17, text.find_first_not_of("0123456789", at + 17) - at - 17);
+      port_ = text.substr(at + 13, text.find_first_not_of("0123456789", at + 13) - at - 13);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }

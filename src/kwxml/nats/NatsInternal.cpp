@@ -1,15 +1,20 @@
 #include <kwxml/nats/NatsInternal.h>
 
+#include <string_view>
+
 namespace kwxml::nats {
 
 std::string reason(natsStatus status)
 {
   const std::string meaning = natsStatus_GetText(status);
   natsStatus last = NATS_OK;
-  const char* const words = nats_GetLastError(&last);
-  return last == status && words != nullptr && *words != '\0' && meaning != words
-             ? meaning + " (" + words + ")"
-             : meaning;
+  const char* const said = nats_GetLastError(&last);
+  std::string_view words = last == status && said != nullptr ? said : "";
+  // "(file:line): " of the client's sources.
+  if (const std::size_t end = words.find("): "); words.starts_with('(') && end != std::string_view::npos) {
+    words.remove_prefix(end + 3);
+  }
+  return words.empty() || words == meaning ? meaning : meaning + " (" + std::string(words) + ")";
 }
 
 void check(natsStatus status, const char* function, const std::string& what)
