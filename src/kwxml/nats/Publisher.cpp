@@ -9,7 +9,6 @@
 #include <deque>
 #include <thread>
 #include <unordered_map>
-#include <vector>
 
 namespace kwxml::nats {
 
@@ -72,7 +71,7 @@ struct Publisher::State
   std::condition_variable moved;
   std::unordered_map<const natsMsg*, Flight> flights;
   std::size_t bytesOnTheWay = 0;
-  std::vector<Repeat> repeats;
+  std::deque<Repeat> repeats;  ///< in the order of their times, for all wait equally long
   /// Whether each message from `upTo` on is settled.
   std::deque<bool> done;
   std::uint64_t upTo = 0;
@@ -189,19 +188,17 @@ void Publisher::State::repeatLate()
 {
   std::unique_lock lock(mutex);
   while (!ending) {
-    const auto first = std::min_element(repeats.begin(), repeats.end(),
-                                        [](const Repeat& a, const Repeat& b) { return a.due < b.due; });
-    if (first == repeats.end()) {
+    if (repeats.empty()) {
       moved.wait(lock);
       continue;
     }
-    if (Clock::now() < first->due) {
-      moved.wait_until(lock, first->due);
+    // A copy: others add to the row meanwhile.
+    if (const Clock::time_point due = repeats.front().due; Clock::now() < due) {
+      moved.wait_until(lock, due);
       continue;
     }
-    natsMsg* const message = first->message;
-    *first = repeats.back();
-    repeats.pop_back();
+    natsMsg* const message = repeats.front().message;
+    repeats.pop_front();
     ++counts.repeats;
     lock.unlock();
     send(message);
