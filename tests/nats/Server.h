@@ -33,6 +33,7 @@ public:
   void goOn();
 
   nats::ConnectionSettings settings() const;
+  pid_t process() const { return process_; }
 
 private:
   TempDirectory folder_;
