@@ -53,7 +53,9 @@ struct Publisher::State
            (flights.size() >= options.window || bytesOnTheWay + bytes > options.windowBytes);
   }
   /// With the lock.
-  void settle(const Flight& flight, Settled what);
+  void settle(const Flight& flight, const Settled& what);
+  /// Tells the caller what became of a message, and then those who wait for that. Without the lock.
+  void tell(const Settled& what);
   void acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error);
   void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words);
   void send(natsMsg* message);
@@ -68,7 +70,10 @@ struct Publisher::State
 
   mutable std::mutex mutex;
   std::mutex telling;  ///< one call of `settled` at a time
-  std::condition_variable moved;
+  // Each waiter has a condition of its own: waking a thread costs more than all else about a message.
+  std::condition_variable roomy;  ///< for publish(): a good part of the window is free
+  std::condition_variable empty;  ///< for flush(): nothing is on its way
+  std::condition_variable late;   ///< for the repeater: there is more to repeat, or it ends
   std::unordered_map<const natsMsg*, Flight> flights;
   std::size_t bytesOnTheWay = 0;
   std::deque<Repeat> repeats;  ///< in the order of their times, for all wait equally long
@@ -81,7 +86,7 @@ struct Publisher::State
   std::thread repeater;
 };
 
-void Publisher::State::settle(const Flight& flight, Settled what)
+void Publisher::State::settle(const Flight& flight, const Settled& what)
 {
   done[flight.number - upTo - 1] = true;
   while (!done.empty() && done.front()) {
@@ -97,6 +102,22 @@ void Publisher::State::settle(const Flight& flight, Settled what)
   } else {
     ++counts.stored;
     counts.duplicates += what.duplicate ? 1 : 0;
+  }
+}
+
+void Publisher::State::tell(const Settled& what)
+{
+  if (settled) {
+    settled(what);
+  }
+  const std::lock_guard lock(mutex);
+  // Who waits for room sleeps until a quarter is free, and then sends as much in one go.
+  if (flights.empty() || (flights.size() <= options.window - (options.window + 3) / 4 &&
+                          bytesOnTheWay <= options.windowBytes - options.windowBytes / 4)) {
+    roomy.notify_all();
+  }
+  if (flights.empty()) {
+    empty.notify_all();
   }
 }
 
@@ -126,10 +147,9 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
     }
   }
   natsMsg_Destroy(message);
-  if (what.number != 0 && settled) {
-    settled(what);
+  if (what.number != 0) {
+    tell(what);
   }
-  moved.notify_all();
 }
 
 void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words)
@@ -149,7 +169,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
         !natsConnection_IsClosed(connection.connection.get())) {
       constexpr auto pause = std::chrono::milliseconds(100);
       repeats.push_back({message, now + pause});
-      moved.notify_all();
+      late.notify_all();
       return;
     }
     what.number = found->second.number;
@@ -164,10 +184,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
   // Where one fails, mostly all do: the caller is told of each.
   log().debug("Publisher", isFirst ? 0 : 1, "a message was not stored: %s", what.why.c_str());
   natsMsg_Destroy(message);
-  if (settled) {
-    settled(what);
-  }
-  moved.notify_all();
+  tell(what);
 }
 
 /// Without the lock: the client may call back.
@@ -189,12 +206,12 @@ void Publisher::State::repeatLate()
   std::unique_lock lock(mutex);
   while (!ending) {
     if (repeats.empty()) {
-      moved.wait(lock);
+      late.wait(lock);
       continue;
     }
     // A copy: others add to the row meanwhile.
     if (const Clock::time_point due = repeats.front().due; Clock::now() < due) {
-      moved.wait_until(lock, due);
+      late.wait_until(lock, due);
       continue;
     }
     natsMsg* const message = repeats.front().message;
@@ -261,7 +278,7 @@ Publisher::~Publisher()
     const std::lock_guard lock(state_->mutex);
     state_->ending = true;
   }
-  state_->moved.notify_all();
+  state_->late.notify_all();
   state_->repeater.join();
 }
 
@@ -304,7 +321,7 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
         return Outcome::Full;
       }
       constexpr auto look = std::chrono::milliseconds(200);  // nobody tells that the connection has ended
-      state.moved.wait_for(lock, look);
+      state.roomy.wait_for(lock, look);
     }
     if (isOver()) {
       const std::lock_guard why(state.connection.mutex);
@@ -332,7 +349,7 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
 bool Publisher::flush(std::chrono::milliseconds wait)
 {
   std::unique_lock lock(state_->mutex);
-  return state_->moved.wait_for(lock, wait, [&] { return state_->flights.empty(); });
+  return state_->empty.wait_for(lock, wait, [&] { return state_->flights.empty(); });
 }
 
 std::uint64_t Publisher::settledUpTo() const
