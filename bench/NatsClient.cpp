@@ -110,7 +110,8 @@ Cost sendByClient(Ground& ground, const std::string& stream, const Load& load)
   return cost;
 }
 
-Cost receiveByClient(Ground& ground, const std::string& stream, const std::string& durable, const Load& load)
+Cost receiveByClient(Ground& ground, const std::string& stream, const std::string& durable, const Load& load,
+                     const std::function<void(std::span<const std::byte>)>& take)
 {
   const Client client(ground);
   jsSubOptions how;
@@ -130,6 +131,10 @@ Cost receiveByClient(Ground& ground, const std::string& stream, const std::strin
                                 patienceMilliseconds, nullptr),
          "receiving");
     const std::unique_ptr<natsMsgList, nats::Destroyer<natsMsgList_Destroy>> owner(&list);
+    for (int i = 0; i < list.Count; ++i) {
+      take({reinterpret_cast<const std::byte*>(natsMsg_GetData(list.Msgs[i])),
+            static_cast<std::size_t>(natsMsg_GetDataLength(list.Msgs[i]))});
+    }
     for (int i = 0; i + 1 < list.Count; ++i) {
       must(natsMsg_Ack(list.Msgs[i], nullptr), "acknowledging");
     }

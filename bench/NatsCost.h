@@ -9,6 +9,8 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <span>
 #include <string>
 
 namespace kwxml::bench {
@@ -68,8 +70,10 @@ void removeStream(Ground& ground, const std::string& stream);
 std::size_t messagesIn(Ground& ground, const std::string& stream);
 /// Sends the message, which was encoded before, as often as the load says.
 Cost sendByClient(Ground& ground, const std::string& stream, const Load& load);
-/// Receives and acknowledges all messages of the stream by the durable consumer, which exists.
-Cost receiveByClient(Ground& ground, const std::string& stream, const std::string& durable, const Load& load);
+/// Receives and acknowledges all messages of the stream by the durable consumer, which exists. `take` gets
+/// each body.
+Cost receiveByClient(Ground& ground, const std::string& stream, const std::string& durable, const Load& load,
+                     const std::function<void(std::span<const std::byte>)>& take);
 
 /// Has processes of the tool turn the messages of the stream into XML, in a stream of their own. The time is
 /// that from their start until the last message is there.
