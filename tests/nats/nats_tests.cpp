@@ -4,6 +4,7 @@
 #include "support/Messages.h"
 
 #include <kwxml/nats/Consumer.h>
+#include <kwxml/nats/DeadLetters.h>
 #include <kwxml/nats/Publisher.h>
 #include <kwxml/nats/StoredMessages.h>
 
@@ -393,6 +394,11 @@ TEST_F(Nats, OfTwoReceiversOneHasStoredAMessage)
     }
     return text;
   };
+  auto sender = publisher();
+  for (int i = 0; i < 10; ++i) {  // entries name what lies before them
+    ASSERT_EQ(sender.publish(status(i)), nats::Outcome::Taken);
+  }
+  ASSERT_TRUE(sender.flush(patience));
   const std::uint64_t first[] = {1, 2, 3, 7};
   const std::uint64_t both[] = {3, 4};
   const std::uint64_t second[] = {4, 5, 6};
@@ -428,7 +434,7 @@ TEST_F(Nats, WhatMakesNoSenseIsRefused)
       {"cannot send to stream T: ", [&] { nats::Publisher(*connection, {.stream = "T"}); }},
       {"from stream T as D: ", [&] { nats::Consumer(*connection, {.stream = "T", .durable = "D"}); }},
       {"name of a durable", [&] { consumer({.durable = "a b"}); }},
-      {"at least one delivery", [&] { consumer({.maxDeliveries = 0}); }},
+      {"no negative number of deliveries", [&] { consumer({.maxDeliveries = -1}); }},
       {"not a valid subset", [&] { consumer({.durable = "E", .prefix = "q"}); }},
       {"does not take the subjects q.>", [&] { connection->makeStream({.name = "S", .prefix = "q"}); }},
       {"name of a stream", [&] { connection->makeStream({.name = "a.b"}); }},

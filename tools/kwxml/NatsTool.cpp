@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <limits>
+#include <utility>
 
 namespace kwxml::tool {
 
@@ -61,17 +63,20 @@ void addCreateOptions(CLI::App& command, Target& target)
 
 void addReceiveOptions(CLI::App& command, ReceiveChoices& choices)
 {
-  command
-      .add_option("--durable", choices.durable,
-                  "The durable consumer, which all who share the work name alike")
-      ->required()
-      ->type_name("NAME");
+  CLI::Option* const durable = command.add_option(
+      "--durable", choices.durable,
+      "The durable consumer, which all who share the work name alike" +
+          (choices.durable.empty() ? std::string() : " (default: " + choices.durable + ")"));
+  durable->type_name("NAME");
+  if (choices.durable.empty()) {
+    durable->required();
+  }
   command.add_option("--system", choices.system, "Messages of this system alone")->type_name("SYSTEM");
   command.add_option("--class", choices.cls, "Messages of this class alone")->type_name("CLASS");
   CLI::Option* const follow =
       command.add_flag("--follow", choices.follow, "Wait for more when the stream has no more messages");
   command.add_option("--count", choices.count, "End after this many messages")
-      ->check(CLI::Range(1ULL, ~0ULL).description(""))
+      ->check(CLI::Range(1LL, std::numeric_limits<long long>::max()).description(""))
       ->excludes(follow)
       ->type_name("N");
   command
@@ -81,8 +86,10 @@ void addReceiveOptions(CLI::App& command, ReceiveChoices& choices)
       ->check(CLI::Range(1U, 86400U).description(""))
       ->type_name("SECONDS");
   command
-      .add_option("--deliveries", choices.maxDeliveries,
-                  "How often a message is tried before it goes to the dead letters (default: 5)")
+      .add_option(
+          "--deliveries", choices.maxDeliveries,
+          "How often a message is delivered before it goes to the dead letters (default: without end, for a "
+          "full disk is no message's fault)")
       ->check(CLI::Range(1, 1000000).description(""))
       ->type_name("N");
 }
@@ -99,6 +106,20 @@ void withServers(const std::function<void()>& run)
   } catch (const nats::Error& error) {
     throw Failure(exitData, error.what());
   }
+}
+
+void Failures::add(const nats::Settled& settled)
+{
+  if (settled.sequence == 0) {
+    const std::lock_guard lock(mutex_);
+    failures_.push_back(settled);
+  }
+}
+
+std::vector<nats::Settled> Failures::taken()
+{
+  const std::lock_guard lock(mutex_);
+  return std::exchange(failures_, {});
 }
 
 nats::PublisherOptions publisherOptions(const Target& target, nats::Connection& connection)
@@ -160,9 +181,12 @@ unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& ch
   constexpr std::size_t batch = 500;
   constexpr auto wait = std::chrono::milliseconds(1000);
   unsigned long long taken = 0;
-  while (!Interrupts::come() && (choices.count == 0 || taken < choices.count)) {
+  while (!Interrupts::come() &&
+         (choices.count == 0 || taken < static_cast<unsigned long long>(choices.count))) {
     const unsigned long long wanted =
-        choices.count == 0 ? batch : std::min<unsigned long long>(batch, choices.count - taken);
+        choices.count == 0
+            ? batch
+            : std::min<unsigned long long>(batch, static_cast<unsigned long long>(choices.count) - taken);
     std::vector<nats::Delivery> deliveries = consumer.fetch(wanted, wait);
     const bool hadAll = deliveries.size() < wanted;
     if (!deliveries.empty()) {
@@ -172,7 +196,9 @@ unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& ch
     if (hadAll && !choices.follow && choices.count == 0) {
       // Those that another one has, and has not finished, may come here yet.
       const auto left = consumer.left();
-      if (left.has_value() && left->undelivered == 0 && left->unacknowledged == 0) {
+      // What finds no place among the dead letters would come again for ever.
+      if (left.has_value() && left->undelivered == 0 &&
+          (left->unacknowledged == 0 || consumer.counts().unburied > 0)) {
         break;
       }
     }
@@ -181,8 +207,28 @@ unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& ch
   return taken;
 }
 
+bool waitFor(nats::Publisher& publisher, const nats::Connection& connection)
+{
+  constexpr auto look = std::chrono::milliseconds(200);
+  constexpr int looksWhenInterrupted = 15;
+  for (int interrupted = 0; interrupted < looksWhenInterrupted;) {
+    if (publisher.flush(look)) {
+      return true;
+    }
+    if (connection.isClosed()) {
+      throw Failure(exitData, "the connection has ended; the log says why");
+    }
+    interrupted += Interrupts::come() ? 1 : 0;
+  }
+  return false;
+}
+
 void failOverDeadLetters(const nats::Consumer& consumer)
 {
+  if (const std::uint64_t unburied = consumer.counts().unburied; unburied > 0) {
+    throw Failure(exitData, "dead letters could not be stored " + std::to_string(unburied) +
+                                " times: their messages stay in stream " + consumer.options().stream);
+  }
   if (const std::uint64_t dead = consumer.counts().dead; dead > 0) {
     throw Failure(exitData, countedMessages(dead) + " went to the dead letters, subject " +
                                 nats::deadSubject(consumer.options().prefix));

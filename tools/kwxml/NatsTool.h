@@ -8,7 +8,9 @@
 
 #include <csignal>
 #include <functional>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -25,6 +27,19 @@ struct Target
   int replicas = 1;
 };
 
+/// The messages that no stream has stored, as a publisher tells of them.
+class Failures
+{
+public:
+  void add(const nats::Settled& settled);
+  /// Those since the last call.
+  std::vector<nats::Settled> taken();
+
+private:
+  std::mutex mutex_;
+  std::vector<nats::Settled> failures_;
+};
+
 /// Options of those who receive.
 struct ReceiveChoices
 {
@@ -32,9 +47,9 @@ struct ReceiveChoices
   std::string system;
   std::string cls;
   bool follow = false;
-  unsigned long long count = 0;  ///< 0: no limit
-  unsigned ackWait = 30;         ///< seconds
-  int maxDeliveries = 5;
+  long long count = 0;    ///< 0: no limit
+  unsigned ackWait = 30;  ///< seconds
+  int maxDeliveries = 0;  ///< 0: no limit
 };
 
 /// The option that names a stream.
@@ -79,6 +94,10 @@ private:
 /// how many did.
 unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices,
                               const std::function<unsigned long long(std::vector<nats::Delivery>&)>& take);
+
+/// Waits until nothing is on its way, or a few seconds from an interrupt on: then false. Throws Failure when
+/// the connection ends.
+[[nodiscard]] bool waitFor(nats::Publisher& publisher, const nats::Connection& connection);
 
 /// What the dead letters got, as the command's failure; nothing where there are none.
 void failOverDeadLetters(const nats::Consumer& consumer);

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -30,9 +31,23 @@ struct ReceiveOptions
   ReceiveChoices receive;
 };
 
+/// Throws where the message is not all that its bytes say, for its catalogue is another one: written anew it
+/// would lose that.
+void refuseLosses(const nats::Delivery& delivery)
+{
+  if (!delivery.problems.empty()) {
+    const auto& entries = delivery.problems.entries();
+    throw nats::Error("kwxml", "written anew it would lose something: " +
+                                   (entries.empty() ? std::string("problems") : entries.front().text));
+  }
+}
+
 /// What is appended for a message; the record of one in the binary form has its bytes as they came.
 std::string appended(const nats::Delivery& delivery, const ReceiveOptions& options)
 {
+  if (options.to != "records" || !delivery.header(nats::formHeader).empty()) {
+    refuseLosses(delivery);
+  }
   if (options.to != "records") {
     return nats::pack(*delivery.message, options.prefix, bodyForm(options.to)).body + "\n";
   }
@@ -56,14 +71,15 @@ class Receiving
 public:
   explicit Receiving(const ReceiveOptions& options)
       : options_(options),
-        file_(options.outputFile, options.stream, options.receive.durable),
-        consumer_(connection_, consumerOptions(options.receive, options.stream, options.prefix)),
+        file_(options.outputFile, {options.stream, options.prefix, options.receive.durable, options.to}),
+        consumer_(connection_, how()),
         stored_(connection_, consumer_, file_.receiver())
   {
-    if (const std::uint64_t gone = file_.takeBack(stored_.mark()); gone > 0) {
+    if (const std::uint64_t gone = file_.begin(stored_.mark()); gone > 0) {
       report(inputName(options.outputFile) + ": " + std::to_string(gone) + (gone == 1 ? " byte" : " bytes") +
              " of an unfinished run are taken back; those messages come again");
     }
+    isReady_ = true;
   }
 
   unsigned long long all()
@@ -73,15 +89,17 @@ public:
   const nats::Consumer& consumer() const { return consumer_; }
 
 private:
+  nats::ConsumerOptions how()
+  {
+    nats::ConsumerOptions how = consumerOptions(options_.receive, options_.stream, options_.prefix);
+    how.isDone = [this](std::uint64_t sequence) { return isReady_ && stored_.isStored(sequence); };
+    return how;
+  }
   unsigned long long take(std::vector<nats::Delivery>& deliveries)
   {
     std::vector<nats::Delivery> done;  // stored, here or elsewhere
     std::vector<Piece> pieces;
     for (nats::Delivery& delivery : deliveries) {
-      if (stored_.isStored(delivery.sequence)) {
-        done.push_back(std::move(delivery));
-        continue;
-      }
       try {
         pieces.push_back({delivery.sequence, appended(delivery, options_)});
         done.push_back(std::move(delivery));
@@ -126,6 +144,7 @@ private:
   nats::Connection connection_;
   nats::Consumer consumer_;
   nats::StoredMessages stored_;
+  bool isReady_ = false;
 };
 
 void receive(const ReceiveOptions& options)
@@ -134,7 +153,10 @@ void receive(const ReceiveOptions& options)
   withServers([&] {
     Receiving receiving(options);
     const unsigned long long count = receiving.all();
-    report(countedMessages(count) + " received from stream " + options.stream);
+    const std::uint64_t passed = receiving.consumer().counts().done;
+    report(countedMessages(count) + " received from stream " + options.stream +
+           (passed == 0 ? std::string()
+                        : "; " + std::to_string(passed) + " passed over, which are stored already"));
     failOverDeadLetters(receiving.consumer());
   });
 }
@@ -158,8 +180,16 @@ public:
   explicit Working(const WorkOptions& options)
       : options_(options),
         consumer_(connection_, consumerOptions(options.receive, options.fromStream, options.fromPrefix)),
-        publisher_(connection_, publisherOptions(options.target, connection_))
+        publisher_(connection_, publisherOptions(options.target, connection_),
+                   [this](const nats::Settled& settled) { failures_.add(settled); })
   {
+    if (publisher_.duplicateWindow() < std::chrono::seconds(options.receive.ackWait)) {
+      throw Failure(
+          exitData,
+          "stream " + options.target.stream +
+              " forgets identifiers sooner than a message is delivered again: a shorter --ack-wait, or "
+              "a longer duplicate window");
+    }
   }
 
   unsigned long long all()
@@ -171,16 +201,16 @@ public:
 private:
   unsigned long long take(std::vector<nats::Delivery>& deliveries)
   {
-    std::vector<nats::Delivery> done;
+    std::map<std::uint64_t, nats::Delivery> sent;
     for (nats::Delivery& delivery : deliveries) {
       try {
+        refuseLosses(delivery);
         const nats::Packed packed =
             nats::pack(*delivery.message, options_.target.prefix, bodyForm(options_.to));
         // Of a message that comes twice the other stream stores one.
-        const std::string id =
-            options_.fromStream + "." + options_.receive.durable + "." + std::to_string(delivery.sequence);
-        static_cast<void>(publisher_.publish(packed, id));
-        done.push_back(std::move(delivery));
+        std::uint64_t number = 0;
+        static_cast<void>(publisher_.publish(packed, consumer_.identifierOf(delivery), &number));
+        sent.emplace(number, std::move(delivery));
       } catch (const nats::Error& error) {
         if (connection_.isClosed()) {
           throw;
@@ -188,24 +218,36 @@ private:
         static_cast<void>(consumer_.bury(delivery, error.what()));
       }
     }
-    constexpr auto look = std::chrono::milliseconds(200);
-    while (!publisher_.flush(look) && !connection_.isClosed()) {
+    // What is not acknowledged comes again, and the other stream knows what it has.
+    if (!waitFor(publisher_, connection_)) {
+      throw Failure(exitData, "interrupted; the messages that were worked on come again");
     }
-    // Nothing of this batch is acknowledged then: all of it comes again, and the other stream knows what it
-    // has.
-    if (const std::string why = publisher_.firstFailure(); !why.empty()) {
-      throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + why);
+    std::string gaveUp;
+    for (const nats::Settled& failure : failures_.taken()) {
+      const auto found = sent.find(failure.number);
+      if (failure.refused && found != sent.end()) {
+        static_cast<void>(consumer_.bury(found->second,
+                                         "stream " + options_.target.stream + " refused it: " + failure.why));
+      } else {
+        gaveUp = failure.why;
+      }
+      sent.erase(failure.number);
     }
-    if (connection_.isClosed()) {
-      throw Failure(exitData, "the connection has ended; the log says why");
+    std::vector<nats::Delivery> done;
+    for (auto& [number, delivery] : sent) {
+      done.push_back(std::move(delivery));
     }
     static_cast<void>(consumer_.acknowledge(done));
+    if (!gaveUp.empty()) {
+      throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + gaveUp);
+    }
     return done.size();
   }
 
   const WorkOptions& options_;
   nats::Connection connection_;
   nats::Consumer consumer_;
+  Failures failures_;
   nats::Publisher publisher_;
 };
 
@@ -262,6 +304,7 @@ void addReceiveCommands(CLI::App& app, Session& session)
       [options, &session] { session.run = [options](LibraryLog&) { receive(*options); }; });
 
   const auto working = std::make_shared<WorkOptions>();
+  working->receive.durable = "work";
   CLI::App& workCommand =
       addCommand(app, "work", "Turns the messages of a stream into another form, as one of many workers.",
                  "All workers that name one durable consumer share its messages, on any number of machines. "
@@ -276,8 +319,7 @@ void addReceiveCommands(CLI::App& app, Session& session)
                  "the form goes to the subject PREFIX.dead, with the reason in a header.\n\n" +
                      std::string(natsSettings) +
                      "Exit status: 0 done, 1 something failed, or went to the dead letters, 2 usage.\n\n"
-                     "Example:\n  kwxml work --from-stream ORDERS --to-stream ORDERS-XML --to xml --durable "
-                     "xml --follow",
+                     "Example:\n  kwxml work --from-stream ORDERS --to-stream ORDERS-XML --to xml --follow",
                  working->outputFile);
   addStreamOption(workCommand, "--from-stream", working->fromStream, "The stream that has the messages");
   addStreamOption(workCommand, "--to-stream", working->target.stream, "The stream that gets them");

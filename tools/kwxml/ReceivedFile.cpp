@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Files.h"
+#include "Report.h"
 #include "SideFile.h"
 
 #include <fcntl.h>
@@ -33,46 +34,36 @@ bool isRegular(const std::string& file)
 
 }  // namespace
 
-ReceivedFile::ReceivedFile(const std::string& file, const std::string& stream, const std::string& durable)
-    : name_(isStandard(file) ? "standard output" : file), stream_(stream), durable_(durable)
+ReceivedFile::ReceivedFile(const std::string& file, Source source)
+    : name_(isStandard(file) ? "standard output" : file), source_(std::move(source)), receiver_(randomName())
 {
-  receiver_ = randomName();
-  CYxError error;
   if (!isRegular(file)) {
     direct_ = std::make_unique<Output>(file);
     return;
   }
   side_ = file + ".received";
-  if (!file_.Open(file.c_str(), CYxFile::Mode::Update, &error)) {
-    failed(name_, error);
-  }
-  lock_ = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
-  if (lock_ < 0 || ::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-    throw Failure(exitData, errno == EWOULDBLOCK
-                                ? file + ": another process receives into it"
-                                : "cannot lock " + file + ": " + std::generic_category().message(errno));
-  }
-  const long long size = file_.Size(&error);
-  if (size < 0) {
-    failed(name_, error);
-  }
-  length_ = static_cast<std::uint64_t>(size);
+  std::error_code none;
   if (!std::filesystem::exists(side_)) {
-    if (length_ > 0) {
+    if (const auto size = std::filesystem::file_size(file, none); !none && size > 0) {
       throw Failure(exitData, file + " has been written by something else (there is no " + side_ +
                                   "); name another file");
     }
-    save();
     return;
   }
   auto lines = readSideFile(side_);
-  if (lines["stream"] != stream || lines["durable"] != durable) {
-    throw Failure(exitData, file + " receives from stream " + lines["stream"] + " as " + lines["durable"] +
-                                " (says " + side_ + "); name another file");
-  }
   receiver_ = lines["receiver"];
-  if (!sideNumber(lines, "length", agreed_) || receiver_.empty()) {
+  if (!sideNumber(lines, "length", agreed_) || !isRandomName(receiver_)) {
     throw Failure(exitData, side_ + " does not say what was received into " + file);
+  }
+  const std::pair<const char*, const std::string*> wanted[] = {{"stream", &source_.stream},
+                                                               {"prefix", &source_.prefix},
+                                                               {"durable", &source_.durable},
+                                                               {"form", &source_.form}};
+  for (const auto& [word, value] : wanted) {
+    if (lines[word] != *value) {
+      throw Failure(exitData, file + " receives with " + word + " " + oneLine(lines[word], 80) + ", not " +
+                                  *value + " (says " + side_ + "); name another file");
+    }
   }
 }
 
@@ -83,18 +74,35 @@ ReceivedFile::~ReceivedFile()
   }
 }
 
-std::uint64_t ReceivedFile::takeBack(std::optional<std::uint64_t> mark)
+std::uint64_t ReceivedFile::begin(std::optional<std::uint64_t> mark)
 {
   if (side_.empty()) {
     return 0;
   }
+  CYxError error;
+  if (!file_.Open(name_.c_str(), CYxFile::Mode::Update, &error)) {
+    failed(name_, error);
+  }
+  lock_ = ::open(name_.c_str(), O_RDWR | O_CLOEXEC);
+  if (lock_ < 0 || ::flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+    throw Failure(exitData, errno == EWOULDBLOCK
+                                ? name_ + ": another process receives into it"
+                                : "cannot lock " + name_ + ": " + std::generic_category().message(errno));
+  }
+  const long long size = file_.Size(&error);
+  if (size < 0) {
+    failed(name_, error);
+  }
+  length_ = static_cast<std::uint64_t>(size);
   agreed_ = std::max<unsigned long long>(agreed_, mark.value_or(0));  // it only grows
   if (length_ < agreed_) {
     throw Failure(exitData, name_ + " is shorter than what was received into it: " + std::to_string(length_) +
                                 " of " + std::to_string(agreed_) + " bytes are left");
   }
   const std::uint64_t gone = length_ - agreed_;
-  cut(agreed_);
+  if (gone > 0) {
+    cut(agreed_);
+  }
   save();
   return gone;
 }
@@ -131,7 +139,8 @@ void ReceivedFile::agree()
 
 void ReceivedFile::save() const
 {
-  writeOutput(side_, "receiver " + receiver_ + "\nstream " + stream_ + "\ndurable " + durable_ + "\nlength " +
+  writeOutput(side_, "receiver " + receiver_ + "\nstream " + source_.stream + "\nprefix " + source_.prefix +
+                         "\ndurable " + source_.durable + "\nform " + source_.form + "\nlength " +
                          std::to_string(agreed_) + "\n");
 }
 

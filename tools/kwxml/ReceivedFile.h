@@ -19,18 +19,26 @@ namespace kwxml::tool {
 class ReceivedFile
 {
 public:
-  /// Opens the file, or makes it, for messages of a durable consumer. Refuses a file that something else has
-  /// written, and one that another process writes.
-  ReceivedFile(const std::string& file, const std::string& stream, const std::string& durable);
+  /// What a file receives.
+  struct Source
+  {
+    std::string stream;
+    std::string prefix;
+    std::string durable;
+    std::string form;
+  };
+  /// Looks at the file, and makes nothing yet. Refuses one that something else has written, or that receives
+  /// something else.
+  ReceivedFile(const std::string& file, Source source);
   ~ReceivedFile();
   ReceivedFile(const ReceivedFile&) = delete;
   ReceivedFile& operator=(const ReceivedFile&) = delete;
 
   /// The name of this writer among all receivers: the same for the same file.
   const std::string& receiver() const { return receiver_; }
-  /// Takes back what was appended behind the mark that the record has, if that is known there. Returns the
-  /// bytes that are gone.
-  std::uint64_t takeBack(std::optional<std::uint64_t> mark);
+  /// Opens the file, or makes it, and takes back what was appended behind the mark that the record has, if
+  /// that is known there. Returns the bytes that are gone. Refuses a file that another process writes.
+  std::uint64_t begin(std::optional<std::uint64_t> mark);
   /// The length, which is the mark.
   std::uint64_t length() const { return length_; }
   /// Appends bytes, and gives them to the storage device.
@@ -45,8 +53,7 @@ private:
 
   std::string name_;
   std::string side_;  ///< the file beside it; empty: there is none
-  std::string stream_;
-  std::string durable_;
+  Source source_;
   std::string receiver_;
   CYxFile file_;
   std::unique_ptr<Output> direct_;  ///< instead of `file_` for what cannot be taken back

@@ -10,8 +10,10 @@
 
 #include <kwxml/platform/CYxCRC64.h>
 
+#include <chrono>
 #include <deque>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 
@@ -53,7 +55,7 @@ std::optional<Standing> readStanding(const std::string& file)
   }
   auto lines = readSideFile(file);
   Standing standing{.run = lines["run"], .stream = lines["stream"], .prefix = lines["prefix"]};
-  if (standing.run.empty() || !sideNumber(lines, "messages", standing.messages) ||
+  if (!isRandomName(standing.run) || !sideNumber(lines, "messages", standing.messages) ||
       !sideNumber(lines, "sum", standing.sum)) {
     throw Failure(exitData, file + " does not say where a sending stands; without it all is sent anew");
   }
@@ -65,7 +67,10 @@ class Sending
 {
 public:
   Sending(const SendOptions& options, LibraryLog& log)
-      : options_(options), log_(log), publisher_(connection_, how(options, connection_))
+      : options_(options),
+        log_(log),
+        publisher_(connection_, how(options, connection_),
+                   [this](const nats::Settled& settled) { failures_.add(settled); })
   {
   }
 
@@ -101,11 +106,16 @@ private:
   const SendOptions& options_;
   LibraryLog& log_;
   nats::Connection connection_;
+  Failures failures_;
   nats::Publisher publisher_;
   Standing standing_;
   std::string standingFile_;  ///< empty: standard input cannot be taken up again
   CYxCRC64 sum_;
   std::deque<OnTheWay> onTheWay_;
+  std::uint64_t unsent_ =
+      std::numeric_limits<std::uint64_t>::max();  ///< the first that no stream took in time
+  std::vector<std::string> finished_;             ///< what says of files that they are sent
+  std::chrono::steady_clock::time_point savedAt_;
   unsigned long long skip_ = 0;
   bool isSame_ = true;  ///< whether the file begins with what was sent of it
   unsigned long long saved_ = 0;
@@ -115,7 +125,8 @@ private:
 
 void Sending::begin(const std::string& file)
 {
-  standingFile_ = isStandard(file) ? "" : file + ".sending";
+  // A pipe cannot be taken up again.
+  standingFile_ = std::filesystem::is_regular_file(file) ? file + ".sending" : "";
   standing_ = {.run = randomName(), .stream = options_.target.stream, .prefix = options_.target.prefix};
   sum_.reset();
   skip_ = 0;
@@ -142,23 +153,37 @@ void Sending::save()
   if (!standingFile_.empty()) {
     writeOutput(standingFile_, standing_.text());
     saved_ = standing_.messages;
+    savedAt_ = std::chrono::steady_clock::now();
   }
 }
 
-/// What the stream has by now. Throws when a message was refused.
+/// What the stream has by now. A message that the stream refuses is left out. Throws when no stream answers.
 void Sending::advance()
 {
   const std::uint64_t settled = publisher_.settledUpTo();
-  if (const std::string why = publisher_.firstFailure(); !why.empty()) {
-    save();
-    throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + why);
+  std::string gaveUp;
+  for (const nats::Settled& failure : failures_.taken()) {
+    if (failure.refused) {
+      leaveOut("stream " + options_.target.stream + " refused a message: " + failure.why +
+               "; it is left out");
+    } else {
+      unsent_ = std::min(unsent_, failure.number);
+      gaveUp = failure.why;
+    }
   }
-  for (; !onTheWay_.empty() && onTheWay_.front().number <= settled; onTheWay_.pop_front()) {
+  for (; !onTheWay_.empty() && onTheWay_.front().number <= settled && onTheWay_.front().number < unsent_;
+       onTheWay_.pop_front()) {
     standing_.messages = onTheWay_.front().records;
     standing_.sum = onTheWay_.front().sum;
   }
+  if (!gaveUp.empty()) {
+    save();
+    throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + gaveUp);
+  }
   constexpr unsigned long long step = 5000;
-  if (standing_.messages >= saved_ + step) {
+  constexpr auto most = std::chrono::seconds(2);  // streams forget identifiers in time
+  if (standing_.messages >= saved_ + step ||
+      (standing_.messages > saved_ && std::chrono::steady_clock::now() >= savedAt_ + most)) {
     save();
   }
 }
@@ -206,14 +231,7 @@ bool Sending::sendNext(MessageInput& input)
 
 void Sending::await(const std::string& file)
 {
-  constexpr auto look = std::chrono::milliseconds(200);
-  while (!publisher_.flush(look)) {
-    advance();
-    if (connection_.isClosed()) {
-      save();
-      throw Failure(exitData, "the connection has ended; the log says why");
-    }
-  }
+  static_cast<void>(waitFor(publisher_, connection_));
   advance();
   if (Interrupts::come()) {
     save();
@@ -242,14 +260,19 @@ void Sending::add(const std::string& file)
   if (!isSame_) {
     failAsChanged(input);
   }
+  // It stays until all files are sent: the same command would send this one again.
   if (!standingFile_.empty()) {
-    std::filesystem::remove(standingFile_);
+    save();
+    finished_.push_back(standingFile_);
   }
 }
 
 void Sending::finish()
 {
   showProgress({});
+  for (const std::string& file : finished_) {
+    std::filesystem::remove(file);
+  }
   const nats::PublisherCounts counts = publisher_.counts();
   std::string text = countedMessages(counts.stored) + " stored in stream " + options_.target.stream;
   if (counts.duplicates > 0) {

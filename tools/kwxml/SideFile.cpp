@@ -35,6 +35,11 @@ bool sideNumber(const std::map<std::string, std::string>& lines, const char* wor
   return error == std::errc() && end == text.data() + text.size();
 }
 
+bool isRandomName(const std::string& text)
+{
+  return !text.empty() && text.find_first_not_of("0123456789abcdef") == std::string::npos;
+}
+
 std::string randomName()
 {
   std::random_device random;

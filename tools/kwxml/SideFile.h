@@ -16,5 +16,7 @@ std::map<std::string, std::string> readSideFile(const std::string& file);
 
 /// A name that nothing else has.
 std::string randomName();
+/// Whether a text may be such a name.
+bool isRandomName(const std::string& text);
 
 }  // namespace kwxml::tool

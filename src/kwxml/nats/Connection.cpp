@@ -4,6 +4,7 @@
 #include <kwxml/nats/NatsInternal.h>
 #include <kwxml/nats/Wire.h>
 #include <kwxml/platform/KWPlatformInfo.h>
+#include <kwxml/text/ShownText.h>
 
 #include <algorithm>
 #include <array>
@@ -66,9 +67,12 @@ void readTime(const KWPlatformInfo& platform, const char* key, std::chrono::mill
 
 void onDisconnected(natsConnection*, void* closure)
 {
-  if (const auto state = CallbackKey<Connection::State>::find(closure)) {
-    const std::lock_guard lock(state->mutex);
-    log().logError("Nats", "the connection to %s is lost; it is made again", state->server.c_str());
+  try {
+    if (const auto state = CallbackKey<Connection::State>::find(closure)) {
+      const std::lock_guard lock(state->mutex);
+      log().logError("Nats", "the connection to %s is lost; it is made again", state->server.c_str());
+    }
+  } catch (...) {  // no memory for a line: nothing may leave through the client
   }
 }
 
@@ -81,25 +85,32 @@ std::string connectedServer(natsConnection* connection)
 
 void onReconnected(natsConnection* connection, void* closure)
 {
-  if (const auto state = CallbackKey<Connection::State>::find(closure)) {
-    const std::string server = connectedServer(connection);
-    const std::lock_guard lock(state->mutex);
-    if (!server.empty()) {
-      state->server = server;
+  try {
+    if (const auto state = CallbackKey<Connection::State>::find(closure)) {
+      const std::string server = connectedServer(connection);
+      const std::lock_guard lock(state->mutex);
+      if (!server.empty()) {
+        state->server = server;
+      }
+      log().logError("Nats", "connected again, to %s", state->server.c_str());
     }
-    log().logError("Nats", "connected again, to %s", state->server.c_str());
+  } catch (...) {  // no memory for a line: nothing may leave through the client
   }
 }
 
 void onClosed(natsConnection* connection, void* closure)
 {
-  if (const auto state = CallbackKey<Connection::State>::find(closure)) {
-    const char* words = nullptr;
-    const natsStatus status = natsConnection_GetLastError(connection, &words);
-    const std::lock_guard lock(state->mutex);
-    state->ended = std::string(natsStatus_GetText(status)) +
-                   (words != nullptr && *words != '\0' ? std::string(" (") + words + ")" : std::string());
-    log().logError("Nats", "the connection to %s has ended: %s", state->server.c_str(), state->ended.c_str());
+  try {
+    if (const auto state = CallbackKey<Connection::State>::find(closure)) {
+      const char* words = nullptr;
+      const natsStatus status = natsConnection_GetLastError(connection, &words);
+      const std::lock_guard lock(state->mutex);
+      state->ended = std::string(natsStatus_GetText(status)) +
+                     (words != nullptr && *words != '\0' ? std::string(" (") + words + ")" : std::string());
+      log().logError("Nats", "the connection to %s has ended: %s", state->server.c_str(),
+                     state->ended.c_str());
+    }
+  } catch (...) {  // no memory for a line: nothing may leave through the client
   }
 }
 
@@ -125,6 +136,7 @@ Error::~Error() = default;
 
 ConnectionSettings ConnectionSettings::fromPlatform()
 {
+  constexpr const char* function = "ConnectionSettings::fromPlatform";
   const KWPlatformInfo platform;
   ConnectionSettings settings;
   std::string servers;
@@ -143,15 +155,27 @@ ConnectionSettings ConnectionSettings::fromPlatform()
     static_cast<void>(platform.getString(section, key, *text));
   }
   long long tls = 0;
-  if (platform.getNumber(section, "TLS", tls) != 0) {
+  if (std::string text; platform.getNumber(section, "TLS", tls) != 0) {
     settings.tls = tls != 0;
+  } else if (platform.getString(section, "TLS", text) != 0) {
+    throw Error(function, "setting TLS of section [Nats] is \"" + shown(text) + "\"; it takes 0 or 1");
+  }
+  for (const std::string& server : settings.servers) {
+    if (server.find('@') != std::string::npos) {  // one place for secrets, which is looked after
+      throw Error(
+          function,
+          "setting Servers of section [Nats] names a user; User and Password are settings of their own");
+    }
+  }
+  if (settings.user.empty() && !settings.password.empty()) {
+    throw Error(function, "section [Nats] of the settings has a Password without a User");
   }
   readTime(platform, "Timeout", settings.timeout);
   readTime(platform, "ReconnectFirst", settings.reconnectFirst);
   readTime(platform, "ReconnectMost", settings.reconnectMost);
-  if (!platform.isTrusted() && (!settings.password.empty() || !settings.credentialsFile.empty())) {
-    throw Error("ConnectionSettings::fromPlatform",
-                "the settings file names a password or credentials, and other users may write it");
+  if (!platform.isTrusted() &&
+      (!settings.password.empty() || !settings.credentialsFile.empty() || !settings.keyFile.empty())) {
+    throw Error(function, "the settings file names a password or credentials, and other users may write it");
   }
   return settings;
 }
@@ -193,7 +217,9 @@ Connection::Connection(const ConnectionSettings& settings) : state_(std::make_sh
     set(natsOptions_SetUserCredentialsFromFiles(made, settings.credentialsFile.c_str(), nullptr),
         "CredentialsFile");
   }
-  if (settings.tls) {
+  // What is said of certificates would mean nothing on a connection that anybody can read.
+  if (settings.tls || !settings.caFile.empty() || !settings.certificateFile.empty() ||
+      !settings.keyFile.empty() || !settings.hostName.empty()) {
     set(natsOptions_SetSecure(made, true), "TLS");
   }
   if (!settings.caFile.empty()) {

@@ -6,7 +6,6 @@
 #include <kwxml/text/ShownText.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <exception>
 #include <thread>
 
@@ -50,21 +49,29 @@ struct Consumer::State
 
   void join();
   bool isMade(natsStatus status, jsErrCode code, const jsConsumerInfo* info, const std::string& filter) const;
-  bool bury(natsMsg* message, std::uint64_t sequence, std::string why);
+  void requireWholeLetters(const char* stream);
+  std::string identifier(std::uint64_t sequence) const;
+  bool bury(natsMsg* message, std::uint64_t sequence, const std::string& why);
   jsConsumerInfo* info();
 
   Connection::State& connection;
   ConsumerOptions options;
   SubscriptionOwner subscription;
   ConsumerCounts counts;
+  std::int64_t streamMade = 0;
 };
 
 namespace {
 
 /// The servers do not hand out more unacknowledged messages than that.
 constexpr std::int64_t mostPending = 20000;
-/// Of a reason in a header.
-constexpr std::size_t longestReason = 1000;
+
+/// Whether servers say that somebody else will answer: one is shut down, or another one leads.
+bool isMoving(const std::string& words)
+{
+  return words.find("Shutdown") != std::string::npos || words.find("Leadership") != std::string::npos ||
+         words.find("MaxWaiting") != std::string::npos;
+}
 
 }  // namespace
 
@@ -92,6 +99,13 @@ bool Consumer::State::isMade(natsStatus status, jsErrCode code, const jsConsumer
   if (config.AckWait != std::chrono::nanoseconds(options.ackWait).count()) {
     throw Error(function, what + ": the consumer of that name has another time for acknowledging, " +
                               std::to_string(config.AckWait / 1000000) + " ms");
+  }
+  if (config.MaxDeliver > 0 || config.DeliverPolicy != js_DeliverAll || config.BackOffLen > 0 ||
+      config.InactiveThreshold > 0) {
+    throw Error(function,
+                what +
+                    ": the consumer of that name leaves messages behind, by max_deliver, deliver_policy, " +
+                    "backoff or inactive_threshold");
   }
   return true;
 }
@@ -158,8 +172,8 @@ Consumer::Consumer(Connection& connection, ConsumerOptions options)
   if (!state.options.cls.empty()) {
     checkName("a class", state.options.cls);
   }
-  if (state.options.maxDeliveries < 1 || state.options.ackWait.count() < 1) {
-    throw Error(function, "a consumer needs at least one delivery, and a time for acknowledging");
+  if (state.options.maxDeliveries < 0 || state.options.ackWait.count() < 1) {
+    throw Error(function, "a consumer needs a time for acknowledging, and no negative number of deliveries");
   }
   if (state.options.catalogue == nullptr) {
     state.options.catalogue = &Registry::current();
@@ -182,9 +196,62 @@ Consumer::Consumer(Connection& connection, ConsumerOptions options)
   if (names == nullptr || names->Count == 0) {
     throw Error(function, "no stream keeps the dead letters, subject " + dead);
   }
+  state.requireWholeLetters(names->List[0]);
+  if (state.options.stream != names->List[0]) {
+    state.requireWholeLetters(state.options.stream.c_str());
+  }
+}
+
+/// A stream that drops messages for other reasons than their age and number keeps neither dead letters nor a
+/// record. Of the own one it is also learned when it was made.
+void Consumer::State::requireWholeLetters(const char* stream)
+{
+  constexpr const char* function = "Consumer::Consumer";
+  jsErrCode code{};
+  jsStreamInfo* info = nullptr;
+  const natsStatus status = persistently(connection, code, [&] {
+    return js_GetStreamInfo(&info, connection.context.get(), stream, nullptr, &code);
+  });
+  const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
+  check(status, function, std::string("cannot look at stream ") + stream);
+  if (info->Config->Retention == js_InterestPolicy || info->Config->MaxMsgsPerSubject > 0) {
+    throw Error(function,
+                std::string("stream ") + stream +
+                    " would drop dead letters: it has interest retention, or a limit for each subject");
+  }
+  if (options.stream == stream) {
+    streamMade = info->Created;
+  }
 }
 
 Consumer::~Consumer() = default;
+
+std::string Consumer::State::identifier(std::uint64_t sequence) const
+{
+  return options.stream + "." + std::to_string(streamMade) + "." + options.durable + "." +
+         std::to_string(sequence);
+}
+
+bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, const std::string& why)
+{
+  log().logError("Consumer", "message %llu of stream %s (%s) goes to the dead letters: %s",
+                 static_cast<unsigned long long>(sequence), options.stream.c_str(),
+                 natsMsg_GetSubject(message), why.c_str());
+  natsStatus status =
+      storeDeadLetter(connection, message, {options.stream, options.durable, identifier(sequence), sequence},
+                      options.prefix, why);
+  if (status == NATS_OK) {
+    jsErrCode code{};
+    status = natsMsg_AckSync(message, nullptr, &code);
+    ++counts.dead;
+  }
+  if (status != NATS_OK) {
+    ++counts.unburied;
+    log().logError("Consumer", "message %llu of stream %s stays there: %s",
+                   static_cast<unsigned long long>(sequence), options.stream.c_str(), reason(status).c_str());
+  }
+  return status == NATS_OK;
+}
 
 jsConsumerInfo* Consumer::State::info()
 {
@@ -195,56 +262,6 @@ jsConsumerInfo* Consumer::State::info()
                               options.durable.c_str(), nullptr, &code);
   });
   return status == NATS_OK ? info : nullptr;
-}
-
-bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, std::string why)
-{
-  if (why.size() > longestReason) {
-    why.resize(longestReason);
-  }
-  const std::string subject = natsMsg_GetSubject(message);
-  log().logError("Consumer", "message %llu of stream %s (%s) goes to the dead letters: %s",
-                 static_cast<unsigned long long>(sequence), options.stream.c_str(), subject.c_str(),
-                 why.c_str());
-  natsMsg* made = nullptr;
-  const std::string to = deadSubject(options.prefix);
-  if (natsMsg_Create(&made, to.c_str(), nullptr, natsMsg_GetData(message), natsMsg_GetDataLength(message)) !=
-      NATS_OK) {
-    return false;
-  }
-  const MessageOwner dead(made);
-  natsStatus status = NATS_OK;
-  const auto set = [&](const char* name, const char* value) {
-    if (status == NATS_OK && value != nullptr) {
-      status = natsMsgHeader_Set(made, name, value);
-    }
-  };
-  for (const char* name : {tagHeader, classHeader, fingerprintHeader, versionHeader, formHeader}) {
-    set(name, header(message, name));
-  }
-  const std::string number = std::to_string(sequence);
-  // Of several receivers that give a message up, one stores it.
-  const std::string id = "dead." + options.stream + "." + options.durable + "." + number;
-  set(idHeader, id.c_str());
-  set(reasonHeader, why.c_str());
-  set(streamHeader, options.stream.c_str());
-  set(sequenceHeader, number.c_str());
-  set(durableHeader, options.durable.c_str());
-  set(subjectHeader, subject.c_str());
-  jsErrCode code{};
-  std::uint64_t place = 0;
-  if (status == NATS_OK) {
-    status = publishNow(connection, made, std::nullopt, code, place);
-  }
-  if (status == NATS_OK) {
-    status = natsMsg_AckSync(message, nullptr, &code);
-    ++counts.dead;
-  }
-  if (status != NATS_OK) {
-    log().logError("Consumer", "message %s of stream %s stays there: %s", number.c_str(),
-                   options.stream.c_str(), reason(status).c_str());
-  }
-  return status == NATS_OK;
 }
 
 std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::milliseconds wait)
@@ -259,13 +276,23 @@ std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::millisecond
       natsSubscription_Fetch(&list, state.subscription.get(),
                              static_cast<int>(std::min<std::size_t>(most, mostPending)), wait.count(), &code);
   if (status != NATS_OK) {
+    const std::string words = reason(status);
     if (natsConnection_IsClosed(state.connection.connection.get())) {
-      const std::lock_guard lock(state.connection.mutex);
-      throw Error(function, "the connection has ended: " + state.connection.ended);
+      throw Error(function, "the connection has ended: " + endOf(state.connection));
     }
-    if (status != NATS_TIMEOUT && status != NATS_NO_RESPONDERS && status != NATS_CONNECTION_DISCONNECTED) {
-      check(status, function,
-            "cannot receive from stream " + state.options.stream + " as " + state.options.durable);
+    const std::string what =
+        "cannot receive from stream " + state.options.stream + " as " + state.options.durable;
+    if (status == NATS_NO_RESPONDERS) {
+      jsConsumerInfo* info = nullptr;
+      const natsStatus is =
+          js_GetConsumerInfo(&info, state.connection.context.get(), state.options.stream.c_str(),
+                             state.options.durable.c_str(), nullptr, &code);
+      const ConsumerInfoOwner owner(is == NATS_OK ? info : nullptr);
+      if (is == NATS_NOT_FOUND) {
+        throw Error(function, what + ": the consumer is gone");
+      }
+    } else if (status != NATS_TIMEOUT && status != NATS_CONNECTION_DISCONNECTED && !isMoving(words)) {
+      throw Error(function, what + ": " + words);
     }
     if (status != NATS_TIMEOUT) {  // nobody is there to wait for
       std::this_thread::sleep_until(asked + wait);
@@ -279,7 +306,14 @@ std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::millisecond
     jsMsgMetaData* meta = nullptr;
     check(natsMsg_GetMetaData(&meta, message), function, "a message without its place in the stream");
     const std::unique_ptr<jsMsgMetaData, Destroyer<jsMsgMetaData_Destroy>> metaOwner(meta);
-    if (meta->NumDelivered > static_cast<std::uint64_t>(state.options.maxDeliveries)) {
+    if (state.options.isDone && state.options.isDone(meta->Sequence.Stream)) {
+      // Not confirmed: if that is lost, it comes again.
+      static_cast<void>(natsMsg_Ack(message, nullptr));
+      ++state.counts.done;
+      continue;
+    }
+    if (state.options.maxDeliveries > 0 &&
+        meta->NumDelivered > static_cast<std::uint64_t>(state.options.maxDeliveries)) {
       static_cast<void>(state.bury(
           message, meta->Sequence.Stream,
           "it was delivered " + std::to_string(meta->NumDelivered - 1) + " times and never acknowledged"));
@@ -352,7 +386,7 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
 {
   const std::vector<Delivery> deliveries = fetch(most, wait);
   for (const Delivery& delivery : deliveries) {
-    std::string why;
+    std::optional<std::string> why;
     try {
       handler(delivery);
     } catch (const std::exception& error) {
@@ -360,10 +394,10 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
     } catch (...) {
       why = "an exception of another kind";
     }
-    if (!why.empty()) {
+    if (why.has_value()) {
       log().logError("Consumer", "message %llu of stream %s will be delivered again: %s",
                      static_cast<unsigned long long>(delivery.sequence), state_->options.stream.c_str(),
-                     shown(why).c_str());
+                     shown(*why).c_str());
     } else if (&delivery == &deliveries.back()
                    ? confirm(delivery)
                    : natsMsg_Ack(delivery.native_->message.get(), nullptr) == NATS_OK) {
@@ -396,59 +430,9 @@ std::uint64_t Consumer::acknowledgedUpTo()
   return info->AckFloor.Stream;
 }
 
-std::vector<DeadLetter> deadLetters(Connection& connection, const std::string& stream,
-                                    std::string_view prefix, std::uint64_t from, std::size_t most)
+std::string Consumer::identifierOf(const Delivery& delivery) const
 {
-  constexpr const char* function = "deadLetters";
-  checkName("a stream", stream);
-  checkPrefix(prefix);
-  const std::string what = "cannot read the dead letters in stream " + stream;
-  const std::string subject = deadSubject(prefix);
-  Connection::State& state = connection.state();
-  jsErrCode code{};
-  natsMsg* got = nullptr;
-  natsStatus status =
-      js_GetLastMsg(&got, state.context.get(), stream.c_str(), subject.c_str(), nullptr, &code);
-  std::vector<DeadLetter> letters;
-  if (status == NATS_NOT_FOUND && code != JSStreamNotFoundErr) {
-    return letters;
-  }
-  check(status, function, what);
-  const std::uint64_t last = natsMsg_GetSequence(got);
-  natsMsg_Destroy(got);
-  jsSubOptions how;
-  check(jsSubOptions_Init(&how), function, what);
-  how.Stream = stream.c_str();
-  how.Ordered = true;
-  how.Config.DeliverPolicy = js_DeliverByStartSequence;
-  how.Config.OptStartSeq = std::max<std::uint64_t>(from, 1);
-  natsSubscription* subscribed = nullptr;
-  if (from <= last) {
-    check(js_SubscribeSync(&subscribed, state.context.get(), subject.c_str(), nullptr, &how, &code), function,
-          what);
-  }
-  const SubscriptionOwner owner(subscribed);
-  for (std::uint64_t place = from == 0 ? 0 : from - 1; place < last && letters.size() < most;) {
-    check(natsSubscription_NextMsg(&got, subscribed, state.settings.timeout.count()), function, what);
-    const MessageOwner message(got);
-    jsMsgMetaData* meta = nullptr;
-    check(natsMsg_GetMetaData(&meta, got), function, what);
-    place = meta->Sequence.Stream;
-    jsMsgMetaData_Destroy(meta);
-    const auto text = [&](const char* name) {
-      const char* const value = header(got, name);
-      return std::string(value != nullptr ? value : "");
-    };
-    const auto* const body = reinterpret_cast<const std::byte*>(natsMsg_GetData(got));
-    letters.push_back({.place = place,
-                       .why = text(reasonHeader),
-                       .stream = text(streamHeader),
-                       .sequence = std::strtoull(text(sequenceHeader).c_str(), nullptr, 10),
-                       .durable = text(durableHeader),
-                       .subject = text(subjectHeader),
-                       .body = {body, body + natsMsg_GetDataLength(got)}});
-  }
-  return letters;
+  return state_->identifier(delivery.sequence);
 }
 
 const ConsumerCounts& Consumer::counts() const

@@ -37,8 +37,12 @@ struct ConsumerOptions
   /// How long a message may be worked on before it is delivered again. Of a consumer that exists this and the
   /// filter must be the same.
   std::chrono::milliseconds ackWait{30000};
-  /// How often a message is delivered before it goes to the dead letters.
+  /// How often a message is delivered before it goes to the dead letters; 0: without end. Servers count a
+  /// delivery whatever becomes of it, also where the receiver has no disk space left.
   int maxDeliveries = 5;
+  /// Whether the message at a place of the stream is done already, so that it is acknowledged and not
+  /// delivered; empty: none is. Called by fetch().
+  std::function<bool(std::uint64_t sequence)> isDone{};
   /// What messages are decoded with; null: the catalogue in use where the consumer is made. Outlives the
   /// consumer.
   const Registry* catalogue = nullptr;
@@ -88,6 +92,8 @@ struct ConsumerCounts
   std::uint64_t delivered = 0;     ///< to the caller
   std::uint64_t acknowledged = 0;  ///< by the caller's word
   std::uint64_t dead = 0;          ///< sent to the dead letters
+  std::uint64_t unburied = 0;      ///< could not be sent there: they are delivered again
+  std::uint64_t done = 0;          ///< acknowledged without delivery: isDone said so
   std::uint64_t redelivered = 0;   ///< of `delivered`, not for the first time
 };
 
@@ -97,8 +103,8 @@ class KWXML_API Consumer
 {
 public:
   /// Takes part in the durable consumer, and makes it where there is none. Throws Error when the stream is
-  /// missing, when no stream keeps the dead letters, and when a consumer of that name receives something
-  /// else.
+  /// missing, when no stream keeps all dead letters, and when a consumer of that name receives something
+  /// else, or leaves messages behind.
   Consumer(Connection& connection, ConsumerOptions options);
   /// What was not acknowledged is delivered again.
   ~Consumer();
@@ -136,6 +142,10 @@ public:
   /// Up to this place of the stream all messages are acknowledged. Throws Error.
   std::uint64_t acknowledgedUpTo();
 
+  /// Says which message it is, as nothing else does: the stream and when it was made, the durable, and the
+  /// place. For identifiers of what is made of the message.
+  std::string identifierOf(const Delivery& delivery) const;
+
   /// What was done so far.
   const ConsumerCounts& counts() const;
   /// What the consumer was made with.
@@ -148,23 +158,5 @@ private:
 
   std::unique_ptr<State> state_;
 };
-
-/// A message that could not be used, as it lies among the dead letters.
-struct DeadLetter
-{
-  std::uint64_t place;          ///< in the stream that keeps the dead letters
-  std::string why{};            ///< the reason
-  std::string stream{};         ///< where the message was
-  std::uint64_t sequence;       ///< its place there
-  std::string durable{};        ///< the durable consumer that could not use it
-  std::string subject;          ///< its subject
-  std::vector<std::byte> body;  ///< the message's bytes
-};
-
-/// The dead letters of a prefix that a stream keeps from its place `from` on, up to `most`, in their order.
-/// They stay there. Throws Error.
-KWXML_API std::vector<DeadLetter> deadLetters(Connection& connection, const std::string& stream,
-                                              std::string_view prefix, std::uint64_t from = 1,
-                                              std::size_t most = 1000);
 
 }  // namespace kwxml::nats

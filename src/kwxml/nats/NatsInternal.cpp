@@ -59,6 +59,20 @@ const char* header(const natsMsg* message, const char* name)
   return natsMsgHeader_Get(const_cast<natsMsg*>(message), name, &value) == NATS_OK ? value : nullptr;
 }
 
+std::string endOf(Connection::State& state)
+{
+  {
+    const std::lock_guard lock(state.mutex);
+    if (!state.ended.empty()) {
+      return state.ended;
+    }
+  }
+  // The client's thread has not told yet.
+  const char* words = nullptr;
+  const natsStatus status = natsConnection_GetLastError(state.connection.get(), &words);
+  return words != nullptr && *words != '\0' ? words : natsStatus_GetText(status);
+}
+
 natsStatus publishNow(Connection::State& state, natsMsg* message, std::optional<std::uint64_t> expected,
                       jsErrCode& code, std::uint64_t& sequence)
 {

@@ -112,6 +112,21 @@ struct Connection::State
   std::string server;  ///< the last one
 };
 
+/// Where a message was that could not be used.
+struct DeadLetterOrigin
+{
+  std::string stream;
+  std::string durable;
+  std::string identifier;  ///< Consumer::identifierOf()
+  std::uint64_t sequence;
+};
+/// Stores a message among the dead letters.
+natsStatus storeDeadLetter(Connection::State& connection, natsMsg* message, const DeadLetterOrigin& origin,
+                           const std::string& prefix, const std::string& why);
+
+/// Why a connection has ended, in words.
+std::string endOf(Connection::State& state);
+
 /// Asks the servers until they answer, or have not for three times their time. A cluster that changes its
 /// leader answers nothing for a while. `code` is what `ask` has set.
 template <class Ask>

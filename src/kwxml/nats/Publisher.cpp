@@ -66,10 +66,12 @@ struct Publisher::State
   const std::function<void(const Settled&)> settled;
   CallbackKey<State> key;
   ContextOwner context;
-  std::string ownId;  ///< begins the identifiers that the publisher makes
+  std::chrono::nanoseconds duplicateWindow{0};  ///< of the stream, if one is named
+  std::string ownId;                            ///< begins the identifiers that the publisher makes
 
   mutable std::mutex mutex;
   std::mutex telling;  ///< one call of `settled` at a time
+  bool ended = false;  ///< the publisher is gone: nobody is told. With `telling`
   // Each waiter has a condition of its own: waking a thread costs more than all else about a message.
   std::condition_variable roomy;  ///< for publish(): a good part of the window is free
   std::condition_variable empty;  ///< for flush(): nothing is on its way
@@ -136,7 +138,11 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
     return;
   }
   const std::lock_guard order(telling);
-  Settled what{.number = 0, .sequence = ack->Sequence, .duplicate = ack->Duplicate, .why = {}};
+  if (ended) {
+    natsMsg_Destroy(message);
+    return;
+  }
+  Settled what{.number = 0, .sequence = ack->Sequence, .duplicate = ack->Duplicate};
   {
     const std::lock_guard lock(mutex);
     const auto found = flights.find(message);
@@ -155,7 +161,11 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
 void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words)
 {
   const std::lock_guard order(telling);
-  Settled what{.number = 0, .sequence = 0, .duplicate = false, .why = {}};
+  if (ended) {
+    natsMsg_Destroy(message);
+    return;
+  }
+  Settled what{.number = 0, .sequence = 0};
   bool isFirst = false;
   {
     const std::lock_guard lock(mutex);
@@ -173,6 +183,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
       return;
     }
     what.number = found->second.number;
+    what.refused = !isPassing(status, code) && (code != 0 || status == NATS_MAX_PAYLOAD);
     what.why = std::string(natsMsg_GetSubject(message)) + ": " +
                (status == NATS_NO_RESPONDERS ? "no stream takes the subject, or none answers"
                 : words.empty()              ? natsStatus_GetText(status)
@@ -227,10 +238,13 @@ namespace {
 
 void onAcknowledged(jsCtx*, natsMsg* message, jsPubAck* ack, jsPubAckErr* error, void* closure)
 {
-  if (const auto state = CallbackKey<Publisher::State>::find(closure)) {
-    state->acknowledged(message, ack, error);
-  } else {
-    natsMsg_Destroy(message);
+  try {
+    if (const auto state = CallbackKey<Publisher::State>::find(closure)) {
+      state->acknowledged(message, ack, error);
+    } else {
+      natsMsg_Destroy(message);
+    }
+  } catch (...) {  // no memory: nothing may leave through the client, and the message stays on its way
   }
 }
 
@@ -259,6 +273,13 @@ Publisher::Publisher(Connection& connection, PublisherOptions options,
     });
     const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
     check(status, function, "cannot send to stream " + state.options.stream);
+    state.duplicateWindow = std::chrono::nanoseconds(info->Config->Duplicates);
+    if (state.duplicateWindow < state.options.giveUpAfter) {
+      throw Error(function,
+                  "stream " + state.options.stream + " knows identifiers for " +
+                      std::to_string(std::chrono::ceil<std::chrono::seconds>(state.duplicateWindow).count()) +
+                      " s, which is less than the time for sending; repeats could be stored twice");
+    }
   }
   jsOptions how;
   check(jsOptions_Init(&how), function, "cannot begin to publish");
@@ -280,6 +301,9 @@ Publisher::~Publisher()
   }
   state_->late.notify_all();
   state_->repeater.join();
+  // A callback that has begun ends before; none begins behind this.
+  const std::lock_guard order(state_->telling);
+  state_->ended = true;
 }
 
 Outcome Publisher::publish(const YMMessageBase& message, std::string_view id, std::uint64_t* number)
@@ -324,8 +348,7 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
       state.roomy.wait_for(lock, look);
     }
     if (isOver()) {
-      const std::lock_guard why(state.connection.mutex);
-      throw Error(function, "the connection has ended: " + state.connection.ended);
+      throw Error(function, "the connection has ended: " + endOf(state.connection));
     }
     const std::uint64_t mine = ++state.counts.taken;
     const std::string unique = id.empty() ? state.ownId + "." + std::to_string(mine) : std::string(id);
@@ -356,6 +379,11 @@ std::uint64_t Publisher::settledUpTo() const
 {
   const std::lock_guard lock(state_->mutex);
   return state_->upTo;
+}
+
+std::chrono::nanoseconds Publisher::duplicateWindow() const
+{
+  return state_->duplicateWindow;
 }
 
 PublisherCounts Publisher::counts() const

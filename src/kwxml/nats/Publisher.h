@@ -51,8 +51,10 @@ struct Settled
 {
   std::uint64_t number;    ///< of the message, as publish() gave it
   std::uint64_t sequence;  ///< in the stream; 0 when the message has failed
-  bool duplicate;          ///< whether the stream had it before
+  bool duplicate = false;  ///< whether the stream had it before
   std::string why{};       ///< of a failure, in words; else empty
+  /// Of a failure: whether the stream refused this message. Otherwise no stream answered in time.
+  bool refused = false;
 };
 
 /// How many messages were sent so far.
@@ -70,8 +72,10 @@ class KWXML_API Publisher
 {
 public:
   /// `settled` (empty: none) is called for each message once it is stored or has failed, one call at a time,
-  /// by a thread of the client; it must not throw, and must not call the publisher. Throws Error for options
-  /// that make no sense, and when there is no stream of the name.
+  /// by a thread of the client or the publisher, or by the one that publishes; it must not throw, must not
+  /// call the publisher, and is not called any more when the publisher has ended. Throws Error for options
+  /// that make no sense, when there is no stream of the name, and when that forgets identifiers sooner than
+  /// `giveUpAfter`.
   Publisher(Connection& connection, PublisherOptions options,
             std::function<void(const Settled&)> settled = {});
   /// Does not wait: messages on their way may be stored or not. Call flush() before.
@@ -92,6 +96,8 @@ public:
   [[nodiscard]] bool flush(std::chrono::milliseconds wait);
   /// The number up to which all messages are settled: stored or failed.
   std::uint64_t settledUpTo() const;
+  /// How long the stream knows identifiers; 0 where the options name no stream.
+  std::chrono::nanoseconds duplicateWindow() const;
   /// What was sent so far.
   PublisherCounts counts() const;
   /// Why the first of the failed messages failed; empty while none has.

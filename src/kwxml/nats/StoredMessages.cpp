@@ -157,7 +157,7 @@ struct StoredMessages::State
   std::string receiver;
   std::uint64_t floor = 0;  ///< messages up to it are acknowledged: nobody delivers them again
   std::uint64_t last = 0;   ///< the last entry that is known and counts
-  std::uint64_t tail = 0;   ///< the last one that is known
+  std::uint64_t tail = 0;   ///< the last one that is known, from `last` on
   Places stored{};
   std::optional<std::uint64_t> mark{};
   jsErrCode code{};
@@ -201,6 +201,12 @@ bool StoredMessages::State::get(std::uint64_t place, Entry& entry, natsStatus& s
   }
   const MessageOwner message(got);
   entry = Entry::read({natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got))});
+  // What is stored, and what was written, lies before. Anybody can send to the subject.
+  const auto& stretches = entry.stored.stretches();
+  if (subject != natsMsg_GetSubject(got) || entry.after >= place ||
+      (!stretches.empty() && stretches.rbegin()->second >= place)) {
+    throw Error("StoredMessages", what() + ": message " + std::to_string(place) + " is no entry of it");
+  }
   return true;
 }
 
@@ -257,6 +263,7 @@ natsStatus StoredMessages::State::refresh()
 
 natsStatus StoredMessages::State::begin()
 {
+  last = tail = 0;
   natsMsg* got = nullptr;
   natsStatus status =
       js_GetLastMsg(&got, connection.context.get(), stream.c_str(), subject.c_str(), nullptr, &code);
@@ -268,8 +275,11 @@ natsStatus StoredMessages::State::begin()
   }
   const MessageOwner message(got);
   // Whether this one counts is not known here; the one that it names does.
-  const std::uint64_t end =
-      Entry::read({natsMsg_GetData(got), static_cast<std::size_t>(natsMsg_GetDataLength(got))}).after;
+  Entry tip;
+  if (!get(natsMsg_GetSequence(got), tip, status)) {
+    return status;
+  }
+  const std::uint64_t end = tip.after;
   std::vector<Entry> entries;
   bool hasMark = false;
   // Entries before the floor name nothing that is delivered again; the own mark is wanted from wherever it
@@ -299,7 +309,12 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
     entry.stored.add(sequence, sequence);
   }
   while (true) {
+    if (sequences.empty()) {  // says nothing new: the mark is that of the last entry, which may have come
+                              // meanwhile
+      entry.mark = mark.value_or(newMark);
+    }
     entry.after = last;
+    bool isGone = false;
     const std::string text = entry.text();
     Entry behind;
     std::uint64_t place = 0;
@@ -312,12 +327,20 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
       natsStatus status = publishNow(connection, made, std::max(last, tail), code, own);
       // Whatever the answer, or without one: what stands behind the last entry counts.
       if (status == NATS_OK || code == JSStreamWrongLastSequenceErr || isPassing(status, code)) {
+        const bool isRefused = code == JSStreamWrongLastSequenceErr;
         code = static_cast<jsErrCode>(0);
         const natsStatus asked = successor(place, behind);
-        status = asked != NATS_OK ? asked : place != 0 ? NATS_OK : NATS_TIMEOUT;
+        // The stream may have dropped the last entry: then it expects another one, which nothing here stands
+        // behind.
+        isGone = isRefused && asked == NATS_OK && place == 0;
+        status = asked != NATS_OK ? asked : place != 0 || isGone ? NATS_OK : NATS_TIMEOUT;
       }
       return status;
     });
+    if (isGone) {
+      insist(function, [this] { return begin(); });
+      continue;
+    }
     if (behind.id == entry.id) {
       take(entry);
       last = place;

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace kwxml::nats {
 
@@ -20,11 +19,11 @@ namespace {
 constexpr const char* formNames[] = {nullptr, "xml", "json"};
 constexpr int binaryVersion = 2;
 
-/// Whether a text can be one token of a subject or a name, which ends up in one.
+/// Whether a text can be one token of a subject or a name: what servers and their files take anywhere.
 bool isToken(std::string_view text)
 {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-    return static_cast<unsigned char>(c) > ' ' && c != '\x7F' && std::strchr(".*>/\\\"", c) == nullptr;
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == '-';
   });
 }
 
@@ -198,11 +197,20 @@ Unpacked unpack(std::string_view subject, std::string_view prefix, std::span<con
         "its subject " + shown(subject) + " does not name the class of its body, " + message.getTagName();
     return result;
   }
+  if (const char* const tag = header(tagHeader);
+      tag != nullptr && std::to_string(message.getTagID()) != tag) {
+    result.why = "its header names another class than its body, " + message.getTagName();
+    return result;
+  }
   const char* const written = header(fingerprintHeader);
   if (result.problems.has(ProblemKind::WireCodeUnclear) &&
       (written == nullptr || hexadecimal(fingerprint(message)) != written)) {
-    result.why = "a field may have another wire type in the catalogue that wrote it: " +
-                 result.problems.entries().front().text;
+    const auto& entries = result.problems.entries();
+    const auto unclear = std::find_if(entries.begin(), entries.end(), [](const Problems::Entry& problem) {
+      return problem.kind == ProblemKind::WireCodeUnclear;
+    });
+    result.why = "a field may have another wire type in the catalogue that wrote it" +
+                 (unclear != entries.end() ? ": " + unclear->text : std::string());
     return result;
   }
   result.message = std::move(read.message);

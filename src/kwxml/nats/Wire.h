@@ -60,10 +60,10 @@ enum class Form : std::uint8_t
   Json,    ///< UTF-8
 };
 
-/// Throws Error unless `prefix` is one or more tokens of a subject, with "." between and without wildcards.
+/// Throws Error unless `prefix` is one or more tokens of a subject, of letters, digits, "-" and "_", with "."
+/// between.
 KWXML_API void checkPrefix(std::string_view prefix);
-/// Throws Error unless `name` can be that of a stream or a durable consumer: neither empty nor with blanks,
-/// ".", "*", ">", slashes or control characters.
+/// Throws Error unless `name` can be that of a stream or a durable consumer: letters, digits, "-" and "_".
 KWXML_API void checkName(const char* what, std::string_view name);
 /// The subjects of a system's class, with wildcards for what is empty: "PREFIX.*.*", "PREFIX.Pets.Cat". A
 /// class alone, without its system, is looked for in all systems.
