@@ -16,6 +16,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <thread>
 
 namespace kwxml::tool {
 
@@ -82,6 +83,7 @@ private:
   {
     nats::PublisherOptions how = publisherOptions(options.target, connection);
     how.window = options.window;
+    how.waits = false;  // an interrupt is looked at meanwhile
     return how;
   }
   /// What publish() was given and where the file then stood.
@@ -218,7 +220,14 @@ bool Sending::sendNext(MessageInput& input)
       failAsChanged(input);
     }
     OnTheWay sent{.number = 0, .records = number, .sum = sum_.value()};
-    static_cast<void>(publisher_.publish(packed, standing_.run + "." + std::to_string(number), &sent.number));
+    const std::string id = standing_.run + "." + std::to_string(number);
+    while (publisher_.publish(packed, id, &sent.number) == nats::Outcome::Full) {
+      advance();
+      if (Interrupts::come()) {
+        return true;  // not sent: the same command begins with it
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     onTheWay_.push_back(sent);
   } catch (const nats::Error& error) {
     if (connection_.isClosed()) {
