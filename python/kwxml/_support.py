@@ -214,6 +214,8 @@ def enumerator_named(path, cls, name):
         if usable in cls.__members__:
             return cls.__members__[usable]
     names = list(cls.__members__) if cls is not None else []
+    if isinstance(name, Password):
+        raise ValueError(f"{path}: a password is no enumerator")
     raise ValueError(f"{path}: '{shown(name)}' is no enumerator{suggestion(name, names)}")
 
 

@@ -30,12 +30,30 @@ def setdefault(self, key, default=None):
     return self[key]
 
 
+_missing = object()
+
+
+def pop(self, key, default=_missing):
+    """Takes the key out and gives its value, or the default where there is none."""
+    try:
+        value = self[key]
+    except KeyError:
+        if default is _missing:
+            raise
+        return default
+    del self[key]
+    return value
+
+
 def sort(self, *, key=None, reverse=False):
     """Sorts the list as list.sort() does. Messages have no order of their own, and stay the same objects."""
-    keys = list(self)
-    if key is not None:
-        keys = [key(value) for value in keys]
-    self._arrange(sorted(range(len(keys)), key=keys.__getitem__, reverse=reverse))
+    values = list(self)
+    keys = values if key is None else [key(value) for value in values]
+    order = sorted(range(len(keys)), key=keys.__getitem__, reverse=reverse)
+    # Keys and comparisons may run any code. A number that is not even equal to itself may stay so.
+    if any(a is not b and a != b and not (a != a and b != b) for a, b in zip(values, self)):
+        raise ValueError("the list has changed while it was sorted")
+    self._arrange(order)
 
 
 def _list_copy(self):
@@ -55,7 +73,7 @@ for name in ("pop", "remove", "__iadd__"):
     setattr(List, name, getattr(MutableSequence, name))
 for name in ("index", "count", "__reversed__"):
     setattr(List, name, getattr(Sequence, name))
-for name in ("pop", "popitem", "update"):
+for name in ("popitem", "update"):
     setattr(Map, name, getattr(MutableMapping, name))
 for name in ("get", "keys", "items", "values"):
     setattr(Map, name, getattr(Mapping, name))
@@ -64,6 +82,7 @@ List.copy = _list_copy
 List.__add__ = _add
 List.__radd__ = _add_to
 Map.__eq__ = _equal
+Map.pop = pop
 Map.setdefault = setdefault
 List.__reduce__ = _as_list
 Map.__reduce__ = _as_dict

@@ -209,7 +209,11 @@ void Catalogue::fill(ClassInfo& cls)
     field.list = listAccess(def.type);
     field.map = mapAccess(def.type);
     const AnnotationRecord annotations(def.annotations);
-    field.isDate = annotations.dateForm() == 1 || annotations.dateForm() == 2;
+    // An unsigned number is a number whatever the schema says of it.
+    const FieldDataType element = fieldTypeInfo(def.type).element;
+    const FieldDataType number = element != FIELD_UNSET ? element : def.type;
+    const bool isUnsigned = number == FIELD_UINT || number == FIELD_ULONG || number == FIELD_ULONGLONG;
+    field.isDate = (annotations.dateForm() == 1 || annotations.dateForm() == 2) && !isUnsigned;
     field.isSecret = def.type == FIELD_PSTRING || annotations.has(annotationTag("Password"));
     const char* const doc = registry_.doc(cls.system, cls.index, def.fieldNumber);
     field.doc = typeText(field) + (*doc != '\0' ? ": " + std::string(doc) : "");

@@ -153,9 +153,12 @@ Ref readField(MessageObject& message, const FieldInfo& field)
       return value != nullptr ? toPython<Tag::type>(field, *static_cast<const typename Tag::Value*>(value))
                               : share(Py_None);
     } else if constexpr (MessageValue<Tag>) {
+      // Asked twice, and anything may have moved the message meanwhile: a class that is made can start the
+      // collector.
       Ref found = nestedAt(message, [&] {
+        YMMessageBase& now = *message.message;
         return static_cast<YMMessageBase*>(
-            field.isSet(values) ? values.getObject(field.number, field.slot, tag, hash) : nullptr);
+            field.isSet(now) ? now.getObject(field.number, field.slot, tag, hash) : nullptr);
       });
       return found != nullptr ? std::move(found) : share(Py_None);
     } else {

@@ -73,6 +73,33 @@ std::string whole(std::string path)
   return path;
 }
 
+/// May wait: for the other end of a pipe, perhaps.
+void open(CYxFile& file, const std::string& path, CYxFile::Mode mode)
+{
+  CYxError error;
+  bool isOpen = false;
+  {
+    const Released released;
+    isOpen = file.Open(path.c_str(), mode, &error);
+  }
+  if (!isOpen) {
+    failFile(error, path);
+  }
+}
+
+/// The layout that a file which is not empty begins with.
+std::optional<RecordLayout> layoutOf(CYxFile& file, const std::string& path)
+{
+  char head[12];
+  CYxError error;
+  const long long size = file.Size(&error);
+  const long long read = size >= 0 ? file.Read(head, sizeof head, &error) : -1;
+  if (read < 0 || file.Seek(0, CYxFile::Origin::Begin, &error) < 0) {
+    failFile(error, path);
+  }
+  return recordLayout({head, static_cast<std::size_t>(read)}, static_cast<std::uint64_t>(size));
+}
+
 class RecordReader
 {
 public:
@@ -92,10 +119,7 @@ public:
     rules_ = {
         .lenient = lenient, .strict = strict, .problems = problems.is_none() ? nullptr : problems.ptr()};
     context_.setMemoryLimit(memoryLimit);
-    CYxError error;
-    if (!file_.Open(path_.c_str(), CYxFile::Mode::Read, &error)) {
-      failFile(error, path_);
-    }
+    open(file_, path_, CYxFile::Mode::Read);
     if (!layout.is_none()) {
       layout_ = layoutNamed(layout);
     } else {
@@ -110,7 +134,10 @@ public:
   Ref next()
   {
     const Turn turn(taken_, "reader");
-    if (!layout_ || !file_.IsValid()) {
+    if (!file_.IsValid()) {
+      fail(PyExc_ValueError, path_ + ": the file is closed");
+    }
+    if (!layout_) {
       return nullptr;
     }
     problems_.clear();
@@ -152,17 +179,15 @@ private:
 
   void guessLayout()
   {
-    char head[12];
     CYxError error;
     const long long size = file_.Size(&error);
-    const long long read = size >= 0 ? file_.Read(head, sizeof head, &error) : -1;
-    if (read < 0 || file_.Seek(0, CYxFile::Origin::Begin, &error) < 0) {
+    if (size < 0) {
       failFile(error, path_);
     }
     if (size == 0) {
       return;  // no record
     }
-    layout_ = recordLayout({head, static_cast<std::size_t>(read)}, static_cast<std::uint64_t>(size));
+    layout_ = layoutOf(file_, path_);
     if (!layout_) {
       failRecord("the file holds neither records nor a batch");
     }
@@ -227,13 +252,24 @@ public:
   RecordWriter(std::string path, const py::object& layout, bool append, bool durable)
       : path_(whole(std::move(path))), layout_(layoutNamed(layout))
   {
-    CYxError error;
-    if (!file_.Open(path_.c_str(), append ? CYxFile::Mode::Update : CYxFile::Mode::Truncate, &error)) {
-      failFile(error, path_);
-    }
+    open(file_, path_, append ? CYxFile::Mode::Update : CYxFile::Mode::Truncate);
     handler_.setFile(&file_);
     handler_.setDurable(durable);
-    if (append && file_.Size() > 0 && handler_.cutTornTail(cut_) != YMMessageBaseFileHandler::Success) {
+    if (!append || file_.Size() == 0) {
+      return;
+    }
+    // Of a file that ends within its first record nothing is known but that.
+    if (const auto found = layoutOf(file_, path_); found.has_value() && found != layout_) {
+      fail(PyExc_ValueError, path_ + ": the file is " +
+                                 (*found == RecordLayout::Batch ? "a batch" : "one of records") +
+                                 ": nothing is appended in the other layout");
+    }
+    bool isWhole = false;
+    {
+      const Released released;
+      isWhole = handler_.cutTornTail(cut_) == YMMessageBaseFileHandler::Success;
+    }
+    if (!isWhole) {
       fail(supported("EncodeError").get(), path_ + ": the file is damaged: nothing is appended");
     }
   }

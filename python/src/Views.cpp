@@ -337,6 +337,9 @@ PyObject* mapIterate(PyObject* self) noexcept
 PyObject* mapClear(PyObject* self, PyObject*) noexcept
 {
   return guarded(static_cast<PyObject*>(nullptr), [&] {
+    if (map(self).size(*asCollection(self).message, *asCollection(self).field) == 0) {
+      return share(Py_None).release();  // an unset map stays so, as an unset list does
+    }
     const Ref none = own(PyDict_New());
     map(self).replace(*asCollection(self).message, *asCollection(self).field, none.get());
     return share(Py_None).release();

@@ -34,7 +34,8 @@ def test_files(pets, tmp_path, layout):
     next(reader)
     assert reader.offset > first
     reader.close()
-    assert list(reader) == []
+    with pytest.raises(ValueError, match="the file is closed"):
+        next(reader)
     empty = tmp_path / "empty"
     empty.write_bytes(b"")
     assert list(kwxml.records(empty, pets)) == []
@@ -118,3 +119,14 @@ def test_misuse(pets, types, tmp_path):
     assert next(reader) == pets.Cat()
     with pytest.raises(kwxml.DecodeError):
         next(reader)
+
+
+@pytest.mark.parametrize("layout, other", [("records", "batch"), ("batch", "records")])
+def test_appending_keeps_the_layout(pets, tmp_path, layout, other):
+    path = tmp_path / "messages"
+    with kwxml.record_writer(path, layout=layout) as out:
+        out.write(pets.Cat(name="Tom"))
+    before = path.read_bytes()
+    with pytest.raises(ValueError, match="nothing is appended in the other layout"):
+        kwxml.record_writer(path, layout=other, append=True)
+    assert path.read_bytes() == before

@@ -123,6 +123,9 @@ def test_sorting(pets):
             call(cat.kittens)
         del cat.kittens[3:]
         assert cat == before
+    tags = pets.Cat(tags=["c", "a", "b"]).tags
+    with pytest.raises(ValueError, match="has changed"):  # by a change that leaves its length
+        tags.sort(key=lambda tag: tags.reverse() or tag)
     unset = pets.Cat()
     unset.tags.sort()
     unset.tags.reverse()
@@ -142,7 +145,9 @@ def test_maps(pets, types):
     assert a.name == "A" and friends["a"].name == "other"
     friends.update(b={"name": "B"})
     b = friends.pop("b")
-    assert b.name == "B" and 5 not in friends
+    assert b.name == "B" and 5 not in friends and friends.pop("b", 7) == friends.pop("b", default=7) == 7
+    with pytest.raises(KeyError):
+        friends.pop("b")
     for wrong in ("b", "\ud800", 5, None):
         with pytest.raises(KeyError):
             friends[wrong]
@@ -248,3 +253,30 @@ def test_catalogue_lives_as_long_as_its_messages(pets):
     descriptor = cls.name
     gc.collect()
     assert descriptor.__get__(cls(name="x")) == "x"
+
+
+def test_collector_moves_a_message(tmp_path):
+    """A class that is made at its first use can start the collector, whose callbacks may move what is being read."""
+    schema = tmp_path / "Tree.xml"
+    schema.write_text(
+        '<catalogue><system name="Tree" index="14"><message name="Node" id="1">'
+        '<field name="children" type="list" of="object" class="Tree_Node"/><field name="leaf" type="object" class="Tree_Leaf"/>'
+        '</message><message name="Leaf" id="2"><field name="v" type="int"/></message></system></catalogue>')
+    message = kwxml.Catalogue(schema).from_xml('<Tree_Node><children><leaf v="7"/></children></Tree_Node>')
+    first = message.children[0]
+    called = []
+
+    def move(phase, info):
+        if not called:
+            called.append(phase)
+            message.children.extend([{}] * 64)
+
+    threshold = gc.get_threshold()
+    gc.callbacks.append(move)
+    gc.set_threshold(1)
+    try:
+        leaf = first.leaf
+    finally:
+        gc.set_threshold(*threshold)
+        gc.callbacks.remove(move)
+    assert called and leaf.v == 7
