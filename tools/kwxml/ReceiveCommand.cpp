@@ -234,6 +234,7 @@ private:
       sent.erase(failure.number);
     }
     std::vector<nats::Delivery> done;
+    done.reserve(sent.size());
     for (auto& [number, delivery] : sent) {
       done.push_back(std::move(delivery));
     }

@@ -72,7 +72,7 @@ public:
     const std::lock_guard lock(table().mutex);
     key_ = ++table().last;
     table().targets.emplace(key_, target);
-    return reinterpret_cast<void*>(key_);
+    return reinterpret_cast<void*>(key_);  // NOLINT(performance-no-int-to-ptr): nobody looks where it points
   }
   /// The target of what a callback was given; null when it has ended.
   static std::shared_ptr<Target> find(void* closure)
