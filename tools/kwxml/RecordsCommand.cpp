@@ -166,15 +166,13 @@ void addRecordsCommand(CLI::App& app, Session& session)
   checkCommand->callback([options = checkOptions, &session] {
     session.run = [options, &session](LibraryLog& log) { check(*options, session, log); };
   });
-  const auto [repairCommand, repairOptions] = add(
-      "repair", "Copies every whole record of a damaged file.",
-      "Behind damage the next record that can be read is sought byte by byte. What is left out is shown "
-      "as by\n"
-      "kwxml records check. A record of a class that the catalogue lacks is kept where it follows "
-      "another one.\n\n"
-      "Exit status: 0 what is whole has been written, 1 the file cannot be read or the other one written, 2 "
-      "usage.\n"
-      "\nExample:\n  kwxml records repair messages.dat -o mended.dat");
+  const auto [repairCommand, repairOptions] =
+      add("repair", "Copies every whole record of a damaged file.",
+          "Behind damage the next record that can be read is sought byte by byte. What is left out is shown "
+          "as by\n"
+          "kwxml records check. A record of a class that the catalogue lacks is kept where it follows "
+          "another one.\n"
+          "\nExample:\n  kwxml records repair messages.dat -o mended.dat");
   repairCommand->callback([options = repairOptions, &session] {
     session.run = [options](LibraryLog& log) { repair(*options, log); };
   });
