@@ -12,7 +12,8 @@
 
 namespace kwxml::nats {
 
-namespace {
+// Not nameless: the state that the header declares holds them.
+namespace stored {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::minutes(1);
@@ -125,7 +126,9 @@ Entry Entry::read(std::string_view text)
   return entry;
 }
 
-}  // namespace
+}  // namespace stored
+
+using namespace stored;
 
 // The entries form a chain: each names the one before, and the entry behind one is the first in the stream
 // that names it. Servers let two entries that expect the same last one both in where a cluster has them at a
