@@ -14,6 +14,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace kwxml::tool {
@@ -99,7 +100,13 @@ private:
   {
     std::vector<nats::Delivery> done;  // stored, here or elsewhere
     std::vector<Piece> pieces;
+    std::set<std::uint64_t> seen;
     for (nats::Delivery& delivery : deliveries) {
+      // What came late and was sent again stands twice in one batch.
+      if (!seen.insert(delivery.sequence).second) {
+        done.push_back(std::move(delivery));
+        continue;
+      }
       try {
         pieces.push_back({delivery.sequence, appended(delivery, options_)});
         done.push_back(std::move(delivery));
