@@ -5,6 +5,7 @@
 
 #include <kwxml/nats/Consumer.h>
 #include <kwxml/nats/DeadLetters.h>
+#include <kwxml/nats/NatsInternal.h>
 #include <kwxml/nats/Publisher.h>
 #include <kwxml/nats/StoredMessages.h>
 
@@ -395,7 +396,7 @@ TEST_F(Nats, OfTwoReceiversOneHasStoredAMessage)
     return text;
   };
   auto sender = publisher();
-  for (int i = 0; i < 10; ++i) {  // entries name what lies before them
+  for (int i = 0; i < 11; ++i) {  // entries name what lies before them
     ASSERT_EQ(sender.publish(status(i)), nats::Outcome::Taken);
   }
   ASSERT_TRUE(sender.flush(patience));
@@ -410,13 +411,35 @@ TEST_F(Nats, OfTwoReceiversOneHasStoredAMessage)
   EXPECT_EQ(seen(bert, {1, 2, 3, 4, 5, 6, 7, 8}), "+++---+-");
   EXPECT_TRUE(bert.record(second, 50));
   EXPECT_EQ(seen(anna, {3, 4, 7}), "+-+");  // not known yet, and refused
-  EXPECT_FALSE(anna.record(both, 110));
+  EXPECT_FALSE(anna.record(second, 110));
   EXPECT_EQ(seen(anna, {3, 4, 5, 6, 7, 8}), "+++++-");
   // After a crash.
   const nats::StoredMessages again(*connection, receiver, "anna");
   EXPECT_EQ(again.mark(), 100U);
   EXPECT_EQ(seen(again, {1, 2, 3, 4, 5, 6, 7, 8}), "+++++++-");
   EXPECT_EQ(nats::StoredMessages(*connection, receiver, "bert").mark(), 50U);
+  // The stream has lost what stood behind the last entry that anna knows.
+  const std::uint64_t lost[] = {8};
+  const std::uint64_t third[] = {11};
+  const std::uint64_t fourth[] = {9, 10};
+  EXPECT_TRUE(bert.record(lost, 60));
+  EXPECT_TRUE(bert.record(fourth, 70));
+  jsStreamInfo* info = nullptr;
+  jsCtx* const context = connection->state().context.get();
+  ASSERT_EQ(js_GetStreamInfo(&info, context, "S", nullptr, nullptr), NATS_OK);
+  const nats::StreamInfoOwner owner(info);
+  ASSERT_EQ(js_DeleteMsg(context, "S", info->State.LastSeq - 1, nullptr, nullptr), NATS_OK);
+  EXPECT_FALSE(anna.record(fourth, 120));
+  EXPECT_EQ(seen(anna, {8, 9, 10}), "-++");
+  // It has lost all, and bert has begun anew.
+  jsOptions purge;
+  ASSERT_EQ(jsOptions_Init(&purge), NATS_OK);
+  purge.Stream.Purge.Subject = "kwxml.stored.D.log";
+  ASSERT_EQ(js_PurgeStream(context, "S", &purge, nullptr), NATS_OK);
+  EXPECT_TRUE(bert.record(third, 80));
+  EXPECT_FALSE(anna.record(third, 130));
+  EXPECT_EQ(seen(anna, {3, 11}), "++");
+  EXPECT_EQ(anna.mark(), 100U);
 }
 
 TEST_F(Nats, WhatMakesNoSenseIsRefused)

@@ -17,6 +17,7 @@ namespace stored {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::minutes(1);
+constexpr auto pause = std::chrono::milliseconds(100);
 
 /// Places of a stream, as stretches.
 class Places
@@ -163,6 +164,9 @@ struct StoredMessages::State
   std::uint64_t tail = 0;   ///< the last one that is known, from `last` on
   Places stored{};
   std::optional<std::uint64_t> mark{};
+  bool isBroken = false;   ///< behind `last` are entries that count, and the one that joins them is gone
+  std::string writing{};   ///< the entry that is being written, by its id
+  bool isWritten = false;  ///< whether that counts
   jsErrCode code{};
 };
 
@@ -180,7 +184,6 @@ void StoredMessages::State::insist(const char* function, Ask ask)
         !isPassing(status, code)) {
       check(status, function, what());
     }
-    constexpr auto pause = std::chrono::milliseconds(100);
     std::this_thread::sleep_for(pause);
   }
 }
@@ -193,6 +196,7 @@ void StoredMessages::State::take(const Entry& entry)
   if (entry.receiver == receiver) {
     mark = entry.mark;
   }
+  isWritten = isWritten || entry.id == writing;
 }
 
 bool StoredMessages::State::get(std::uint64_t place, Entry& entry, natsStatus& status)
@@ -241,12 +245,18 @@ natsStatus StoredMessages::State::next(std::uint64_t place, std::uint64_t& found
 natsStatus StoredMessages::State::successor(std::uint64_t& place, Entry& entry)
 {
   place = last;
+  isBroken = false;
   while (true) {
     natsStatus status = next(place, place);
     tail = std::max(tail, place);
-    if (status != NATS_OK || place == 0 || !get(place, entry, status) || entry.after == last) {
+    if (status != NATS_OK || place == 0 || !get(place, entry, status)) {
       return status;
     }
+    if (entry.after == last) {
+      isBroken = false;
+      return NATS_OK;
+    }
+    isBroken = isBroken || entry.after > last;
   }
 }
 
@@ -257,7 +267,7 @@ natsStatus StoredMessages::State::refresh()
     Entry entry;
     const natsStatus status = successor(place, entry);
     if (status != NATS_OK || place == 0) {
-      return status;
+      return status == NATS_OK && isBroken ? begin() : status;
     }
     take(entry);
     last = place;
@@ -311,7 +321,18 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
   for (const std::uint64_t sequence : sequences) {
     entry.stored.add(sequence, sequence);
   }
+  writing = entry.id;
+  isWritten = false;
+  const auto until = Clock::now() + patience;
   while (true) {
+    // By whatever was learned meanwhile: the entry may be among it, sent before and never answered.
+    if (isWritten) {
+      return true;
+    }
+    if (std::any_of(sequences.begin(), sequences.end(),
+                    [this](std::uint64_t sequence) { return stored.has(sequence); })) {
+      return false;
+    }
     if (sequences.empty()) {  // says nothing new: the mark is that of the last entry, which may have come
                               // meanwhile
       entry.mark = mark.value_or(newMark);
@@ -333,26 +354,24 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
         const bool isRefused = code == JSStreamWrongLastSequenceErr;
         code = static_cast<jsErrCode>(0);
         const natsStatus asked = successor(place, behind);
-        // The stream may have dropped the last entry: then it expects another one, which nothing here stands
-        // behind.
-        isGone = isRefused && asked == NATS_OK && place == 0;
+        // The stream may have dropped entries: then what stands behind the last one is not to be found.
+        isGone = (isRefused || isBroken) && asked == NATS_OK && place == 0;
         status = asked != NATS_OK ? asked : place != 0 || isGone ? NATS_OK : NATS_TIMEOUT;
       }
       return status;
     });
     if (isGone) {
+      if (Clock::now() > until) {
+        throw Error(function, what() + ": its servers do not agree about the last entry");
+      }
+      std::this_thread::sleep_for(pause);
       insist(function, [this] { return begin(); });
       continue;
     }
-    if (behind.id == entry.id) {
-      take(entry);
-      last = place;
-      return true;
-    }
-    insist(function, [this] { return refresh(); });
-    if (std::any_of(sequences.begin(), sequences.end(),
-                    [this](std::uint64_t sequence) { return stored.has(sequence); })) {
-      return false;
+    take(behind);
+    last = place;
+    if (!isWritten) {
+      insist(function, [this] { return refresh(); });
     }
   }
 }

@@ -42,9 +42,9 @@ public:
   std::optional<std::uint64_t> mark() const;
 
   /// Records that this receiver has stored the messages, and its mark, such as the length of its file with
-  /// them. False when others have stored some of them meanwhile: isStored() tells which; nothing is recorded
-  /// then. Throws Error when the servers do not answer for a minute: the messages may be recorded or not, and
-  /// mark() of the next object tells.
+  /// them. False when some of them are stored already, mostly by others meanwhile: isStored() tells which;
+  /// nothing is recorded then. Throws Error when the servers do not answer for a minute: the messages may be
+  /// recorded or not, and mark() of the next object tells.
   [[nodiscard]] bool record(std::span<const std::uint64_t> sequences, std::uint64_t mark);
 
 private:
