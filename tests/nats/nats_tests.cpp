@@ -235,7 +235,8 @@ TEST_F(Nats, ReadersMayHaveAnOlderCatalogue)
 
 TEST_F(Nats, AFullWindowRefusesOrWaits)
 {
-  auto refusing = publisher({.window = 3, .waits = false});
+  auto refusing = publisher({.window = 3, .waits = false, .ackWait = milliseconds(50)});
+  auto hasty = publisher({.ackWait = milliseconds(50), .giveUpAfter = moment});
   server->pause();
   for (int i = 0; i < 3; ++i) {
     ASSERT_EQ(refusing.publish(status(i)), nats::Outcome::Taken);
@@ -243,9 +244,15 @@ TEST_F(Nats, AFullWindowRefusesOrWaits)
   EXPECT_EQ(refusing.publish(status(3)), nats::Outcome::Full);
   EXPECT_FALSE(refusing.flush(moment));
   EXPECT_EQ(refusing.settledUpTo(), 0U);
+  ASSERT_EQ(hasty.publish(status(0)), nats::Outcome::Taken);
+  ASSERT_TRUE(hasty.flush(patience));
+  EXPECT_EQ(hasty.counts().failed, 1U);
+  EXPECT_NE(hasty.firstFailure().find("Timeout"), std::string::npos) << hasty.firstFailure();
+  EXPECT_GT(refusing.counts().repeats, 3U);  // while the server is silent
   server->goOn();
   ASSERT_TRUE(refusing.flush(patience));
   EXPECT_EQ(refusing.counts().stored, 3U);
+  EXPECT_GT(refusing.counts().duplicates, 0U);
 
   auto waiting = publisher({.window = 3});
   std::uint64_t number = 0;

@@ -9,6 +9,7 @@
 #include <deque>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 
 namespace kwxml::nats {
 
@@ -29,7 +30,9 @@ struct Publisher::State
     std::uint64_t number;
     std::size_t bytes;
     Clock::time_point giveUp;
+    Clock::time_point sent;  ///< for the last time; `waiting` while it waits to be sent again
   };
+  static constexpr Clock::time_point waiting = Clock::time_point::max();
   struct Repeat
   {
     natsMsg* message;
@@ -52,13 +55,23 @@ struct Publisher::State
     return !flights.empty() &&
            (flights.size() >= options.window || bytesOnTheWay + bytes > options.windowBytes);
   }
+  /// Whom to wake.
+  struct Wakes
+  {
+    bool roomy;
+    bool empty;
+  };
   /// With the lock.
-  void settle(const Flight& flight, const Settled& what);
-  /// Tells the caller what became of a message, and then those who wait for that. Without the lock.
-  void tell(const Settled& what);
+  Wakes settle(const natsMsg* message, const Flight& flight, const Settled& what);
+  /// Tells the caller what became of a message, and wakes those who wait for that. Without the lock.
+  void tell(const Settled& what, Wakes wakes);
   void acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error);
   void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words);
   void send(natsMsg* message);
+  /// When the servers will have been silent about a message for too long. With the lock.
+  Clock::time_point silentAt() const;
+  /// Sends again what the servers are silent about. Without the lock.
+  void takeBack();
   void repeatLate();
 
   Connection::State& connection;
@@ -70,6 +83,7 @@ struct Publisher::State
   std::string ownId;                            ///< begins the identifiers that the publisher makes
 
   mutable std::mutex mutex;
+  std::mutex sending;  ///< the client is given messages, or asked for them, by one thread at a time
   std::mutex telling;  ///< one call of `settled` at a time
   bool ended = false;  ///< the publisher is gone: nobody is told. With `telling`
   // Each waiter has a condition of its own: waking a thread costs more than all else about a message.
@@ -88,7 +102,8 @@ struct Publisher::State
   std::thread repeater;
 };
 
-void Publisher::State::settle(const Flight& flight, const Settled& what)
+Publisher::State::Wakes Publisher::State::settle(const natsMsg* message, const Flight& flight,
+                                                 const Settled& what)
 {
   done[flight.number - upTo - 1] = true;
   while (!done.empty() && done.front()) {
@@ -96,6 +111,7 @@ void Publisher::State::settle(const Flight& flight, const Settled& what)
     ++upTo;
   }
   bytesOnTheWay -= flight.bytes;
+  flights.erase(message);
   if (what.sequence == 0) {
     ++counts.failed;
     if (firstFailure.empty()) {
@@ -105,20 +121,21 @@ void Publisher::State::settle(const Flight& flight, const Settled& what)
     ++counts.stored;
     counts.duplicates += what.duplicate ? 1 : 0;
   }
+  // Who waits for room sleeps until a quarter is free, and then sends as much in one go.
+  return {.roomy = flights.empty() || (flights.size() <= options.window - (options.window + 3) / 4 &&
+                                       bytesOnTheWay <= options.windowBytes - options.windowBytes / 4),
+          .empty = flights.empty()};
 }
 
-void Publisher::State::tell(const Settled& what)
+void Publisher::State::tell(const Settled& what, Wakes wakes)
 {
   if (settled) {
     settled(what);
   }
-  const std::lock_guard lock(mutex);
-  // Who waits for room sleeps until a quarter is free, and then sends as much in one go.
-  if (flights.empty() || (flights.size() <= options.window - (options.window + 3) / 4 &&
-                          bytesOnTheWay <= options.windowBytes - options.windowBytes / 4)) {
+  if (wakes.roomy) {
     roomy.notify_all();
   }
-  if (flights.empty()) {
+  if (wakes.empty) {
     empty.notify_all();
   }
 }
@@ -143,18 +160,18 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
     return;
   }
   Settled what{.number = 0, .sequence = ack->Sequence, .duplicate = ack->Duplicate};
+  Wakes wakes{};
   {
     const std::lock_guard lock(mutex);
-    const auto found = flights.find(message);
-    if (found != flights.end()) {
-      what.number = found->second.number;
-      settle(found->second, what);
-      flights.erase(found);
+    if (const auto found = flights.find(message); found != flights.end()) {
+      const Flight flight = found->second;
+      what.number = flight.number;
+      wakes = settle(message, flight, what);
     }
   }
   natsMsg_Destroy(message);
   if (what.number != 0) {
-    tell(what);
+    tell(what, wakes);
   }
 }
 
@@ -167,6 +184,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
   }
   Settled what{.number = 0, .sequence = 0};
   bool isFirst = false;
+  Wakes wakes{};
   {
     const std::lock_guard lock(mutex);
     const auto found = flights.find(message);
@@ -174,28 +192,29 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
       natsMsg_Destroy(message);
       return;
     }
+    const Flight flight = found->second;
     const Clock::time_point now = Clock::now();
-    if (isPassing(status, code) && now < found->second.giveUp &&
+    if (isPassing(status, code) && now < flight.giveUp &&
         !natsConnection_IsClosed(connection.connection.get())) {
+      found->second.sent = waiting;
       constexpr auto pause = std::chrono::milliseconds(100);
       repeats.push_back({message, now + pause});
       late.notify_all();
       return;
     }
-    what.number = found->second.number;
+    what.number = flight.number;
     what.refused = !isPassing(status, code) && (code != 0 || status == NATS_MAX_PAYLOAD);
     what.why = std::string(natsMsg_GetSubject(message)) + ": " +
                (status == NATS_NO_RESPONDERS ? "no stream takes the subject, or none answers"
                 : words.empty()              ? natsStatus_GetText(status)
                                              : words);
     isFirst = firstFailure.empty();
-    settle(found->second, what);
-    flights.erase(found);
+    wakes = settle(message, flight, what);
   }
   // Where one fails, mostly all do: the caller is told of each.
   log().debug("Publisher", isFirst ? 0 : 1, "a message was not stored: %s", what.why.c_str());
   natsMsg_Destroy(message);
-  tell(what);
+  tell(what, wakes);
 }
 
 /// Without the lock: the client may call back.
@@ -203,12 +222,49 @@ void Publisher::State::send(natsMsg* message)
 {
   jsPubOptions how;
   static_cast<void>(jsPubOptions_Init(&how));
-  how.MaxWait = options.ackWait.count();
+  // No MaxWait: the client's own watch over the time costs more than all else here.
   how.ExpectStream = options.stream.empty() ? nullptr : options.stream.c_str();
   natsMsg* given = message;
-  const natsStatus status = js_PublishMsgAsync(context.get(), &given, &how);
+  natsStatus status = NATS_OK;
+  {
+    const std::lock_guard lock(sending);
+    status = js_PublishMsgAsync(context.get(), &given, &how);
+  }
   if (status != NATS_OK) {
     failed(message, status, static_cast<jsErrCode>(0), reason(status));
+  }
+}
+
+Clock::time_point Publisher::State::silentAt() const
+{
+  Clock::time_point sent = Clock::now();
+  for (const auto& [message, flight] : flights) {
+    sent = std::min(sent, flight.sent);
+  }
+  return sent + options.ackWait;
+}
+
+/// The client gives back all that it waits for, or nothing: so younger messages are sent again as well. That
+/// is rare, and the stream knows their identifiers.
+void Publisher::State::takeBack()
+{
+  natsMsgList list{};
+  natsStatus status = NATS_OK;
+  {
+    const std::lock_guard lock(sending);
+    status = js_PublishAsyncGetPendingList(&list, context.get());
+  }
+  if (status == NATS_OK) {
+    const std::unique_ptr<natsMsgList, Destroyer<natsMsgList_Destroy>> owner(&list);
+    for (int i = 0; i < list.Count; ++i) {
+      failed(std::exchange(list.Msgs[i], nullptr), NATS_TIMEOUT, static_cast<jsErrCode>(0), {});
+    }
+  }
+  // The others have been answered, and somebody is about to say so.
+  const std::lock_guard lock(mutex);
+  const Clock::time_point now = Clock::now();
+  for (auto& [message, flight] : flights) {
+    flight.sent = flight.sent == waiting ? waiting : now;
   }
 }
 
@@ -216,21 +272,22 @@ void Publisher::State::repeatLate()
 {
   std::unique_lock lock(mutex);
   while (!ending) {
-    if (repeats.empty()) {
-      late.wait(lock);
-      continue;
+    const Clock::time_point now = Clock::now();
+    if (!repeats.empty() && repeats.front().due <= now) {
+      natsMsg* const message = repeats.front().message;
+      repeats.pop_front();
+      flights.find(message)->second.sent = now;
+      ++counts.repeats;
+      lock.unlock();
+      send(message);
+      lock.lock();
+    } else if (const Clock::time_point silent = silentAt(); silent <= now) {
+      lock.unlock();
+      takeBack();
+      lock.lock();
+    } else {
+      late.wait_until(lock, repeats.empty() ? silent : std::min(silent, repeats.front().due));
     }
-    // A copy: others add to the row meanwhile.
-    if (const Clock::time_point due = repeats.front().due; Clock::now() < due) {
-      late.wait_until(lock, due);
-      continue;
-    }
-    natsMsg* const message = repeats.front().message;
-    repeats.pop_front();
-    ++counts.repeats;
-    lock.unlock();
-    send(message);
-    lock.lock();
   }
 }
 
@@ -354,7 +411,8 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
     const std::string unique = id.empty() ? state.ownId + "." + std::to_string(mine) : std::string(id);
     try {
       check(natsMsgHeader_Set(made, idHeader, unique.c_str()), function, packed.subject);
-      state.flights.emplace(made, State::Flight{mine, bytes, Clock::now() + state.options.giveUpAfter});
+      const Clock::time_point now = Clock::now();
+      state.flights.emplace(made, State::Flight{mine, bytes, now + state.options.giveUpAfter, now});
     } catch (...) {
       --state.counts.taken;
       throw;
@@ -371,8 +429,14 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
 
 bool Publisher::flush(std::chrono::milliseconds wait)
 {
-  std::unique_lock lock(state_->mutex);
-  return state_->empty.wait_for(lock, wait, [&] { return state_->flights.empty(); });
+  {
+    std::unique_lock lock(state_->mutex);
+    if (!state_->empty.wait_for(lock, wait, [&] { return state_->flights.empty(); })) {
+      return false;
+    }
+  }
+  const std::lock_guard order(state_->telling);  // whoever tells the caller of the last one has done so
+  return true;
 }
 
 std::uint64_t Publisher::settledUpTo() const

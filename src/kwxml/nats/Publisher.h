@@ -32,7 +32,7 @@ struct PublisherOptions
   std::size_t windowBytes = std::size_t{64} << 20;
   /// What publish() does when the window is full: waits, or gives Outcome::Full.
   bool waits = true;
-  /// How long the stream's word is waited for before the message is sent again.
+  /// How long the stream's word is waited for. Then the message is sent again, with all that is on its way.
   std::chrono::milliseconds ackWait{5000};
   /// How long sending is tried. A message that no stream has taken by then has failed. Shorter than the
   /// stream's duplicate window, so that no repeat is stored again.
