@@ -59,7 +59,29 @@ nats::ConsumerOptions consumerOptions(const std::string& stream, const std::stri
   return options;
 }
 
+/// Each message as soon as it is there.
 Cost receiveByOurs(Ground& ground, const std::string& stream, const std::string& durable, const Load& load)
+{
+  nats::Connection connection(ground.server.settings());
+  nats::Consumer consumer(connection, consumerOptions(stream, durable));
+  const Meter meter(ground.server);
+  for (std::size_t got = 0; got < load.sent;) {
+    const std::size_t count =
+        consumer.process(std::min(batch, load.sent - got), patience, [](const nats::Delivery&) {});
+    if (count == 0) {
+      throw std::runtime_error("not all messages are received");
+    }
+    got += count;
+  }
+  const Cost cost = meter.perMessage(load.sent);
+  if (consumer.counts().acknowledged != load.sent) {
+    throw std::runtime_error("not all messages are acknowledged");
+  }
+  return cost;
+}
+
+/// Whole batches, which are in memory together.
+Cost fetchByOurs(Ground& ground, const std::string& stream, const std::string& durable, const Load& load)
 {
   nats::Connection connection(ground.server.settings());
   nats::Consumer consumer(connection, consumerOptions(stream, durable));
@@ -190,6 +212,9 @@ void measureReceiving(Ground& ground, const std::vector<Load>& loads)
     const auto ours = [&](const std::string& durable) {
       return receiveByOurs(ground, "SENT", durable, load);
     };
+    const auto fetching = [&](const std::string& durable) {
+      return fetchByOurs(ground, "SENT", durable, load);
+    };
     const auto client = [&](const std::string& durable) {
       return receiveByClient(ground, "SENT", durable, load, [](std::span<const std::byte>) {});
     };
@@ -202,7 +227,8 @@ void measureReceiving(Ground& ground, const std::vector<Load>& loads)
     };
     std::vector<Side> sides{{"ours", [&] { return anew(ours); }},
                             {"client alone", [&] { return anew(client); }},
-                            {"client, and decode()", [&] { return anew(decoding); }}};
+                            {"client, and decode()", [&] { return anew(decoding); }},
+                            {"ours, by fetch()", [&] { return anew(fetching); }}};
     takeTurns(sides, rounds);
     removeStream(ground, "SENT");
     for (const Side& side : sides) {

@@ -148,8 +148,15 @@ TEST_F(Nats, WhatCannotBeUsedGoesToTheDeadLetters)
       {"does not name the class of its body",
        [](nats::Packed& packed) { packed.subject = "kwxml.Shop.Order"; }},
       {"the form of its body is unknown: yaml",
-       [](nats::Packed& packed) { packed.headers.emplace_back(nats::formHeader, "yaml"); }},
-      {"", [](nats::Packed& packed) { packed.headers.emplace_back(nats::formHeader, "xml"); }},
+       [](nats::Packed& packed) {
+         packed.body = "Demo_Status: {}";
+         packed.headers.emplace_back(nats::formHeader, "yaml");
+       }},
+      {"",
+       [](nats::Packed& packed) {
+         packed.body = "<Demo_Status><errorCode>";
+         packed.headers.emplace_back(nats::formHeader, "xml");
+       }},
       // The code of the first field's type, another one.
       {"coded", [](nats::Packed& packed) { packed.body[8] = static_cast<char>((packed.body[8] & ~7) | 1); }},
   };

@@ -3,6 +3,7 @@
 #include <kwxml/diagnostics/Log.h>
 #include <kwxml/model/YMMessageBase.h>
 #include <kwxml/nats/NatsInternal.h>
+#include <kwxml/nats/Pull.h>
 #include <kwxml/text/ShownText.h>
 
 #include <algorithm>
@@ -45,7 +46,12 @@ std::string Delivery::header(const char* name) const
 
 struct Consumer::State
 {
-  State(Connection& on, ConsumerOptions with) : connection(on.state()), options(std::move(with)) {}
+  using Clock = std::chrono::steady_clock;
+
+  State(Connection& on, ConsumerOptions with)
+      : connection(on.state()), options(std::move(with)), pull(connection, options.stream, options.durable)
+  {
+  }
 
   void join();
   bool isMade(natsStatus status, jsErrCode code, const jsConsumerInfo* info, const std::string& filter) const;
@@ -53,10 +59,16 @@ struct Consumer::State
   std::string identifier(std::uint64_t sequence) const;
   bool bury(natsMsg* message, std::uint64_t sequence, const std::string& why);
   jsConsumerInfo* info();
+  void requireMore();
+  std::optional<Delivery> deliver(MessageOwner message, Clock::time_point asked);
+  /// Hands what comes to `take`, each as soon as it is there.
+  template <class Take>
+  void each(std::size_t most, std::chrono::milliseconds wait, Take take);
+  bool isConfirmed(const Delivery& delivery);
 
   Connection::State& connection;
   ConsumerOptions options;
-  SubscriptionOwner subscription;
+  Pull pull;
   ConsumerCounts counts;
   std::int64_t streamMade = 0;
 };
@@ -144,18 +156,7 @@ void Consumer::State::join()
     const ConsumerInfoOwner made(status == NATS_OK ? info : nullptr);
     check(status, function, what);
   }
-  jsSubOptions how;
-  check(jsSubOptions_Init(&how), function, what);
-  how.Stream = options.stream.c_str();
-  how.Consumer = options.durable.c_str();
-  natsSubscription* subscribed = nullptr;
-  check(persistently(connection, code,
-                     [&] {
-                       return js_PullSubscribe(&subscribed, context, filter.c_str(), options.durable.c_str(),
-                                               nullptr, &how, &code);
-                     }),
-        function, what);
-  subscription.reset(subscribed);
+  pull.open();
 }
 
 Consumer::Consumer(Connection& connection, ConsumerOptions options)
@@ -241,8 +242,7 @@ bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, const std::
       storeDeadLetter(connection, message, {options.stream, options.durable, identifier(sequence), sequence},
                       options.prefix, why);
   if (status == NATS_OK) {
-    jsErrCode code{};
-    status = natsMsg_AckSync(message, nullptr, &code);
+    status = confirm(connection, message, Word::Done);
     ++counts.dead;
   }
   if (status != NATS_OK) {
@@ -264,92 +264,101 @@ jsConsumerInfo* Consumer::State::info()
   return status == NATS_OK ? info : nullptr;
 }
 
-std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::milliseconds wait)
+/// Why there is no message: nothing where one may come later. Throws where none will.
+void Consumer::State::requireMore()
 {
   constexpr const char* function = "Consumer::fetch";
-  State& state = *state_;
-  std::vector<Delivery> deliveries;
-  natsMsgList list{};
-  jsErrCode code{};
-  const auto asked = std::chrono::steady_clock::now();
-  const natsStatus status =
-      natsSubscription_Fetch(&list, state.subscription.get(),
-                             static_cast<int>(std::min<std::size_t>(most, mostPending)), wait.count(), &code);
-  if (status != NATS_OK) {
-    const std::string words = reason(status);
-    if (natsConnection_IsClosed(state.connection.connection.get())) {
-      throw Error(function, "the connection has ended: " + endOf(state.connection));
+  const natsStatus status = pull.status();
+  if (status == NATS_OK || status == NATS_TIMEOUT) {
+    return;
+  }
+  if (natsConnection_IsClosed(connection.connection.get())) {
+    throw Error(function, "the connection has ended: " + endOf(connection));
+  }
+  const std::string what = "cannot receive from stream " + options.stream + " as " + options.durable;
+  if (status == NATS_NO_RESPONDERS) {
+    jsConsumerInfo* info = nullptr;
+    jsErrCode code{};
+    const natsStatus is = js_GetConsumerInfo(&info, connection.context.get(), options.stream.c_str(),
+                                             options.durable.c_str(), nullptr, &code);
+    const ConsumerInfoOwner owner(is == NATS_OK ? info : nullptr);
+    if (is == NATS_NOT_FOUND) {
+      throw Error(function, what + ": the consumer is gone");
     }
-    const std::string what =
-        "cannot receive from stream " + state.options.stream + " as " + state.options.durable;
-    if (status == NATS_NO_RESPONDERS) {
-      jsConsumerInfo* info = nullptr;
-      const natsStatus is =
-          js_GetConsumerInfo(&info, state.connection.context.get(), state.options.stream.c_str(),
-                             state.options.durable.c_str(), nullptr, &code);
-      const ConsumerInfoOwner owner(is == NATS_OK ? info : nullptr);
-      if (is == NATS_NOT_FOUND) {
-        throw Error(function, what + ": the consumer is gone");
-      }
-    } else if (status != NATS_TIMEOUT && status != NATS_CONNECTION_DISCONNECTED && !isMoving(words)) {
-      throw Error(function, what + ": " + words);
+  } else if (status != NATS_CONNECTION_DISCONNECTED && !isMoving(pull.words())) {
+    throw Error(function, what + ": " + pull.words());
+  }
+}
+
+/// The message that came, as a delivery; nullopt where it has ended here.
+std::optional<Delivery> Consumer::State::deliver(MessageOwner message, Clock::time_point asked)
+{
+  Place place;
+  if (!placeOf(message.get(), place)) {
+    throw Error("Consumer::fetch", "a message without its place in the stream");
+  }
+  if (options.isDone && options.isDone(place.sequence)) {
+    // Not confirmed: if that is lost, it comes again.
+    static_cast<void>(say(connection, message.get(), Word::Done));
+    ++counts.done;
+    return std::nullopt;
+  }
+  if (options.maxDeliveries > 0 && place.deliveries > static_cast<std::uint64_t>(options.maxDeliveries)) {
+    static_cast<void>(
+        bury(message.get(), place.sequence,
+             "it was delivered " + std::to_string(place.deliveries - 1) + " times and never acknowledged"));
+    return std::nullopt;
+  }
+  Unpacked unpacked = unpack(
+      natsMsg_GetSubject(message.get()), options.prefix,
+      {reinterpret_cast<const std::byte*>(natsMsg_GetData(message.get())),
+       static_cast<std::size_t>(natsMsg_GetDataLength(message.get()))},
+      [&](const char* name) { return header(message.get(), name); }, *options.catalogue, options.context);
+  if (unpacked.message == nullptr) {
+    static_cast<void>(bury(message.get(), place.sequence, unpacked.why));
+    return std::nullopt;
+  }
+  Delivery delivery(std::make_unique<Delivery::Native>(Delivery::Native{std::move(message)}));
+  delivery.message = std::move(unpacked.message);
+  delivery.problems = std::move(unpacked.problems);
+  delivery.sequence = place.sequence;
+  delivery.deliveries = place.deliveries;
+  delivery.asked = asked;
+  ++counts.delivered;
+  counts.redelivered += place.deliveries > 1 ? 1 : 0;
+  return delivery;
+}
+
+template <class Take>
+void Consumer::State::each(std::size_t most, std::chrono::milliseconds wait, Take take)
+{
+  const auto asked = Clock::now();
+  pull.begin(std::min<std::size_t>(most, mostPending), wait);
+  bool hasAny = false;
+  while (MessageOwner message = pull.next()) {
+    hasAny = true;
+    if (std::optional<Delivery> delivery = deliver(std::move(message), asked)) {
+      take(std::move(*delivery));
     }
-    if (status != NATS_TIMEOUT) {  // nobody is there to wait for
+  }
+  if (!hasAny) {
+    requireMore();
+    if (pull.status() != NATS_TIMEOUT) {  // nobody is there to wait for
       std::this_thread::sleep_until(asked + wait);
     }
-    return deliveries;
   }
-  const std::unique_ptr<natsMsgList, Destroyer<natsMsgList_Destroy>> owner(&list);
-  deliveries.reserve(static_cast<std::size_t>(list.Count));
-  for (int i = 0; i < list.Count; ++i) {
-    natsMsg* const message = list.Msgs[i];
-    jsMsgMetaData* meta = nullptr;
-    check(natsMsg_GetMetaData(&meta, message), function, "a message without its place in the stream");
-    const std::unique_ptr<jsMsgMetaData, Destroyer<jsMsgMetaData_Destroy>> metaOwner(meta);
-    if (state.options.isDone && state.options.isDone(meta->Sequence.Stream)) {
-      // Not confirmed: if that is lost, it comes again.
-      static_cast<void>(natsMsg_Ack(message, nullptr));
-      ++state.counts.done;
-      continue;
-    }
-    if (state.options.maxDeliveries > 0 &&
-        meta->NumDelivered > static_cast<std::uint64_t>(state.options.maxDeliveries)) {
-      static_cast<void>(state.bury(
-          message, meta->Sequence.Stream,
-          "it was delivered " + std::to_string(meta->NumDelivered - 1) + " times and never acknowledged"));
-      continue;
-    }
-    Unpacked unpacked = unpack(
-        natsMsg_GetSubject(message), state.options.prefix,
-        {reinterpret_cast<const std::byte*>(natsMsg_GetData(message)),
-         static_cast<std::size_t>(natsMsg_GetDataLength(message))},
-        [&](const char* name) { return header(message, name); }, *state.options.catalogue,
-        state.options.context);
-    if (unpacked.message == nullptr) {
-      static_cast<void>(state.bury(message, meta->Sequence.Stream, unpacked.why));
-      continue;
-    }
-    auto native = std::make_unique<Delivery::Native>();
-    native->message.reset(message);
-    list.Msgs[i] = nullptr;
-    Delivery delivery(std::move(native));
-    delivery.message = std::move(unpacked.message);
-    delivery.problems = std::move(unpacked.problems);
-    delivery.sequence = meta->Sequence.Stream;
-    delivery.deliveries = meta->NumDelivered;
-    delivery.asked = asked;
-    ++state.counts.delivered;
-    state.counts.redelivered += meta->NumDelivered > 1 ? 1 : 0;
-    deliveries.push_back(std::move(delivery));
-  }
+}
+
+std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::milliseconds wait)
+{
+  std::vector<Delivery> deliveries;
+  state_->each(most, wait, [&](Delivery&& delivery) { deliveries.push_back(std::move(delivery)); });
   return deliveries;
 }
 
-/// The servers take acknowledgements in their order: the answer to the last one is an answer to all.
-bool Consumer::confirm(const Delivery& delivery)
+bool Consumer::State::isConfirmed(const Delivery& delivery)
 {
-  jsErrCode code{};
-  return natsMsg_AckSync(delivery.native_->message.get(), nullptr, &code) == NATS_OK;
+  return confirm(connection, delivery.native_->message.get(), Word::Done) == NATS_OK;
 }
 
 bool Consumer::acknowledge(std::span<const Delivery> deliveries)
@@ -358,11 +367,11 @@ bool Consumer::acknowledge(std::span<const Delivery> deliveries)
     return true;
   }
   for (const Delivery& delivery : deliveries.first(deliveries.size() - 1)) {
-    if (natsMsg_Ack(delivery.native_->message.get(), nullptr) != NATS_OK) {
+    if (say(state_->connection, delivery.native_->message.get(), Word::Done) != NATS_OK) {
       return false;
     }
   }
-  if (!confirm(deliveries.back())) {
+  if (!state_->isConfirmed(deliveries.back())) {
     return false;
   }
   state_->counts.acknowledged += deliveries.size();
@@ -377,15 +386,39 @@ bool Consumer::bury(const Delivery& delivery, std::string_view why)
 void Consumer::giveBack(std::span<const Delivery> deliveries)
 {
   for (const Delivery& delivery : deliveries) {
-    static_cast<void>(natsMsg_Nak(delivery.native_->message.get(), nullptr));
+    static_cast<void>(say(state_->connection, delivery.native_->message.get(), Word::Back));
   }
 }
 
 std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
                               const std::function<void(const Delivery&)>& handler)
 {
-  const std::vector<Delivery> deliveries = fetch(most, wait);
-  for (const Delivery& delivery : deliveries) {
+  State& state = *state_;
+  const auto unconfirmed = [&](const Delivery& delivery) {
+    log().logError("Consumer",
+                   "message %llu of stream %s may be delivered again: nobody confirmed that it is done",
+                   static_cast<unsigned long long>(delivery.sequence), state.options.stream.c_str());
+  };
+  // Acknowledgements of one moment leave together: each alone would wake the client's threads.
+  constexpr std::size_t mostDone = 100;
+  constexpr auto moment = std::chrono::milliseconds(5);
+  std::vector<Delivery> done;
+  State::Clock::time_point since{};
+  std::optional<Delivery> last;  // of those that are acknowledged: that is the one to be confirmed
+  const auto acknowledgeDone = [&] {
+    for (Delivery& delivery : done) {
+      if (say(state.connection, delivery.native_->message.get(), Word::Done) == NATS_OK) {
+        ++state.counts.acknowledged;
+        last = std::move(delivery);
+      } else {
+        unconfirmed(delivery);
+      }
+    }
+    done.clear();
+  };
+  std::size_t count = 0;
+  state.each(most, wait, [&](Delivery&& delivery) {
+    ++count;
     std::optional<std::string> why;
     try {
       handler(delivery);
@@ -396,19 +429,24 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
     }
     if (why.has_value()) {
       log().logError("Consumer", "message %llu of stream %s will be delivered again: %s",
-                     static_cast<unsigned long long>(delivery.sequence), state_->options.stream.c_str(),
+                     static_cast<unsigned long long>(delivery.sequence), state.options.stream.c_str(),
                      shown(*why).c_str());
-    } else if (&delivery == &deliveries.back()
-                   ? confirm(delivery)
-                   : natsMsg_Ack(delivery.native_->message.get(), nullptr) == NATS_OK) {
-      ++state_->counts.acknowledged;
-    } else {
-      log().logError("Consumer",
-                     "message %llu of stream %s may be delivered again: nobody confirmed that it is done",
-                     static_cast<unsigned long long>(delivery.sequence), state_->options.stream.c_str());
+      return;
     }
+    delivery.message.reset();
+    const State::Clock::time_point now = State::Clock::now();
+    since = done.empty() ? now : since;
+    done.push_back(std::move(delivery));
+    if (done.size() == mostDone || now - since >= moment) {
+      acknowledgeDone();
+    }
+  });
+  acknowledgeDone();
+  if (last.has_value() && !state.isConfirmed(*last)) {
+    unconfirmed(*last);
+    --state.counts.acknowledged;
   }
-  return deliveries.size();
+  return count;
 }
 
 std::optional<Consumer::Left> Consumer::left()

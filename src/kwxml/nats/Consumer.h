@@ -125,8 +125,9 @@ public:
   /// Gives messages back before their time: they are delivered again at once.
   void giveBack(std::span<const Delivery> deliveries);
 
-  /// Fetches up to `most` messages and hands each to `handler`; a message is acknowledged when the handler
-  /// has returned. A handler that throws leaves its message for another delivery, after the time for
+  /// Fetches up to `most` messages and hands each to `handler` as soon as it has come; a message is
+  /// acknowledged when the handler has returned, and the last acknowledgement is confirmed before this
+  /// returns. A handler that throws leaves its message for another delivery, after the time for
   /// acknowledging; the log says why. Gives how many messages were fetched.
   std::size_t process(std::size_t most, std::chrono::milliseconds wait,
                       const std::function<void(const Delivery&)>& handler);
@@ -154,8 +155,6 @@ public:
   struct State;
 
 private:
-  static bool confirm(const Delivery& delivery);
-
   std::unique_ptr<State> state_;
 };
 

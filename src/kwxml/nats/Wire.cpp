@@ -1,6 +1,7 @@
 #include <kwxml/nats/Wire.h>
 
 #include <kwxml/binary/BinarySerializer.h>
+#include <kwxml/binary/WireFormat.h>
 #include <kwxml/codec/Decode.h>
 #include <kwxml/codec/JSONEncoder.h>
 #include <kwxml/codec/XMLEncoder.h>
@@ -172,12 +173,15 @@ Unpacked unpack(std::string_view subject, std::string_view prefix, std::span<con
 {
   const UsingCatalogue use(catalogue);
   Unpacked result;
-  const char* const form = header(formHeader);
+  const std::string_view text(reinterpret_cast<const char*>(body.data()), body.size());
+  // No text begins like the binary form, which most bodies have: to read the headers takes longer than a
+  // look.
+  const char* const form = wire::isVersionWord(text) ? nullptr : header(formHeader);
   ReadResult read;
   if (form == nullptr) {
     read = decode(body, context);
   } else if (std::find(formNames + 1, std::end(formNames), std::string_view(form)) != std::end(formNames)) {
-    read = decode(std::string_view(reinterpret_cast<const char*>(body.data()), body.size()), context);
+    read = decode(text, context);
   } else {
     result.why = "the form of its body is unknown: " + shown(form);
     return result;
@@ -197,14 +201,11 @@ Unpacked unpack(std::string_view subject, std::string_view prefix, std::span<con
         "its subject " + shown(subject) + " does not name the class of its body, " + message.getTagName();
     return result;
   }
-  if (const char* const tag = header(tagHeader);
-      tag != nullptr && std::to_string(message.getTagID()) != tag) {
-    result.why = "its header names another class than its body, " + message.getTagName();
-    return result;
-  }
-  const char* const written = header(fingerprintHeader);
-  if (result.problems.has(ProblemKind::WireCodeUnclear) &&
-      (written == nullptr || hexadecimal(fingerprint(message)) != written)) {
+  const auto hasOwnFingerprint = [&] {
+    const char* const written = header(fingerprintHeader);
+    return written != nullptr && hexadecimal(fingerprint(message)) == written;
+  };
+  if (result.problems.has(ProblemKind::WireCodeUnclear) && !hasOwnFingerprint()) {
     const auto& entries = result.problems.entries();
     const auto unclear = std::find_if(entries.begin(), entries.end(), [](const Problems::Entry& problem) {
       return problem.kind == ProblemKind::WireCodeUnclear;
