@@ -269,6 +269,11 @@ TEST_F(Nats, AFullWindowRefusesOrWaits)
   }
   ASSERT_TRUE(waiting.flush(patience));
   EXPECT_EQ(waiting.counts().stored, 50U);
+
+  auto lost = publisher({.prefix = "elsewhere"});
+  ASSERT_EQ(lost.publish(status(0)), nats::Outcome::Taken);
+  ASSERT_TRUE(lost.flush(std::chrono::seconds(5)));  // and not only when it gives up
+  EXPECT_EQ(lost.firstFailure(), "elsewhere.Demo.Status: no stream takes the subject");
 }
 
 TEST_F(Nats, AServerMayGoAwayAndComeBack)

@@ -304,6 +304,21 @@ void Output::commit()
   }
 }
 
+void syncName(const std::string& file)
+{
+  std::error_code error;
+  const std::filesystem::path place = std::filesystem::weakly_canonical(file, error);
+  const Descriptor folder(error ? -1
+                                : ::open(place.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (error) {
+    failed("cannot write", file, error.value());
+  }
+  // Some file systems sync no folders.
+  if (folder.get() < 0 || (::fsync(folder.get()) != 0 && errno != EINVAL)) {
+    failed("cannot write", file, errno);
+  }
+}
+
 void writeOutput(const std::string& file, std::string_view bytes)
 {
   Output output(file);

@@ -69,6 +69,9 @@ private:
   std::unique_ptr<Open> open_;
 };
 
+/// Makes the name of a file durable, which was made or replaced before: its bytes do not do that.
+void syncName(const std::string& file);
+
 /// Writes the bytes as one Output.
 void writeOutput(const std::string& file, std::string_view bytes);
 

@@ -8,6 +8,7 @@
 #include <commandline/Values.h>
 #include <CLI/CLI.hpp>
 
+#include <kwxml/binary/RecordPrefix.h>
 #include <kwxml/nats/StoredMessages.h>
 
 #include <algorithm>
@@ -59,10 +60,8 @@ std::string appended(const nats::Delivery& delivery, const ReceiveOptions& optio
   } else {
     bytes = nats::pack(*delivery.message, options.prefix, nats::Form::Binary).body;
   }
-  const auto size = static_cast<std::uint32_t>(bytes.size());
-  const char prefix[] = {static_cast<char>(size >> 24), static_cast<char>(size >> 16),
-                         static_cast<char>(size >> 8), static_cast<char>(size)};
-  return std::string(prefix, sizeof prefix) + bytes;
+  const auto prefix = singlePrefix(static_cast<std::uint32_t>(bytes.size()));
+  return std::string(prefix.data(), prefix.size()) + bytes;
 }
 
 /// Appends messages to a file, and acknowledges them once the file and the record of stored messages have

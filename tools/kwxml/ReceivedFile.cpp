@@ -104,6 +104,8 @@ std::uint64_t ReceivedFile::begin(std::optional<std::uint64_t> mark)
     cut(agreed_);
   }
   save();
+  syncName(name_);
+  syncName(side_);
   return gone;
 }
 

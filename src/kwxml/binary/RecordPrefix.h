@@ -1,6 +1,7 @@
 // What stands before the messages of a file: their lengths, and the version of a batch. Not installed.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -20,6 +21,16 @@ constexpr std::uint32_t singlePrefix(std::string_view bytes)
     length = length << 8 | static_cast<unsigned char>(bytes[i]);
   }
   return length;
+}
+
+/// The same, to be written.
+constexpr std::array<char, recordPrefixSize> singlePrefix(std::uint32_t length)
+{
+  std::array<char, recordPrefixSize> bytes{};
+  for (std::size_t i = 0; i < recordPrefixSize; ++i) {
+    bytes[i] = static_cast<char>(length >> (8 * (recordPrefixSize - 1 - i)));
+  }
+  return bytes;
 }
 
 /// The number before a record of a batch, or its version, as readers take it: what follows the digits does

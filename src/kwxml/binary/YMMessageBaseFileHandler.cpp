@@ -214,11 +214,7 @@ int YMMessageBaseFileHandler::AddObjectToFile(const YMMessageBase& message, unsi
     log().logError(function, "Data Serialized is 0.Nothing to write.");
     return NothingMore;
   }
-  unsigned char prefix[prefixSize];
-  for (std::size_t i = 0; i < prefixSize; ++i) {
-    prefix[i] = static_cast<unsigned char>(length >> (8 * (prefixSize - 1 - i)));
-  }
-  if (!append.write(prefix, prefixSize)) {
+  if (!append.write(kwxml::singlePrefix(static_cast<std::uint32_t>(length)).data(), prefixSize)) {
     return WriteFailed;
   }
   written = prefixSize;

@@ -10,6 +10,7 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <set>
 
 namespace kwxml::nats {
 
@@ -151,8 +152,17 @@ ConnectionSettings ConnectionSettings::fromPlatform()
        {"CertificateFile", &settings.certificateFile},
        {"KeyFile", &settings.keyFile},
        {"HostName", &settings.hostName}}};
+  // A key that is misspelt would leave a connection open to all, perhaps.
+  std::set<std::string> unknown = platform.keys(section);
+  for (const char* const key : {"Servers", "TLS", "Timeout", "ReconnectFirst", "ReconnectMost"}) {
+    unknown.erase(key);
+  }
   for (const auto& [key, text] : texts) {
     static_cast<void>(platform.getString(section, key, *text));
+    unknown.erase(key);
+  }
+  if (!unknown.empty()) {
+    throw Error(function, "section [Nats] of the settings has no setting " + shown(*unknown.begin()));
   }
   long long tls = 0;
   if (std::string text; platform.getNumber(section, "TLS", tls) != 0) {
@@ -178,6 +188,18 @@ ConnectionSettings ConnectionSettings::fromPlatform()
     throw Error(function, "the settings file names a password or credentials, and other users may write it");
   }
   return settings;
+}
+
+std::uint64_t Connection::State::reconnections() const
+{
+  constexpr const char* what = "cannot ask for the connection's counts";
+  natsStatistics* made = nullptr;
+  check(natsStatistics_Create(&made), "Connection", what);
+  const std::unique_ptr<natsStatistics, Destroyer<natsStatistics_Destroy>> counts(made);
+  check(natsConnection_GetStats(connection.get(), made), "Connection", what);
+  std::uint64_t number = 0;
+  check(natsStatistics_GetCounts(made, nullptr, nullptr, nullptr, nullptr, &number), "Connection", what);
+  return number;
 }
 
 Connection::State::~State()

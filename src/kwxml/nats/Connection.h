@@ -51,7 +51,7 @@ struct KWXML_API ConnectionSettings
   /// The settings of section [Nats] of the platform's settings file: Servers (with commas between), User,
   /// Password, CredentialsFile, TLS (0 or 1), CAFile, CertificateFile, KeyFile, HostName, Timeout,
   /// ReconnectFirst and ReconnectMost (milliseconds). What is missing has the value above. Throws Error for a
-  /// number out of its range, and for a password in a file that other users may write.
+  /// number out of its range, for another key, and for a password in a file that other users may write.
   static ConnectionSettings fromPlatform();
 };
 

@@ -64,7 +64,9 @@ struct Consumer::State
   /// Hands what comes to `take`, each as soon as it is there.
   template <class Take>
   void each(std::size_t most, std::chrono::milliseconds wait, Take take);
-  bool isConfirmed(const Delivery& delivery);
+  /// Acknowledges it. Whether the servers have that and what was said before, since `reconnections` was the
+  /// number.
+  bool isConfirmed(const Delivery& delivery, std::uint64_t reconnections);
 
   Connection::State& connection;
   ConsumerOptions options;
@@ -356,9 +358,10 @@ std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::millisecond
   return deliveries;
 }
 
-bool Consumer::State::isConfirmed(const Delivery& delivery)
+bool Consumer::State::isConfirmed(const Delivery& delivery, std::uint64_t reconnections)
 {
-  return confirm(connection, delivery.native_->message.get(), Word::Done) == NATS_OK;
+  return confirm(connection, delivery.native_->message.get(), Word::Done) == NATS_OK &&
+         connection.reconnections() == reconnections;
 }
 
 bool Consumer::acknowledge(std::span<const Delivery> deliveries)
@@ -366,12 +369,13 @@ bool Consumer::acknowledge(std::span<const Delivery> deliveries)
   if (deliveries.empty()) {
     return true;
   }
+  const std::uint64_t reconnections = state_->connection.reconnections();
   for (const Delivery& delivery : deliveries.first(deliveries.size() - 1)) {
     if (say(state_->connection, delivery.native_->message.get(), Word::Done) != NATS_OK) {
       return false;
     }
   }
-  if (!state_->isConfirmed(deliveries.back())) {
+  if (!state_->isConfirmed(deliveries.back(), reconnections)) {
     return false;
   }
   state_->counts.acknowledged += deliveries.size();
@@ -416,6 +420,7 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
     }
     done.clear();
   };
+  const std::uint64_t reconnections = state.connection.reconnections();
   std::size_t count = 0;
   state.each(most, wait, [&](Delivery&& delivery) {
     ++count;
@@ -442,7 +447,7 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
     }
   });
   acknowledgeDone();
-  if (last.has_value() && !state.isConfirmed(*last)) {
+  if (last.has_value() && !state.isConfirmed(*last, reconnections)) {
     unconfirmed(*last);
     --state.counts.acknowledged;
   }

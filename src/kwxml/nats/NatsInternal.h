@@ -103,6 +103,9 @@ struct Connection::State
 {
   ~State();
 
+  /// How often the connection was made again: what was sent without an answer meanwhile may be lost.
+  std::uint64_t reconnections() const;
+
   ConnectionSettings settings;
   ConnectionOwner connection;
   ContextOwner context;  ///< for all but the publishers' own messages

@@ -37,6 +37,7 @@ struct Publisher::State
   {
     natsMsg* message;
     Clock::time_point due;
+    bool isUnheard;  ///< no stream answered: is there one?
   };
 
   State(Connection& on, PublisherOptions with, std::function<void(const Settled&)> tell)
@@ -66,7 +67,11 @@ struct Publisher::State
   /// Tells the caller what became of a message, and wakes those who wait for that. Without the lock.
   void tell(const Settled& what, Wakes wakes);
   void acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error);
-  void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words);
+  /// `isFinal`: no stream takes the subject.
+  void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words,
+              bool isFinal = false);
+  /// Whether the servers say that no stream takes the subject.
+  bool isForNobody(const char* subject);
   void send(natsMsg* message);
   /// When the servers will have been silent about a message for too long. With the lock.
   Clock::time_point silentAt() const;
@@ -175,7 +180,22 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
   }
 }
 
-void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words)
+bool Publisher::State::isForNobody(const char* subject)
+{
+  jsOptions asked;
+  if (jsOptions_Init(&asked) != NATS_OK) {
+    return false;
+  }
+  asked.Stream.Info.SubjectsFilter = subject;
+  jsStreamNamesList* names = nullptr;
+  jsErrCode code{};
+  const natsStatus status = js_StreamNames(&names, connection.context.get(), &asked, &code);
+  const std::unique_ptr<jsStreamNamesList, Destroyer<jsStreamNamesList_Destroy>> owner(names);
+  return status == NATS_NOT_FOUND || (status == NATS_OK && names->Count == 0);
+}
+
+void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words,
+                              bool isFinal)
 {
   const std::lock_guard order(telling);
   if (ended) {
@@ -194,20 +214,21 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
     }
     const Flight flight = found->second;
     const Clock::time_point now = Clock::now();
-    if (isPassing(status, code) && now < flight.giveUp &&
+    if (!isFinal && isPassing(status, code) && now < flight.giveUp &&
         !natsConnection_IsClosed(connection.connection.get())) {
       found->second.sent = waiting;
       constexpr auto pause = std::chrono::milliseconds(100);
-      repeats.push_back({message, now + pause});
+      repeats.push_back({message, now + pause, status == NATS_NO_RESPONDERS});
       late.notify_all();
       return;
     }
     what.number = flight.number;
     what.refused = !isPassing(status, code) && (code != 0 || status == NATS_MAX_PAYLOAD);
     what.why = std::string(natsMsg_GetSubject(message)) + ": " +
-               (status == NATS_NO_RESPONDERS ? "no stream takes the subject, or none answers"
-                : words.empty()              ? natsStatus_GetText(status)
-                                             : words);
+               (isFinal                        ? "no stream takes the subject"
+                : status == NATS_NO_RESPONDERS ? "no stream answers"
+                : words.empty()                ? natsStatus_GetText(status)
+                                               : words);
     isFirst = firstFailure.empty();
     wakes = settle(message, flight, what);
   }
@@ -274,12 +295,16 @@ void Publisher::State::repeatLate()
   while (!ending) {
     const Clock::time_point now = Clock::now();
     if (!repeats.empty() && repeats.front().due <= now) {
-      natsMsg* const message = repeats.front().message;
+      const Repeat repeat = repeats.front();
       repeats.pop_front();
-      flights.find(message)->second.sent = now;
+      flights.find(repeat.message)->second.sent = now;
       ++counts.repeats;
       lock.unlock();
-      send(message);
+      if (repeat.isUnheard && isForNobody(natsMsg_GetSubject(repeat.message))) {
+        failed(repeat.message, NATS_NO_RESPONDERS, static_cast<jsErrCode>(0), {}, true);
+      } else {
+        send(repeat.message);
+      }
       lock.lock();
     } else if (const Clock::time_point silent = silentAt(); silent <= now) {
       lock.unlock();

@@ -183,6 +183,21 @@ const std::string* KWPlatformInfo::find(const char* section, const char* key) co
   return value ? value : findIn(section);
 }
 
+std::set<std::string> KWPlatformInfo::keys(const char* section) const
+{
+  std::set<std::string> all;
+  if (section != nullptr) {
+    for (const std::string& name : {std::string(section), std::string(section) + '@' + focus_}) {
+      if (const auto found = sections_.find(name); found != sections_.end()) {
+        for (const auto& [key, value] : found->second) {
+          all.insert(key);
+        }
+      }
+    }
+  }
+  return all;
+}
+
 int KWPlatformInfo::getNumber(const char* section, const char* key, long long& number) const
 {
   const std::string* value = find(section, key);

@@ -17,6 +17,7 @@
 #include <kwxml/platform/Export.h>
 
 #include <map>
+#include <set>
 #include <string>
 
 /// The settings as they were when the object was made. An object belongs to one thread at a time.
@@ -38,6 +39,10 @@ public:
   /// Non-zero when the setting exists, also with an empty value; the value then is in `text`. Otherwise 0,
   /// and `text` is unchanged. A null section or key names no setting.
   [[nodiscard]] int getString(const char* section, const char* key, std::string& text) const;
+
+  /// The keys of a section, those of the focus included, in the order of their bytes: for readers that take
+  /// no others. A null section has none.
+  std::set<std::string> keys(const char* section) const;
 
   /// Whether nobody but the process's user and root may have written the settings file. Asked before a
   /// setting that protects secrets is used, such as the name of the key file. True without settings.
