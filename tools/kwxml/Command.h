@@ -65,5 +65,6 @@ void addMergeCommand(CLI::App& app, Session& session);
 // Where the build has the client of NATS (KWXML_NATS).
 void addSendCommand(CLI::App& app, Session& session);
 void addReceiveCommands(CLI::App& app, Session& session);
+void addDeadCommand(CLI::App& app, Session& session);
 
 }  // namespace kwxml::tool

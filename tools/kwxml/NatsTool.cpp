@@ -231,7 +231,8 @@ void failOverDeadLetters(const nats::Consumer& consumer)
   }
   if (const std::uint64_t dead = consumer.counts().dead; dead > 0) {
     throw Failure(exitData, countedMessages(dead) + " went to the dead letters, subject " +
-                                nats::deadSubject(consumer.options().prefix));
+                                nats::deadSubject(consumer.options().prefix) +
+                                "; kwxml dead shows what lies there");
   }
 }
 

@@ -133,6 +133,7 @@ int run(int argc, char** argv)
 #if KWXML_NATS
   addSendCommand(app, session);
   addReceiveCommands(app, session);
+  addDeadCommand(app, session);
 #endif
   // The help does not say these: shells ask the one, the build the other.
   const std::vector<std::string> words(argv + std::min(argc, 2), argv + argc);
