@@ -73,7 +73,7 @@ public:
       : options_(options),
         file_(options.outputFile, {options.stream, options.prefix, options.receive.durable, options.to}),
         consumer_(connection_, how()),
-        stored_(connection_, consumer_, file_.receiver())
+        stored_(connection_, consumer_, file_.receiver(), file_.isNew())
   {
     if (const std::uint64_t gone = file_.begin(stored_.mark()); gone > 0) {
       report(inputName(options.outputFile) + ": " + std::to_string(gone) + (gone == 1 ? " byte" : " bytes") +

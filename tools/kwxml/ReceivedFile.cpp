@@ -50,6 +50,7 @@ ReceivedFile::ReceivedFile(const std::string& file, Source source)
     }
     return;
   }
+  isNew_ = false;
   auto lines = readSideFile(side_);
   receiver_ = lines["receiver"];
   if (!sideNumber(lines, "length", agreed_) || !isRandomName(receiver_)) {

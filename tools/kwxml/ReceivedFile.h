@@ -34,6 +34,8 @@ public:
   ReceivedFile(const ReceivedFile&) = delete;
   ReceivedFile& operator=(const ReceivedFile&) = delete;
 
+  /// Whether nothing was ever received into it.
+  bool isNew() const { return isNew_; }
   /// The name of this writer among all receivers: the same for the same file.
   const std::string& receiver() const { return receiver_; }
   /// Opens the file, or makes it, and takes back what was appended behind the mark that the record has, if
@@ -57,6 +59,7 @@ private:
   std::string receiver_;
   CYxFile file_;
   std::unique_ptr<Output> direct_;  ///< instead of `file_` for what cannot be taken back
+  bool isNew_ = true;
   int lock_ = -1;
   std::uint64_t length_ = 0;
   unsigned long long agreed_ = 0;

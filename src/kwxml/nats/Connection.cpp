@@ -10,6 +10,7 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <set>
 
 namespace kwxml::nats {
@@ -52,17 +53,28 @@ std::vector<std::string> split(std::string_view text)
   return parts;
 }
 
+/// A number of the section; nullopt where there is none. Throws Error for another one than it `takes`.
+std::optional<long long> numberOf(const KWPlatformInfo& platform, const char* key, long long least,
+                                  long long most, const char* takes)
+{
+  std::string text;
+  if (platform.getString(section, key, text) == 0) {
+    return std::nullopt;
+  }
+  long long number = 0;
+  if (platform.getNumber(section, key, number) == 0 || number < least || number > most) {
+    throw Error(
+        "ConnectionSettings::fromPlatform",
+        std::string("setting ") + key + " of section [Nats] is \"" + shown(text) + "\"; it takes " + takes);
+  }
+  return number;
+}
+
 void readTime(const KWPlatformInfo& platform, const char* key, std::chrono::milliseconds& time)
 {
-  long long number = 0;
-  if (platform.getNumber(section, key, number) != 0) {
-    constexpr long long most = 24LL * 60 * 60 * 1000;
-    if (number < 1 || number > most) {
-      throw Error("ConnectionSettings::fromPlatform", std::string("setting ") + key +
-                                                          " of section [Nats] is " + std::to_string(number) +
-                                                          "; it takes milliseconds, from 1 to a day");
-    }
-    time = std::chrono::milliseconds(number);
+  constexpr long long day = 24LL * 60 * 60 * 1000;
+  if (const auto number = numberOf(platform, key, 1, day, "milliseconds, from 1 to a day")) {
+    time = std::chrono::milliseconds(*number);
   }
 }
 
@@ -70,8 +82,7 @@ void onDisconnected(natsConnection*, void* closure)
 {
   try {
     if (const auto state = CallbackKey<Connection::State>::find(closure)) {
-      const std::lock_guard lock(state->mutex);
-      log().logError("Nats", "the connection to %s is lost; it is made again", state->server.c_str());
+      log().logError("Nats", "the connection to %s is lost; it is made again", state->lastServer().c_str());
     }
   } catch (...) {  // no memory for a line: nothing may leave through the client
   }
@@ -88,12 +99,11 @@ void onReconnected(natsConnection* connection, void* closure)
 {
   try {
     if (const auto state = CallbackKey<Connection::State>::find(closure)) {
-      const std::string server = connectedServer(connection);
-      const std::lock_guard lock(state->mutex);
-      if (!server.empty()) {
+      if (const std::string server = connectedServer(connection); !server.empty()) {
+        const std::lock_guard lock(state->mutex);
         state->server = server;
       }
-      log().logError("Nats", "connected again, to %s", state->server.c_str());
+      log().logError("Nats", "connected again, to %s", state->lastServer().c_str());
     }
   } catch (...) {  // no memory for a line: nothing may leave through the client
   }
@@ -105,11 +115,14 @@ void onClosed(natsConnection* connection, void* closure)
     if (const auto state = CallbackKey<Connection::State>::find(closure)) {
       const char* words = nullptr;
       const natsStatus status = natsConnection_GetLastError(connection, &words);
-      const std::lock_guard lock(state->mutex);
-      state->ended = std::string(natsStatus_GetText(status)) +
-                     (words != nullptr && *words != '\0' ? std::string(" (") + words + ")" : std::string());
-      log().logError("Nats", "the connection to %s has ended: %s", state->server.c_str(),
-                     state->ended.c_str());
+      const std::string why =
+          std::string(natsStatus_GetText(status)) +
+          (words != nullptr && *words != '\0' ? std::string(" (") + words + ")" : std::string());
+      {
+        const std::lock_guard lock(state->mutex);
+        state->ended = why;
+      }
+      log().logError("Nats", "the connection to %s has ended: %s", state->lastServer().c_str(), why.c_str());
     }
   } catch (...) {  // no memory for a line: nothing may leave through the client
   }
@@ -139,6 +152,9 @@ ConnectionSettings ConnectionSettings::fromPlatform()
 {
   constexpr const char* function = "ConnectionSettings::fromPlatform";
   const KWPlatformInfo platform;
+  if (!platform.isReadable()) {  // the defaults would be another server, open to all
+    throw Error(function, "the settings file cannot be read; the line before says why");
+  }
   ConnectionSettings settings;
   std::string servers;
   if (platform.getString(section, "Servers", servers) != 0) {
@@ -164,11 +180,8 @@ ConnectionSettings ConnectionSettings::fromPlatform()
   if (!unknown.empty()) {
     throw Error(function, "section [Nats] of the settings has no setting " + shown(*unknown.begin()));
   }
-  long long tls = 0;
-  if (std::string text; platform.getNumber(section, "TLS", tls) != 0) {
-    settings.tls = tls != 0;
-  } else if (platform.getString(section, "TLS", text) != 0) {
-    throw Error(function, "setting TLS of section [Nats] is \"" + shown(text) + "\"; it takes 0 or 1");
+  if (const auto tls = numberOf(platform, "TLS", 0, 1, "0 or 1")) {
+    settings.tls = *tls != 0;
   }
   for (const std::string& server : settings.servers) {
     if (server.find('@') != std::string::npos) {  // one place for secrets, which is looked after
@@ -176,6 +189,10 @@ ConnectionSettings ConnectionSettings::fromPlatform()
           function,
           "setting Servers of section [Nats] names a user; User and Password are settings of their own");
     }
+  }
+  if (!settings.user.empty() && !settings.credentialsFile.empty()) {
+    throw Error(function,
+                "section [Nats] of the settings has a User and a CredentialsFile; one of them says who");
   }
   if (settings.user.empty() && !settings.password.empty()) {
     throw Error(function, "section [Nats] of the settings has a Password without a User");
@@ -188,6 +205,12 @@ ConnectionSettings ConnectionSettings::fromPlatform()
     throw Error(function, "the settings file names a password or credentials, and other users may write it");
   }
   return settings;
+}
+
+std::string Connection::State::lastServer() const
+{
+  const std::lock_guard lock(mutex);
+  return server;
 }
 
 std::uint64_t Connection::State::reconnections() const
@@ -254,6 +277,11 @@ Connection::Connection(const ConnectionSettings& settings) : state_(std::make_sh
   if (!settings.hostName.empty()) {
     set(natsOptions_SetExpectedHostname(made, settings.hostName.c_str()), "HostName");
   }
+  // A server that has no power or no network any more closes nothing: it is left when it answers no ping
+  // three times, and a write that it does not take is given up.
+  set(natsOptions_SetPingInterval(made, settings.timeout.count()), "Timeout");
+  set(natsOptions_SetMaxPingsOut(made, 2), "Timeout");
+  set(natsOptions_SetWriteDeadline(made, settings.timeout.count()), "Timeout");
   void* const key = state_->key.lead(state_);
   set(natsOptions_SetMaxReconnect(made, -1), "the attempts");
   set(natsOptions_SetCustomReconnectDelay(made, onDelay, key), "the waits");
@@ -289,8 +317,7 @@ bool Connection::isClosed() const
 
 std::string Connection::server() const
 {
-  const std::lock_guard lock(state_->mutex);
-  return state_->server;
+  return state_->lastServer();
 }
 
 std::size_t Connection::maxPayload() const

@@ -1,7 +1,7 @@
 // The connection to servers of NATS, over which publishers and consumers work, and the streams behind it.
 //
-// The servers keep messages in streams (JetStream). Nothing here is a broker or a protocol of its own: all is
-// done by the servers' client library.
+// The servers keep messages in streams (JetStream). Nothing here is a broker or a protocol of its own: the
+// servers' client library does the work, and where it has no call the servers' documented interface.
 #pragma once
 
 #include <kwxml/platform/Export.h>

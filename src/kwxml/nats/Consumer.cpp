@@ -61,9 +61,9 @@ struct Consumer::State
   jsConsumerInfo* info();
   void requireMore();
   std::optional<Delivery> deliver(MessageOwner message, Clock::time_point asked);
-  /// Hands what comes to `take`, each as soon as it is there.
+  /// Hands what comes to `take`, each as soon as it is there. How many came.
   template <class Take>
-  void each(std::size_t most, std::chrono::milliseconds wait, Take take);
+  std::size_t each(std::size_t most, std::chrono::milliseconds wait, Take take);
   /// Acknowledges it. Whether the servers have that and what was said before, since `reconnections` was the
   /// number.
   bool isConfirmed(const Delivery& delivery, std::uint64_t reconnections);
@@ -78,7 +78,7 @@ struct Consumer::State
 namespace {
 
 /// The servers do not hand out more unacknowledged messages than that.
-constexpr std::int64_t mostPending = 20000;
+constexpr std::int64_t mostPending = 100000;
 
 /// Whether servers say that somebody else will answer: one is shut down, or another one leads.
 bool isMoving(const std::string& words)
@@ -287,7 +287,7 @@ void Consumer::State::requireMore()
     if (is == NATS_NOT_FOUND) {
       throw Error(function, what + ": the consumer is gone");
     }
-  } else if (status != NATS_CONNECTION_DISCONNECTED && !isMoving(pull.words())) {
+  } else if (!isPassing(status, static_cast<jsErrCode>(0)) && !isMoving(pull.words())) {
     throw Error(function, what + ": " + pull.words());
   }
 }
@@ -332,23 +332,28 @@ std::optional<Delivery> Consumer::State::deliver(MessageOwner message, Clock::ti
 }
 
 template <class Take>
-void Consumer::State::each(std::size_t most, std::chrono::milliseconds wait, Take take)
+std::size_t Consumer::State::each(std::size_t most, std::chrono::milliseconds wait, Take take)
 {
-  const auto asked = Clock::now();
+  const auto until = Clock::now() + wait;
+  std::size_t count = 0;
   pull.begin(std::min<std::size_t>(most, mostPending), wait);
-  bool hasAny = false;
-  while (MessageOwner message = pull.next()) {
-    hasAny = true;
-    if (std::optional<Delivery> delivery = deliver(std::move(message), asked)) {
+  while (true) {
+    Pull::Arrival arrival = pull.next();
+    if (arrival.message == nullptr) {
+      break;
+    }
+    ++count;
+    if (std::optional<Delivery> delivery = deliver(std::move(arrival.message), arrival.asked)) {
       take(std::move(*delivery));
     }
   }
-  if (!hasAny) {
+  if (count == 0) {
     requireMore();
     if (pull.status() != NATS_TIMEOUT) {  // nobody is there to wait for
-      std::this_thread::sleep_until(asked + wait);
+      std::this_thread::sleep_until(until);
     }
   }
+  return count;
 }
 
 std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::milliseconds wait)
@@ -398,32 +403,11 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
                               const std::function<void(const Delivery&)>& handler)
 {
   State& state = *state_;
-  const auto unconfirmed = [&](const Delivery& delivery) {
-    log().logError("Consumer",
-                   "message %llu of stream %s may be delivered again: nobody confirmed that it is done",
-                   static_cast<unsigned long long>(delivery.sequence), state.options.stream.c_str());
-  };
-  // Acknowledgements of one moment leave together: each alone would wake the client's threads.
-  constexpr std::size_t mostDone = 100;
-  constexpr auto moment = std::chrono::milliseconds(5);
-  std::vector<Delivery> done;
-  State::Clock::time_point since{};
-  std::optional<Delivery> last;  // of those that are acknowledged: that is the one to be confirmed
-  const auto acknowledgeDone = [&] {
-    for (Delivery& delivery : done) {
-      if (say(state.connection, delivery.native_->message.get(), Word::Done) == NATS_OK) {
-        ++state.counts.acknowledged;
-        last = std::move(delivery);
-      } else {
-        unconfirmed(delivery);
-      }
-    }
-    done.clear();
-  };
   const std::uint64_t reconnections = state.connection.reconnections();
-  std::size_t count = 0;
-  state.each(most, wait, [&](Delivery&& delivery) {
-    ++count;
+  std::uint64_t done = 0;
+  bool isSaid = true;
+  std::optional<Delivery> last;  // of those that are done
+  const auto handle = [&](Delivery&& delivery) {
     std::optional<std::string> why;
     try {
       handler(delivery);
@@ -438,18 +422,21 @@ std::size_t Consumer::process(std::size_t most, std::chrono::milliseconds wait,
                      shown(*why).c_str());
       return;
     }
+    isSaid = say(state.connection, delivery.native_->message.get(), Word::Done) == NATS_OK && isSaid;
+    ++done;
     delivery.message.reset();
-    const State::Clock::time_point now = State::Clock::now();
-    since = done.empty() ? now : since;
-    done.push_back(std::move(delivery));
-    if (done.size() == mostDone || now - since >= moment) {
-      acknowledgeDone();
-    }
-  });
-  acknowledgeDone();
-  if (last.has_value() && !state.isConfirmed(*last, reconnections)) {
-    unconfirmed(*last);
-    --state.counts.acknowledged;
+    last = std::move(delivery);
+  };
+  const std::size_t count = state.each(most, wait, handle);
+  if (last.has_value() && isSaid && state.isConfirmed(*last, reconnections)) {
+    state.counts.acknowledged += done;
+  } else if (last.has_value()) {
+    log().logError(
+        "Consumer",
+        "%llu messages of stream %s, up to message %llu, may be delivered again: nobody confirmed that "
+        "they are done",
+        static_cast<unsigned long long>(done), state.options.stream.c_str(),
+        static_cast<unsigned long long>(last->sequence));
   }
   return count;
 }

@@ -85,7 +85,7 @@ natsStatus storeDeadLetter(Connection::State& connection, natsMsg* message, cons
     if (status == NATS_OK) {
       status = publishNow(connection, made, std::nullopt, code, place);
     }
-    if (status != NATS_MAX_PAYLOAD) {
+    if (status != NATS_MAX_PAYLOAD && code != JSStreamMessageExceedsMaximumErr) {
       break;
     }
   }

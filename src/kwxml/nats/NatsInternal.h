@@ -103,6 +103,8 @@ struct Connection::State
 {
   ~State();
 
+  /// Host and port of the last server.
+  std::string lastServer() const;
   /// How often the connection was made again: what was sent without an answer meanwhile may be lost.
   std::uint64_t reconnections() const;
 

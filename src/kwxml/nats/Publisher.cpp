@@ -97,7 +97,9 @@ struct Publisher::State
   std::condition_variable late;   ///< for the repeater: there is more to repeat, or it ends
   std::unordered_map<const natsMsg*, Flight> flights;
   std::size_t bytesOnTheWay = 0;
-  std::deque<Repeat> repeats;  ///< in the order of their times, for all wait equally long
+  Clock::time_point heard{};     ///< when a message was last stored
+  Clock::time_point answered{};  ///< when the youngest of those was sent
+  std::deque<Repeat> repeats;    ///< in the order of their times, for all wait equally long
   /// Whether each message from `upTo` on is settled.
   std::deque<bool> done;
   std::uint64_t upTo = 0;
@@ -171,6 +173,8 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
     if (const auto found = flights.find(message); found != flights.end()) {
       const Flight flight = found->second;
       what.number = flight.number;
+      answered = std::max(answered, flight.sent);
+      heard = Clock::now();
       wakes = settle(message, flight, what);
     }
   }
@@ -205,6 +209,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
   Settled what{.number = 0, .sequence = 0};
   bool isFirst = false;
   Wakes wakes{};
+  const bool isClosed = natsConnection_IsClosed(connection.connection.get());
   {
     const std::lock_guard lock(mutex);
     const auto found = flights.find(message);
@@ -214,8 +219,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
     }
     const Flight flight = found->second;
     const Clock::time_point now = Clock::now();
-    if (!isFinal && isPassing(status, code) && now < flight.giveUp &&
-        !natsConnection_IsClosed(connection.connection.get())) {
+    if (!isFinal && isPassing(status, code) && now < flight.giveUp && !isClosed) {
       found->second.sent = waiting;
       constexpr auto pause = std::chrono::milliseconds(100);
       repeats.push_back({message, now + pause, status == NATS_NO_RESPONDERS});
@@ -246,8 +250,9 @@ void Publisher::State::send(natsMsg* message)
   // No MaxWait: the client's own watch over the time costs more than all else here.
   how.ExpectStream = options.stream.empty() ? nullptr : options.stream.c_str();
   natsMsg* given = message;
-  natsStatus status = NATS_OK;
-  {
+  // The client would keep it for the time when there is a connection again, however late that comes.
+  natsStatus status = NATS_CONNECTION_DISCONNECTED;
+  if (natsConnection_Status(connection.connection.get()) == NATS_CONN_STATUS_CONNECTED) {
     const std::lock_guard lock(sending);
     status = js_PublishMsgAsync(context.get(), &given, &how);
   }
@@ -256,13 +261,15 @@ void Publisher::State::send(natsMsg* message)
   }
 }
 
+/// Answers come in the order of the messages. So an old message is no sign of silence while others before it
+/// are answered, as over a slow line; but it is when one that was sent later has been answered.
 Clock::time_point Publisher::State::silentAt() const
 {
   Clock::time_point sent = Clock::now();
   for (const auto& [message, flight] : flights) {
     sent = std::min(sent, flight.sent);
   }
-  return sent + options.ackWait;
+  return (sent < answered ? sent : std::max(sent, heard)) + options.ackWait;
 }
 
 /// The client gives back all that it waits for, or nothing: so younger messages are sent again as well. That
@@ -291,6 +298,10 @@ void Publisher::State::takeBack()
 
 void Publisher::State::repeatLate()
 {
+  constexpr auto trusted = std::chrono::seconds(1);  // the servers need not be asked for each message
+  std::string asked;
+  Clock::time_point askedAt{};
+  bool isLost = false;
   std::unique_lock lock(mutex);
   while (!ending) {
     const Clock::time_point now = Clock::now();
@@ -300,7 +311,13 @@ void Publisher::State::repeatLate()
       flights.find(repeat.message)->second.sent = now;
       ++counts.repeats;
       lock.unlock();
-      if (repeat.isUnheard && isForNobody(natsMsg_GetSubject(repeat.message))) {
+      const std::string subject = natsMsg_GetSubject(repeat.message);
+      if (repeat.isUnheard && (subject != asked || now - askedAt > trusted)) {
+        isLost = isForNobody(subject.c_str());
+        asked = subject;
+        askedAt = Clock::now();
+      }
+      if (repeat.isUnheard && isLost) {
         failed(repeat.message, NATS_NO_RESPONDERS, static_cast<jsErrCode>(0), {}, true);
       } else {
         send(repeat.message);
@@ -326,7 +343,7 @@ void onAcknowledged(jsCtx*, natsMsg* message, jsPubAck* ack, jsPubAckErr* error,
     } else {
       natsMsg_Destroy(message);
     }
-  } catch (...) {  // no memory: nothing may leave through the client, and the message stays on its way
+  } catch (...) {  // no memory: nothing may leave through the client; the message is never settled
   }
 }
 
@@ -356,11 +373,11 @@ Publisher::Publisher(Connection& connection, PublisherOptions options,
     const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
     check(status, function, "cannot send to stream " + state.options.stream);
     state.duplicateWindow = std::chrono::nanoseconds(info->Config->Duplicates);
-    if (state.duplicateWindow < state.options.giveUpAfter) {
+    if (state.duplicateWindow <= state.options.giveUpAfter) {
       throw Error(function,
                   "stream " + state.options.stream + " knows identifiers for " +
                       std::to_string(std::chrono::ceil<std::chrono::seconds>(state.duplicateWindow).count()) +
-                      " s, which is less than the time for sending; repeats could be stored twice");
+                      " s, which is not more than the time for sending; repeats could be stored twice");
     }
   }
   jsOptions how;
@@ -420,17 +437,22 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
     check(natsMsgHeader_Set(made, name, value.c_str()), function, packed.subject);
   }
   {
-    std::unique_lock lock(state.mutex);
-    const auto isOver = [&] { return natsConnection_IsClosed(state.connection.connection.get()); };
-    while (!isOver() && state.isFull(bytes)) {
+    std::unique_lock lock(state.mutex, std::defer_lock);
+    while (true) {
+      // Without the lock, for the client may be writing. Nobody tells that the connection has ended.
+      if (natsConnection_IsClosed(state.connection.connection.get())) {
+        throw Error(function, "the connection has ended: " + endOf(state.connection));
+      }
+      lock.lock();
+      constexpr auto look = std::chrono::milliseconds(200);
+      if (!state.isFull(bytes) ||
+          (state.options.waits && state.roomy.wait_for(lock, look, [&] { return !state.isFull(bytes); }))) {
+        break;
+      }
+      lock.unlock();
       if (!state.options.waits) {
         return Outcome::Full;
       }
-      constexpr auto look = std::chrono::milliseconds(200);  // nobody tells that the connection has ended
-      state.roomy.wait_for(lock, look);
-    }
-    if (isOver()) {
-      throw Error(function, "the connection has ended: " + endOf(state.connection));
     }
     const std::uint64_t mine = ++state.counts.taken;
     const std::string unique = id.empty() ? state.ownId + "." + std::to_string(mine) : std::string(id);

@@ -73,7 +73,7 @@ void Pull::open()
   check(natsConnection_SubscribeSync(&subscribed, connection_.connection.get(), (inbox_ + "*").c_str()),
         function, "cannot listen for messages");
   subscription_.reset(subscribed);
-  // No more come than were asked for.
+  // What one request may bring is the caller's choice.
   check(natsSubscription_SetPendingLimits(subscribed, -1, -1), function, "cannot listen for messages");
 }
 
@@ -83,84 +83,104 @@ void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
   status_ = NATS_OK;
   words_.clear();
   hasAny_ = false;
-  waits_ = true;
   natsMsg* got = nullptr;
-  while (early_.size() < most && natsSubscription_NextMsg(&got, subscription_.get(), 0) == NATS_OK) {
+  while (natsSubscription_NextMsg(&got, subscription_.get(), 0) == NATS_OK) {
     MessageOwner message(got);
-    if (header(got, "Status") == nullptr) {
-      early_.push_back(std::move(message));
+    if (!isWord(got)) {
+      early_.push_back({std::move(message), asked_});
     }
+  }
+  if (coming_ > 0) {
+    // Servers keep a request that they cannot answer yet, and would serve it when nobody waits any more. They
+    // drop it when nobody listens.
+    open();
+    coming_ = 0;
   }
   left_ = most;
   if (left_ > early_.size()) {
-    ask(false);
+    ask(left_ - early_.size(), false);
   }
 }
 
 /// Servers that do not wait say at once when they have no more.
-void Pull::ask(bool waits)
+void Pull::ask(std::size_t count, bool waits)
 {
   waits_ = waits;
-  const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(until_ - Clock::now());
+  asked_ = Clock::now();
+  coming_ = count;
+  const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(until_ - asked_);
   constexpr auto margin = std::chrono::milliseconds(10);  // the servers end before the time here does
   const std::int64_t expires = std::max<std::int64_t>((wait > 2 * margin ? wait - margin : wait).count(), 1);
-  const std::string text = R"({"batch":)" + std::to_string(left_ - early_.size()) +
+  const std::string text = R"({"batch":)" + std::to_string(count) +
                            (waits ? R"(,"expires":)" + std::to_string(expires) : R"(,"no_wait":true)") + "}";
   status_ = natsConnection_PublishRequestString(connection_.connection.get(), subject_.c_str(),
                                                 (inbox_ + std::to_string(++request_)).c_str(), text.c_str());
   words_ = status_ != NATS_OK ? reason(status_) : std::string();
 }
 
-/// Whether that is a message, and no word of the servers, which is taken in.
-bool Pull::isMessage(natsMsg* message)
+/// Whether that is a word of the servers. Messages have the subjects under which they were sent.
+bool Pull::isWord(const natsMsg* message) const
 {
-  const char* const said = natsMsg_GetDataLength(message) > 0 ? nullptr : header(message, "Status");
-  if (said == nullptr) {
-    return true;
-  }
-  const std::string_view code = said;
+  return std::string_view(natsMsg_GetSubject(message)).starts_with(inbox_);
+}
+
+void Pull::takeWord(natsMsg* message)
+{
+  const char* const said = header(message, "Status");
+  const std::string_view code = said != nullptr ? said : "";
   if (code == "100" || natsMsg_GetSubject(message) != inbox_ + std::to_string(request_)) {
-    return false;  // they are there; or it is about another request
+    return;  // they are there; or it is about another request
   }
+  coming_ = 0;
   if (code == "404" || code == "408") {
     if (!hasAny_ && !waits_) {
-      ask(true);
+      ask(1, true);
     } else {
       status_ = NATS_TIMEOUT;
     }
-    return false;
+    return;
   }
   const char* const description = header(message, "Description");
   status_ = code == "503" ? NATS_NO_RESPONDERS : NATS_ERR;
-  words_ = description != nullptr ? description : said;
-  return false;
+  words_ = description != nullptr ? description : code.empty() ? "an answer without a status" : said;
 }
 
-MessageOwner Pull::next()
+Pull::Arrival Pull::next()
 {
-  while (status_ == NATS_OK && left_ > 0) {
-    MessageOwner message;
-    if (!early_.empty()) {
-      message = std::move(early_.front());
-      early_.pop_front();
-    } else {
-      const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - Clock::now()).count();
-      natsMsg* got = nullptr;
-      status_ = natsSubscription_NextMsg(&got, subscription_.get(), std::max<std::int64_t>(wait, 0));
-      message.reset(got);
-      if (status_ != NATS_OK) {
-        words_ = reason(status_);
-        break;
-      }
-      if (!isMessage(got)) {
-        continue;
-      }
-    }
-    hasAny_ = true;
-    --left_;
-    return message;
+  Arrival arrival;
+  while (status_ == NATS_OK && left_ > 0 && arrival.message == nullptr) {
+    take(arrival);
   }
-  return nullptr;
+  return arrival;
+}
+
+void Pull::take(Arrival& arrival)
+{
+  if (!early_.empty()) {
+    arrival = std::move(early_.front());
+    early_.pop_front();
+  } else {
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - Clock::now()).count();
+    natsMsg* got = nullptr;
+    status_ = natsSubscription_NextMsg(&got, subscription_.get(), std::max<std::int64_t>(wait, 0));
+    MessageOwner message(got);
+    if (status_ != NATS_OK) {
+      words_ = reason(status_);
+      return;
+    }
+    if (isWord(got)) {
+      takeWord(got);
+      return;
+    }
+    arrival = {std::move(message), asked_};
+    coming_ -= std::min<std::size_t>(coming_, 1);
+  }
+  hasAny_ = true;
+  --left_;
+  // One that came late is alone, or the first of many.
+  if (coming_ == 0 && left_ > early_.size()) {
+    ask(left_ - early_.size(), false);
+  }
 }
 
 }  // namespace kwxml::nats

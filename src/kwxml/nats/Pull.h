@@ -35,33 +35,43 @@ natsStatus confirm(Connection::State& connection, const natsMsg* message, Word w
 class Pull
 {
 public:
+  using Clock = std::chrono::steady_clock;
+  /// A message, and when the servers were asked for it; null when there is none.
+  struct Arrival
+  {
+    MessageOwner message{};
+    Clock::time_point asked{};
+  };
+
   Pull(Connection::State& connection, std::string stream, std::string durable);
 
   /// Listens. Throws Error.
   void open();
-  /// Asks for up to `most` messages; waits up to `wait` for the first.
+  /// Asks for up to `most` messages; waits up to `wait` for the first. Throws Error.
   void begin(std::size_t most, std::chrono::milliseconds wait);
-  /// The next one; null when there is none, with the reason in status() and words().
-  MessageOwner next();
+  /// The next one; none at the end, with the reason in status() and words().
+  Arrival next();
   /// NATS_OK and NATS_TIMEOUT: there are no more. NATS_ERR: the servers have ended it, with words.
   natsStatus status() const { return status_; }
   const std::string& words() const { return words_; }
 
 private:
-  using Clock = std::chrono::steady_clock;
-
-  void ask(bool waits);
-  bool isMessage(natsMsg* message);
+  void ask(std::size_t count, bool waits);
+  void take(Arrival& arrival);
+  bool isWord(const natsMsg* message) const;
+  void takeWord(natsMsg* message);
 
   Connection::State& connection_;
   const std::string subject_;
   std::string inbox_{};
   SubscriptionOwner subscription_{};
-  std::deque<MessageOwner> early_{};  ///< came when nobody waited for them any more
+  std::deque<Arrival> early_{};  ///< came when nobody waited for them any more
   std::uint64_t request_ = 0;
-  std::size_t left_ = 0;  ///< of what was asked for
+  Clock::time_point asked_{};
+  std::size_t coming_ = 0;  ///< of the request; 0: it is answered
+  std::size_t left_ = 0;    ///< of what the caller wants
   bool hasAny_ = false;
-  bool waits_ = false;  ///< the servers wait for a message as well
+  bool waits_ = false;  ///< the request waits for a message
   Clock::time_point until_{};
   natsStatus status_ = NATS_OK;
   std::string words_{};

@@ -164,6 +164,7 @@ struct StoredMessages::State
   std::uint64_t tail = 0;   ///< the last one that is known, from `last` on
   Places stored{};
   std::optional<std::uint64_t> mark{};
+  bool isNew = false;      ///< the receiver has never been one
   bool isBroken = false;   ///< behind `last` are entries that count, and the one that joins them is gone
   std::string writing{};   ///< the entry that is being written, by its id
   bool isWritten = false;  ///< whether that counts
@@ -239,7 +240,15 @@ natsStatus StoredMessages::State::next(std::uint64_t place, std::uint64_t& found
     return NATS_OK;
   }
   constexpr std::string_view none = R"("err_code":10037)";
-  return answer.find(none) != std::string_view::npos ? NATS_OK : NATS_TIMEOUT;
+  if (answer.find(none) != std::string_view::npos) {
+    return NATS_OK;
+  }
+  constexpr std::string_view passing = R"("code":503)";
+  if (answer.find(passing) == std::string_view::npos) {
+    constexpr std::size_t longest = 500;
+    throw Error("StoredMessages", what() + ": " + shown(answer.substr(0, longest)));
+  }
+  return NATS_TIMEOUT;
 }
 
 natsStatus StoredMessages::State::successor(std::uint64_t& place, Entry& entry)
@@ -276,6 +285,7 @@ natsStatus StoredMessages::State::refresh()
 
 natsStatus StoredMessages::State::begin()
 {
+  bool hasMark = isNew || mark.has_value();
   last = tail = 0;
   natsMsg* got = nullptr;
   natsStatus status =
@@ -294,7 +304,6 @@ natsStatus StoredMessages::State::begin()
   }
   const std::uint64_t end = tip.after;
   std::vector<Entry> entries;
-  bool hasMark = false;
   // Entries before the floor name nothing that is delivered again; the own mark is wanted from wherever it
   // is.
   for (std::uint64_t place = end; place > floor || (place > 0 && !hasMark);) {
@@ -376,7 +385,7 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
   }
 }
 
-StoredMessages::StoredMessages(Connection& connection, Consumer& consumer, std::string receiver)
+StoredMessages::StoredMessages(Connection& connection, Consumer& consumer, std::string receiver, bool isNew)
     : state_(
           new State{.connection = connection.state(),
                     .stream = consumer.options().stream,
@@ -384,6 +393,7 @@ StoredMessages::StoredMessages(Connection& connection, Consumer& consumer, std::
                     .receiver = std::move(receiver)})
 {
   checkName("a receiver", state_->receiver);
+  state_->isNew = isNew;
   state_->floor = consumer.acknowledgedUpTo();
   if (state_->floor > 0) {
     state_->stored.add(1, state_->floor);

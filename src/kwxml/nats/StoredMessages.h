@@ -29,9 +29,10 @@ class KWXML_API StoredMessages
 {
 public:
   /// Joins those who receive by `consumer`, which outlives the object. `receiver` names the receiver, the
-  /// same after each start and different from all others; letters, digits, "-" and "_". Throws Error: the
+  /// same after each start and different from all others; letters, digits, "-" and "_". `isNew`: the receiver
+  /// has never been one, so that the record is not searched to its beginning for its mark. Throws Error: the
   /// stream keeps no such subject, or the servers do not answer for a minute.
-  StoredMessages(Connection& connection, Consumer& consumer, std::string receiver);
+  StoredMessages(Connection& connection, Consumer& consumer, std::string receiver, bool isNew = false);
   ~StoredMessages();
   StoredMessages(const StoredMessages&) = delete;
   StoredMessages& operator=(const StoredMessages&) = delete;

@@ -141,6 +141,7 @@ KWPlatformInfo::KWPlatformInfo()
   if (!path || !*path) {
     return;
   }
+  readable_ = false;
   std::string problem;
   const std::optional<std::string> content = readFile(path, problem, trusted_);
   if (!content) {
@@ -159,6 +160,7 @@ KWPlatformInfo::KWPlatformInfo()
     return;
   }
   sections_ = std::move(parse.sections);
+  readable_ = true;
 }
 
 void KWPlatformInfo::setFocus(const char* focus)

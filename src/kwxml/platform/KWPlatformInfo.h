@@ -44,6 +44,10 @@ public:
   /// no others. A null section has none.
   std::set<std::string> keys(const char* section) const;
 
+  /// Whether the settings file was read; true also where none is named. For callers whose defaults would not
+  /// do in its place.
+  bool isReadable() const { return readable_; }
+
   /// Whether nobody but the process's user and root may have written the settings file. Asked before a
   /// setting that protects secrets is used, such as the name of the key file. True without settings.
   bool isTrusted() const { return trusted_; }
@@ -54,4 +58,5 @@ private:
   std::map<std::string, std::map<std::string, std::string>> sections_;
   std::string focus_;
   bool trusted_ = true;
+  bool readable_ = true;
 };
