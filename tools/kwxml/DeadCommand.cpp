@@ -79,7 +79,7 @@ void addDeadCommand(CLI::App& app, Session& session)
   addPrefixOption(command, "--prefix", options->prefix);
   command
       .add_option("--bodies", options->bodies,
-                  "Write the bytes of each to FOLDER, in a file named by its place")
+                  "Write the bytes of each to FOLDER, in a file named by its place, over one that is there")
       ->type_name("FOLDER");
   command.callback([options, &session] { session.run = [options](LibraryLog&) { showDead(*options); }; });
 }

@@ -313,8 +313,8 @@ void syncName(const std::string& file)
   if (error) {
     failed("cannot write", file, error.value());
   }
-  // Some file systems sync no folders.
-  if (folder.get() < 0 || (::fsync(folder.get()) != 0 && errno != EINVAL)) {
+  // Some file systems sync no folders, and a folder that may be written need not be readable.
+  if (folder.get() < 0 ? errno != EACCES : ::fsync(folder.get()) != 0 && errno != EINVAL) {
     failed("cannot write", file, errno);
   }
 }

@@ -99,15 +99,16 @@ private:
   {
     std::vector<nats::Delivery> done;  // stored, here or elsewhere
     std::vector<Piece> pieces;
-    std::set<std::uint64_t> seen;
+    std::set<std::uint64_t> kept;
     for (nats::Delivery& delivery : deliveries) {
       // What came late and was sent again stands twice in one batch.
-      if (!seen.insert(delivery.sequence).second) {
+      if (kept.count(delivery.sequence) > 0) {
         done.push_back(std::move(delivery));
         continue;
       }
       try {
         pieces.push_back({delivery.sequence, appended(delivery, options_)});
+        kept.insert(delivery.sequence);
         done.push_back(std::move(delivery));
       } catch (const nats::Error& error) {
         static_cast<void>(consumer_.bury(delivery, error.what()));

@@ -245,10 +245,11 @@ bool Consumer::State::bury(natsMsg* message, std::uint64_t sequence, const std::
                       options.prefix, why);
   if (status == NATS_OK) {
     status = confirm(connection, message, Word::Done);
-    ++counts.dead;
+    counts.dead += status == NATS_OK ? 1 : 0;  // else it comes again
+  } else {
+    ++counts.unburied;
   }
   if (status != NATS_OK) {
-    ++counts.unburied;
     log().logError("Consumer", "message %llu of stream %s stays there: %s",
                    static_cast<unsigned long long>(sequence), options.stream.c_str(), reason(status).c_str());
   }

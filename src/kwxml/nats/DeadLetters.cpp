@@ -28,7 +28,8 @@ std::string cut(std::string text)
   return text;
 }
 
-/// The headers of the sender; those of the servers concern the message where it was.
+/// The headers of the sender; those of the servers concern the message where it was, and these two would make
+/// a letter without a body a word of theirs.
 natsStatus copyHeaders(natsMsg* from, natsMsg* to)
 {
   const char** names = nullptr;
@@ -36,7 +37,8 @@ natsStatus copyHeaders(natsMsg* from, natsMsg* to)
   natsStatus status = natsMsgHeader_Keys(from, &names, &count);
   for (int i = 0; status == NATS_OK && i < count; ++i) {
     if (const char* const value = header(from, names[i]);
-        value != nullptr && !std::string_view(names[i]).starts_with("Nats-")) {
+        value != nullptr && !std::string_view(names[i]).starts_with("Nats-") &&
+        std::string_view(names[i]) != "Status" && std::string_view(names[i]) != "Description") {
       status = natsMsgHeader_Set(to, names[i], value);
     }
   }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <map>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -37,7 +38,8 @@ struct Publisher::State
   {
     natsMsg* message;
     Clock::time_point due;
-    bool isUnheard;  ///< no stream answered: is there one?
+    bool isUnheard;       ///< no stream answered: is there one?
+    bool isOver = false;  ///< its time is over
   };
 
   State(Connection& on, PublisherOptions with, std::function<void(const Settled&)> tell)
@@ -71,13 +73,15 @@ struct Publisher::State
   void failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words,
               bool isFinal = false);
   /// Whether the servers say that no stream takes the subject.
-  bool isForNobody(const char* subject);
-  void send(natsMsg* message);
+  bool isForNobody(const std::string& subject);
+  /// Whether the message has left.
+  bool send(natsMsg* message);
   /// When the servers will have been silent about a message for too long. With the lock.
   Clock::time_point silentAt() const;
   /// Sends again what the servers are silent about. Without the lock.
   void takeBack();
   void repeatLate();
+  void repeat(const Repeat& repeat);
 
   Connection::State& connection;
   const PublisherOptions options;
@@ -107,6 +111,9 @@ struct Publisher::State
   std::string firstFailure;
   bool ending = false;
   std::thread repeater;
+  // The repeater's own.
+  std::map<std::string, Clock::time_point> forNobody;  ///< subjects that no stream took at that time
+  Clock::time_point askAgain{};                        ///< the servers, for streams
 };
 
 Publisher::State::Wakes Publisher::State::settle(const natsMsg* message, const Flight& flight,
@@ -184,18 +191,35 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
   }
 }
 
-bool Publisher::State::isForNobody(const char* subject)
+/// Twice, some time apart: servers that have just begun may not know their streams yet. While they do not
+/// answer they are not asked.
+bool Publisher::State::isForNobody(const std::string& subject)
 {
-  jsOptions asked;
-  if (jsOptions_Init(&asked) != NATS_OK) {
+  constexpr auto apart = std::chrono::seconds(1);
+  constexpr auto rest = std::chrono::seconds(5);
+  const auto known = forNobody.find(subject);
+  const Clock::time_point now = Clock::now();
+  if (known != forNobody.end() && now - known->second < apart) {
     return false;
   }
-  asked.Stream.Info.SubjectsFilter = subject;
+  jsOptions asked;
+  if (now < askAgain || jsOptions_Init(&asked) != NATS_OK) {
+    return false;
+  }
+  asked.Stream.Info.SubjectsFilter = subject.c_str();
   jsStreamNamesList* names = nullptr;
   jsErrCode code{};
   const natsStatus status = js_StreamNames(&names, connection.context.get(), &asked, &code);
   const std::unique_ptr<jsStreamNamesList, Destroyer<jsStreamNamesList_Destroy>> owner(names);
-  return status == NATS_NOT_FOUND || (status == NATS_OK && names->Count == 0);
+  if (status == NATS_OK && names->Count > 0) {
+    forNobody.erase(subject);
+    return false;
+  }
+  if (status != NATS_OK && status != NATS_NOT_FOUND) {
+    askAgain = Clock::now() + rest;
+    return false;
+  }
+  return !forNobody.emplace(subject, now).second;
 }
 
 void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words,
@@ -243,7 +267,7 @@ void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode cod
 }
 
 /// Without the lock: the client may call back.
-void Publisher::State::send(natsMsg* message)
+bool Publisher::State::send(natsMsg* message)
 {
   jsPubOptions how;
   static_cast<void>(jsPubOptions_Init(&how));
@@ -259,6 +283,7 @@ void Publisher::State::send(natsMsg* message)
   if (status != NATS_OK) {
     failed(message, status, static_cast<jsErrCode>(0), reason(status));
   }
+  return status == NATS_OK;
 }
 
 /// Answers come in the order of the messages. So an old message is no sign of silence while others before it
@@ -288,7 +313,7 @@ void Publisher::State::takeBack()
       failed(std::exchange(list.Msgs[i], nullptr), NATS_TIMEOUT, static_cast<jsErrCode>(0), {});
     }
   }
-  // The others have been answered, and somebody is about to say so.
+  // The others have been answered, and somebody is about to say so, or somebody is about to send them.
   const std::lock_guard lock(mutex);
   const Clock::time_point now = Clock::now();
   for (auto& [message, flight] : flights) {
@@ -296,36 +321,44 @@ void Publisher::State::takeBack()
   }
 }
 
+void Publisher::State::repeat(const Repeat& repeat)
+{
+  constexpr auto none = static_cast<jsErrCode>(0);
+  if (repeat.isOver) {
+    failed(repeat.message, NATS_TIMEOUT, none, {});
+  } else if (repeat.isUnheard && isForNobody(natsMsg_GetSubject(repeat.message))) {
+    failed(repeat.message, NATS_NO_RESPONDERS, none, {}, true);
+  } else if (send(repeat.message)) {
+    const std::lock_guard lock(mutex);
+    ++counts.repeats;
+  }
+}
+
 void Publisher::State::repeatLate()
 {
-  constexpr auto trusted = std::chrono::seconds(1);  // the servers need not be asked for each message
-  std::string asked;
-  Clock::time_point askedAt{};
-  bool isLost = false;
   std::unique_lock lock(mutex);
   while (!ending) {
     const Clock::time_point now = Clock::now();
     if (!repeats.empty() && repeats.front().due <= now) {
-      const Repeat repeat = repeats.front();
+      Repeat next = repeats.front();
       repeats.pop_front();
-      flights.find(repeat.message)->second.sent = now;
-      ++counts.repeats;
+      Flight& flight = flights.find(next.message)->second;
+      flight.sent = now;
+      next.isOver = flight.giveUp <= now;
       lock.unlock();
-      const std::string subject = natsMsg_GetSubject(repeat.message);
-      if (repeat.isUnheard && (subject != asked || now - askedAt > trusted)) {
-        isLost = isForNobody(subject.c_str());
-        asked = subject;
-        askedAt = Clock::now();
-      }
-      if (repeat.isUnheard && isLost) {
-        failed(repeat.message, NATS_NO_RESPONDERS, static_cast<jsErrCode>(0), {}, true);
-      } else {
-        send(repeat.message);
+      try {
+        repeat(next);
+      } catch (const std::exception& error) {  // no memory: the message stays on its way
+        log().logError("Publisher", "a message could not be sent again: %s", error.what());
       }
       lock.lock();
     } else if (const Clock::time_point silent = silentAt(); silent <= now) {
       lock.unlock();
-      takeBack();
+      try {
+        takeBack();
+      } catch (const std::exception& error) {  // the same
+        log().logError("Publisher", "messages could not be sent again: %s", error.what());
+      }
       lock.lock();
     } else {
       late.wait_until(lock, repeats.empty() ? silent : std::min(silent, repeats.front().due));
@@ -359,8 +392,11 @@ Publisher::Publisher(Connection& connection, PublisherOptions options,
   if (!state.options.stream.empty()) {
     checkName("a stream", state.options.stream);
   }
-  if (state.options.window == 0 || state.options.ackWait.count() <= 0) {
-    throw Error(function, "a publisher needs a window of at least one message, and a wait above 0");
+  constexpr auto day = std::chrono::hours(24);
+  if (state.options.window == 0 || state.options.ackWait.count() <= 0 || state.options.ackWait > day ||
+      state.options.giveUpAfter.count() < 0 || state.options.giveUpAfter > day) {
+    throw Error(function,
+                "a publisher needs a window of at least one message, and times above 0, of a day at most");
   }
   state.ownId = uniqueText();
   if (!state.options.stream.empty()) {
@@ -373,11 +409,11 @@ Publisher::Publisher(Connection& connection, PublisherOptions options,
     const StreamInfoOwner owner(status == NATS_OK ? info : nullptr);
     check(status, function, "cannot send to stream " + state.options.stream);
     state.duplicateWindow = std::chrono::nanoseconds(info->Config->Duplicates);
-    if (state.duplicateWindow <= state.options.giveUpAfter) {
+    if (state.duplicateWindow < state.options.giveUpAfter + state.options.ackWait) {
       throw Error(function,
                   "stream " + state.options.stream + " knows identifiers for " +
                       std::to_string(std::chrono::ceil<std::chrono::seconds>(state.duplicateWindow).count()) +
-                      " s, which is not more than the time for sending; repeats could be stored twice");
+                      " s, which is less than the time for sending; repeats could be stored twice");
     }
   }
   jsOptions how;
@@ -459,12 +495,17 @@ Outcome Publisher::publish(const Packed& packed, std::string_view id, std::uint6
     try {
       check(natsMsgHeader_Set(made, idHeader, unique.c_str()), function, packed.subject);
       const Clock::time_point now = Clock::now();
-      state.flights.emplace(made, State::Flight{mine, bytes, now + state.options.giveUpAfter, now});
+      state.done.push_back(false);
+      try {
+        state.flights.emplace(made, State::Flight{mine, bytes, now + state.options.giveUpAfter, now});
+      } catch (...) {
+        state.done.pop_back();
+        throw;
+      }
     } catch (...) {
       --state.counts.taken;
       throw;
     }
-    state.done.push_back(false);
     state.bytesOnTheWay += bytes;
     if (number != nullptr) {
       *number = mine;

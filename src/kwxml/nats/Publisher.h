@@ -78,7 +78,8 @@ public:
   /// `giveUpAfter`.
   Publisher(Connection& connection, PublisherOptions options,
             std::function<void(const Settled&)> settled = {});
-  /// Does not wait: messages on their way may be stored or not. Call flush() before.
+  /// Does not wait for messages on their way: they may be stored or not. Call flush() before. Takes as long
+  /// as a question to the servers that has begun.
   ~Publisher();
   Publisher(const Publisher&) = delete;
   Publisher& operator=(const Publisher&) = delete;

@@ -68,11 +68,12 @@ void Pull::open()
   natsInbox* inbox = nullptr;
   check(natsInbox_Create(&inbox), function, "cannot make an inbox");
   const std::unique_ptr<natsInbox, Destroyer<natsInbox_Destroy>> owner(inbox);
-  inbox_ = std::string(inbox) + ".";
+  const std::string subject = std::string(inbox) + ".";
   natsSubscription* subscribed = nullptr;
-  check(natsConnection_SubscribeSync(&subscribed, connection_.connection.get(), (inbox_ + "*").c_str()),
+  check(natsConnection_SubscribeSync(&subscribed, connection_.connection.get(), (subject + "*").c_str()),
         function, "cannot listen for messages");
   subscription_.reset(subscribed);
+  inbox_ = subject;
   // What one request may bring is the caller's choice.
   check(natsSubscription_SetPendingLimits(subscribed, -1, -1), function, "cannot listen for messages");
 }
@@ -83,6 +84,10 @@ void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
   status_ = NATS_OK;
   words_.clear();
   hasAny_ = false;
+  if (natsConnection_IsClosed(connection_.connection.get())) {
+    status_ = NATS_CONNECTION_CLOSED;
+    return;
+  }
   natsMsg* got = nullptr;
   while (natsSubscription_NextMsg(&got, subscription_.get(), 0) == NATS_OK) {
     MessageOwner message(got);
@@ -106,7 +111,7 @@ void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
 void Pull::ask(std::size_t count, bool waits)
 {
   waits_ = waits;
-  asked_ = Clock::now();
+  asked_ = heard_ = Clock::now();
   coming_ = count;
   const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(until_ - asked_);
   constexpr auto margin = std::chrono::milliseconds(10);  // the servers end before the time here does
@@ -163,6 +168,13 @@ void Pull::take(Arrival& arrival)
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - Clock::now()).count();
     natsMsg* got = nullptr;
     status_ = natsSubscription_NextMsg(&got, subscription_.get(), std::max<std::int64_t>(wait, 0));
+    // What the servers have begun to send would be delivered for nothing. They say when that is all.
+    constexpr std::int64_t look = 50;
+    while (status_ == NATS_TIMEOUT && coming_ > 0 &&
+           Clock::now() < std::max(until_, heard_) + connection_.settings.timeout &&
+           natsConnection_Status(connection_.connection.get()) == NATS_CONN_STATUS_CONNECTED) {
+      status_ = natsSubscription_NextMsg(&got, subscription_.get(), look);
+    }
     MessageOwner message(got);
     if (status_ != NATS_OK) {
       words_ = reason(status_);
@@ -173,6 +185,7 @@ void Pull::take(Arrival& arrival)
       return;
     }
     arrival = {std::move(message), asked_};
+    heard_ = Clock::now();
     coming_ -= std::min<std::size_t>(coming_, 1);
   }
   hasAny_ = true;

@@ -28,8 +28,8 @@ enum class Word : std::uint8_t
 };
 /// Says it, without an answer.
 natsStatus say(Connection::State& connection, const natsMsg* message, Word word);
-/// Says it, and waits until the servers have taken it. They take words in their order: the answer to the last
-/// one is an answer to all.
+/// Says it, and waits until the servers have taken it. A server takes words in their order: the answer to the
+/// last one is an answer to all, unless the server is lost with what it told no other.
 natsStatus confirm(Connection::State& connection, const natsMsg* message, Word word);
 
 class Pull
@@ -68,8 +68,9 @@ private:
   std::deque<Arrival> early_{};  ///< came when nobody waited for them any more
   std::uint64_t request_ = 0;
   Clock::time_point asked_{};
-  std::size_t coming_ = 0;  ///< of the request; 0: it is answered
-  std::size_t left_ = 0;    ///< of what the caller wants
+  Clock::time_point heard_{};  ///< the last message, or the request
+  std::size_t coming_ = 0;     ///< of the request; 0: it is answered
+  std::size_t left_ = 0;       ///< of what the caller wants
   bool hasAny_ = false;
   bool waits_ = false;  ///< the request waits for a message
   Clock::time_point until_{};

@@ -276,7 +276,7 @@ natsStatus StoredMessages::State::refresh()
     Entry entry;
     const natsStatus status = successor(place, entry);
     if (status != NATS_OK || place == 0) {
-      return status == NATS_OK && isBroken ? begin() : status;
+      return status;
     }
     take(entry);
     last = place;
@@ -381,6 +381,9 @@ bool StoredMessages::State::record(std::span<const std::uint64_t> sequences, std
     last = place;
     if (!isWritten) {
       insist(function, [this] { return refresh(); });
+      if (isBroken) {  // once: what is broken then is of entries that nobody could have written
+        insist(function, [this] { return begin(); });
+      }
     }
   }
 }
