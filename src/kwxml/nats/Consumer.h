@@ -111,8 +111,8 @@ public:
   Consumer(const Consumer&) = delete;
   Consumer& operator=(const Consumer&) = delete;
 
-  /// Up to `most` messages; waits up to `wait` for the first, and no longer than the connection's timeout for
-  /// one that the servers have begun to send. Messages that cannot be used go to the dead
+  /// Up to `most` messages; waits up to `wait` for the first, and up to a second for each that the
+  /// servers have begun to send. Messages that cannot be used go to the dead
   /// letters, each with a line in the log. While there is no connection the result is empty, after `wait`.
   /// Throws Error when the connection has ended or the consumer is gone.
   std::vector<Delivery> fetch(std::size_t most, std::chrono::milliseconds wait);

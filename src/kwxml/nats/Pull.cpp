@@ -111,8 +111,9 @@ void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
 void Pull::ask(std::size_t count, bool waits)
 {
   waits_ = waits;
-  asked_ = heard_ = Clock::now();
+  asked_ = Clock::now();
   coming_ = count;
+  hasBegun_ = false;
   const auto wait = std::chrono::duration_cast<std::chrono::nanoseconds>(until_ - asked_);
   constexpr auto margin = std::chrono::milliseconds(10);  // the servers end before the time here does
   const std::int64_t expires = std::max<std::int64_t>((wait > 2 * margin ? wait - margin : wait).count(), 1);
@@ -168,10 +169,14 @@ void Pull::take(Arrival& arrival)
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - Clock::now()).count();
     natsMsg* got = nullptr;
     status_ = natsSubscription_NextMsg(&got, subscription_.get(), std::max<std::int64_t>(wait, 0));
-    // What the servers have begun to send would be delivered for nothing. They say when that is all.
+    // What the servers have begun to send would be delivered for nothing. They say when that is all, and that
+    // there was nothing, which may be late.
     constexpr std::int64_t look = 50;
-    while (status_ == NATS_TIMEOUT && coming_ > 0 &&
-           Clock::now() < std::max(until_, heard_) + connection_.settings.timeout &&
+    constexpr auto late = std::chrono::milliseconds(200);
+    constexpr auto pause = std::chrono::seconds(1);
+    const Clock::time_point limit =
+        hasBegun_ ? std::max(until_, heard_ + pause) : std::max(until_, asked_) + late;
+    while (status_ == NATS_TIMEOUT && coming_ > 0 && Clock::now() < limit &&
            natsConnection_Status(connection_.connection.get()) == NATS_CONN_STATUS_CONNECTED) {
       status_ = natsSubscription_NextMsg(&got, subscription_.get(), look);
     }
@@ -186,6 +191,7 @@ void Pull::take(Arrival& arrival)
     }
     arrival = {std::move(message), asked_};
     heard_ = Clock::now();
+    hasBegun_ = true;
     coming_ -= std::min<std::size_t>(coming_, 1);
   }
   hasAny_ = true;
