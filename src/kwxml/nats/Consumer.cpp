@@ -71,6 +71,8 @@ struct Consumer::State
   Connection::State& connection;
   ConsumerOptions options;
   Pull pull;
+  std::optional<Clock::time_point>
+      goneSince{};  ///< since when the servers say that there is no such consumer
   ConsumerCounts counts;
   std::int64_t streamMade = 0;
 };
@@ -158,7 +160,7 @@ void Consumer::State::join()
     const ConsumerInfoOwner made(status == NATS_OK ? info : nullptr);
     check(status, function, what);
   }
-  pull.open();
+  check(pull.open(), function, what);
 }
 
 Consumer::Consumer(Connection& connection, ConsumerOptions options)
@@ -285,7 +287,10 @@ void Consumer::State::requireMore()
     const natsStatus is = js_GetConsumerInfo(&info, connection.context.get(), options.stream.c_str(),
                                              options.durable.c_str(), nullptr, &code);
     const ConsumerInfoOwner owner(is == NATS_OK ? info : nullptr);
-    if (is == NATS_NOT_FOUND) {
+    // Servers that have just begun may not know their consumers yet.
+    const Clock::time_point now = Clock::now();
+    goneSince = is == NATS_NOT_FOUND ? goneSince.value_or(now) : std::optional<Clock::time_point>();
+    if (goneSince.has_value() && now - *goneSince >= connection.settings.timeout) {
       throw Error(function, what + ": the consumer is gone");
     }
   } else if (!isPassing(status, static_cast<jsErrCode>(0)) && !isMoving(pull.words())) {
@@ -348,7 +353,9 @@ std::size_t Consumer::State::each(std::size_t most, std::chrono::milliseconds wa
       take(std::move(*delivery));
     }
   }
-  if (count == 0) {
+  if (count > 0) {
+    goneSince.reset();
+  } else {
     requireMore();
     if (pull.status() != NATS_TIMEOUT) {  // nobody is there to wait for
       std::this_thread::sleep_until(until);

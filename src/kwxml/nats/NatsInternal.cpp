@@ -38,7 +38,8 @@ bool isPassing(natsStatus status, jsErrCode code)
   if (code == 0 ||
       status == NATS_NO_RESPONDERS) {  // the client says of the latter that there is no JetStream
     return status == NATS_TIMEOUT || status == NATS_NO_RESPONDERS || status == NATS_CONNECTION_DISCONNECTED ||
-           status == NATS_INSUFFICIENT_BUFFER || status == NATS_IO_ERROR || status == NATS_NO_MEMORY;
+           status == NATS_INSUFFICIENT_BUFFER || status == NATS_STALE_CONNECTION || status == NATS_IO_ERROR ||
+           status == NATS_NO_MEMORY;
   }
   switch (code) {
     case JSClusterNotAvailErr:

@@ -62,20 +62,27 @@ Pull::Pull(Connection::State& connection, std::string stream, std::string durabl
 {
 }
 
-void Pull::open()
+natsStatus Pull::open()
 {
-  constexpr const char* function = "Consumer::Consumer";
   natsInbox* inbox = nullptr;
-  check(natsInbox_Create(&inbox), function, "cannot make an inbox");
+  natsStatus status = natsInbox_Create(&inbox);
   const std::unique_ptr<natsInbox, Destroyer<natsInbox_Destroy>> owner(inbox);
+  if (status != NATS_OK) {
+    return status;
+  }
   const std::string subject = std::string(inbox) + ".";
   natsSubscription* subscribed = nullptr;
-  check(natsConnection_SubscribeSync(&subscribed, connection_.connection.get(), (subject + "*").c_str()),
-        function, "cannot listen for messages");
-  subscription_.reset(subscribed);
-  inbox_ = subject;
-  // What one request may bring is the caller's choice.
-  check(natsSubscription_SetPendingLimits(subscribed, -1, -1), function, "cannot listen for messages");
+  status = natsConnection_SubscribeSync(&subscribed, connection_.connection.get(), (subject + "*").c_str());
+  SubscriptionOwner made(subscribed);
+  if (status == NATS_OK) {
+    // What one request may bring is the caller's choice.
+    status = natsSubscription_SetPendingLimits(subscribed, -1, -1);
+  }
+  if (status == NATS_OK) {
+    subscription_ = std::move(made);
+    inbox_ = subject;
+  }
+  return status;
 }
 
 void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
@@ -89,16 +96,23 @@ void Pull::begin(std::size_t most, std::chrono::milliseconds wait)
     return;
   }
   natsMsg* got = nullptr;
-  while (natsSubscription_NextMsg(&got, subscription_.get(), 0) == NATS_OK) {
+  natsStatus had = NATS_OK;
+  do {
+    got = nullptr;
+    had = natsSubscription_NextMsg(&got, subscription_.get(), 0);
     MessageOwner message(got);
-    if (!isWord(got)) {
+    if (got != nullptr && !isWord(got)) {
       early_.push_back({std::move(message), asked_});
     }
-  }
+  } while (had == NATS_OK || had == NATS_NO_RESPONDERS);  // the latter is an old word
   if (coming_ > 0) {
     // Servers keep a request that they cannot answer yet, and would serve it when nobody waits any more. They
     // drop it when nobody listens.
-    open();
+    status_ = open();
+    if (status_ != NATS_OK) {
+      words_ = reason(status_);
+      return;
+    }
     coming_ = 0;
   }
   left_ = most;

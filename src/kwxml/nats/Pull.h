@@ -45,9 +45,9 @@ public:
 
   Pull(Connection::State& connection, std::string stream, std::string durable);
 
-  /// Listens. Throws Error.
-  void open();
-  /// Asks for up to `most` messages; waits up to `wait` for the first. Throws Error.
+  /// Listens.
+  natsStatus open();
+  /// Asks for up to `most` messages; waits up to `wait` for the first.
   void begin(std::size_t most, std::chrono::milliseconds wait);
   /// The next one; none at the end, with the reason in status() and words().
   Arrival next();
