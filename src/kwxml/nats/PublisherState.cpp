@@ -83,16 +83,16 @@ void Publisher::State::acknowledged(natsMsg* message, const jsPubAck* ack, const
   }
 }
 
-/// Twice, some time apart: servers that have just begun may not know their streams yet. While they do not
-/// answer they are not asked.
+/// Said twice, some time apart: servers that have just begun may not know their streams yet. What was said
+/// holds for a while, and while the servers do not answer they are not asked.
 bool Publisher::State::isForNobody(const std::string& subject)
 {
   constexpr auto apart = std::chrono::seconds(1);
   constexpr auto rest = std::chrono::seconds(5);
   const auto known = forNobody.find(subject);
   const Clock::time_point now = Clock::now();
-  if (known != forNobody.end() && now - known->second < apart) {
-    return false;
+  if (known != forNobody.end() && now - known->second.said < apart) {
+    return known->second.isSure;
   }
   jsOptions asked;
   if (now < askAgain || jsOptions_Init(&asked) != NATS_OK) {
@@ -111,7 +111,10 @@ bool Publisher::State::isForNobody(const std::string& subject)
     askAgain = Clock::now() + rest;
     return false;
   }
-  return !forNobody.emplace(subject, now).second;
+  // One that was said long ago was about other times.
+  const bool isSure = known != forNobody.end() && now - known->second.said < rest;
+  forNobody[subject] = {.said = now, .isSure = isSure};
+  return isSure;
 }
 
 void Publisher::State::failed(natsMsg* message, natsStatus status, jsErrCode code, const std::string& words,

@@ -103,8 +103,13 @@ struct Publisher::State
   bool ending = false;
   std::thread repeater;
   // The repeater's own.
-  std::map<std::string, Clock::time_point> forNobody;  ///< subjects that no stream took at that time
-  Clock::time_point askAgain{};                        ///< the servers, for streams
+  struct Nobody
+  {
+    Clock::time_point said;
+    bool isSure;
+  };
+  std::map<std::string, Nobody> forNobody;  ///< subjects of which the servers said that no stream takes them
+  Clock::time_point askAgain{};             ///< the servers, for streams
 };
 
 }  // namespace kwxml::nats

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <string_view>
-#include <vector>
 
 namespace kwxml::nats {
 

@@ -245,9 +245,9 @@ natsStatus StoredMessages::State::next(std::uint64_t place, std::uint64_t& found
   if (answer.find(none) != std::string_view::npos) {
     return NATS_OK;
   }
+  // It may pass: servers that have just begun may not know their streams.
   constexpr std::size_t longest = 500;
-  said = shown(
-      answer.substr(0, longest));  // it may pass: servers that have just begun do not know their streams
+  said = shown(answer.substr(0, longest));
   return NATS_TIMEOUT;
 }
 
