@@ -85,6 +85,7 @@ void Server::kill()
 void Server::pause()
 {
   ::kill(process_, SIGSTOP);
+  ::waitpid(process_, nullptr, WUNTRACED);  // its threads go on until the first of them has had its turn
 }
 
 void Server::goOn()

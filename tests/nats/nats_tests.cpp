@@ -460,7 +460,7 @@ TEST_F(Nats, WhatAHandlerRefusesComesAgainAndDiesInTheEnd)
     ASSERT_EQ(sender.publish(status(i)), nats::Outcome::Taken);
   }
   ASSERT_TRUE(sender.flush(patience));
-  auto receiver = consumer({.ackWait = milliseconds(300), .maxDeliveries = 2});
+  auto receiver = consumer({.ackWait = std::chrono::seconds(1), .maxDeliveries = 2});
   int good = 0;
   int refused = 0;
   while (receiver.counts().dead == 0) {
