@@ -177,8 +177,7 @@ bool Publisher::flush(std::chrono::milliseconds wait)
 
 std::uint64_t Publisher::settledUpTo() const
 {
-  const std::lock_guard lock(state_->mutex);
-  return state_->upTo;
+  return state_->toldUpTo;
 }
 
 std::chrono::nanoseconds Publisher::duplicateWindow() const

@@ -95,7 +95,7 @@ public:
 
   /// Waits until nothing is on its way. False when that was not so in time.
   [[nodiscard]] bool flush(std::chrono::milliseconds wait);
-  /// The number up to which all messages are settled: stored or failed.
+  /// The number up to which all messages are settled, stored or failed, and the caller has been told of each.
   std::uint64_t settledUpTo() const;
   /// How long the stream knows identifiers; 0 where the options name no stream.
   std::chrono::nanoseconds duplicateWindow() const;

@@ -38,6 +38,8 @@ void Publisher::State::tell(const Settled& what, Wakes wakes)
   if (settled) {
     settled(what);
   }
+  // Who takes what is settled as stored must have heard of the failures among it.
+  toldUpTo = upTo;
   if (wakes.roomy) {
     roomy.notify_all();
   }

@@ -4,6 +4,7 @@
 #include <kwxml/nats/NatsInternal.h>
 #include <kwxml/nats/Publisher.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -57,7 +58,8 @@ struct Publisher::State
   };
   /// With the lock.
   Wakes settle(const natsMsg* message, const Flight& flight, const Settled& what);
-  /// Tells the caller what became of a message, and wakes those who wait for that. Without the lock.
+  /// Tells the caller what became of a message, and wakes those who wait for that. With `telling`, without
+  /// the lock.
   void tell(const Settled& what, Wakes wakes);
   void acknowledged(natsMsg* message, const jsPubAck* ack, const jsPubAckErr* error);
   /// `isFinal`: no stream takes the subject.
@@ -97,7 +99,8 @@ struct Publisher::State
   std::deque<Repeat> repeats;    ///< in the order of their times, for all wait equally long
   /// Whether each message from `upTo` on is settled.
   std::deque<bool> done;
-  std::uint64_t upTo = 0;
+  std::uint64_t upTo = 0;                   ///< changes with `telling`
+  std::atomic<std::uint64_t> toldUpTo = 0;  ///< the same, of what the caller has been told
   PublisherCounts counts;
   std::string firstFailure;
   bool ending = false;
