@@ -115,6 +115,20 @@ TEST_F(Nats, WhatIsSentComesOut)
   }
   EXPECT_TRUE(receiver.acknowledge(got));
   EXPECT_EQ(receiver.acknowledgedUpTo(), 6U);
+  // Handed over one by one; who takes them may fail.
+  auto single = consumer({.durable = "T"});
+  std::vector<std::uint64_t> places;
+  const auto take = [&](nats::Delivery&& delivery) {
+    places.push_back(delivery.sequence);
+    if (places.size() == 2) {
+      throw std::runtime_error("not this one");
+    }
+  };
+  EXPECT_THROW(single.fetch(6, patience, take), std::runtime_error);
+  while (places.size() < 6) {
+    single.fetch(6, patience, take);
+  }
+  EXPECT_EQ(places, (std::vector<std::uint64_t>{1, 2, 3, 4, 5, 6}));
   // Another one of the same name has nothing left to do; one for a class gets that alone.
   EXPECT_TRUE(consumer().fetch(10, moment).empty());
   auto ofClass = consumer({.durable = "C", .system = "Demo", .cls = "Status"});

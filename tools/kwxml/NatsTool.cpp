@@ -175,24 +175,26 @@ bool Interrupts::come()
   return interrupts > 0;
 }
 
-unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices,
-                              const std::function<unsigned long long(std::vector<nats::Delivery>&)>& take)
+unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices, Receiver& receiver)
 {
   constexpr std::size_t batch = 500;
+  constexpr std::size_t atATime = 2 * batch;  // one receiver keeps no more from the others
   constexpr auto wait = std::chrono::milliseconds(1000);
-  unsigned long long taken = 0;
-  while (!Interrupts::come() &&
-         (choices.count == 0 || taken < static_cast<unsigned long long>(choices.count))) {
-    const unsigned long long wanted =
-        choices.count == 0
-            ? batch
-            : std::min<unsigned long long>(batch, static_cast<unsigned long long>(choices.count) - taken);
-    std::vector<nats::Delivery> deliveries = consumer.fetch(wanted, wait);
-    const bool hadAll = deliveries.size() < wanted;
-    if (!deliveries.empty()) {
-      taken += take(deliveries);
-      showProgress(countedMessages(taken));
-    }
+  const auto most = choices.count == 0 ? std::numeric_limits<unsigned long long>::max()
+                                       : static_cast<unsigned long long>(choices.count);
+  unsigned long long finished = 0;
+  while (!Interrupts::come() && finished < most) {
+    // Others are fetched while those that are begun are finished by themselves, but not waited for.
+    const bool isIdle = receiver.begun() == 0;
+    const std::size_t wanted =
+        std::min<unsigned long long>({batch, atATime - receiver.begun(), most - finished - receiver.begun()});
+    const std::size_t had =
+        wanted == 0 ? 0
+                    : consumer.fetch(wanted, isIdle ? wait : std::chrono::milliseconds(0),
+                                     [&](nats::Delivery&& delivery) { receiver.take(std::move(delivery)); });
+    finished += receiver.finish(had == 0);
+    showProgress(countedMessages(finished));
+    const bool hadAll = had < wanted && receiver.begun() == 0;
     if (hadAll && !choices.follow && choices.count == 0) {
       // Those that another one has, and has not finished, may come here yet.
       const auto left = consumer.left();
@@ -203,8 +205,9 @@ unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& ch
       }
     }
   }
+  finished += receiver.finish(true);
   showProgress({});
-  return taken;
+  return finished;
 }
 
 bool waitFor(nats::Publisher& publisher, const nats::Connection& connection)

@@ -90,10 +90,22 @@ private:
   struct sigaction before_[2];
 };
 
-/// Receives until the command line's end: `take` gets the messages, and gives how many of them count. Gives
-/// how many did.
-unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices,
-                              const std::function<unsigned long long(std::vector<nats::Delivery>&)>& take);
+/// What a command does with the messages that it receives.
+class Receiver
+{
+public:
+  virtual ~Receiver() = default;
+  /// Begins with a message.
+  virtual void take(nats::Delivery&& delivery) = 0;
+  /// How many are begun and not finished.
+  virtual std::size_t begun() const = 0;
+  /// Finishes those that can be finished without waiting, or `all`. Gives how many it has finished, without
+  /// those for the dead letters.
+  virtual unsigned long long finish(bool all) = 0;
+};
+
+/// Receives until the command line's end. Gives how many messages were finished.
+unsigned long long receiveAll(nats::Consumer& consumer, const ReceiveChoices& choices, Receiver& receiver);
 
 /// Waits until nothing is on its way, or a few seconds from an interrupt on: then false. Throws Failure when
 /// the connection ends.

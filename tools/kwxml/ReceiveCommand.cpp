@@ -13,9 +13,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <deque>
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace kwxml::tool {
@@ -66,7 +68,7 @@ std::string appended(const nats::Delivery& delivery, const ReceiveOptions& optio
 
 /// Appends messages to a file, and acknowledges them once the file and the record of stored messages have
 /// them.
-class Receiving
+class Receiving : private Receiver
 {
 public:
   explicit Receiving(const ReceiveOptions& options)
@@ -82,10 +84,7 @@ public:
     isReady_ = true;
   }
 
-  unsigned long long all()
-  {
-    return receiveAll(consumer_, options_.receive, [this](auto& deliveries) { return take(deliveries); });
-  }
+  unsigned long long all() { return receiveAll(consumer_, options_.receive, *this); }
   const nats::Consumer& consumer() const { return consumer_; }
 
 private:
@@ -95,28 +94,28 @@ private:
     how.isDone = [this](std::uint64_t sequence) { return isReady_ && stored_.isStored(sequence); };
     return how;
   }
-  unsigned long long take(std::vector<nats::Delivery>& deliveries)
+  void take(nats::Delivery&& delivery) override
   {
-    std::vector<nats::Delivery> done;  // stored, here or elsewhere
-    std::vector<Piece> pieces;
-    std::set<std::uint64_t> kept;
-    for (nats::Delivery& delivery : deliveries) {
-      // What came late and was sent again stands twice in one batch.
-      if (kept.count(delivery.sequence) > 0) {
-        done.push_back(std::move(delivery));
-        continue;
-      }
+    // What came late and was sent again stands twice in one batch.
+    if (kept_.count(delivery.sequence) == 0) {
       try {
-        pieces.push_back({delivery.sequence, appended(delivery, options_)});
-        kept.insert(delivery.sequence);
-        done.push_back(std::move(delivery));
+        pieces_.push_back({delivery.sequence, appended(delivery, options_)});
+        kept_.insert(delivery.sequence);
+        delivery.message.reset();
       } catch (const nats::Error& error) {
         static_cast<void>(consumer_.bury(delivery, error.what()));
+        return;
       }
     }
-    const unsigned long long count = store(pieces);
+    done_.push_back(std::move(delivery));
+  }
+  std::size_t begun() const override { return done_.size(); }
+  unsigned long long finish(bool /*all*/) override
+  {
+    const unsigned long long count = store(std::exchange(pieces_, {}));
     // What is not confirmed comes again, and is known then.
-    static_cast<void>(consumer_.acknowledge(done));
+    static_cast<void>(consumer_.acknowledge(std::exchange(done_, {})));
+    kept_.clear();
     return count;
   }
 
@@ -125,7 +124,7 @@ private:
     std::uint64_t sequence;
     std::string bytes;
   };
-  unsigned long long store(std::vector<Piece>& pieces)
+  unsigned long long store(std::vector<Piece> pieces)
   {
     while (!pieces.empty()) {
       const std::uint64_t before = file_.length();
@@ -151,6 +150,9 @@ private:
   nats::Connection connection_;
   nats::Consumer consumer_;
   nats::StoredMessages stored_;
+  std::vector<Piece> pieces_;         ///< are appended next
+  std::set<std::uint64_t> kept_;      ///< their places in the stream
+  std::vector<nats::Delivery> done_;  ///< stored, here or elsewhere, once those are appended
   bool isReady_ = false;
 };
 
@@ -180,8 +182,9 @@ struct WorkOptions
   ReceiveChoices receive;
 };
 
-/// Sends what is received on in another form, and acknowledges it once the other stream has it.
-class Working
+/// Sends what is received on in another form, and acknowledges it once the other stream has it. Meanwhile
+/// other messages are received and converted.
+class Working : private Receiver
 {
 public:
   explicit Working(const WorkOptions& options)
@@ -199,51 +202,62 @@ public:
     }
   }
 
-  unsigned long long all()
-  {
-    return receiveAll(consumer_, options_.receive, [this](auto& deliveries) { return take(deliveries); });
-  }
+  unsigned long long all() { return receiveAll(consumer_, options_.receive, *this); }
   const nats::Consumer& consumer() const { return consumer_; }
 
 private:
-  unsigned long long take(std::vector<nats::Delivery>& deliveries)
+  void take(nats::Delivery&& delivery) override
   {
-    std::map<std::uint64_t, nats::Delivery> sent;
-    for (nats::Delivery& delivery : deliveries) {
-      try {
-        refuseLosses(delivery);
-        const nats::Packed packed =
-            nats::pack(*delivery.message, options_.target.prefix, bodyForm(options_.to));
-        // Of a message that comes twice the other stream stores one.
-        std::uint64_t number = 0;
-        static_cast<void>(publisher_.publish(packed, consumer_.identifierOf(delivery), &number));
-        sent.emplace(number, std::move(delivery));
-      } catch (const nats::Error& error) {
-        if (connection_.isClosed()) {
-          throw;
-        }
-        static_cast<void>(consumer_.bury(delivery, error.what()));
+    try {
+      refuseLosses(delivery);
+      const nats::Packed packed =
+          nats::pack(*delivery.message, options_.target.prefix, bodyForm(options_.to));
+      // Of a message that comes twice the other stream stores one.
+      std::uint64_t number = 0;
+      static_cast<void>(publisher_.publish(packed, consumer_.identifierOf(delivery), &number));
+      delivery.message.reset();
+      sent_.push_back({number, std::move(delivery)});
+    } catch (const nats::Error& error) {
+      if (connection_.isClosed()) {
+        throw;
       }
+      static_cast<void>(consumer_.bury(delivery, error.what()));
     }
+  }
+  std::size_t begun() const override { return sent_.size(); }
+  unsigned long long finish(bool all) override
+  {
     // What is not acknowledged comes again, and the other stream knows what it has.
-    if (!waitFor(publisher_, connection_)) {
+    if (all && !waitFor(publisher_, connection_)) {
       throw Failure(exitData, "interrupted; the messages that were worked on come again");
     }
-    std::string gaveUp;
-    for (const nats::Settled& failure : failures_.taken()) {
-      const auto found = sent.find(failure.number);
-      if (failure.refused && found != sent.end()) {
-        static_cast<void>(consumer_.bury(found->second,
-                                         "stream " + options_.target.stream + " refused it: " + failure.why));
-      } else {
-        gaveUp = failure.why;
-      }
-      sent.erase(failure.number);
+    return settle();
+  }
+
+  struct Sent
+  {
+    std::uint64_t number;
+    nats::Delivery delivery;
+  };
+  /// Acknowledges what the other stream has, and buries what it refused. Gives how many it has.
+  unsigned long long settle()
+  {
+    const std::uint64_t upTo = publisher_.settledUpTo();
+    for (nats::Settled& failure : failures_.taken()) {
+      failed_.emplace(failure.number, std::move(failure));
     }
+    std::string gaveUp;
     std::vector<nats::Delivery> done;
-    done.reserve(sent.size());
-    for (auto& [number, delivery] : sent) {
-      done.push_back(std::move(delivery));
+    for (; !sent_.empty() && sent_.front().number <= upTo; sent_.pop_front()) {
+      const auto failure = failed_.extract(sent_.front().number);
+      if (failure.empty()) {
+        done.push_back(std::move(sent_.front().delivery));
+      } else if (failure.mapped().refused) {
+        static_cast<void>(consumer_.bury(sent_.front().delivery, "stream " + options_.target.stream +
+                                                                     " refused it: " + failure.mapped().why));
+      } else {
+        gaveUp = failure.mapped().why;
+      }
     }
     static_cast<void>(consumer_.acknowledge(done));
     if (!gaveUp.empty()) {
@@ -257,6 +271,8 @@ private:
   nats::Consumer consumer_;
   Failures failures_;
   nats::Publisher publisher_;
+  std::deque<Sent> sent_;                          ///< and not acknowledged
+  std::map<std::uint64_t, nats::Settled> failed_;  ///< of those
 };
 
 void work(const WorkOptions& options)

@@ -371,6 +371,17 @@ std::vector<Delivery> Consumer::fetch(std::size_t most, std::chrono::millisecond
   return deliveries;
 }
 
+std::size_t Consumer::fetch(std::size_t most, std::chrono::milliseconds wait,
+                            const std::function<void(Delivery&&)>& take)
+{
+  std::size_t count = 0;
+  state_->each(most, wait, [&](Delivery&& delivery) {
+    ++count;
+    take(std::move(delivery));
+  });
+  return count;
+}
+
 bool Consumer::State::isConfirmed(const Delivery& delivery, std::uint64_t reconnections)
 {
   return confirm(connection, delivery.native_->message.get(), Word::Done) == NATS_OK &&

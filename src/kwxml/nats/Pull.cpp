@@ -152,7 +152,7 @@ void Pull::takeWord(natsMsg* message)
   }
   coming_ = 0;
   if (code == "404" || code == "408") {
-    if (!hasAny_ && !waits_) {
+    if (!hasAny_ && !waits_ && Clock::now() < until_) {
       ask(1, true);
     } else {
       status_ = NATS_TIMEOUT;
