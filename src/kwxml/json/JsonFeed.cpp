@@ -203,7 +203,9 @@ const FieldDef* JsonFeed::findMember(Frame& frame, std::string_view name) const
   const bool isNext = found != nullptr && found != rules_.endOfFields() && name == found->getName() &&
                       found->hash != 0 && rules_.field(found->hash) == found;
   if (!isNext) {
-    found = rules_.field(nameHash(name.data(), name.size()));
+    // Hidden fields have the hash 0, as the empty name has: no member names them.
+    const std::uint32_t hash = nameHash(name.data(), name.size());
+    found = hash != 0 ? rules_.field(hash) : nullptr;
   }
   frame.next = found != nullptr ? found + 1 : nullptr;
   return found;
