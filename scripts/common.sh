@@ -40,7 +40,7 @@ finish() {
   local i
   for i in "${!failed_steps[@]}"; do
     printf '\n==> from %s:\n' "${failed_steps[i]}"
-    grep -vE '^\[[0-9]+/[0-9]+\] |^ *Start +[0-9]+: | (Passed|\.*Skipped) +[0-9.]+ sec$|^ *(\[ +(OK|RUN) +\]|$)' "${failed_logs[i]}" | tail -n 120 || true
+    grep -avE '^\[[0-9]+/[0-9]+\] |^ *Start +[0-9]+: | (Passed|\.*(\*\*\*)?Skipped) +[0-9.]+ sec$|^ *(\[ +(OK|RUN) +\]|$)' "${failed_logs[i]}" | tail -n 120 || true
     rm -f "${failed_logs[i]}"
   done
   if ((${#failed_steps[@]})); then
