@@ -11,6 +11,7 @@
 #include <atomic>
 #include <chrono>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace kwxml::tool {
@@ -112,13 +113,20 @@ void Failures::add(const nats::Settled& settled)
 {
   if (settled.sequence == 0) {
     const std::lock_guard lock(mutex_);
-    failures_.push_back(settled);
+    try {
+      failures_.push_back(settled);
+    } catch (const std::bad_alloc&) {
+      isUntold_ = true;
+    }
   }
 }
 
 std::vector<nats::Settled> Failures::taken()
 {
   const std::lock_guard lock(mutex_);
+  if (isUntold_) {
+    throw Failure(exitData, "there was no memory to note a message that no stream has taken");
+  }
   return std::exchange(failures_, {});
 }
 

@@ -32,12 +32,13 @@ class Failures
 {
 public:
   void add(const nats::Settled& settled);
-  /// Those since the last call.
+  /// Those since the last call. Throws Failure when there was no memory for one.
   std::vector<nats::Settled> taken();
 
 private:
   std::mutex mutex_;
   std::vector<nats::Settled> failures_;
+  bool isUntold_ = false;
 };
 
 /// Options of those who receive.

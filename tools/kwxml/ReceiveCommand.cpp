@@ -227,11 +227,18 @@ private:
   std::size_t begun() const override { return sent_.size(); }
   unsigned long long finish(bool all) override
   {
-    // What is not acknowledged comes again, and the other stream knows what it has.
-    if (all && !waitFor(publisher_, connection_)) {
+    // What is not acknowledged comes again, and the other stream knows for a while what it has.
+    const bool isWhole = !all || waitFor(publisher_, connection_);
+    const unsigned long long count = settle();
+    if (!isWhole) {
       throw Failure(exitData, "interrupted; the messages that were worked on come again");
     }
-    return settle();
+    if (!gaveUp_.empty()) {
+      static_cast<void>(waitFor(publisher_, connection_));
+      static_cast<void>(settle());
+      throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + gaveUp_);
+    }
+    return count;
   }
 
   struct Sent
@@ -246,7 +253,6 @@ private:
     for (nats::Settled& failure : failures_.taken()) {
       failed_.emplace(failure.number, std::move(failure));
     }
-    std::string gaveUp;
     std::vector<nats::Delivery> done;
     for (; !sent_.empty() && sent_.front().number <= upTo; sent_.pop_front()) {
       const auto failure = failed_.extract(sent_.front().number);
@@ -256,13 +262,10 @@ private:
         static_cast<void>(consumer_.bury(sent_.front().delivery, "stream " + options_.target.stream +
                                                                      " refused it: " + failure.mapped().why));
       } else {
-        gaveUp = failure.mapped().why;
+        gaveUp_ = failure.mapped().why;
       }
     }
     static_cast<void>(consumer_.acknowledge(done));
-    if (!gaveUp.empty()) {
-      throw Failure(exitData, "stream " + options_.target.stream + " did not take a message: " + gaveUp);
-    }
     return done.size();
   }
 
@@ -273,6 +276,7 @@ private:
   nats::Publisher publisher_;
   std::deque<Sent> sent_;                          ///< and not acknowledged
   std::map<std::uint64_t, nats::Settled> failed_;  ///< of those
+  std::string gaveUp_;                             ///< why the other stream did not take a message in time
 };
 
 void work(const WorkOptions& options)

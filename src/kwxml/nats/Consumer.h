@@ -111,14 +111,15 @@ public:
   Consumer(const Consumer&) = delete;
   Consumer& operator=(const Consumer&) = delete;
 
-  /// Up to `most` messages; waits up to `wait` for the first, and up to a second for each that the
-  /// servers have begun to send. Messages that cannot be used go to the dead
-  /// letters, each with a line in the log. While there is no connection the result is empty, after `wait`.
-  /// Throws Error when the connection has ended or the consumer is gone.
+  /// Up to `most` messages; waits up to `wait` for the first, a second where the servers do not answer
+  /// sooner, and up to a second for each that the servers have begun to send. Messages that cannot be used go
+  /// to the dead letters, each with a line in the log. While there is no connection the result is empty,
+  /// after `wait`. Throws Error when the connection has ended or the consumer is gone.
   std::vector<Delivery> fetch(std::size_t most, std::chrono::milliseconds wait);
   /// The same, but hands each message to `take` as soon as it has come, so that it need not stay in memory
   /// with the others. Gives how many were handed over. What `take` throws leaves at once; messages that have
-  /// come and were not handed over come with the next call.
+  /// come and were not handed over come with the next call, those on their way after the time for
+  /// acknowledging.
   std::size_t fetch(std::size_t most, std::chrono::milliseconds wait,
                     const std::function<void(Delivery&&)>& take);
   /// Acknowledges messages. True once the servers have confirmed it; false when they did not in time: the

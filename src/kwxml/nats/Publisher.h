@@ -73,9 +73,9 @@ class KWXML_API Publisher
 public:
   /// `settled` (empty: none) is called for each message once it is stored or has failed, one call at a time,
   /// by a thread of the client or the publisher, or by the one that publishes; it must not throw, must not
-  /// call the publisher, and is not called any more when the publisher has ended. Throws Error for options
-  /// that make no sense, when there is no stream of the name, and when that forgets identifiers sooner than
-  /// `giveUpAfter`.
+  /// call the publisher, but for settledUpTo(), and is not called any more when the publisher has ended.
+  /// Throws Error for options that make no sense, when there is no stream of the name, and when that forgets
+  /// identifiers sooner than `giveUpAfter`.
   Publisher(Connection& connection, PublisherOptions options,
             std::function<void(const Settled&)> settled = {});
   /// Does not wait for messages on their way: they may be stored or not. Call flush() before. Takes as long

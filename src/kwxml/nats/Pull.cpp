@@ -179,7 +179,8 @@ void Pull::take(Arrival& arrival)
     arrival = std::move(early_.front());
     early_.pop_front();
   } else {
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - Clock::now()).count();
+    const Clock::time_point now = Clock::now();
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(until_ - now).count();
     natsMsg* got = nullptr;
     status_ = natsSubscription_NextMsg(&got, subscription_.get(), std::max<std::int64_t>(wait, 0));
     // What the servers have begun to send would be delivered for nothing. They say when that is all, and that
@@ -187,8 +188,10 @@ void Pull::take(Arrival& arrival)
     constexpr std::int64_t look = 50;
     constexpr auto late = std::chrono::milliseconds(200);
     constexpr auto pause = std::chrono::seconds(1);
-    const Clock::time_point limit =
-        hasBegun_ ? std::max(until_, heard_ + pause) : std::max(until_, asked_) + late;
+    // A request that does not wait is answered soon. And the caller may have been away for long.
+    const Clock::time_point limit = hasBegun_ ? std::max(until_, now + pause)
+                                    : waits_  ? std::max(until_, asked_) + late
+                                              : std::max(until_ + late, asked_ + pause);
     while (status_ == NATS_TIMEOUT && coming_ > 0 && Clock::now() < limit &&
            natsConnection_Status(connection_.connection.get()) == NATS_CONN_STATUS_CONNECTED) {
       status_ = natsSubscription_NextMsg(&got, subscription_.get(), look);
@@ -203,7 +206,6 @@ void Pull::take(Arrival& arrival)
       return;
     }
     arrival = {std::move(message), asked_};
-    heard_ = Clock::now();
     hasBegun_ = true;
     coming_ -= std::min<std::size_t>(coming_, 1);
   }

@@ -68,10 +68,9 @@ private:
   std::deque<Arrival> early_{};  ///< came when nobody waited for them any more
   std::uint64_t request_ = 0;
   Clock::time_point asked_{};
-  bool hasBegun_ = false;      ///< a message of the request has come
-  Clock::time_point heard_{};  ///< when the last one came
-  std::size_t coming_ = 0;     ///< of the request; 0: it is answered
-  std::size_t left_ = 0;       ///< of what the caller wants
+  bool hasBegun_ = false;   ///< a message of the request has come
+  std::size_t coming_ = 0;  ///< of the request; 0: it is answered
+  std::size_t left_ = 0;    ///< of what the caller wants
   bool hasAny_ = false;
   bool waits_ = false;  ///< the request waits for a message
   Clock::time_point until_{};
